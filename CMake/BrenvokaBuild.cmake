@@ -1,0 +1,68 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+# What every target of the project is compiled with, and the functions that add sources and tests.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_AUTOMOC ON)
+set(CMAKE_AUTOUIC ON)
+set(CMAKE_AUTORCC ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_library(brenvoka-build INTERFACE)
+target_compile_definitions(brenvoka-build INTERFACE
+    QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH
+    QT_STRICT_ITERATORS)
+if(MSVC)
+    target_compile_options(brenvoka-build INTERFACE /W4 /utf-8)
+    target_compile_definitions(brenvoka-build INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN)
+else()
+    target_compile_options(brenvoka-build INTERFACE
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+endif()
+if(BRENVOKA_SANITIZERS)
+    target_compile_options(brenvoka-build INTERFACE
+        -fsanitize=${BRENVOKA_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(brenvoka-build INTERFACE -fsanitize=${BRENVOKA_SANITIZERS})
+endif()
+if(BRENVOKA_COVERAGE)
+    target_compile_options(brenvoka-build INTERFACE --coverage)
+    target_link_options(brenvoka-build INTERFACE --coverage)
+endif()
+
+# brenvoka_sources(TARGET FILE...): adds files of the calling folder to a target and hands each
+# .cpp its own path in the form that the log expects, "..\Sources\Service\ThumbnailService".
+function(brenvoka_sources target)
+    foreach(file IN LISTS ARGN)
+        set(source ${CMAKE_CURRENT_SOURCE_DIR}/${file})
+        target_sources(${target} PRIVATE ${source})
+        if(file MATCHES "\\.cpp$")
+            file(RELATIVE_PATH path ${PROJECT_SOURCE_DIR} ${source})
+            string(REGEX REPLACE "\\.cpp$" "" path "${path}")
+            string(REPLACE "/" "\\\\" path "../${path}")
+            set_property(SOURCE ${source} TARGET_DIRECTORY ${target} APPEND PROPERTY
+                COMPILE_DEFINITIONS "BRENVOKA_SOURCE_PATH=\"${path}\"")
+        endif()
+    endforeach()
+endfunction()
+
+# brenvoka_test(NAME [LABELS label...] [LIBRARIES target...] [LOCKS resource...] [TIMEOUT seconds])
+# Builds NAME.cpp of the calling folder as a Qt Test program and registers it with CTest.
+function(brenvoka_test name)
+    cmake_parse_arguments(arg "" "TIMEOUT" "LABELS;LIBRARIES;LOCKS" ${ARGN})
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 300)
+    endif()
+    add_executable(${name} ${name}.cpp)
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} brenvoka-build Qt6::Test)
+    target_compile_definitions(${name} PRIVATE
+        BRENVOKA_WIRE_DIR="${PROJECT_SOURCE_DIR}/Tests/Wire")
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES
+        LABELS "${arg_LABELS}"
+        RESOURCE_LOCK "${arg_LOCKS}"
+        TIMEOUT ${arg_TIMEOUT}
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=qt.qpa.*=false;UBSAN_OPTIONS=print_stacktrace=1")
+endfunction()

@@ -1,0 +1,54 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+#
+# Installs what the program, its tests and the demonstration need on Debian 12 (or a relative with
+# the same package names), and nothing when all of it is there. Elsewhere it says what to install.
+set -euo pipefail
+
+packages=(
+    # building
+    cmake ninja-build g++ ccache git
+    qt6-base-dev qt6-qpa-plugins libgl-dev
+    libspdlog-dev libfmt-dev libboost-filesystem-dev libcpp-httplib-dev
+    # tests and the demonstration: a virtual display, input events, the accessibility tree, pictures
+    xvfb openbox xdotool x11-utils imagemagick
+    at-spi2-core dbus dbus-x11 python3 python3-pyatspi
+    curl fonts-dejavu-core
+    # style and pictures
+    clang-format librsvg2-bin
+)
+
+if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+    cat >&2 <<'TEXT'
+This machine has no apt-get. Install by hand, then run the command again:
+  a C++20 compiler (GCC 12 or later), CMake 3.25 or later, Ninja, git, clang-format 14
+  Qt 6.4 or later: Core, Gui, Widgets, Network, Test, and the xcb and offscreen platform plug-ins
+  spdlog 1.10 or later, fmt 9 or later, Boost.Filesystem 1.74 or later, cpp-httplib 0.11 or later
+  for tests and the demonstration: Xvfb, openbox, xdotool, xwininfo, ImageMagick, curl, D-Bus,
+  at-spi2-core, Python 3 with pyatspi, DejaVu fonts, rsvg-convert
+TEXT
+    # Whoever installed these already can go on.
+    command -v cmake >/dev/null && command -v ninja >/dev/null
+    exit
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
+    [ "$status" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+        echo "Please install as root: apt-get install ${missing[*]}" >&2
+        exit 1
+    fi
+    as_root=(sudo)
+fi
+echo "Installing ${missing[*]}"
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
