@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QDialog>
+
+#include <array>
+#include <memory>
+
+class QCheckBox;
+namespace Ui {
+class BVPreferencesDialog;
+}
+
+/// Edits which operations ask for confirmation.
+class BVPreferencesDialog final : public QDialog
+{
+    Q_OBJECT
+
+public:
+    BVPreferencesDialog(quint32 level, QWidget *parent);
+    ~BVPreferencesDialog() override;
+
+    void accept() override;
+
+    /// The working copy, a set of bits: 1 delete and overwrite, 2 move, 4 upload, 8 large. Follows
+    /// the boxes when the dialog is accepted; all other bits stay as they came.
+    quint32 warningLevel;
+
+private:
+    struct Warning
+    {
+        quint32 bit;
+        QCheckBox *box;
+    };
+    [[nodiscard]] std::array<Warning, 4> warnings() const;
+
+    std::unique_ptr<Ui::BVPreferencesDialog> ui;
+};

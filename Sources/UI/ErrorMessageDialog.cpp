@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "UI/ErrorMessageDialog.h"
+
+#include "ui_ErrorMessageDialog.h"
+
+#include <QPushButton>
+#include <QStyle>
+
+ErrorMessageDialog::ErrorMessageDialog(QWidget *parent)
+    : QDialog(parent)
+    , ui(std::make_unique<Ui::ErrorMessageDialog>())
+{
+    ui->setupUi(this);
+    const int extent = style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, this);
+    const QSize iconSize(extent, extent);
+    ui->errorIcon->setPixmap(
+        style()->standardIcon(QStyle::SP_MessageBoxCritical, nullptr, this).pixmap(iconSize));
+    ui->errorIcon->setMinimumSize(iconSize);
+    connect(ui->buttonBox->button(QDialogButtonBox::Ok), &QPushButton::pressed, this,
+            &QDialog::accept);
+    connect(ui->errorDetails, &QPushButton::toggled, this, &ErrorMessageDialog::showDetails);
+    ui->errorDetailsList->hide();
+    adjustSize();
+}
+
+ErrorMessageDialog::~ErrorMessageDialog() = default;
+
+void ErrorMessageDialog::displayErrorMessage(const QString &message, const QStringList &details)
+{
+    ui->errorDetails->setChecked(false);
+    ui->errorText->setText(message);
+    ui->errorDetailsList->setPlainText(details.join(u'\n'));
+    if (details.isEmpty()) {
+        ui->errorDetails->setEnabled(false);
+        ui->errorDetails->hide();
+    }
+}
+
+void ErrorMessageDialog::showDetails(bool on)
+{
+    ui->errorDetails->setText(on ? tr("Hide Details <<") : tr("Show Details >>"));
+    ui->errorDetailsList->setVisible(on);
+    adjustSize();
+}

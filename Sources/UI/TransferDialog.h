@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Model/Brenvoka.h"
+#include "Model/VisualRef.h"
+
+#include <QDialog>
+
+#include <map>
+#include <memory>
+
+namespace Ui {
+class TransferDialog;
+}
+
+/// What is known of one visual of a synchronisation.
+struct TransferRow
+{
+    int row = -1;                                      ///< its row in the table
+    Brenvoka::SyncStates state = Brenvoka::SyncQueued; ///< as last reported
+    int percent = 0;                                   ///< 0 to 100
+};
+
+/// The progress of one synchronisation: one table row for each visual and an overall bar.
+///
+/// It holds the only record of each visual's outcome. Closing the window hides it, and the
+/// operation goes on. Every operation costs at most logarithmic time, so that 255 full folders
+/// can be transferred at once.
+class TransferDialog final : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit TransferDialog(QWidget *parent = nullptr);
+    ~TransferDialog() override;
+
+    /// Adds a queued row. A visual that has a row already keeps it, with its first label.
+    void addTransfer(int folderSlot, int fileSlot, const QString &label);
+    /// Takes a progress report; `percent` is clamped to 0 to 100. Without effect for a visual that
+    /// has no row, and for one in `SyncCanceling`: a cancelled row keeps that state.
+    void updateTransfer(int folderSlot, int fileSlot, int percent, Brenvoka::SyncStates state);
+    /// Sets a row's last text. State, percentage and the overall bar stay as they are. Without any
+    /// rows it hides the dialog.
+    void finishTransfer(int folderSlot, int fileSlot);
+
+    /// The text of a row in that state; a state without a text of its own is "uninitialized".
+    [[nodiscard]] static QString stateText(Brenvoka::SyncStates state);
+
+    void setStateText(const QString &text);
+    void setProgressValue(int value);
+
+    /// The rows by folder slot, then file slot. To be read only.
+    std::map<VisualRef, TransferRow> rows;
+    /// Whether the operation is over, so that the Cancel button merely hides the dialog.
+    bool finished = false;
+
+signals:
+    /// The Cancel button was clicked before `finished` was set.
+    void cancelSync();
+
+private slots:
+    void onCancelSync(bool checked);
+
+private:
+    void updateOverallProgress();
+
+    std::unique_ptr<Ui::TransferDialog> ui;
+    int percentSum = 0;
+};
