@@ -1,0 +1,117 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Model/Brenvoka.h"
+#include "Model/VisualRef.h"
+#include "Tasks/TaskBase.h"
+
+#include <QHostAddress>
+#include <QList>
+#include <QUuid>
+
+class BVProgressDialog;
+class TransferDialog;
+
+/// Makes slots of a destination server equal to those of a source server, in three phases that
+/// never overlap: folders are renamed, visuals removed, visuals transferred. Each phase starts in
+/// the slot that took the last result of the one before, whether that was good or bad.
+///
+/// The data never passes through this program. For each visual the destination is asked to fetch
+/// the file from the source, all at once, and it reports on its notification stream. What ends the
+/// transfer phase is its word that no transfer is left, not a count of results. A server that never
+/// reports one leaves the operator nothing but Cancel's request.
+///
+/// Cancelling a rename or a removal ends the task; what is under way on the server goes on, and the
+/// renames that wait there go on too. Cancelling the transfers asks every connected server to
+/// cancel, and the task ends with the destination's answer. Errors found so far are shown.
+class SyncTask final : public TaskBase
+{
+    Q_OBJECT
+
+public:
+    /// The addresses are those by which the two servers reach each other.
+    SyncTask(const QUuid &source, const QHostAddress &sourceAddress, const QUuid &destination,
+             const QHostAddress &destinationAddress, const QList<FolderRename> &renames,
+             const QList<VisualRef> &transfers, const QList<VisualRef> &removals,
+             ApplicationModel *model, BVMainWindow *window, ServerConnectionService *service);
+    ~SyncTask() override;
+
+    /// With nothing to do `taskFinished` is emitted at once.
+    bool start() override;
+    void abort() override;
+    [[nodiscard]] bool hasErrors() const override;
+    [[nodiscard]] QString errorMessage() const override;
+    /// Failed removals, then failed renames, then failed transfers.
+    [[nodiscard]] QStringList errorDetails() const override;
+    /// The destination.
+    [[nodiscard]] const QUuid &affectedServer() const override;
+    /// True for the source and for the destination.
+    [[nodiscard]] bool involvesServer(const QUuid &uuid) const override;
+
+private slots:
+    void userRenameCanceled();
+    void userRemoveCanceled();
+    void userTransferCanceled();
+    void folderRenameError(const QUuid &uuid, int folderSlot, const QString &error);
+    void folderRenameFinished(const QUuid &uuid, int folderSlot);
+    void visualRemoveError(const QUuid &uuid, int folderSlot, int fileSlot, const QString &error);
+    void visualRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot);
+    void visualTransferProgress(const QUuid &serverId, int folderSlot, int fileSlot,
+                                int progressPercent, Brenvoka::SyncStates progressState);
+    void visualTransferFinished(const QUuid &serverId, int folderSlot, int fileSlot);
+    void visualTransferError(const QUuid &serverId, int folderSlot, int fileSlot,
+                             Brenvoka::SyncStates state, const QString &error, const QString &url);
+    void fileTransferFinished(const QUuid &serverId);
+
+private:
+    struct RenameEntry
+    {
+        int folderSlot = -1;
+        QString name;
+        bool done = false;
+        bool failed = false;
+        QString error;
+    };
+    struct RemoveEntry
+    {
+        int folderSlot = -1;
+        int fileSlot = -1;
+        bool done = false;
+        bool failed = false;
+        QString error;
+    };
+
+    void startRenames();
+    void startRemovals();
+    void startTransfers();
+    void endRenames();
+    void endRemovals();
+    void endTransfers();
+
+    [[nodiscard]] bool isDestination(const QUuid &uuid) const;
+    [[nodiscard]] RenameEntry *takeRenameResult(const QUuid &uuid, int folderSlot);
+    [[nodiscard]] RemoveEntry *takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot);
+    void renameResultTaken(RenameEntry *entry);
+    void removeResultTaken(RemoveEntry *entry);
+
+    [[nodiscard]] QString serverName(const QUuid &uuid) const;
+    [[nodiscard]] QString transferLabel(int folderSlot, int fileSlot) const;
+    [[nodiscard]] QString transferErrorLine(const QString &destinationName, int folderSlot,
+                                            int fileSlot, Brenvoka::SyncStates state,
+                                            const QString &error, const QString &url) const;
+
+    BVProgressDialog *renameDialog = nullptr;
+    BVProgressDialog *removeDialog = nullptr;
+    TransferDialog *transferDialog = nullptr;
+    QUuid sourceServer;
+    QUuid destinationServer;
+    QHostAddress sourceAddress;
+    QHostAddress destinationAddress;
+    QList<RenameEntry> renames;
+    QList<RemoveEntry> removals;
+    QList<VisualRef> transfers;
+    QStringList transferErrors;
+    bool aborted = false;
+};
