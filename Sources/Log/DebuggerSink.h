@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <spdlog/sinks/base_sink.h>
+
+#include <mutex>
+
+#ifdef _WIN32
+#include <windows.h>
+
+#include <algorithm>
+#include <array>
+#else
+#include <cstdio>
+#include <unistd.h>
+#endif
+
+namespace Zor {
+
+#ifdef _WIN32
+
+/// Shows each line in the debugger, as wide characters. A line that is too long is left out.
+template <typename Mutex>
+class msvc_wide_sink final : public spdlog::sinks::base_sink<Mutex>
+{
+protected:
+    void sink_it_(const spdlog::details::log_msg &message) override
+    {
+        spdlog::memory_buf_t text;
+        this->formatter_->format(message, text);
+        const int size = static_cast<int>(std::min(text.size(), maximumBytes));
+        const int length =
+            MultiByteToWideChar(CP_UTF8, 0, text.data(), size, wideText.data(), wideCapacity);
+        if (length < 1 || length >= wideCapacity)
+            return;
+        wideText[static_cast<std::size_t>(length)] = L'\n';
+        wideText[static_cast<std::size_t>(length) + 1] = L'\0';
+        OutputDebugStringW(wideText.data());
+    }
+
+    void flush_() override {}
+
+private:
+    static constexpr std::size_t maximumBytes = 16384;
+    static constexpr int wideCapacity = 16383;
+
+    // The longest line that is shown has 16382 characters, a line feed and the terminating zero.
+    std::array<wchar_t, wideCapacity + 1> wideText;
+};
+
+#else
+
+/// Shows each line on the terminal that the program was started from. Without a terminal it is
+/// silent: a pipe that nobody reads would block the worker, and with it the program.
+template <typename Mutex>
+class msvc_wide_sink final : public spdlog::sinks::base_sink<Mutex>
+{
+protected:
+    void sink_it_(const spdlog::details::log_msg &message) override
+    {
+        if (!onTerminal)
+            return;
+        spdlog::memory_buf_t text;
+        this->formatter_->format(message, text);
+        std::fwrite(text.data(), 1, text.size(), stderr);
+    }
+
+    void flush_() override {}
+
+private:
+    const bool onTerminal = isatty(STDERR_FILENO) != 0;
+};
+
+#endif
+
+using msvc_wide_sink_mt = msvc_wide_sink<std::mutex>;
+
+} // namespace Zor

@@ -1,0 +1,201 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Log/ZorLog.h"
+
+#include "Log/DebuggerSink.h"
+
+#include <boost/filesystem/operations.hpp>
+#include <spdlog/async_logger.h>
+#include <spdlog/details/os.h>
+#include <spdlog/details/thread_pool.h>
+#include <spdlog/sinks/basic_file_sink.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace Zor {
+
+namespace {
+
+namespace fs = boost::filesystem;
+using ThreadPool = spdlog::details::thread_pool;
+
+constexpr std::size_t queueSize = 4096;
+constexpr int startupPasses = 10001;
+constexpr int keptLogs = 9;
+
+std::shared_ptr<Log> theLog;
+
+/// Moves every kept log on by one number, so that the oldest is lost, and the last run's log to
+/// number 1. What can't be moved stays; the log is then appended to.
+void rotate(const fs::path &logFile)
+{
+    const fs::path history = logFile.parent_path() / "loghistory";
+    const auto numbered = [&logFile, &history](int number) {
+        const std::string extension = logFile.extension().string() + "." + std::to_string(number);
+        return (history / logFile.filename()).replace_extension(extension);
+    };
+
+    boost::system::error_code ignored;
+    fs::create_directories(history, ignored);
+    for (int number = keptLogs - 1; number >= 0; --number)
+        fs::rename(numbered(number), numbered(number + 1), ignored);
+    if (fs::status(logFile, ignored).type() == fs::regular_file)
+        fs::rename(logFile, numbered(1), ignored);
+}
+
+constexpr bool isControl(unsigned char character)
+{
+    return character < 0x20 || character == 0x7F;
+}
+
+/// The text with its control characters written out, so that one call stays one line.
+std::string escaped(std::string_view text)
+{
+    std::string result;
+    for (const char character : text) {
+        const auto code = static_cast<unsigned char>(character);
+        if (!isControl(code))
+            result += character;
+        else if (character == '\n')
+            result += "\\n";
+        else if (character == '\r')
+            result += "\\r";
+        else if (character == '\t')
+            result += "\\t";
+        else
+            fmt::format_to(std::back_inserter(result), "\\x{:02X}", code);
+    }
+    return result;
+}
+
+void write(spdlog::logger *logger, spdlog::level::level_enum level, const char *file, int line,
+           std::string_view text)
+{
+    if (!logger)
+        return;
+    if (std::ranges::any_of(text, isControl))
+        logger->log(level, "[{0}:{1}] {2}", file, line, escaped(text));
+    else
+        logger->log(level, "[{0}:{1}] {2}", file, line, text);
+}
+
+} // namespace
+
+Log::Log(const fs::path &logFile)
+{
+    rotate(logFile);
+    const std::shared_ptr<ThreadPool> worker = startWorker();
+    start(worker,
+          {std::make_shared<msvc_wide_sink_mt>(),
+           std::make_shared<spdlog::sinks::basic_file_sink_mt>(logFile.string())},
+          "[%Y-%m-%d %H:%M:%S T:%t]%v");
+}
+
+Log::Log()
+{
+    start(startWorker(), {std::make_shared<msvc_wide_sink_mt>()}, "[%Y-%m-%d %H:%M:%S %z][T:%t]%v");
+}
+
+Log::~Log() = default;
+
+void Log::init(const fs::path &logFile)
+{
+    theLog = std::make_shared<Log>(logFile);
+}
+
+void Log::release()
+{
+    theLog.reset();
+}
+
+std::shared_ptr<Log> Log::instance()
+{
+    return theLog;
+}
+
+void Log::debug(const char *file, int line, const char *text)
+{
+    write(logger.get(), spdlog::level::debug, file, line, text);
+}
+
+void Log::info(const char *file, int line, const char *text)
+{
+    write(logger.get(), spdlog::level::info, file, line, text);
+}
+
+void Log::error(const char *file, int line, const char *text)
+{
+    write(logger.get(), spdlog::level::err, file, line, text);
+}
+
+std::shared_ptr<ThreadPool> Log::startWorker()
+{
+    return std::make_shared<ThreadPool>(queueSize, 1, [this] {
+        asyncThreadId = static_cast<std::uint32_t>(spdlog::details::os::thread_id());
+    });
+}
+
+void Log::start(const std::shared_ptr<ThreadPool> &worker,
+                const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, const char *pattern)
+{
+    // The logger knows its worker only weakly. The worker goes first and empties the queue.
+    struct Machinery
+    {
+        std::shared_ptr<spdlog::async_logger> logger;
+        std::shared_ptr<ThreadPool> worker;
+    };
+    const auto machinery = std::make_shared<Machinery>();
+    machinery->logger = std::make_shared<spdlog::async_logger>(
+        std::string(), sinks.begin(), sinks.end(), worker, spdlog::async_overflow_policy::block);
+    machinery->worker = worker;
+    logger = std::shared_ptr<spdlog::logger>(machinery, machinery->logger.get());
+
+    logger->set_pattern(pattern);
+    logger->set_level(spdlog::level::trace);
+    // A timer of spdlog's would be one more thread; the worker can well afford a flush per line.
+    logger->flush_on(spdlog::level::trace);
+
+    for (int pass = 0; pass < startupPasses && asyncThreadId == 0; ++pass) {
+    }
+    if (asyncThreadId != 0) {
+        const std::string text =
+            "Async log thread started with thread id: " + std::to_string(asyncThreadId);
+        info("ZorLog", 216, text.c_str());
+    }
+}
+
+void logFormatted(Log::Entry entry, const char *path, int line, const char *format, ...)
+{
+    const std::shared_ptr<Log> log = Log::instance();
+    if (!log)
+        return;
+    const char *backslash = std::strrchr(path, '\\');
+    const char *file = backslash ? backslash + 1 : path;
+
+    std::array<char, 128> buffer;
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
+    va_end(arguments);
+
+    if (length < 0) {
+        log->error(file, line, "Error formatting the log line");
+    } else if (static_cast<std::size_t>(length) < buffer.size()) {
+        ((*log).*entry)(file, line, buffer.data());
+    } else {
+        std::vector<char> text(static_cast<std::size_t>(length) + 1);
+        va_start(arguments, format);
+        std::vsnprintf(text.data(), text.size(), format, arguments);
+        va_end(arguments);
+        ((*log).*entry)(file, line, text.data());
+    }
+}
+
+} // namespace Zor

@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Model/ApplicationModel.h"
+
+#include <QDir>
+#include <QSettings>
+#include <QStandardPaths>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString iconSizeKey = u"selectedIconSize"_s;
+const QString viewModeKey = u"selectedViewMode"_s;
+const QString warningLevelKey = u"warningLevel"_s;
+
+} // namespace
+
+QString settingsFilePath()
+{
+    const QDir directory(QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation));
+    return directory.filePath(u"settings.ini"_s);
+}
+
+void ApplicationModel::load()
+{
+    const QSettings settings(settingsFilePath(), QSettings::IniFormat);
+    selectedIconSize = settings.value(iconSizeKey, 1).toInt();
+    selectedViewMode = settings.value(viewModeKey, false).toBool();
+    warningLevel = settings.value(warningLevelKey, 0xFFFFFFFF).toUInt();
+}
+
+bool ApplicationModel::save()
+{
+    QSettings settings(settingsFilePath(), QSettings::IniFormat);
+    settings.clear();
+    settings.setValue(iconSizeKey, selectedIconSize);
+    settings.setValue(viewModeKey, selectedViewMode);
+    settings.setValue(warningLevelKey, warningLevel);
+    settings.sync();
+    return true;
+}

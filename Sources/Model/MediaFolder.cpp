@@ -1,0 +1,74 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Model/MediaFolder.h"
+
+#include "Model/JsonSlot.h"
+
+#include <QJsonArray>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int highestSlot = 256;
+constexpr qsizetype maximumFiles = 256;
+
+std::optional<QList<Visual>> filesFromJson(const QJsonArray &array)
+{
+    QList<Visual> files;
+    files.reserve(array.size());
+    for (const QJsonValue &element : array) {
+        Visual visual;
+        if (!element.isObject() || !visual.fromJson(element.toObject()))
+            return std::nullopt;
+        files.append(visual);
+    }
+    std::ranges::sort(files, {}, &Visual::hash);
+    return files;
+}
+
+} // namespace
+
+bool MediaFolder::fromJson(const QJsonObject &json)
+{
+    const QJsonValue jsonFiles = json["files"_L1];
+    const QJsonValue jsonName = json["name"_L1];
+    const std::optional<int> jsonSlot = slotFromJson(json["slot"_L1], highestSlot);
+    if (!jsonFiles.isArray() || !jsonName.isString() || !jsonSlot)
+        return false;
+
+    const QJsonArray array = jsonFiles.toArray();
+    if (array.size() > maximumFiles)
+        return false;
+    const std::optional<QList<Visual>> newFiles = filesFromJson(array);
+    if (!newFiles)
+        return false;
+
+    files = *newFiles;
+    name = jsonName.toString();
+    slot = *jsonSlot;
+    return true;
+}
+
+QJsonObject MediaFolder::toJson() const
+{
+    QJsonArray array;
+    for (const Visual &visual : files)
+        array.append(visual.toJson());
+    return {{u"name"_s, name}, {u"slot"_s, slot}, {u"files"_s, array}};
+}
+
+int MediaFolder::indexOfSlot(int wanted) const
+{
+    const auto found = std::ranges::find(files, wanted, &Visual::slot);
+    return found == files.end() ? -1 : static_cast<int>(found - files.begin());
+}
+
+bool MediaFolder::containsHash(const QString &wanted) const
+{
+    const auto found = std::ranges::lower_bound(files, wanted, {}, &Visual::hash);
+    return found != files.end() && found->hash == wanted;
+}

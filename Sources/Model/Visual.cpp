@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Model/Visual.h"
+
+#include "Model/JsonSlot.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+constexpr int highestSlot = 255;
+constexpr qsizetype hashLength = 32;
+} // namespace
+
+bool Visual::fromJson(const QJsonObject &json)
+{
+    const QJsonValue jsonHash = json["hash"_L1];
+    const QJsonValue jsonName = json["name"_L1];
+    const std::optional<int> jsonSlot = slotFromJson(json["slot"_L1], highestSlot);
+    if (!jsonHash.isString() || !jsonName.isString() || !jsonSlot)
+        return false;
+
+    const QString newHash = jsonHash.toString();
+    if (newHash.size() != hashLength)
+        return false;
+
+    hash = newHash;
+    name = jsonName.toString();
+    slot = *jsonSlot;
+    return true;
+}
+
+QJsonObject Visual::toJson() const
+{
+    return {{u"hash"_s, hash}, {u"name"_s, name}, {u"slot"_s, slot}};
+}

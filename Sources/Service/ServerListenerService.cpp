@@ -1,0 +1,159 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ServerListenerService.h"
+
+#include "Log/ZorLog.h"
+
+#include <QTimer>
+#include <QtEndian>
+
+#include <algorithm>
+#include <chrono>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr std::chrono::milliseconds pollInterval{250};
+constexpr qint64 silentTicks = 120;
+
+void startSocketLibrary()
+{
+#ifdef _WIN32
+    WSADATA data;
+    const int result = WSAStartup(MAKEWORD(2, 2), &data);
+    if (result == 0)
+        ZOR_LOG(info, "Winsock initialized");
+    else
+        ZOR_LOG(error, "WSAStartup failed: %d", result);
+#endif
+}
+
+} // namespace
+
+ServerListenerService::ServerListenerService(QObject *parent)
+    : QObject(parent)
+{
+    Discovery::init(socket);
+    startSocketLibrary();
+    Discovery::open(socket);
+
+    auto *timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this, &ServerListenerService::listServers);
+    timer->start(pollInterval);
+}
+
+ServerListenerService::~ServerListenerService()
+{
+    Discovery::close(socket);
+}
+
+void ServerListenerService::listServers()
+{
+    Discovery::resetTable(socket);
+    while (Discovery::poll(socket)) {
+    }
+    ++pollCount;
+
+    // A receiver may open a dialog, whose event loop brings the next tick in the midst of this one.
+    // So nothing that a tick changes is held across an emission.
+    Discovery::DiscoveredServer *table = nullptr;
+    std::size_t count = 0;
+    Discovery::servers(socket, table, count);
+    QList<Announcement> announcements;
+    for (const Discovery::DiscoveredServer &entry : std::span(table, count))
+        announcements.append(announcementFrom(entry));
+
+    for (const Announcement &announcement : std::as_const(announcements))
+        process(announcement);
+    expire();
+}
+
+ServerListenerService::Announcement
+ServerListenerService::announcementFrom(const Discovery::DiscoveredServer &entry)
+{
+    const QHostAddress address(ntohl(entry.source.sin_addr.s_addr));
+    const QHostAddress mask(qbswap(entry.netmask));
+    const QString subnet = address.toString() + u'/' + mask.toString();
+    const auto uuid = QByteArrayView(entry.uuid.data(), qsizetype(entry.uuid.size()));
+    const std::string_view name = Discovery::name(entry);
+    return {QUuid::fromRfc4122(uuid), address, QHostAddress::parseSubnet(subnet).second,
+            QString::fromUtf8(name.data(), qsizetype(name.size()))};
+}
+
+void ServerListenerService::process(const Announcement &announcement)
+{
+    const auto &[uuid, address, netmask, name] = announcement;
+    if (netmask == -1 || uuid.isNull())
+        return;
+
+    if (knownServers.contains(uuid)) {
+        noteConnection(announcement);
+        noteName(announcement);
+        return;
+    }
+    ZOR_LOG(info, "Found new server: %s | %s | %d | %s", qPrintable(uuid.toString()),
+            qPrintable(address.toString()), netmask, qUtf8Printable(name));
+    emit addServer(uuid, address, netmask, name);
+    knownServers.insert(uuid, {name, {{address, netmask, qint32(pollCount)}}});
+}
+
+void ServerListenerService::noteConnection(const Announcement &announcement)
+{
+    const auto &[uuid, address, netmask, name] = announcement;
+    KnownServer &server = knownServers[uuid];
+    const auto known = std::ranges::find(server.connections, address, &KnownConnection::address);
+    if (known != server.connections.end()) {
+        known->lastSeen = qint32(pollCount);
+        return;
+    }
+    server.connections.append({address, netmask, qint32(pollCount)});
+    ZOR_LOG(info, "Found new server connection: %s | %s | %d | %s", qPrintable(uuid.toString()),
+            qPrintable(address.toString()), netmask, qUtf8Printable(server.name));
+    emit addServerConnection(uuid, address, netmask);
+}
+
+void ServerListenerService::noteName(const Announcement &announcement)
+{
+    const auto server = knownServers.find(announcement.uuid);
+    if (server == knownServers.end() || server->name == announcement.name)
+        return;
+    server->name = announcement.name;
+    ZOR_LOG(info, "server name changed from %s to %s", qUtf8Printable(server->name),
+            qUtf8Printable(announcement.name));
+    emit serverNameChanged(announcement.uuid, announcement.name);
+}
+
+void ServerListenerService::expire()
+{
+    struct Loss
+    {
+        QUuid uuid;
+        QList<KnownConnection> connections;
+        bool whole = false;
+    };
+    QList<Loss> losses;
+    const auto silent = [this](const KnownConnection &connection) {
+        return pollCount - connection.lastSeen > silentTicks;
+    };
+
+    for (auto server = knownServers.begin(); server != knownServers.end();) {
+        QList<KnownConnection> &connections = server->connections;
+        Loss loss{server.key(), {}};
+        std::ranges::copy_if(std::as_const(connections), std::back_inserter(loss.connections),
+                             silent);
+        connections.removeIf(silent);
+        loss.whole = connections.isEmpty();
+        if (!loss.connections.isEmpty())
+            losses.append(loss);
+        server = loss.whole ? knownServers.erase(server) : std::next(server);
+    }
+
+    for (const Loss &loss : std::as_const(losses)) {
+        for (const KnownConnection &connection : loss.connections)
+            emit removeServerConnection(loss.uuid, connection.address, connection.netmask);
+        if (loss.whole)
+            emit removeServer(loss.uuid);
+    }
+}

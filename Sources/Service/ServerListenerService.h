@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Discovery/DiscoverySocket.h"
+
+#include <QHash>
+#include <QHostAddress>
+#include <QObject>
+#include <QUuid>
+
+/// Turns announcements on the network into servers and connections that come and go.
+///
+/// A server is one uuid; a connection is one of its interfaces, a source address with a netmask
+/// length in bits. Four times a second the socket is drained and compared with what is known. A
+/// connection goes on the 121st tick without an announcement, about 30 seconds after it was last
+/// heard; there is no other way out. A server comes with its first connection and goes with its
+/// last. In one tick everything that comes is told before everything that goes.
+///
+/// If the port can't be opened, nothing is ever heard, and nothing is reported.
+class ServerListenerService final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit ServerListenerService(QObject *parent = nullptr);
+    /// Tells nobody about servers that were still known.
+    ~ServerListenerService() override;
+
+signals:
+    /// A known server announced a different name.
+    void serverNameChanged(const QUuid &uuid, const QString &name);
+    /// First announcement of a server. Comes before the server is known here.
+    void addServer(const QUuid &uuid, const QHostAddress &ipAddress, int netmask,
+                   const QString &name);
+    /// A known server announced from another address.
+    void addServerConnection(const QUuid &uuid, const QHostAddress &ipAddress, int netmask);
+    /// A connection timed out. The netmask is the one it was added with.
+    void removeServerConnection(const QUuid &uuid, const QHostAddress &ipAddress, int netmask);
+    /// The last connection timed out; follows its `removeServerConnection`.
+    void removeServer(const QUuid &uuid);
+
+private slots:
+    void listServers();
+
+private:
+    struct KnownConnection
+    {
+        QHostAddress address;
+        int netmask = 0;
+        qint32 lastSeen = 0; ///< the value of `pollCount` at the last announcement
+    };
+
+    struct KnownServer
+    {
+        QString name;
+        QList<KnownConnection> connections;
+    };
+
+    struct Announcement
+    {
+        QUuid uuid;
+        QHostAddress address;
+        int netmask = 0;
+        QString name;
+    };
+
+    static Announcement announcementFrom(const Discovery::DiscoveredServer &entry);
+    void process(const Announcement &announcement);
+    void noteConnection(const Announcement &announcement);
+    void noteName(const Announcement &announcement);
+    void expire();
+
+    Discovery::DiscoverySocket socket;
+    QHash<QUuid, KnownServer> knownServers;
+    qint64 pollCount = 0;
+};

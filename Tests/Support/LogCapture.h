@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Log/ZorLog.h"
+
+#include <QFile>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <QTest>
+
+/// Runs the process-wide log into a file of its own for as long as it lives.
+class LogCapture final
+{
+public:
+    LogCapture() { Zor::Log::init(path().toStdString()); }
+    ~LogCapture() { Zor::Log::release(); }
+    Q_DISABLE_COPY_MOVE(LogCapture)
+
+    /// Everything logged so far, a line each, in the form "[Source:LINE] text": without the date,
+    /// the time and the thread. The log's own first line is left out.
+    [[nodiscard]] QStringList lines()
+    {
+        const QByteArray mark = "mark " + QByteArray::number(++marks);
+        Zor::Log::instance()->debug("LogCapture", 0, mark.constData());
+        const QString last = QStringLiteral("[LogCapture:0] ") + QString::fromUtf8(mark);
+        QStringList all;
+        if (!QTest::qWaitFor([&] { return (all = readLines()).endsWith(last); }, 10000))
+            QTest::qFail("The log did not reach its file", __FILE__, __LINE__);
+        all.removeIf([](const QString &line) {
+            return line.startsWith(QLatin1String("[LogCapture:0]")) ||
+                   line.startsWith(QLatin1String("[ZorLog:216]"));
+        });
+        return all;
+    }
+
+    /// The same without the source: only what was said.
+    [[nodiscard]] QStringList texts()
+    {
+        QStringList all = lines();
+        for (QString &line : all)
+            line.remove(0, line.indexOf(QLatin1String("] ")) + 2);
+        return all;
+    }
+
+    [[nodiscard]] QString path() const { return directory.filePath(QStringLiteral("test.log")); }
+
+private:
+    [[nodiscard]] QStringList readLines() const
+    {
+        QFile file(path());
+        QStringList all;
+        if (!file.open(QIODevice::ReadOnly))
+            return all;
+        while (file.canReadLine() || !file.atEnd()) {
+            const QString line = QString::fromUtf8(file.readLine()).chopped(1);
+            all.append(line.mid(line.indexOf(QLatin1Char(']')) + 1));
+        }
+        return all;
+    }
+
+    QTemporaryDir directory;
+    int marks = 0;
+};
