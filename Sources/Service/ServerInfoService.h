@@ -36,9 +36,12 @@ signals:
     /// folders, hash and protocol information filled in. A failure is told in the log alone.
     void receivedServer(const Server &server);
 
-private:
+private slots:
     void downloadFinished(QNetworkReply *reply);
-    void readLibrary(QNetworkReply *reply);
+
+private:
+    void readLibrary(QNetworkReply *reply, const ProtocolInfo &protocolInfo);
+    void closeDoor(QNetworkReply *reply);
 
     QNetworkAccessManager networkManager;
     QHash<QNetworkReply *, Server> pendingReplies;

@@ -13,7 +13,6 @@
 class QNetworkAccessManager;
 class QNetworkReply;
 struct MediaFolder;
-struct Visual;
 
 /// Gets the pictures of one folder of one server, from the process-wide QPixmapCache or over HTTP.
 ///
@@ -57,6 +56,9 @@ signals:
     /// The number of downloads that a load has started, 0 included.
     void increaseDownloadSize(int count);
 
+private slots:
+    void downloadFinished(QNetworkReply *reply);
+
 private:
     struct PendingThumbnail
     {
@@ -64,11 +66,11 @@ private:
         QString cacheKey;
     };
 
-    void downloadFinished(QNetworkReply *reply);
-    void requestThumbnail(int folderSlot, const Visual &visual, const QString &cacheKey);
+    void requestThumbnail(int folderSlot, int fileSlot, const QString &cacheKey);
     void storeThumbnail(QNetworkReply *reply, const PendingThumbnail &thumbnail);
     void storeFallback(QNetworkReply *reply, const PendingThumbnail &thumbnail);
-    void cancelDownloads();
+    /// Returns the number of the load that may follow: the `generation` that it has set.
+    quint64 cancelDownloads();
 
     QNetworkAccessManager *networkManager;
     QHash<QNetworkReply *, PendingThumbnail> pendingThumbnails;

@@ -1,0 +1,120 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ServerInfoService.h"
+
+#include "Log/ZorLog.h"
+#include "Service/JsonBody.h"
+#include "Service/Protocol.h"
+
+#include <QNetworkDiskCache>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <stdexcept>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr qint64 maximumCacheSize = 0x800000;
+
+std::bitset<1> featureListFromText(const QByteArray &text)
+{
+    // All of the text is judged here: a bitset looks only at as many characters as it has bits.
+    const auto isBit = [](char character) { return character == '0' || character == '1'; };
+    if (!std::all_of(text.cbegin(), text.cend(), isBit))
+        throw std::invalid_argument("invalid bitset<N> char");
+    return text.startsWith('1') ? 1 : 0;
+}
+
+ProtocolInfo protocolInfoFromHeaders(const QNetworkReply &reply)
+{
+    return {.protocolVersion = reply.rawHeader("X-BVProtocolVersion").toULongLong(nullptr, 10),
+            .featureList = featureListFromText(reply.rawHeader("X-BVFeatureList"))};
+}
+
+} // namespace
+
+ServerInfoService::ServerInfoService()
+{
+    auto *cache = new QNetworkDiskCache(this);
+    cache->setCacheDirectory(QStandardPaths::writableLocation(QStandardPaths::CacheLocation) +
+                             "serverInfo"_L1);
+    cache->setMaximumCacheSize(maximumCacheSize);
+    networkManager.setCache(cache);
+    networkManager.setProxy(QNetworkProxy::NoProxy);
+    networkManager.setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+    connect(&networkManager, &QNetworkAccessManager::finished, this,
+            &ServerInfoService::downloadFinished);
+}
+
+void ServerInfoService::requestLibrary(const Server &server)
+{
+    for (Server &pending : pendingReplies) {
+        if (pending.uuid == server.uuid) {
+            pending = server;
+            return;
+        }
+    }
+    if (closedDoors.contains(server.uuid))
+        return;
+    const QUrl url = Protocol::libraryUrl(server.connections.constFirst().first);
+    ZOR_LOG(info, "Downloading server info from: %s", qUtf8Printable(url.toString()));
+    pendingReplies.insert(networkManager.get(QNetworkRequest(url)), server);
+}
+
+void ServerInfoService::downloadFinished(QNetworkReply *reply)
+{
+    reply->deleteLater();
+    if (!pendingReplies.contains(reply)) {
+        ZOR_LOG(error, "Reply was not found for server info");
+        return;
+    }
+    const QString url = reply->request().url().toString();
+    if (reply->error() != QNetworkReply::NoError) {
+        ZOR_LOG(error, "Failed to download server info from %s error: %s", qUtf8Printable(url),
+                qUtf8Printable(reply->errorString()));
+        closeDoor(reply);
+        return;
+    }
+    ZOR_LOG(info, "Downloaded server info from: %s", qUtf8Printable(url));
+
+    ProtocolInfo protocolInfo;
+    try {
+        protocolInfo = protocolInfoFromHeaders(*reply);
+    } catch (const std::invalid_argument &exception) {
+        ZOR_LOG(error, "Discarding library.json from server %s for malformed feature list: %s",
+                qUtf8Printable(pendingReplies.value(reply).name), exception.what());
+        closeDoor(reply);
+        return;
+    }
+    readLibrary(reply, protocolInfo);
+    pendingReplies.remove(reply);
+}
+
+void ServerInfoService::readLibrary(QNetworkReply *reply, const ProtocolInfo &protocolInfo)
+{
+    Server &server = pendingReplies[reply];
+    if (protocolInfo.protocolVersion == 0) {
+        ZOR_LOG(error, "Discarding library.json from server %s for unsupported version",
+                qUtf8Printable(server.name));
+        return;
+    }
+    if (!server.fromJson(jsonObjectFromBody(reply->readAll()))) {
+        ZOR_LOG(error, "Error while parsing library.json from server %s",
+                qUtf8Printable(server.name));
+        return;
+    }
+    server.protocolInfo = protocolInfo;
+    // A copy: a receiver may ask for other libraries, and the table then moves its entries.
+    const Server complete = server;
+    emit receivedServer(complete);
+}
+
+void ServerInfoService::closeDoor(QNetworkReply *reply)
+{
+    closedDoors.insert(pendingReplies.take(reply).uuid);
+}

@@ -1,0 +1,139 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ThumbnailService.h"
+
+#include "Log/ZorLog.h"
+#include "Model/MediaFolder.h"
+#include "Service/Protocol.h"
+
+#include <QImageReader>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QPixmapCache>
+
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int slotCount = 256;
+
+QByteArray encodedUrl(const QNetworkReply &reply)
+{
+    return reply.request().url().toEncoded();
+}
+
+} // namespace
+
+ThumbnailService::ThumbnailService(QSize size, QNetworkAccessManager *manager)
+    : networkManager(manager)
+    , thumbnailSize(size)
+{
+    qRegisterMetaType<MediaFolder>("MediaFolder");
+    connect(networkManager, &QNetworkAccessManager::finished, this,
+            &ThumbnailService::downloadFinished);
+}
+
+const QPixmap &ThumbnailService::noThumbnailPixmap()
+{
+    // Never destroyed: a pixmap must not outlive the application object.
+    static const auto *const pixmap = new QPixmap(u":/icons/Bin/bitmap/icons/no_thumbnail.png"_s);
+    return *pixmap;
+}
+
+void ThumbnailService::loadThumbnails(const MediaFolder &folder, int mediaFolderIndex,
+                                      const QHostAddress &serverIp)
+{
+    folderIndex = mediaFolderIndex;
+    fileCount = folder.files.size();
+    const quint64 load = cancelDownloads();
+    if (load != generation)
+        return;
+    serverAddress = serverIp;
+    pixmaps.resize(slotCount);
+    for (const Visual &visual : folder.files) {
+        const QString cacheKey = u"thumbnail+"_s + visual.hash;
+        if (!QPixmapCache::find(cacheKey, &pixmaps[visual.slot]))
+            requestThumbnail(folder.slot, visual.slot, cacheKey);
+    }
+    emit increaseDownloadSize(static_cast<int>(pendingThumbnails.size()));
+    if (load == generation && pendingThumbnails.isEmpty())
+        emit finished(folderIndex, QList<QPixmap>(pixmaps));
+}
+
+void ThumbnailService::requestThumbnail(int folderSlot, int fileSlot, const QString &cacheKey)
+{
+    QNetworkRequest request(Protocol::thumbnailUrl(serverAddress, folderSlot, fileSlot));
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
+                         QNetworkRequest::ManualRedirectPolicy);
+    ZOR_LOG(info, "Downloading thumbnail from: %s", request.url().toEncoded().constData());
+    pendingThumbnails.insert(networkManager->get(request), {fileSlot, cacheKey});
+}
+
+void ThumbnailService::abort()
+{
+    ZOR_LOG(info, "Abort thumbnail download");
+    cancelDownloads();
+    emit aborted();
+}
+
+quint64 ThumbnailService::cancelDownloads()
+{
+    const quint64 load = ++generation;
+    // The table is emptied first: a reply that ends inside `abort` must find no entry.
+    const auto old = std::exchange(pendingThumbnails, {});
+    for (auto entry = old.cbegin(); entry != old.cend(); ++entry) {
+        entry.key()->abort();
+        entry.key()->deleteLater();
+    }
+    if (load == generation)
+        pixmaps.resize(0);
+    return load;
+}
+
+void ThumbnailService::downloadFinished(QNetworkReply *reply)
+{
+    ZOR_LOG(info, "Download finished for thumbnail from: %s", encodedUrl(*reply).constData());
+    emit progress();
+    // Asked for only now: a receiver of `progress` may have replaced the load.
+    if (pendingThumbnails.contains(reply)) {
+        const PendingThumbnail thumbnail = pendingThumbnails.value(reply);
+        if (reply->error() == QNetworkReply::NoError)
+            storeThumbnail(reply, thumbnail);
+        else
+            storeFallback(reply, thumbnail);
+        pendingThumbnails.remove(reply);
+    }
+    reply->deleteLater();
+}
+
+void ThumbnailService::storeThumbnail(QNetworkReply *reply, const PendingThumbnail &thumbnail)
+{
+    ZOR_LOG(info, "Downloaded was a success");
+    QImageReader reader(reply);
+    reader.setAutoTransform(true);
+    QPixmap pixmap = QPixmap::fromImage(reader.read());
+    if (!pixmap.isNull())
+        pixmap = pixmap.scaled(thumbnailSize, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+    if (!QPixmapCache::insert(thumbnail.cacheKey, pixmap))
+        ZOR_LOG(info, "Failed to add %s thumbnail to cache", qUtf8Printable(thumbnail.cacheKey));
+    pixmaps[thumbnail.slot] = pixmap;
+    if (pendingThumbnails.size() > 1)
+        return;
+    const quint64 load = generation;
+    emit finished(folderIndex, QList<QPixmap>(pixmaps));
+    if (load == generation)
+        pixmaps.resize(0);
+}
+
+void ThumbnailService::storeFallback(QNetworkReply *reply, const PendingThumbnail &thumbnail)
+{
+    ZOR_LOG(error, "Error while getting thumbnail: %s for: %s",
+            qUtf8Printable(reply->errorString()), encodedUrl(*reply).constData());
+    const quint64 load = generation;
+    emit error(thumbnail.slot, serverAddress);
+    if (load == generation)
+        pixmaps[thumbnail.slot] = noThumbnailPixmap();
+}

@@ -1,0 +1,355 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ThumbnailService.h"
+
+#include "Model/MediaFolder.h"
+#include "Support/LogCapture.h"
+#include "Support/WireServer.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QImageReader>
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QNetworkReply>
+#include <QPixmapCache>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QByteArray thumbnails = "/brenvoka/thumbnails/";
+
+QByteArray picture(QSize size, const QColor &color, const char *format = "PNG")
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(color);
+    QBuffer buffer;
+    image.save(&buffer, format);
+    return buffer.data();
+}
+
+QColor colorOf(const QPixmap &pixmap)
+{
+    return pixmap.toImage().pixelColor(5, 5);
+}
+
+/// A folder with slot 3 whose visuals have the given slots, and as hashes the given texts.
+MediaFolder folderOf(const QList<QPair<int, QString>> &visuals)
+{
+    MediaFolder folder;
+    folder.slot = 3;
+    for (const auto &[slot, hash] : visuals) {
+        Visual visual;
+        visual.slot = slot;
+        visual.hash = hash;
+        folder.files.append(visual);
+    }
+    return folder;
+}
+
+/// One service and what it says.
+struct Listener
+{
+    explicit Listener(QNetworkAccessManager *manager)
+        : service({128, 96}, manager)
+    {
+    }
+
+    [[nodiscard]] QList<QPixmap> pixmaps() const
+    {
+        return finished.constLast().at(1).value<QList<QPixmap>>();
+    }
+
+    ThumbnailService service;
+    QSignalSpy finished{&service, &ThumbnailService::finished};
+    QSignalSpy progress{&service, &ThumbnailService::progress};
+    QSignalSpy error{&service, &ThumbnailService::error};
+    QSignalSpy aborted{&service, &ThumbnailService::aborted};
+    QSignalSpy downloads{&service, &ThumbnailService::increaseDownloadSize};
+};
+
+} // namespace
+
+/// Loads of single folders by one service.
+class tst_ThumbnailService : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        QPixmapCache::clear();
+        QPixmapCache::setCacheLimit(40960);
+        peer = std::make_unique<WireServer>(u"127.30.2.1"_s);
+        manager = std::make_unique<QNetworkAccessManager>();
+        manager->setProxy(QNetworkProxy::NoProxy);
+        a = std::make_unique<Listener>(manager.get());
+    }
+
+    void cleanup()
+    {
+        a.reset();
+        manager.reset();
+        peer.reset();
+    }
+
+    void requestIsAPlainGet()
+    {
+        load(*a, {{17, u"x"_s}});
+        QVERIFY(peer->waitForRequests(1));
+        QFile wire(QStringLiteral(BRENVOKA_WIRE_DIR "/thumbnail-folder-3-slot-17.http"));
+        QVERIFY(wire.open(QIODevice::ReadOnly));
+        QVERIFY(peer->requests().constFirst().head.startsWith(wire.readLine()));
+        QVERIFY(peer->requests().constFirst().body.isEmpty());
+    }
+
+    void emptyFolderIsFinishedAtOnce()
+    {
+        load(*a, {}, 42);
+        QCOMPARE(a->downloads.size(), 1);
+        QCOMPARE(a->downloads.constFirst().constFirst().toInt(), 0);
+        QCOMPARE(a->finished.size(), 1);
+        QCOMPARE(a->finished.constFirst().constFirst().toInt(), 42);
+        QCOMPARE(a->pixmaps().size(), 256);
+        for (const QPixmap &pixmap : a->pixmaps())
+            QVERIFY(pixmap.isNull());
+        QCOMPARE(a->progress.size(), 0);
+    }
+
+    void cachedFolderIsFinishedAtOnce()
+    {
+        peer->on(thumbnails, [](const WireRequest &request) {
+            const bool first = request.path().endsWith("/0.png");
+            request.answer(picture({10, 10}, first ? Qt::red : Qt::blue));
+        });
+        const QList<QPair<int, QString>> visuals = {{0, u"x"_s}, {255, u"y"_s}};
+        load(*a, visuals);
+        QTRY_COMPARE(a->finished.size(), 1);
+        QCOMPARE(a->downloads.constLast().constFirst().toInt(), 2);
+        QCOMPARE(a->progress.size(), 2);
+
+        load(*a, visuals, 7);
+        QCOMPARE(a->finished.size(), 2);
+        QCOMPARE(a->finished.constLast().constFirst().toInt(), 7);
+        QCOMPARE(a->downloads.constLast().constFirst().toInt(), 0);
+        QCOMPARE(a->progress.size(), 2);
+        QCOMPARE(peer->requests().size(), 2);
+        QCOMPARE(a->pixmaps().size(), 256);
+        QCOMPARE(colorOf(a->pixmaps().at(0)), QColor(Qt::red));
+        QCOMPARE(colorOf(a->pixmaps().at(255)), QColor(Qt::blue));
+        QVERIFY(a->pixmaps().at(1).isNull());
+    }
+
+    void cacheIsKeyedByContent()
+    {
+        QPixmap pixmap(128, 96);
+        pixmap.fill(Qt::green);
+        QPixmapCache::insert(u"thumbnail+x"_s, pixmap);
+        load(*a, {{1, u"x"_s}, {200, u"x"_s}});
+        QCOMPARE(a->finished.size(), 1);
+        QCOMPARE(colorOf(a->pixmaps().at(1)), QColor(Qt::green));
+        QCOMPARE(colorOf(a->pixmaps().at(200)), QColor(Qt::green));
+    }
+
+    void sameContentInTwoSlotsIsRequestedTwice()
+    {
+        peer->answer(thumbnails, picture({10, 10}, Qt::red));
+        load(*a, {{1, u"x"_s}, {2, u"x"_s}});
+        QTRY_COMPARE(a->finished.size(), 1);
+        QCOMPARE(a->downloads.constFirst().constFirst().toInt(), 2);
+        QCOMPARE(peer->requests().size(), 2);
+        QCOMPARE(a->pixmaps().at(1).size(), QSize(128, 96));
+        QCOMPARE(a->pixmaps().at(2).size(), QSize(128, 96));
+        QVERIFY(QPixmapCache::find(u"thumbnail+x"_s, nullptr));
+    }
+
+    void anyProportionsComeOutAt128By96_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QByteArray>("format");
+        QTest::newRow("one pixel") << QSize(1, 1) << QByteArray("PNG");
+        QTest::newRow("tall") << QSize(3, 500) << QByteArray("PNG");
+        QTest::newRow("wide") << QSize(999, 2) << QByteArray("PNG");
+        QTest::newRow("right") << QSize(128, 96) << QByteArray("PNG");
+        QTest::newRow("JPEG") << QSize(640, 480) << QByteArray("JPG");
+        QTest::newRow("BMP") << QSize(64, 48) << QByteArray("BMP");
+    }
+
+    void anyProportionsComeOutAt128By96()
+    {
+        QFETCH(QSize, size);
+        QFETCH(QByteArray, format);
+        peer->answer(thumbnails, picture(size, Qt::white, format.constData()));
+        load(*a, {{9, u"x"_s}});
+        QTRY_COMPARE(a->finished.size(), 1);
+        QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
+        QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
+    }
+
+    void repliesMayEndInAnyOrder()
+    {
+        load(*a, {{0, u"r"_s}, {1, u"g"_s}, {2, u"b"_s}});
+        QVERIFY(peer->waitForRequests(3));
+        const QList<QColor> colors = {Qt::red, Qt::green, Qt::blue};
+        for (int slot : {2, 0, 1}) {
+            const QByteArray path = "/brenvoka/thumbnails/3/" + QByteArray::number(slot) + ".png";
+            peer->requests(path).constFirst().answer(picture({4, 4}, colors.at(slot)));
+            QTRY_COMPARE(a->progress.size(), slot == 2 ? 1 : slot + 2);
+        }
+        QTRY_COMPARE(a->finished.size(), 1);
+        for (int slot = 0; slot < 3; ++slot)
+            QCOMPARE(colorOf(a->pixmaps().at(slot)), colors.at(slot));
+    }
+
+    void bodyThatIsNoImageShowsEmptyAndIsCached_data()
+    {
+        QTest::addColumn<QByteArray>("response");
+        QTest::newRow("text") << Wire::response("no picture at all");
+        QTest::newRow("empty") << Wire::response({});
+        QTest::newRow("redirect") << Wire::response({}, "Location: /else.png\r\n", "302 Found");
+    }
+
+    void bodyThatIsNoImageShowsEmptyAndIsCached()
+    {
+        QFETCH(QByteArray, response);
+        QTest::failOnWarning(QRegularExpression(u".*"_s));
+        peer->on(thumbnails, [response](const WireRequest &request) { request.send(response); });
+        load(*a, {{9, u"x"_s}});
+        QTRY_COMPARE(a->finished.size(), 1);
+        QVERIFY(a->pixmaps().at(9).isNull());
+        QCOMPARE(a->error.size(), 0);
+
+        load(*a, {{9, u"x"_s}});
+        QCOMPARE(a->finished.size(), 2);
+        QVERIFY(a->pixmaps().at(9).isNull());
+        QCOMPARE(peer->requests().size(), 1);
+    }
+
+    void pictureBeyondTheMemoryLimitIsNoImage()
+    {
+        // An empty picture of 20,000 by 20,000 pixels: 1.6 GB if it were unpacked.
+        QImage huge(20000, 20000, QImage::Format_Mono);
+        huge.fill(0);
+        QBuffer buffer;
+        QVERIFY(huge.save(&buffer, "PNG"));
+        peer->answer(thumbnails, buffer.data());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"exceeds the current allocation"_s));
+        QImageReader::setAllocationLimit(16);
+        load(*a, {{9, u"x"_s}});
+        QTRY_COMPARE(a->finished.size(), 1);
+        QVERIFY(a->pixmaps().at(9).isNull());
+    }
+
+    void failedDownloadGetsTheFallbackWhenALaterOneSucceeds()
+    {
+        LogCapture log;
+        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
+        QVERIFY(peer->waitForRequests(2));
+        peer->requests("/brenvoka/thumbnails/3/1.png").constFirst().answer({}, {}, "404 Not Found");
+        QTRY_COMPARE(a->error.size(), 1);
+        QCOMPARE(a->error.constFirst().at(0).toInt(), 1);
+        QCOMPARE(a->error.constFirst().at(1).value<QHostAddress>(), peer->address());
+        QCOMPARE(a->finished.size(), 0);
+        QCOMPARE(log.texts()
+                     .filter(QRegularExpression(
+                         u"^Error while getting thumbnail: .+ for: http://127\\.30\\.2\\.1:4567/"
+                         "brenvoka/thumbnails/3/1\\.png\\?ver=281474976710656$"_s))
+                     .size(),
+                 1);
+
+        peer->requests("/brenvoka/thumbnails/3/2.png")
+            .constFirst()
+            .answer(picture({4, 4}, Qt::red));
+        QTRY_COMPARE(a->finished.size(), 1);
+        QVERIFY(!ThumbnailService::noThumbnailPixmap().isNull());
+        QCOMPARE(a->pixmaps().at(1).toImage(), ThumbnailService::noThumbnailPixmap().toImage());
+        QCOMPARE(colorOf(a->pixmaps().at(2)), QColor(Qt::red));
+        QVERIFY(!QPixmapCache::find(u"thumbnail+x"_s, nullptr));
+    }
+
+    void loadWhoseLastReplyFailsIsNeverFinished()
+    {
+        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
+        QVERIFY(peer->waitForRequests(2));
+        peer->requests().at(0).answer(picture({4, 4}, Qt::red));
+        QTRY_COMPARE(a->progress.size(), 1);
+        peer->requests().at(1).answer({}, {}, "500 Oops");
+        QTRY_COMPARE(a->error.size(), 1);
+        QTRY_COMPARE(a->progress.size(), 2);
+        QCOMPARE(a->finished.size(), 0);
+
+        // The next load starts afresh.
+        load(*a, {});
+        QCOMPARE(a->finished.size(), 1);
+        QVERIFY(a->pixmaps().at(1).isNull() && a->pixmaps().at(2).isNull());
+    }
+
+    void pictureThatTheCacheRefusesIsUsedAllTheSame()
+    {
+        LogCapture log;
+        QPixmapCache::setCacheLimit(1);
+        peer->answer(thumbnails, picture({4, 4}, Qt::red));
+        for (int i = 1; i <= 2; ++i) {
+            load(*a, {{5, u"abc"_s}});
+            QTRY_COMPARE(a->finished.size(), i);
+            QCOMPARE(colorOf(a->pixmaps().at(5)), QColor(Qt::red));
+        }
+        QCOMPARE(peer->requests().size(), 2);
+        QCOMPARE(log.texts().count(u"Failed to add thumbnail+abc thumbnail to cache"_s), 2);
+    }
+
+    void abortWithNothingRunning()
+    {
+        LogCapture log;
+        a->service.abort();
+        QCOMPARE(a->aborted.size(), 1);
+        QCOMPARE(a->progress.size(), 0);
+        QVERIFY(log.texts().contains(u"Abort thumbnail download"_s));
+    }
+
+    void abortEndsTheLoad()
+    {
+        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
+        QVERIFY(peer->waitForRequests(2));
+        a->service.abort();
+        QCOMPARE(a->aborted.size(), 1);
+        QCOMPARE(a->progress.size(), 2);
+        QCOMPARE(a->error.size(), 0);
+        QTRY_COMPARE(peer->openConnections(), 0);
+        QCOMPARE(a->finished.size(), 0);
+    }
+
+    void newLoadReplacesTheRunningOne()
+    {
+        load(*a, {{1, u"x"_s}, {2, u"y"_s}}, 1);
+        QVERIFY(peer->waitForRequests(2));
+        peer->answer(thumbnails, picture({4, 4}, Qt::blue));
+        load(*a, {{3, u"z"_s}}, 2);
+        QCOMPARE(a->progress.size(), 2);
+        QTRY_COMPARE(a->finished.size(), 1);
+        QCOMPARE(a->aborted.size(), 0);
+        QCOMPARE(a->error.size(), 0);
+        QCOMPARE(a->progress.size(), 3);
+        QCOMPARE(a->finished.constFirst().constFirst().toInt(), 2);
+        QVERIFY(a->pixmaps().at(1).isNull());
+        QCOMPARE(colorOf(a->pixmaps().at(3)), QColor(Qt::blue));
+    }
+
+private:
+    void load(Listener &listener, const QList<QPair<int, QString>> &visuals, int index = 0)
+    {
+        listener.service.loadThumbnails(folderOf(visuals), index, peer->address());
+    }
+
+    std::unique_ptr<WireServer> peer;
+    std::unique_ptr<QNetworkAccessManager> manager;
+    std::unique_ptr<Listener> a;
+};
+
+QTEST_MAIN(tst_ThumbnailService)
+#include "tst_ThumbnailService.moc"
