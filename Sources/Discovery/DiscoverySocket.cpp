@@ -23,7 +23,6 @@ namespace {
 
 #ifdef _WIN32
 
-using Length = int;
 constexpr int invalidHandle = -1;
 constexpr int messageTooLong = WSAEMSGSIZE;
 
@@ -48,6 +47,14 @@ void closeHandle(int handle)
     ::closesocket(static_cast<SOCKET>(handle));
 }
 
+int receive(int handle, std::span<std::uint8_t> buffer, sockaddr_in &source)
+{
+    int length = sizeof source;
+    return ::recvfrom(static_cast<SOCKET>(handle), reinterpret_cast<char *>(buffer.data()),
+                      static_cast<int>(buffer.size()), 0, reinterpret_cast<sockaddr *>(&source),
+                      &length);
+}
+
 bool makeNonBlocking(int handle)
 {
     u_long on = 1;
@@ -56,7 +63,6 @@ bool makeNonBlocking(int handle)
 
 #else
 
-using Length = socklen_t;
 constexpr int invalidHandle = -1;
 constexpr int messageTooLong = EMSGSIZE;
 
@@ -84,6 +90,13 @@ int createSocket()
     const int duplicate = ::fcntl(handle, F_DUPFD_CLOEXEC, 1);
     closeHandle(handle);
     return duplicate;
+}
+
+int receive(int handle, std::span<std::uint8_t> buffer, sockaddr_in &source)
+{
+    socklen_t length = sizeof source;
+    return static_cast<int>(::recvfrom(handle, buffer.data(), buffer.size(), 0,
+                                       reinterpret_cast<sockaddr *>(&source), &length));
 }
 
 bool makeNonBlocking(int handle)
@@ -200,10 +213,7 @@ bool poll(DiscoverySocket &socket)
     // One byte more than is taken: systems that cut a datagram in silence show the longer one so.
     std::array<std::uint8_t, maximumDatagram + 1> buffer;
     sockaddr_in source{};
-    Length sourceLength = sizeof source;
-    const auto length =
-        ::recvfrom(socket.socket, reinterpret_cast<char *>(buffer.data()), buffer.size(), 0,
-                   reinterpret_cast<sockaddr *>(&source), &sourceLength);
+    const int length = receive(socket.socket, buffer, source);
     if (length < 0) {
         if (const int error = systemError(); !wouldBlock(error))
             record(socket, ReceiveFailed, error);
