@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Model/VisualRef.h"
+
+#include <QByteArray>
+
+class QHostAddress;
+
+/// The form bodies of the five commands, type "application/x-www-form-urlencoded".
+///
+/// They are the exact bytes of QUrlQuery: a blank in a folder's name becomes "%20", a "&" or "#"
+/// "%26" or "%23", while a "+" and a "%20" that stand in a name go out unchanged, and so do the
+/// ":" and "/" of the source's address.
+namespace CommandBodies {
+
+/// Type 1: the server shall fetch the visual in this slot from the server at `source`.
+[[nodiscard]] QByteArray sync(const QHostAddress &source, const VisualRef &visual);
+/// Type 2: remove the visual in this slot.
+[[nodiscard]] QByteArray remove(const VisualRef &visual);
+/// Type 3: move a visual to another slot of its folder.
+[[nodiscard]] QByteArray move(int folderSlot, int fromSlot, int toSlot);
+/// Type 4: cancel all transfers.
+[[nodiscard]] QByteArray cancelSyncs();
+/// Type 5: give a folder another name.
+[[nodiscard]] QByteArray rename(const FolderRename &rename);
+
+} // namespace CommandBodies

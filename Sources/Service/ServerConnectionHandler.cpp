@@ -1,0 +1,233 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ServerConnectionHandler.h"
+
+#include "Log/ZorLog.h"
+#include "Service/Protocol.h"
+#include "Service/ServerRequest.h"
+#include "Service/StreamFraming.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QNetworkProxy>
+
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+ServerConnectionHandler::ServerConnectionHandler(const QHostAddress &serverAddress,
+                                                 const QUuid &serverUuid, QObject *parent)
+    : QObject(parent)
+    , address(serverAddress)
+    , uuid(serverUuid)
+    , commands(Protocol::executeUrl(serverAddress))
+    , deletionDelay(this)
+{
+    networkManager.setProxy(QNetworkProxy::NoProxy);
+    connect(&networkManager, &QNetworkAccessManager::finished, this,
+            &ServerConnectionHandler::connectionTerminated);
+
+    const QUrl url = Protocol::notifierUrl(address);
+    ZOR_LOG(info, "Connecting to notification stream of server : %s", qPrintable(url.toString()));
+    streamReply = networkManager.get(serverRequest(url));
+    if (streamReply != nullptr) {
+        connect(streamReply, &QNetworkReply::readyRead, this, &ServerConnectionHandler::canRead);
+    }
+}
+
+bool ServerConnectionHandler::event(QEvent *event)
+{
+    return deletionDelay.postpones(event) || QObject::event(event);
+}
+
+// abort() ends a reply before it returns, that is, it runs connectionTerminated.
+void ServerConnectionHandler::stop()
+{
+    const DeletionDelay::Scope scope(deletionDelay);
+    closing = true;
+    commands.clear();
+    waitingMessages.clear();
+    if (streamReply != nullptr) {
+        streamReply->abort();
+        if (streamReply != nullptr) {
+            deletionDelay.release(streamReply);
+        }
+    }
+    for (const auto &[folderSlot, fileSlot] : std::exchange(removeQueue, {})) {
+        emit handlerRemoveFinished(uuid, folderSlot, fileSlot);
+    }
+    if (removeInFlight.reply != nullptr) {
+        std::exchange(removeInFlight, {}).reply->abort();
+    }
+    if (moveInFlight.reply != nullptr) {
+        std::exchange(moveInFlight, {}).reply->abort();
+    }
+    cancelUpload();
+}
+
+void ServerConnectionHandler::canRead()
+{
+    const DeletionDelay::Scope scope(deletionDelay);
+    if (streamReply == nullptr) {
+        return;
+    }
+    if (!std::exchange(connectedEmitted, true)) {
+        emit handlerServerConnected(uuid, address);
+    }
+    if (streamReply != nullptr) {
+        waitingMessages += StreamFraming::takeDocuments(receiveBuffer, streamReply->readAll());
+        handleWaitingMessages();
+    }
+}
+
+// A receiver's own event loop may enter this again: it then goes on where the outer call stands.
+void ServerConnectionHandler::handleWaitingMessages()
+{
+    while (!waitingMessages.isEmpty()) {
+        handleMessage(waitingMessages.takeFirst());
+    }
+}
+
+void ServerConnectionHandler::handleMessage(const QJsonDocument &document)
+{
+    const QJsonObject message = document.object();
+    switch (message["msg_type"_L1].toInt(0)) {
+    case 0:
+        transfersListed(message["active_transfers"_L1].toArray());
+        break;
+    case 1:
+        transferStarted(message["sync"_L1].toObject());
+        break;
+    case 2:
+        transferProgress(message["sync"_L1].toObject());
+        break;
+    case 3:
+        transferFinished(message["sync"_L1].toObject());
+        break;
+    case 4:
+        disconnectReason = Brenvoka::DisconnectServerShutdown;
+        break;
+    case 5:
+        serverStats(message);
+        break;
+    case 6:
+        emit connectedServerLibraryChanged(address, uuid);
+        break;
+    default:
+        break;
+    }
+}
+
+void ServerConnectionHandler::transfersListed(const QJsonArray &transfers)
+{
+    for (const QJsonValue &transfer : transfers) {
+        if (transfer.isObject() && !closing) {
+            transferStarted(transfer.toObject());
+        }
+    }
+}
+
+void ServerConnectionHandler::transferStarted(const QJsonObject &sync)
+{
+    const QUuid id(sync["ID"_L1].toString());
+    if (id.isNull()) {
+        return;
+    }
+    ActiveTransfer transfer;
+    transfer.state = sync["STATUS"_L1].toInt(0);
+    transfer.folderSlot = sync["FLDIDX"_L1].toInt(0);
+    transfer.fileSlot = sync["VISIDX"_L1].toInt(0);
+    transfer.sourceServer = sync["SERVER"_L1].toString();
+    activeTransfers.insert(id, transfer);
+    ZOR_LOG(info, "Sync started folder %d visual %d", transfer.folderSlot, transfer.fileSlot);
+    emit handlerSyncProgressUpdate(uuid, transfer.folderSlot, transfer.fileSlot, 0,
+                                   Brenvoka::SyncQueued);
+}
+
+void ServerConnectionHandler::transferProgress(const QJsonObject &sync)
+{
+    const QUuid id(sync["ID"_L1].toString());
+    const auto entry = activeTransfers.find(id);
+    if (id.isNull() || entry == activeTransfers.end()) {
+        return;
+    }
+    entry->state = sync["STATUS"_L1].toInt(0);
+    entry->progressPercent = sync["CPERCENT"_L1].toInt(0);
+    entry->speedBps = sync["SPEEDBPS"_L1].toInt(0);
+    emit handlerSyncProgressUpdate(uuid, entry->folderSlot, entry->fileSlot, entry->progressPercent,
+                                   static_cast<Brenvoka::SyncStates>(entry->state));
+}
+
+void ServerConnectionHandler::transferFinished(const QJsonObject &sync)
+{
+    const QUuid id(sync["ID"_L1].toString());
+    if (id.isNull() || !activeTransfers.contains(id)) {
+        return;
+    }
+    const int state = sync["STATUS"_L1].toInt(0);
+    const int folderSlot = sync["FLDIDX"_L1].toInt(0);
+    const int fileSlot = sync["VISIDX"_L1].toInt(0);
+    switch (state) {
+    case Brenvoka::SyncFinished:
+        ZOR_LOG(info, "Sync finished %d visual %d progress %d", folderSlot, fileSlot, 100);
+        emit handlerSyncRequestFinished(uuid, folderSlot, fileSlot);
+        break;
+    case Brenvoka::SyncCanceling:
+    case Brenvoka::SyncCanceled:
+        break;
+    default:
+        emit handlerSyncError(uuid, folderSlot, fileSlot, static_cast<Brenvoka::SyncStates>(state),
+                              sync["ERROR"_L1].toString(), sync["SERVER"_L1].toString());
+        break;
+    }
+    if (activeTransfers.remove(id) && activeTransfers.isEmpty() && !closing) {
+        emit handlerSyncOperationFinished(uuid);
+    }
+}
+
+void ServerConnectionHandler::serverStats(const QJsonObject &message)
+{
+    const auto rate = [&message](QLatin1StringView key) {
+        return static_cast<float>(message[key].toDouble(0));
+    };
+    emit connectedServerUpdateStats(address, uuid, rate("GFPS"_L1), rate("TFPS"_L1),
+                                    rate("MFPS"_L1), message["FS"_L1].toBool(false));
+}
+
+void ServerConnectionHandler::connectionTerminated(QNetworkReply *reply)
+{
+    const DeletionDelay::Scope scope(deletionDelay);
+    if (reply == streamReply) {
+        streamEnded(reply);
+    } else if (reply == uploadReply) {
+        uploadEnded(reply);
+    } else {
+        commandEnded(reply);
+    }
+    deletionDelay.release(reply);
+}
+
+void ServerConnectionHandler::streamEnded(QNetworkReply *reply)
+{
+    ZOR_LOG(info, "Connection to server %s terminated",
+            qPrintable(Protocol::notifierUrlTemplate(address)));
+    handleWaitingMessages();
+    if (!closing) {
+        QString error;
+        if (disconnectReason == Brenvoka::DisconnectNone) {
+            if (reply->error() != QNetworkReply::NoError) {
+                error = reply->errorString();
+                disconnectReason = Brenvoka::DisconnectNetworkError;
+            }
+            if (reply->bytesAvailable() > 0) {
+                canRead();
+            }
+        }
+        if (!closing) {
+            emit handlerServerDisconnected(address, uuid, disconnectReason, error);
+        }
+    }
+    activeTransfers = {};
+    streamReply = nullptr;
+}

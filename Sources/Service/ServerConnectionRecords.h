@@ -1,0 +1,49 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+class QNetworkReply;
+
+/// One visual that is being copied onto a server, as that server told it.
+struct ActiveTransfer
+{
+    int state = 0;           ///< "STATUS", a Brenvoka::SyncStates value, kept as it came
+    int folderSlot = 0;      ///< "FLDIDX", the target folder
+    int fileSlot = 0;        ///< "VISIDX", the target slot
+    int progressPercent = 0; ///< "CPERCENT"
+    int speedBps = 0;        ///< "SPEEDBPS"
+    QString sourceServer;    ///< "SERVER", the URL of the server that the file comes from
+    QString error;           ///< stays empty
+};
+
+/// The removal that is being executed. It is in flight from the moment of its request, when it may
+/// still wait in the handler's queue: `command` says so, while `reply` is null until it is sent.
+struct RemoveRequest
+{
+    QNetworkReply *reply = nullptr; ///< borrowed
+    int folderSlot = -1;
+    int fileSlot = -1;
+    quint64 command = 0; ///< the number in the CommandQueue; 0 when there is no removal
+};
+
+/// The move that is being executed; see RemoveRequest.
+struct MoveRequest
+{
+    QNetworkReply *reply = nullptr; ///< borrowed
+    int folderSlot = -1;
+    int fromSlot = -1;
+    int toSlot = -1;
+    quint64 command = 0; ///< the number in the CommandQueue; 0 when there is no move
+};
+
+/// The rename that is being executed; see RemoveRequest.
+struct RenameRequest
+{
+    QNetworkReply *reply = nullptr; ///< borrowed
+    int folderSlot = -1;
+    QString name;
+    quint64 command = 0; ///< the number in the CommandQueue; 0 when there is no rename
+};

@@ -1,0 +1,312 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ServerConnectionService.h"
+
+#include "Log/ZorLog.h"
+#include "Service/ServerConnectionHandler.h"
+
+#include <algorithm>
+
+ServerConnectionService::ServerConnectionService(QObject *parent)
+    : QObject(parent)
+{
+}
+
+void ServerConnectionService::addHandler(const QHostAddress &address, const QUuid &uuid)
+{
+    if (const ServerConnectionHandler *existing = findHandler(uuid)) {
+        emit serverConnected(uuid, existing->serverAddress());
+        return;
+    }
+    ZOR_LOG(info, "Adding handler for %s", qPrintable(address.toString()));
+    auto *handler = new ServerConnectionHandler(address, uuid, this);
+    handlers.append(handler);
+    forEachForwarding(
+        [this, handler](auto signal, auto slot) { connect(handler, signal, this, slot); });
+}
+
+void ServerConnectionService::removeHandler(const QUuid &uuid)
+{
+    ServerConnectionHandler *handler = requireHandler(uuid);
+    if (handler == nullptr) {
+        return;
+    }
+    ZOR_LOG(info, " Handler removed for server id %s", qPrintable(uuid.toString()));
+    handler->stop();
+    takeOut(handler);
+}
+
+void ServerConnectionService::onServerDisconnected(const QHostAddress &address, const QUuid &uuid,
+                                                   Brenvoka::ServerDisconnectReason reason,
+                                                   const QString &error)
+{
+    ServerConnectionHandler *handler = requireHandler(uuid);
+    if (handler == nullptr) {
+        return;
+    }
+    ZOR_LOG(info, "Handler removed for id %s address %s", qPrintable(uuid.toString()),
+            qPrintable(address.toString()));
+    takeOut(handler);
+    emit serverDisconnected(uuid, reason, error);
+}
+
+/// Cuts the handler off and lets it go. It may stand in the middle of one of its signals.
+void ServerConnectionService::takeOut(ServerConnectionHandler *handler)
+{
+    forEachForwarding(
+        [this, handler](auto signal, auto slot) { disconnect(handler, signal, this, slot); });
+    handlers.removeOne(handler);
+    handler->deleteLater();
+}
+
+template <typename Visitor>
+void ServerConnectionService::forEachForwarding(Visitor visit)
+{
+    using Handler = ServerConnectionHandler;
+    using Service = ServerConnectionService;
+    visit(&Handler::handlerSyncProgressUpdate, &Service::onSyncProgressUpdate);
+    visit(&Handler::handlerServerDisconnected, &Service::onServerDisconnected);
+    visit(&Handler::handlerServerConnected, &Service::onServerConnected);
+    visit(&Handler::handlerSyncOperationFinished, &Service::onSyncOperationFinished);
+    visit(&Handler::uploadedFileProgress, &Service::onUploadedFileProgress);
+    visit(&Handler::uploadedFileError, &Service::onUploadedFileError);
+    visit(&Handler::uploadedFileFinished, &Service::onUploadedFileFinished);
+    visit(&Handler::connectedServerLibraryChanged, &Service::onServerLibraryChanged);
+    visit(&Handler::connectedServerUpdateStats, &Service::onServerUpdateStats);
+    visit(&Handler::handlerSyncError, &Service::onSyncError);
+    visit(&Handler::handlerSyncRequestFinished, &Service::onSyncRequestFinished);
+    visit(&Handler::handlerMoveFileError, &Service::onMoveFileError);
+    visit(&Handler::handlerMoveFileFinished, &Service::onMoveFileFinished);
+    visit(&Handler::handlerRemoveError, &Service::onRemoveError);
+    visit(&Handler::handlerRemoveFinished, &Service::onRemoveFinished);
+    visit(&Handler::handlerRenameError, &Service::onRenameError);
+    visit(&Handler::handlerRenameFinished, &Service::onRenameFinished);
+}
+
+ServerConnectionHandler *ServerConnectionService::findHandler(const QUuid &id) const
+{
+    const auto found = std::ranges::find(handlers, id, &ServerConnectionHandler::serverId);
+    return found == handlers.end() ? nullptr : *found;
+}
+
+ServerConnectionHandler *
+ServerConnectionService::findHandlerByAddress(const QHostAddress &address) const
+{
+    const auto found =
+        std::ranges::find(handlers, address, &ServerConnectionHandler::serverAddress);
+    return found == handlers.end() ? nullptr : *found;
+}
+
+/// Logs without a colon, where some of the operations have one.
+ServerConnectionHandler *ServerConnectionService::requireHandler(const QUuid &id) const
+{
+    ServerConnectionHandler *handler = findHandler(id);
+    if (handler == nullptr) {
+        ZOR_LOG(info, "Handler not found for id %s", qPrintable(id.toString()));
+    }
+    return handler;
+}
+
+ServerConnectionHandler *ServerConnectionService::requireTarget(const QUuid &id) const
+{
+    ServerConnectionHandler *handler = findHandler(id);
+    if (handler == nullptr) {
+        ZOR_LOG(info, "Handler not found for id: %s", qPrintable(id.toString()));
+    }
+    return handler;
+}
+
+bool ServerConnectionService::requireAddress(const QHostAddress &address) const
+{
+    const bool found = findHandlerByAddress(address) != nullptr;
+    if (!found) {
+        ZOR_LOG(info, "Handler not found for address %s", qPrintable(address.toString()));
+    }
+    return found;
+}
+
+void ServerConnectionService::requestRemove(const QUuid &uuid, const QList<VisualRef> &visuals)
+{
+    if (ServerConnectionHandler *handler = requireHandler(uuid)) {
+        handler->requestRemove(visuals);
+    }
+}
+
+void ServerConnectionService::cancelRemoves(const QUuid &uuid)
+{
+    if (ServerConnectionHandler *handler = requireHandler(uuid)) {
+        handler->cancelRemoves();
+    }
+}
+
+void ServerConnectionService::clearPendingRemoves(const QUuid &uuid)
+{
+    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+        handler->cancelRemoves();
+    }
+}
+
+void ServerConnectionService::requestMove(const QUuid &uuid, int folderSlot, int fromSlot,
+                                          int toSlot)
+{
+    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+        handler->requestMove(folderSlot, fromSlot, toSlot);
+    }
+}
+
+void ServerConnectionService::cancelAllSyncs()
+{
+    const QList<QPointer<ServerConnectionHandler>> all(handlers.begin(), handlers.end());
+    for (const QPointer<ServerConnectionHandler> &handler : all) {
+        if (handler != nullptr) {
+            handler->cancelSyncs();
+        }
+    }
+}
+
+void ServerConnectionService::requestUpload(const QUuid &uuid, int folderSlot, int fileSlot,
+                                            const QString &path)
+{
+    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+        handler->requestUpload(folderSlot, fileSlot, path);
+    }
+}
+
+void ServerConnectionService::cancelUpload(const QUuid &uuid)
+{
+    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+        handler->cancelUpload();
+    }
+}
+
+void ServerConnectionService::requestSync(const QHostAddress &sourceAddress,
+                                          const QUuid &destinationServer,
+                                          const QList<VisualRef> &visuals)
+{
+    ServerConnectionHandler *handler = findHandler(destinationServer);
+    if (handler == nullptr) {
+        ZOR_LOG(error, "Handler not found for id: %s", qPrintable(destinationServer.toString()));
+        return;
+    }
+    handler->requestSync(sourceAddress, visuals);
+}
+
+void ServerConnectionService::requestRename(const QUuid &uuid, const QList<FolderRename> &renames)
+{
+    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+        handler->requestRename(renames);
+    }
+}
+
+void ServerConnectionService::onSyncProgressUpdate(const QUuid &uuid, int folderSlot, int fileSlot,
+                                                   int progressPercent,
+                                                   Brenvoka::SyncStates progressState)
+{
+    emit syncProgressUpdate(uuid, folderSlot, fileSlot, progressPercent, progressState);
+}
+
+void ServerConnectionService::onSyncError(const QUuid &uuid, int folderSlot, int fileSlot,
+                                          Brenvoka::SyncStates state, const QString &error,
+                                          const QString &url)
+{
+    emit syncError(uuid, folderSlot, fileSlot, state, error, url);
+}
+
+void ServerConnectionService::onSyncRequestFinished(const QUuid &uuid, int folderSlot, int fileSlot)
+{
+    emit syncFinished(uuid, folderSlot, fileSlot);
+}
+
+void ServerConnectionService::onSyncOperationFinished(const QUuid &uuid)
+{
+    if (requireHandler(uuid) != nullptr) {
+        emit syncOperationFinished(uuid);
+    }
+}
+
+void ServerConnectionService::onServerConnected(const QUuid &uuid, const QHostAddress &address)
+{
+    if (requireHandler(uuid) != nullptr) {
+        emit serverConnected(uuid, address);
+    }
+}
+
+void ServerConnectionService::onUploadedFileProgress(const QUuid &address, int progress)
+{
+    if (requireHandler(address) != nullptr) {
+        emit uploadedFileProgress(address, progress);
+    }
+}
+
+void ServerConnectionService::onUploadedFileError(const QUuid &address, const QString &err)
+{
+    if (requireHandler(address) != nullptr) {
+        emit uploadedFileError(address, err);
+    }
+}
+
+void ServerConnectionService::onUploadedFileFinished(const QUuid &address)
+{
+    if (requireHandler(address) != nullptr) {
+        emit uploadedFileFinished(address);
+    }
+}
+
+void ServerConnectionService::onMoveFileError(const QUuid &serverId, const QString &err)
+{
+    if (requireHandler(serverId) != nullptr) {
+        emit movedFileError(serverId, err);
+    }
+}
+
+void ServerConnectionService::onMoveFileFinished(const QUuid &serverId)
+{
+    if (requireHandler(serverId) != nullptr) {
+        emit movedFileFinished(serverId);
+    }
+}
+
+void ServerConnectionService::onServerLibraryChanged(const QHostAddress &address, const QUuid &uuid)
+{
+    if (requireAddress(address)) {
+        emit serverLibraryChanged(uuid);
+    }
+}
+
+void ServerConnectionService::onServerUpdateStats(const QHostAddress &address, const QUuid &uuid,
+                                                  float gf, float tf, float mf, bool fs)
+{
+    if (requireAddress(address)) {
+        emit serverUpdateStats(uuid, gf, tf, mf, fs);
+    }
+}
+
+void ServerConnectionService::onRemoveError(const QUuid &uuid, int folderSlot, int fileSlot,
+                                            const QString &error)
+{
+    if (requireHandler(uuid) != nullptr) {
+        emit visualRemoveError(uuid, folderSlot, fileSlot, error);
+    }
+}
+
+void ServerConnectionService::onRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot)
+{
+    if (requireHandler(uuid) != nullptr) {
+        emit visualRemoveFinished(uuid, folderSlot, fileSlot);
+    }
+}
+
+void ServerConnectionService::onRenameError(const QUuid &uuid, int folderSlot, const QString &error)
+{
+    if (requireHandler(uuid) != nullptr) {
+        emit folderRenameError(uuid, folderSlot, error);
+    }
+}
+
+void ServerConnectionService::onRenameFinished(const QUuid &uuid, int folderSlot)
+{
+    if (requireHandler(uuid) != nullptr) {
+        emit folderRenameFinished(uuid, folderSlot);
+    }
+}

@@ -1,0 +1,123 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Model/Brenvoka.h"
+#include "Model/VisualRef.h"
+
+#include <QList>
+#include <QObject>
+
+class QHostAddress;
+class QUuid;
+class ServerConnectionHandler;
+
+/// The one gate to the connected servers: it owns a ServerConnectionHandler for each, finds it by
+/// the server's id, forwards operations to it and its signals to whoever listens here.
+///
+/// An operation on an id without a handler is logged and dropped, with no signal. The loss of a
+/// server is told by `serverDisconnected` alone; nothing reconnects by itself.
+///
+/// Destroying the service destroys the handlers with it, without a signal.
+class ServerConnectionService final : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit ServerConnectionService(QObject *parent = nullptr);
+
+    /// Connects to a server. If there is a handler for this id already, it stays with the address
+    /// that it has, and `serverConnected` with that address is emitted at once.
+    void addHandler(const QHostAddress &address, const QUuid &uuid);
+    /// Drops a server. Removals that were not yet sent to it are told as `visualRemoveFinished`
+    /// before this returns; no `serverDisconnected` comes.
+    void removeHandler(const QUuid &uuid);
+
+    /// Asks the destination to fetch each visual from the server at `sourceAddress`.
+    /// `syncProgressUpdate` with SyncQueued comes for each before this returns.
+    void requestSync(const QHostAddress &sourceAddress, const QUuid &destinationServer,
+                     const QList<VisualRef> &visuals);
+    /// Asks every connected server to cancel its transfers.
+    void cancelAllSyncs();
+    /// Removes visuals one after the other; `visualRemoveFinished` or `visualRemoveError` for each.
+    void requestRemove(const QUuid &uuid, const QList<VisualRef> &visuals);
+    /// Forgets the removals that were not yet sent. The one in flight is still reported.
+    void cancelRemoves(const QUuid &uuid);
+    /// Same as `cancelRemoves`.
+    void clearPendingRemoves(const QUuid &uuid);
+    /// Moves a visual within its folder; `movedFileFinished` or `movedFileError`.
+    void requestMove(const QUuid &uuid, int folderSlot, int fromSlot, int toSlot);
+    /// Renames folders one after the other; `folderRenameFinished` or `folderRenameError` for each.
+    /// They can't be taken back.
+    void requestRename(const QUuid &uuid, const QList<FolderRename> &renames);
+    /// Uploads a local file; `uploadedFileProgress`, then `uploadedFileFinished` or
+    /// `uploadedFileError`. No signal at all when the file can't be opened or another upload to
+    /// this server is running.
+    void requestUpload(const QUuid &uuid, int folderSlot, int fileSlot, const QString &path);
+    /// Ends the upload, without a signal.
+    void cancelUpload(const QUuid &uuid);
+
+signals:
+    void syncProgressUpdate(const QUuid &serverId, int folderSlot, int fileSlot,
+                            int progressPercent, Brenvoka::SyncStates progressState);
+    void syncFinished(const QUuid &serverId, int folderId, int fileId);
+    void syncError(const QUuid &serverId, int folderSlot, int fileSlot, Brenvoka::SyncStates state,
+                   const QString &error, const QString &url);
+    /// The last of a server's running transfers ended, well or not.
+    void syncOperationFinished(const QUuid &serverId);
+    /// `progress` is in percent.
+    void uploadedFileProgress(const QUuid &serverId, int progress);
+    void uploadedFileError(const QUuid &serverId, const QString &error);
+    void uploadedFileFinished(const QUuid &serverId);
+    void movedFileError(const QUuid &serverId, const QString &error);
+    void movedFileFinished(const QUuid &serverId);
+    void serverLibraryChanged(const QUuid &uuid);
+    /// A server's three frame rates, in frames per second, and its flag "FS".
+    void serverUpdateStats(const QUuid &uuid, float gf, float tf, float mf, bool fs);
+    /// A server's stream has ended; its handler has left already, so that `addHandler` may be
+    /// called from here. `error` is empty unless a network error was met.
+    void serverDisconnected(const QUuid &uuid, Brenvoka::ServerDisconnectReason reason,
+                            const QString &error);
+    /// The first bytes of a server's stream arrived, or `addHandler` met an existing handler.
+    void serverConnected(const QUuid &uuid, const QHostAddress &address);
+    void visualRemoveError(const QUuid &uuid, int folderSlot, int fileSlot, const QString &error);
+    void visualRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot);
+    void folderRenameError(const QUuid &uuid, int folderSlot, const QString &error);
+    void folderRenameFinished(const QUuid &uuid, int folderSlot);
+
+private slots:
+    void onSyncProgressUpdate(const QUuid &uuid, int folderSlot, int fileSlot, int progressPercent,
+                              Brenvoka::SyncStates progressState);
+    void onSyncError(const QUuid &uuid, int folderSlot, int fileSlot, Brenvoka::SyncStates state,
+                     const QString &error, const QString &url);
+    void onSyncRequestFinished(const QUuid &uuid, int folderSlot, int fileSlot);
+    void onSyncOperationFinished(const QUuid &uuid);
+    void onServerDisconnected(const QHostAddress &address, const QUuid &uuid,
+                              Brenvoka::ServerDisconnectReason reason, const QString &error);
+    void onServerConnected(const QUuid &uuid, const QHostAddress &address);
+    void onUploadedFileProgress(const QUuid &address, int progress);
+    void onUploadedFileError(const QUuid &address, const QString &err);
+    void onUploadedFileFinished(const QUuid &address);
+    void onMoveFileError(const QUuid &serverId, const QString &err);
+    void onMoveFileFinished(const QUuid &serverId);
+    void onServerLibraryChanged(const QHostAddress &address, const QUuid &uuid);
+    void onServerUpdateStats(const QHostAddress &address, const QUuid &uuid, float gf, float tf,
+                             float mf, bool fs);
+    void onRemoveError(const QUuid &uuid, int folderSlot, int fileSlot, const QString &error);
+    void onRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot);
+    void onRenameError(const QUuid &uuid, int folderSlot, const QString &error);
+    void onRenameFinished(const QUuid &uuid, int folderSlot);
+
+private:
+    [[nodiscard]] ServerConnectionHandler *findHandler(const QUuid &id) const;
+    [[nodiscard]] ServerConnectionHandler *findHandlerByAddress(const QHostAddress &address) const;
+    [[nodiscard]] ServerConnectionHandler *requireHandler(const QUuid &id) const;
+    [[nodiscard]] ServerConnectionHandler *requireTarget(const QUuid &id) const;
+    [[nodiscard]] bool requireAddress(const QHostAddress &address) const;
+    template <typename Visitor>
+    static void forEachForwarding(Visitor visit);
+    void takeOut(ServerConnectionHandler *handler);
+
+    QList<ServerConnectionHandler *> handlers;
+};
