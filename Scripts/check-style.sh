@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+#
+# What a machine can check of the house rules in a few seconds. Prints each breach and exits with 1
+# if there was one.
+set -uo pipefail
+cd "$(dirname "$0")/.."
+
+failed=0
+breach() {
+    echo "style: $1"
+    failed=1
+}
+# report TEXT: every line of standard input is a breach
+report() {
+    while IFS= read -r line; do breach "$1: $line"; done
+}
+
+mapfile -t cxx < <(git ls-files --cached --others --exclude-standard '*.cpp' '*.h')
+mapfile -t shell < <(git ls-files --cached --others --exclude-standard '*.sh' '.ci/run')
+mapfile -t python < <(git ls-files --cached --others --exclude-standard '*.py')
+mapfile -t build < <(git ls-files --cached --others --exclude-standard '*CMakeLists.txt' '*.cmake')
+
+# Formatting is a matter for the formatter.
+printf '%s\0' "${cxx[@]}" | xargs -0 -P "$(nproc)" -n 16 clang-format --dry-run -Werror || failed=1
+
+# Every source says who owns it and under which terms, in its first lines.
+for file in "${cxx[@]}" "${shell[@]}" "${python[@]}" "${build[@]}"; do
+    head -n 3 "$file" | grep -q 'SPDX-FileCopyrightText: The Brenvoka authors' &&
+        head -n 4 "$file" | grep -q 'SPDX-License-Identifier: MIT' || breach "no SPDX lines: $file"
+done
+
+# Lower floors know nothing of upper ones.
+floors() { git grep -nE "#include \"($2)/" -- "Sources/$1" | report "$1 reaches up"; }
+floors Log 'Model|Discovery|Service|Tasks|Controller|UI'
+floors Model 'Discovery|Service|Tasks|Controller|UI'
+floors Discovery 'Log|Model|Service|Tasks|Controller|UI'
+floors Service 'Tasks|Controller|UI'
+git grep -nE '#include <Q' -- Sources/Discovery | report 'Discovery is free of Qt'
+git grep -nE '#include <(QWidget|QDialog|QtWidgets|QMessageBox)' -- Sources/{Log,Model,Service} |
+    report 'no widgets in the core'
+
+# Connections are checked by the compiler.
+git grep -nE '\b(SIGNAL|SLOT)\(|\bsender\(\)' -- '*.cpp' '*.h' | report 'connect by pointer to member'
+
+# Both ends of the wire are written apart, so that a misreading is not mirrored.
+git grep -nE '#include "(Log|Model|Discovery|Service|Tasks|Controller|UI)/|brenvoka-(core|ui)' \
+    -- Tools/MediaServer | report 'the rehearsal server shares no code with the program'
+
+# Tests wait for conditions.
+git grep -nE 'QTest::qWait\(|QThread::(m|u)?sleep|this_thread::sleep' -- 'Tests/*.cpp' 'Tests/*.h' |
+    report 'a test that waits for time'
+
+for file in "${shell[@]}" demo.sh test.sh; do bash -n "$file" || breach "does not parse: $file"; done
+for file in "${python[@]}"; do
+    python3 - "$file" <<'PY' || breach "does not parse: $file"
+import ast, sys
+ast.parse(open(sys.argv[1], encoding="utf-8").read(), sys.argv[1])
+PY
+done
+
+[ $failed -eq 0 ] && echo "style: ${#cxx[@]} C++ files, ${#python[@]} Python files and ${#shell[@]} scripts are in order"
+exit $failed

@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+#
+# Installs what is missing, builds the program optimised and again with the address and
+# undefined-behaviour sanitizers (warnings are errors), runs every test on both, and checks the
+# style. Ends with the closing lines of both test runs; the exit code is 0 only if all passed.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+Scripts/install-packages.sh
+
+launcher=()
+if command -v ccache >/dev/null; then
+    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    export CCACHE_BASEDIR=$PWD
+fi
+jobs=$(nproc)
+failed=0
+summaries=()
+
+for preset in release asan; do
+    echo "== $preset: build"
+    cmake --preset "$preset" "${launcher[@]}" >"build-$preset.log" 2>&1 || {
+        cat "build-$preset.log"
+        exit 1
+    }
+    mv "build-$preset.log" "build/$preset/configure.log"
+    cmake --build --preset "$preset" --parallel "$jobs"
+    echo "== $preset: test"
+    log=build/$preset/tests.log
+    # Most tests wait for sockets and not for the processor, so more run at once than it has cores.
+    ctest --preset "$preset" --parallel $((jobs * 2)) 2>&1 | tee "$log" || failed=1
+    summaries+=("== $preset" "$(sed -n '/% tests passed/,$p' "$log")")
+done
+
+echo "== style"
+Scripts/check-style.sh || failed=1
+
+printf '%s\n' "${summaries[@]}"
+exit $failed
