@@ -1,0 +1,262 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "UI/MediaListWidget.h"
+
+#include <QApplication>
+#include <QDrag>
+#include <QDragEnterEvent>
+#include <QMimeData>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+#include <QVBoxLayout>
+#include <QWindow>
+
+using namespace Qt::Literals::StringLiterals;
+using namespace std::chrono_literals;
+
+Q_DECLARE_METATYPE(QListView::ViewMode)
+
+namespace {
+
+/// Two lists side by side, set up as the banks set them up at the slots level.
+class Stage final : public QWidget
+{
+public:
+    Stage()
+    {
+        auto *layout = new QHBoxLayout(this);
+        for (auto *list : {&a, &b}) {
+            layout->addWidget(list);
+            list->setDragEnabled(true);
+            list->setDragDropOverwriteMode(true);
+            list->setDragDropMode(QAbstractItemView::InternalMove);
+            list->setDefaultDropAction(Qt::MoveAction);
+            list->setSelectionMode(QAbstractItemView::ExtendedSelection);
+            list->setResizeMode(QListView::Adjust);
+            list->setSpacing(4);
+            list->addItems({u"Back"_s, u"000: NO VISUAL"_s, u"001: Sunset"_s, u"002: EMPTY"_s,
+                            u"017 Rain"_s, u"7: Snow"_s, u"<b>x</b>"_s});
+            for (int row = 0; row < list->count(); ++row)
+                list->item(row)->setSizeHint({153, 24});
+        }
+        resize(700, 500);
+    }
+
+    bool open()
+    {
+        show();
+        return QTest::qWaitForWindowExposed(this);
+    }
+
+    void setViewMode(QListView::ViewMode mode)
+    {
+        for (auto *list : {&a, &b}) {
+            list->setViewMode(mode);
+            list->setMovement(QListView::Static);
+            list->setDragEnabled(true);
+            list->viewport()->setAcceptDrops(true);
+        }
+    }
+
+    /// The middle of a row, in the window's coordinates.
+    QPoint at(MediaListWidget &list, int row)
+    {
+        return map(list, list.visualItemRect(list.item(row)).center());
+    }
+
+    QPoint map(MediaListWidget &list, const QPoint &pos)
+    {
+        return list.viewport()->mapTo(this, pos);
+    }
+
+    /// Presses at one point, drags to another and lets go there, as a hand does.
+    void drag(const QPoint &from, const QPoint &to, Qt::KeyboardModifiers modifiers = {})
+    {
+        auto *window = windowHandle();
+        QTest::mousePress(window, Qt::LeftButton, modifiers, from);
+        // The second move past the drag distance starts QDrag's own event loop, and returns when
+        // the drag is over: the rest of the gesture has to happen inside it.
+        QTimer rest;
+        dragging = false;
+        connect(&rest, &QTimer::timeout, this, [&] {
+            if (dragging || !findChild<QDrag *>())
+                return;
+            dragging = true;
+            QTest::mouseMove(window, (from + to) / 2);
+            QTest::mouseMove(window, to);
+            QTest::mouseRelease(window, Qt::LeftButton, modifiers, to);
+        });
+        rest.start(1ms);
+        const int distance = QApplication::startDragDistance();
+        QTest::mouseMove(window, from + QPoint(distance + 1, 0));
+        QTest::mouseMove(window, from + QPoint(distance + 2, 0));
+        if (!dragging)
+            QTest::mouseRelease(window, Qt::LeftButton, modifiers, to);
+    }
+
+    MediaListWidget a{this};
+    MediaListWidget b{this};
+    bool dragging = false; ///< whether the last gesture became a drag
+};
+
+QStringList texts(const MediaListWidget &list)
+{
+    QStringList all;
+    for (int row = 0; row < list.count(); ++row)
+        all << list.item(row)->text();
+    return all;
+}
+
+} // namespace
+
+class TestMediaListWidget final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY2(QGuiApplication::platformName() != "offscreen"_L1,
+                 "the offscreen platform has no drag and drop: run with -platform minimal");
+    }
+
+    void dropReportsSlotNumbers_data()
+    {
+        QTest::addColumn<int>("dragged");
+        QTest::addColumn<int>("target");
+        QTest::addColumn<int>("fromIdx");
+        QTest::addColumn<int>("toIdx");
+        QTest::newRow("file to empty slot") << 2 << 3 << 1 << 2;
+        QTest::newRow("upwards") << 4 << 2 << 17 << 1;
+        QTest::newRow("empty slot to file") << 3 << 4 << 2 << 17;
+        QTest::newRow("on itself") << 2 << 2 << 1 << 1;
+        QTest::newRow("on Back") << 2 << 0 << 1 << 0;
+        QTest::newRow("on NO VISUAL") << 2 << 1 << 1 << 0;
+        QTest::newRow("Back itself") << 0 << 4 << 0 << 17;
+        QTest::newRow("number of one digit and a colon is no number") << 2 << 5 << 1 << 0;
+        QTest::newRow("no number at all") << 6 << 3 << 0 << 2;
+    }
+
+    void dropReportsSlotNumbers()
+    {
+        QFETCH(int, dragged);
+        QFETCH(int, target);
+        Stage stage;
+        QVERIFY(stage.open());
+        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
+        const auto before = texts(stage.a);
+        stage.drag(stage.at(stage.a, dragged), stage.at(stage.a, target));
+        QVERIFY(stage.dragging);
+        QCOMPARE(spy.size(), 1);
+        QTEST(spy.first().at(0).toInt(), "fromIdx");
+        QTEST(spy.first().at(1).toInt(), "toIdx");
+        QCOMPARE(texts(stage.a), before);
+    }
+
+    void dragNeverMovesARow_data()
+    {
+        QTest::addColumn<QListView::ViewMode>("mode");
+        QTest::newRow("list view") << QListView::ListMode;
+        QTest::newRow("icon view") << QListView::IconMode;
+    }
+
+    void dragNeverMovesARow()
+    {
+        QFETCH(QListView::ViewMode, mode);
+        Stage stage;
+        stage.setViewMode(mode);
+        QVERIFY(stage.open());
+        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
+        const auto before = texts(stage.a);
+        const auto place = stage.a.visualItemRect(stage.a.item(2));
+        stage.drag(stage.at(stage.a, 2), stage.at(stage.a, 4));
+        QVERIFY(stage.dragging);
+        QCOMPARE(spy.size(), 1);
+        QCOMPARE(texts(stage.a), before);
+        QCOMPARE(stage.a.visualItemRect(stage.a.item(2)), place);
+    }
+
+    void dropOnAGapReportsNothing()
+    {
+        Stage stage;
+        QVERIFY(stage.open());
+        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
+        const auto upper = stage.a.visualItemRect(stage.a.item(4));
+        const auto lower = stage.a.visualItemRect(stage.a.item(5));
+        const QPoint gap(upper.center().x(), (upper.bottom() + lower.top()) / 2);
+        QVERIFY(!stage.a.itemAt(gap));
+        stage.drag(stage.at(stage.a, 2), stage.map(stage.a, gap));
+        QVERIFY(stage.dragging);
+        QCOMPARE(spy.size(), 0);
+    }
+
+    void twoSelectedRowsCannotBeDropped()
+    {
+        Stage stage;
+        QVERIFY(stage.open());
+        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
+        QTest::mouseClick(stage.windowHandle(), Qt::LeftButton, {}, stage.at(stage.a, 2));
+        QTest::mouseClick(stage.windowHandle(), Qt::LeftButton, Qt::ControlModifier,
+                          stage.at(stage.a, 4));
+        QCOMPARE(stage.a.selectedItems().size(), 2);
+        stage.drag(stage.at(stage.a, 4), stage.at(stage.a, 3));
+        QVERIFY(stage.dragging);
+        QCOMPARE(stage.a.selectedItems().size(), 2);
+        QCOMPARE(spy.size(), 0);
+    }
+
+    void dragFromTheOtherListCannotBeDropped()
+    {
+        Stage stage;
+        QVERIFY(stage.open());
+        QSignalSpy spyA(&stage.a, &MediaListWidget::moveItem);
+        QSignalSpy spyB(&stage.b, &MediaListWidget::moveItem);
+        const auto before = texts(stage.b);
+        QTest::mouseClick(stage.windowHandle(), Qt::LeftButton, {}, stage.at(stage.b, 2));
+        stage.drag(stage.at(stage.a, 2), stage.at(stage.b, 4));
+        QVERIFY(stage.dragging);
+        QCOMPARE(spyA.size() + spyB.size(), 0);
+        QCOMPARE(texts(stage.a), before);
+        QCOMPARE(texts(stage.b), before);
+    }
+
+    void nothingCanBeDraggedWithDragSwitchedOff()
+    {
+        Stage stage;
+        stage.a.setDragEnabled(false);
+        stage.a.viewport()->setAcceptDrops(false);
+        QVERIFY(stage.open());
+        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
+        stage.drag(stage.at(stage.a, 2), stage.at(stage.a, 4));
+        QVERIFY(!stage.dragging);
+        QCOMPARE(spy.size(), 0);
+    }
+
+    void dragFromOutsideMayEnterButNotDrop()
+    {
+        Stage stage;
+        QVERIFY(stage.open());
+        stage.a.item(2)->setSelected(true);
+        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
+        QMimeData data;
+        data.setText(u"003: from elsewhere"_s);
+        auto *viewport = stage.a.viewport();
+        const auto pos = stage.a.visualItemRect(stage.a.item(4)).center();
+        QDragEnterEvent enter(pos, Qt::MoveAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(viewport, &enter);
+        QVERIFY(enter.isAccepted());
+        QDragMoveEvent move(pos, Qt::MoveAction, &data, Qt::LeftButton, {});
+        move.accept(); // as Qt delivers it after an accepted enter event
+        QApplication::sendEvent(viewport, &move);
+        QVERIFY(!move.isAccepted());
+        QDropEvent drop(pos, Qt::MoveAction, &data, Qt::LeftButton, {});
+        QApplication::sendEvent(viewport, &drop);
+        QVERIFY(!drop.isAccepted());
+        QCOMPARE(spy.size(), 0);
+    }
+};
+
+QTEST_MAIN(TestMediaListWidget)
+#include "tst_MediaListWidget.moc"
