@@ -4,7 +4,6 @@
 #pragma once
 
 #include "Model/Brenvoka.h"
-#include "Model/Marks.h"
 #include "Model/ServerDeck.h"
 #include "Service/ServerConnectionService.h"
 #include "Service/ServerInfoService.h"
@@ -19,8 +18,12 @@ class ApplicationModel;
 class BVMainWindow;
 class BVProgressDialog;
 class BVServerBank;
-class Server;
 class TaskBase;
+struct Server;
+
+namespace LibraryComparison {
+struct SyncPlan;
+}
 
 /// The one coordinator of the program, made by the main window.
 ///
@@ -110,33 +113,33 @@ signals:
 
 private:
     void setupThumbnailCache();
-    void setupBanks();
+    void setupBank(BVServerBank *bank, ServerDeck deck);
     void connectServices();
+    void setupThumbnailProgress();
     void connectListener();
 
+    /// Does nothing for the invalid server, and for one whose last interface is gone.
     void requestLibrary(const Server &server);
     void refreshServerLists();
     void refreshBankBServers();
     void dropServer(const QUuid &uuid, bool tellService);
-    [[nodiscard]] QString disconnectDetail(const QString &name, const QHostAddress &address,
-                                           Brenvoka::ServerDisconnectReason reason,
-                                           const QString &error) const;
+    [[nodiscard]] static QString disconnectDetail(const QString &name, const QHostAddress &address,
+                                                  Brenvoka::ServerDisconnectReason reason,
+                                                  const QString &error);
     [[nodiscard]] bool isOnShow(const QUuid &uuid) const;
     [[nodiscard]] bool taskInvolves(const QUuid &uuid) const;
 
-    [[nodiscard]] bool slotsEqual(int folderSlot, int fileSlot) const;
-    [[nodiscard]] bool slotEmpty(BVServerBank *bank, int folderSlot, int fileSlot) const;
-    [[nodiscard]] bool folderNamesEqual(int folderSlot) const;
     void updateTransferButtons();
     void startTransfer(BVServerBank *source, BVServerBank *destination);
-    void startTask(TaskBase *task);
-    /// Whether to go on. "Yes, don't ask again" clears the bit of the model's `warningLevel` and
+    [[nodiscard]] bool confirmSync(const LibraryComparison::SyncPlan &plan, const QString &source,
+                                   const QString &destination);
+    /// Whether to go on. "Yes, don't ask again" clears the bit in the model's `warningLevel` and
     /// saves the settings.
     [[nodiscard]] bool confirmWarning(const QString &text, const QString &title, quint32 bit);
+    /// Takes the task over and starts it. A task that still runs is let go of, undeleted: its end
+    /// is then nobody's.
+    void startTask(TaskBase *task);
 
-    [[nodiscard]] const Server &serverOf(const BVServerBank *bank) const;
-    [[nodiscard]] Marks folderSameMarks();
-    [[nodiscard]] Marks visualSameMarks(int folderSlot) const;
     void updateSameMarks();
     void updateSyncWarning();
     void redrawBanks();

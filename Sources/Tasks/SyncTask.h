@@ -11,6 +11,8 @@
 #include <QList>
 #include <QUuid>
 
+#include <optional>
+
 class BVProgressDialog;
 class TransferDialog;
 
@@ -90,15 +92,14 @@ private:
     void endRemovals();
     void endTransfers();
 
-    [[nodiscard]] bool isDestination(const QUuid &uuid) const;
-    [[nodiscard]] RenameEntry *takeRenameResult(const QUuid &uuid, int folderSlot);
-    [[nodiscard]] RemoveEntry *takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot);
-    void renameResultTaken(RenameEntry *entry);
-    void removeResultTaken(RemoveEntry *entry);
+    void takeRenameResult(const QUuid &uuid, int folderSlot, const std::optional<QString> &error);
+    void takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
+                          const std::optional<QString> &error);
 
+    [[nodiscard]] bool isDestination(const QUuid &uuid) const;
     [[nodiscard]] QString serverName(const QUuid &uuid) const;
     [[nodiscard]] QString transferLabel(int folderSlot, int fileSlot) const;
-    [[nodiscard]] QString transferErrorLine(const QString &destinationName, int folderSlot,
+    [[nodiscard]] QString transferErrorLine(const QString &destination, int folderSlot,
                                             int fileSlot, Brenvoka::SyncStates state,
                                             const QString &error, const QString &url) const;
 

@@ -1,0 +1,160 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Model/LibraryComparison.h"
+
+#include "Model/Server.h"
+
+#include <QHash>
+
+#include <algorithm>
+
+namespace {
+
+/// Either server may stand for a bank without one.
+bool isMissing(const Server &first, const Server &second)
+{
+    return first.uuid.isNull() || second.uuid.isNull();
+}
+
+template <typename Record>
+const Record *findSlot(const QList<Record> &records, int slot)
+{
+    const auto found = std::ranges::find(records, slot, &Record::slot);
+    return found == records.cend() ? nullptr : &*found;
+}
+
+const Visual *findVisual(const MediaFolder *folder, int slot)
+{
+    return folder ? findSlot(folder->files, slot) : nullptr;
+}
+
+template <typename Record>
+bool sameRecord(const Record *first, const Record *second)
+{
+    return first && second ? *first == *second : first == second;
+}
+
+bool sameFolder(const MediaFolder *first, const MediaFolder *second)
+{
+    return first && second ? first->name == second->name && first->files == second->files
+                           : first == second;
+}
+
+bool sameName(const MediaFolder *first, const MediaFolder *second)
+{
+    return first && second && first->name == second->name;
+}
+
+/// Finds the folders and visuals of one server in constant time, for as long as the server lives
+/// unchanged.
+class LibraryIndex final
+{
+public:
+    explicit LibraryIndex(const Server &server)
+    {
+        for (const MediaFolder &folder : server.folders) {
+            if (folders.contains(folder.slot))
+                continue;
+            folders.insert(folder.slot, &folder);
+            for (const Visual &visual : folder.files) {
+                const VisualRef ref(folder.slot, visual.slot);
+                if (!visuals.contains(ref))
+                    visuals.insert(ref, &visual);
+            }
+        }
+    }
+
+    [[nodiscard]] const MediaFolder *folder(int slot) const { return folders.value(slot); }
+    [[nodiscard]] const Visual *visual(const VisualRef &ref) const { return visuals.value(ref); }
+
+private:
+    QHash<int, const MediaFolder *> folders;
+    QHash<VisualRef, const Visual *> visuals;
+};
+
+QList<int> touchedFolders(const QList<VisualRef> &candidates)
+{
+    QList<int> folders;
+    for (const VisualRef &candidate : candidates) {
+        if (folders.isEmpty() || folders.last() != candidate.first)
+            folders.append(candidate.first);
+    }
+    std::ranges::sort(folders);
+    folders.erase(std::unique(folders.begin(), folders.end()), folders.end());
+    return folders;
+}
+
+} // namespace
+
+bool LibraryComparison::slotEmpty(const Server &server, int folderSlot, int fileSlot)
+{
+    return server.uuid.isNull() || !findVisual(findSlot(server.folders, folderSlot), fileSlot);
+}
+
+bool LibraryComparison::slotsEqual(const Server &first, const Server &second, int folderSlot,
+                                   int fileSlot)
+{
+    return isMissing(first, second) ||
+           sameRecord(findVisual(findSlot(first.folders, folderSlot), fileSlot),
+                      findVisual(findSlot(second.folders, folderSlot), fileSlot));
+}
+
+bool LibraryComparison::folderNamesEqual(const Server &first, const Server &second, int folderSlot)
+{
+    return isMissing(first, second) ||
+           sameName(findSlot(first.folders, folderSlot), findSlot(second.folders, folderSlot));
+}
+
+Marks LibraryComparison::folderSameMarks(const Server &first, const Server &second)
+{
+    Marks marks;
+    marks.set();
+    if (isMissing(first, second))
+        return marks;
+    for (int slot = 0; slot < static_cast<int>(marks.size()); ++slot) {
+        marks.set(static_cast<std::size_t>(slot),
+                  sameFolder(findSlot(first.folders, slot), findSlot(second.folders, slot)));
+    }
+    return marks;
+}
+
+Marks LibraryComparison::visualSameMarks(const Server &first, const Server &second, int folderSlot)
+{
+    Marks marks;
+    marks.set();
+    if (isMissing(first, second))
+        return marks;
+    const MediaFolder *const firstFolder = findSlot(first.folders, folderSlot);
+    const MediaFolder *const secondFolder = findSlot(second.folders, folderSlot);
+    for (int slot = 0; slot < static_cast<int>(marks.size()); ++slot) {
+        marks.set(static_cast<std::size_t>(slot),
+                  sameRecord(findVisual(firstFolder, slot), findVisual(secondFolder, slot)));
+    }
+    return marks;
+}
+
+LibraryComparison::SyncPlan LibraryComparison::planSync(const Server &source,
+                                                        const Server &destination,
+                                                        const QList<VisualRef> &candidates)
+{
+    SyncPlan plan;
+    if (isMissing(source, destination))
+        return plan;
+    const LibraryIndex sourceIndex(source);
+    const LibraryIndex destinationIndex(destination);
+    for (const VisualRef &candidate : candidates) {
+        const Visual *const wanted = sourceIndex.visual(candidate);
+        const Visual *const present = destinationIndex.visual(candidate);
+        if (sameRecord(wanted, present))
+            continue;
+        (wanted ? plan.transfers : plan.removals).append(candidate);
+        plan.replaces = plan.replaces || (wanted && present);
+    }
+    for (const int slot : touchedFolders(candidates)) {
+        const MediaFolder *const folder = sourceIndex.folder(slot);
+        if (folder && !sameName(folder, destinationIndex.folder(slot)))
+            plan.renames.append({slot, folder->name});
+    }
+    return plan;
+}

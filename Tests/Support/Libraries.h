@@ -1,0 +1,100 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Model/LibraryComparison.h"
+#include "Model/Server.h"
+
+#include <algorithm>
+#include <set>
+
+/// Libraries to compare, and the comparison as it reads, without any index.
+namespace Libraries {
+
+inline QString threeDigits(int number)
+{
+    return QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0'));
+}
+
+/// A visual whose hash follows from `content`.
+inline Visual visual(int slot, const QString &content = QStringLiteral("clip"))
+{
+    return {content.leftJustified(32, QLatin1Char('0'), true),
+            QStringLiteral("%1: %2").arg(threeDigits(slot), content), slot};
+}
+
+/// A folder with its files in stored order.
+inline MediaFolder folder(int slot, const QString &name, QList<Visual> files = {})
+{
+    std::ranges::stable_sort(files, {}, &Visual::hash);
+    return {files, name, slot};
+}
+
+inline Server server(const QUuid &uuid, const QList<MediaFolder> &folders,
+                     const QString &hash = QStringLiteral("hash"))
+{
+    Server result;
+    result.uuid = uuid;
+    result.folders = folders;
+    result.hash = hash;
+    return result;
+}
+
+inline Server server(const QList<MediaFolder> &folders)
+{
+    return server(QUuid::createUuid(), folders);
+}
+
+/// 256 folders of 255 visuals each, in the slots that a synchronisation looks at.
+inline Server fullServer(const QString &content)
+{
+    QList<MediaFolder> folders;
+    for (int slot = 0; slot < 256; ++slot) {
+        QList<Visual> files;
+        for (int file = 1; file < 256; ++file)
+            files.append(visual(file, QStringLiteral("%1 %2 %3").arg(file).arg(slot).arg(content)));
+        folders.append(folder(slot, threeDigits(slot) + content, files));
+    }
+    return server(folders);
+}
+
+/// Every slot of every folder.
+inline QList<VisualRef> allSlots()
+{
+    QList<VisualRef> refs;
+    for (int slot = 0; slot < 256; ++slot) {
+        for (int file = 1; file < 256; ++file)
+            refs.append({slot, file});
+    }
+    return refs;
+}
+
+/// What LibraryComparison::planSync is to find, slot by slot through linear searches.
+inline LibraryComparison::SyncPlan literalPlan(const Server &source, const Server &destination,
+                                               const QList<VisualRef> &candidates)
+{
+    using namespace LibraryComparison;
+    SyncPlan plan;
+    std::set<int> touched;
+    for (const auto &[folderSlot, fileSlot] : candidates) {
+        touched.insert(folderSlot);
+        if (slotsEqual(source, destination, folderSlot, fileSlot))
+            continue;
+        if (slotEmpty(source, folderSlot, fileSlot)) {
+            plan.removals.append({folderSlot, fileSlot});
+        } else {
+            plan.transfers.append({folderSlot, fileSlot});
+            if (!slotEmpty(destination, folderSlot, fileSlot))
+                plan.replaces = true;
+        }
+    }
+    for (const int folderSlot : touched) {
+        const auto found = std::ranges::find(source.folders, folderSlot, &MediaFolder::slot);
+        if (found != source.folders.cend() && !folderNamesEqual(source, destination, folderSlot))
+            plan.renames.append({folderSlot, found->name});
+    }
+    return plan;
+}
+
+} // namespace Libraries
