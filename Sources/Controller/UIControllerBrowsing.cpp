@@ -1,0 +1,155 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Controller/UIController.h"
+
+#include "Model/ApplicationModel.h"
+#include "Model/LibraryComparison.h"
+#include "UI/BVMainWindow.h"
+#include "UI/BVProgressDialog.h"
+#include "UI/BVServerBank.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+void UIController::updateSameMarks()
+{
+    updateSyncWarning();
+    if (bankA->currentServerUuid().isNull())
+        return;
+    const Server &serverA = bankA->currentServer();
+    const Server &serverB = bankB->currentServer();
+    const Marks marks =
+        model->selectedFolder == -1
+            ? LibraryComparison::folderSameMarks(serverA, serverB)
+            : LibraryComparison::visualSameMarks(serverA, serverB, model->selectedFolder);
+    bankA->sameMarks = marks;
+    if (!bankB->currentServerUuid().isNull())
+        bankB->sameMarks = marks;
+}
+
+void UIController::updateSyncWarning()
+{
+    const Server &serverA = bankA->currentServer();
+    const Server &serverB = bankB->currentServer();
+    mainWindow->setSyncWarning(serverA.uuid.isNull() || serverB.uuid.isNull() ||
+                               serverA.hash != serverB.hash);
+}
+
+void UIController::folderChanged(int index)
+{
+    const Server &serverA = bankA->currentServer();
+    const Server &serverB = bankB->currentServer();
+    const Marks marks = LibraryComparison::visualSameMarks(serverA, serverB, index);
+    const bool differs = !LibraryComparison::folderNamesEqual(serverA, serverB, index);
+    folderScrollPosition = bankA->scrollPosition();
+    bankA->sameMarks = marks;
+    bankB->sameMarks = marks;
+    bankA->showFolder(index, differs);
+    bankB->showFolder(index, differs);
+    model->selectedFolder = index;
+}
+
+void UIController::backToFolders()
+{
+    const Marks marks =
+        LibraryComparison::folderSameMarks(bankA->currentServer(), bankB->currentServer());
+    updateSyncWarning();
+    bankA->sameMarks = marks;
+    bankB->sameMarks = marks;
+    bankA->showFolders();
+    bankB->showFolders();
+    model->selectedFolder = -1;
+    bankA->setScrollPosition(folderScrollPosition);
+}
+
+void UIController::scrollValueChanged(ServerDeck serverDeck, int value)
+{
+    (serverDeck == ServerDeckA ? bankB : bankA)->setScrollPosition(value);
+}
+
+void UIController::serverItemsSelectionChanged(ServerDeck serverDeck)
+{
+    if (serverDeck == ServerDeckA)
+        bankB->selectRows(bankA->selectedRows());
+    else
+        bankA->selectRows(bankB->selectedRows());
+}
+
+void UIController::redrawBanks()
+{
+    bankA->serverContentChanged(bankA->currentServerUuid());
+    bankB->serverContentChanged(bankB->currentServerUuid());
+}
+
+void UIController::increaseThumbnailDownloadSize(int count)
+{
+    thumbnailProgress->addSteps(count, true);
+    thumbnailProgress->setText(tr("Downloading thumbnails"));
+    thumbnailProgress->setWindowTitle(tr("Downloading"));
+}
+
+void UIController::updateProgress()
+{
+    thumbnailProgress->advance();
+}
+
+void UIController::downloadCancel()
+{
+    redrawBanks();
+    emit downloadCanceled();
+}
+
+void UIController::aborted()
+{
+    bankA->setEnabled(true);
+    bankB->setEnabled(true);
+    thumbnailProgress->hide();
+}
+
+void UIController::thumbnailError(int fileSlot, const QHostAddress &serverIp)
+{
+    const Server &server = model->connectedServerByAddress(serverIp);
+    if (server.uuid.isNull() || !isOnShow(server.uuid))
+        return;
+    showErrorMessage(tr("Download of thumbnail for visual %1 from server \"%2\" failed.")
+                         .arg(u"%1"_s.arg(fileSlot, 3, 10, '0'_L1), server.name));
+}
+
+void UIController::setSmallSize()
+{
+    setIconSize(0);
+}
+
+void UIController::setMediumSize()
+{
+    setIconSize(1);
+}
+
+void UIController::setLargeSize()
+{
+    setIconSize(2);
+}
+
+void UIController::setIconSize(int index)
+{
+    model->selectedIconSize = index;
+    bankA->setIconSizeIndex(index);
+    bankB->setIconSizeIndex(index);
+}
+
+void UIController::setListMode()
+{
+    setViewMode(true);
+}
+
+void UIController::setGridMode()
+{
+    setViewMode(false);
+}
+
+void UIController::setViewMode(bool listView)
+{
+    model->selectedViewMode = listView;
+    bankA->setListMode(listView);
+    bankB->setListMode(listView);
+}

@@ -1,0 +1,159 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Controller/UIController.h"
+
+#include "Log/ZorLog.h"
+#include "Model/ApplicationModel.h"
+#include "Model/LibraryComparison.h"
+#include "Tasks/SyncTask.h"
+#include "UI/BVMainWindow.h"
+#include "UI/BVServerBank.h"
+
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr quint32 destructiveWarning = 1;
+constexpr quint32 largeSyncWarning = 8;
+constexpr qsizetype largeSyncCount = 11;
+
+} // namespace
+
+void UIController::transferFromServerA()
+{
+    if (!bankA->currentServerUuid().isNull())
+        startTransfer(bankA, bankB);
+}
+
+void UIController::transferFromServerB()
+{
+    if (!bankB->currentServerUuid().isNull())
+        startTransfer(bankB, bankA);
+}
+
+void UIController::startTransfer(BVServerBank *source, BVServerBank *destination)
+{
+    const Server &sourceRecord = source->currentServer();
+    const Server &destinationRecord = destination->currentServer();
+    const SubnetMatch match = sourceRecord.findCommonSubnet(destinationRecord);
+    if (!match.found) {
+        ZOR_LOG(info, "Server don't share a subnet");
+        showErrorMessage(tr("The servers don't share a subnet"));
+        return;
+    }
+    const QList<VisualRef> candidates =
+        source->selectedRowCount() < 1 ? source->allVisuals() : source->selectedVisuals(false);
+    const LibraryComparison::SyncPlan plan =
+        LibraryComparison::planSync(sourceRecord, destinationRecord, candidates);
+
+    // The records may be gone once the operator has answered.
+    const QUuid sourceUuid = sourceRecord.uuid;
+    const QUuid destinationUuid = destinationRecord.uuid;
+    if (!confirmSync(plan, sourceRecord.name, destinationRecord.name))
+        return;
+    startTask(new SyncTask(sourceUuid, match.addresses.first, destinationUuid,
+                           match.addresses.second, plan.renames, plan.transfers, plan.removals,
+                           model, mainWindow, &connections));
+}
+
+bool UIController::confirmSync(const LibraryComparison::SyncPlan &plan, const QString &source,
+                               const QString &destination)
+{
+    const QString title = tr("Visual synchronize");
+    if (plan.visualCount() >= largeSyncCount && (model->warningLevel & largeSyncWarning)) {
+        QString text = tr("You are trying to synchronize %1 visuals from server %2 to server %3.\n")
+                           .arg(QString::number(plan.visualCount()), source, destination);
+        if (plan.isDestructive())
+            text += tr("The operation may permanently remove or replace visuals in destination "
+                       "slots.");
+        text += tr("\nAre you sure you want to continue?");
+        text += tr("\n\nNote: The operation can not be undone.");
+        return confirmWarning(text, title, largeSyncWarning);
+    }
+    if (plan.isDestructive() && (model->warningLevel & destructiveWarning)) {
+        return confirmWarning(
+            tr("Are you sure you want to synchronize the selected visuals?\n"
+               "The operation may permanently remove or replace visuals in destination slots\n\n"
+               "Note: The operation can not be  undone."),
+            title, destructiveWarning);
+    }
+    return true;
+}
+
+bool UIController::confirmWarning(const QString &text, const QString &title, quint32 bit)
+{
+    // Guarded: if the window goes while the warning is open, it takes the box along.
+    const QPointer<QMessageBox> box =
+        new QMessageBox(QMessageBox::Warning, title, text, QMessageBox::Yes | QMessageBox::No,
+                        mainWindow, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
+    box->setTextFormat(Qt::PlainText);
+    box->setDefaultButton(QMessageBox::No);
+    box->button(QMessageBox::Yes)->setMinimumWidth(60);
+    box->button(QMessageBox::No)->setMinimumWidth(60);
+    const QAbstractButton *const dontAsk =
+        box->addButton(tr("Yes, don't ask again"), QMessageBox::ApplyRole);
+    box->exec();
+    if (!box)
+        return false;
+    const QAbstractButton *const clicked = box->clickedButton();
+    const bool isAskedNoMore = clicked == dontAsk;
+    const bool isConfirmed = isAskedNoMore || clicked == box->button(QMessageBox::Yes);
+    delete box;
+    if (isAskedNoMore) {
+        model->warningLevel &= ~bit;
+        model->save();
+    }
+    return isConfirmed;
+}
+
+void UIController::startTask(TaskBase *task)
+{
+    currentTask = task;
+    connect(task, &TaskBase::taskFinished, this, &UIController::onTaskFinished,
+            Qt::QueuedConnection);
+    task->start();
+}
+
+void UIController::onTaskFinished(TaskBase *task)
+{
+    if (!task || task != currentTask) {
+        ZOR_LOG(error, "Finish notification received from invalid task");
+        return;
+    }
+    const bool hasErrors = task->hasErrors();
+    const QString message = task->errorMessage();
+    const QStringList details = task->errorDetails();
+    const QUuid affected = task->affectedServer();
+    disconnect(task, &TaskBase::taskFinished, this, &UIController::onTaskFinished);
+    delete task;
+    currentTask = nullptr;
+
+    requestLibrary(connectedServer(affected));
+    if (hasErrors)
+        showErrorMessageWithDetail(message, details);
+}
+
+void UIController::updateTransferButtons()
+{
+    const QUuid uuidA = bankA->currentServerUuid();
+    const QUuid uuidB = bankB->currentServerUuid();
+    if (uuidA.isNull() || uuidB.isNull() || uuidA == uuidB) {
+        mainWindow->setTransferEnabled(false);
+        return;
+    }
+    // Bank A's server is tested with itself: whether the two reach each other is asked at the
+    // click.
+    const Server &server = bankA->currentServer();
+    if (server.findCommonSubnet(server).found) {
+        mainWindow->setTransferEnabled(true);
+        return;
+    }
+    ZOR_LOG(info, "Server don't share a subnet");
+    mainWindow->setTransferEnabled(false);
+    showErrorMessage(tr("The servers don't share a subnet"));
+}

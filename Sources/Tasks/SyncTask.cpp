@@ -1,0 +1,389 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Tasks/SyncTask.h"
+
+#include "Log/ZorLog.h"
+#include "Model/ApplicationModel.h"
+#include "Service/ServerConnectionService.h"
+#include "UI/BVMainWindow.h"
+#include "UI/BVProgressDialog.h"
+#include "UI/TransferDialog.h"
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QString threeDigits(int number)
+{
+    return u"%1"_s.arg(number, 3, 10, '0'_L1);
+}
+
+template <typename Entry>
+void recordResult(Entry &entry, const std::optional<QString> &error)
+{
+    entry.done = true;
+    if (error) {
+        entry.failed = true;
+        entry.error = *error;
+    }
+}
+
+} // namespace
+
+SyncTask::SyncTask(const QUuid &source, const QHostAddress &sourceIp, const QUuid &destination,
+                   const QHostAddress &destinationIp, const QList<FolderRename> &foldersToRename,
+                   const QList<VisualRef> &visualsToTransfer,
+                   const QList<VisualRef> &visualsToRemove, ApplicationModel *applicationModel,
+                   BVMainWindow *window, ServerConnectionService *service)
+    : TaskBase(applicationModel, window, service)
+    , sourceServer(source)
+    , destinationServer(destination)
+    , sourceAddress(sourceIp)
+    , destinationAddress(destinationIp)
+    , transfers(visualsToTransfer)
+{
+    for (const FolderRename &rename : foldersToRename)
+        renames.append({rename.folderSlot, rename.name, false, false, {}});
+    for (const auto &[folderSlot, fileSlot] : visualsToRemove)
+        removals.append({folderSlot, fileSlot, false, false, {}});
+}
+
+SyncTask::~SyncTask()
+{
+    endRenames();
+    endRemovals();
+    endTransfers();
+}
+
+bool SyncTask::start()
+{
+    if (renames.isEmpty())
+        startRemovals();
+    else
+        startRenames();
+    return true;
+}
+
+void SyncTask::abort()
+{
+    aborted = true;
+    if (removeDialog)
+        removeDialog->hide();
+    if (transferDialog)
+        transferDialog->hide();
+    emit taskFinished(this);
+}
+
+void SyncTask::startRenames()
+{
+    renameDialog = new BVProgressDialog(tr("Renaming folders"), true, mainWindow);
+    renameDialog->setWindowTitle(tr("Renaming..."));
+    connect(renameDialog, &QDialog::rejected, this, &SyncTask::userRenameCanceled);
+    connect(connections, &ServerConnectionService::folderRenameError, this,
+            &SyncTask::folderRenameError);
+    connect(connections, &ServerConnectionService::folderRenameFinished, this,
+            &SyncTask::folderRenameFinished);
+    renameDialog->setModal(true);
+    renameDialog->addSteps(static_cast<int>(renames.size()), true);
+    QList<FolderRename> request;
+    for (const RenameEntry &entry : std::as_const(renames))
+        request.append({entry.folderSlot, entry.name});
+    connections->requestRename(destinationServer, request);
+}
+
+void SyncTask::endRenames()
+{
+    if (!renameDialog)
+        return;
+    disconnect(renameDialog, &QDialog::rejected, this, &SyncTask::userRenameCanceled);
+    delete renameDialog;
+    renameDialog = nullptr;
+    disconnect(connections, &ServerConnectionService::folderRenameError, this,
+               &SyncTask::folderRenameError);
+    disconnect(connections, &ServerConnectionService::folderRenameFinished, this,
+               &SyncTask::folderRenameFinished);
+}
+
+void SyncTask::startRemovals()
+{
+    if (removals.isEmpty()) {
+        startTransfers();
+        return;
+    }
+    // A stray rename result at the end of its bar comes here once more.
+    endRemovals();
+    removeDialog = new BVProgressDialog(tr("Removing visuals"), true, mainWindow);
+    removeDialog->setWindowTitle(tr("Removing..."));
+    connect(removeDialog, &QDialog::rejected, this, &SyncTask::userRemoveCanceled);
+    connect(connections, &ServerConnectionService::visualRemoveError, this,
+            &SyncTask::visualRemoveError);
+    connect(connections, &ServerConnectionService::visualRemoveFinished, this,
+            &SyncTask::visualRemoveFinished);
+    removeDialog->setModal(true);
+    removeDialog->addSteps(static_cast<int>(removals.size()), true);
+    QList<VisualRef> request;
+    for (const RemoveEntry &entry : std::as_const(removals))
+        request.append({entry.folderSlot, entry.fileSlot});
+    connections->requestRemove(destinationServer, request);
+}
+
+void SyncTask::endRemovals()
+{
+    if (!removeDialog)
+        return;
+    disconnect(removeDialog, &QDialog::rejected, this, &SyncTask::userRemoveCanceled);
+    delete removeDialog;
+    removeDialog = nullptr;
+    disconnect(connections, &ServerConnectionService::visualRemoveError, this,
+               &SyncTask::visualRemoveError);
+    disconnect(connections, &ServerConnectionService::visualRemoveFinished, this,
+               &SyncTask::visualRemoveFinished);
+}
+
+void SyncTask::startTransfers()
+{
+    if (transfers.isEmpty()) {
+        emit taskFinished(this);
+        return;
+    }
+    endTransfers();
+    transferDialog = new TransferDialog(mainWindow);
+    transferDialog->setModal(true);
+    connect(transferDialog, &TransferDialog::cancelSync, this, &SyncTask::userTransferCanceled);
+    connect(connections, &ServerConnectionService::syncProgressUpdate, this,
+            &SyncTask::visualTransferProgress);
+    connect(connections, &ServerConnectionService::syncFinished, this,
+            &SyncTask::visualTransferFinished);
+    connect(connections, &ServerConnectionService::syncError, this, &SyncTask::visualTransferError);
+    connect(connections, &ServerConnectionService::syncOperationFinished, this,
+            &SyncTask::fileTransferFinished);
+    connections->requestSync(sourceAddress, destinationServer, transfers);
+    transferDialog->show();
+}
+
+void SyncTask::endTransfers()
+{
+    if (!transferDialog)
+        return;
+    disconnect(transferDialog, &TransferDialog::cancelSync, this, &SyncTask::userTransferCanceled);
+    delete transferDialog;
+    transferDialog = nullptr;
+    disconnect(connections, &ServerConnectionService::syncProgressUpdate, this,
+               &SyncTask::visualTransferProgress);
+    disconnect(connections, &ServerConnectionService::syncFinished, this,
+               &SyncTask::visualTransferFinished);
+    disconnect(connections, &ServerConnectionService::syncError, this,
+               &SyncTask::visualTransferError);
+    disconnect(connections, &ServerConnectionService::syncOperationFinished, this,
+               &SyncTask::fileTransferFinished);
+}
+
+void SyncTask::userRenameCanceled()
+{
+    connections->cancelRemoves(destinationServer);
+    emit taskFinished(this);
+}
+
+void SyncTask::userRemoveCanceled()
+{
+    connections->cancelRemoves(destinationServer);
+    emit taskFinished(this);
+}
+
+void SyncTask::userTransferCanceled()
+{
+    connections->cancelAllSyncs();
+}
+
+void SyncTask::folderRenameError(const QUuid &uuid, int folderSlot, const QString &error)
+{
+    takeRenameResult(uuid, folderSlot, error);
+}
+
+void SyncTask::folderRenameFinished(const QUuid &uuid, int folderSlot)
+{
+    takeRenameResult(uuid, folderSlot, std::nullopt);
+}
+
+void SyncTask::visualRemoveError(const QUuid &uuid, int folderSlot, int fileSlot,
+                                 const QString &error)
+{
+    takeRemoveResult(uuid, folderSlot, fileSlot, error);
+}
+
+void SyncTask::visualRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot)
+{
+    takeRemoveResult(uuid, folderSlot, fileSlot, std::nullopt);
+}
+
+void SyncTask::takeRenameResult(const QUuid &uuid, int folderSlot,
+                                const std::optional<QString> &error)
+{
+    if (!isDestination(uuid))
+        return;
+    const auto entry = std::ranges::find(renames, folderSlot, &RenameEntry::folderSlot);
+    if (entry != renames.end()) {
+        recordResult(*entry, error);
+        renameDialog->advance();
+    }
+    if (renameDialog->isFinished())
+        startRemovals();
+}
+
+void SyncTask::takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
+                                const std::optional<QString> &error)
+{
+    if (!isDestination(uuid))
+        return;
+    const auto entry = std::ranges::find_if(removals, [&](const RemoveEntry &candidate) {
+        return candidate.folderSlot == folderSlot && candidate.fileSlot == fileSlot;
+    });
+    if (entry != removals.end()) {
+        recordResult(*entry, error);
+        removeDialog->advance();
+    }
+    if (removeDialog->isFinished())
+        startTransfers();
+}
+
+void SyncTask::visualTransferProgress(const QUuid & /*serverId*/, int folderSlot, int fileSlot,
+                                      int progressPercent, Brenvoka::SyncStates progressState)
+{
+    if (!transferDialog)
+        return;
+    if (progressState == Brenvoka::SyncQueued) {
+        const QString label = transferLabel(folderSlot, fileSlot);
+        transferDialog->addTransfer(folderSlot, fileSlot, label);
+    } else {
+        transferDialog->updateTransfer(folderSlot, fileSlot, progressPercent, progressState);
+    }
+}
+
+void SyncTask::visualTransferFinished(const QUuid & /*serverId*/, int folderSlot, int fileSlot)
+{
+    if (transferDialog)
+        transferDialog->finishTransfer(folderSlot, fileSlot);
+}
+
+void SyncTask::visualTransferError(const QUuid &serverId, int folderSlot, int fileSlot,
+                                   Brenvoka::SyncStates state, const QString &error,
+                                   const QString &url)
+{
+    if (!transferDialog)
+        return;
+    transferDialog->updateTransfer(folderSlot, fileSlot, 100, Brenvoka::SyncFailed);
+    const Server &server = model->connectedServer(serverId);
+    if (server.uuid.isNull())
+        return;
+    const QString line = transferErrorLine(server.name, folderSlot, fileSlot, state, error, url);
+    ZOR_LOG(error, "%s", qUtf8Printable(line));
+    transferErrors.append(line);
+}
+
+void SyncTask::fileTransferFinished(const QUuid & /*serverId*/)
+{
+    if (!transferDialog)
+        return;
+    transferDialog->finished = true;
+    transferDialog->hide();
+    emit taskFinished(this);
+}
+
+bool SyncTask::hasErrors() const
+{
+    if (aborted)
+        return false;
+    if (std::ranges::any_of(removals, &RemoveEntry::failed) ||
+        std::ranges::any_of(renames, &RenameEntry::failed))
+        return true;
+    return transferDialog && std::ranges::any_of(transferDialog->rows, [](const auto &row) {
+               return row.second.state == Brenvoka::SyncFailed;
+           });
+}
+
+QString SyncTask::errorMessage() const
+{
+    return tr("Folder synchronization completed with errors");
+}
+
+QStringList SyncTask::errorDetails() const
+{
+    const QString server = serverName(destinationServer);
+    QStringList lines;
+    for (const RemoveEntry &entry : removals) {
+        if (entry.failed)
+            lines.append(tr("Remove visual %1 in folder %2 on server \"%3\" failed: %4.")
+                             .arg(threeDigits(entry.fileSlot), threeDigits(entry.folderSlot),
+                                  server, entry.error));
+    }
+    for (const RenameEntry &entry : renames) {
+        if (entry.failed)
+            lines.append(tr("Rename folder index %1 to %2 on server \"%3\" failed: %4.")
+                             .arg(threeDigits(entry.folderSlot), entry.name, server, entry.error));
+    }
+    return lines + transferErrors;
+}
+
+const QUuid &SyncTask::affectedServer() const
+{
+    return destinationServer;
+}
+
+bool SyncTask::involvesServer(const QUuid &uuid) const
+{
+    return uuid == sourceServer || uuid == destinationServer;
+}
+
+bool SyncTask::isDestination(const QUuid &uuid) const
+{
+    if (uuid == destinationServer)
+        return true;
+    ZOR_LOG(info, "Invalid server id in notification %s", qPrintable(uuid.toString()));
+    return false;
+}
+
+QString SyncTask::serverName(const QUuid &uuid) const
+{
+    return model->connectedServer(uuid).name;
+}
+
+QString SyncTask::transferLabel(int folderSlot, int fileSlot) const
+{
+    const QList<MediaFolder> &folders = model->connectedServer(sourceServer).folders;
+    const auto folder = std::ranges::find(folders, folderSlot, &MediaFolder::slot);
+    if (folder == folders.cend())
+        return tr("%1 - %2 ").arg(QString(), QString());
+    const int index = folder->indexOfSlot(fileSlot);
+    const QString visualName = index < 0 ? QString() : folder->files.at(index).name;
+    return tr("%1 - %2 ").arg(folder->name, visualName);
+}
+
+QString SyncTask::transferErrorLine(const QString &destination, int folderSlot, int fileSlot,
+                                    Brenvoka::SyncStates state, const QString &error,
+                                    const QString &url) const
+{
+    const QString source = serverName(sourceServer);
+    const QString folder = threeDigits(folderSlot);
+    const QString file = threeDigits(fileSlot);
+    switch (state) {
+    case Brenvoka::SyncQueued:
+        return tr("Visual sync from %2 failed while queued on server \"%1\": %3.")
+            .arg(destination, source, error);
+    case Brenvoka::SyncTransferring:
+        // Both markers are the first one, so the name stands twice and the URL nowhere.
+        return tr("Server %1 failed to download URL \"%1\".").arg(destination);
+    case Brenvoka::SyncImporting:
+        return tr("Visual sync from \"%1\" on server \"%2\" in folder %3 at index %4 failed: "
+                  "Import failure.")
+            .arg(source, destination, folder, file);
+    case Brenvoka::SyncFailed:
+        return tr("Visual sync from \"%1\" on server \"%2\" in folder %3 at index %4 failed: %5.")
+            .arg(source, destination, folder, file, error);
+    default:
+        return tr("Unexpected failure message for sync op on sever \"%1\" from \"%2\".")
+            .arg(destination, url);
+    }
+}
