@@ -1,0 +1,515 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ServerListenerService.h"
+
+#include "Support/Announcer.h"
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QUuid stageId(u"1b4e28ba-2fa1-11d2-883f-0016d3cca427"_s);
+const QUuid hallId(u"00000000-0000-0000-0000-000000000001"_s);
+const QString firstAddress = u"127.10.2.1"_s;
+const QString secondAddress = u"127.10.2.2"_s;
+const QByteArray mask16("\0\0\xff\xff", 4);
+
+/// A service whose ticks are driven by hand, and what it told in order. The event loop does not
+/// run meanwhile, so its own timer stays silent.
+class Listener final
+{
+public:
+    Listener()
+    {
+        QObject::connect(&service, &ServerListenerService::addServer, &service,
+                         [this](const QUuid &uuid, const QHostAddress &address, int netmask,
+                                const QString &name) {
+                             tell(u"server"_s, uuid, address, netmask, u' ' + name);
+                         });
+        QObject::connect(&service, &ServerListenerService::addServerConnection, &service,
+                         [this](const QUuid &uuid, const QHostAddress &address, int netmask) {
+                             tell(u"connection"_s, uuid, address, netmask);
+                         });
+        QObject::connect(&service, &ServerListenerService::removeServerConnection, &service,
+                         [this](const QUuid &uuid, const QHostAddress &address, int netmask) {
+                             tell(u"lost connection"_s, uuid, address, netmask);
+                         });
+        QObject::connect(&service, &ServerListenerService::removeServer, &service,
+                         [this](const QUuid &uuid) { events << u"lost "_s + label(uuid); });
+        QObject::connect(&service, &ServerListenerService::serverNameChanged, &service,
+                         [this](const QUuid &uuid, const QString &name) {
+                             events << u"name %1 %2"_s.arg(label(uuid), name);
+                         });
+    }
+
+    void tick(int times = 1)
+    {
+        for (int i = 0; i < times; ++i)
+            QMetaObject::invokeMethod(&service, "listServers", Qt::DirectConnection);
+    }
+
+    /// What was told since the last call.
+    QStringList take() { return std::exchange(events, {}); }
+
+    ServerListenerService service;
+
+private:
+    static QString label(const QUuid &uuid)
+    {
+        return uuid == stageId ? u"stage"_s : uuid == hallId ? u"hall"_s : uuid.toString();
+    }
+
+    void tell(const QString &what, const QUuid &uuid, const QHostAddress &address, int netmask,
+              const QString &rest = {})
+    {
+        events << u"%1 %2 %3/%4%5"_s.arg(what, label(uuid), address.toString(),
+                                         QString::number(netmask), rest);
+    }
+
+    QStringList events;
+};
+
+QByteArray wireFile(const QString &name)
+{
+    QFile file(QStringLiteral(BRENVOKA_WIRE_DIR "/") + name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class tst_ServerListenerService final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void announcementsOnTheWire_data();
+    void announcementsOnTheWire();
+    void everyAnnouncementFileIsDescribed();
+    void netmasks_data();
+    void netmasks();
+    void firstAnnouncementGivesOneServer();
+    void nameIsReadAsUtf8();
+    void nullUuidIsNeverListed();
+    void sameServerHeardAgainIsSilent();
+    void secondAddressIsAConnection();
+    void bothAddressesInOneTickComeInTableOrder();
+    void changedNetmaskIsIgnored();
+    void invalidNetmaskDoesNotRefresh();
+    void changedNameIsTold();
+    void newConnectionComesBeforeTheChangedName();
+    void twoServersBehindOneAddress();
+    void connectionStays120TicksAndGoesAtThe121st();
+    void lastConnectionsGoBeforeTheirServer();
+    void oneOfTwoConnectionsGoes();
+    void lostServerReturnsAsNew();
+    void arrivalsAreToldBeforeLosses();
+    void eleventhSenderIsHeardInALaterTick();
+    void otherTypeEndsTheDrainingOfATick();
+    void logsWhatAppears();
+    void tickWithinALossIsHarmless();
+    void tickWithinANewConnectionIsHarmless();
+    void ticksComeByThemselves();
+    void withoutThePortNothingIsHeard();
+    void destructionTellsNothingAndFreesThePort();
+};
+
+void tst_ServerListenerService::announcementsOnTheWire_data()
+{
+    QTest::addColumn<QByteArray>("datagram");
+    QTest::addColumn<QStringList>("events");
+    const QJsonObject files = QJsonDocument::fromJson(wireFile(u"announcements.json"_s)).object();
+    QVERIFY(!files.isEmpty());
+    for (auto file = files.begin(); file != files.end(); ++file) {
+        const QJsonObject fields = file->toObject();
+        QStringList events;
+        if (fields["listed"_L1].toBool()) {
+            QCOMPARE(QUuid(fields["uuid"_L1].toString()), stageId);
+            events << u"server stage 127.10.2.1/%1 %2"_s.arg(
+                QString::number(fields["prefixLength"_L1].toInt()), fields["name"_L1].toString());
+        }
+        QTest::newRow(qPrintable(file.key())) << wireFile(file.key()) << events;
+    }
+}
+
+void tst_ServerListenerService::announcementsOnTheWire()
+{
+    QFETCH(const QByteArray, datagram);
+    Listener listener;
+    QVERIFY(datagram.size() >= 128);
+    QVERIFY(Announcer(firstAddress).send(datagram));
+    listener.tick();
+    QTEST(listener.take(), "events");
+}
+
+void tst_ServerListenerService::everyAnnouncementFileIsDescribed()
+{
+    const QJsonObject described =
+        QJsonDocument::fromJson(wireFile(u"announcements.json"_s)).object();
+    const QDir directory(QStringLiteral(BRENVOKA_WIRE_DIR));
+    QCOMPARE(directory.entryList({u"announcement*.bin"_s}, QDir::Files, QDir::Name),
+             described.keys());
+}
+
+void tst_ServerListenerService::netmasks_data()
+{
+    QTest::addColumn<QByteArray>("mask");
+    QTest::addColumn<int>("netmask");
+    const auto row = [](const char *name, const char *bytes, int netmask) {
+        QTest::newRow(name) << QByteArray(bytes, 4) << netmask;
+    };
+    row("255.255.255.255", "\xff\xff\xff\xff", 32);
+    row("255.255.255.254", "\xfe\xff\xff\xff", 31);
+    row("255.255.255.0", "\x00\xff\xff\xff", 24);
+    row("255.255.240.0", "\x00\xf0\xff\xff", 20);
+    row("255.0.0.0", "\x00\x00\x00\xff", 8);
+    row("128.0.0.0", "\x00\x00\x00\x80", 1);
+    row("0.0.0.0", "\x00\x00\x00\x00", 0);
+    row("0.255.255.255, network order", "\xff\xff\xff\x00", -1);
+    row("255.0.255.0, a hole", "\x00\xff\x00\xff", -1);
+    row("255.255.255.1", "\x01\xff\xff\xff", -1);
+    row("0.0.0.1", "\x01\x00\x00\x00", -1);
+}
+
+void tst_ServerListenerService::netmasks()
+{
+    QFETCH(const QByteArray, mask);
+    QFETCH(const int, netmask);
+    Listener listener;
+    Announcer(firstAddress).send(announcement({.mask = mask}));
+    listener.tick();
+    const QStringList expected{u"server stage 127.10.2.1/%1 Stage left"_s.arg(netmask)};
+    QCOMPARE(listener.take(), netmask < 0 ? QStringList() : expected);
+}
+
+void tst_ServerListenerService::firstAnnouncementGivesOneServer()
+{
+    Listener listener;
+    const Announcer sender(firstAddress);
+    listener.tick();
+    sender.send(announcement({}));
+    QCOMPARE(listener.take(), QStringList());
+    listener.tick();
+    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Stage left"_s});
+}
+
+void tst_ServerListenerService::nameIsReadAsUtf8()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({.name = "B\xc3\xbchne \xff"}));
+    listener.tick();
+    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Bühne \uFFFD"_s});
+}
+
+void tst_ServerListenerService::nullUuidIsNeverListed()
+{
+    LogCapture log;
+    Listener listener;
+    Announcer(firstAddress).send(announcement({.uuid = QUuid()}));
+    listener.tick(200);
+    QCOMPARE(listener.take(), QStringList());
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void tst_ServerListenerService::sameServerHeardAgainIsSilent()
+{
+    Listener listener;
+    const Announcer sender(firstAddress);
+    sender.send(announcement({}));
+    listener.tick();
+    listener.take();
+    for (int i = 0; i < 5; ++i) {
+        sender.send(announcement({}));
+        sender.send(announcement({}));
+        listener.tick();
+    }
+    QCOMPARE(listener.take(), QStringList());
+}
+
+void tst_ServerListenerService::secondAddressIsAConnection()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    listener.take();
+    Announcer(secondAddress).send(announcement({.mask = mask16}));
+    listener.tick();
+    QCOMPARE(listener.take(), QStringList{u"connection stage 127.10.2.2/16"_s});
+}
+
+void tst_ServerListenerService::bothAddressesInOneTickComeInTableOrder()
+{
+    Listener listener;
+    Announcer(secondAddress).send(announcement({}));
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    QCOMPARE(listener.take(), (QStringList{u"server stage 127.10.2.2/24 Stage left"_s,
+                                           u"connection stage 127.10.2.1/24"_s}));
+}
+
+void tst_ServerListenerService::changedNetmaskIsIgnored()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    listener.take();
+    Announcer(firstAddress).send(announcement({.mask = mask16}));
+    listener.tick();
+    QCOMPARE(listener.take(), QStringList());
+    listener.tick(121);
+    QCOMPARE(listener.take(),
+             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
+}
+
+void tst_ServerListenerService::invalidNetmaskDoesNotRefresh()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    listener.take();
+    listener.tick(120);
+    QCOMPARE(listener.take(), QStringList());
+    Announcer(firstAddress).send(announcement({.mask = QByteArray("\xff\xff\xff\0", 4)}));
+    listener.tick();
+    QCOMPARE(listener.take(),
+             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
+}
+
+void tst_ServerListenerService::changedNameIsTold()
+{
+    LogCapture log;
+    Listener listener;
+    Announcer(firstAddress).send(announcement({.name = "Old"}));
+    listener.tick();
+    listener.take();
+    for (int i = 0; i < 2; ++i) {
+        Announcer(firstAddress).send(announcement({.name = "New"}));
+        listener.tick();
+    }
+    QCOMPARE(listener.take(), QStringList{u"name stage New"_s});
+    QCOMPARE(log.texts().last(), u"server name changed from New to New"_s);
+}
+
+void tst_ServerListenerService::newConnectionComesBeforeTheChangedName()
+{
+    LogCapture log;
+    Listener listener;
+    Announcer(firstAddress).send(announcement({.name = "Old"}));
+    listener.tick();
+    listener.take();
+    Announcer(secondAddress).send(announcement({.name = "New"}));
+    listener.tick();
+    QCOMPARE(listener.take(),
+             (QStringList{u"connection stage 127.10.2.2/24"_s, u"name stage New"_s}));
+    QVERIFY(log.texts().contains(
+        u"Found new server connection: %1 | 127.10.2.2 | 24 | Old"_s.arg(stageId.toString())));
+}
+
+void tst_ServerListenerService::twoServersBehindOneAddress()
+{
+    Listener listener;
+    const Announcer sender(firstAddress);
+    sender.send(announcement({}));
+    listener.tick();
+    sender.send(announcement({.uuid = hallId, .name = "Hall"}));
+    listener.tick();
+    QCOMPARE(listener.take(), (QStringList{u"server stage 127.10.2.1/24 Stage left"_s,
+                                           u"server hall 127.10.2.1/24 Hall"_s}));
+}
+
+void tst_ServerListenerService::connectionStays120TicksAndGoesAtThe121st()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    listener.take();
+    listener.tick(60);
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    listener.tick(120);
+    QCOMPARE(listener.take(), QStringList());
+    listener.tick();
+    QCOMPARE(listener.take(),
+             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
+    listener.tick(300);
+    QCOMPARE(listener.take(), QStringList());
+}
+
+void tst_ServerListenerService::lastConnectionsGoBeforeTheirServer()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    Announcer(secondAddress).send(announcement({.mask = mask16}));
+    listener.tick();
+    listener.take();
+    listener.tick(121);
+    QCOMPARE(listener.take(),
+             (QStringList{u"lost connection stage 127.10.2.1/24"_s,
+                          u"lost connection stage 127.10.2.2/16"_s, u"lost stage"_s}));
+}
+
+void tst_ServerListenerService::oneOfTwoConnectionsGoes()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    Announcer(secondAddress).send(announcement({}));
+    listener.tick();
+    listener.take();
+    listener.tick(100);
+    Announcer(secondAddress).send(announcement({}));
+    listener.tick(21);
+    QCOMPARE(listener.take(), QStringList{u"lost connection stage 127.10.2.1/24"_s});
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    QCOMPARE(listener.take(), QStringList{u"connection stage 127.10.2.1/24"_s});
+}
+
+void tst_ServerListenerService::lostServerReturnsAsNew()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick(1 + 124);
+    listener.take();
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Stage left"_s});
+}
+
+void tst_ServerListenerService::arrivalsAreToldBeforeLosses()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick(1 + 120);
+    listener.take();
+    Announcer(secondAddress).send(announcement({}));
+    Announcer(u"127.10.2.3"_s).send(announcement({.uuid = hallId, .name = "Hall"}));
+    listener.tick();
+    QCOMPARE(listener.take(),
+             (QStringList{u"connection stage 127.10.2.2/24"_s, u"server hall 127.10.2.3/24 Hall"_s,
+                          u"lost connection stage 127.10.2.1/24"_s}));
+}
+
+void tst_ServerListenerService::eleventhSenderIsHeardInALaterTick()
+{
+    Listener listener;
+    for (int i = 1; i <= 11; ++i)
+        Announcer(u"127.10.2.%1"_s.arg(i)).send(announcement({}));
+    listener.tick();
+    QCOMPARE(listener.take().size(), 10);
+    Announcer(u"127.10.2.11"_s).send(announcement({}));
+    listener.tick();
+    QCOMPARE(listener.take(), QStringList{u"connection stage 127.10.2.11/24"_s});
+}
+
+void tst_ServerListenerService::otherTypeEndsTheDrainingOfATick()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({.type = 2}));
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    QCOMPARE(listener.take(), QStringList());
+    listener.tick();
+    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Stage left"_s});
+}
+
+void tst_ServerListenerService::logsWhatAppears()
+{
+    LogCapture log;
+    Listener listener;
+    Announcer(firstAddress).send(announcement({.name = "B\xc3\xbchne %s"}));
+    Announcer(secondAddress).send(announcement({.name = "B\xc3\xbchne %s"}));
+    listener.tick();
+    const QString form = u"%1: {1b4e28ba-2fa1-11d2-883f-0016d3cca427} | %2 | 24 | Bühne %s"_s;
+    QCOMPARE(log.texts(), (QStringList{form.arg(u"Found new server"_s, firstAddress),
+                                       form.arg(u"Found new server connection"_s, secondAddress)}));
+    for (const QString &line : log.lines())
+        QVERIFY2(line.startsWith(u"[ServerListenerService:"_s), qPrintable(line));
+}
+
+void tst_ServerListenerService::tickWithinALossIsHarmless()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    Announcer(secondAddress).send(announcement({.uuid = hallId, .name = "Hall"}));
+    listener.tick();
+    listener.take();
+    // A message box about the lost server: its event loop brings ticks, and the server is back.
+    connect(&listener.service, &ServerListenerService::removeServer, &listener.service, [&] {
+        Announcer(firstAddress).send(announcement({.name = "Back"}));
+        listener.tick(5);
+    });
+    listener.tick(121);
+    QStringList events = listener.take();
+    QCOMPARE(events.count(u"lost stage"_s), 1);
+    QCOMPARE(events.count(u"lost hall"_s), 1);
+    QCOMPARE(events.count(u"server stage 127.10.2.1/24 Back"_s), 1);
+    QCOMPARE(events.size(), 5);
+}
+
+void tst_ServerListenerService::tickWithinANewConnectionIsHarmless()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({.name = "Old"}));
+    listener.tick();
+    listener.take();
+    connect(&listener.service, &ServerListenerService::addServerConnection, &listener.service,
+            [&] { listener.tick(121); });
+    Announcer(secondAddress).send(announcement({.name = "New"}));
+    listener.tick();
+    QCOMPARE(
+        listener.take(),
+        (QStringList{u"connection stage 127.10.2.2/24"_s, u"lost connection stage 127.10.2.1/24"_s,
+                     u"lost connection stage 127.10.2.2/24"_s, u"lost stage"_s}));
+}
+
+void tst_ServerListenerService::ticksComeByThemselves()
+{
+    const ServerListenerService service;
+    QSignalSpy added(&service, &ServerListenerService::addServer);
+    Announcer(firstAddress).send(announcement({}));
+    QVERIFY(added.wait(10000));
+    const auto *timer = service.findChild<QTimer *>();
+    QVERIFY(timer);
+    QCOMPARE(timer->interval(), 250);
+}
+
+void tst_ServerListenerService::withoutThePortNothingIsHeard()
+{
+    LogCapture log;
+    const Announcer holder(u"0.0.0.0"_s, 3001);
+    QVERIFY(holder.isBound());
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick(3);
+    QCOMPARE(listener.take(), QStringList());
+    QCOMPARE(log.lines(), QStringList());
+}
+
+void tst_ServerListenerService::destructionTellsNothingAndFreesThePort()
+{
+    QStringList events;
+    {
+        ServerListenerService service;
+        connect(&service, &ServerListenerService::removeServer, this,
+                [&events] { events << u"lost"_s; });
+        Announcer(firstAddress).send(announcement({}));
+        QMetaObject::invokeMethod(&service, "listServers");
+    }
+    QCOMPARE(events, QStringList());
+    QVERIFY(Announcer(u"0.0.0.0"_s, 3001).isBound());
+}
+
+QTEST_GUILESS_MAIN(tst_ServerListenerService)
+#include "tst_ServerListenerService.moc"
