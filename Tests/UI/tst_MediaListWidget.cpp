@@ -3,6 +3,8 @@
 
 #include "UI/MediaListWidget.h"
 
+#include "Support/FailOnWarning.h"
+
 #include <QApplication>
 #include <QDrag>
 #include <QDragEnterEvent>
@@ -116,6 +118,8 @@ class TestMediaListWidget final : public QObject
     Q_OBJECT
 
 private slots:
+    void init() { failOnAnyWarning(); }
+
     void initTestCase()
     {
         QVERIFY2(QGuiApplication::platformName() != "offscreen"_L1,
