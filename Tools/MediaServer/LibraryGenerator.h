@@ -1,0 +1,13 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "MediaServer/Library.h"
+#include "MediaServer/Options.h"
+
+/// Fills an empty library with drawn pictures, each with its own colours, shape and label, and
+/// some clips' worth of bytes. The same settings give the same bytes every time.
+///
+/// Needs a QGuiApplication, for the fonts. Throws std::runtime_error when a file cannot be written.
+void generateLibrary(Library &library, const GeneratedLibrary &settings);

@@ -1,0 +1,206 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "MediaServer/Options.h"
+
+#include <QCommandLineParser>
+
+#include <arpa/inet.h>
+
+#include <stdexcept>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// A value that cannot be used; never leaves this file.
+struct BadValue : std::runtime_error
+{
+    explicit BadValue(const QString &option, const QString &value)
+        : std::runtime_error(u"--%1: \"%2\" cannot be used"_s.arg(option, value).toStdString())
+    {
+    }
+};
+
+const QList<QCommandLineOption> &definitions()
+{
+    static const QList<QCommandLineOption> list = {
+        {u"address"_s, u"IPv4 address to serve on, port 4567."_s, u"address"_s, u"127.0.0.1"_s},
+        {u"name"_s, u"Announced name (default: the address)."_s, u"name"_s},
+        {u"library"_s, u"Directory that holds the library."_s, u"directory"_s},
+        {u"uuid"_s, u"Identity (default: derived from name and address)."_s, u"uuid"_s},
+        {u"mask"_s, u"Announced network mask."_s, u"mask"_s, u"255.0.0.0"_s},
+        {u"announce-to"_s, u"Address that is told."_s, u"address"_s, u"127.255.255.255"_s},
+        {u"announce-interval"_s, u"Time between announcements."_s, u"ms"_s, u"1000"_s},
+        {u"no-announce"_s, u"Do not announce."_s},
+        {u"generate"_s, u"Fill an empty library with drawn pictures."_s, u"seed"_s},
+        {u"folders"_s, u"Folders to generate."_s, u"count"_s, u"6"_s},
+        {u"visuals"_s, u"Visuals to generate in each folder."_s, u"count"_s, u"10"_s},
+        {u"picture-size"_s, u"Size of a generated picture."_s, u"WxH"_s, u"480x270"_s},
+        {u"clip-bytes"_s, u"Length of a generated clip."_s, u"bytes"_s, u"262144"_s},
+        {u"frame-rate-interval"_s, u"Time between frame-rate reports."_s, u"ms"_s, u"1000"_s},
+        {u"bandwidth"_s, u"Slow link, in both directions (0: no limit)."_s, u"bytes/s"_s, u"0"_s},
+        {u"import-delay"_s, u"Time that an import takes."_s, u"ms"_s, u"0"_s},
+        {u"burst-grace"_s, u"How long after a sync command more may come."_s, u"ms"_s, u"500"_s},
+        {u"workers"_s, u"Transfers that run at once."_s, u"count"_s, u"4"_s},
+        {u"answer-only"_s, u"Report syncs as done without copying anything."_s},
+        {u"log"_s, u"File that gets one line for each request."_s, u"file"_s},
+        {u"version-header"_s, u"X-BVProtocolVersion (empty: absent)."_s, u"value"_s,
+         u"281474976710656"_s},
+        {u"features"_s, u"X-BVFeatureList."_s, u"text"_s, u"1"_s},
+        {u"refuse"_s, u"Refuse requests: CODE or CODE@KIND, 1 to 5 or upload."_s, u"code"_s},
+        {u"refuse-text"_s, u"Text of a refusal with code 3."_s, u"text"_s, u"Disk is full"_s},
+        {u"fail-import"_s, u"Fail the import into FOLDER/SLOT."_s, u"place"_s},
+        {u"stall"_s, u"Take commands and never answer them."_s},
+        {u"drop-stream-after"_s, u"Cut each notification stream."_s, u"ms"_s},
+        {u"die-after"_s, u"Die when so many bytes of media have passed."_s, u"bytes"_s, u"0"_s},
+        {u"bad-json"_s, u"Break the library document off in the middle."_s},
+        {u"sparse"_s, u"List only folders with visuals."_s},
+        {u"mask-network-order"_s, u"Announce the mask with the wrong byte order."_s},
+    };
+    return list;
+}
+
+qint64 number(const QString &option, const QString &value, qint64 low, qint64 high)
+{
+    bool ok = false;
+    const qint64 result = value.toLongLong(&ok);
+    if (!ok || result < low || result > high)
+        throw BadValue(option, value);
+    return result;
+}
+
+/// The number that an option was given, or its default.
+qint64 number(const QCommandLineParser &parser, const QString &option, qint64 low, qint64 high)
+{
+    return number(option, parser.value(option), low, high);
+}
+
+std::chrono::milliseconds duration(const QCommandLineParser &parser, const QString &option,
+                                   qint64 low = 0)
+{
+    return std::chrono::milliseconds(number(parser, option, low, 24LL * 3600 * 1000));
+}
+
+quint32 ipv4(const QCommandLineParser &parser, const QString &option)
+{
+    in_addr address{};
+    if (inet_pton(AF_INET, parser.value(option).toLatin1().constData(), &address) != 1)
+        throw BadValue(option, parser.value(option));
+    return ntohl(address.s_addr);
+}
+
+/// Two numbers with a separator between them.
+std::pair<int, int> twoNumbers(const QString &option, const QString &value, QChar separator,
+                               int low, int high)
+{
+    const QStringList numbers = value.split(separator);
+    if (numbers.size() != 2)
+        throw BadValue(option, value);
+    return {static_cast<int>(number(option, numbers[0], low, high)),
+            static_cast<int>(number(option, numbers[1], low, high))};
+}
+
+void readFaults(const QCommandLineParser &parser, Faults &faults)
+{
+    for (const QString &value : parser.values(u"refuse"_s)) {
+        const QString kind = value.section(u'@', 1);
+        static const QStringList kinds = {{}, u"1"_s, u"2"_s, u"3"_s, u"4"_s, u"5"_s, u"upload"_s};
+        if (!kinds.contains(kind))
+            throw BadValue(u"refuse"_s, value);
+        faults.refuse[kind.toStdString()] =
+            static_cast<int>(number(u"refuse"_s, value.section(u'@', 0, 0), 1, 1000));
+    }
+    faults.refuseText = parser.value(u"refuse-text"_s);
+    for (const QString &value : parser.values(u"fail-import"_s)) {
+        const auto [folder, visual] = twoNumbers(u"fail-import"_s, value, u'/', 0, 255);
+        faults.failImport.insert({folder, visual});
+    }
+    faults.stall = parser.isSet(u"stall"_s);
+    faults.badJson = parser.isSet(u"bad-json"_s);
+    faults.sparse = parser.isSet(u"sparse"_s);
+    faults.maskInNetworkOrder = parser.isSet(u"mask-network-order"_s);
+    if (parser.isSet(u"drop-stream-after"_s))
+        faults.dropStreamAfter = duration(parser, u"drop-stream-after"_s);
+    faults.dieAfterBytes = number(parser, u"die-after"_s, 0, std::numeric_limits<qint64>::max());
+}
+
+GeneratedLibrary readGenerated(const QCommandLineParser &parser)
+{
+    const auto [width, height] =
+        twoNumbers(u"picture-size"_s, parser.value(u"picture-size"_s), u'x', 1, 8192);
+    return {.seed = static_cast<quint32>(number(parser, u"generate"_s, 0, 0xffffffff)),
+            .folders = static_cast<int>(number(parser, u"folders"_s, 0, folderLimit)),
+            .visuals = static_cast<int>(number(parser, u"visuals"_s, 0, slotLimit - 1)),
+            .pictureSize = {width, height},
+            .clipBytes = static_cast<int>(number(parser, u"clip-bytes"_s, 1, 1 << 30))};
+}
+
+QUuid readUuid(const QCommandLineParser &parser, const QString &name, const QString &address)
+{
+    static const QUuid space(u"{9b5e3a52-7c0d-4f57-8d0b-2f3f1c7f4567}"_s);
+    if (!parser.isSet(u"uuid"_s))
+        return QUuid::createUuidV5(space, name + u'\n' + address);
+    const QUuid uuid(parser.value(u"uuid"_s));
+    if (uuid.isNull())
+        throw BadValue(u"uuid"_s, parser.value(u"uuid"_s));
+    return uuid;
+}
+
+Options readOptions(const QCommandLineParser &parser)
+{
+    if (!parser.isSet(u"library"_s))
+        throw std::runtime_error("--library DIRECTORY is required");
+    ipv4(parser, u"address"_s);
+    ipv4(parser, u"announce-to"_s);
+    const QString address = parser.value(u"address"_s);
+    Options options;
+    options.address = address.toStdString();
+    options.name = parser.isSet(u"name"_s) ? parser.value(u"name"_s) : address;
+    options.libraryDirectory = parser.value(u"library"_s);
+    options.uuid = readUuid(parser, options.name, address);
+    options.mask = ipv4(parser, u"mask"_s);
+    options.announceTo = parser.value(u"announce-to"_s).toStdString();
+    options.announceInterval = duration(parser, u"announce-interval"_s, 1);
+    options.announce = !parser.isSet(u"no-announce"_s);
+    if (parser.isSet(u"generate"_s))
+        options.generate = readGenerated(parser);
+    options.frameRateInterval = duration(parser, u"frame-rate-interval"_s, 1);
+    options.bandwidth = number(parser, u"bandwidth"_s, 0, std::numeric_limits<qint64>::max());
+    options.importDelay = duration(parser, u"import-delay"_s);
+    options.burstGrace = duration(parser, u"burst-grace"_s);
+    options.workers = static_cast<int>(number(parser, u"workers"_s, 1, 64));
+    options.answerOnly = parser.isSet(u"answer-only"_s);
+    options.logFile = parser.value(u"log"_s);
+    options.versionHeader = parser.value(u"version-header"_s).toStdString();
+    options.features = parser.value(u"features"_s).toStdString();
+    readFaults(parser, options.faults);
+    return options;
+}
+
+} // namespace
+
+std::optional<Options> Options::parse(const QStringList &arguments, QString &error)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        u"A media server for rehearsals: one process is one server."_s);
+    parser.addHelpOption();
+    parser.addOptions(definitions());
+    if (!parser.parse(arguments)) {
+        error = parser.errorText();
+        return {};
+    }
+    if (parser.isSet(u"help"_s))
+        parser.showHelp();
+    if (!parser.positionalArguments().isEmpty()) {
+        error = u"\"%1\" is no option"_s.arg(parser.positionalArguments().constFirst());
+        return {};
+    }
+    try {
+        return readOptions(parser);
+    } catch (const std::runtime_error &bad) {
+        error = QString::fromStdString(bad.what());
+        return {};
+    }
+}

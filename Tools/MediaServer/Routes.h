@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "MediaServer/CommandHandler.h"
+#include "MediaServer/HttpServer.h"
+#include "MediaServer/LibraryDocument.h"
+#include "MediaServer/MediaLink.h"
+#include "MediaServer/NotificationHub.h"
+#include "MediaServer/Options.h"
+#include "MediaServer/RequestLog.h"
+#include "MediaServer/ThumbnailMaker.h"
+#include "MediaServer/UploadHandler.h"
+
+/// What each address answers. The handlers run on the threads of the connections and hold no
+/// lock of their own.
+class Routes
+{
+public:
+    struct Parts
+    {
+        HttpServer &http;
+        Library &library;
+        NotificationHub &hub;
+        TransferTable &transfers;
+        MediaLink &link;
+        RequestLog &log;
+    };
+
+    /// Registers the handlers; `parts` must outlive the server.
+    Routes(const Parts &serverParts, const Options &serverOptions);
+
+private:
+    using Request = httplib::Request;
+    using Response = httplib::Response;
+
+    void libraryDocument(Response &response);
+    void notifier(Response &response);
+    void execute(const Request &request, Response &response);
+    void upload(const Request &request, Response &response, const httplib::ContentReader &reader);
+    void thumbnail(const Request &request, Response &response);
+    void media(const Request &request, Response &response);
+    [[nodiscard]] std::optional<CommandResult> refusal(const std::string &kind) const;
+
+    const Parts parts;
+    const Options &options;
+    LibraryDocument document;
+    ThumbnailMaker thumbnails;
+    CommandHandler commands;
+    UploadHandler uploads;
+};

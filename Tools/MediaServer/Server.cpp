@@ -1,0 +1,142 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "MediaServer/Server.h"
+
+#include "MediaServer/Frames.h"
+#include "MediaServer/LibraryGenerator.h"
+
+#include <QCoreApplication>
+
+#include <cstdio>
+#include <stdexcept>
+
+using namespace std::chrono_literals;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int port = 4567;
+
+/// Changes within this time are told together.
+constexpr auto libraryChangeDelay = 200ms;
+
+void say(const QString &text)
+{
+    std::printf("%s\n", qUtf8Printable(text));
+    std::fflush(stdout);
+}
+
+} // namespace
+
+Server::Server(const Options &serverOptions)
+    : options(serverOptions)
+    , log(options.logFile)
+    , library(options.libraryDirectory)
+    , transfers(hub, options.burstGrace)
+    , link(options.bandwidth, options.faults.dieAfterBytes)
+    , routes({http, library, hub, transfers, link, log}, options)
+    , announcer(options)
+{
+    if (options.generate && library.isEmpty())
+        generateLibrary(library, *options.generate);
+    if (!http.bind(options.address, port))
+        throw std::runtime_error("cannot listen on " + options.address + ':' +
+                                 std::to_string(port));
+    connect(&frameRateTimer, &QTimer::timeout, this, &Server::reportFrameRates);
+    libraryChangeTimer.setSingleShot(true);
+    libraryChangeTimer.setInterval(libraryChangeDelay);
+    connect(&libraryChangeTimer, &QTimer::timeout, this, &Server::reportLibraryChange);
+    library.setChangeCallback([this] {
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (!libraryChangeTimer.isActive())
+                    libraryChangeTimer.start();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+Server::~Server()
+{
+    http.shutDown();
+    if (listener.joinable())
+        listener.join();
+}
+
+void Server::start()
+{
+    workers = std::make_unique<TransferWorkers>(
+        transfers, library, link,
+        TransferWorkers::Settings{.workers = options.workers,
+                                  .answerOnly = options.answerOnly,
+                                  .importDelay = options.importDelay,
+                                  .failImport = options.faults.failImport});
+    listener = std::thread([this] { http.listen_after_bind(); });
+    frameRateTimer.start(options.frameRateInterval);
+    if (options.announce)
+        announcer.start();
+    say(u"ready http://%1:%2 %3 %4"_s.arg(QString::fromStdString(options.address),
+                                          QString::number(port), options.uuid.toString(),
+                                          options.name));
+}
+
+void Server::command(const QString &line)
+{
+    const QString word = line.section(u' ', 0, 0);
+    if (word == "shutdown"_L1)
+        shutDown();
+    else if (word == "quit"_L1)
+        quit();
+    else if (word == "end-stream"_L1)
+        hub.endStreams(StreamEnd::Clean);
+    else if (word == "reset-stream"_L1)
+        hub.endStreams(StreamEnd::Reset);
+    else if (word == "silence"_L1)
+        announcer.stop();
+    else if (word == "announce"_L1)
+        announcer.start();
+    else if (word == "rename"_L1)
+        announcer.setName(line.section(u' ', 1));
+    else if (word == "library-changed"_L1)
+        reportLibraryChange();
+    else if (word == "quiet?"_L1)
+        say(transfers.isQuiet() ? u"quiet"_s : u"busy"_s);
+    else
+        say(u"unknown command \"%1\""_s.arg(line));
+}
+
+void Server::quit()
+{
+    finish(StreamEnd::Cut);
+}
+
+void Server::shutDown()
+{
+    hub.publish(Frames::shuttingDown());
+    finish(StreamEnd::Clean);
+}
+
+void Server::finish(StreamEnd how)
+{
+    announcer.stop();
+    frameRateTimer.stop();
+    hub.endStreams(how);
+    hub.waitForNoStream(2s);
+    http.shutDown();
+    workers.reset();
+    QCoreApplication::quit();
+}
+
+/// Rates as a busy machine has them: close to the nominal ones, never quite steady.
+void Server::reportFrameRates()
+{
+    const double sway = (frameRateReports++ % 5) * 0.01;
+    hub.publish(Frames::frameRates(59.94 - sway, 60.0 - sway, 25.0, true));
+}
+
+void Server::reportLibraryChange()
+{
+    hub.publish(Frames::libraryChanged());
+}

@@ -1,0 +1,81 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "MediaServer/SocketStream.h"
+
+#include <poll.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+short waitFor(socket_t socket, short events, std::chrono::milliseconds time)
+{
+    pollfd entry{.fd = socket, .events = events, .revents = 0};
+    const int ready = poll(&entry, 1, static_cast<int>(time.count()));
+    return ready > 0 ? entry.revents : short{0};
+}
+
+void describe(const sockaddr_in &address, std::string &ip, int &port)
+{
+    std::array<char, INET_ADDRSTRLEN> text{};
+    inet_ntop(AF_INET, &address.sin_addr, text.data(), text.size());
+    ip = text.data();
+    port = ntohs(address.sin_port);
+}
+
+} // namespace
+
+SocketStream::SocketStream(socket_t connection)
+    : handle(connection)
+{
+}
+
+bool SocketStream::waitForBytes(std::chrono::milliseconds time) const
+{
+    return (waitFor(handle, POLLIN, time) & POLLIN) != 0;
+}
+
+bool SocketStream::is_readable() const
+{
+    return waitForBytes(0ms);
+}
+
+bool SocketStream::is_writable() const
+{
+    const int ready = waitFor(handle, POLLOUT | POLLRDHUP, patience);
+    return (ready & (POLLRDHUP | POLLERR | POLLHUP)) == 0 && (ready & POLLOUT) != 0;
+}
+
+ssize_t SocketStream::read(char *data, size_t size)
+{
+    return waitForBytes(patience) ? recv(handle, data, size, 0) : -1;
+}
+
+ssize_t SocketStream::write(const char *data, size_t size)
+{
+    if ((waitFor(handle, POLLOUT, patience) & POLLOUT) == 0)
+        return -1;
+    return send(handle, data, size, MSG_NOSIGNAL);
+}
+
+void SocketStream::get_remote_ip_and_port(std::string &ip, int &port) const
+{
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    if (getpeername(handle, reinterpret_cast<sockaddr *>(&address), &length) == 0)
+        describe(address, ip, port);
+}
+
+void SocketStream::get_local_ip_and_port(std::string &ip, int &port) const
+{
+    sockaddr_in address{};
+    socklen_t length = sizeof address;
+    if (getsockname(handle, reinterpret_cast<sockaddr *>(&address), &length) == 0)
+        describe(address, ip, port);
+}
+
+socket_t SocketStream::socket() const
+{
+    return handle;
+}

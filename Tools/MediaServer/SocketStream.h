@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <httplib.h>
+
+#include <chrono>
+
+/// The bytes of one connection, as the HTTP library wants them. All waiting is done by poll(2).
+class SocketStream final : public httplib::Stream
+{
+public:
+    /// How long a peer may stay silent within a request, or leave a response unread.
+    static constexpr std::chrono::seconds patience{60};
+
+    explicit SocketStream(socket_t connection);
+
+    /// Waits for the next request. False when the peer has gone or nothing came in time.
+    [[nodiscard]] bool waitForBytes(std::chrono::milliseconds time) const;
+
+    [[nodiscard]] bool is_readable() const override;
+    /// Also false when the peer has closed its side.
+    [[nodiscard]] bool is_writable() const override;
+    ssize_t read(char *data, size_t size) override;
+    ssize_t write(const char *data, size_t size) override;
+    void get_remote_ip_and_port(std::string &ip, int &port) const override;
+    void get_local_ip_and_port(std::string &ip, int &port) const override;
+    [[nodiscard]] socket_t socket() const override;
+
+private:
+    const socket_t handle;
+};

@@ -1,0 +1,134 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "MediaServer/TransferWorkers.h"
+
+#include "MediaServer/FileFetcher.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <limits>
+
+using namespace std::chrono_literals;
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Reports the progress of one download, at most ten times a second.
+class ProgressReporter
+{
+public:
+    ProgressReporter(TransferTable &transferTable, const TransferTable::Transfer &running)
+        : table(transferTable)
+        , transfer(running)
+    {
+        table.report(transfer, 0, 0);
+    }
+
+    void report(qint64 received, qint64 total)
+    {
+        const auto now = std::chrono::steady_clock::now();
+        if (total <= 0 || now - lastReport < 100ms)
+            return;
+        const std::chrono::duration<double> time = now - lastReport;
+        const double speed = static_cast<double>(received - lastReceived) / time.count();
+        table.report(transfer, static_cast<int>(100 * received / total),
+                     static_cast<int>(std::min<double>(speed, std::numeric_limits<int>::max())));
+        lastReport = now;
+        lastReceived = received;
+    }
+
+private:
+    TransferTable &table;
+    const TransferTable::Transfer &transfer;
+    std::chrono::steady_clock::time_point lastReport = std::chrono::steady_clock::now();
+    qint64 lastReceived = 0;
+};
+
+} // namespace
+
+TransferWorkers::TransferWorkers(TransferTable &transferTable, Library &storage,
+                                 MediaLink &mediaLink, Settings how)
+    : table(transferTable)
+    , library(storage)
+    , link(mediaLink)
+    , settings(std::move(how))
+{
+    for (int i = 0; i < settings.workers; ++i)
+        threads.emplace_back([this] { work(); });
+}
+
+TransferWorkers::~TransferWorkers()
+{
+    table.close();
+    {
+        const std::lock_guard lock(mutex);
+        closed = true;
+    }
+    closing.notify_all();
+    for (std::thread &thread : threads)
+        thread.join();
+}
+
+void TransferWorkers::work()
+{
+    FileFetcher fetcher(link);
+    while (const TransferTable::TransferPointer transfer = table.takeNext()) {
+        if (settings.answerOnly)
+            table.finish(*transfer, TransferState::Finished, {});
+        else
+            carryOut(*transfer, fetcher);
+    }
+}
+
+void TransferWorkers::carryOut(TransferTable::Transfer &transfer, FileFetcher &fetcher)
+{
+    const QString path = library.newIncomingPath();
+    const Outcome outcome = copy(transfer, fetcher, path);
+    // Before the report: whoever hears of the end finds nothing left over.
+    QFile::remove(path);
+    table.finish(transfer, outcome.state, outcome.error);
+}
+
+TransferWorkers::Outcome TransferWorkers::copy(TransferTable::Transfer &transfer,
+                                               FileFetcher &fetcher, const QString &path)
+{
+    const SlotId target = transfer.info.target;
+    const QString &source = transfer.info.source;
+    if (!fetcher.connectTo(source))
+        return {TransferState::Queued, u"\"%1\" is no address of a server"_s.arg(source)};
+    if (!table.setInterrupt(transfer, [&fetcher] { fetcher.stop(); }))
+        return {TransferState::Canceled, {}};
+    ProgressReporter reporter(table, transfer);
+    const FileFetcher::Result result =
+        fetcher.fetch(target, path, [&](qint64 received, qint64 total) {
+            reporter.report(received, total);
+            return !table.isCanceled(transfer);
+        });
+    if (table.isCanceled(transfer))
+        return {TransferState::Canceled, {}};
+    if (result.failure == FileFetcher::Failure::Network)
+        return {TransferState::Transferring, result.error};
+    if (result.failure == FileFetcher::Failure::Disk)
+        return {TransferState::Failed, result.error};
+    if (!table.beginImport(transfer))
+        return {TransferState::Canceled, {}};
+    return import(target, {Library::safeFileName(result.fileName), result.hash}, path);
+}
+
+TransferWorkers::Outcome TransferWorkers::import(SlotId target, const StoredVisual &visual,
+                                                 const QString &path)
+{
+    waitForImport();
+    if (settings.failImport.contains(target))
+        return {TransferState::Importing, u"Import failure"_s};
+    const QString error = library.store(target, visual, path);
+    return {error.isEmpty() ? TransferState::Finished : TransferState::Failed, error};
+}
+
+void TransferWorkers::waitForImport()
+{
+    std::unique_lock lock(mutex);
+    closing.wait_for(lock, settings.importDelay, [this] { return closed; });
+}

@@ -1,0 +1,121 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "MediaServer/UploadHandler.h"
+
+#include "MediaServer/FileHash.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr std::size_t smallFieldLimit = 4096;
+
+/// A form on its way in: small fields are kept, the file goes to disk.
+struct IncomingForm
+{
+    QFile file;
+    QCryptographicHash hash{QCryptographicHash::Md5};
+    FormFields fields;
+    std::string *current = nullptr;
+    bool hasFile = false;
+    QString error;
+
+    bool beginPart(const httplib::MultipartFormData &part)
+    {
+        current = nullptr;
+        if (part.name != "visualFile") {
+            current = &fields.emplace(part.name, std::string())->second;
+        } else if (hasFile) {
+            error = u"There is more than one file"_s;
+        } else {
+            hasFile = true;
+            fields.emplace(part.name, part.filename);
+            if (!file.open(QIODevice::WriteOnly))
+                error = file.errorString();
+        }
+        return true;
+    }
+
+    void take(const char *data, std::size_t size)
+    {
+        if (current) {
+            if (current->size() + size <= smallFieldLimit)
+                current->append(data, size);
+            else
+                error = u"A field of the form is too long"_s;
+        } else if (error.isEmpty()) {
+            const auto length = static_cast<qint64>(size);
+            hash.addData(QByteArrayView(data, length));
+            if (file.write(data, length) != length)
+                error = file.errorString();
+        }
+    }
+
+    void end(bool complete)
+    {
+        fields.emplace("bytes", std::to_string(file.size()));
+        if (error.isEmpty() && !complete)
+            error = u"The form is incomplete"_s;
+        else if (error.isEmpty() && !hasFile)
+            error = u"\"visualFile\" is missing"_s;
+        else if (error.isEmpty() && !file.flush())
+            error = file.errorString();
+        file.close();
+    }
+};
+
+/// Browsers and Qt write these three characters of a file name in percent form, and no others.
+QString decodedFileName(const std::string &name)
+{
+    QString text = QString::fromStdString(name);
+    text.replace("%22"_L1, "\""_L1).replace("%0D"_L1, "\r"_L1).replace("%0A"_L1, "\n"_L1);
+    return text;
+}
+
+} // namespace
+
+UploadHandler::UploadHandler(Library &storage, TransferTable &transferTable, MediaLink &mediaLink)
+    : library(storage)
+    , transfers(transferTable)
+    , link(mediaLink)
+{
+}
+
+CommandResult UploadHandler::take(const httplib::Request &request,
+                                  const httplib::ContentReader &reader, FormFields &fields)
+{
+    if (!request.is_multipart_form_data()) {
+        reader([](const char *, std::size_t) { return true; });
+        return CommandResult::failure(u"An upload is a multipart form"_s);
+    }
+    const QString path = library.newIncomingPath();
+    IncomingForm form;
+    form.file.setFileName(path);
+    const bool complete =
+        reader([&](const httplib::MultipartFormData &part) { return form.beginPart(part); },
+               [&](const char *data, std::size_t size) {
+                   form.take(data, size);
+                   return link.pass(size, [] { return true; });
+               });
+    form.end(complete);
+    fields = form.fields;
+    CommandResult result = form.error.isEmpty() ? store(fields, hashText(form.hash), path)
+                                                : CommandResult::failure(form.error);
+    QFile::remove(path);
+    return result;
+}
+
+CommandResult UploadHandler::store(const FormFields &fields, const QString &hash,
+                                   const QString &path)
+{
+    SlotReader reader;
+    const SlotId slot = reader.slot(fields);
+    if (!reader.ok())
+        return reader.result;
+    if (transfers.usesSlot(slot))
+        return {ResultCode::VisualInUse, {}};
+    const QString name = decodedFileName(fields.find("visualFile")->second);
+    const QString error = library.store(slot, {Library::safeFileName(name), hash}, path);
+    return error.isEmpty() ? CommandResult{} : CommandResult::failure(error);
+}
