@@ -14,7 +14,7 @@
 class BVServerBank;
 class QListWidgetItem;
 class QNetworkAccessManager;
-class Server;
+struct Server;
 class UIController;
 
 /// Stands between one bank and the one UIController: it adds to what the bank's widgets report the
@@ -30,8 +30,8 @@ class ServerBankController final : public QObject
 public:
     /// The bank is the parent and deletes the controller. The network manager is shared by both
     /// banks and not owned.
-    ServerBankController(UIController *uiController, BVServerBank *bank,
-                         QNetworkAccessManager *network, ServerDeck serverDeck);
+    ServerBankController(UIController *central, BVServerBank *panel, QNetworkAccessManager *network,
+                         ServerDeck deck);
     ~ServerBankController() override;
 
     /// UIController's record of that server, or the invalid server.

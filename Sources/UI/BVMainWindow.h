@@ -27,7 +27,7 @@ class BVMainWindow final : public QMainWindow
 public:
     /// The model is not owned and outlives the window. Opens the discovery socket, through the
     /// UIController that is made here.
-    explicit BVMainWindow(ApplicationModel *model);
+    explicit BVMainWindow(ApplicationModel *applicationModel);
     ~BVMainWindow() override;
 
     /// Shows or hides the sign that the contents of the two servers differ.

@@ -21,7 +21,7 @@
 
 class QListWidgetItem;
 class QNetworkAccessManager;
-class Server;
+struct Server;
 class ServerBankController;
 class UIController;
 
@@ -141,22 +141,21 @@ public slots:
 
 private:
     void connectBank(UIController *uiController);
+    void describeControls();
     void mirrorBottomRow();
 
     [[nodiscard]] const Server &serverRecord(const QUuid &uuid) const;
-    [[nodiscard]] bool serverSelected() const;
-    [[nodiscard]] bool isSame(int number) const;
+    /// Position of that folder in the selected server's library, -1 if it has none.
+    [[nodiscard]] int folderPosition(int folderSlot) const;
+    [[nodiscard]] QList<VisualRef> visualsOfFolder(int folderSlot, bool onlyExisting) const;
 
     void rebuildFolderList();
     void refreshFolder();
-    void showFolderName(const QString &name);
+    void showPath(const QString &folderName);
     void addHeaderItems();
-    void addSlotItem(const Visual &visual, const QPixmap &thumbnail);
     void addEmptySlotItem(int slot);
     void addItem(const QIcon &icon, const QString &text, int type);
-    [[nodiscard]] QPixmap markedPixmap(bool same, const QString &keyWord, QPixmap pixmap) const;
-
-    [[nodiscard]] QList<VisualRef> visualsOfFolderRow(int row, bool onlyExisting) const;
+    [[nodiscard]] QPixmap markedPixmap(int number, const QString &keyWord, QPixmap pixmap) const;
 
     std::unique_ptr<Ui::BVServerBank> ui;
     QIcon backIcon;

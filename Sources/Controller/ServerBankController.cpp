@@ -1,0 +1,93 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Controller/ServerBankController.h"
+
+#include "Controller/UIController.h"
+#include "UI/BVServerBank.h"
+
+#include <QListWidget>
+#include <QMetaType>
+
+namespace {
+
+constexpr QSize thumbnailSize(128, 96);
+constexpr int backRow = 0;
+
+} // namespace
+
+ServerBankController::ServerBankController(UIController *central, BVServerBank *panel,
+                                           QNetworkAccessManager *network, ServerDeck deck)
+    : QObject(panel)
+    , serverDeck(deck)
+    , thumbnailService(thumbnailSize, network)
+    , bank(panel)
+    , uiController(central)
+{
+    qRegisterMetaType<MediaFolder>("MediaFolder");
+    connectServices();
+}
+
+ServerBankController::~ServerBankController() = default;
+
+// The service itself listens to the network manager. Its signal `error` stays unconnected: a failed
+// thumbnail shows as a picture and is told to nobody.
+void ServerBankController::connectServices()
+{
+    connect(this, &ServerBankController::loadThumbnails, &thumbnailService,
+            &ThumbnailService::loadThumbnails);
+    connect(uiController, &UIController::downloadCanceled, &thumbnailService,
+            &ThumbnailService::abort);
+    connect(&thumbnailService, &ThumbnailService::finished, bank, &BVServerBank::folderChanged);
+    connect(&thumbnailService, &ThumbnailService::progress, uiController,
+            &UIController::updateProgress);
+    connect(&thumbnailService, &ThumbnailService::aborted, uiController, &UIController::aborted);
+    connect(&thumbnailService, &ThumbnailService::increaseDownloadSize, uiController,
+            &UIController::increaseThumbnailDownloadSize);
+}
+
+const Server &ServerBankController::connectedServer(const QUuid &uuid) const
+{
+    return uiController->connectedServer(uuid);
+}
+
+void ServerBankController::serverItemSelectionChanged()
+{
+    emit sendServerItemsSelectionChanged(serverDeck);
+    bank->updateUploadButton();
+}
+
+void ServerBankController::serverToFolder(QListWidgetItem *item)
+{
+    const int row = item->listWidget()->row(item);
+    if (bank->currentFolder == -1)
+        emit sendFolderChanged(row);
+    else if (row == backRow)
+        emit sendFolderBack();
+}
+
+void ServerBankController::serverSelectionChanged(const QUuid &serverUuid)
+{
+    emit sendServerSelectionChanged(serverDeck, serverUuid);
+}
+
+void ServerBankController::changeFolder(const MediaFolder &folder, int mediaFolderIndex,
+                                        const QHostAddress &serverIp)
+{
+    emit loadThumbnails(folder, mediaFolderIndex, serverIp);
+}
+
+void ServerBankController::scrollBarValueChanged(int value)
+{
+    emit scrollValueChanged(serverDeck, value);
+}
+
+void ServerBankController::removeSelectedItems()
+{
+    emit removeVisuals(serverDeck);
+}
+
+void ServerBankController::moveItem(int fromItem, int toItem)
+{
+    emit moveVisual(fromItem, toItem, serverDeck);
+}

@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "UI/BVMainWindow.h"
+
+#include "Controller/UIController.h"
+#include "Model/ApplicationModel.h"
+#include "UI/AboutDialog.h"
+#include "UI/BVPreferencesDialog.h"
+
+#include "ui_BVMainWindow.h"
+
+BVMainWindow::BVMainWindow(ApplicationModel *applicationModel)
+    : ui(std::make_unique<Ui::BVMainWindow>())
+    , model(applicationModel)
+{
+    ui->setupUi(this);
+    ui->listModeButton->setChecked(true);
+    ui->smallSizeButton->setChecked(true);
+
+    uiController =
+        std::make_unique<UIController>(applicationModel, this, ui->serverBankA, ui->serverBankB);
+    connectButtons();
+    connect(ui->actionPreferences, &QAction::triggered, this, &BVMainWindow::openPreferences);
+    connect(ui->actionAbout, &QAction::triggered, new AboutDialog(this), &AboutDialog::exec);
+    setTransferEnabled(false);
+}
+
+// The controller goes before the banks, which are deleted with the other child widgets.
+BVMainWindow::~BVMainWindow() = default;
+
+void BVMainWindow::connectButtons()
+{
+    auto *const controller = uiController.get();
+    const auto connectClick = [controller](const QPushButton *button, auto slot) {
+        connect(button, &QPushButton::clicked, controller, slot);
+    };
+    connectClick(ui->leftToRightButton, &UIController::transferFromServerA);
+    connectClick(ui->rightToLeftButton, &UIController::transferFromServerB);
+    connectClick(ui->listModeButton, &UIController::setListMode);
+    connectClick(ui->gridModeButton, &UIController::setGridMode);
+    connectClick(ui->smallSizeButton, &UIController::setSmallSize);
+    connectClick(ui->mediumSizeButton, &UIController::setMediumSize);
+    connectClick(ui->largeSizeButton, &UIController::setLargeSize);
+}
+
+void BVMainWindow::setSyncWarning(bool visible)
+{
+    ui->unsyncServers->setVisible(visible);
+}
+
+void BVMainWindow::setTransferEnabled(bool enabled)
+{
+    ui->leftToRightButton->setEnabled(enabled);
+    ui->rightToLeftButton->setEnabled(enabled);
+}
+
+void BVMainWindow::checkViewButtons(bool listView, int iconSizeIndex)
+{
+    (listView ? ui->listModeButton : ui->gridModeButton)->setChecked(true);
+    switch (iconSizeIndex) {
+    case 0:
+        ui->smallSizeButton->setChecked(true);
+        break;
+    case 1:
+        ui->mediumSizeButton->setChecked(true);
+        break;
+    default:
+        ui->largeSizeButton->setChecked(true);
+    }
+}
+
+void BVMainWindow::openPreferences()
+{
+    BVPreferencesDialog dialog(model->warningLevel, this);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    model->warningLevel = dialog.warningLevel;
+    model->save();
+}

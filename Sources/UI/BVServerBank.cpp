@@ -1,0 +1,327 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "UI/BVServerBank.h"
+
+#include "Controller/ServerBankController.h"
+#include "Controller/UIController.h"
+#include "Log/ZorLog.h"
+#include "Model/Server.h"
+
+#include "ui_BVServerBank.h"
+
+#include <QScrollBar>
+#include <QSignalBlocker>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int lastSlot = 255;
+constexpr int folderCount = 256;
+
+QString iconPath(QLatin1StringView fileName)
+{
+    return ":/icons/Bin/bitmap/icons/"_L1 + fileName;
+}
+
+} // namespace
+
+BVServerBank::BVServerBank(QWidget *parent)
+    : QWidget(parent)
+    , ui(std::make_unique<Ui::BVServerBank>())
+    , backIcon(iconPath("back.png"_L1))
+    , noVisualPixmap(iconPath("no_visual.png"_L1))
+    , backgroundPixmap(iconPath("background.png"_L1))
+    , folderPixmap(iconPath("folder.png"_L1))
+    , noMarkPixmap(iconPath("no.png"_L1))
+    , yesMarkPixmap(iconPath("yes.png"_L1))
+    , iconSize(32, 24)
+    , itemSizeHint(-1, -1)
+{
+    ui->setupUi(this);
+    // Patches, Mapper and Cues; the pages themselves stay, hidden, with the tab widget.
+    for (int i = 0; i < 3; ++i)
+        ui->serverTabWidget->removeTab(1);
+
+    // A folder's name comes from a server: however long it is, it doesn't stretch the window.
+    ui->mediaListFolder->setFixedHeight(ui->mediaListFolder->sizeHint().height());
+
+    itemFont.setPointSize(5);
+    sameMarks.set();
+    setIconSizeIndex(1);
+    updateItemSizes();
+    setConnectionStatus(false, 0, 0);
+    ui->mediaListWidget->setMovement(QListView::Static);
+}
+
+BVServerBank::~BVServerBank() = default;
+
+void BVServerBank::setupBank(UIController *uiController, QNetworkAccessManager *network,
+                             ServerDeck deck)
+{
+    serverDeck = deck;
+    controller = std::make_unique<ServerBankController>(uiController, this, network, deck);
+    connectBank(uiController);
+}
+
+void BVServerBank::connectBank(UIController *uiController)
+{
+    auto *const list = ui->mediaListWidget;
+    auto *const bankController = controller.get();
+    connect(ui->serverComboBox, &QComboBox::currentIndexChanged, this,
+            &BVServerBank::serverIndexChanged);
+    connect(this, &BVServerBank::serverSelectionChanged, bankController,
+            &ServerBankController::serverSelectionChanged);
+    connect(list, &MediaListWidget::itemSelectionChanged, bankController,
+            &ServerBankController::serverItemSelectionChanged);
+    connect(list, &MediaListWidget::itemDoubleClicked, bankController,
+            &ServerBankController::serverToFolder);
+    connect(list, &MediaListWidget::moveItem, bankController, &ServerBankController::moveItem);
+    connect(bankController, &ServerBankController::sendServerItemsSelectionChanged, uiController,
+            &UIController::serverItemsSelectionChanged);
+    connect(bankController, &ServerBankController::sendFolderChanged, uiController,
+            &UIController::folderChanged);
+    connect(bankController, &ServerBankController::sendFolderBack, uiController,
+            &UIController::backToFolders);
+    connect(bankController, &ServerBankController::sendServerSelectionChanged, uiController,
+            &UIController::serverSelectionChanged);
+    connect(this, &BVServerBank::changeFolder, bankController, &ServerBankController::changeFolder);
+    connect(list->verticalScrollBar(), &QScrollBar::valueChanged, bankController,
+            &ServerBankController::scrollBarValueChanged);
+    connect(bankController, &ServerBankController::scrollValueChanged, uiController,
+            &UIController::scrollValueChanged);
+    connect(ui->removeButton, &QPushButton::clicked, bankController,
+            &ServerBankController::removeSelectedItems);
+    connect(ui->addButton, &QPushButton::clicked, this, &BVServerBank::addFile);
+}
+
+void BVServerBank::setServerDeck(ServerDeck deck)
+{
+    serverDeck = deck;
+    describeControls();
+    if (deck == ServerDeckB)
+        mirrorBottomRow();
+}
+
+void BVServerBank::describeControls()
+{
+    const QString bank = serverDeck == ServerDeckA ? u"A"_s : u"B"_s;
+    const auto describe = [](QWidget *widget, const QString &text) {
+        widget->setToolTip(text);
+        widget->setAccessibleName(text);
+    };
+    describe(ui->serverComboBox, tr("Server of bank %1").arg(bank));
+    describe(ui->mediaListWidget, tr("Library of bank %1").arg(bank));
+    describe(ui->removeButton,
+             tr("Remove the selected visuals from the server of bank %1").arg(bank));
+    describe(ui->addButton, tr("Upload a file to the selected slot of bank %1").arg(bank));
+}
+
+void BVServerBank::mirrorBottomRow()
+{
+    ui->bottomLayout->removeItem(ui->cpugpuLayout);
+    ui->bottomLayout->removeItem(ui->buttonLayout);
+    ui->bottomLayout->removeItem(ui->bottomSpacer);
+    ui->bottomLayout->addLayout(ui->cpugpuLayout);
+    ui->bottomLayout->addItem(ui->bottomSpacer);
+    ui->bottomLayout->addLayout(ui->buttonLayout);
+}
+
+void BVServerBank::setServers(const QList<QUuid> &uuids)
+{
+    const QSignalBlocker blocker(ui->serverComboBox);
+    setEnabled(!uuids.isEmpty());
+    sameMarks.set();
+    ui->serverComboBox->clear();
+    updateActionButtons();
+    for (const QUuid &uuid : uuids)
+        ui->serverComboBox->addItem(serverRecord(uuid).name, uuid);
+    ui->serverComboBox->setCurrentIndex(-1);
+}
+
+void BVServerBank::selectServer(const QUuid &uuid)
+{
+    const int index =
+        ui->serverComboBox->findData(uuid, Qt::UserRole, Qt::MatchExactly | Qt::MatchCaseSensitive);
+    if (index == -1)
+        return;
+    const QSignalBlocker blocker(ui->serverComboBox);
+    ui->serverComboBox->setCurrentIndex(index);
+}
+
+QUuid BVServerBank::currentServerUuid() const
+{
+    return ui->serverComboBox->currentData().toUuid();
+}
+
+const Server &BVServerBank::currentServer() const
+{
+    return serverRecord(currentServerUuid());
+}
+
+const Server &BVServerBank::serverRecord(const QUuid &uuid) const
+{
+    return controller ? controller->connectedServer(uuid) : Server::invalid();
+}
+
+int BVServerBank::folderPosition(int folderSlot) const
+{
+    const QList<MediaFolder> &folders = currentServer().folders;
+    const auto found = std::find_if(folders.begin(), folders.end(), [=](const MediaFolder &folder) {
+        return folder.slot == folderSlot;
+    });
+    return found == folders.end() ? -1 : int(found - folders.begin());
+}
+
+void BVServerBank::serverIndexChanged(int index)
+{
+    const QUuid uuid = currentServerUuid();
+    ZOR_LOG(info, "Server selection changed in bank %s[%d]: %s",
+            serverDeck == ServerDeckA ? "A to" : "B to", index, qPrintable(uuid.toString()));
+    emit serverSelectionChanged(uuid);
+}
+
+void BVServerBank::serverContentChanged(const QUuid &serverId)
+{
+    if (serverId != currentServerUuid())
+        return;
+    updateActionButtons();
+    if (currentFolder != -1 && !serverId.isNull())
+        refreshFolder();
+    else
+        showFolders();
+}
+
+void BVServerBank::setConnectionStatus(bool connected, float first, float second)
+{
+    ui->serverStatusLabel->setStyleSheet(connected ? u"color :rgb(40, 200, 40);"_s
+                                                   : u"color : rgb(205, 40, 40);"_s);
+    ui->serverStatusLabel->setText(connected ? tr("Connected") : tr("Disconnected"));
+    ui->cpuValueLabel->setText(QString::number(double(first), 'f', 2));
+    ui->gpuValueLabel->setText(QString::number(double(second), 'f', 2));
+}
+
+void BVServerBank::updateActionButtons()
+{
+    const bool serverSelected = !currentServerUuid().isNull();
+    ui->removeButton->setEnabled(serverSelected);
+    ui->addButton->setEnabled(serverSelected);
+}
+
+void BVServerBank::updateUploadButton()
+{
+    const QList<int> rows = selectedRows();
+    ui->addButton->setEnabled(currentFolder != -1 && !currentServerUuid().isNull() &&
+                              rows.size() == 1 && rows.first() - 1 > 0);
+}
+
+void BVServerBank::addFile()
+{
+    const QList<VisualRef> visuals = selectedVisuals(false);
+    if (visuals.size() != 1) {
+        ZOR_LOG(error, "Logic error - upload enabled but selection is wrong");
+        return;
+    }
+    emit uploadFile(currentServer().uuid, visuals.first().first, visuals.first().second);
+}
+
+QList<int> BVServerBank::selectedRows() const
+{
+    QList<int> rows;
+    const QList<QListWidgetItem *> items = ui->mediaListWidget->selectedItems();
+    for (const QListWidgetItem *item : items)
+        rows.append(ui->mediaListWidget->row(item));
+    return rows;
+}
+
+int BVServerBank::selectedRowCount() const
+{
+    return int(ui->mediaListWidget->selectedItems().size());
+}
+
+void BVServerBank::selectRows(const QList<int> &rows)
+{
+    auto *const list = ui->mediaListWidget;
+    const QSignalBlocker blocker(list);
+    list->clearSelection();
+    for (const int row : rows) {
+        if (auto *const item = list->item(row))
+            item->setSelected(true);
+    }
+}
+
+QList<VisualRef> BVServerBank::selectedVisuals(bool onlyExisting) const
+{
+    QList<VisualRef> visuals;
+    const QList<int> rows = selectedRows();
+    if (currentFolder == -1) {
+        for (const int row : rows)
+            visuals += visualsOfFolder(row, onlyExisting);
+        return visuals;
+    }
+
+    const int position = folderPosition(currentFolder);
+    // The folder's slot taken as a position: the same folder in every library without gaps. Where
+    // there is no such position the folder counts as empty.
+    const MediaFolder folder = currentServer().folderAt(currentFolder);
+    for (const int row : rows) {
+        const int slot = row - 1;
+        if (slot > 0 && (!onlyExisting || folder.indexOfSlot(slot) != -1))
+            visuals.append({position, slot});
+    }
+    return visuals;
+}
+
+QList<VisualRef> BVServerBank::visualsOfFolder(int folderSlot, bool onlyExisting) const
+{
+    QList<VisualRef> visuals;
+    const int position = folderPosition(folderSlot);
+    if (onlyExisting && position == -1)
+        return visuals;
+    const MediaFolder folder = currentServer().folderAt(position);
+    for (int slot = 1; slot <= lastSlot; ++slot) {
+        if (!onlyExisting || folder.indexOfSlot(slot) != -1)
+            visuals.append({folderSlot, slot});
+    }
+    return visuals;
+}
+
+QList<VisualRef> BVServerBank::allVisuals() const
+{
+    QList<VisualRef> visuals;
+    if (currentFolder == -1) {
+        visuals.reserve(qsizetype(folderCount) * lastSlot);
+        for (int folder = 0; folder < folderCount; ++folder) {
+            for (int slot = 1; slot <= lastSlot; ++slot)
+                visuals.append({folder, slot});
+        }
+        return visuals;
+    }
+
+    const int position = folderPosition(currentFolder);
+    // The last slot is left out on this level alone.
+    for (int slot = 1; slot < lastSlot; ++slot) {
+        visuals.append({position, slot});
+        ZOR_LOG(info, "%d-%d", position, slot);
+    }
+    return visuals;
+}
+
+int BVServerBank::scrollPosition() const
+{
+    return ui->mediaListWidget->verticalScrollBar()->sliderPosition();
+}
+
+void BVServerBank::setScrollPosition(int position)
+{
+    ui->mediaListWidget->verticalScrollBar()->setSliderPosition(position);
+}
+
+void BVServerBank::setDragDropEnabled(bool enabled)
+{
+    ui->mediaListWidget->setDragEnabled(enabled);
+    ui->mediaListWidget->viewport()->setAcceptDrops(enabled);
+}

@@ -1,0 +1,214 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+// The two levels of a bank: their rows, marks and sizes.
+
+#include "UI/BVServerBank.h"
+
+#include "Model/Server.h"
+
+#include "ui_BVServerBank.h"
+
+#include <QPainter>
+#include <QPixmapCache>
+
+#include <cstdio>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int folderCount = 256;
+constexpr int slotCount = 256;
+
+QString defaultFolderName(int folderSlot)
+{
+    char text[11];
+    std::snprintf(text, sizeof text, "%.3d_Folder", folderSlot);
+    return QString::fromLatin1(text);
+}
+
+QString emptySlotText(int slot)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "%.3d: EMPTY", slot);
+    return QString::fromLatin1(text);
+}
+
+int scaled(int length, float factor)
+{
+    return int(float(length) * factor);
+}
+
+} // namespace
+
+void BVServerBank::showFolders()
+{
+    ui->mediaListFolder->setTextFormat(Qt::PlainText);
+    ui->mediaListFolder->setText(tr("Library"));
+    ui->mediaListWidget->clear();
+    currentFolder = -1;
+    folderNameDiffers = false;
+    if (!currentServerUuid().isNull())
+        rebuildFolderList();
+}
+
+void BVServerBank::rebuildFolderList()
+{
+    setDragDropEnabled(false);
+    ui->mediaListWidget->clear();
+    const Server &server = currentServer();
+    for (int slot = 0; slot < folderCount; ++slot) {
+        const int position = folderPosition(slot);
+        const QString name =
+            position == -1 ? defaultFolderName(slot) : server.folders.at(position).name;
+        addItem(markedPixmap(slot, u"folder"_s, folderPixmap), name, slot + 1);
+    }
+    updateItemSizes();
+}
+
+void BVServerBank::showFolder(int folderSlot, bool red)
+{
+    currentFolder = folderSlot;
+    folderNameDiffers = red;
+    if (currentServerUuid().isNull())
+        return;
+    ui->mediaListWidget->scrollToTop();
+    refreshFolder();
+}
+
+void BVServerBank::refreshFolder()
+{
+    const int position = folderPosition(currentFolder);
+    setDragDropEnabled(true);
+    setEnabled(false);
+    if (position != -1) {
+        const Server &server = currentServer();
+        const MediaFolder folder = server.folders.at(position);
+        showPath(folder.name);
+        emit changeFolder(folder, position, server.currentAddress());
+        return;
+    }
+
+    showPath(defaultFolderName(currentFolder));
+    ui->mediaListWidget->clear();
+    addHeaderItems();
+    for (int slot = 1; slot < slotCount; ++slot)
+        addEmptySlotItem(slot);
+    setEnabled(true);
+}
+
+void BVServerBank::showPath(const QString &folderName)
+{
+    // The name comes from a server: it must never be read as markup.
+    if (folderNameDiffers) {
+        ui->mediaListFolder->setTextFormat(Qt::RichText);
+        ui->mediaListFolder->setText(
+            tr("Library > <b><font color=#FF0000>%1</font></b>").arg(folderName.toHtmlEscaped()));
+    } else {
+        ui->mediaListFolder->setTextFormat(Qt::PlainText);
+        ui->mediaListFolder->setText(tr("Library > %1").arg(folderName));
+    }
+}
+
+void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pixmaps)
+{
+    const MediaFolder folder = currentServer().folderAt(mediaFolderIndex);
+    ui->mediaListWidget->clear();
+    addHeaderItems();
+    for (int slot = 1; slot < slotCount; ++slot) {
+        const int index = folder.indexOfSlot(slot);
+        if (index == -1) {
+            addEmptySlotItem(slot);
+            continue;
+        }
+        const Visual &visual = folder.files.at(index);
+        addItem(markedPixmap(slot, visual.hash, pixmaps.value(slot)), visual.name,
+                ui->mediaListWidget->count());
+    }
+    setEnabled(true);
+}
+
+void BVServerBank::addHeaderItems()
+{
+    addItem(backIcon, tr("Back"), 0);
+    addItem(noVisualPixmap, tr("000: NO VISUAL"), 0);
+}
+
+void BVServerBank::addEmptySlotItem(int slot)
+{
+    addItem(markedPixmap(slot, u"background"_s, backgroundPixmap), emptySlotText(slot), slot);
+}
+
+void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)
+{
+    applyItemLook(new QListWidgetItem(icon, text, ui->mediaListWidget, type));
+}
+
+QPixmap BVServerBank::markedPixmap(int number, const QString &keyWord, QPixmap pixmap) const
+{
+    if (number < 0 || size_t(number) >= sameMarks.size())
+        qFatal("There is no mark %d", number);
+    const bool same = sameMarks.test(size_t(number));
+
+    const QString key = (same ? "+BVServerBank+"_L1 : "-BVServerBank+"_L1) + keyWord;
+    if (QPixmapCache::find(key, &pixmap))
+        return pixmap;
+    if (!pixmap.isNull()) {
+        const QSize half(pixmap.width() / 2, pixmap.height() / 2);
+        const QPixmap mark = (same ? yesMarkPixmap : noMarkPixmap)
+                                 .scaled(half, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+        QPainter(&pixmap).drawPixmap(QRect({half.width(), half.height()}, half), mark);
+    }
+    QPixmapCache::insert(key, pixmap);
+    return pixmap;
+}
+
+void BVServerBank::setIconSizeIndex(int index)
+{
+    switch (index) {
+    case 0:
+        iconSize = {32, 24};
+        break;
+    case 1:
+        iconSize = {64, 48};
+        break;
+    default:
+        iconSize = {128, 96};
+    }
+    updateItemSizes();
+    ui->mediaListWidget->setIconSize(iconSize);
+}
+
+void BVServerBank::setListMode(bool listMode)
+{
+    ui->mediaListWidget->setViewMode(listMode ? QListView::ListMode : QListView::IconMode);
+    setDragDropEnabled(currentFolder != -1);
+    updateItemSizes();
+}
+
+void BVServerBank::updateItemSizes()
+{
+    float heightFactor = 1;
+    if (ui->mediaListWidget->viewMode() == QListView::ListMode) {
+        itemFont.setPointSize(8);
+    } else if (iconSize == QSize(32, 24)) {
+        itemFont.setPointSize(5);
+        heightFactor = 1.6F;
+    } else if (iconSize == QSize(64, 48)) {
+        itemFont.setPointSize(7);
+        heightFactor = 1.3F;
+    } else {
+        itemFont.setPointSize(8);
+        heightFactor = 1.2F;
+    }
+    itemSizeHint = {scaled(iconSize.width(), 1.2F), scaled(iconSize.height(), heightFactor)};
+    for (int row = 0; row < ui->mediaListWidget->count(); ++row)
+        applyItemLook(ui->mediaListWidget->item(row));
+}
+
+void BVServerBank::applyItemLook(QListWidgetItem *item) const
+{
+    item->setSizeHint(itemSizeHint);
+    item->setFont(itemFont);
+}
