@@ -1,0 +1,480 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+#include "Support/WindowRig.h"
+#include "Support/WireServer.h"
+
+#include <QBoxLayout>
+#include <QComboBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTabWidget>
+
+using namespace Qt::Literals::StringLiterals;
+
+/// What a bank offers, selects and reports. Its rows are in tst_BVServerBankRows.
+class tst_BVServerBank final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void standsAsTheFormSays();
+    void staysOffWithoutController();
+    void mirrorsTheBottomRowOfDeckB();
+    void tellsWhatItsControlsDo();
+
+    void emptyServerListDisablesThePanel();
+    void settingServersNeverReportsASelection();
+    void settingServersSetsAllMarks();
+    void selectServerReportsNothing();
+    void choosingAServerIsReportedAndLogged();
+    void connectionStatus();
+
+    void uploadButtonFollowsTheSelection_data();
+    void uploadButtonFollowsTheSelection();
+    void uploadButtonStaysOffAtTheFoldersLevel();
+    void removeButtonNeedsAServerOnly();
+    void uploadButtonIsOnAfterAChangeOfContent();
+    void uploadWithTwoRowsSelectedIsLoggedOnly();
+    void uploadButtonAsksForTheSelectedSlot();
+
+    void selectedFolderStandsForItsSlots();
+    void selectedSlots();
+    void slotsLevelSearchesTheFolderAtThePosition();
+    void folderBeyondTheLibraryCountsAsEmpty();
+    void allVisualsOfTheFoldersLevel();
+    void allVisualsOfTheSlotsLevel();
+    void selectRowsReportsNothing();
+    void scrollPositionIsThatOfTheSlider();
+
+private:
+    static QList<VisualRef> refs(int folder, const QList<int> &slotNumbers)
+    {
+        QList<VisualRef> result;
+        for (const int slot : slotNumbers)
+            result.append({folder, slot});
+        return result;
+    }
+};
+
+void tst_BVServerBank::standsAsTheFormSays()
+{
+    BVServerBank bank;
+    QCOMPARE(bank.size(), QSize(548, 747));
+    QCOMPARE(bank.sizePolicy().horizontalPolicy(), QSizePolicy::Expanding);
+    QCOMPARE(bank.sizePolicy().horizontalStretch(), 1);
+    QCOMPARE(bank.layout()->contentsMargins().left(), 3);
+
+    const auto &combo = childOf<QComboBox>(bank, "serverComboBox");
+    QCOMPARE(combo.minimumSize(), QSize(350, 25));
+    QCOMPARE(combo.maximumSize(), QSize(350, 25));
+    QCOMPARE(childOf<QLabel>(bank, "serverStatusLabel").minimumSize(), QSize(100, 30));
+
+    const auto &tabs = childOf<QTabWidget>(bank, "serverTabWidget");
+    QCOMPARE(tabs.count(), 1);
+    QCOMPARE(tabs.tabText(0), u"Medias"_s);
+
+    const MediaListWidget &list = listOf(bank);
+    bank.setDragDropEnabled(true);
+    QCOMPARE(list.dragDropMode(), QAbstractItemView::InternalMove);
+    QCOMPARE(list.defaultDropAction(), Qt::MoveAction);
+    QVERIFY(list.dragDropOverwriteMode());
+    QCOMPARE(list.selectionMode(), QAbstractItemView::ExtendedSelection);
+    QCOMPARE(list.resizeMode(), QListView::Adjust);
+    QCOMPARE(list.movement(), QListView::Static);
+    QCOMPARE(list.spacing(), 4);
+    QCOMPARE(list.iconSize(), QSize(64, 48));
+
+    for (const char *name : {"removeButton", "addButton"}) {
+        const auto &button = childOf<QPushButton>(bank, name);
+        QCOMPARE(button.minimumSize(), QSize(35, 35));
+        QCOMPARE(button.maximumSize(), QSize(35, 35));
+        QVERIFY(button.isFlat());
+        QVERIFY(!button.icon().isNull());
+    }
+}
+
+void tst_BVServerBank::staysOffWithoutController()
+{
+    const BVServerBank bank;
+    QCOMPARE(bank.currentFolder, -1);
+    QVERIFY(bank.sameMarks.all());
+    QVERIFY(bank.currentServer().uuid.isNull());
+    QCOMPARE(childOf<QLabel>(bank, "serverStatusLabel").text(), u"Disconnected"_s);
+}
+
+void tst_BVServerBank::mirrorsTheBottomRowOfDeckB()
+{
+    const WindowRig rig;
+    const auto order = [](const BVServerBank &bank) {
+        const auto &row = childOf<QHBoxLayout>(bank, "bottomLayout");
+        QStringList names;
+        for (int i = 0; i < row.count(); ++i)
+            names.append(row.itemAt(i)->layout() ? row.itemAt(i)->layout()->objectName() : u"-"_s);
+        return names;
+    };
+    QCOMPARE(order(rig.bankA()), (QStringList{u"buttonLayout"_s, u"-"_s, u"cpugpuLayout"_s}));
+    QCOMPARE(order(rig.bankB()), (QStringList{u"cpugpuLayout"_s, u"-"_s, u"buttonLayout"_s}));
+}
+
+void tst_BVServerBank::tellsWhatItsControlsDo()
+{
+    const WindowRig rig;
+    for (const char *name : {"serverComboBox", "mediaListWidget", "removeButton", "addButton"}) {
+        const auto &ofA = childOf<QWidget>(rig.bankA(), name);
+        const auto &ofB = childOf<QWidget>(rig.bankB(), name);
+        QVERIFY2(ofA.accessibleName().contains(u"bank A"), name);
+        QVERIFY2(ofB.accessibleName().contains(u"bank B"), name);
+        QVERIFY2(ofA.toolTip().contains(u"bank A"), name);
+        QVERIFY2(ofB.toolTip().contains(u"bank B"), name);
+    }
+}
+
+void tst_BVServerBank::emptyServerListDisablesThePanel()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.1"_s));
+    BVServerBank &bank = rig.bankA();
+    QVERIFY(bank.isEnabled());
+    QVERIFY(!bank.currentServerUuid().isNull());
+
+    bank.setServers({});
+    QVERIFY(!bank.isEnabled());
+    QVERIFY(!childOf<QPushButton>(bank, "removeButton").isEnabledTo(&bank));
+    QVERIFY(!childOf<QPushButton>(bank, "addButton").isEnabledTo(&bank));
+    QCOMPARE(childOf<QComboBox>(bank, "serverComboBox").count(), 0);
+    QVERIFY(bank.currentServerUuid().isNull());
+}
+
+void tst_BVServerBank::settingServersNeverReportsASelection()
+{
+    WindowRig rig;
+    const Server first = sampleServer(u"Stage left"_s, u"127.50.1.2"_s);
+    const Server second = sampleServer(u"<b>%1</b>"_s, u"127.50.1.3"_s);
+    rig.connectServer(first);
+    rig.connectServer(second);
+    BVServerBank &bank = rig.bankA();
+    const QSignalSpy selections(&bank, &BVServerBank::serverSelectionChanged);
+
+    bank.setServers({second.uuid, first.uuid});
+    auto &combo = childOf<QComboBox>(bank, "serverComboBox");
+    QCOMPARE(combo.count(), 2);
+    QCOMPARE(combo.itemText(0), second.name);
+    QCOMPARE(combo.itemText(1), first.name);
+    QCOMPARE(combo.itemData(0).toUuid(), second.uuid);
+    QCOMPARE(combo.currentIndex(), -1);
+    bank.setServers({});
+    bank.setServers({first.uuid});
+    QCOMPARE(combo.currentIndex(), -1);
+    QVERIFY(bank.isEnabled());
+    QCOMPARE(selections.count(), 0);
+}
+
+void tst_BVServerBank::settingServersSetsAllMarks()
+{
+    const WindowRig rig;
+    rig.bankA().sameMarks.reset();
+    rig.bankA().setServers({});
+    QVERIFY(rig.bankA().sameMarks.all());
+}
+
+void tst_BVServerBank::selectServerReportsNothing()
+{
+    WindowRig rig;
+    const Server first = sampleServer(u"Stage left"_s, u"127.50.1.4"_s);
+    const Server second = sampleServer(u"Stage right"_s, u"127.50.1.5"_s);
+    rig.connectServer(first);
+    rig.connectServer(second);
+    BVServerBank &bank = rig.bankA();
+    bank.setServers({first.uuid, second.uuid});
+    const QSignalSpy selections(&bank, &BVServerBank::serverSelectionChanged);
+
+    bank.selectServer(second.uuid);
+    QCOMPARE(bank.currentServerUuid(), second.uuid);
+    QCOMPARE(bank.currentServer().name, second.name);
+    bank.selectServer(QUuid::createUuid());
+    QCOMPARE(bank.currentServerUuid(), second.uuid);
+    QCOMPARE(selections.count(), 0);
+}
+
+void tst_BVServerBank::choosingAServerIsReportedAndLogged()
+{
+    // Held requests: both servers take the stream's connection and say nothing.
+    const WireServer firstPeer(u"127.50.1.6"_s);
+    const WireServer secondPeer(u"127.50.1.7"_s);
+    WindowRig rig;
+    const Server first = sampleServer(u"Stage left"_s, u"127.50.1.6"_s);
+    const Server second = sampleServer(u"Stage right"_s, u"127.50.1.7"_s);
+    rig.connectServer(first);
+    rig.connectServer(second);
+    QVERIFY(rig.show());
+    LogCapture log;
+
+    for (BVServerBank *bank : {&rig.bankA(), &rig.bankB()}) {
+        bank->setServers({first.uuid, second.uuid});
+        bank->selectServer(first.uuid);
+        const QSignalSpy selections(bank, &BVServerBank::serverSelectionChanged);
+        auto &combo = childOf<QComboBox>(*bank, "serverComboBox");
+        combo.setFocus();
+        QTest::keyClick(&combo, Qt::Key_Down);
+        QCOMPARE(selections.count(), 1);
+        QCOMPARE(selections.first().first().toUuid(), second.uuid);
+    }
+    const QString told = u"%1[1]: "_s + second.uuid.toString();
+    const QString text = u"Server selection changed in bank "_s;
+    QCOMPARE(log.texts().filter(text),
+             (QStringList{text + told.arg("A to"_L1), text + told.arg("B to"_L1)}));
+    QVERIFY(log.lines().filter(text).first().startsWith(u"[BVServerBank:"));
+}
+
+void tst_BVServerBank::connectionStatus()
+{
+    BVServerBank bank;
+    const auto &status = childOf<QLabel>(bank, "serverStatusLabel");
+    const auto &cpu = childOf<QLabel>(bank, "cpuValueLabel");
+    const auto &gpu = childOf<QLabel>(bank, "gpuValueLabel");
+    QCOMPARE(status.styleSheet(), u"color : rgb(205, 40, 40);"_s);
+
+    bank.setConnectionStatus(true, 59.944F, 120);
+    QCOMPARE(status.text(), u"Connected"_s);
+    QCOMPARE(status.styleSheet(), u"color :rgb(40, 200, 40);"_s);
+    QCOMPARE(cpu.text(), u"59.94"_s);
+    QCOMPARE(gpu.text(), u"120.00"_s);
+
+    bank.setConnectionStatus(false, 0, 0);
+    QCOMPARE(status.text(), u"Disconnected"_s);
+    QCOMPARE(status.styleSheet(), u"color : rgb(205, 40, 40);"_s);
+    QCOMPARE(cpu.text(), u"0.00"_s);
+    QCOMPARE(gpu.text(), u"0.00"_s);
+}
+
+void tst_BVServerBank::uploadButtonFollowsTheSelection_data()
+{
+    QTest::addColumn<QList<int>>("rows");
+    QTest::addColumn<bool>("enabled");
+    QTest::newRow("Back") << QList<int>{0} << false;
+    QTest::newRow("no visual") << QList<int>{1} << false;
+    QTest::newRow("first slot, empty") << QList<int>{2} << true;
+    QTest::newRow("a file") << QList<int>{4} << true;
+    QTest::newRow("last slot") << QList<int>{256} << true;
+    QTest::newRow("two rows") << QList<int>{4, 6} << false;
+    QTest::newRow("a file and Back") << QList<int>{4, 0} << false;
+    QTest::newRow("chosen and given up") << QList<int>{4, 4} << false;
+}
+
+void tst_BVServerBank::uploadButtonFollowsTheSelection()
+{
+    QFETCH(const QList<int>, rows);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.8"_s));
+    QVERIFY(rig.show());
+    rig.controller().folderChanged(3);
+    for (const int row : rows)
+        clickRow(rig.bankA(), row, Qt::ControlModifier);
+    QTEST(childOf<QPushButton>(rig.bankA(), "addButton").isEnabled(), "enabled");
+    QVERIFY(childOf<QPushButton>(rig.bankA(), "removeButton").isEnabled());
+}
+
+void tst_BVServerBank::uploadButtonStaysOffAtTheFoldersLevel()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.9"_s));
+    QVERIFY(rig.show());
+    clickRow(rig.bankA(), 3);
+    QCOMPARE(rig.bankA().selectedRows(), QList<int>{3});
+    QVERIFY(!childOf<QPushButton>(rig.bankA(), "addButton").isEnabled());
+}
+
+void tst_BVServerBank::removeButtonNeedsAServerOnly()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.10"_s));
+    const auto &button = childOf<QPushButton>(rig.bankA(), "removeButton");
+    QCOMPARE(rig.bankA().selectedRowCount(), 0);
+    QVERIFY(button.isEnabled());
+    rig.controller().folderChanged(3);
+    QVERIFY(button.isEnabled());
+}
+
+void tst_BVServerBank::uploadButtonIsOnAfterAChangeOfContent()
+{
+    WindowRig rig;
+    const Server server = sampleServer(u"Stage left"_s, u"127.50.1.11"_s);
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    rig.controller().folderChanged(3);
+    clickRow(rig.bankA(), 0);
+    const auto &button = childOf<QPushButton>(rig.bankA(), "addButton");
+    QVERIFY(!button.isEnabled());
+
+    // With the thumbnails outstanding the rows and their selection are still there.
+    QPixmapCache::remove("thumbnail+"_L1 + hashOf(3));
+    const WireServer peer(u"127.50.1.11"_s);
+    rig.bankA().serverContentChanged(server.uuid);
+    QCOMPARE(rig.bankA().selectedRows(), QList<int>{0});
+    QVERIFY(!rig.bankA().isEnabled());
+    QVERIFY(button.isEnabledTo(&rig.bankA()));
+}
+
+void tst_BVServerBank::uploadWithTwoRowsSelectedIsLoggedOnly()
+{
+    WindowRig rig;
+    const Server server = sampleServer(u"Stage left"_s, u"127.50.1.12"_s);
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    rig.controller().folderChanged(3);
+    rig.bankA().serverContentChanged(server.uuid);
+    rig.bankA().selectRows({4, 6});
+    const QSignalSpy uploads(&rig.bankA(), &BVServerBank::uploadFile);
+    LogCapture log;
+
+    auto &button = childOf<QPushButton>(rig.bankA(), "addButton");
+    QVERIFY(button.isEnabled());
+    QTest::mouseClick(&button, Qt::LeftButton);
+    QCOMPARE(log.texts(), QStringList{u"Logic error - upload enabled but selection is wrong"_s});
+    QCOMPARE(uploads.count(), 0);
+}
+
+void tst_BVServerBank::uploadButtonAsksForTheSelectedSlot()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"Stage left"_s, u"127.50.1.13"_s);
+    server.folders.removeAt(1); // folder 3 now stands at position 2
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    rig.controller().folderChanged(3);
+    QObject receiver;
+    QList<QVariant> seen;
+    disconnect(&rig.bankA(), &BVServerBank::uploadFile, &rig.controller(), nullptr);
+    connect(&rig.bankA(), &BVServerBank::uploadFile, &receiver,
+            [&](const QUuid &uuid, int folderIndex, int visualIndex) {
+                seen = {uuid, folderIndex, visualIndex};
+            });
+    clickRow(rig.bankA(), 10);
+    QTest::mouseClick(&childOf<QPushButton>(rig.bankA(), "addButton"), Qt::LeftButton);
+    QCOMPARE(seen, (QList<QVariant>{server.uuid, 2, 9}));
+}
+
+void tst_BVServerBank::selectedFolderStandsForItsSlots()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.14"_s));
+    BVServerBank &bank = rig.bankA();
+    QCOMPARE(bank.selectedVisuals(false), QList<VisualRef>{});
+
+    for (const int row : {3, 200}) { // one that exists, one that doesn't
+        bank.selectRows({row});
+        const QList<VisualRef> visuals = bank.selectedVisuals(false);
+        QCOMPARE(visuals.size(), 255);
+        QCOMPARE(visuals.first(), VisualRef(row, 1));
+        QCOMPARE(visuals.last(), VisualRef(row, 255));
+    }
+    bank.selectRows({2, 3, 200});
+    QCOMPARE(bank.selectedVisuals(false).size(), 3 * 255);
+    QCOMPARE(bank.selectedVisuals(true), refs(3, {3, 5}));
+}
+
+void tst_BVServerBank::selectedSlots()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.15"_s));
+    BVServerBank &bank = rig.bankA();
+    rig.controller().folderChanged(3);
+    bank.selectRows({0, 1, 2, 4, 6, 256});
+    QCOMPARE(bank.selectedVisuals(false), refs(3, {1, 3, 5, 255}));
+    QCOMPARE(bank.selectedVisuals(true), refs(3, {3, 5}));
+
+    rig.controller().folderChanged(77); // on no server
+    bank.selectRows({2});
+    QCOMPARE(bank.selectedVisuals(false), refs(-1, {1}));
+    QCOMPARE(bank.selectedVisuals(true), QList<VisualRef>{});
+}
+
+void tst_BVServerBank::slotsLevelSearchesTheFolderAtThePosition()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"Stage left"_s, u"127.50.1.16"_s);
+    // Folder 1 stands at position 0, and at position 1 stands folder 4 with slot 9.
+    server.folders = {folder(1, u"One"_s, {visual(8, u"Eight"_s, 8)}),
+                      folder(4, u"Four"_s, {visual(9, u"Nine"_s, 9)})};
+    rig.connectServer(server);
+    rig.controller().folderChanged(1);
+    rig.bankA().selectRows({9, 10});
+    QCOMPARE(rig.bankA().selectedVisuals(false), refs(0, {8, 9}));
+    QCOMPARE(rig.bankA().selectedVisuals(true), refs(0, {9}));
+}
+
+void tst_BVServerBank::folderBeyondTheLibraryCountsAsEmpty()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"Stage left"_s, u"127.50.1.17"_s);
+    server.folders = {folder(250, u"Far"_s, {visual(8, u"Eight"_s, 8)})};
+    rig.connectServer(server);
+    rig.controller().folderChanged(250);
+    rig.bankA().selectRows({9});
+    QCOMPARE(rig.bankA().selectedVisuals(false), refs(0, {8}));
+    QCOMPARE(rig.bankA().selectedVisuals(true), QList<VisualRef>{});
+    QCOMPARE(rig.bankA().allVisuals().size(), 254);
+}
+
+void tst_BVServerBank::allVisualsOfTheFoldersLevel()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.18"_s));
+    const QList<VisualRef> visuals = rig.bankA().allVisuals();
+    QCOMPARE(visuals.size(), 65280);
+    QCOMPARE(visuals.first(), VisualRef(0, 1));
+    QCOMPARE(visuals.at(255), VisualRef(1, 1));
+    QCOMPARE(visuals.last(), VisualRef(255, 255));
+}
+
+void tst_BVServerBank::allVisualsOfTheSlotsLevel()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.19"_s));
+    rig.controller().folderChanged(2);
+    LogCapture log;
+    const QList<VisualRef> visuals = rig.bankA().allVisuals();
+    QCOMPARE(visuals.size(), 254);
+    QCOMPARE(visuals.first(), VisualRef(2, 1));
+    QCOMPARE(visuals.last(), VisualRef(2, 254));
+    const QStringList lines = log.texts();
+    QCOMPARE(lines.size(), 254);
+    QCOMPARE(lines.first(), u"2-1"_s);
+    QCOMPARE(lines.last(), u"2-254"_s);
+}
+
+void tst_BVServerBank::selectRowsReportsNothing()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.20"_s));
+    BVServerBank &bank = rig.bankA();
+    const QSignalSpy changes(&listOf(bank), &QListWidget::itemSelectionChanged);
+    bank.selectRows({1, 2});
+    bank.selectRows({255, 256, 3000, -1, 0});
+    QList<int> rows = bank.selectedRows();
+    std::sort(rows.begin(), rows.end());
+    QCOMPARE(rows, (QList<int>{0, 255}));
+    QCOMPARE(bank.selectedRowCount(), 2);
+    QCOMPARE(changes.count(), 0);
+}
+
+void tst_BVServerBank::scrollPositionIsThatOfTheSlider()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.21"_s));
+    QVERIFY(rig.show());
+    rig.bankA().setScrollPosition(40);
+    QCOMPARE(rig.bankA().scrollPosition(), 40);
+    QCOMPARE(listOf(rig.bankA()).verticalScrollBar()->sliderPosition(), 40);
+}
+
+QTEST_MAIN(tst_BVServerBank)
+#include "tst_BVServerBank.moc"

@@ -1,0 +1,482 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/WindowRig.h"
+
+#include <QLabel>
+#include <QListWidget>
+#include <QPainter>
+#include <QSignalSpy>
+#include <QTextDocument>
+
+using namespace Qt::Literals::StringLiterals;
+
+/// The two levels of a bank: rows, marks, header and sizes.
+class tst_BVServerBankRows final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        QPixmapCache::clear();
+    }
+
+    void foldersLevelHasARowForEachFolder();
+    void slotsLevelHasARowForEachSlot();
+    void folderOfTheOtherServerOnly();
+    void rowsCarryNoData();
+    void withoutServerTheListStays();
+    void staysDisabledUntilTheThumbnailsAreThere();
+    void indexOutOfRangeGivesAnEmptyFolder();
+    void pictureThatCouldNotBeReadLeavesItsRow();
+
+    void marksTellWhatDiffers();
+    void markFillsTheLowerRightQuarter_data();
+    void markFillsTheLowerRightQuarter();
+    void headerRowsHaveNoMark();
+
+    void headerShowsTheNameAsItIs_data();
+    void headerShowsTheNameAsItIs();
+    void headerStaysRedUntilTheFolderIsLeft();
+    void longNamesLeaveTheWindowAlone();
+
+    void contentOfAnotherServerChangesNothing();
+    void contentOfTheSelectedServerRedrawsItsLevel();
+    void bankWithoutServerFallsBackToTheFolders();
+
+    void sizes_data();
+    void sizes();
+    void everyRowHasTheSameLook();
+    void dragRule();
+
+private:
+    static QString header(const BVServerBank &bank)
+    {
+        return childOf<QLabel>(bank, "mediaListFolder").text();
+    }
+    static QStringList texts(const BVServerBank &bank)
+    {
+        QStringList all;
+        for (int row = 0; row < listOf(bank).count(); ++row)
+            all.append(listOf(bank).item(row)->text());
+        return all;
+    }
+    /// The row's picture, at its own size.
+    static QImage picture(const BVServerBank &bank, int row)
+    {
+        const QIcon icon = listOf(bank).item(row)->icon();
+        return icon.pixmap(icon.availableSizes().value(0)).toImage();
+    }
+    static bool dragsAndDrops(const BVServerBank &bank)
+    {
+        return listOf(bank).dragEnabled() && listOf(bank).viewport()->acceptDrops();
+    }
+    static QImage icon(const QString &fileName)
+    {
+        return QImage(":/icons/Bin/bitmap/icons/"_L1 + fileName);
+    }
+    /// What a picture must look like with that mark painted on it.
+    static QImage marked(const QImage &base, const QString &mark)
+    {
+        QPixmap pixmap = QPixmap::fromImage(base);
+        const QSize half(base.width() / 2, base.height() / 2);
+        QPainter painter(&pixmap);
+        painter.drawPixmap(half.width(), half.height(),
+                           QPixmap::fromImage(icon(mark)).scaled(half));
+        painter.end();
+        return pixmap.toImage();
+    }
+};
+
+void tst_BVServerBankRows::foldersLevelHasARowForEachFolder()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"Stage left"_s, u"127.50.2.1"_s);
+    server.folders.append(folder(255, u"Last"_s));
+    server.folders.append(folder(256, u"One too many"_s));
+    rig.connectServer(server);
+
+    const QStringList rows = texts(rig.bankA());
+    QCOMPARE(rows.size(), 256);
+    QCOMPARE(rows.first(), u"Intro"_s);
+    QCOMPARE(rows.at(3), u"Stage"_s);
+    QCOMPARE(rows.at(4), u"004_Folder"_s);
+    QCOMPARE(rows.at(254), u"254_Folder"_s);
+    QCOMPARE(rows.last(), u"Last"_s);
+    QCOMPARE(header(rig.bankA()), u"Library"_s);
+    for (int row = 0; row < 256; ++row)
+        QCOMPARE(listOf(rig.bankA()).item(row)->type(), row + 1);
+}
+
+void tst_BVServerBankRows::slotsLevelHasARowForEachSlot()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.2"_s));
+    rig.controller().folderChanged(3);
+
+    const QStringList rows = texts(rig.bankA());
+    QCOMPARE(rows.size(), 257);
+    QCOMPARE(rows.at(0), u"Back"_s);
+    QCOMPARE(rows.at(1), u"000: NO VISUAL"_s);
+    QCOMPARE(rows.at(2), u"001: EMPTY"_s);
+    QCOMPARE(rows.at(4), u"003: Sunset"_s);
+    QCOMPARE(rows.at(5), u"004: EMPTY"_s);
+    QCOMPARE(rows.at(6), u"005: Harbour"_s);
+    QCOMPARE(rows.at(256), u"255: EMPTY"_s);
+    QCOMPARE(header(rig.bankA()), u"Library > Stage"_s);
+
+    const QListWidget &list = listOf(rig.bankA());
+    QCOMPARE(list.item(0)->type(), 0);
+    QCOMPARE(list.item(1)->type(), 0);
+    QCOMPARE(list.item(2)->type(), 1); // an empty slot has its slot, a file its row
+    QCOMPARE(list.item(4)->type(), 4);
+    QVERIFY(rig.bankA().isEnabled());
+}
+
+void tst_BVServerBankRows::folderOfTheOtherServerOnly()
+{
+    WindowRig rig;
+    Server other = sampleServer(u"Stage right"_s, u"127.50.2.4"_s);
+    other.folders.append(folder(7, u"Only here"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.3"_s));
+    rig.connectServer(other);
+    const QSignalSpy requests(&rig.bankA(), &BVServerBank::changeFolder);
+
+    rig.controller().folderChanged(7);
+    QCOMPARE(header(rig.bankA()), u"Library > <b><font color=#FF0000>007_Folder</font></b>"_s);
+    QCOMPARE(header(rig.bankB()), u"Library > <b><font color=#FF0000>Only here</font></b>"_s);
+    const QStringList rows = texts(rig.bankA());
+    QCOMPARE(rows.size(), 257);
+    QCOMPARE(rows.first(), u"Back"_s);
+    QCOMPARE(rows.filter(u": EMPTY"_s).size(), 255);
+    QCOMPARE(requests.count(), 0);
+    QVERIFY(rig.bankA().isEnabled());
+}
+
+void tst_BVServerBankRows::rowsCarryNoData()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.5"_s));
+    rig.controller().folderChanged(3);
+    for (int row = 0; row < 257; ++row)
+        QVERIFY(!listOf(rig.bankA()).item(row)->data(Qt::UserRole).isValid());
+}
+
+void tst_BVServerBankRows::withoutServerTheListStays()
+{
+    const WindowRig rig;
+    rig.bankA().showFolder(3, true);
+    QCOMPARE(rig.bankA().currentFolder, 3);
+    QCOMPARE(header(rig.bankA()), u"Library"_s);
+    QCOMPARE(listOf(rig.bankA()).count(), 0);
+    rig.bankA().showFolders();
+    QCOMPARE(rig.bankA().currentFolder, -1);
+    QCOMPARE(listOf(rig.bankA()).count(), 0);
+}
+
+void tst_BVServerBankRows::staysDisabledUntilTheThumbnailsAreThere()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.6"_s));
+    BVServerBank &bank = rig.bankA();
+    disconnect(&bank, &BVServerBank::changeFolder, nullptr, nullptr);
+    const QSignalSpy requests(&bank, &BVServerBank::changeFolder);
+
+    bank.showFolder(3, false);
+    QVERIFY(!bank.isEnabled());
+    QCOMPARE(listOf(bank).count(), 256); // untouched
+    QCOMPARE(requests.count(), 1);
+    QCOMPARE(requests.first().at(0).value<MediaFolder>().name, u"Stage"_s);
+    QCOMPARE(requests.first().at(1).toInt(), 3);
+    QCOMPARE(requests.first().at(2).value<QHostAddress>(), QHostAddress(u"127.50.2.6"_s));
+
+    bank.folderChanged(3, QList<QPixmap>(256, thumbnailOf(1)));
+    QVERIFY(bank.isEnabled());
+    QCOMPARE(listOf(bank).count(), 257);
+}
+
+void tst_BVServerBankRows::indexOutOfRangeGivesAnEmptyFolder()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.7"_s));
+    rig.controller().folderChanged(3);
+    for (const int index : {-1, 4, 100000}) {
+        rig.bankA().folderChanged(index, {});
+        QCOMPARE(texts(rig.bankA()).filter(u": EMPTY"_s).size(), 255);
+    }
+}
+
+void tst_BVServerBankRows::pictureThatCouldNotBeReadLeavesItsRow()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.8"_s));
+    rig.controller().folderChanged(3);
+    QPixmapCache::clear();
+    rig.bankA().folderChanged(3, QList<QPixmap>(256));
+    QCOMPARE(texts(rig.bankA()).at(4), u"003: Sunset"_s);
+    QVERIFY(listOf(rig.bankA()).item(4)->icon().pixmap(64, 48).isNull());
+}
+
+void tst_BVServerBankRows::marksTellWhatDiffers()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.9"_s));
+    BVServerBank &bank = rig.bankA();
+    const QImage same = marked(icon(u"folder.png"_s), u"yes.png"_s);
+    const QImage different = marked(icon(u"folder.png"_s), u"no.png"_s);
+    QVERIFY(same != different);
+
+    bank.sameMarks.reset(0).reset(9).reset(255);
+    bank.showFolders();
+    for (int row = 0; row < 256; ++row) {
+        const bool differs = row == 0 || row == 9 || row == 255;
+        QCOMPARE(picture(bank, row), differs ? different : same);
+    }
+}
+
+void tst_BVServerBankRows::markFillsTheLowerRightQuarter_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("even") << QSize(128, 96);
+    QTest::newRow("odd") << QSize(33, 25);
+    QTest::newRow("narrow") << QSize(2, 2);
+}
+
+void tst_BVServerBankRows::markFillsTheLowerRightQuarter()
+{
+    QFETCH(const QSize, size);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.10"_s));
+    BVServerBank &bank = rig.bankA();
+    rig.controller().folderChanged(3);
+    QPixmapCache::clear();
+    QPixmap plain(size);
+    plain.fill(Qt::magenta);
+
+    bank.sameMarks.set().reset(5);
+    bank.folderChanged(3, QList<QPixmap>(256, plain));
+    const QImage same = picture(bank, 4);
+    const QImage different = picture(bank, 6);
+    QCOMPARE(same, marked(plain.toImage(), u"yes.png"_s));
+    QCOMPARE(different, marked(plain.toImage(), u"no.png"_s));
+
+    const QPoint half(size.width() / 2, size.height() / 2);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            if (x < half.x() || y < half.y())
+                QCOMPARE(same.pixelColor(x, y), QColor(Qt::magenta));
+        }
+    }
+}
+
+void tst_BVServerBankRows::headerRowsHaveNoMark()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.11"_s));
+    rig.controller().folderChanged(3);
+    QCOMPARE(picture(rig.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
+    QCOMPARE(picture(rig.bankA(), 1), QPixmap::fromImage(icon(u"no_visual.png"_s)).toImage());
+    QCOMPARE(picture(rig.bankA(), 2), marked(icon(u"background.png"_s), u"yes.png"_s));
+}
+
+void tst_BVServerBankRows::headerShowsTheNameAsItIs_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::newRow("plain") << u"Opening night"_s;
+    QTest::newRow("image") << uR"(<img src="/dev/zero">)"_s;
+    QTest::newRow("place marker") << u"%1 %2 %L1"_s;
+    QTest::newRow("closing tag") << u"</font></b>off"_s;
+    QTest::newRow("entity") << u"A &amp; B & C"_s;
+    QTest::newRow("empty") << u""_s;
+}
+
+void tst_BVServerBankRows::headerShowsTheNameAsItIs()
+{
+    QFETCH(const QString, name);
+    WindowRig rig;
+    Server server = sampleServer(u"Stage left"_s, u"127.50.2.12"_s);
+    server.folders[1].name = name;
+    rig.connectServer(server);
+    const auto &label = childOf<QLabel>(rig.bankA(), "mediaListFolder");
+
+    rig.bankA().showFolder(1, false);
+    QCOMPARE(label.textFormat(), Qt::PlainText);
+    QCOMPARE(label.text(), u"Library > "_s + name);
+
+    rig.bankA().showFolder(1, true);
+    QCOMPARE(label.textFormat(), Qt::RichText);
+    QCOMPARE(label.text(),
+             u"Library > <b><font color=#FF0000>"_s + name.toHtmlEscaped() + u"</font></b>"_s);
+    QTextDocument document;
+    document.setHtml(label.text());
+    QCOMPARE(document.toPlainText(), u"Library > "_s + name);
+
+    rig.bankA().showFolders();
+    QCOMPARE(label.textFormat(), Qt::PlainText);
+    QCOMPARE(label.text(), u"Library"_s);
+}
+
+void tst_BVServerBankRows::headerStaysRedUntilTheFolderIsLeft()
+{
+    WindowRig rig;
+    const Server server = sampleServer(u"Stage left"_s, u"127.50.2.13"_s);
+    rig.connectServer(server);
+    rig.bankA().showFolder(3, true);
+    rig.bankA().serverContentChanged(server.uuid);
+    QVERIFY(header(rig.bankA()).contains(u"color=#FF0000"));
+    rig.bankA().showFolders();
+    rig.bankA().showFolder(3, false);
+    QCOMPARE(header(rig.bankA()), u"Library > Stage"_s);
+}
+
+void tst_BVServerBankRows::longNamesLeaveTheWindowAlone()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"S"_s.repeated(5000), u"127.50.2.14"_s);
+    server.folders[1].name = u"wide "_s.repeated(2000);
+    server.folders[2].name = u"tall\n"_s.repeated(2000);
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    const QSize minimum = rig.window->minimumSizeHint();
+    const QSize size = rig.window->size();
+    for (const int slot : {1, 2}) {
+        for (const bool red : {false, true}) {
+            rig.bankA().showFolder(slot, red);
+            QCOMPARE(rig.window->minimumSizeHint(), minimum);
+            QCOMPARE(rig.window->size(), size);
+        }
+    }
+}
+
+void tst_BVServerBankRows::contentOfAnotherServerChangesNothing()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.15"_s));
+    rig.bankA().showFolder(3, false);
+    const QListWidgetItem *row = listOf(rig.bankA()).item(0);
+    rig.bankA().serverContentChanged(QUuid::createUuid());
+    rig.bankA().serverContentChanged({});
+    QCOMPARE(rig.bankA().currentFolder, 3);
+    QCOMPARE(listOf(rig.bankA()).item(0), row);
+}
+
+void tst_BVServerBankRows::contentOfTheSelectedServerRedrawsItsLevel()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"Stage left"_s, u"127.50.2.16"_s);
+    rig.connectServer(server);
+    BVServerBank &bank = rig.bankA();
+    server.connected = true;
+
+    server.folders[0].name = u"Renamed"_s;
+    rig.model.upsertServer(server);
+    bank.serverContentChanged(server.uuid);
+    QCOMPARE(bank.currentFolder, -1);
+    QCOMPARE(texts(bank).first(), u"Renamed"_s);
+
+    bank.showFolder(3, false);
+    server.folders[3].files.clear();
+    rig.model.upsertServer(server);
+    bank.serverContentChanged(server.uuid);
+    QCOMPARE(bank.currentFolder, 3);
+    QCOMPARE(texts(bank).at(4), u"003: EMPTY"_s);
+}
+
+void tst_BVServerBankRows::bankWithoutServerFallsBackToTheFolders()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.17"_s));
+    rig.controller().folderChanged(3);
+    QCOMPARE(rig.bankB().currentFolder, 3);
+    rig.bankB().serverContentChanged({});
+    QCOMPARE(rig.bankB().currentFolder, -1);
+    QCOMPARE(rig.bankA().currentFolder, 3);
+}
+
+void tst_BVServerBankRows::sizes_data()
+{
+    QTest::addColumn<bool>("listView");
+    QTest::addColumn<int>("index");
+    QTest::addColumn<QSize>("icon");
+    QTest::addColumn<QSize>("hint");
+    QTest::addColumn<int>("points");
+    QTest::newRow("list, small") << true << 0 << QSize(32, 24) << QSize(38, 24) << 8;
+    QTest::newRow("list, medium") << true << 1 << QSize(64, 48) << QSize(76, 48) << 8;
+    QTest::newRow("list, large") << true << 2 << QSize(128, 96) << QSize(153, 96) << 8;
+    QTest::newRow("icons, small") << false << 0 << QSize(32, 24) << QSize(38, 38) << 5;
+    QTest::newRow("icons, medium") << false << 1 << QSize(64, 48) << QSize(76, 62) << 7;
+    QTest::newRow("icons, large") << false << 2 << QSize(128, 96) << QSize(153, 115) << 8;
+    QTest::newRow("icons, unknown") << false << 7 << QSize(128, 96) << QSize(153, 115) << 8;
+    QTest::newRow("list, negative") << true << -1 << QSize(128, 96) << QSize(153, 96) << 8;
+}
+
+void tst_BVServerBankRows::sizes()
+{
+    QFETCH(const bool, listView);
+    QFETCH(const int, index);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.18"_s));
+    rig.bankA().setIconSizeIndex(index);
+    rig.bankA().setListMode(listView);
+    const QListWidgetItem *row = listOf(rig.bankA()).item(0);
+    QTEST(listOf(rig.bankA()).iconSize(), "icon");
+    QTEST(row->sizeHint(), "hint");
+    QTEST(row->font().pointSize(), "points");
+    QCOMPARE(listOf(rig.bankA()).viewMode(), listView ? QListView::ListMode : QListView::IconMode);
+    QCOMPARE(listOf(rig.bankA()).spacing(), 4);
+    QCOMPARE(listOf(rig.bankA()).resizeMode(), QListView::Adjust);
+    QCOMPARE(listOf(rig.bankA()).movement(), QListView::Static);
+}
+
+void tst_BVServerBankRows::everyRowHasTheSameLook()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.19"_s));
+    BVServerBank &bank = rig.bankA();
+    bank.setListMode(false);
+    const auto check = [&](int count) {
+        QCOMPARE(listOf(bank).count(), count);
+        for (int row = 0; row < count; ++row) {
+            QCOMPARE(listOf(bank).item(row)->sizeHint(), QSize(153, 115));
+            QCOMPARE(listOf(bank).item(row)->font().pointSize(), 8);
+        }
+    };
+    bank.setIconSizeIndex(2); // rows that exist
+    check(256);
+    rig.controller().folderChanged(3); // rows that are made
+    check(257);
+    rig.controller().folderChanged(77);
+    check(257);
+}
+
+void tst_BVServerBankRows::dragRule()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.20"_s));
+    BVServerBank &bank = rig.bankA();
+    QVERIFY(!listOf(bank).dragEnabled());
+    QVERIFY(!listOf(bank).viewport()->acceptDrops());
+    for (const bool listView : {true, false, true}) {
+        bank.showFolders();
+        bank.setListMode(listView);
+        QVERIFY(!dragsAndDrops(bank));
+        bank.showFolder(3, false);
+        QVERIFY(dragsAndDrops(bank));
+        bank.setListMode(listView);
+        QVERIFY(dragsAndDrops(bank));
+        bank.showFolders();
+        QVERIFY(!listOf(bank).dragEnabled());
+        QVERIFY(!listOf(bank).viewport()->acceptDrops());
+        bank.showFolder(77, false); // absent
+        QVERIFY(dragsAndDrops(bank));
+    }
+    bank.setDragDropEnabled(false);
+    QVERIFY(!listOf(bank).dragEnabled());
+    QVERIFY(!listOf(bank).viewport()->acceptDrops());
+}
+
+QTEST_MAIN(tst_BVServerBankRows)
+#include "tst_BVServerBankRows.moc"
