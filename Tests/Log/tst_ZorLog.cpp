@@ -3,20 +3,65 @@
 
 #include "Log/ZorLog.h"
 
+#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 
+#include <QDateTime>
+#include <QDir>
+#include <QRegularExpression>
 #include <QTest>
 
+#include <unistd.h>
+
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QStringList rawLines(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QStringList lines = QString::fromUtf8(file.readAll()).split(u'\n');
+    lines.removeLast();
+    lines.removeIf([](const QString &line) { return line.contains("[ZorLog:216]"_L1); });
+    return lines;
+}
+
+int threadsOfThisProcess()
+{
+    return int(QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size());
+}
+
+} // namespace
 
 class tst_ZorLog final : public QObject
 {
     Q_OBJECT
 
 private slots:
+    void init() { failOnAnyWarning(); }
+    void cleanup() { Zor::Log::release(); }
+
     void callsWithoutALogAreDropped();
+    void lineHasDateThreadSourceAndText();
+    void levelsAllArrive();
     void textOfAnyLengthArrivesWhole_data();
     void textOfAnyLengthArrivesWhole();
+    void formatsLikePrintf();
+    void textIsNeverAFormat();
+    void unformattableTextIsReplacedAtTheErrorLevel();
+    void sourceIsCutAfterTheLastBackslash_data();
+    void sourceIsCutAfterTheLastBackslash();
+    void controlCharactersAreEscaped_data();
+    void controlCharactersAreEscaped();
+    void linesKeepTheirOrderBeyondTheQueue();
+    void lineReachesTheFileWithoutAFollowingOne();
+    void releaseWritesEverything();
+    void copiedInstanceOutlivesRelease();
+    void oneWorkerAndNoOtherThread();
+    void startIsToldAsFromItsOwnSource();
+    void unopenableFileThrowsAndKeepsTheEarlierLog();
 };
 
 void tst_ZorLog::callsWithoutALogAreDropped()
@@ -25,6 +70,35 @@ void tst_ZorLog::callsWithoutALogAreDropped()
     ZOR_LOG(info, "to nobody: %d", 1);
     LogCapture capture;
     QCOMPARE(capture.texts(), QStringList());
+}
+
+void tst_ZorLog::lineHasDateThreadSourceAndText()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"Brenvoka.log"_s);
+    const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
+    Zor::Log::init(path.toStdString());
+    Zor::Log::instance()->info("Source", 57, "Bühne");
+    Zor::Log::release();
+
+    const QStringList lines = rawLines(path);
+    QCOMPARE(lines.size(), 1);
+    const QRegularExpression form(
+        u"^\\[(\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d) T:(\\d+)\\]\\[Source:57\\] Bühne$"_s);
+    const QRegularExpressionMatch match = form.match(lines.first());
+    QVERIFY2(match.hasMatch(), qPrintable(lines.first()));
+    const auto time = QDateTime::fromString(match.captured(1), u"yyyy-MM-dd HH:mm:ss"_s);
+    QVERIFY(time >= before && time <= QDateTime::currentDateTime());
+    QCOMPARE(match.captured(2).toInt(), gettid());
+}
+
+void tst_ZorLog::levelsAllArrive()
+{
+    LogCapture capture;
+    ZOR_LOG(debug, "one");
+    ZOR_LOG(info, "two");
+    ZOR_LOG(error, "three");
+    QCOMPARE(capture.texts(), (QStringList{u"one"_s, u"two"_s, u"three"_s}));
 }
 
 void tst_ZorLog::textOfAnyLengthArrivesWhole_data()
@@ -37,10 +111,162 @@ void tst_ZorLog::textOfAnyLengthArrivesWhole_data()
 void tst_ZorLog::textOfAnyLengthArrivesWhole()
 {
     QFETCH(const int, length);
-    const QByteArray text(length, 'x');
+    QByteArray text(length, 'x');
+    if (length > 0)
+        text.back() = '!';
     LogCapture capture;
     ZOR_LOG(info, "%s", text.constData());
     QCOMPARE(capture.texts(), QStringList(QString::fromUtf8(text)));
+}
+
+void tst_ZorLog::formatsLikePrintf()
+{
+    LogCapture capture;
+    ZOR_LOG(info, "%s | %03d | %.1f | %%", "text", 7, 2.25);
+    const QByteArray longText(200, 'y');
+    ZOR_LOG(error, "%s %d", longText.constData(), 42);
+    QCOMPARE(capture.texts(),
+             (QStringList{u"text | 007 | 2.2 | %"_s, QString::fromLatin1(longText) + u" 42"_s}));
+}
+
+void tst_ZorLog::textIsNeverAFormat()
+{
+    LogCapture capture;
+    ZOR_LOG(info, "%s", "%s %n {0} {} {{");
+    QCOMPARE(capture.texts(), QStringList(u"%s %n {0} {} {{"_s));
+}
+
+void tst_ZorLog::unformattableTextIsReplacedAtTheErrorLevel()
+{
+    const std::wstring noCharacter(1, wchar_t(0xD800));
+    LogCapture capture;
+    ZOR_LOG(debug, "before %ls", noCharacter.c_str());
+    const QStringList lines = capture.lines();
+    QCOMPARE(lines.size(), 1);
+    QVERIFY2(lines.first().endsWith("] Error formatting the log line"_L1),
+             qPrintable(lines.first()));
+}
+
+void tst_ZorLog::sourceIsCutAfterTheLastBackslash_data()
+{
+    QTest::addColumn<QByteArray>("path");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("as the build gives it")
+        << "..\\Sources\\Service\\ServerListenerService"_ba << u"ServerListenerService"_s;
+    QTest::newRow("no backslash") << "Sources/Log/ZorLog.cpp"_ba << u"Sources/Log/ZorLog.cpp"_s;
+    QTest::newRow("backslash at the end") << "..\\Sources\\"_ba << u""_s;
+}
+
+void tst_ZorLog::sourceIsCutAfterTheLastBackslash()
+{
+    QFETCH(const QByteArray, path);
+    QFETCH(const QString, shown);
+    LogCapture capture;
+    Zor::logFormatted(&Zor::Log::info, path.constData(), 3, "%s", "text");
+    QCOMPARE(capture.lines(), QStringList(u"[%1:3] text"_s.arg(shown)));
+}
+
+void tst_ZorLog::controlCharactersAreEscaped_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("line feed") << "a\nb"_ba << u"a\\nb"_s;
+    QTest::newRow("carriage return and line feed") << "a\r\n"_ba << u"a\\r\\n"_s;
+    QTest::newRow("tab") << "a\tb"_ba << u"a\\tb"_s;
+    QTest::newRow("escape sequence") << "\x1b[31mred"_ba << u"\\x1B[31mred"_s;
+    QTest::newRow("delete") << "\x7f"_ba << u"\\x7F"_s;
+    QTest::newRow("UTF-8 is left alone") << "Bühne 舞台"_ba << u"Bühne 舞台"_s;
+    QTest::newRow("backslash is left alone") << "a\\nb"_ba << u"a\\nb"_s;
+}
+
+void tst_ZorLog::controlCharactersAreEscaped()
+{
+    QFETCH(const QByteArray, text);
+    LogCapture capture;
+    ZOR_LOG(info, "%s", text.constData());
+    QFETCH(const QString, line);
+    QCOMPARE(capture.texts(), QStringList(line));
+}
+
+void tst_ZorLog::linesKeepTheirOrderBeyondTheQueue()
+{
+    constexpr int count = 20000;
+    LogCapture capture;
+    for (int i = 0; i < count; ++i)
+        ZOR_LOG(debug, "%d", i);
+    const QStringList texts = capture.texts();
+    QCOMPARE(texts.size(), count);
+    for (int i = 0; i < count; ++i)
+        QCOMPARE(texts[i].toInt(), i);
+}
+
+void tst_ZorLog::lineReachesTheFileWithoutAFollowingOne()
+{
+    LogCapture capture;
+    ZOR_LOG(info, "alone");
+    QTRY_VERIFY_WITH_TIMEOUT(rawLines(capture.path()).join(u'\n').endsWith(u"] alone"_s), 1000);
+}
+
+void tst_ZorLog::releaseWritesEverything()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"Brenvoka.log"_s);
+    Zor::Log::init(path.toStdString());
+    for (int i = 0; i < 3000; ++i)
+        ZOR_LOG(info, "line");
+    Zor::Log::release();
+    QCOMPARE(rawLines(path).size(), 3000);
+}
+
+void tst_ZorLog::copiedInstanceOutlivesRelease()
+{
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"Brenvoka.log"_s);
+    Zor::Log::init(path.toStdString());
+    std::shared_ptr<Zor::Log> copy = Zor::Log::instance();
+    Zor::Log::release();
+    copy->info("Source", 1, "still here");
+    copy.reset();
+    QCOMPARE(rawLines(path).size(), 1);
+}
+
+void tst_ZorLog::oneWorkerAndNoOtherThread()
+{
+    const int before = threadsOfThisProcess();
+    LogCapture capture;
+    ZOR_LOG(info, "text");
+    QCOMPARE(capture.texts().size(), 1);
+    QCOMPARE(threadsOfThisProcess(), before + 1);
+}
+
+void tst_ZorLog::startIsToldAsFromItsOwnSource()
+{
+    // The wait for the worker is short by design, so a busy machine may miss it now and then.
+    const QRegularExpression form(
+        u"\\]\\[ZorLog:216\\] Async log thread started with thread id: [1-9]\\d*\\n$"_s);
+    for (int attempt = 0; attempt < 200; ++attempt) {
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(u"Brenvoka.log"_s);
+        Zor::Log::init(path.toStdString());
+        Zor::Log::release();
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString content = QString::fromUtf8(file.readAll());
+        if (content.isEmpty())
+            continue;
+        QVERIFY2(form.match(content).hasMatch(), qPrintable(content));
+        return;
+    }
+    QFAIL("The start was never told");
+}
+
+void tst_ZorLog::unopenableFileThrowsAndKeepsTheEarlierLog()
+{
+    LogCapture capture;
+    const QTemporaryDir directory;
+    QVERIFY_EXCEPTION_THROWN(Zor::Log::init(directory.path().toStdString()), std::exception);
+    ZOR_LOG(info, "still here");
+    QCOMPARE(capture.texts(), QStringList(u"still here"_s));
 }
 
 QTEST_GUILESS_MAIN(tst_ZorLog)
