@@ -3,7 +3,7 @@
 
 #include "Service/ThumbnailService.h"
 
-#include "Model/MediaFolder.h"
+#include "Service/ThumbnailTestKit.h"
 #include "Support/LogCapture.h"
 #include "Support/WireServer.h"
 
@@ -19,59 +19,11 @@
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
+using namespace ThumbnailTestKit;
 
 namespace {
 
 const QByteArray thumbnails = "/brenvoka/thumbnails/";
-
-QByteArray picture(QSize size, const QColor &color, const char *format = "PNG")
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(color);
-    QBuffer buffer;
-    image.save(&buffer, format);
-    return buffer.data();
-}
-
-QColor colorOf(const QPixmap &pixmap)
-{
-    return pixmap.toImage().pixelColor(5, 5);
-}
-
-/// A folder with slot 3 whose visuals have the given slots, and as hashes the given texts.
-MediaFolder folderOf(const QList<QPair<int, QString>> &visuals)
-{
-    MediaFolder folder;
-    folder.slot = 3;
-    for (const auto &[slot, hash] : visuals) {
-        Visual visual;
-        visual.slot = slot;
-        visual.hash = hash;
-        folder.files.append(visual);
-    }
-    return folder;
-}
-
-/// One service and what it says.
-struct Listener
-{
-    explicit Listener(QNetworkAccessManager *manager)
-        : service({128, 96}, manager)
-    {
-    }
-
-    [[nodiscard]] QList<QPixmap> pixmaps() const
-    {
-        return finished.constLast().at(1).value<QList<QPixmap>>();
-    }
-
-    ThumbnailService service;
-    QSignalSpy finished{&service, &ThumbnailService::finished};
-    QSignalSpy progress{&service, &ThumbnailService::progress};
-    QSignalSpy error{&service, &ThumbnailService::error};
-    QSignalSpy aborted{&service, &ThumbnailService::aborted};
-    QSignalSpy downloads{&service, &ThumbnailService::increaseDownloadSize};
-};
 
 } // namespace
 
@@ -127,7 +79,7 @@ private slots:
             const bool first = request.path().endsWith("/0.png");
             request.answer(picture({10, 10}, first ? Qt::red : Qt::blue));
         });
-        const QList<QPair<int, QString>> visuals = {{0, u"x"_s}, {255, u"y"_s}};
+        const Visuals visuals = {{0, u"x"_s}, {255, u"y"_s}};
         load(*a, visuals);
         QTRY_COMPARE(a->finished.size(), 1);
         QCOMPARE(a->downloads.constLast().constFirst().toInt(), 2);
@@ -341,7 +293,7 @@ private slots:
     }
 
 private:
-    void load(Listener &listener, const QList<QPair<int, QString>> &visuals, int index = 0)
+    void load(Listener &listener, const Visuals &visuals, int index = 0)
     {
         listener.service.loadThumbnails(folderOf(visuals), index, peer->address());
     }
