@@ -1,0 +1,422 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Tasks/SyncTask.h"
+
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+#include "Support/SyncRig.h"
+
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QTimer>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// Counts how often a progress dialog came onto the screen.
+class ShownDialogs final : public QObject
+{
+public:
+    ShownDialogs() { qApp->installEventFilter(this); }
+
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Show && qobject_cast<BVProgressDialog *>(watched))
+            ++count;
+        return false;
+    }
+};
+
+void pressCancel(const QDialog &dialog)
+{
+    QTest::mouseClick(dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Cancel),
+                      Qt::LeftButton);
+}
+
+} // namespace
+
+/// The order of the phases, the renames and removals, and how a task ends.
+class tst_SyncTask : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void nothingToDoEndsAtOnce();
+    void knowsItsServers();
+    void phasesFollowEachOther();
+    void renamesOnlyEndAfterTheLast();
+    void removalsOnlyEndAfterTheLast();
+    void transfersOnlyShowNoProgressDialog();
+    void theProgressDialogsAreModalAndSayWhatTheyDo();
+    void aShortPhaseShowsNoDialog();
+    void aLongPhaseShowsItsDialog();
+    void aStrayRenameResultMovesNoBar();
+    void aStrayRenameResultAtTheEndOfTheBarStartsTheNextPhase();
+    void aStrayRemovalResultMovesNoBar();
+    void aResultOfAnotherServerIsLoggedAndChangesNothing();
+    void failedRenamesAndRemovalsStopNothingAndAreListed();
+    void aFailureWithoutATextCounts();
+    void namesInErrorLinesAreTakenLiterally();
+    void cancellingTheRenamesLeavesThemToTheServer();
+    void cancellingTheRemovalsStartsNoTransfer();
+    void errorsBeforeACancelAreKept();
+    void abortLeavesNoErrorsToShow();
+    void abortLeavesTheRenameDialog();
+    void deletionTakesDialogsAndConnectionsAlong();
+    void aVanishedDestinationIsNamedByNothing();
+};
+
+void tst_SyncTask::nothingToDoEndsAtOnce()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {});
+    QVERIFY(rig.started);
+    QCOMPARE(rig.finished->size(), 1);
+    QCOMPARE(rig.finished->first().first().value<TaskBase *>(), rig.task.get());
+    QVERIFY(!rig.dialog<BVProgressDialog>());
+    QVERIFY(!rig.dialog<TransferDialog>());
+    QVERIFY(!rig.task->hasErrors());
+    QVERIFY(rig.settle());
+    QCOMPARE(rig.destination.wire.requests("/brenvoka/execute.html").size(), 1);
+}
+
+void tst_SyncTask::knowsItsServers()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({}, {}, {});
+    QCOMPARE(rig.task->affectedServer(), rig.destinationUuid);
+    QVERIFY(rig.task->involvesServer(rig.sourceUuid));
+    QVERIFY(rig.task->involvesServer(rig.destinationUuid));
+    QVERIFY(!rig.task->involvesServer(QUuid::createUuid()));
+    QVERIFY(!rig.task->involvesServer(QUuid()));
+    QCOMPARE(rig.task->errorMessage(), u"Folder synchronization completed with errors"_s);
+}
+
+void tst_SyncTask::phasesFollowEachOther()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    rig.destination.wire.hold("/brenvoka/execute.html");
+    rig.start({{3, u"Three"_s}}, {{3, 7}}, {{3, 8}, {4, 9}});
+
+    const auto requests = [&] { return rig.destination.wire.requests("/brenvoka/execute.html"); };
+    QTRY_COMPARE_WITH_TIMEOUT(requests().size(), 1, 10000);
+    const Command rename = rig.destination.commands(PlayedServer::Rename).value(0);
+    QCOMPARE(rename.field("folderIdx"), u"3"_s);
+    QCOMPARE(rename.field("folderName"), u"Three"_s);
+    QVERIFY(!rig.progressDialog(u"Removing..."_s));
+
+    requests().last().answer(R"({"msg_type":7,"RESULT":0})");
+    QTRY_COMPARE_WITH_TIMEOUT(requests().size(), 2, 10000);
+    QCOMPARE(rig.destination.visuals(PlayedServer::Remove), (QList<VisualRef>{{3, 7}}));
+    QVERIFY(!rig.dialog<TransferDialog>());
+
+    rig.destination.accept();
+    requests().last().answer(R"({"msg_type":7,"RESULT":0})");
+    QTRY_COMPARE_WITH_TIMEOUT(requests().size(), 4, 10000);
+    const QList<Command> syncs = rig.destination.commands(PlayedServer::Sync);
+    QCOMPARE(rig.destination.visuals(PlayedServer::Sync), (QList<VisualRef>{{3, 8}, {4, 9}}));
+    QCOMPARE(syncs.first().field("serverURL"), u"http://127.60.0.9:4567"_s);
+    QVERIFY(rig.dialog<TransferDialog>()->isVisible());
+    QCOMPARE(rig.finished->size(), 0);
+}
+
+void tst_SyncTask::renamesOnlyEndAfterTheLast()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {}, {});
+    QCOMPARE(rig.finished->size(), 0);
+    QVERIFY(rig.finished->wait(10000));
+    QVERIFY(!rig.task->hasErrors());
+    QCOMPARE(rig.destination.commands(PlayedServer::Rename).size(), 2);
+    QVERIFY(rig.settle());
+    QCOMPARE(rig.destination.wire.requests("/brenvoka/execute.html").size(), 3);
+    QVERIFY(!rig.dialog<TransferDialog>());
+}
+
+void tst_SyncTask::removalsOnlyEndAfterTheLast()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {{3, 1}, {3, 2}}, {});
+    QVERIFY(rig.finished->wait(10000));
+    QVERIFY(!rig.task->hasErrors());
+    QCOMPARE(rig.destination.visuals(PlayedServer::Remove), (QList<VisualRef>{{3, 1}, {3, 2}}));
+    QVERIFY(!rig.dialog<TransferDialog>());
+    QCOMPARE(rig.finished->size(), 1);
+}
+
+void tst_SyncTask::transfersOnlyShowNoProgressDialog()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {{3, 8}});
+    QVERIFY(!rig.dialog<BVProgressDialog>());
+    QVERIFY(rig.dialog<TransferDialog>()->isVisible());
+    QVERIFY(rig.dialog<TransferDialog>()->isModal());
+}
+
+void tst_SyncTask::theProgressDialogsAreModalAndSayWhatTheyDo()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {});
+    const BVProgressDialog *const renaming = rig.progressDialog(u"Renaming..."_s);
+    QVERIFY(renaming && renaming->isModal());
+    QCOMPARE(renaming->findChild<QLabel *>()->text(), u"Renaming folders"_s);
+    QCOMPARE(renaming->maximum(), 2);
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
+    QCOMPARE(renaming->progress(), 1);
+    QVERIFY(!rig.progressDialog(u"Removing..."_s));
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 4);
+    const BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
+    QVERIFY(removing && removing->isModal());
+    QCOMPARE(removing->findChild<QLabel *>()->text(), u"Removing visuals"_s);
+    QCOMPARE(removing->maximum(), 1);
+}
+
+void tst_SyncTask::aShortPhaseShowsNoDialog()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    ShownDialogs shown;
+    rig.start({{3, u"Three"_s}}, {{3, 1}}, {});
+    QVERIFY(rig.finished->wait(10000));
+    // The dialogs' own delay of 500 ms has to pass before their absence means anything.
+    bool passed = false;
+    QTimer::singleShot(700, this, [&passed] { passed = true; });
+    QTRY_VERIFY_WITH_TIMEOUT(passed, 10000);
+    QCOMPARE(shown.count, 0);
+}
+
+void tst_SyncTask::aLongPhaseShowsItsDialog()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    ShownDialogs shown;
+    rig.start({{3, u"Three"_s}}, {}, {});
+    QVERIFY(!rig.progressDialog(u"Renaming..."_s)->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(rig.progressDialog(u"Renaming..."_s)->isVisible(), 10000);
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
+    QVERIFY(!rig.progressDialog(u"Renaming..."_s)->isVisible());
+    QCOMPARE(shown.count, 1);
+    QCOMPARE(rig.finished->size(), 1);
+}
+
+void tst_SyncTask::aStrayRenameResultMovesNoBar()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({{3, u"Three"_s}}, {}, {});
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 9);
+    emit rig.service.folderRenameError(rig.destinationUuid, 9, u"no"_s);
+    QCOMPARE(rig.progressDialog(u"Renaming..."_s)->progress(), 0);
+    QCOMPARE(rig.finished->size(), 0);
+    QVERIFY(!rig.task->hasErrors());
+}
+
+void tst_SyncTask::aStrayRenameResultAtTheEndOfTheBarStartsTheNextPhase()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    rig.destination.wire.hold("/brenvoka/execute.html");
+    rig.start({{3, u"Three"_s}}, {{3, 1}}, {});
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
+    const QPointer<BVProgressDialog> first = rig.progressDialog(u"Removing..."_s);
+    QVERIFY(first);
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 9);
+    QVERIFY(!first);
+    QVERIFY(rig.progressDialog(u"Removing..."_s));
+    // The second start has replaced the first: one result ends the phase, and ends it once.
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
+    QCOMPARE(rig.finished->size(), 1);
+}
+
+void tst_SyncTask::aStrayRemovalResultMovesNoBar()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({}, {{3, 1}}, {});
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 2);
+    emit rig.service.visualRemoveError(rig.destinationUuid, 1, 3, u"no"_s);
+    QCOMPARE(rig.progressDialog(u"Removing..."_s)->progress(), 0);
+    QCOMPARE(rig.finished->size(), 0);
+    QVERIFY(!rig.task->hasErrors());
+}
+
+void tst_SyncTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
+{
+    LogCapture log;
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({{3, u"Three"_s}}, {{3, 1}}, {});
+    emit rig.service.folderRenameFinished(rig.sourceUuid, 3);
+    emit rig.service.folderRenameError(rig.sourceUuid, 3, u"no"_s);
+    QCOMPARE(rig.progressDialog(u"Renaming..."_s)->progress(), 0);
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
+    emit rig.service.visualRemoveFinished(rig.sourceUuid, 3, 1);
+    emit rig.service.visualRemoveError(rig.sourceUuid, 3, 1, u"no"_s);
+    QCOMPARE(rig.progressDialog(u"Removing..."_s)->progress(), 0);
+    QVERIFY(!rig.task->hasErrors());
+    QCOMPARE(log.texts().count(u"Invalid server id in notification "_s + rig.sourceUuid.toString()),
+             4);
+}
+
+void tst_SyncTask::failedRenamesAndRemovalsStopNothingAndAreListed()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    rig.destination.refuse("it is locked");
+    rig.start({{3, u"Three"_s}}, {{4, 17}}, {{4, 18}});
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Sync).size(), 1, 10000);
+    QVERIFY(rig.task->hasErrors());
+    emit rig.service.syncOperationFinished(rig.destinationUuid);
+    QCOMPARE(rig.finished->size(), 1);
+    QCOMPARE(rig.task->errorDetails(),
+             (QStringList{u"Remove visual 017 in folder 004 on server \"Stage right\" failed: "
+                          "it is locked."_s,
+                          u"Rename folder index 003 to Three on server \"Stage right\" failed: "
+                          "it is locked."_s}));
+}
+
+void tst_SyncTask::aFailureWithoutATextCounts()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({{3, u"Three"_s}}, {}, {});
+    emit rig.service.folderRenameError(rig.destinationUuid, 3, QString());
+    QVERIFY(rig.task->hasErrors());
+    QCOMPARE(rig.task->errorDetails().size(), 1);
+}
+
+void tst_SyncTask::namesInErrorLinesAreTakenLiterally()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"%1 %2"_s);
+    rig.start({{3, u"%3 %4"_s}}, {}, {});
+    emit rig.service.folderRenameError(rig.destinationUuid, 3, u"%1%%"_s);
+    QCOMPARE(
+        rig.task->errorDetails(),
+        (QStringList{u"Rename folder index 003 to %3 %4 on server \"%1 %2\" failed: %1%%."_s}));
+}
+
+void tst_SyncTask::cancellingTheRenamesLeavesThemToTheServer()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    rig.destination.wire.hold("/brenvoka/execute.html");
+    rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {{3, 2}});
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 1, 10000);
+    BVProgressDialog *const renaming = rig.progressDialog(u"Renaming..."_s);
+    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 10000);
+    pressCancel(*renaming);
+    QCOMPARE(rig.finished->size(), 1);
+    rig.task.reset();
+
+    rig.destination.accept();
+    rig.destination.wire.requests("/brenvoka/execute.html")
+        .last()
+        .answer(R"({"msg_type":7,"RESULT":0})");
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 2, 10000);
+    QVERIFY(rig.settle());
+    QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 0);
+    QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
+}
+
+void tst_SyncTask::cancellingTheRemovalsStartsNoTransfer()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    QVERIFY(rig.connectDestination());
+    rig.destination.wire.hold("/brenvoka/execute.html");
+    rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Remove).size(), 1, 10000);
+    BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
+    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 10000);
+    QTest::keyClick(removing, Qt::Key_Escape);
+    QCOMPARE(rig.finished->size(), 1);
+
+    // The removal on the wire completes on the server, and its result still finds the task.
+    rig.destination.accept();
+    rig.destination.wire.requests("/brenvoka/execute.html")
+        .last()
+        .answer(R"({"msg_type":7,"RESULT":0})");
+    QVERIFY(rig.settle());
+    QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
+    QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
+    QVERIFY(!rig.dialog<TransferDialog>());
+    QCOMPARE(rig.finished->size(), 1);
+}
+
+void tst_SyncTask::errorsBeforeACancelAreKept()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({}, {{3, 1}, {3, 2}}, {});
+    emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"locked"_s);
+    rig.progressDialog(u"Removing..."_s)->reject();
+    QCOMPARE(rig.finished->size(), 1);
+    QVERIFY(rig.task->hasErrors());
+    QCOMPARE(rig.task->errorDetails().size(), 1);
+}
+
+void tst_SyncTask::abortLeavesNoErrorsToShow()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({}, {{3, 1}, {3, 2}}, {});
+    emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"locked"_s);
+    BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
+    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 10000);
+    QVERIFY(rig.task->hasErrors());
+    rig.task->abort();
+    QCOMPARE(rig.finished->size(), 1);
+    QVERIFY(!rig.task->hasErrors());
+    QVERIFY(!removing->isVisible());
+}
+
+void tst_SyncTask::abortLeavesTheRenameDialog()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({{3, u"Three"_s}}, {}, {});
+    const QPointer<BVProgressDialog> renaming = rig.progressDialog(u"Renaming..."_s);
+    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 10000);
+    rig.task->abort();
+    QCOMPARE(rig.finished->size(), 1);
+    QVERIFY(renaming->isVisible());
+    rig.task.reset();
+    QVERIFY(!renaming);
+}
+
+void tst_SyncTask::deletionTakesDialogsAndConnectionsAlong()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
+    const QPointer<QDialog> renaming = rig.progressDialog(u"Renaming..."_s);
+    const QPointer<QDialog> removing = rig.progressDialog(u"Removing..."_s);
+    const QPointer<QDialog> transferring = rig.dialog<TransferDialog>();
+    QVERIFY(renaming && removing && transferring);
+    const qsizetype before = rig.finished->size();
+    rig.task.reset();
+    QVERIFY(!renaming && !removing && !transferring);
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
+    emit rig.service.syncOperationFinished(rig.destinationUuid);
+    QCOMPARE(rig.finished->size(), before);
+}
+
+void tst_SyncTask::aVanishedDestinationIsNamedByNothing()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({}, {{3, 1}}, {});
+    emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"gone"_s);
+    rig.model.removeServer(rig.destinationUuid);
+    QCOMPARE(rig.task->errorDetails(),
+             QStringList{u"Remove visual 001 in folder 003 on server \"\" failed: gone."_s});
+}
+
+QTEST_MAIN(tst_SyncTask)
+#include "tst_SyncTask.moc"

@@ -1,0 +1,274 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/Libraries.h"
+#include "Support/LogCapture.h"
+#include "Support/SyncRig.h"
+
+#include <QProgressBar>
+#include <QPushButton>
+
+using namespace Libraries;
+using namespace Qt::Literals::StringLiterals;
+
+/// The transfer phase: its rows, its errors, its cancel and its end.
+class tst_SyncTaskTransfers : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void rowsAreNamedAfterTheSource_data();
+    void rowsAreNamedAfterTheSource();
+    void everyVisualIsARowBeforeTheDialogShows();
+    void rowsFollowTheStream();
+    void endsWithTheServersWord();
+    void endsWithAnyServersWord();
+    void oneFailedImportIsOneRowAndOneLine();
+    void aFailedTransferIsStoredWithAHundredPercent();
+    void errorLines_data();
+    void errorLines();
+    void aFailureOfAnUnknownServerLeavesNoLine();
+    void cancelAsksEveryServer();
+    void cancelledRowsReadCanceledAndAnImportGoesOn();
+    void abortHidesTheDialogAndLeavesNoErrors();
+    void closingTheWindowOnlyHidesIt();
+};
+
+void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource_data()
+{
+    QTest::addColumn<VisualRef>("ref");
+    QTest::addColumn<QString>("label");
+    QTest::newRow("folder and visual") << VisualRef(3, 7) << u"Three - 007: clip "_s;
+    QTest::newRow("names with markers") << VisualRef(4, 7) << u"%2 %1 - %1 "_s;
+    QTest::newRow("unknown visual") << VisualRef(3, 8) << u"Three -  "_s;
+    QTest::newRow("unknown folder") << VisualRef(9, 7) << u" -  "_s;
+    QTest::newRow("no such number") << VisualRef(-1, 256) << u" -  "_s;
+}
+
+void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource()
+{
+    QFETCH(const VisualRef, ref);
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Stage left"_s,
+                  {folder(4, u"%2 %1"_s, {{QString(32, u'0'), u"%1"_s, 7}}),
+                   folder(3, u"Three"_s, {visual(7), visual(1)})});
+    rig.start({}, {}, {ref});
+    QTEST(rig.transferTexts(0).value(0), "label");
+    QCOMPARE(rig.transferTexts(1), QStringList{u"queued..."_s});
+}
+
+void tst_SyncTaskTransfers::everyVisualIsARowBeforeTheDialogShows()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {{3, 1}, {3, 2}, {3, 3}});
+    QCOMPARE(rig.transferTexts(1).size(), 3);
+    QVERIFY(rig.dialog<TransferDialog>()->isVisible());
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Sync).size(), 3, 10000);
+}
+
+void tst_SyncTaskTransfers::rowsFollowTheStream()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {{3, 1}});
+    rig.destination.sendStarted({3, 1});
+    rig.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.transferTexts(1), QStringList{u"40%"_s}, 10000);
+    rig.destination.sendProgress({3, 1}, Brenvoka::SyncImporting, 100);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.transferTexts(1), QStringList{u"importing..."_s}, 10000);
+    rig.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
+    QVERIFY(rig.finished->wait(10000));
+    QCOMPARE(rig.transferTexts(1), QStringList{u"finished"_s});
+    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
+    QVERIFY(!rig.task->hasErrors());
+}
+
+void tst_SyncTaskTransfers::endsWithTheServersWord()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {{3, 1}, {3, 2}});
+    emit rig.service.syncFinished(rig.destinationUuid, 3, 1);
+    emit rig.service.syncFinished(rig.destinationUuid, 3, 2);
+    QCOMPARE(rig.transferTexts(1), (QStringList{u"finished"_s, u"finished"_s}));
+    QCOMPARE(rig.finished->size(), 0);
+    QVERIFY(rig.dialog<TransferDialog>()->isVisible());
+    emit rig.service.syncOperationFinished(rig.destinationUuid);
+    QCOMPARE(rig.finished->size(), 1);
+    QVERIFY(rig.dialog<TransferDialog>()->finished);
+    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
+}
+
+void tst_SyncTaskTransfers::endsWithAnyServersWord()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {{3, 1}});
+    emit rig.service.syncOperationFinished(QUuid::createUuid());
+    QCOMPARE(rig.finished->size(), 1);
+}
+
+void tst_SyncTaskTransfers::oneFailedImportIsOneRowAndOneLine()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    QList<VisualRef> refs;
+    for (int slot = 1; slot <= 5; ++slot)
+        refs.append({3, slot});
+    rig.start({}, {}, refs);
+    for (const VisualRef &ref : std::as_const(refs))
+        rig.destination.sendStarted(ref);
+    for (const VisualRef &ref : std::as_const(refs)) {
+        const bool fails = ref.second == 2;
+        rig.destination.sendEnded(ref, fails ? Brenvoka::SyncImporting : Brenvoka::SyncFinished);
+        if (fails)
+            QTRY_COMPARE_WITH_TIMEOUT(rig.transferTexts(1).at(1), u"failed"_s, 10000);
+    }
+    QVERIFY(rig.finished->wait(10000));
+    const QString good = u"finished"_s;
+    QCOMPARE(rig.transferTexts(1), (QStringList{good, u"failed"_s, good, good, good}));
+    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
+    QVERIFY(rig.task->hasErrors());
+    QCOMPARE(rig.task->errorDetails(),
+             QStringList{u"Visual sync from \"Stage left\" on server \"Stage right\" in folder 003 "
+                         "at index 002 failed: Import failure."_s});
+}
+
+void tst_SyncTaskTransfers::aFailedTransferIsStoredWithAHundredPercent()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {{3, 1}, {3, 2}});
+    emit rig.service.syncError(rig.destinationUuid, 3, 1, Brenvoka::SyncTransferring, {}, {});
+    const TransferRow &row = rig.dialog<TransferDialog>()->rows.at({3, 1});
+    QCOMPARE(row.percent, 100);
+    QCOMPARE(row.state, Brenvoka::SyncFailed);
+    QCOMPARE(rig.dialog<TransferDialog>()->findChild<QProgressBar *>()->value(), 50);
+}
+
+void tst_SyncTaskTransfers::errorLines_data()
+{
+    QTest::addColumn<int>("state");
+    QTest::addColumn<QString>("line");
+    QTest::newRow("queued") << 0
+                            << u"Visual sync from Left %2 failed while queued on server "
+                               "\"Right %1\": no %1 space."_s;
+    QTest::newRow("transferring") << 1 << u"Server Right %1 failed to download URL \"Right %1\"."_s;
+    QTest::newRow("importing") << 2
+                               << u"Visual sync from \"Left %2\" on server \"Right %1\" in folder "
+                                  "003 at index 017 failed: Import failure."_s;
+    QTest::newRow("failed") << 3
+                            << u"Visual sync from \"Left %2\" on server \"Right %1\" in folder 003 "
+                               "at index 017 failed: no %1 space."_s;
+    const QString unexpected = u"Unexpected failure message for sync op on sever \"Right %1\" from "
+                               "\"http://%1/\"."_s;
+    QTest::newRow("canceling") << 4 << unexpected;
+    QTest::newRow("finished") << 6 << unexpected;
+    QTest::newRow("a number that is no state") << 99 << unexpected;
+}
+
+void tst_SyncTaskTransfers::errorLines()
+{
+    QFETCH(const int, state);
+    QFETCH(const QString, line);
+    LogCapture log;
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Left %2"_s);
+    rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"Right %1"_s);
+    rig.start({}, {}, {{3, 17}});
+    emit rig.service.syncError(rig.destinationUuid, 3, 17, static_cast<Brenvoka::SyncStates>(state),
+                               u"no %1 space"_s, u"http://%1/"_s);
+    QVERIFY(rig.task->hasErrors());
+    QCOMPARE(rig.task->errorDetails(), QStringList{line});
+    QCOMPARE(rig.finished->size(), 0);
+    QVERIFY(log.texts().contains(line.left(127)));
+}
+
+void tst_SyncTaskTransfers::aFailureOfAnUnknownServerLeavesNoLine()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {{3, 1}});
+    emit rig.service.syncError(QUuid::createUuid(), 3, 1, Brenvoka::SyncFailed, u"x"_s, {});
+    QCOMPARE(rig.transferTexts(1), QStringList{u"failed"_s});
+    QVERIFY(rig.task->hasErrors());
+    QCOMPARE(rig.task->errorDetails(), QStringList());
+}
+
+void tst_SyncTaskTransfers::cancelAsksEveryServer()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    PlayedServer other(u"127.60.1.3"_s);
+    QVERIFY(rig.connectDestination());
+    rig.service.addHandler(other.wire.address(), QUuid::createUuid());
+    QVERIFY(other.openStream());
+    rig.start({}, {}, {{3, 1}});
+    QTest::mouseClick(rig.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
+                      Qt::LeftButton);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Cancel).size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(other.commands(PlayedServer::Cancel).size(), 1, 10000);
+    QCOMPARE(rig.finished->size(), 0);
+    QVERIFY(rig.dialog<TransferDialog>()->isVisible());
+}
+
+void tst_SyncTaskTransfers::cancelledRowsReadCanceledAndAnImportGoesOn()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    const QList<VisualRef> refs{{3, 1}, {3, 2}, {3, 3}};
+    rig.start({}, {}, refs);
+    for (const VisualRef &ref : refs)
+        rig.destination.sendStarted(ref);
+    rig.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
+    rig.destination.sendProgress({3, 3}, Brenvoka::SyncImporting, 100);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.transferTexts(1),
+                              (QStringList{u"40%"_s, u"queued..."_s, u"importing..."_s}), 10000);
+
+    QTest::mouseClick(rig.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
+                      Qt::LeftButton);
+    QCOMPARE(rig.transferTexts(1),
+             (QStringList{u"canceling..."_s, u"canceling..."_s, u"importing..."_s}));
+
+    for (const VisualRef &ref : refs)
+        rig.destination.sendEnded(ref, Brenvoka::SyncFinished);
+    QVERIFY(rig.finished->wait(10000));
+    QCOMPARE(rig.transferTexts(1), (QStringList{u"canceled"_s, u"canceled"_s, u"finished"_s}));
+    QVERIFY(!rig.task->hasErrors());
+}
+
+void tst_SyncTaskTransfers::abortHidesTheDialogAndLeavesNoErrors()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {{3, 1}, {3, 2}});
+    emit rig.service.syncError(rig.destinationUuid, 3, 1, Brenvoka::SyncFailed, u"x"_s, {});
+    QVERIFY(rig.task->hasErrors());
+    rig.task->abort();
+    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
+    QVERIFY(!rig.task->hasErrors());
+    QCOMPARE(rig.finished->size(), 1);
+}
+
+void tst_SyncTaskTransfers::closingTheWindowOnlyHidesIt()
+{
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.start({}, {}, {{3, 1}});
+    rig.dialog<TransferDialog>()->close();
+    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
+    QCOMPARE(rig.finished->size(), 0);
+    QVERIFY(rig.settle());
+    QCOMPARE(rig.destination.commands(PlayedServer::Cancel).size(), 1);
+    rig.destination.sendStarted({3, 1});
+    rig.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
+    QVERIFY(rig.finished->wait(10000));
+}
+
+QTEST_MAIN(tst_SyncTaskTransfers)
+#include "tst_SyncTaskTransfers.moc"
