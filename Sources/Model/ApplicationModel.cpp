@@ -3,6 +3,10 @@
 
 #include "Model/ApplicationModel.h"
 
+#include "Model/ServerDeck.h"
+
+#include <QNetworkReply>
+
 #include <algorithm>
 
 namespace {
@@ -20,6 +24,13 @@ const Server &orInvalid(const Server *server)
 }
 
 } // namespace
+
+ApplicationModel::ApplicationModel()
+{
+    qRegisterMetaType<ServerDeck>("ServerDeck");
+    qRegisterMetaType<MediaFolder>("MediaFolder");
+    qRegisterMetaType<QNetworkReply::NetworkError>("QNetworkReply::NetworkError");
+}
 
 ApplicationModel::~ApplicationModel()
 {

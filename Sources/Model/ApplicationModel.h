@@ -15,7 +15,8 @@
 class ApplicationModel final
 {
 public:
-    ApplicationModel() = default;
+    /// Also makes the types that travel in signals known by their names.
+    ApplicationModel();
     ~ApplicationModel();
     Q_DISABLE_COPY_MOVE(ApplicationModel)
 

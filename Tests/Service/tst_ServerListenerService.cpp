@@ -1,9 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/ServerListenerService.h"
-
-#include "Support/Announcer.h"
+#include "Listener.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 
@@ -18,67 +16,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-const QUuid stageId(u"1b4e28ba-2fa1-11d2-883f-0016d3cca427"_s);
-const QUuid hallId(u"00000000-0000-0000-0000-000000000001"_s);
-const QString firstAddress = u"127.10.2.1"_s;
-const QString secondAddress = u"127.10.2.2"_s;
-const QByteArray mask16("\0\0\xff\xff", 4);
-
-/// A service whose ticks are driven by hand, and what it told in order. The event loop does not
-/// run meanwhile, so its own timer stays silent.
-class Listener final
-{
-public:
-    Listener()
-    {
-        QObject::connect(&service, &ServerListenerService::addServer, &service,
-                         [this](const QUuid &uuid, const QHostAddress &address, int netmask,
-                                const QString &name) {
-                             tell(u"server"_s, uuid, address, netmask, u' ' + name);
-                         });
-        QObject::connect(&service, &ServerListenerService::addServerConnection, &service,
-                         [this](const QUuid &uuid, const QHostAddress &address, int netmask) {
-                             tell(u"connection"_s, uuid, address, netmask);
-                         });
-        QObject::connect(&service, &ServerListenerService::removeServerConnection, &service,
-                         [this](const QUuid &uuid, const QHostAddress &address, int netmask) {
-                             tell(u"lost connection"_s, uuid, address, netmask);
-                         });
-        QObject::connect(&service, &ServerListenerService::removeServer, &service,
-                         [this](const QUuid &uuid) { events << u"lost "_s + label(uuid); });
-        QObject::connect(&service, &ServerListenerService::serverNameChanged, &service,
-                         [this](const QUuid &uuid, const QString &name) {
-                             events << u"name %1 %2"_s.arg(label(uuid), name);
-                         });
-    }
-
-    void tick(int times = 1)
-    {
-        for (int i = 0; i < times; ++i)
-            QMetaObject::invokeMethod(&service, "listServers", Qt::DirectConnection);
-    }
-
-    /// What was told since the last call.
-    QStringList take() { return std::exchange(events, {}); }
-
-    ServerListenerService service;
-
-private:
-    static QString label(const QUuid &uuid)
-    {
-        return uuid == stageId ? u"stage"_s : uuid == hallId ? u"hall"_s : uuid.toString();
-    }
-
-    void tell(const QString &what, const QUuid &uuid, const QHostAddress &address, int netmask,
-              const QString &rest = {})
-    {
-        events << u"%1 %2 %3/%4%5"_s.arg(what, label(uuid), address.toString(),
-                                         QString::number(netmask), rest);
-    }
-
-    QStringList events;
-};
 
 QByteArray wireFile(const QString &name)
 {
@@ -106,21 +43,12 @@ private slots:
     void sameServerHeardAgainIsSilent();
     void secondAddressIsAConnection();
     void bothAddressesInOneTickComeInTableOrder();
-    void changedNetmaskIsIgnored();
-    void invalidNetmaskDoesNotRefresh();
     void changedNameIsTold();
     void newConnectionComesBeforeTheChangedName();
     void twoServersBehindOneAddress();
-    void connectionStays120TicksAndGoesAtThe121st();
-    void lastConnectionsGoBeforeTheirServer();
-    void oneOfTwoConnectionsGoes();
-    void lostServerReturnsAsNew();
-    void arrivalsAreToldBeforeLosses();
     void eleventhSenderIsHeardInALaterTick();
     void otherTypeEndsTheDrainingOfATick();
     void logsWhatAppears();
-    void tickWithinALossIsHarmless();
-    void tickWithinANewConnectionIsHarmless();
     void ticksComeByThemselves();
     void withoutThePortNothingIsHeard();
     void destructionTellsNothingAndFreesThePort();
@@ -259,34 +187,6 @@ void tst_ServerListenerService::bothAddressesInOneTickComeInTableOrder()
                                            u"connection stage 127.10.2.1/24"_s}));
 }
 
-void tst_ServerListenerService::changedNetmaskIsIgnored()
-{
-    Listener listener;
-    Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
-    Announcer(firstAddress).send(announcement({.mask = mask16}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList());
-    listener.tick(121);
-    QCOMPARE(listener.take(),
-             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
-}
-
-void tst_ServerListenerService::invalidNetmaskDoesNotRefresh()
-{
-    Listener listener;
-    Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
-    listener.tick(120);
-    QCOMPARE(listener.take(), QStringList());
-    Announcer(firstAddress).send(announcement({.mask = QByteArray("\xff\xff\xff\0", 4)}));
-    listener.tick();
-    QCOMPARE(listener.take(),
-             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
-}
-
 void tst_ServerListenerService::changedNameIsTold()
 {
     LogCapture log;
@@ -329,78 +229,6 @@ void tst_ServerListenerService::twoServersBehindOneAddress()
                                            u"server hall 127.10.2.1/24 Hall"_s}));
 }
 
-void tst_ServerListenerService::connectionStays120TicksAndGoesAtThe121st()
-{
-    Listener listener;
-    Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
-    listener.tick(60);
-    Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.tick(120);
-    QCOMPARE(listener.take(), QStringList());
-    listener.tick();
-    QCOMPARE(listener.take(),
-             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
-    listener.tick(300);
-    QCOMPARE(listener.take(), QStringList());
-}
-
-void tst_ServerListenerService::lastConnectionsGoBeforeTheirServer()
-{
-    Listener listener;
-    Announcer(firstAddress).send(announcement({}));
-    Announcer(secondAddress).send(announcement({.mask = mask16}));
-    listener.tick();
-    listener.take();
-    listener.tick(121);
-    QCOMPARE(listener.take(),
-             (QStringList{u"lost connection stage 127.10.2.1/24"_s,
-                          u"lost connection stage 127.10.2.2/16"_s, u"lost stage"_s}));
-}
-
-void tst_ServerListenerService::oneOfTwoConnectionsGoes()
-{
-    Listener listener;
-    Announcer(firstAddress).send(announcement({}));
-    Announcer(secondAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
-    listener.tick(100);
-    Announcer(secondAddress).send(announcement({}));
-    listener.tick(21);
-    QCOMPARE(listener.take(), QStringList{u"lost connection stage 127.10.2.1/24"_s});
-    Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"connection stage 127.10.2.1/24"_s});
-}
-
-void tst_ServerListenerService::lostServerReturnsAsNew()
-{
-    Listener listener;
-    Announcer(firstAddress).send(announcement({}));
-    listener.tick(1 + 124);
-    listener.take();
-    Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Stage left"_s});
-}
-
-void tst_ServerListenerService::arrivalsAreToldBeforeLosses()
-{
-    Listener listener;
-    Announcer(firstAddress).send(announcement({}));
-    listener.tick(1 + 120);
-    listener.take();
-    Announcer(secondAddress).send(announcement({}));
-    Announcer(u"127.10.2.3"_s).send(announcement({.uuid = hallId, .name = "Hall"}));
-    listener.tick();
-    QCOMPARE(listener.take(),
-             (QStringList{u"connection stage 127.10.2.2/24"_s, u"server hall 127.10.2.3/24 Hall"_s,
-                          u"lost connection stage 127.10.2.1/24"_s}));
-}
-
 void tst_ServerListenerService::eleventhSenderIsHeardInALaterTick()
 {
     Listener listener;
@@ -436,42 +264,6 @@ void tst_ServerListenerService::logsWhatAppears()
                                        form.arg(u"Found new server connection"_s, secondAddress)}));
     for (const QString &line : log.lines())
         QVERIFY2(line.startsWith(u"[ServerListenerService:"_s), qPrintable(line));
-}
-
-void tst_ServerListenerService::tickWithinALossIsHarmless()
-{
-    Listener listener;
-    Announcer(firstAddress).send(announcement({}));
-    Announcer(secondAddress).send(announcement({.uuid = hallId, .name = "Hall"}));
-    listener.tick();
-    listener.take();
-    // A message box about the lost server: its event loop brings ticks, and the server is back.
-    connect(&listener.service, &ServerListenerService::removeServer, &listener.service, [&] {
-        Announcer(firstAddress).send(announcement({.name = "Back"}));
-        listener.tick(5);
-    });
-    listener.tick(121);
-    QStringList events = listener.take();
-    QCOMPARE(events.count(u"lost stage"_s), 1);
-    QCOMPARE(events.count(u"lost hall"_s), 1);
-    QCOMPARE(events.count(u"server stage 127.10.2.1/24 Back"_s), 1);
-    QCOMPARE(events.size(), 5);
-}
-
-void tst_ServerListenerService::tickWithinANewConnectionIsHarmless()
-{
-    Listener listener;
-    Announcer(firstAddress).send(announcement({.name = "Old"}));
-    listener.tick();
-    listener.take();
-    connect(&listener.service, &ServerListenerService::addServerConnection, &listener.service,
-            [&] { listener.tick(121); });
-    Announcer(secondAddress).send(announcement({.name = "New"}));
-    listener.tick();
-    QCOMPARE(
-        listener.take(),
-        (QStringList{u"connection stage 127.10.2.2/24"_s, u"lost connection stage 127.10.2.1/24"_s,
-                     u"lost connection stage 127.10.2.2/24"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerService::ticksComeByThemselves()

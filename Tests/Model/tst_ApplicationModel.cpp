@@ -1,0 +1,239 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Model/ApplicationModel.h"
+
+#include "Model/ServerDeck.h"
+#include "Support/FailOnWarning.h"
+
+#include <QNetworkReply>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QUuid stageId(u"00000000-0000-0000-0000-000000000001"_s);
+const QUuid hallId(u"00000000-0000-0000-0000-000000000002"_s);
+const QUuid unknownId(u"00000000-0000-0000-0000-000000000003"_s);
+const QHostAddress stageAddress(u"10.0.0.1"_s);
+const QHostAddress hallAddress(u"10.0.0.2"_s);
+const QHostAddress otherAddress(u"10.0.0.3"_s);
+
+} // namespace
+
+class tst_ApplicationModel final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { model.reset(); }
+
+    void defaults();
+    void typesOfSignalsAreKnownByName_data();
+    void typesOfSignalsAreKnownByName();
+    void upsertAppendsACopy();
+    void upsertReplacesTheWholeRecordInItsPlace();
+    void nameIsSetOnAnyServer();
+    void connectionIsAddedToAnyServer();
+    void markConnectedSetsTheAddress();
+    void markConnectedWithAnUnknownAddressStillConnects();
+    void connectionIsRemovedFromConnectedServersOnly();
+    void serverIsRemovedWhateverItsState();
+    void unconnectedServerIsInvalidToLookups();
+    void lookupByAddressFindsTheFirstConnected();
+    void listsConnectedServersWithALibrary();
+    void frameRatesReachConnectedServersOnly();
+    void unknownServersChangeNothing();
+
+private:
+    [[nodiscard]] const Server &stage() const { return *model->servers[0]; }
+    [[nodiscard]] const Server &hall() const { return *model->servers[1]; }
+
+    std::unique_ptr<ApplicationModel> model;
+};
+
+void tst_ApplicationModel::init()
+{
+    failOnAnyWarning();
+    model = std::make_unique<ApplicationModel>();
+    model->upsertServer(Server(stageId, stageAddress, 24, u"Stage"_s));
+    model->upsertServer(Server(hallId, hallAddress, 24, u"Hall"_s));
+}
+
+void tst_ApplicationModel::defaults()
+{
+    const ApplicationModel fresh;
+    QVERIFY(fresh.servers.isEmpty());
+    QCOMPARE(fresh.selectedFolder, -1);
+    QCOMPARE(fresh.selectedViewMode, false);
+    QCOMPARE(fresh.selectedIconSize, 1);
+    QCOMPARE(fresh.warningLevel, 0xFFFFFFFFU);
+    QCOMPARE(fresh.protocolInfo.protocolVersion, 281474976710656ULL);
+    QCOMPARE(fresh.protocolInfo.featureList.to_ulong(), 1UL);
+}
+
+void tst_ApplicationModel::typesOfSignalsAreKnownByName_data()
+{
+    QTest::addColumn<QMetaType>("type");
+    QTest::newRow("ServerDeck") << QMetaType::fromType<ServerDeck>();
+    QTest::newRow("MediaFolder") << QMetaType::fromType<MediaFolder>();
+    QTest::newRow("QNetworkReply::NetworkError")
+        << QMetaType::fromType<QNetworkReply::NetworkError>();
+}
+
+void tst_ApplicationModel::typesOfSignalsAreKnownByName()
+{
+    QFETCH(const QMetaType, type);
+    QCOMPARE(QMetaType::fromName(QTest::currentDataTag()), type);
+}
+
+void tst_ApplicationModel::upsertAppendsACopy()
+{
+    QCOMPARE(model->servers.size(), 2);
+    QCOMPARE(stage().uuid, stageId);
+    QCOMPARE(hall().name, u"Hall"_s);
+}
+
+void tst_ApplicationModel::upsertReplacesTheWholeRecordInItsPlace()
+{
+    model->markConnected(stageId, stageAddress);
+    const Server *record = &stage();
+    Server update(stageId, otherAddress, 16, u"Renamed"_s);
+    update.hash = u"hash"_s;
+    update.folders.resize(3);
+    model->upsertServer(update);
+    QCOMPARE(model->servers.size(), 2);
+    QCOMPARE(&stage(), record);
+    QCOMPARE(stage().name, u"Renamed"_s);
+    QCOMPARE(stage().hash, u"hash"_s);
+    QCOMPARE(stage().folders.size(), 3);
+    QCOMPARE(stage().connections, QList<ServerConnection>({{otherAddress, 16}}));
+    QVERIFY(!stage().connected);
+}
+
+void tst_ApplicationModel::nameIsSetOnAnyServer()
+{
+    model->setServerName(hallId, u"Foyer"_s);
+    QCOMPARE(hall().name, u"Foyer"_s);
+    QCOMPARE(stage().name, u"Stage"_s);
+}
+
+void tst_ApplicationModel::connectionIsAddedToAnyServer()
+{
+    const Server &server = model->addConnection(hallId, otherAddress, 16);
+    QCOMPARE(&server, &hall());
+    QCOMPARE(server.connections, QList<ServerConnection>({{hallAddress, 24}, {otherAddress, 16}}));
+    QCOMPARE(&model->addConnection(unknownId, otherAddress, 16), &Server::invalid());
+    QVERIFY(Server::invalid().connections.isEmpty());
+}
+
+void tst_ApplicationModel::markConnectedSetsTheAddress()
+{
+    model->addConnection(hallId, otherAddress, 16);
+    model->markConnected(hallId, otherAddress);
+    QVERIFY(hall().connected);
+    QCOMPARE(hall().currentAddress(), otherAddress);
+    QVERIFY(!stage().connected);
+}
+
+void tst_ApplicationModel::markConnectedWithAnUnknownAddressStillConnects()
+{
+    model->addConnection(hallId, otherAddress, 16);
+    model->markConnected(hallId, otherAddress);
+    model->markConnected(hallId, stageAddress);
+    QVERIFY(hall().connected);
+    QCOMPARE(hall().activeConnection, 1);
+}
+
+void tst_ApplicationModel::connectionIsRemovedFromConnectedServersOnly()
+{
+    model->removeConnection(hallId, hallAddress, 24);
+    QCOMPARE(hall().connections.size(), 1);
+    model->markConnected(hallId, hallAddress);
+    model->removeConnection(hallId, hallAddress, 16);
+    QCOMPARE(hall().connections.size(), 1);
+    model->removeConnection(hallId, hallAddress, 24);
+    QCOMPARE(hall().connections.size(), 0);
+}
+
+void tst_ApplicationModel::serverIsRemovedWhateverItsState()
+{
+    model->markConnected(stageId, stageAddress);
+    QVERIFY(model->removeServer(stageId));
+    QCOMPARE(model->servers.size(), 1);
+    QCOMPARE(stage().uuid, hallId);
+    QVERIFY(model->removeServer(hallId));
+    QVERIFY(!model->removeServer(hallId));
+    QVERIFY(model->servers.isEmpty());
+}
+
+void tst_ApplicationModel::unconnectedServerIsInvalidToLookups()
+{
+    QCOMPARE(&model->connectedServer(stageId), &Server::invalid());
+    QCOMPARE(&model->connectedServerByAddress(stageAddress), &Server::invalid());
+    model->markConnected(stageId, stageAddress);
+    QCOMPARE(&model->connectedServer(stageId), &stage());
+    QCOMPARE(&model->connectedServerByAddress(stageAddress), &stage());
+    QCOMPARE(&model->connectedServer(unknownId), &Server::invalid());
+    QVERIFY(model->connectedServer(unknownId).uuid.isNull());
+}
+
+void tst_ApplicationModel::lookupByAddressFindsTheFirstConnected()
+{
+    model->addConnection(stageId, otherAddress, 24);
+    model->addConnection(hallId, otherAddress, 24);
+    model->markConnected(hallId, hallAddress);
+    QCOMPARE(&model->connectedServerByAddress(otherAddress), &hall());
+    model->markConnected(stageId, stageAddress);
+    QCOMPARE(&model->connectedServerByAddress(otherAddress), &stage());
+    QCOMPARE(&model->connectedServerByAddress(QHostAddress(u"10.0.0.9"_s)), &Server::invalid());
+}
+
+void tst_ApplicationModel::listsConnectedServersWithALibrary()
+{
+    const auto withFolders = [](const QUuid &uuid, qsizetype folders, bool connected) {
+        Server server(uuid, otherAddress, 24, u"Name"_s);
+        server.folders.resize(folders);
+        server.connected = connected;
+        return server;
+    };
+    QCOMPARE(model->connectedServersWithLibrary(), QList<QUuid>());
+    model->upsertServer(withFolders(stageId, 1, true));
+    model->upsertServer(withFolders(hallId, 2, true));
+    model->upsertServer(withFolders(unknownId, 0, true));
+    QCOMPARE(model->connectedServersWithLibrary(), (QList<QUuid>{stageId, hallId}));
+    model->upsertServer(withFolders(stageId, 1, false));
+    QCOMPARE(model->connectedServersWithLibrary(), QList<QUuid>{hallId});
+}
+
+void tst_ApplicationModel::frameRatesReachConnectedServersOnly()
+{
+    model->setFpsStats(stageId, 1.5F, 2.5F, 3.5F, true);
+    QVERIFY(!stage().hasFpsStats);
+    model->markConnected(stageId, stageAddress);
+    model->setFpsStats(stageId, 1.5F, 2.5F, 3.5F, true);
+    QVERIFY(stage().hasFpsStats);
+    QVERIFY(stage().isFullScreen);
+    QCOMPARE(stage().graphFps, 1.5F);
+    QCOMPARE(stage().totalFps, 2.5F);
+    QCOMPARE(stage().monitorFps, 3.5F);
+    QVERIFY(!hall().hasFpsStats);
+}
+
+void tst_ApplicationModel::unknownServersChangeNothing()
+{
+    model->setServerName(unknownId, u"Nobody"_s);
+    model->markConnected(unknownId, otherAddress);
+    model->removeConnection(unknownId, stageAddress, 24);
+    model->setFpsStats(unknownId, 1, 2, 3, true);
+    QVERIFY(!model->removeServer(unknownId));
+    QCOMPARE(model->servers.size(), 2);
+    QVERIFY(!stage().connected && !hall().connected);
+    QVERIFY(Server::invalid().name.isNull());
+    QVERIFY(!Server::invalid().connected && !Server::invalid().hasFpsStats);
+}
+
+QTEST_GUILESS_MAIN(tst_ApplicationModel)
+#include "tst_ApplicationModel.moc"
