@@ -1,0 +1,379 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/HandlerTesting.h"
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+
+#include <QEventLoop>
+#include <QPointer>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+const QString address = u"127.20.2.1"_s;
+const QByteArray libraryChanged = json("{'msg_type':6}");
+const QByteArray shutdown = json("{'msg_type':4}");
+
+/// Runs an event loop until the condition holds, as a message box does until it is answered.
+bool nestedLoopUntil(const std::function<bool()> &condition)
+{
+    return QTest::qWaitFor(condition, 10000);
+}
+
+} // namespace
+
+/// How a connection begins and ends, and what its receivers may do meanwhile.
+class tst_HandlerLifecycle : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        rig = std::make_unique<HandlerRig>(address);
+        QVERIFY(rig->open());
+    }
+
+    void cleanup() { rig.reset(); }
+
+    void cleanEndHasNoReason()
+    {
+        rig->sendFrame(libraryChanged);
+        rig->stream.send(Wire::lastChunk());
+        EVENTUALLY(rig->events.lines,
+                   (QStringList{u"connected"_s, u"library changed"_s, u"disconnected 0 \"\""_s}));
+        QCOMPARE(rig->probe.streamReply(), nullptr);
+    }
+
+    void closeOfAStreamWithoutLengthHasNoReason()
+    {
+        HandlerRig other(u"127.20.2.2"_s);
+        other.server.on(notifierPath, [](const WireRequest &request) {
+            request.send(Wire::streamHead() + Wire::frame(libraryChanged));
+            request.close();
+        });
+        EVENTUALLY(other.events.lines,
+                   (QStringList{u"connected"_s, u"library changed"_s, u"disconnected 0 \"\""_s}));
+    }
+
+    void resetIsANetworkError()
+    {
+        rig->sendFrame(libraryChanged);
+        EVENTUALLY(rig->events.lines.size(), 2);
+        rig->stream.reset();
+        EVENTUALLY(rig->events.lines.size(), 3);
+        QVERIFY2(isNetworkError(rig->events.lines.last()), qPrintable(rig->events.lines.last()));
+    }
+
+    void endWithoutAByteIsNeverConnected()
+    {
+        rig->stream.send(Wire::lastChunk());
+        EVENTUALLY(rig->events.lines, QStringList{u"disconnected 0 \"\""_s});
+    }
+
+    void halfAHeadIsANetworkError()
+    {
+        HandlerRig other(u"127.20.2.2"_s);
+        other.server.on(notifierPath, [](const WireRequest &request) {
+            request.send("HTTP/1.1 200 OK\r\nContent-Ty");
+            request.reset();
+        });
+        EVENTUALLY(other.events.lines.size(), 1);
+        QVERIFY(isNetworkError(other.events.lines.first()));
+    }
+
+    void refusedConnectionIsNeverConnected()
+    {
+        ServerConnectionHandler handler(QHostAddress(u"127.20.2.3"_s), QUuid::createUuid());
+        const HandlerEvents events(handler);
+        EVENTUALLY(events.lines.size(), 1);
+        QCOMPARE(events.lines.first(), u"disconnected 3 \"Connection refused\""_s);
+    }
+
+    void shutdownMessageWaitsForTheEndOfTheStream()
+    {
+        rig->sendFrame(shutdown);
+        rig->sendFrame(libraryChanged);
+        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+        rig->stream.send(Wire::lastChunk());
+        EVENTUALLY(rig->events.lines.last(), u"disconnected 1 \"\""_s);
+    }
+
+    void shutdownFollowedByAnErrorIsAShutdown()
+    {
+        rig->sendFrame(shutdown);
+        EVENTUALLY(rig->events.lines.size(), 1);
+        rig->stream.reset();
+        EVENTUALLY(rig->events.lines.last(), u"disconnected 1 \"\""_s);
+    }
+
+    void statusIsNotLookedAtWhileTheStreamLives()
+    {
+        HandlerRig other(u"127.20.2.2"_s);
+        other.server.on(notifierPath, [](const WireRequest &request) {
+            request.send("HTTP/1.1 503 Busy\r\nTransfer-Encoding: chunked\r\n\r\n" +
+                         Wire::chunk(Wire::frame(libraryChanged)));
+        });
+        EVENTUALLY(other.events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+        QVERIFY(other.probe.streamReply()->isRunning());
+    }
+
+    void redirectIsNotFollowed()
+    {
+        HandlerRig other(u"127.20.2.2"_s);
+        other.server.answer(notifierPath, {}, "Location: http://127.20.2.2:4567/elsewhere\r\n",
+                            "302 Found");
+        EVENTUALLY(other.events.lines, QStringList{u"disconnected 0 \"\""_s});
+        QCOMPARE(other.server.requests().size(), 1);
+    }
+
+    void endForgetsTheTransfersWithoutASignal()
+    {
+        startTransfer();
+        rig->stream.send(Wire::lastChunk());
+        EVENTUALLY(rig->events.lines.last(), u"disconnected 0 \"\""_s);
+        QCOMPARE(rig->events.lines.size(), 3);
+        QVERIFY(rig->probe.activeTransfers().isEmpty());
+    }
+
+    void streamThatEndsLeavesCommandsWithoutASignal()
+    {
+        rig->handler.requestRemove({{1, 1}, {1, 2}});
+        rig->handler.requestMove(1, 2, 3);
+        rig->handler.requestRename({{1, u"a"_s}, {2, u"b"_s}});
+        QVERIFY(rig->waitForCommands(3));
+        rig->stream.send(Wire::lastChunk());
+        EVENTUALLY(rig->events.lines, QStringList{u"disconnected 0 \"\""_s});
+        QCOMPARE(rig->probe.removeQueue().size(), 1);
+        QCOMPARE(rig->probe.renameQueue().size(), 1);
+    }
+
+    void beginningAndEndAreLogged()
+    {
+        LogCapture log;
+        ServerConnectionHandler handler(QHostAddress(u"127.20.2.3"_s), QUuid::createUuid());
+        const HandlerEvents events(handler);
+        EVENTUALLY(events.lines.size(), 1);
+        QCOMPARE(log.texts(),
+                 (QStringList{u"Connecting to notification stream of server : "
+                              "http://127.20.2.3:4567/brenvoka/notifier.html?ver=281474976710656"_s,
+                              u"Connection to server "
+                              "http://127.20.2.3:4567/brenvoka/notifier.html?%2 terminated"_s}));
+    }
+
+    void stopEndsTheStreamWithoutASignal()
+    {
+        LogCapture log;
+        startTransfer();
+        rig->events.lines.clear();
+        rig->handler.stop();
+        QCOMPARE(rig->probe.streamReply(), nullptr);
+        QVERIFY(rig->probe.activeTransfers().isEmpty());
+        EVENTUALLY(rig->server.openConnections(), 0);
+        QCOMPARE(rig->events.lines, QStringList());
+        QCOMPARE(log.texts().last(), u"Connection to server "
+                                     "http://127.20.2.1:4567/brenvoka/notifier.html?%2 "
+                                     "terminated"_s);
+    }
+
+    void stopBeforeTheFirstByteIsSilent()
+    {
+        ServerConnectionHandler handler(rig->server.address(), QUuid::createUuid());
+        const HandlerEvents events(handler);
+        handler.stop();
+        handler.stop();
+        QCOMPARE(events.lines, QStringList());
+    }
+
+    void stopAfterTheEndIsSilent()
+    {
+        rig->stream.send(Wire::lastChunk());
+        EVENTUALLY(rig->events.lines.size(), 1);
+        rig->handler.stop();
+        QCOMPARE(rig->events.lines.size(), 1);
+    }
+
+    void stopReportsQueuedRemovalsAndNothingElse()
+    {
+        rig->handler.requestRemove({{1, 1}, {1, 2}, {2, 3}});
+        rig->handler.requestMove(1, 2, 3);
+        rig->handler.requestRename({{1, u"a"_s}, {2, u"b"_s}});
+        QVERIFY(rig->waitForCommands(3));
+        rig->handler.stop();
+        QCOMPARE(rig->events.lines, (QStringList{u"removed 1 2"_s, u"removed 2 3"_s}));
+        QVERIFY(rig->probe.removeQueue().isEmpty());
+        // The removal and the move are aborted; the rename's connection lives with the handler.
+        EVENTUALLY(rig->server.openConnections(), 1);
+        rig->commands().at(2).answer(successBody);
+        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        QCOMPARE(rig->probe.renameQueue().size(), 1);
+        QCOMPARE(rig->commands().size(), 3);
+        QCOMPARE(rig->events.lines.size(), 2);
+    }
+
+    void stopInsideASignal()
+    {
+        connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
+                [this] { rig->handler.stop(); });
+        rig->send(Wire::frame(libraryChanged) + Wire::frame(libraryChanged));
+        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+        EVENTUALLY(rig->server.openConnections(), 0);
+        QCOMPARE(rig->events.lines.size(), 2);
+    }
+
+    void stopInsideConnected()
+    {
+        connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this,
+                [this] { rig->handler.stop(); });
+        rig->sendFrame(libraryChanged);
+        EVENTUALLY(rig->server.openConnections(), 0);
+        QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
+    }
+
+    void stopInsideTheListOfTransfers()
+    {
+        connect(&rig->handler, &ServerConnectionHandler::handlerSyncProgressUpdate, this,
+                [this] { rig->handler.stop(); });
+        rig->sendFrame(json("{'msg_type':0,'active_transfers':["
+                            "{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'},"
+                            "{'ID':'8d444840-9dc0-11d1-b245-5ffdce74fad2'}]}"));
+        EVENTUALLY(rig->server.openConnections(), 0);
+        QCOMPARE(rig->events.lines, (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
+    }
+
+    void nestedLoopGoesOnInOrder()
+    {
+        bool first = true;
+        connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
+            if (std::exchange(first, false)) {
+                rig->sendFrame(json("_type':5,'GFPS':3}"));
+                QVERIFY(nestedLoopUntil([&] { return rig->events.lines.size() == 5; }));
+            }
+        });
+        rig->send(Wire::frame(libraryChanged) + Wire::frame(json("{'msg_type':5,'GFPS':1}")) +
+                  Wire::frame(json("{'msg_type':5,'GFPS':2}")) + json("{'msg"));
+        EVENTUALLY(rig->events.lines.size(), 5);
+        rig->sendFrame(libraryChanged);
+        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s,
+                                                   u"stats 1 0 0 false"_s, u"stats 2 0 0 false"_s,
+                                                   u"stats 3 0 0 false"_s, u"library changed"_s}));
+        QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
+    }
+
+    // The bytes are still unread when the stream ends, since the receiver of the first signal has
+    // not returned.
+    void shutdownInTheLastBytesOverridesAnError()
+    {
+        bool nested = true;
+        connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this, [&] {
+            rig->stream.reset();
+            nested = nestedLoopUntil([&] { return rig->events.lines.size() == 3; });
+        });
+        rig->send(Wire::frame(libraryChanged) + Wire::frame(shutdown));
+        EVENTUALLY(rig->events.lines.size(), 3);
+        QVERIFY(nested);
+        QCOMPARE(rig->events.lines.at(1), u"library changed"_s);
+        const QString last = rig->events.lines.last();
+        QVERIFY2(last.startsWith(u"disconnected 1 \""_s), qPrintable(last));
+        QVERIFY2(last != u"disconnected 1 \"\""_s, "the text of the error stays");
+    }
+
+    void streamThatEndsInANestedLoopIsReportedAfterItsMessages()
+    {
+        bool first = true;
+        connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
+            if (std::exchange(first, false)) {
+                rig->stream.send(Wire::lastChunk());
+                QVERIFY(nestedLoopUntil([&] { return rig->probe.streamReply() == nullptr; }));
+            }
+        });
+        rig->send(Wire::frame(libraryChanged) + Wire::frame(libraryChanged) +
+                  Wire::frame(shutdown));
+        EVENTUALLY(rig->events.lines,
+                   (QStringList{u"connected"_s, u"library changed"_s, u"library changed"_s,
+                                u"disconnected 1 \"\""_s}));
+    }
+
+    void deletionInANestedLoopWaitsForTheSignalToReturn_data()
+    {
+        QTest::addColumn<bool>("atTheEnd");
+        QTest::newRow("message") << false;
+        QTest::newRow("end of the stream") << true;
+    }
+
+    void deletionInANestedLoopWaitsForTheSignalToReturn()
+    {
+        QFETCH(const bool, atTheEnd);
+        const QPointer<ServerConnectionHandler> handler =
+            new ServerConnectionHandler(rig->server.address(), QUuid::createUuid());
+        bool alive = false;
+        const auto boxWithADeletion = [&] {
+            QTimer::singleShot(0, handler, [&] {
+                handler->stop();
+                handler->deleteLater();
+            });
+            QEventLoop box;
+            QTimer::singleShot(50, &box, &QEventLoop::quit);
+            box.exec();
+            alive = !handler.isNull();
+        };
+        if (atTheEnd)
+            connect(handler, &ServerConnectionHandler::handlerServerDisconnected, this,
+                    boxWithADeletion);
+        else
+            connect(handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
+                    boxWithADeletion);
+        QVERIFY(rig->server.waitForRequests(2, notifierPath));
+        const WireRequest stream = rig->server.requests(notifierPath).last();
+        stream.send(Wire::chunk(Wire::frame(libraryChanged)));
+        if (atTheEnd)
+            stream.send(Wire::lastChunk());
+        EVENTUALLY(handler.isNull(), true);
+        QVERIFY(alive);
+    }
+
+    void destructionIsSilent()
+    {
+        auto handler =
+            std::make_unique<ServerConnectionHandler>(rig->server.address(), QUuid::createUuid());
+        const HandlerEvents events(*handler);
+        handler->requestRemove({{1, 1}, {1, 2}});
+        handler->requestMove(1, 2, 3);
+        QVERIFY(rig->waitForCommands(2));
+        handler.reset();
+        EVENTUALLY(rig->server.openConnections(), 1);
+        QCOMPARE(events.lines, QStringList());
+    }
+
+    void signalThatNothingEmits()
+    {
+        bool received = false;
+        connect(&rig->handler, &ServerConnectionHandler::processReceivedData, this,
+                [&] { received = true; });
+        rig->send(wireFile(u"stream.bin"_s));
+        EVENTUALLY(rig->events.lines.contains(u"library changed"_s), true);
+        QVERIFY(!received);
+    }
+
+private:
+    static bool isNetworkError(const QString &line)
+    {
+        return line.startsWith(u"disconnected 3 \""_s) && line != u"disconnected 3 \"\""_s;
+    }
+
+    void startTransfer()
+    {
+        rig->sendFrame(json("{'msg_type':1,'sync':{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'}}"));
+        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
+    }
+
+    std::unique_ptr<HandlerRig> rig;
+};
+
+QTEST_GUILESS_MAIN(tst_HandlerLifecycle)
+#include "tst_HandlerLifecycle.moc"

@@ -1,0 +1,304 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/HandlerTesting.h"
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+
+#include <QRegularExpression>
+
+#include <memory>
+
+namespace {
+
+const QString address = u"127.20.1.1"_s;
+const QString transferId = u"{7d444840-9dc0-11d1-b245-5ffdce74fad2}"_s;
+const QString otherId = u"{8d444840-9dc0-11d1-b245-5ffdce74fad2}"_s;
+
+/// A message about a transfer; `keys` begins with a comma.
+QByteArray sync(int type, const QString &id, const QByteArray &keys)
+{
+    return "{\"msg_type\":" + QByteArray::number(type) + ",\"sync\":{\"ID\":\"" + id.toUtf8() +
+           '"' + keys + "}}";
+}
+
+QByteArray started(const QString &id, int folderSlot, int fileSlot)
+{
+    return sync(1, id,
+                ",\"STATUS\":1,\"FLDIDX\":" + QByteArray::number(folderSlot) +
+                    ",\"VISIDX\":" + QByteArray::number(fileSlot) + ",\"SERVER\":\"http://a\"");
+}
+
+QByteArray ended(const QString &id, int status)
+{
+    return sync(3, id,
+                ",\"STATUS\":" + QByteArray::number(status) +
+                    ",\"FLDIDX\":5,\"VISIDX\":6,\"SERVER\":\"http://b\",\"ERROR\":\"full\"");
+}
+
+const QByteArray libraryChanged = json("{'msg_type':6}");
+
+} // namespace
+
+/// What the messages of the notification stream do.
+class tst_HandlerStream : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        rig = std::make_unique<HandlerRig>(address);
+        QVERIFY(rig->open());
+    }
+
+    void cleanup() { rig.reset(); }
+
+    void requestIsAPlainGet()
+    {
+        const QByteArray expected = wireFile(u"notifier.http"_s);
+        QCOMPARE(rig->stream.head.left(rig->stream.head.indexOf("\r\n") + 2),
+                 expected.left(expected.indexOf("\r\n") + 2));
+        QCOMPARE(rig->stream.header("Host"), "127.20.1.1:4567");
+        QCOMPARE(rig->stream.body, QByteArray());
+        for (const char *absent : {"Content-Type", "Content-Length", "Cookie", "Upgrade",
+                                   "Authorization", "HTTP2-Settings"})
+            QVERIFY2(rig->stream.header(absent).isNull(), absent);
+    }
+
+    void streamOfTheWire()
+    {
+        rig->send(wireFile(u"stream.bin"_s));
+        EVENTUALLY(rig->events.lines, wholeStream());
+        QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
+    }
+
+    void streamOfTheWireInChunks_data()
+    {
+        QTest::addColumn<int>("size");
+        for (const int size : {1, 2, 3, 7, 31, 100, 333, 635, 636})
+            QTest::addRow("%d", size) << size;
+    }
+
+    void streamOfTheWireInChunks()
+    {
+        QFETCH(const int, size);
+        const QByteArray bytes = wireFile(u"stream.bin"_s);
+        for (qsizetype at = 0; at < bytes.size(); at += size)
+            rig->send(bytes.mid(at, size));
+        EVENTUALLY(rig->events.lines, wholeStream());
+    }
+
+    void connectedComesWithTheFirstByteAndBeforeItIsHandled()
+    {
+        QVERIFY(rig->events.lines.isEmpty());
+        rig->send("{");
+        EVENTUALLY(rig->events.lines, QStringList{u"connected"_s});
+        EVENTUALLY(rig->probe.receiveBuffer(), "{");
+        rig->sendFrame("\"msg_type\":6}");
+        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+    }
+
+    void emptyPiecesAreSkipped()
+    {
+        expect(QByteArray(1, '\0') + Wire::frame(libraryChanged) + QByteArray(2, '\0') +
+                   Wire::frame(libraryChanged),
+               {u"library changed"_s, u"library changed"_s});
+        QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
+    }
+
+    void halfAFrameWaitsForItsEnd()
+    {
+        expect(Wire::frame(libraryChanged) + Wire::frame(json("{'msg_type':5}")) + json("{'msg_"),
+               {u"library changed"_s, u"stats 0 0 0 false"_s});
+        QCOMPARE(rig->probe.receiveBuffer(), json("{'msg_"));
+        expect(Wire::frame(json("type':6}")), {u"library changed"_s});
+        QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
+    }
+
+    void chunkWithoutTerminatorIsOnlyAppended()
+    {
+        rig->send(libraryChanged);
+        EVENTUALLY(rig->probe.receiveBuffer(), libraryChanged);
+        rig->send(libraryChanged);
+        EVENTUALLY(rig->probe.receiveBuffer(), libraryChanged + libraryChanged);
+        QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
+    }
+
+    void frameThatDoesNotParseDeafensTheStream_data()
+    {
+        QTest::addColumn<QByteArray>("message");
+        QTest::newRow("not JSON") << "garbage"_ba;
+        QTest::newRow("two documents") << libraryChanged + libraryChanged;
+    }
+
+    void frameThatDoesNotParseDeafensTheStream()
+    {
+        QFETCH(const QByteArray, message);
+        rig->sendFrame(message);
+        EVENTUALLY(rig->probe.receiveBuffer(), message);
+        for (int i = 1; i <= 3; ++i) {
+            rig->sendFrame(libraryChanged);
+            EVENTUALLY(rig->probe.receiveBuffer(), message + libraryChanged.repeated(i));
+        }
+        QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
+        QVERIFY(rig->probe.streamReply()->isRunning());
+    }
+
+    void messagesOfNoUse_data()
+    {
+        QTest::addColumn<QByteArray>("message");
+        QTest::newRow("array") << "[1,2]"_ba;
+        QTest::newRow("empty object") << json("{}");
+        QTest::newRow("type 7") << json("{'msg_type':7,'RESULT':0}");
+        QTest::newRow("type 8") << json("{'msg_type':8}");
+        QTest::newRow("negative type") << json("{'msg_type':-1}");
+        QTest::newRow("type as text") << json("{'msg_type':'6'}");
+        QTest::newRow("fractional type") << json("{'msg_type':6.5}");
+        QTest::newRow("list that is no array") << json("{'msg_type':0,'active_transfers':{}}");
+        QTest::newRow("list of no objects") << json("{'msg_type':0,'active_transfers':[1,'x',[]]}");
+        QTest::newRow("start without sync") << json("{'msg_type':1}");
+        QTest::newRow("start without id") << json("{'msg_type':1,'sync':{'STATUS':1}}");
+        QTest::newRow("start with an id that is none") << sync(1, u"x"_s, "");
+        QTest::newRow("start with the null id") << sync(1, QUuid().toString(), "");
+        QTest::newRow("progress of an unknown id") << sync(2, transferId, ",\"STATUS\":1");
+        QTest::newRow("progress without id") << sync(2, u""_s, "");
+        QTest::newRow("end of an unknown id") << ended(transferId, 6);
+        QTest::newRow("end without id") << ended(u""_s, 6);
+    }
+
+    void messagesOfNoUse()
+    {
+        QFETCH(const QByteArray, message);
+        expect(Wire::frame(message) + Wire::frame(libraryChanged), {u"library changed"_s});
+        QVERIFY(rig->probe.activeTransfers().isEmpty());
+    }
+
+    void objectWithoutTypeCountsAsAList()
+    {
+        expect(Wire::frame("{\"active_transfers\":[{\"ID\":\"" + transferId.toUtf8() +
+                           "\",\"FLDIDX\":1,\"VISIDX\":2},3,{\"ID\":\"" + otherId.toUtf8() +
+                           "\",\"STATUS\":2}]}"),
+               {u"progress 1 2 0 0"_s, u"progress 0 0 0 0"_s});
+        QCOMPARE(rig->probe.activeTransfers().size(), 2);
+        QCOMPARE(rig->probe.activeTransfers().value(QUuid(otherId)).state, 2);
+    }
+
+    void startIsReportedAsQueuedWhateverItsStatus()
+    {
+        expect(Wire::frame(started(transferId, 3, 17)), {u"progress 3 17 0 0"_s});
+        const ActiveTransfer entry = rig->probe.activeTransfers().value(QUuid(transferId));
+        QCOMPARE(entry.state, 1);
+        QCOMPARE(entry.sourceServer, u"http://a"_s);
+        QCOMPARE(entry.error, QString());
+    }
+
+    void progressTakesTheSlotsFromTheEntry()
+    {
+        expect(Wire::frame(started(transferId, 3, 17)) +
+                   Wire::frame(sync(2, transferId,
+                                    ",\"STATUS\":9,\"CPERCENT\":42,\"SPEEDBPS\":77,"
+                                    "\"FLDIDX\":8,\"VISIDX\":8")),
+               {u"progress 3 17 0 0"_s, u"progress 3 17 42 9"_s});
+        const ActiveTransfer entry = rig->probe.activeTransfers().value(QUuid(transferId));
+        QCOMPARE(entry.progressPercent, 42);
+        QCOMPARE(entry.speedBps, 77);
+    }
+
+    void fractionalSpeedReadsAsZero()
+    {
+        expect(Wire::frame(started(transferId, 3, 17)) +
+                   Wire::frame(sync(2, transferId, ",\"STATUS\":1,\"SPEEDBPS\":10.5")),
+               {u"progress 3 17 0 0"_s, u"progress 3 17 0 1"_s});
+        QCOMPARE(rig->probe.activeTransfers().value(QUuid(transferId)).speedBps, 0);
+    }
+
+    void secondStartBeginsAgain()
+    {
+        expect(Wire::frame(started(transferId, 3, 17)) +
+                   Wire::frame(sync(2, transferId, ",\"STATUS\":1,\"CPERCENT\":42")) +
+                   Wire::frame(started(transferId, 3, 18)),
+               {u"progress 3 17 0 0"_s, u"progress 3 17 42 1"_s, u"progress 3 18 0 0"_s});
+        QCOMPARE(rig->probe.activeTransfers().size(), 1);
+        QCOMPARE(rig->probe.activeTransfers().value(QUuid(transferId)).progressPercent, 0);
+    }
+
+    void endsByStatus_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("finished") << 6 << u"sync finished 5 6"_s;
+        QTest::newRow("canceling") << 4 << u""_s;
+        QTest::newRow("canceled") << 5 << u""_s;
+        for (const int status : {-1, 0, 1, 2, 3, 7})
+            QTest::addRow("%d is an error", status)
+                << status << u"sync error 5 6 %1 \"full\" \"http://b\""_s.arg(status);
+    }
+
+    void endsByStatus()
+    {
+        QFETCH(const int, status);
+        QFETCH(const QString, line);
+        QStringList lines{u"progress 3 17 0 0"_s, u"progress 4 18 0 0"_s, line};
+        lines.removeAll(QString());
+        expect(Wire::frame(started(transferId, 3, 17)) + Wire::frame(started(otherId, 4, 18)) +
+                   Wire::frame(ended(transferId, status)) + Wire::frame(libraryChanged),
+               lines << u"library changed"_s);
+        QCOMPARE(rig->probe.activeTransfers().keys(), QList<QUuid>{QUuid(otherId)});
+
+        lines = {line, u"all syncs finished"_s};
+        lines.removeAll(QString());
+        expect(Wire::frame(ended(otherId, status)), lines);
+        QVERIFY(rig->probe.activeTransfers().isEmpty());
+    }
+
+    void missingKeysReadAsNothing()
+    {
+        expect(Wire::frame(sync(1, transferId, "")) + Wire::frame(sync(3, transferId, "")),
+               {u"progress 0 0 0 0"_s, u"sync error 0 0 0 \"\" \"\""_s, u"all syncs finished"_s});
+    }
+
+    void frameRates()
+    {
+        expect(Wire::frame(json("{'msg_type':5,'GFPS':59.94,'TFPS':60,'MFPS':'25','FS':true}")),
+               {u"stats 59.94 60 0 true"_s});
+        expect(Wire::frame(json("{'msg_type':5,'FS':1}")), {u"stats 0 0 0 false"_s});
+    }
+
+    void transfersAreLogged()
+    {
+        LogCapture log;
+        expect(Wire::frame(started(transferId, 3, 17)) + Wire::frame(ended(transferId, 6)),
+               {u"progress 3 17 0 0"_s, u"sync finished 5 6"_s, u"all syncs finished"_s});
+        QCOMPARE(log.texts(), (QStringList{u"Sync started folder 3 visual 17"_s,
+                                           u"Sync finished 5 visual 6 progress 100"_s}));
+    }
+
+private:
+    /// Sends bytes of the stream in one piece and waits for what they cause, the connection apart.
+    void expect(const QByteArray &bytes, const QStringList &lines)
+    {
+        rig->send(bytes);
+        EVENTUALLY(rig->events.lines.filter(notConnected), lines);
+        rig->events.lines.clear();
+    }
+
+    static QStringList wholeStream()
+    {
+        return {u"connected"_s,
+                u"progress 3 17 0 0"_s,
+                u"progress 3 17 42 1"_s,
+                u"progress 3 17 100 2"_s,
+                u"sync finished 3 17"_s,
+                u"all syncs finished"_s,
+                u"stats 59.94 60 25 true"_s,
+                u"library changed"_s};
+    }
+
+    const QRegularExpression notConnected{u"^(?!connected)"_s};
+    std::unique_ptr<HandlerRig> rig;
+};
+
+QTEST_GUILESS_MAIN(tst_HandlerStream)
+#include "tst_HandlerStream.moc"
