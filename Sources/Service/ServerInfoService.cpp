@@ -6,6 +6,7 @@
 #include "Log/ZorLog.h"
 #include "Service/JsonBody.h"
 #include "Service/Protocol.h"
+#include "Service/ServerRequest.h"
 
 #include <QNetworkDiskCache>
 #include <QNetworkProxy>
@@ -46,7 +47,6 @@ ServerInfoService::ServerInfoService()
     cache->setMaximumCacheSize(maximumCacheSize);
     networkManager.setCache(cache);
     networkManager.setProxy(QNetworkProxy::NoProxy);
-    networkManager.setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
     connect(&networkManager, &QNetworkAccessManager::finished, this,
             &ServerInfoService::downloadFinished);
 }
@@ -63,7 +63,7 @@ void ServerInfoService::requestLibrary(const Server &server)
         return;
     const QUrl url = Protocol::libraryUrl(server.connections.constFirst().first);
     ZOR_LOG(info, "Downloading server info from: %s", qUtf8Printable(url.toString()));
-    pendingReplies.insert(networkManager.get(QNetworkRequest(url)), server);
+    pendingReplies.insert(networkManager.get(serverRequest(url)), server);
 }
 
 void ServerInfoService::downloadFinished(QNetworkReply *reply)

@@ -6,6 +6,7 @@
 #include "Log/ZorLog.h"
 #include "Model/MediaFolder.h"
 #include "Service/Protocol.h"
+#include "Service/ServerRequest.h"
 
 #include <QImageReader>
 #include <QNetworkAccessManager>
@@ -65,11 +66,9 @@ void ThumbnailService::loadThumbnails(const MediaFolder &folder, int mediaFolder
 
 void ThumbnailService::requestThumbnail(int folderSlot, int fileSlot, const QString &cacheKey)
 {
-    QNetworkRequest request(Protocol::thumbnailUrl(serverAddress, folderSlot, fileSlot));
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
-                         QNetworkRequest::ManualRedirectPolicy);
-    ZOR_LOG(info, "Downloading thumbnail from: %s", request.url().toEncoded().constData());
-    pendingThumbnails.insert(networkManager->get(request), {fileSlot, cacheKey});
+    const QUrl url = Protocol::thumbnailUrl(serverAddress, folderSlot, fileSlot);
+    ZOR_LOG(info, "Downloading thumbnail from: %s", url.toEncoded().constData());
+    pendingThumbnails.insert(networkManager->get(serverRequest(url)), {fileSlot, cacheKey});
 }
 
 void ThumbnailService::abort()

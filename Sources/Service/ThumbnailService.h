@@ -19,6 +19,8 @@ struct MediaFolder;
 /// One load at a time: a new one replaces a running one without a word. All requests of a load go
 /// out at once. Two services share one network manager, and each sees every reply of it; therefore
 /// `progress` comes from both for each reply of either.
+///
+/// A receiver may start or end a load while a signal goes out, but must not run an event loop.
 class ThumbnailService final : public QObject
 {
     Q_OBJECT

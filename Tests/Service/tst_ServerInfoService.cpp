@@ -274,7 +274,7 @@ private slots:
     /// Whatever addresses later replies have: none may open a door again.
     void doorsStayClosedWhileManyOthersComeAndGo()
     {
-        constexpr int count = 100;
+        constexpr int count = 40;
         LogCapture log;
         peer->answer(library, {}, {}, "404 Not Found");
         QList<Server> closed;
