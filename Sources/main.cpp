@@ -1,11 +1,78 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Log/ZorLog.h"
+#include "Model/ApplicationModel.h"
 #include "SingleInstance.h"
+#include "UI/BVMainWindow.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QPixmapCache>
+#include <QStandardPaths>
 
 #include <cstdlib>
+#include <exception>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int pixmapCacheKilobytes = 40960;
+
+/// Comes before any use of QStandardPaths, whose answers depend on it.
+void setIdentity()
+{
+    QCoreApplication::setOrganizationName(u"Zorvik"_s);
+    QGuiApplication::setApplicationDisplayName(u"Brenvoka"_s);
+    QCoreApplication::setApplicationName(u"Brenvoka"_s);
+    QCoreApplication::setApplicationVersion(u"1.0"_s);
+}
+
+QString dataPath()
+{
+    const QString path = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    return path.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::TempLocation) : path;
+}
+
+boost::filesystem::path nativePath(const QString &path)
+{
+#ifdef _WIN32
+    return path.toStdWString();
+#else
+    return QFile::encodeName(path).toStdString();
+#endif
+}
+
+/// Where the log can't be had, the program does without.
+void startLog()
+{
+    const QString path = dataPath();
+    if (path.isEmpty())
+        return;
+    const QDir directory(path + u"/logs"_s);
+    if (!directory.mkpath(directory.absolutePath()))
+        return;
+    try {
+        Zor::Log::init(nativePath(directory.filePath(u"Brenvoka.log"_s)));
+    } catch (const std::exception &) {
+    }
+}
+
+int run()
+{
+    ApplicationModel model;
+    model.load();
+    QPixmapCache::setCacheLimit(pixmapCacheKilobytes);
+    BVMainWindow window(&model);
+    window.show();
+    const int result = QApplication::exec();
+    model.save();
+    return result;
+}
+
+} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -13,5 +80,7 @@ int main(int argc, char *argv[])
         std::exit(0);
 
     const QApplication application(argc, argv);
-    return EXIT_SUCCESS;
+    setIdentity();
+    startLog();
+    return run();
 }
