@@ -47,8 +47,10 @@ SyncTask::SyncTask(const QUuid &source, const QHostAddress &sourceIp, const QUui
 {
     for (const FolderRename &rename : foldersToRename)
         renames.append({rename.folderSlot, rename.name, false, false, {}});
-    for (const auto &[folderSlot, fileSlot] : visualsToRemove)
-        removals.append({folderSlot, fileSlot, false, false, {}});
+    for (const VisualRef &visual : visualsToRemove) {
+        removalPositions.try_emplace(visual, removals.size());
+        removals.append({visual.first, visual.second, false, false, {}});
+    }
 }
 
 SyncTask::~SyncTask()
@@ -238,11 +240,9 @@ void SyncTask::takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
 {
     if (!isDestination(uuid))
         return;
-    const auto entry = std::ranges::find_if(removals, [&](const RemoveEntry &candidate) {
-        return candidate.folderSlot == folderSlot && candidate.fileSlot == fileSlot;
-    });
-    if (entry != removals.end()) {
-        recordResult(*entry, error);
+    const auto position = removalPositions.find({folderSlot, fileSlot});
+    if (position != removalPositions.end()) {
+        recordResult(removals[position->second], error);
         removeDialog->advance();
     }
     if (removeDialog->isFinished())

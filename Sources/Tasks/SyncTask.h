@@ -11,6 +11,7 @@
 #include <QList>
 #include <QUuid>
 
+#include <map>
 #include <optional>
 
 class BVProgressDialog;
@@ -115,4 +116,6 @@ private:
     QList<VisualRef> transfers;
     QStringList transferErrors;
     bool aborted = false;
+    /// The first entry of `removals` for each slot: there may be 65,280 results.
+    std::map<VisualRef, qsizetype> removalPositions;
 };
