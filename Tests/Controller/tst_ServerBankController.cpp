@@ -1,0 +1,317 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Controller/ServerBankController.h"
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+#include "Support/WindowRig.h"
+#include "Support/WireServer.h"
+
+#include <QBuffer>
+#include <QComboBox>
+#include <QListWidget>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSignalSpy>
+
+#include <functional>
+
+using namespace Qt::Literals::StringLiterals;
+
+/// What each bank's controller makes of a click, and how a folder opens.
+class tst_ServerBankController final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        QPixmapCache::clear();
+    }
+
+    void doubleClickOnAFolderRowOpensThatFolder_data();
+    void doubleClickOnAFolderRowOpensThatFolder();
+    void doubleClickOnBackLeadsBack();
+    void doubleClickOnASlotDoesNothing_data();
+    void doubleClickOnASlotDoesNothing();
+    void selectionIsToldBeforeTheUploadButtonIsSet();
+    void everySignalCarriesItsDeck_data();
+    void everySignalCarriesItsDeck();
+    void folderFillsFromTheServer();
+    void bothBanksLoadByThemselves();
+    void failedThumbnailIsToldToNobody();
+    void panelStaysOffWhenTheLastThumbnailFails_data();
+    void panelStaysOffWhenTheLastThumbnailFails();
+    void windowClosedDuringADownload();
+
+private:
+    static ServerBankController &controllerOf(const BVServerBank &bank)
+    {
+        return *bank.findChild<ServerBankController *>();
+    }
+    static QByteArray png(const QColor &color)
+    {
+        QImage image(16, 12, QImage::Format_RGB32);
+        image.fill(color);
+        QBuffer buffer;
+        image.save(&buffer, "PNG");
+        return buffer.data();
+    }
+    static QColor topLeft(const BVServerBank &bank, int row)
+    {
+        return listOf(bank).item(row)->icon().pixmap(128, 96).toImage().pixelColor(2, 2);
+    }
+};
+
+void tst_ServerBankController::doubleClickOnAFolderRowOpensThatFolder_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::newRow("first") << 0;
+    QTest::newRow("with visuals") << 3;
+    QTest::newRow("absent from the server") << 100;
+    QTest::newRow("last, absent") << 255;
+}
+
+void tst_ServerBankController::doubleClickOnAFolderRowOpensThatFolder()
+{
+    QFETCH(const int, row);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.1"_s));
+    QVERIFY(rig.show());
+    const QSignalSpy opened(&controllerOf(rig.bankA()), &ServerBankController::sendFolderChanged);
+    const QSignalSpy back(&controllerOf(rig.bankA()), &ServerBankController::sendFolderBack);
+
+    doubleClickRow(rig.bankA(), row);
+    QCOMPARE(opened.count(), 1);
+    QCOMPARE(opened.first().first().toInt(), row);
+    QCOMPARE(back.count(), 0);
+    QCOMPARE(rig.bankA().currentFolder, row);
+    QCOMPARE(rig.bankB().currentFolder, row);
+    QCOMPARE(listOf(rig.bankA()).count(), 257);
+}
+
+void tst_ServerBankController::doubleClickOnBackLeadsBack()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.2"_s));
+    QVERIFY(rig.show());
+    rig.controller().folderChanged(3);
+    const QSignalSpy back(&controllerOf(rig.bankA()), &ServerBankController::sendFolderBack);
+    doubleClickRow(rig.bankA(), 0);
+    QCOMPARE(back.count(), 1);
+    QCOMPARE(rig.bankA().currentFolder, -1);
+    QCOMPARE(rig.bankB().currentFolder, -1);
+    QCOMPARE(listOf(rig.bankA()).count(), 256);
+}
+
+void tst_ServerBankController::doubleClickOnASlotDoesNothing_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::newRow("no visual") << 1;
+    QTest::newRow("empty slot") << 2;
+    QTest::newRow("a file") << 4;
+    QTest::newRow("last slot") << 256;
+}
+
+void tst_ServerBankController::doubleClickOnASlotDoesNothing()
+{
+    QFETCH(const int, row);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.3"_s));
+    QVERIFY(rig.show());
+    rig.controller().folderChanged(3);
+    const QSignalSpy opened(&controllerOf(rig.bankA()), &ServerBankController::sendFolderChanged);
+    const QSignalSpy back(&controllerOf(rig.bankA()), &ServerBankController::sendFolderBack);
+    const QSignalSpy clicks(&listOf(rig.bankA()), &QListWidget::itemDoubleClicked);
+
+    doubleClickRow(rig.bankA(), row);
+    QCOMPARE(clicks.count(), 1);
+    QCOMPARE(opened.count(), 0);
+    QCOMPARE(back.count(), 0);
+    QCOMPARE(rig.bankA().currentFolder, 3);
+}
+
+void tst_ServerBankController::selectionIsToldBeforeTheUploadButtonIsSet()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.4"_s));
+    QVERIFY(rig.show());
+    rig.controller().folderChanged(3);
+    auto &button = childOf<QPushButton>(rig.bankA(), "addButton");
+    button.setEnabled(false);
+    QList<bool> enabledWhenTold;
+    connect(&controllerOf(rig.bankA()), &ServerBankController::sendServerItemsSelectionChanged,
+            this, [&] { enabledWhenTold.append(button.isEnabled()); });
+
+    clickRow(rig.bankA(), 4);
+    QCOMPARE(enabledWhenTold, QList<bool>{false});
+    QVERIFY(button.isEnabled());
+}
+
+void tst_ServerBankController::everySignalCarriesItsDeck_data()
+{
+    QTest::addColumn<ServerDeck>("deck");
+    QTest::newRow("A") << ServerDeckA;
+    QTest::newRow("B") << ServerDeckB;
+}
+
+void tst_ServerBankController::everySignalCarriesItsDeck()
+{
+    QFETCH(const ServerDeck, deck);
+    // The servers take the stream's connection and say nothing.
+    const WireServer firstPeer(u"127.50.3.5"_s);
+    const WireServer secondPeer(u"127.50.3.6"_s);
+    WindowRig rig;
+    const Server first = sampleServer(u"Stage left"_s, u"127.50.3.5"_s);
+    const Server second = sampleServer(u"Stage right"_s, u"127.50.3.6"_s);
+    rig.connectServer(first);
+    rig.connectServer(second);
+    QVERIFY(rig.show());
+    BVServerBank &bank = deck == ServerDeckA ? rig.bankA() : rig.bankB();
+    ServerBankController &controller = controllerOf(bank);
+
+    QSignalSpy selected(&controller, &ServerBankController::sendServerItemsSelectionChanged);
+    QSignalSpy scrolled(&controller, &ServerBankController::scrollValueChanged);
+    QSignalSpy removed(&controller, &ServerBankController::removeVisuals);
+    QSignalSpy moved(&controller, &ServerBankController::moveVisual);
+    QSignalSpy chosen(&controller, &ServerBankController::sendServerSelectionChanged);
+
+    clickRow(bank, 1);
+    listOf(bank).verticalScrollBar()->setValue(30);
+    disconnect(&controller, &ServerBankController::removeVisuals, &rig.controller(), nullptr);
+    QTest::mouseClick(&childOf<QPushButton>(bank, "removeButton"), Qt::LeftButton);
+    disconnect(&controller, &ServerBankController::moveVisual, &rig.controller(), nullptr);
+    emit listOf(bank).moveItem(5, 9);
+
+    QCOMPARE(selected, (QList<QVariantList>{{QVariant::fromValue(deck)}}));
+    QCOMPARE(scrolled, (QList<QVariantList>{{QVariant::fromValue(deck), 30}}));
+    QCOMPARE(removed, (QList<QVariantList>{{QVariant::fromValue(deck)}}));
+    QCOMPARE(moved, (QList<QVariantList>{{5, 9, QVariant::fromValue(deck)}}));
+
+    bank.setServers({first.uuid, second.uuid});
+    childOf<QComboBox>(bank, "serverComboBox").setCurrentIndex(1);
+    QCOMPARE(chosen, (QList<QVariantList>{{QVariant::fromValue(deck), second.uuid}}));
+}
+
+void tst_ServerBankController::folderFillsFromTheServer()
+{
+    WireServer peer(u"127.50.3.7"_s);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.7"_s));
+    QPixmapCache::clear();
+    QVERIFY(rig.show());
+    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(peer.waitForRequests(2, "/brenvoka/thumbnails/3/"));
+    QVERIFY(!rig.bankA().isEnabled());
+    QCOMPARE(listOf(rig.bankA()).count(), 256); // still the folders
+
+    for (const WireRequest &request : peer.requests())
+        request.answer(png(request.path().endsWith("/3.png") ? Qt::red : Qt::blue));
+    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankA()).count(), 257, 10000);
+    QVERIFY(rig.bankA().isEnabled());
+    QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
+    QCOMPARE(topLeft(rig.bankA(), 6), QColor(Qt::blue));
+    QCOMPARE(peer.requests().size(), 2);
+}
+
+void tst_ServerBankController::bothBanksLoadByThemselves()
+{
+    WireServer firstPeer(u"127.50.3.8"_s);
+    WireServer secondPeer(u"127.50.3.9"_s);
+    WindowRig rig;
+    Server second = sampleServer(u"Stage right"_s, u"127.50.3.9"_s);
+    second.folders[3] = folder(3, u"Stage"_s, {visual(7, u"Bridge"_s, 7)});
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.8"_s));
+    rig.connectServer(second);
+    QPixmapCache::clear();
+    QVERIFY(rig.show());
+    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(firstPeer.waitForRequests(2));
+    QVERIFY(secondPeer.waitForRequests(1));
+
+    // Bank B is done first; bank A waits on.
+    secondPeer.requests().first().answer(png(Qt::green));
+    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankB()).count(), 257, 10000);
+    QVERIFY(rig.bankB().isEnabled());
+    QVERIFY(!rig.bankA().isEnabled());
+    QCOMPARE(listOf(rig.bankA()).count(), 256);
+    for (const WireRequest &request : firstPeer.requests())
+        request.answer(png(Qt::red));
+    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 10000);
+    QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
+    QCOMPARE(topLeft(rig.bankB(), 8), QColor(Qt::green));
+}
+
+void tst_ServerBankController::failedThumbnailIsToldToNobody()
+{
+    WireServer peer(u"127.50.3.10"_s);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.10"_s));
+    QPixmapCache::clear();
+    QVERIFY(rig.show());
+    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(peer.waitForRequests(2));
+    LogCapture log;
+
+    peer.requests().at(0).answer({}, {}, "404 Not Found");
+    QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1,
+                              10000);
+    peer.requests().at(1).answer(png(Qt::red));
+    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 10000);
+    QCOMPARE(listOf(rig.bankA()).count(), 257);
+    QVERIFY(!QApplication::activeModalWidget());
+}
+
+void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails_data()
+{
+    QTest::addColumn<std::function<void(WindowRig &)>>("remedy");
+    using Remedy = std::function<void(WindowRig &)>;
+    QTest::newRow("a fresh list of servers")
+        << Remedy([](WindowRig &rig) { rig.bankA().setServers({rig.model.servers[0]->uuid}); });
+    QTest::newRow("a folder that the server lacks")
+        << Remedy([](WindowRig &rig) { rig.controller().folderChanged(77); });
+    QTest::newRow("the download was cancelled")
+        << Remedy([](WindowRig &rig) { rig.controller().downloadCancel(); });
+    QTest::newRow("pictures after all")
+        << Remedy([](WindowRig &rig) { rig.bankA().folderChanged(3, QList<QPixmap>(256)); });
+}
+
+void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails()
+{
+    QFETCH(const std::function<void(WindowRig &)>, remedy);
+    WireServer peer(u"127.50.3.12"_s);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.12"_s));
+    QPixmapCache::clear();
+    QVERIFY(rig.show());
+    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(peer.waitForRequests(2));
+    LogCapture log;
+
+    peer.requests().at(0).answer(png(Qt::red));
+    QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Downloaded was a success"_s).size(), 1, 10000);
+    peer.requests().at(1).answer({}, {}, "404 Not Found");
+    QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1,
+                              10000);
+    QVERIFY(!rig.bankA().isEnabled());
+    QCOMPARE(listOf(rig.bankA()).count(), 256);
+    remedy(rig);
+    QVERIFY(rig.bankA().isEnabled());
+}
+
+void tst_ServerBankController::windowClosedDuringADownload()
+{
+    WireServer peer(u"127.50.3.11"_s);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.11"_s));
+    QPixmapCache::clear();
+    QVERIFY(rig.show());
+    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(peer.waitForRequests(2));
+    rig.window.reset();
+    QTRY_COMPARE_WITH_TIMEOUT(peer.openConnections(), 0, 10000);
+}
+
+QTEST_MAIN(tst_ServerBankController)
+#include "tst_ServerBankController.moc"
