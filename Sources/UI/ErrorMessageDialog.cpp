@@ -14,10 +14,10 @@ ErrorMessageDialog::ErrorMessageDialog(QWidget *parent)
 {
     ui->setupUi(this);
     const int extent = style()->pixelMetric(QStyle::PM_MessageBoxIconSize, nullptr, this);
-    const QSize iconSize(extent, extent);
-    ui->errorIcon->setPixmap(
-        style()->standardIcon(QStyle::SP_MessageBoxCritical, nullptr, this).pixmap(iconSize));
-    ui->errorIcon->setMinimumSize(iconSize);
+    const auto icon =
+        style()->standardIcon(QStyle::SP_MessageBoxCritical, nullptr, this).pixmap(extent);
+    ui->errorIcon->setPixmap(icon);
+    ui->errorIcon->setMinimumSize(icon.deviceIndependentSize().toSize());
     connect(ui->buttonBox->button(QDialogButtonBox::Ok), &QPushButton::pressed, this,
             &QDialog::accept);
     connect(ui->errorDetails, &QPushButton::toggled, this, &ErrorMessageDialog::showDetails);
@@ -36,6 +36,7 @@ void ErrorMessageDialog::displayErrorMessage(const QString &message, const QStri
         ui->errorDetails->setEnabled(false);
         ui->errorDetails->hide();
     }
+    adjustSize(); // a long message must not be cut off
 }
 
 void ErrorMessageDialog::showDetails(bool on)

@@ -1,0 +1,156 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "UI/ErrorMessageDialog.h"
+
+#include "Support/FailOnWarning.h"
+
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QStyle>
+#include <QTest>
+#include <QTextEdit>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct Screen
+{
+    Screen(const QString &message, const QStringList &lines)
+    {
+        dialog.displayErrorMessage(message, lines);
+        dialog.show();
+    }
+
+    ErrorMessageDialog dialog{nullptr};
+    QLabel *icon = dialog.findChild<QLabel *>(u"errorIcon"_s);
+    QLabel *text = dialog.findChild<QLabel *>(u"errorText"_s);
+    QTextEdit *list = dialog.findChild<QTextEdit *>(u"errorDetailsList"_s);
+    QPushButton *details = dialog.findChild<QPushButton *>(u"errorDetails"_s);
+    QPushButton *ok =
+        dialog.findChild<QDialogButtonBox *>(u"buttonBox"_s)->button(QDialogButtonBox::Ok);
+};
+
+} // namespace
+
+class TestErrorMessageDialog final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void showsTheCriticalIconAtAMessageBoxsSize()
+    {
+        const Screen screen(u"It failed."_s, {});
+        QCOMPARE(screen.dialog.windowTitle(), u"Error"_s);
+        QCOMPARE(screen.dialog.windowModality(), Qt::ApplicationModal);
+        QCOMPARE(screen.dialog.minimumSize(), QSize(372, 74));
+        const int extent = screen.dialog.style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
+        const auto pixmap = screen.icon->pixmap();
+        QCOMPARE(pixmap.toImage(), screen.dialog.style()
+                                       ->standardIcon(QStyle::SP_MessageBoxCritical)
+                                       .pixmap(extent)
+                                       .toImage());
+        QVERIFY(!pixmap.isNull());
+        QCOMPARE(screen.icon->minimumSize(), pixmap.deviceIndependentSize().toSize());
+        QCOMPARE(screen.text->minimumSize(), QSize(340, 40));
+    }
+
+    void withoutDetailsThereIsNoDetailsButton()
+    {
+        const Screen screen(u"It failed."_s, {});
+        QCOMPARE(screen.text->text(), u"It failed."_s);
+        QVERIFY(screen.details->isHidden());
+        QVERIFY(!screen.details->isEnabled());
+        QVERIFY(screen.list->isHidden());
+        QVERIFY(screen.ok->isVisible());
+    }
+
+    void detailsOpenAndCloseAndTheDialogFollows()
+    {
+        const Screen screen(u"It failed."_s, {u"first"_s, u"second"_s});
+        QVERIFY(screen.details->isVisible());
+        QCOMPARE(screen.details->text(), u"Show Details >>"_s);
+        QVERIFY(screen.list->isHidden());
+        const int closedHeight = screen.dialog.height();
+
+        QTest::mouseClick(screen.details, Qt::LeftButton);
+        QVERIFY(screen.list->isVisible());
+        QCOMPARE(screen.details->text(), u"Hide Details <<"_s);
+        QCOMPARE(screen.list->toPlainText(), u"first\nsecond"_s);
+        QVERIFY(screen.dialog.height() > closedHeight);
+
+        QTest::mouseClick(screen.details, Qt::LeftButton);
+        QVERIFY(screen.list->isHidden());
+        QCOMPARE(screen.details->text(), u"Show Details >>"_s);
+        QCOMPARE(screen.dialog.height(), closedHeight);
+    }
+
+    void newMessageClosesTheDetails()
+    {
+        Screen screen(u"It failed."_s, {u"first"_s});
+        QTest::mouseClick(screen.details, Qt::LeftButton);
+        screen.dialog.displayErrorMessage(u"It failed again."_s, {u"third"_s});
+        QVERIFY(!screen.details->isChecked());
+        QVERIFY(screen.list->isHidden());
+        QCOMPARE(screen.text->text(), u"It failed again."_s);
+        QCOMPARE(screen.list->toPlainText(), u"third"_s);
+    }
+
+    void whatAServerSentIsShownAsItIs()
+    {
+        const auto hostile = u"<img src=\"/dev/zero\"> <b>%1</b> &amp; &Ok"_s;
+        const Screen screen(hostile, {hostile, u"<ul><li>x"_s});
+        QCOMPARE(screen.text->text(), hostile);
+        QCOMPARE(screen.text->textFormat(), Qt::PlainText);
+        QCOMPARE(screen.list->toPlainText(), hostile + u"\n<ul><li>x"_s);
+    }
+
+    void closesOnThePressOfOk()
+    {
+        Screen screen(u"It failed."_s, {});
+        QSignalSpy accepted(&screen.dialog, &QDialog::accepted);
+        QTest::mousePress(screen.ok, Qt::LeftButton);
+        QCOMPARE(accepted.size(), 1);
+        QVERIFY(screen.dialog.isHidden());
+    }
+
+    void closesByKey_data()
+    {
+        QTest::addColumn<Qt::Key>("key");
+        QTest::addColumn<QStringList>("details");
+        QTest::addColumn<int>("result");
+        QTest::newRow("Return") << Qt::Key_Return << QStringList() << int(QDialog::Accepted);
+        QTest::newRow("Space") << Qt::Key_Space << QStringList() << int(QDialog::Accepted);
+        QTest::newRow("Escape") << Qt::Key_Escape << QStringList() << int(QDialog::Rejected);
+        QTest::newRow("Escape, with details")
+            << Qt::Key_Escape << QStringList(u"first"_s) << int(QDialog::Rejected);
+    }
+
+    void closesByKey()
+    {
+        QFETCH(Qt::Key, key);
+        QFETCH(QStringList, details);
+        Screen screen(u"It failed."_s, details);
+        QSignalSpy finished(&screen.dialog, &QDialog::finished);
+        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog));
+        QTest::keyClick(screen.dialog.focusWidget(), key);
+        QCOMPARE(finished.size(), 1);
+        QTEST(finished.first().first().toInt(), "result");
+    }
+
+    void longMessageWrapsAndStaysReadable()
+    {
+        const Screen screen(u"The server \"Stage left\" could not be reached. "_s.repeated(12), {});
+        QVERIFY(screen.text->wordWrap());
+        QVERIFY(screen.dialog.width() < 900);
+        QVERIFY(screen.text->height() >= screen.text->heightForWidth(screen.text->width()));
+    }
+};
+
+QTEST_MAIN(TestErrorMessageDialog)
+#include "tst_ErrorMessageDialog.moc"
