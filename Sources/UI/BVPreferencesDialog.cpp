@@ -3,6 +3,7 @@
 
 #include "UI/BVPreferencesDialog.h"
 
+#include "UI/DarkBase.h"
 #include "ui_BVPreferencesDialog.h"
 
 #include <QPushButton>
@@ -15,8 +16,10 @@ BVPreferencesDialog::BVPreferencesDialog(quint32 level, QWidget *parent)
     ui->setupUi(this);
     for (const auto button : {QDialogButtonBox::Ok, QDialogButtonBox::Cancel})
         ui->buttonBox->button(button)->setMinimumSize(70, 15);
-    for (const auto &[bit, box] : warnings())
+    for (const auto &[bit, box] : warnings()) {
+        useDarkBase(*box);
         box->setCheckState(warningLevel & bit ? Qt::Checked : Qt::Unchecked);
+    }
     connect(ui->buttonBox, &QDialogButtonBox::accepted, this, &BVPreferencesDialog::accept);
     connect(ui->buttonBox, &QDialogButtonBox::rejected, this, &BVPreferencesDialog::reject);
 }

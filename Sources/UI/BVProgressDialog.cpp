@@ -3,6 +3,7 @@
 
 #include "UI/BVProgressDialog.h"
 
+#include "UI/DarkBase.h"
 #include "ui_BVProgressDialog.h"
 
 #include <QPushButton>
@@ -16,6 +17,7 @@ BVProgressDialog::BVProgressDialog(const QString &text, bool closeWhenFull, QWid
     , autoClose(closeWhenFull)
 {
     ui->setupUi(this);
+    useDarkBase(*ui->progressBar);
     ui->label->setText(text);
     ui->progressBar->setMaximum(0);
     ui->buttonBox->button(QDialogButtonBox::Cancel)->setMinimumSize(70, 15);

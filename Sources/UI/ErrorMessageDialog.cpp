@@ -36,7 +36,9 @@ void ErrorMessageDialog::displayErrorMessage(const QString &message, const QStri
         ui->errorDetails->setEnabled(false);
         ui->errorDetails->hide();
     }
-    adjustSize(); // a long message must not be cut off
+    // So that a long message is not cut off. Only an activation renews the inner layouts' hints.
+    layout()->activate();
+    adjustSize();
 }
 
 void ErrorMessageDialog::showDetails(bool on)

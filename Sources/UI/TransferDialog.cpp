@@ -3,6 +3,7 @@
 
 #include "UI/TransferDialog.h"
 
+#include "UI/DarkBase.h"
 #include "ui_TransferDialog.h"
 
 #include <algorithm>
@@ -24,6 +25,8 @@ TransferDialog::TransferDialog(QWidget *parent)
     , ui(std::make_unique<Ui::TransferDialog>())
 {
     ui->setupUi(this);
+    useDarkBase(*ui->progressBar);
+    useDarkBase(*ui->ckAutoScroll);
     ui->statusList->setColumnCount(2);
     ui->statusList->horizontalHeader()->setSectionResizeMode(labelColumn, QHeaderView::Stretch);
     connect(ui->cancelSync, &QPushButton::clicked, this, &TransferDialog::onCancelSync);

@@ -4,6 +4,7 @@
 #include "UI/BVPreferencesDialog.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/Pixels.h"
 
 #include <QCheckBox>
 #include <QDialogButtonBox>
@@ -163,6 +164,15 @@ private slots:
             screen.box(bit)->setCheckState(Qt::PartiallyChecked);
         screen.press(QDialogButtonBox::Ok);
         QCOMPARE(screen.dialog.warningLevel, level);
+    }
+
+    void tickIsLegible()
+    {
+        const Screen ticked(2);
+        const Screen clear(0);
+        const int different =
+            visiblyDifferentPixels(ticked.box(2)->grab().toImage(), clear.box(2)->grab().toImage());
+        QVERIFY2(different > 10, qPrintable(QString::number(different)));
     }
 
     void keysTickAndAccept()

@@ -4,6 +4,7 @@
 #include "UI/BVProgressDialog.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/Pixels.h"
 
 #include <QDialogButtonBox>
 #include <QElapsedTimer>
@@ -233,6 +234,17 @@ private slots:
         QCOMPARE(rejected.size(), 0);
         QTest::keyClick(&screen.dialog, Qt::Key_Escape);
         QCOMPARE(rejected.size(), 1);
+    }
+
+    void percentageIsLegibleOnTheEmptyPartOfTheBar()
+    {
+        Screen screen;
+        screen.dialog.addSteps(10, false);
+        screen.dialog.setProgress(2);
+        const auto with = screen.bar->grab().toImage();
+        screen.bar->setTextVisible(false);
+        const int different = visiblyDifferentPixels(with, screen.bar->grab().toImage());
+        QVERIFY2(different > 10, qPrintable(QString::number(different)));
     }
 
     void everyWayOfClosingSetsTheBarBack_data()

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Pixels.h"
 
 #include <QImageReader>
 #include <QTest>
@@ -55,13 +56,7 @@ private slots:
             return QImage(u":/icons/Bin/bitmap/icons/%1.png"_s.arg(name))
                 .convertToFormat(QImage::Format_Grayscale8);
         };
-        const auto yes = grey(u"yes"_s);
-        const auto no = grey(u"no"_s);
-        int different = 0;
-        for (int y = 0; y < yes.height(); ++y) {
-            for (int x = 0; x < yes.width(); ++x)
-                different += qAbs(qGray(yes.pixel(x, y)) - qGray(no.pixel(x, y))) > 64;
-        }
+        const int different = visiblyDifferentPixels(grey(u"yes"_s), grey(u"no"_s));
         QVERIFY2(different > 300, qPrintable(QString::number(different)));
     }
 };
