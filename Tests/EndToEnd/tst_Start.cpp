@@ -1,0 +1,216 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/Sandbox.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int patience = 30000;
+
+/// A process of the test's own, which does not outlive it.
+class Child final : public QProcess
+{
+public:
+    explicit Child(
+        const QString &command, const QStringList &arguments = {},
+        const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
+    {
+        setProcessEnvironment(environment);
+        setProcessChannelMode(QProcess::MergedChannels);
+        start(command, arguments);
+    }
+    ~Child() override
+    {
+        kill();
+        waitForFinished(patience);
+    }
+};
+
+const QString program = QStringLiteral(BRENVOKA_PROGRAM);
+
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+/// The program as a process: how it starts, and what it leaves behind.
+class tst_Start final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void startsWithALogAndWithoutSettings();
+    void secondInstanceEndsSilentlyAndTouchesNothing();
+    void killedProgramWritesNothingAndStartsAgainAtOnce();
+    void runsWithoutALog_data();
+    void runsWithoutALog();
+    void closingTheWindowWritesTheSettings();
+
+private:
+    [[nodiscard]] QString path(const QString &relative) const;
+    [[nodiscard]] bool isUp() const;
+    [[nodiscard]] QStringList files() const;
+
+    std::unique_ptr<Sandbox> sandbox;
+};
+
+void tst_Start::init()
+{
+    failOnAnyWarning();
+    sandbox = std::make_unique<Sandbox>();
+    const QString runtime = path(u"runtime"_s);
+    QVERIFY(QDir().mkpath(runtime));
+    QVERIFY(QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
+}
+
+void tst_Start::cleanup()
+{
+    sandbox.reset();
+}
+
+QString tst_Start::path(const QString &relative) const
+{
+    return sandbox->directory().filePath(relative);
+}
+
+/// The second disk cache is made while the window is constructed, after log and settings.
+bool tst_Start::isUp() const
+{
+    return QFileInfo(path(u"cache/Zorvik/Brenvokathumbnails"_s)).isDir();
+}
+
+/// Every file of the program's log and settings with its size and time.
+QStringList tst_Start::files() const
+{
+    QStringList all;
+    for (const QString &root : {u"data"_s, u"config"_s}) {
+        QDirIterator iterator(path(root), QDir::Files, QDirIterator::Subdirectories);
+        while (iterator.hasNext()) {
+            const QFileInfo file(iterator.next());
+            all << u"%1 %2 %3"_s.arg(sandbox->directory().relativeFilePath(file.filePath()),
+                                     QString::number(file.size()),
+                                     file.lastModified().toString(Qt::ISODateWithMs));
+        }
+    }
+    all.sort();
+    return all;
+}
+
+void tst_Start::startsWithALogAndWithoutSettings()
+{
+    const Child first(program);
+    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    QVERIFY(QFile::exists(path(u"data/Zorvik/Brenvoka/logs/Brenvoka.log"_s)));
+    QVERIFY(QFileInfo(path(u"data/Zorvik/Brenvoka/logs/loghistory"_s)).isDir());
+    QVERIFY(!QFile::exists(path(u"config/Zorvik/Brenvoka/settings.ini"_s)));
+}
+
+void tst_Start::secondInstanceEndsSilentlyAndTouchesNothing()
+{
+    const Child first(program);
+    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    const QStringList before = files();
+    QVERIFY(!before.isEmpty());
+
+    Child second(program);
+    QVERIFY(second.waitForFinished(patience));
+    QCOMPARE(second.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(second.exitCode(), 0);
+    QCOMPARE(second.readAll(), QByteArray());
+    QCOMPARE(files(), before);
+    QCOMPARE(first.state(), QProcess::Running);
+}
+
+void tst_Start::killedProgramWritesNothingAndStartsAgainAtOnce()
+{
+    {
+        Child first(program);
+        QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+        first.kill();
+        QVERIFY(first.waitForFinished(patience));
+    }
+    QVERIFY(!QFile::exists(path(u"config/Zorvik/Brenvoka/settings.ini"_s)));
+    QVERIFY(QDir(path(u"cache"_s)).removeRecursively());
+
+    const Child second(program);
+    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    QCOMPARE(second.state(), QProcess::Running);
+    QVERIFY(QFile::exists(path(u"data/Zorvik/Brenvoka/logs/loghistory/Brenvoka.log.1"_s)));
+}
+
+void tst_Start::runsWithoutALog_data()
+{
+    QTest::addColumn<QString>("inTheWay");
+    QTest::addColumn<bool>("directory");
+    QTest::newRow("no data directory can be made") << u"data/Zorvik"_s << false;
+    QTest::newRow("no log directory can be made") << u"data/Zorvik/Brenvoka/logs"_s << false;
+    QTest::newRow("the log can't be opened") << u"data/Zorvik/Brenvoka/logs/Brenvoka.log"_s << true;
+}
+
+void tst_Start::runsWithoutALog()
+{
+    QFETCH(const QString, inTheWay);
+    QFETCH(const bool, directory);
+    const QFileInfo obstacle(path(inTheWay));
+    QVERIFY(QDir().mkpath(directory ? obstacle.filePath() : obstacle.path()));
+    if (!directory) {
+        QFile file(obstacle.filePath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+    }
+
+    Child child(program);
+    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    QCOMPARE(child.state(), QProcess::Running);
+    QCOMPARE(QFileInfo(obstacle.filePath()).isDir(), directory);
+    for (const QString &file : files())
+        QVERIFY2(!file.contains("Brenvoka.log"_L1), qPrintable(file));
+}
+
+void tst_Start::closingTheWindowWritesTheSettings()
+{
+    Child display(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-nolisten"_s, u"tcp"_s});
+    QTRY_VERIFY_WITH_TIMEOUT(display.canReadLine() || display.state() == QProcess::NotRunning,
+                             patience);
+    const QByteArray number = display.readLine().trimmed();
+    QVERIFY2(!number.isEmpty(), "no virtual display");
+
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"DISPLAY"_s, u":"_s + QString::fromLatin1(number));
+    environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
+    Child child(program, {}, environment);
+    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    QVERIFY(!QFile::exists(path(u"config/Zorvik/Brenvoka/settings.ini"_s)));
+    Child quit(u"xdotool"_s,
+               {u"search"_s, u"--sync"_s, u"--onlyvisible"_s, u"--name"_s, u"Brenvoka"_s,
+                u"windowfocus"_s, u"--sync"_s, u"key"_s, u"ctrl+q"_s},
+               environment);
+    QVERIFY2(child.waitForFinished(patience), quit.readAll().constData());
+    QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(child.exitCode(), 0);
+    QCOMPARE(contentOf(path(u"config/Zorvik/Brenvoka/settings.ini"_s)),
+             QByteArray("[General]\n"
+                        "selectedIconSize=1\n"
+                        "selectedViewMode=false\n"
+                        "warningLevel=4294967295\n"));
+}
+
+QTEST_GUILESS_MAIN(tst_Start)
+#include "tst_Start.moc"
