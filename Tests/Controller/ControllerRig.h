@@ -1,0 +1,76 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Support/PlayedServer.h"
+#include "Support/WindowRig.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+
+/// A real main window, and servers that the test plays behind it.
+class ControllerRig final
+{
+public:
+    /// Makes a server known as discovery does, and waits until it is connected.
+    [[nodiscard]] bool bringUp(PlayedServer &server, const QString &name,
+                               const QList<MediaFolder> &folders, int netmask = 8)
+    {
+        server.setLibrary(folders, QString::number(folders.size()) + name);
+        return discover(server, name, netmask);
+    }
+
+    /// The same with the library that the server has.
+    [[nodiscard]] bool discover(PlayedServer &server, const QString &name, int netmask = 8)
+    {
+        server.wire.forgetRequests();
+        controller().addServer(server.uuid, server.wire.address(), netmask, name);
+        return server.openStream() && QTest::qWaitFor([&] { return isConnected(server); }, 10000);
+    }
+
+    [[nodiscard]] bool isConnected(const PlayedServer &server) const
+    {
+        return !controller().connectedServer(server.uuid).uuid.isNull();
+    }
+
+    /// The servers that a bank offers, by name.
+    [[nodiscard]] static QStringList offered(const BVServerBank &bank)
+    {
+        const QComboBox &box = comboBox(bank);
+        QStringList names;
+        for (int index = 0; index < box.count(); ++index)
+            names.append(box.itemText(index));
+        return names;
+    }
+    [[nodiscard]] static QComboBox &comboBox(const BVServerBank &bank)
+    {
+        return childOf<QComboBox>(bank, "serverComboBox");
+    }
+    /// Chooses an entry as the operator does.
+    static void choose(const BVServerBank &bank, const QString &name)
+    {
+        comboBox(bank).setCurrentIndex(comboBox(bank).findText(name));
+    }
+
+    [[nodiscard]] bool isSyncWarningShown() const
+    {
+        return !rig.find<QLabel>("unsyncServers").isHidden();
+    }
+    [[nodiscard]] bool isTransferEnabled() const
+    {
+        return rig.find<QPushButton>("leftToRightButton").isEnabled() &&
+               rig.find<QPushButton>("rightToLeftButton").isEnabled();
+    }
+    void clickLeftToRight() const { rig.find<QPushButton>("leftToRightButton").click(); }
+    void clickRightToLeft() const { rig.find<QPushButton>("rightToLeftButton").click(); }
+
+    [[nodiscard]] UIController &controller() const { return rig.controller(); }
+    [[nodiscard]] ApplicationModel &model() { return rig.model; }
+    [[nodiscard]] BVServerBank &bankA() const { return rig.bankA(); }
+    [[nodiscard]] BVServerBank &bankB() const { return rig.bankB(); }
+
+    WindowRig rig;
+};

@@ -1,0 +1,389 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "ControllerRig.h"
+
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+#include "Support/ModalDriver.h"
+#include "UI/ErrorMessageDialog.h"
+#include "UI/TransferDialog.h"
+
+#include <functional>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QList<MediaFolder> library(int hashNumber = 1)
+{
+    return {folder(0, u"Intro"_s, {visual(1, u"Sunset"_s, hashNumber)})};
+}
+
+/// Two servers of which the first has one visual that the second lacks, and no warnings.
+class SyncStage final
+{
+public:
+    [[nodiscard]] bool open()
+    {
+        rig.model().warningLevel = 0;
+        return rig.bringUp(one, u"One"_s, library()) &&
+               rig.bringUp(two, u"Two"_s, {folder(0, u"Intro"_s)});
+    }
+    /// Starts the synchronisation and waits until the destination has its request.
+    [[nodiscard]] bool start()
+    {
+        rig.clickLeftToRight();
+        return QTest::qWaitFor([&] { return !two.commands(PlayedServer::Sync).isEmpty(); }, 10000);
+    }
+    [[nodiscard]] TransferDialog *transferDialog() const
+    {
+        return rig.rig.window->findChild<TransferDialog *>();
+    }
+
+    PlayedServer one{u"127.60.3.1"_s};
+    PlayedServer two{u"127.60.3.2"_s};
+    ControllerRig rig;
+};
+
+/// Calls a function when a dialog is hidden, once.
+class OnHide final : public QObject
+{
+public:
+    OnHide(QDialog *dialog, std::function<void()> callback)
+        : function(std::move(callback))
+    {
+        dialog->installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Hide)
+            std::exchange(function, [] {})();
+        return false;
+    }
+
+private:
+    std::function<void()> function;
+};
+
+} // namespace
+
+/// Servers that go away, with and without a task, and what the operator is told.
+class tst_UIControllerLosses : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void theOperatorIsToldWhy_data();
+    void theOperatorIsToldWhy();
+    void anotherClientIsNotNamedAndDetailsStayOpen();
+    void namesAndErrorsAreShownAsTheyAre();
+    void aServerInNeitherBankDisappearsWithoutAWord();
+    void aDisconnectOfAnUnknownServerIsLogged();
+    void aDisconnectBeforeTheFirstConnectionKeepsTheServer();
+    void theServerIsGoneBeforeItsMessageOpens();
+    void discoveryLosesAServerWithoutAWord();
+    void discoveryLosesAnUnknownServer();
+    void aDroppedServerIsDisconnectedFromTheService();
+    void aServerThatCameBackIsDrawnAnew();
+    void losingTheDestinationDuringATransferIsTheOnlyMessage();
+    void losingTheSourceAbortsTheTaskToo();
+    void losingABystanderLeavesTheTaskAlone();
+    void discoveryLosesAServerOfTheTask();
+    void discoveryLosesAServerOfTheTaskThatIsInNeitherBank();
+    void theEndOfATaskAndItsAbortAreOneEnd();
+    void aMessageSurvivesTheServersThatComeAndGoUnderIt();
+    void aMessageGoesWithItsWindow();
+};
+
+void tst_UIControllerLosses::theOperatorIsToldWhy_data()
+{
+    QTest::addColumn<Brenvoka::ServerDisconnectReason>("reason");
+    QTest::addColumn<QString>("error");
+    QTest::addColumn<QString>("detail");
+    QTest::newRow("no reason") << Brenvoka::DisconnectNone << u"unused"_s << QString();
+    QTest::newRow("shutdown") << Brenvoka::DisconnectServerShutdown << u"unused"_s
+                              << u"Server \"One\" was shut down."_s;
+    QTest::newRow("network error") << Brenvoka::DisconnectNetworkError << u"Connection closed"_s
+                                   << u"Network error: Connection closed."_s;
+    QTest::newRow("no such reason")
+        << static_cast<Brenvoka::ServerDisconnectReason>(7) << u"unused"_s << QString();
+}
+
+void tst_UIControllerLosses::theOperatorIsToldWhy()
+{
+    QFETCH(const Brenvoka::ServerDisconnectReason, reason);
+    QFETCH(const QString, error);
+    ControllerRig rig;
+    const Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    rig.rig.connectServer(server);
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    rig.controller().serverDisconnected(server.uuid, reason, error);
+    QCOMPARE(modals.seen().size(), 1);
+    QCOMPARE(modals.seen().first().type, u"ErrorMessageDialog"_s);
+    QCOMPARE(modals.seen().first().text, u"Server \"One\" disconnected."_s);
+    QTEST(modals.seen().first().details, "detail");
+    QVERIFY(rig.model().servers.isEmpty());
+}
+
+void tst_UIControllerLosses::anotherClientIsNotNamedAndDetailsStayOpen()
+{
+    ControllerRig rig;
+    const Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    rig.rig.connectServer(server);
+    ModalDriver modals;
+    modals.answer([](QDialog &dialog) {
+        const auto *const details = dialog.findChild<QPushButton *>(u"errorDetails"_s);
+        QVERIFY(details->isVisible() && details->isEnabled());
+        dialog.accept();
+    });
+    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectOtherClient, u"unused"_s);
+    QCOMPARE(modals.seen().value(0).text, u"Server \"One\" disconnected."_s);
+    QCOMPARE(modals.seen().value(0).details, QString());
+}
+
+void tst_UIControllerLosses::namesAndErrorsAreShownAsTheyAre()
+{
+    ControllerRig rig;
+    const Server server = sampleServer(u"<b>%1</b>"_s, u"127.60.3.9"_s);
+    rig.rig.connectServer(server);
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError,
+                                        u"<i>%1</i>"_s);
+    QCOMPARE(modals.seen().value(0).text, u"Server \"<b>%1</b>\" disconnected."_s);
+    QCOMPARE(modals.seen().value(0).details, u"Network error: <i>%1</i>."_s);
+}
+
+void tst_UIControllerLosses::aServerInNeitherBankDisappearsWithoutAWord()
+{
+    ControllerRig rig;
+    const Server one = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    const Server two = sampleServer(u"Two"_s, u"127.60.3.8"_s);
+    const Server three = sampleServer(u"Three"_s, u"127.60.3.7"_s);
+    for (const Server &server : {one, two, three})
+        rig.rig.connectServer(server);
+    ModalDriver modals;
+    rig.controller().serverDisconnected(three.uuid, Brenvoka::DisconnectServerShutdown, {});
+    QVERIFY(modals.seen().isEmpty());
+    QCOMPARE(rig.offered(rig.bankA()), (QStringList{u"One"_s, u"Two"_s}));
+    QCOMPARE(rig.bankA().currentServerUuid(), one.uuid);
+    QCOMPARE(rig.bankB().currentServerUuid(), two.uuid);
+}
+
+void tst_UIControllerLosses::aDisconnectOfAnUnknownServerIsLogged()
+{
+    LogCapture log;
+    ControllerRig rig;
+    rig.controller().serverDisconnected(QUuid::createUuid(), Brenvoka::DisconnectNone, {});
+    QVERIFY(log.texts().contains(u"Disconnect notification received for an invalid server"_s));
+}
+
+void tst_UIControllerLosses::aDisconnectBeforeTheFirstConnectionKeepsTheServer()
+{
+    LogCapture log;
+    ControllerRig rig;
+    Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    rig.model().upsertServer(server);
+    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError, u"x"_s);
+    QCOMPARE(rig.model().servers.size(), 1);
+    QVERIFY(log.texts().contains(u"Disconnect notification received for an invalid server"_s));
+}
+
+void tst_UIControllerLosses::theServerIsGoneBeforeItsMessageOpens()
+{
+    ControllerRig rig;
+    const Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    rig.rig.connectServer(server);
+    ModalDriver modals;
+    modals.answer([&](QDialog &dialog) {
+        QVERIFY(rig.model().servers.isEmpty());
+        QVERIFY(rig.bankA().currentServerUuid().isNull());
+        QVERIFY(!rig.bankA().isEnabled());
+        dialog.accept();
+    });
+    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNone, {});
+    QCOMPARE(modals.seen().size(), 1);
+}
+
+void tst_UIControllerLosses::discoveryLosesAServerWithoutAWord()
+{
+    ControllerRig rig;
+    const Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    rig.rig.connectServer(server);
+    ModalDriver modals;
+    rig.controller().removeServer(server.uuid);
+    QVERIFY(modals.seen().isEmpty());
+    QVERIFY(rig.model().servers.isEmpty());
+    QVERIFY(rig.bankA().currentServerUuid().isNull());
+}
+
+void tst_UIControllerLosses::discoveryLosesAnUnknownServer()
+{
+    LogCapture log;
+    ControllerRig rig;
+    const QUuid uuid = QUuid::createUuid();
+    rig.controller().removeServer(uuid);
+    QVERIFY(!log.texts().contains(u"Handler not found for id "_s + uuid.toString()));
+}
+
+void tst_UIControllerLosses::aDroppedServerIsDisconnectedFromTheService()
+{
+    LogCapture log;
+    PlayedServer server(u"127.60.3.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"One"_s, library()));
+    rig.controller().removeServer(server.uuid);
+    QVERIFY(log.texts().contains(u" Handler removed for server id "_s + server.uuid.toString()));
+    QTRY_VERIFY_WITH_TIMEOUT(!server.stream.isOpen(), 10000);
+}
+
+void tst_UIControllerLosses::aServerThatCameBackIsDrawnAnew()
+{
+    PlayedServer server(u"127.60.3.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"One"_s, library()));
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    server.stream.close();
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !rig.isConnected(server), 10000);
+    QVERIFY(rig.bringUp(server, u"One again"_s, library()));
+    QCOMPARE(rig.offered(rig.bankA()), QStringList{u"One again"_s});
+}
+
+void tst_UIControllerLosses::losingTheDestinationDuringATransferIsTheOnlyMessage()
+{
+    SyncStage stage;
+    QVERIFY(stage.open() && stage.start());
+    stage.two.sendStarted({0, 1});
+    stage.two.sendProgress({0, 1}, Brenvoka::SyncFailed, 10);
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    stage.two.stream.close();
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 10000);
+    QCOMPARE(modals.seen().size(), 1);
+    QCOMPARE(modals.seen().first().text,
+             u"Server \"Two\" disconnected while an operation was in progress."_s);
+}
+
+void tst_UIControllerLosses::losingTheSourceAbortsTheTaskToo()
+{
+    SyncStage stage;
+    QVERIFY(stage.open() && stage.start());
+    const qsizetype fetched = stage.two.libraryRequests();
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    stage.one.stream.send(Wire::frame(R"({"msg_type":4})"));
+    stage.one.stream.close();
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 10000);
+    QCOMPARE(modals.seen().first().text,
+             u"Server \"One\" disconnected while an operation was in progress."_s);
+    QCOMPARE(modals.seen().first().details, u"Server \"One\" was shut down."_s);
+    // The destination may have changed.
+    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), fetched + 1, 10000);
+}
+
+void tst_UIControllerLosses::losingABystanderLeavesTheTaskAlone()
+{
+    PlayedServer three(u"127.60.3.3"_s);
+    SyncStage stage;
+    QVERIFY(stage.open());
+    QVERIFY(stage.rig.bringUp(three, u"Three"_s, library()));
+    QVERIFY(stage.start());
+    stage.rig.controller().removeServer(three.uuid);
+    QCoreApplication::processEvents();
+    QVERIFY(stage.transferDialog() && stage.transferDialog()->isVisible());
+}
+
+void tst_UIControllerLosses::discoveryLosesAServerOfTheTask()
+{
+    SyncStage stage;
+    QVERIFY(stage.open() && stage.start());
+    ModalDriver modals;
+    modals.answer([&](QDialog &dialog) {
+        // The record has gone already, the lists have not been told.
+        QVERIFY(!stage.rig.isConnected(stage.two));
+        QCOMPARE(stage.rig.bankB().currentServerUuid(), stage.two.uuid);
+        QVERIFY(stage.rig.isSyncWarningShown());
+        QVERIFY(!dialog.findChild<QPushButton *>(u"errorDetails"_s)->isVisible());
+        dialog.accept();
+    });
+    stage.rig.controller().removeServer(stage.two.uuid);
+    QCOMPARE(modals.seen().size(), 1);
+    QCOMPARE(modals.seen().first().text,
+             u"Server \"Two\" became unresponsive while an operation was in progress."_s);
+    QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
+    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 10000);
+}
+
+void tst_UIControllerLosses::discoveryLosesAServerOfTheTaskThatIsInNeitherBank()
+{
+    PlayedServer three(u"127.60.3.3"_s);
+    SyncStage stage;
+    QVERIFY(stage.open());
+    QVERIFY(stage.rig.bringUp(three, u"Three"_s, library()));
+    QVERIFY(stage.start());
+    stage.rig.bankB().selectServer(three.uuid);
+    ModalDriver modals;
+    stage.rig.controller().removeServer(stage.two.uuid);
+    QVERIFY(modals.seen().isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 10000);
+}
+
+void tst_UIControllerLosses::theEndOfATaskAndItsAbortAreOneEnd()
+{
+    LogCapture log;
+    SyncStage stage;
+    QVERIFY(stage.open() && stage.start());
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    // The server is lost after the task's end was posted and before that is received.
+    OnHide onHide(stage.transferDialog(), [&stage] {
+        QMetaObject::invokeMethod(
+            &stage.rig.controller(),
+            [&stage] {
+                stage.rig.controller().serverDisconnected(stage.two.uuid, Brenvoka::DisconnectNone,
+                                                          {});
+            },
+            Qt::QueuedConnection);
+    });
+    stage.two.sendStarted({0, 1});
+    stage.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 10000);
+    QCOMPARE(modals.seen().size(), 1);
+    QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
+}
+
+void tst_UIControllerLosses::aMessageSurvivesTheServersThatComeAndGoUnderIt()
+{
+    PlayedServer two(u"127.60.3.2"_s);
+    ControllerRig rig;
+    const Server one = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    rig.rig.connectServer(one);
+    ModalDriver modals;
+    modals.answer([&](QDialog &dialog) {
+        QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+        rig.controller().removeServer(two.uuid);
+        dialog.accept();
+    });
+    rig.controller().serverDisconnected(one.uuid, Brenvoka::DisconnectNone, {});
+    QVERIFY(rig.model().servers.isEmpty());
+}
+
+void tst_UIControllerLosses::aMessageGoesWithItsWindow()
+{
+    ControllerRig rig;
+    ModalDriver modals;
+    modals.answer([&](QDialog &) { rig.rig.window.reset(); });
+    rig.controller().showErrorMessage(u"Too late"_s);
+    QVERIFY(!rig.rig.window);
+}
+
+QTEST_MAIN(tst_UIControllerLosses)
+#include "tst_UIControllerLosses.moc"

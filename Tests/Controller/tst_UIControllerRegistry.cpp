@@ -1,0 +1,381 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "ControllerRig.h"
+
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+#include "Support/ModalDriver.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QList<MediaFolder> library()
+{
+    return {folder(0, u"Intro"_s, {visual(1, u"Sunset"_s, 1)})};
+}
+
+} // namespace
+
+/// Servers that come and change, and which of them the banks offer.
+class tst_UIControllerRegistry : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void aDiscoveredServerReachesTheScreen();
+    void theFirstServerGoesToBankAAndTheSecondToBankB();
+    void aBankLeftEmptyIsNotFilledAgain();
+    void aServerIsNeverOfferedInBothBanksAtOnce();
+    void bankBKeepsItsServerWhenBankAChanges();
+    void bankBTakesTheFirstLeftOnlyWhileItNeverHadOne();
+    void anEmptyLibraryIsOfferedNowhere();
+    void aServerIsOfferedAsSoonAsItHasFolders();
+    void aRenameClearsTheSelectionOfBothBanks();
+    void aRenameOffersTheWholeListInBothBanks();
+    void aNewInterfaceRefreshesTheLibrary();
+    void anInterfaceOfAnUnknownServerChangesNothing();
+    void aLostInterfaceIsForgottenByAddressAndMask();
+    void aServerWithoutInterfacesIsNotAsked();
+    void aChangedLibraryIsFetchedAndDrawn();
+    void aChangeOfAnUnknownServerFetchesNothing();
+    void noServerChosenDisablesTheTransfer();
+    void ratesAreShownByTheBankOfTheServer();
+    void ratesOfAnUnknownServerAreDropped();
+    void theSignHidesOnlyWhileTwoServersAreEqual();
+    void theTransferIsEnabledWithTwoServers();
+    void aServerThatReachesNobodyDisablesTheTransfer();
+};
+
+void tst_UIControllerRegistry::aDiscoveredServerReachesTheScreen()
+{
+    PlayedServer server(u"127.60.2.1"_s);
+    ControllerRig rig;
+    server.setLibrary(library(), u"hash"_s);
+    rig.controller().addServer(server.uuid, server.wire.address(), 8, u"Stage left"_s);
+    QCOMPARE(rig.model().servers.size(), 1);
+    QVERIFY(!rig.isConnected(server));
+    QVERIFY(server.wire.waitForRequests(1, "/brenvoka/notifier.html"));
+    QCOMPARE(rig.model().servers.first()->folders.size(), 1);
+    QCOMPARE(rig.offered(rig.bankA()), QStringList());
+
+    QVERIFY(server.openStream());
+    QTRY_COMPARE_WITH_TIMEOUT(rig.bankA().currentServerUuid(), server.uuid, 10000);
+    QCOMPARE(rig.offered(rig.bankA()), QStringList{u"Stage left"_s});
+    QCOMPARE(listOf(rig.bankA()).count(), 256);
+    QCOMPARE(listOf(rig.bankA()).item(0)->text(), u"Intro"_s);
+    QVERIFY(rig.bankB().currentServerUuid().isNull());
+}
+
+void tst_UIControllerRegistry::theFirstServerGoesToBankAAndTheSecondToBankB()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer three(u"127.60.2.3"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QCOMPARE(rig.bankA().currentServerUuid(), one.uuid);
+    QVERIFY(rig.bankB().currentServerUuid().isNull());
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    QCOMPARE(rig.bankA().currentServerUuid(), one.uuid);
+    QCOMPARE(rig.bankB().currentServerUuid(), two.uuid);
+    QVERIFY(rig.bringUp(three, u"Three"_s, library()));
+    QCOMPARE(rig.bankA().currentServerUuid(), one.uuid);
+    QCOMPARE(rig.bankB().currentServerUuid(), two.uuid);
+    QCOMPARE(rig.offered(rig.bankA()), (QStringList{u"One"_s, u"Two"_s, u"Three"_s}));
+    QCOMPARE(rig.offered(rig.bankB()), (QStringList{u"Two"_s, u"Three"_s}));
+}
+
+void tst_UIControllerRegistry::aBankLeftEmptyIsNotFilledAgain()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer three(u"127.60.2.3"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    QVERIFY(rig.bringUp(three, u"Three"_s, library()));
+    rig.controller().removeServer(one.uuid);
+    QVERIFY(rig.bankA().currentServerUuid().isNull());
+    QCOMPARE(rig.bankB().currentServerUuid(), two.uuid);
+    rig.controller().removeServer(two.uuid);
+    QVERIFY(rig.bankB().currentServerUuid().isNull());
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bankA().currentServerUuid().isNull());
+    QVERIFY(rig.bankB().currentServerUuid().isNull());
+    QCOMPARE(rig.offered(rig.bankA()), (QStringList{u"Three"_s, u"One"_s}));
+}
+
+void tst_UIControllerRegistry::aServerIsNeverOfferedInBothBanksAtOnce()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    QCOMPARE(rig.offered(rig.bankB()), QStringList{u"Two"_s});
+    rig.choose(rig.bankA(), u"Two"_s);
+    QCOMPARE(rig.bankA().currentServerUuid(), two.uuid);
+    QCOMPARE(rig.offered(rig.bankB()), QStringList{u"One"_s});
+    QVERIFY(rig.bankB().currentServerUuid().isNull());
+    QVERIFY(!rig.isTransferEnabled());
+    QVERIFY(rig.isSyncWarningShown());
+}
+
+void tst_UIControllerRegistry::bankBKeepsItsServerWhenBankAChanges()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer three(u"127.60.2.3"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    QVERIFY(rig.bringUp(three, u"Three"_s, library()));
+    rig.choose(rig.bankA(), u"Three"_s);
+    QCOMPARE(rig.bankA().currentServerUuid(), three.uuid);
+    QCOMPARE(rig.bankB().currentServerUuid(), two.uuid);
+    QCOMPARE(rig.offered(rig.bankB()), (QStringList{u"One"_s, u"Two"_s}));
+    rig.choose(rig.bankB(), u"One"_s);
+    QCOMPARE(rig.bankA().currentServerUuid(), three.uuid);
+    QCOMPARE(rig.bankB().currentServerUuid(), one.uuid);
+    QVERIFY(rig.isTransferEnabled());
+}
+
+void tst_UIControllerRegistry::bankBTakesTheFirstLeftOnlyWhileItNeverHadOne()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    // A second server that is known and connected, of which the lists have not heard.
+    Server two = sampleServer(u"Two"_s, u"127.60.2.2"_s);
+    two.connected = true;
+    rig.model().upsertServer(two);
+    rig.controller().serverSelectionChanged(ServerDeckA, one.uuid);
+    QCOMPARE(rig.bankB().currentServerUuid(), two.uuid);
+}
+
+void tst_UIControllerRegistry::anEmptyLibraryIsOfferedNowhere()
+{
+    PlayedServer server(u"127.60.2.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"Empty"_s, {}));
+    QCOMPARE(rig.offered(rig.bankA()), QStringList());
+    QCOMPARE(rig.offered(rig.bankB()), QStringList());
+    QVERIFY(!rig.bankA().isEnabled());
+}
+
+void tst_UIControllerRegistry::aServerIsOfferedAsSoonAsItHasFolders()
+{
+    PlayedServer server(u"127.60.2.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"Empty"_s, {}));
+    server.setLibrary(library(), u"more"_s);
+    server.sendLibraryChanged();
+    QTRY_COMPARE_WITH_TIMEOUT(rig.bankA().currentServerUuid(), server.uuid, 10000);
+}
+
+void tst_UIControllerRegistry::aRenameClearsTheSelectionOfBothBanks()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    rig.controller().serverNameChanged(two.uuid, u"Zwei"_s);
+    QVERIFY(rig.bankA().currentServerUuid().isNull());
+    QVERIFY(rig.bankB().currentServerUuid().isNull());
+    QCOMPARE(rig.comboBox(rig.bankA()).currentIndex(), -1);
+    QVERIFY(rig.isSyncWarningShown());
+}
+
+void tst_UIControllerRegistry::aRenameOffersTheWholeListInBothBanks()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    rig.controller().serverNameChanged(two.uuid, u"Zwei"_s);
+    const QStringList all{u"One"_s, u"Zwei"_s};
+    QCOMPARE(rig.offered(rig.bankA()), all);
+    QCOMPARE(rig.offered(rig.bankB()), all);
+}
+
+void tst_UIControllerRegistry::aNewInterfaceRefreshesTheLibrary()
+{
+    PlayedServer server(u"127.60.2.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"One"_s, library()));
+    rig.controller().addServerConnection(server.uuid, QHostAddress(u"127.60.2.9"_s), 16);
+    QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
+    const Server &record = rig.controller().connectedServer(server.uuid);
+    QCOMPARE(record.connections.size(), 2);
+    QCOMPARE(record.connections.last(), ServerConnection(QHostAddress(u"127.60.2.9"_s), 16));
+}
+
+void tst_UIControllerRegistry::anInterfaceOfAnUnknownServerChangesNothing()
+{
+    ControllerRig rig;
+    rig.controller().addServerConnection(QUuid::createUuid(), QHostAddress(u"127.60.2.9"_s), 16);
+    rig.controller().removeServerConnection(QUuid::createUuid(), QHostAddress(u"127.60.2.9"_s), 16);
+    QVERIFY(rig.model().servers.isEmpty());
+}
+
+void tst_UIControllerRegistry::aLostInterfaceIsForgottenByAddressAndMask()
+{
+    PlayedServer server(u"127.60.2.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"One"_s, library()));
+    const Server &record = rig.controller().connectedServer(server.uuid);
+    rig.controller().removeServerConnection(server.uuid, server.wire.address(), 24);
+    QCOMPARE(record.connections.size(), 1);
+    rig.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
+    QCOMPARE(record.connections.size(), 0);
+    QCOMPARE(rig.bankA().currentServerUuid(), server.uuid);
+    QCOMPARE(server.libraryRequests(), 1);
+}
+
+void tst_UIControllerRegistry::aServerWithoutInterfacesIsNotAsked()
+{
+    PlayedServer server(u"127.60.2.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"One"_s, library()));
+    rig.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
+    rig.controller().serverLibraryChanged(server.uuid);
+    rig.controller().addServerConnection(server.uuid, server.wire.address(), 8);
+    QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
+    QCOMPARE(server.libraryRequests(), 2);
+}
+
+void tst_UIControllerRegistry::aChangedLibraryIsFetchedAndDrawn()
+{
+    PlayedServer server(u"127.60.2.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"One"_s, library()));
+    server.setLibrary({folder(0, u"Outro"_s)}, u"other"_s);
+    server.sendLibraryChanged();
+    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankA()).item(0)->text(), u"Outro"_s, 10000);
+    QCOMPARE(rig.bankA().currentServerUuid(), server.uuid);
+    QCOMPARE(server.wire.requests("/brenvoka/notifier.html").size(), 1);
+}
+
+void tst_UIControllerRegistry::aChangeOfAnUnknownServerFetchesNothing()
+{
+    PlayedServer server(u"127.60.2.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"One"_s, library()));
+    rig.controller().serverLibraryChanged(QUuid());
+    rig.controller().serverLibraryChanged(QUuid::createUuid());
+    rig.controller().serverLibraryChanged(server.uuid);
+    QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
+    QCOMPARE(server.libraryRequests(), 2);
+}
+
+void tst_UIControllerRegistry::noServerChosenDisablesTheTransfer()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    QVERIFY(rig.isTransferEnabled());
+    rig.comboBox(rig.bankB()).setCurrentIndex(-1);
+    QVERIFY(!rig.isTransferEnabled());
+    QVERIFY(rig.isSyncWarningShown());
+}
+
+void tst_UIControllerRegistry::ratesAreShownByTheBankOfTheServer()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    const auto label = [](const BVServerBank &bank, const char *name) {
+        return childOf<QLabel>(bank, name).text();
+    };
+    two.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":59.5,"TFPS":60.25,"MFPS":30,"FS":true})"));
+    QTRY_COMPARE_WITH_TIMEOUT(label(rig.bankB(), "serverStatusLabel"), u"Connected"_s, 10000);
+    QCOMPARE(label(rig.bankB(), "cpuValueLabel"), u"59.50"_s);
+    QCOMPARE(label(rig.bankB(), "gpuValueLabel"), u"60.25"_s);
+    QCOMPARE(label(rig.bankA(), "serverStatusLabel"), u"Disconnected"_s);
+    const Server &record = rig.controller().connectedServer(two.uuid);
+    QVERIFY(record.hasFpsStats && record.isFullScreen);
+    QCOMPARE(record.monitorFps, 30.0F);
+
+    rig.controller().removeServer(two.uuid);
+    QCOMPARE(label(rig.bankB(), "serverStatusLabel"), u"Disconnected"_s);
+    QCOMPARE(label(rig.bankB(), "cpuValueLabel"), u"0.00"_s);
+}
+
+void tst_UIControllerRegistry::ratesOfAnUnknownServerAreDropped()
+{
+    ControllerRig rig;
+    rig.controller().serverUpdateFpsStats(QUuid(), 1, 2, 3, true);
+    rig.controller().serverUpdateFpsStats(QUuid::createUuid(), 1, 2, 3, true);
+    QCOMPARE(childOf<QLabel>(rig.bankA(), "serverStatusLabel").text(), u"Disconnected"_s);
+}
+
+void tst_UIControllerRegistry::theSignHidesOnlyWhileTwoServersAreEqual()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    ControllerRig rig;
+    QVERIFY(rig.isSyncWarningShown());
+    one.setLibrary(library(), u"same"_s);
+    QVERIFY(rig.discover(one, u"One"_s));
+    QVERIFY(rig.isSyncWarningShown());
+    two.setLibrary(library(), u"same"_s);
+    QVERIFY(rig.discover(two, u"Two"_s));
+    QVERIFY(!rig.isSyncWarningShown());
+
+    two.setLibrary(library(), u"other"_s);
+    two.sendLibraryChanged();
+    QTRY_VERIFY_WITH_TIMEOUT(rig.isSyncWarningShown(), 10000);
+    two.setLibrary(library(), u"same"_s);
+    two.sendLibraryChanged();
+    QTRY_VERIFY_WITH_TIMEOUT(!rig.isSyncWarningShown(), 10000);
+
+    rig.controller().removeServer(two.uuid);
+    QVERIFY(rig.isSyncWarningShown());
+    rig.controller().removeServer(one.uuid);
+    QVERIFY(rig.isSyncWarningShown());
+}
+
+void tst_UIControllerRegistry::theTransferIsEnabledWithTwoServers()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    ControllerRig rig;
+    QVERIFY(!rig.isTransferEnabled());
+    QVERIFY(rig.bringUp(one, u"One"_s, library(), 32));
+    QVERIFY(!rig.isTransferEnabled());
+    // Whether the two reach each other doesn't matter here.
+    QVERIFY(rig.bringUp(two, u"Two"_s, library(), 32));
+    QVERIFY(rig.isTransferEnabled());
+    rig.controller().removeServer(one.uuid);
+    QVERIFY(!rig.isTransferEnabled());
+}
+
+void tst_UIControllerRegistry::aServerThatReachesNobodyDisablesTheTransfer()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    LogCapture log;
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    rig.controller().removeServerConnection(one.uuid, one.wire.address(), 8);
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    rig.controller().serverConnected(two.uuid, two.wire.address());
+    QCOMPARE(modals.seen().value(0).text, u"The servers don't share a subnet"_s);
+    QVERIFY(!rig.isTransferEnabled());
+    QVERIFY(log.texts().contains(u"Server don't share a subnet"_s));
+}
+
+QTEST_MAIN(tst_UIControllerRegistry)
+#include "tst_UIControllerRegistry.moc"
