@@ -21,6 +21,10 @@ if(MSVC)
 else()
     target_compile_options(brenvoka-build INTERFACE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+    # GCC 12 sees overlapping copies inside std::string where there are none (GCC bug 105651).
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        target_compile_options(brenvoka-build INTERFACE -Wno-restrict)
+    endif()
 endif()
 if(BRENVOKA_SANITIZERS)
     target_compile_options(brenvoka-build INTERFACE
