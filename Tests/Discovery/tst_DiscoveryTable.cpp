@@ -1,0 +1,248 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "OpenSocket.h"
+#include "Support/Announcer.h"
+#include "Support/FailOnWarning.h"
+
+#include <QFile>
+#include <QTemporaryFile>
+#include <QTest>
+
+#include <cstdio>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+int drain(Discovery::DiscoverySocket &socket)
+{
+    int announcements = 0;
+    while (Discovery::poll(socket))
+        ++announcements;
+    return announcements;
+}
+
+} // namespace
+
+/// The table of senders, fed with real datagrams.
+class tst_DiscoveryTable final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void announcementFillsOneEntry();
+    void shortDatagramIsCountedAndNotTaken_data();
+    void shortDatagramIsCountedAndNotTaken();
+    void otherTypeIsCountedAndEndsTheDraining();
+    void firstAnnouncementOfAnAddressWins();
+    void portOfTheSenderDoesNotCount();
+    void eleventhSenderIsDroppedAndHeardLater();
+    void countsSurviveAReset();
+    void everyPollClearsTheSeenFlags();
+    void listsNames();
+    void findsByExactName();
+    void negativeCountIsGivenAsNone();
+    void newEntriesAreToldOnStandardOutput();
+};
+
+void tst_DiscoveryTable::announcementFillsOneEntry()
+{
+    OpenSocket socket;
+    const Announcer sender(u"127.10.1.1"_s);
+    sender.send(announcement({.name = "Stage left"}));
+    QVERIFY(Discovery::poll(socket));
+
+    Discovery::DiscoveredServer *table = nullptr;
+    std::size_t count = 99;
+    Discovery::servers(socket, table, count);
+    QCOMPARE(count, 1U);
+    QCOMPARE(ntohl(table->source.sin_addr.s_addr), 0x7F0A0101U);
+    QCOMPARE(ntohs(table->source.sin_port), sender.port());
+    QCOMPARE(QByteArray(table->payload.data()), "Stage left"_ba);
+    QCOMPARE(table->netmask, 0x00FFFFFFU);
+    QVERIFY(table->seen);
+    QCOMPARE(socket.datagramsReceived, 1);
+    QCOMPARE(socket.bytesReceived, 128);
+    QVERIFY(!Discovery::poll(socket));
+}
+
+void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken_data()
+{
+    QTest::addColumn<int>("size");
+    for (const int size : {0, 1, 4, 127})
+        QTest::addRow("%d bytes", size) << size;
+}
+
+void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken()
+{
+    QFETCH(const int, size);
+    OpenSocket socket;
+    Announcer(u"127.10.1.1"_s).send(announcement({}).first(size));
+    QVERIFY(!Discovery::poll(socket));
+    QCOMPARE(socket.datagramsReceived, 1);
+    QCOMPARE(socket.bytesReceived, size);
+    QCOMPARE(Discovery::serverCount(socket), 0);
+    QCOMPARE(socket.lastError, 0);
+}
+
+void tst_DiscoveryTable::otherTypeIsCountedAndEndsTheDraining()
+{
+    OpenSocket socket;
+    const Announcer first(u"127.10.1.1"_s);
+    const Announcer second(u"127.10.1.2"_s);
+    first.send(announcement({.type = 2}));
+    second.send(announcement({}));
+
+    QCOMPARE(drain(socket), 0);
+    QCOMPARE(socket.datagramsReceived, 1);
+    QCOMPARE(Discovery::serverCount(socket), 0);
+    QCOMPARE(drain(socket), 1);
+    QCOMPARE(socket.datagramsReceived, 2);
+}
+
+void tst_DiscoveryTable::firstAnnouncementOfAnAddressWins()
+{
+    OpenSocket socket;
+    const Announcer sender(u"127.10.1.1"_s);
+    sender.send(announcement({.name = "first"}));
+    sender.send(announcement(
+        {.uuid = QUuid::createUuid(), .name = "second", .mask = QByteArray("\0\0\0\xff", 4)}));
+    QCOMPARE(drain(socket), 2);
+    QCOMPARE(Discovery::allNames(socket), std::vector<std::string>{"first"});
+    QCOMPARE(socket.servers[0].netmask, 0x00FFFFFFU);
+}
+
+void tst_DiscoveryTable::portOfTheSenderDoesNotCount()
+{
+    OpenSocket socket;
+    const Announcer first(u"127.10.1.1"_s);
+    const Announcer second(u"127.10.1.1"_s);
+    QVERIFY(first.port() != second.port());
+    first.send(announcement({}));
+    second.send(announcement({}));
+    QCOMPARE(drain(socket), 2);
+    QCOMPARE(Discovery::serverCount(socket), 1);
+    QCOMPARE(ntohs(socket.servers[0].source.sin_port), first.port());
+}
+
+void tst_DiscoveryTable::eleventhSenderIsDroppedAndHeardLater()
+{
+    OpenSocket socket;
+    for (int i = 1; i <= 11; ++i)
+        Announcer(u"127.10.1.%1"_s.arg(i)).send(announcement({.name = QByteArray::number(i)}));
+    QCOMPARE(drain(socket), 11);
+    QCOMPARE(Discovery::serverCount(socket), 10);
+    QVERIFY(!Discovery::findByName(socket, "11"));
+
+    Discovery::resetTable(socket);
+    Announcer(u"127.10.1.11"_s).send(announcement({.name = "11"}));
+    QCOMPARE(drain(socket), 1);
+    QVERIFY(Discovery::findByName(socket, "11"));
+}
+
+void tst_DiscoveryTable::countsSurviveAReset()
+{
+    OpenSocket socket;
+    const Announcer sender(u"127.10.1.1"_s);
+    for (int round = 1; round <= 3; ++round) {
+        sender.send(announcement({}) + "tail");
+        QCOMPARE(drain(socket), 1);
+        Discovery::resetTable(socket);
+        QCOMPARE(Discovery::serverCount(socket), 0);
+        QCOMPARE(socket.servers[0].netmask, 0U);
+        QCOMPARE(socket.datagramsReceived, round);
+        QCOMPARE(socket.bytesReceived, 132 * round);
+    }
+}
+
+void tst_DiscoveryTable::everyPollClearsTheSeenFlags()
+{
+    OpenSocket socket;
+    const Announcer first(u"127.10.1.1"_s);
+    const Announcer second(u"127.10.1.2"_s);
+    first.send(announcement({.name = "first"}));
+    second.send(announcement({.name = "second"}));
+    first.send(announcement({.name = "again"}));
+    const auto seen = [&socket] {
+        std::vector<std::string> names{"kept"};
+        Discovery::seenNames(socket, names);
+        return names;
+    };
+    using Names = std::vector<std::string>;
+
+    QVERIFY(Discovery::poll(socket));
+    QCOMPARE(seen(), (Names{"kept", "first"}));
+    QVERIFY(Discovery::poll(socket));
+    QCOMPARE(seen(), (Names{"kept", "second"}));
+    QVERIFY(Discovery::poll(socket));
+    QCOMPARE(seen(), (Names{"kept", "first"}));
+    QVERIFY(!Discovery::poll(socket));
+    QCOMPARE(seen(), Names{"kept"});
+}
+
+void tst_DiscoveryTable::listsNames()
+{
+    OpenSocket socket;
+    QVERIFY(Discovery::allNames(socket).empty());
+    for (const char *name : {"b", "a", "c"})
+        Announcer(u"127.10.1.%1"_s.arg(int(name[0]))).send(announcement({.name = name}));
+    QCOMPARE(drain(socket), 3);
+    QCOMPARE(Discovery::allNames(socket), (std::vector<std::string>{"b", "a", "c"}));
+}
+
+void tst_DiscoveryTable::findsByExactName()
+{
+    OpenSocket socket;
+    Announcer(u"127.10.1.1"_s).send(announcement({.name = "Stage left"}));
+    Announcer(u"127.10.1.2"_s).send(announcement({.name = "Stage"}));
+    Announcer(u"127.10.1.3"_s).send(announcement({.name = "Stage"}));
+    QCOMPARE(drain(socket), 3);
+    QCOMPARE(Discovery::findByName(socket, "Stage left"), &socket.servers[0]);
+    QCOMPARE(Discovery::findByName(socket, "Stage"), &socket.servers[1]);
+    QCOMPARE(Discovery::findByName(socket, "stage"), nullptr);
+    QCOMPARE(Discovery::findByName(socket, "Stage left "), nullptr);
+    QCOMPARE(Discovery::findByName(socket, ""), nullptr);
+}
+
+void tst_DiscoveryTable::negativeCountIsGivenAsNone()
+{
+    Discovery::DiscoverySocket socket{};
+    socket.serverCount = -3;
+    Discovery::DiscoveredServer *table = nullptr;
+    std::size_t count = 99;
+    Discovery::servers(socket, table, count);
+    QCOMPARE(count, 0U);
+    QCOMPARE(table, socket.servers.data());
+}
+
+void tst_DiscoveryTable::newEntriesAreToldOnStandardOutput()
+{
+    OpenSocket socket;
+    const Announcer first(u"127.10.1.1"_s);
+    for (const Announcer *sender : {&first, &first})
+        sender->send(announcement({}));
+    Announcer(u"127.10.1.2"_s).send(announcement({}));
+
+    QTemporaryFile output;
+    QVERIFY(output.open());
+    std::fflush(stdout);
+    const int before = dup(STDOUT_FILENO);
+    dup2(output.handle(), STDOUT_FILENO);
+    const int announcements = drain(socket);
+    std::fflush(stdout);
+    dup2(before, STDOUT_FILENO);
+    ::close(before);
+
+    QCOMPARE(announcements, 3);
+    QVERIFY(output.seek(0));
+    QCOMPARE(output.readAll(),
+             "Received discovery message from 127.10.1.1 adding to the list of servers\n"
+             "Received discovery message from 127.10.1.2 adding to the list of servers\n"_ba);
+}
+
+QTEST_GUILESS_MAIN(tst_DiscoveryTable)
+#include "tst_DiscoveryTable.moc"
