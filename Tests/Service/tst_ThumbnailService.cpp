@@ -4,6 +4,7 @@
 #include "Service/ThumbnailService.h"
 
 #include "Service/ThumbnailTestKit.h"
+#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/WireServer.h"
 
@@ -35,6 +36,7 @@ class tst_ThumbnailService : public QObject
 private slots:
     void init()
     {
+        failOnAnyWarning();
         QPixmapCache::clear();
         QPixmapCache::setCacheLimit(40960);
         peer = std::make_unique<WireServer>(u"127.30.2.1"_s);
@@ -169,7 +171,6 @@ private slots:
     void bodyThatIsNoImageShowsEmptyAndIsCached()
     {
         QFETCH(QByteArray, response);
-        QTest::failOnWarning(QRegularExpression(u".*"_s));
         peer->on(thumbnails, [response](const WireRequest &request) { request.send(response); });
         load(*a, {{9, u"x"_s}});
         QTRY_COMPARE(a->finished.size(), 1);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ThumbnailTestKit.h"
+#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/WireServer.h"
 
@@ -31,6 +32,7 @@ class tst_ThumbnailServicePair : public QObject
 private slots:
     void init()
     {
+        failOnAnyWarning();
         QPixmapCache::clear();
         peer = std::make_unique<WireServer>(u"127.30.3.1"_s);
         manager = std::make_unique<QNetworkAccessManager>();

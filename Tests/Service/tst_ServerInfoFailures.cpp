@@ -1,0 +1,183 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ServerInfoRig.h"
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+
+#include <QNetworkReply>
+#include <QTest>
+
+using namespace LibraryWire;
+using namespace Qt::Literals::StringLiterals;
+
+/// Answers that are refused, and servers of which nothing is asked any more.
+class tst_ServerInfoFailures : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        rig = std::make_unique<ServerInfoRig>(u"127.30.5.1"_s);
+    }
+
+    void cleanup() { rig.reset(); }
+
+    void malformedFeatureListClosesTheDoor_data()
+    {
+        QTest::addColumn<QByteArray>("headers");
+        const auto row = [](const char *name, const QByteArray &version, const QByteArray &text) {
+            QTest::newRow(name) << QByteArray(version + "X-BVFeatureList: " + text + "\r\n");
+        };
+        row("2", versionHeader, "2");
+        row("late", versionHeader, "1111112");
+        row("letter", versionHeader, "a");
+        row("blank inside", versionHeader, "1 0");
+        row("with a version that would be refused", {}, "2");
+    }
+
+    void malformedFeatureListClosesTheDoor()
+    {
+        QFETCH(QByteArray, headers);
+        LogCapture log;
+        rig->peer.answer(libraryPath, emptyLibrary, headers);
+        const Server server = rig->server();
+        rig->service.requestLibrary(server);
+        QTRY_COMPARE(log.texts().filter(u"invalid bitset<N> char"_s).size(), 1);
+        verifyDoorIsClosed(server);
+    }
+
+    void failedDownloadClosesTheDoorForGood_data()
+    {
+        QTest::addColumn<QByteArray>("response");
+        QTest::newRow("404") << Wire::response(emptyLibrary, versionHeader, "404 Not Found");
+        QTest::newRow("500") << Wire::response(emptyLibrary, versionHeader, "500 Oops");
+        QTest::newRow("closed without an answer") << QByteArray();
+        QTest::newRow("half a head") << QByteArray("HTTP/1.1 200 OK\r\nX-BVProto");
+        QTest::newRow("half a body") << Wire::response(emptyLibrary, versionHeader).chopped(5);
+    }
+
+    void failedDownloadClosesTheDoorForGood()
+    {
+        QFETCH(QByteArray, response);
+        LogCapture log;
+        rig->peer.on(libraryPath, [response](const WireRequest &request) {
+            request.send(response);
+            request.close();
+        });
+        const Server server = rig->server();
+        rig->service.requestLibrary(server);
+        QTRY_COMPARE(
+            log.texts()
+                .filter(u"Failed to download server info from http://127.30.5.1:4567/brenvoka/"
+                        "library.json?ver=281474976710656 error: "_s)
+                .size(),
+            1);
+        verifyDoorIsClosed(server);
+    }
+
+    void refusedConnectionClosesTheDoor()
+    {
+        LogCapture log;
+        Server server = rig->server();
+        server.connections.first().first = QHostAddress(u"127.30.5.77"_s);
+        rig->service.requestLibrary(server);
+        QTRY_COMPARE(log.texts().filter(u"Failed to download server info from"_s).size(), 1);
+        verifyDoorIsClosed(server);
+    }
+
+    /// Whatever addresses later replies have: none may open a door again.
+    void doorsStayClosedWhileManyOthersComeAndGo()
+    {
+        constexpr int count = 40;
+        LogCapture log;
+        rig->peer.answer(libraryPath, {}, {}, "404 Not Found");
+        QList<Server> closed;
+        for (int i = 0; i < count; ++i) {
+            closed.append(rig->server());
+            rig->service.requestLibrary(closed.constLast());
+        }
+        QTRY_COMPARE(log.texts().filter(u"Failed to download server info"_s).size(), count);
+        rig->peer.forgetRequests();
+        rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
+        for (int i = 0; i < count; ++i)
+            rig->service.requestLibrary(rig->server());
+        QTRY_COMPARE(rig->spy.size(), count);
+        for (const Server &server : closed)
+            rig->service.requestLibrary(server);
+        rig->service.requestLibrary(rig->server());
+        QTRY_COMPARE(rig->spy.size(), count + 1);
+        QCOMPARE(rig->peer.requests().size(), count + 1);
+    }
+
+    void refusedBodyLeavesTheDoorOpen_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::newRow("empty") << QByteArray();
+        QTest::newRow("no JSON") << QByteArray("<html>");
+        QTest::newRow("no hash") << QByteArray(R"({"folders":[]})");
+        QTest::newRow("NUL before the document") << '\0' + emptyLibrary;
+    }
+
+    void refusedBodyLeavesTheDoorOpen()
+    {
+        QFETCH(QByteArray, body);
+        LogCapture log;
+        rig->peer.answer(libraryPath, body, versionHeader);
+        const Server server = rig->server(u"Büro"_s);
+        rig->service.requestLibrary(server);
+        QTRY_COMPARE(
+            log.texts().filter(u"Error while parsing library.json from server Büro"_s).size(), 1);
+        QCOMPARE(rig->spy.size(), 0);
+
+        rig->peer.answer(libraryPath, emptyLibrary + '\0' + "rest", versionHeader);
+        rig->service.requestLibrary(server);
+        QTRY_COMPARE(rig->spy.size(), 1);
+    }
+
+    void redirectIsNotFollowed()
+    {
+        LogCapture log;
+        rig->peer.answer(libraryPath, {}, "Location: http://127.30.5.1:4567/elsewhere\r\n",
+                         "302 Found");
+        rig->service.requestLibrary(rig->server());
+        QTRY_COMPARE(log.texts().filter(u"for unsupported version"_s).size(), 1);
+        QCOMPARE(rig->peer.requests().size(), 1);
+    }
+
+    void unknownReplyIsLogged()
+    {
+        LogCapture log;
+        QNetworkAccessManager other;
+        auto *reply = other.get(QNetworkRequest(QUrl(u"data:,x"_s)));
+        QSignalSpy destroyed(reply, &QObject::destroyed);
+        QVERIFY(QMetaObject::invokeMethod(&rig->service, "downloadFinished",
+                                          Q_ARG(QNetworkReply *, reply)));
+        QTRY_COMPARE(log.texts().filter(u"Reply was not found for server info"_s).size(), 1);
+        QTRY_COMPARE(destroyed.size(), 1);
+        QCOMPARE(rig->spy.size(), 0);
+    }
+
+private:
+    /// Another server is still served, which shows that the calls before it sent nothing.
+    void verifyDoorIsClosed(Server server)
+    {
+        rig->peer.forgetRequests();
+        rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
+        rig->service.requestLibrary(server);
+        server.name = u"another name"_s;
+        rig->service.requestLibrary(server);
+        const Server other = rig->server();
+        rig->service.requestLibrary(other);
+        QTRY_COMPARE(rig->spy.size(), 1);
+        QCOMPARE(rig->received().uuid, other.uuid);
+        QCOMPARE(rig->peer.requests().size(), 1);
+    }
+
+    std::unique_ptr<ServerInfoRig> rig;
+};
+
+QTEST_GUILESS_MAIN(tst_ServerInfoFailures)
+#include "tst_ServerInfoFailures.moc"
