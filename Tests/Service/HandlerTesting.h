@@ -6,16 +6,37 @@
 #include "Service/ServerConnectionHandler.h"
 #include "Support/WireServer.h"
 
+#include <QEventLoop>
 #include <QFile>
 #include <QStringList>
 #include <QTest>
+#include <QTimer>
+
+#include <functional>
 
 using namespace Qt::Literals::StringLiterals;
 
-/// QTRY_COMPARE that looks more often and has a bound that a busy machine keeps.
+/// Runs an event loop until the condition holds, ten seconds at most. Unlike QTest::qWaitFor it
+/// does not sleep while there are events.
+inline bool waitUntil(const std::function<bool()> &condition)
+{
+    QEventLoop loop;
+    QTimer check;
+    QObject::connect(&check, &QTimer::timeout, &loop, [&] {
+        if (condition())
+            loop.quit();
+    });
+    check.start(1);
+    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+    if (!condition())
+        loop.exec();
+    return condition();
+}
+
+/// QTRY_COMPARE by waitUntil.
 #define EVENTUALLY(actual, expected)                                                               \
     do {                                                                                           \
-        (void)QTest::qWaitFor([&] { return (actual) == (expected); }, 10000);                      \
+        (void)waitUntil([&] { return (actual) == (expected); });                                   \
         QCOMPARE(actual, expected);                                                                \
     } while (false)
 
@@ -41,7 +62,10 @@ inline QByteArray wireFile(const QString &name)
 /// Reads the fields of a handler that nothing else shows.
 struct ServerConnectionHandlerProbe
 {
-    ServerConnectionHandler &handler;
+    explicit ServerConnectionHandlerProbe(ServerConnectionHandler &probed)
+        : handler(probed)
+    {
+    }
 
     [[nodiscard]] int pendingRequests() const { return handler.pendingRequests; }
     [[nodiscard]] QByteArray receiveBuffer() const { return handler.receiveBuffer; }
@@ -54,8 +78,22 @@ struct ServerConnectionHandlerProbe
     RemoveRequest &removeInFlight() { return handler.removeInFlight; }
     RenameRequest &renameInFlight() { return handler.renameInFlight; }
     [[nodiscard]] MoveRequest moveInFlight() const { return handler.moveInFlight; }
+    [[nodiscard]] bool nothingInFlight() const
+    {
+        return idle(handler.removeInFlight) && idle(handler.moveInFlight) &&
+               idle(handler.renameInFlight);
+    }
     [[nodiscard]] QNetworkReply *streamReply() const { return handler.streamReply; }
     [[nodiscard]] QNetworkReply *uploadReply() const { return handler.uploadReply; }
+
+private:
+    ServerConnectionHandler &handler;
+
+    template <typename Request>
+    static bool idle(const Request &request)
+    {
+        return request.command == 0 && request.reply == nullptr && request.folderSlot == -1;
+    }
 };
 
 /// Every signal of a handler, in order of emission, as a line: "progress 3 17 42 1" is a
@@ -142,7 +180,7 @@ public:
     [[nodiscard]] QList<WireRequest> commands() const { return server.requests(executePath); }
     [[nodiscard]] bool waitForCommands(int count) const
     {
-        return server.waitForRequests(count, executePath);
+        return waitUntil([&] { return commands().size() >= count; });
     }
     [[nodiscard]] QByteArrayList commandBodies() const
     {

@@ -5,11 +5,8 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 
-#include <QEventLoop>
 #include <QPointer>
-#include <QTimer>
 
-#include <functional>
 #include <memory>
 
 namespace {
@@ -17,12 +14,6 @@ namespace {
 const QString address = u"127.20.2.1"_s;
 const QByteArray libraryChanged = json("{'msg_type':6}");
 const QByteArray shutdown = json("{'msg_type':4}");
-
-/// Runs an event loop until the condition holds, as a message box does until it is answered.
-bool nestedLoopUntil(const std::function<bool()> &condition)
-{
-    return QTest::qWaitFor(condition, 10000);
-}
 
 } // namespace
 
@@ -252,7 +243,7 @@ private slots:
         connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
             if (std::exchange(first, false)) {
                 rig->sendFrame(json("_type':5,'GFPS':3}"));
-                QVERIFY(nestedLoopUntil([&] { return rig->events.lines.size() == 5; }));
+                QVERIFY(waitUntil([&] { return rig->events.lines.size() == 5; }));
             }
         });
         rig->send(Wire::frame(libraryChanged) + Wire::frame(json("{'msg_type':5,'GFPS':1}")) +
@@ -272,7 +263,7 @@ private slots:
         bool nested = true;
         connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this, [&] {
             rig->stream.reset();
-            nested = nestedLoopUntil([&] { return rig->events.lines.size() == 3; });
+            nested = waitUntil([&] { return rig->events.lines.size() == 3; });
         });
         rig->send(Wire::frame(libraryChanged) + Wire::frame(shutdown));
         EVENTUALLY(rig->events.lines.size(), 3);
@@ -289,7 +280,7 @@ private slots:
         connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
             if (std::exchange(first, false)) {
                 rig->stream.send(Wire::lastChunk());
-                QVERIFY(nestedLoopUntil([&] { return rig->probe.streamReply() == nullptr; }));
+                QVERIFY(waitUntil([&] { return rig->probe.streamReply() == nullptr; }));
             }
         });
         rig->send(Wire::frame(libraryChanged) + Wire::frame(libraryChanged) +

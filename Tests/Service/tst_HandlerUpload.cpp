@@ -1,0 +1,281 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/HandlerTesting.h"
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+
+#include <QTemporaryDir>
+
+#include <memory>
+
+namespace {
+
+const QString address = u"127.20.6.1"_s;
+
+} // namespace
+
+/// The upload of one file.
+class tst_HandlerUpload : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        rig = std::make_unique<HandlerRig>(address);
+        QVERIFY(rig->open());
+    }
+
+    void cleanup() { rig.reset(); }
+
+    void bytesOfTheWire()
+    {
+        rig->handler.requestUpload(3, 17, file(u"sunset.png"_s, "FILE BYTES"));
+        QVERIFY(waitForUploads(1));
+        const WireRequest request = uploads().constFirst();
+        QCOMPARE(request.method, "POST");
+        QCOMPARE(request.target, uploadPath);
+        const QByteArray boundary = boundaryOf(request);
+        QVERIFY(!boundary.isEmpty());
+        QCOMPARE(request.body,
+                 wireFile(u"upload-folder-3-slot-17.multipart"_s).replace("BOUNDARY", boundary));
+        QCOMPARE(rig->probe.pendingRequests(), 0);
+    }
+
+    void fileNames_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("onTheWire");
+        QTest::newRow("quotation marks") << u"a\"b\".png"_s << "a%22b%22.png"_ba;
+        QTest::newRow("line breaks") << u"a\r\nb"_s << "a%0D%0Ab"_ba;
+        QTest::newRow("beyond Latin 1") << u"Bühne 舞台.png"_s << u"Bühne 舞台.png"_s.toUtf8();
+        QTest::newRow("percent, backslash and semicolon") << u"50%22\\;x"_s << "50%22\\;x"_ba;
+    }
+
+    void fileNames()
+    {
+        QFETCH(const QString, name);
+        QFETCH(const QByteArray, onTheWire);
+        rig->handler.requestUpload(3, 17, file(name, "x"));
+        QVERIFY(waitForUploads(1));
+        QVERIFY2(uploads().constFirst().body.contains(
+                     "\r\nContent-Disposition: form-data; name=\"visualFile\"; filename=\"" +
+                     onTheWire + "\"\r\n"),
+                 uploads().constFirst().body.constData());
+    }
+
+    void answers_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("done") << successBody << u"uploaded"_s;
+        QTest::newRow("refused") << json("{'msg_type':7,'RESULT':4}")
+                                 << u"upload error \"Media library folder is in use\""_s;
+        QTest::newRow("no text") << json("{'msg_type':7,'RESULT':3}") << u"upload error \"\""_s;
+        QTest::newRow("no result") << "<html>"_ba << u"upload error \"Invalid response data\""_s;
+    }
+
+    void answers()
+    {
+        QFETCH(const QByteArray, body);
+        QFETCH(const QString, line);
+        rig->server.answer(uploadPath, body);
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        EVENTUALLY(withoutProgress(), QStringList{line});
+        QCOMPARE(rig->events.lines.last(), line);
+        QCOMPARE(rig->probe.uploadReply(), nullptr);
+        QCOMPARE(rig->probe.pendingRequests(), 0);
+    }
+
+    void refusalIsLogged()
+    {
+        LogCapture log;
+        rig->server.answer(uploadPath, json("{'msg_type':7,'RESULT':3,'ERROR':'Disk is full'}"));
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        EVENTUALLY(withoutProgress(), QStringList{u"upload error \"Disk is full\""_s});
+        QCOMPARE(log.texts(),
+                 QStringList{u"Upload failed on server 127.20.6.1 reason: Disk is full"_s});
+    }
+
+    void networkFailure()
+    {
+        LogCapture log;
+        rig->server.answer(uploadPath, successBody, {}, "404 Nothing");
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        EVENTUALLY(
+            withoutProgress(),
+            QStringList{
+                u"upload error \"Error transferring "
+                "http://127.20.6.1:4567/brenvoka/upload.html - server replied: Nothing\""_s});
+        QCOMPARE(log.texts(), QStringList{u"File upload error: 203"_s});
+        QCOMPARE(rig->probe.uploadReply(), nullptr);
+        EVENTUALLY(rig->probe.pendingRequests(), -1);
+    }
+
+    void fileThatCannotBeOpenedIsSilent()
+    {
+        rig->handler.requestUpload(3, 17, directory.filePath(u"missing"_s));
+        rig->handler.requestUpload(3, 17, directory.path());
+        QCOMPARE(rig->probe.uploadReply(), nullptr);
+        rig->handler.requestUpload(3, 18, file(u"a.png"_s, "x"));
+        QVERIFY(waitForUploads(1));
+        QCOMPARE(uploads().size(), 1);
+        QVERIFY(uploads().constFirst().body.contains("\r\n18\r\n"));
+        QCOMPARE(withoutProgress(), QStringList());
+    }
+
+    void secondUploadIsDropped()
+    {
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        QVERIFY(waitForUploads(1));
+        rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
+        uploads().constFirst().answer(successBody);
+        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        QCOMPARE(uploads().size(), 1);
+        rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
+        QVERIFY(waitForUploads(2));
+    }
+
+    void cancelIsSilent()
+    {
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        QVERIFY(waitForUploads(1));
+        rig->handler.cancelUpload();
+        rig->handler.cancelUpload();
+        QCOMPARE(rig->probe.uploadReply(), nullptr);
+        QCOMPARE(rig->probe.pendingRequests(), -1);
+        EVENTUALLY(rig->server.openConnections(), 1);
+        QCOMPARE(withoutProgress(), QStringList());
+
+        rig->server.answer(uploadPath, successBody);
+        rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
+        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+    }
+
+    void cancelFromInsideProgress()
+    {
+        connect(&rig->handler, &ServerConnectionHandler::uploadedFileProgress, &rig->handler,
+                [this] { rig->handler.cancelUpload(); });
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        EVENTUALLY(rig->events.lines.size(), 1);
+        EVENTUALLY(rig->server.openConnections(), 1);
+        QCOMPARE(withoutProgress(), QStringList());
+    }
+
+    void stopCancelsTheUpload()
+    {
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        QVERIFY(waitForUploads(1));
+        rig->handler.stop();
+        QCOMPARE(rig->probe.uploadReply(), nullptr);
+        EVENTUALLY(rig->server.openConnections(), 0);
+        QCOMPARE(withoutProgress(), QStringList());
+    }
+
+    void progressInPercent_data()
+    {
+        QTest::addColumn<qlonglong>("sent");
+        QTest::addColumn<qlonglong>("total");
+        QTest::addColumn<QStringList>("lines");
+        const auto row = [](qlonglong sent, qlonglong total, const QStringList &lines) {
+            QTest::addRow("%lld of %lld", sent, total) << sent << total << lines;
+        };
+        row(0, 100, {});
+        row(100, 0, {});
+        row(0, 0, {});
+        row(50, -1, {});
+        row(1, 3, {u"upload progress 33"_s});
+        row(100, 100, {u"upload progress 100"_s});
+        row(1, 1000, {u"upload progress 0"_s});
+        row(999, 1000, {u"upload progress 99"_s});
+        // The quotient is a float: 0.29 is a little less there.
+        row(29, 100, {u"upload progress 28"_s});
+        row(5'000'000'000, 10'000'000'000, {u"upload progress 50"_s});
+    }
+
+    void progressInPercent()
+    {
+        QFETCH(const qlonglong, sent);
+        QFETCH(const qlonglong, total);
+        QVERIFY(QMetaObject::invokeMethod(&rig->handler, "uploadProgress", Q_ARG(qlonglong, sent),
+                                          Q_ARG(qlonglong, total)));
+        QTEST(rig->events.lines, "lines");
+    }
+
+    void progressReachesTheEnd()
+    {
+        rig->server.answer(uploadPath, successBody);
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, QByteArray(1 << 20, 'x')));
+        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        QVERIFY(rig->events.lines.contains(u"upload progress 100"_s));
+    }
+
+    void commandsLeaveRoomForAnUpload()
+    {
+        QList<VisualRef> visuals;
+        for (int slot = 1; slot <= 20; ++slot)
+            visuals.append({1, slot});
+        rig->handler.requestSync(rig->server.address(), visuals);
+        QVERIFY(rig->waitForCommands(4));
+        rig->events.lines.clear();
+        rig->server.answer(uploadPath, successBody);
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        QCOMPARE(rig->commands().size(), 4);
+    }
+
+    // The server takes nothing, so what has been read from disk is what waits in buffers.
+    void fileIsReadAsItGoesOut()
+    {
+        constexpr qint64 size = qint64{1} << 30;
+        QFile large(file(u"large.mov"_s, {}));
+        QVERIFY(large.resize(size));
+        rig->server.setReading(false);
+        rig->handler.requestUpload(3, 17, large.fileName());
+        const auto *open = rig->probe.uploadReply()->findChild<QFile *>();
+        QVERIFY(open);
+        EVENTUALLY(open->pos() > 0, true);
+        qint64 position = -1;
+        QVERIFY(waitUntil([&] {
+            QTest::qWait(100);
+            return std::exchange(position, open->pos()) == open->pos();
+        }));
+        QVERIFY2(position < size / 16, qPrintable(QString::number(position)));
+    }
+
+private:
+    QString file(const QString &name, const QByteArray &content)
+    {
+        QFile local(directory.filePath(name));
+        if (!local.open(QIODevice::WriteOnly) || local.write(content) != content.size())
+            qFatal("Cannot write %s", qPrintable(local.fileName()));
+        return local.fileName();
+    }
+
+    [[nodiscard]] QList<WireRequest> uploads() const { return rig->server.requests(uploadPath); }
+    [[nodiscard]] bool waitForUploads(int count) const
+    {
+        return waitUntil([&] { return uploads().size() >= count; });
+    }
+    [[nodiscard]] QStringList withoutProgress() const
+    {
+        QStringList lines = rig->events.lines;
+        lines.removeIf([](const QString &line) { return line.startsWith(u"upload progress"_s); });
+        return lines;
+    }
+
+    static QByteArray boundaryOf(const WireRequest &request)
+    {
+        const QByteArray type = request.header("Content-Type");
+        const QByteArray prefix = "multipart/form-data; boundary=\"";
+        return type.startsWith(prefix) ? type.mid(prefix.size()).chopped(1) : QByteArray();
+    }
+
+    QTemporaryDir directory;
+    std::unique_ptr<HandlerRig> rig;
+};
+
+QTEST_GUILESS_MAIN(tst_HandlerUpload)
+#include "tst_HandlerUpload.moc"
