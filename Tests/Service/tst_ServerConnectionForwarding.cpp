@@ -1,0 +1,129 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ServiceTesting.h"
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+
+#include <QPointer>
+
+namespace {
+
+using Emission =
+    std::function<void(ServerConnectionHandler &, const QHostAddress &, const QUuid &)>;
+
+} // namespace
+
+/// The 17 signals of a handler and those of the service that they become.
+class tst_ServerConnectionForwarding : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        rig = std::make_unique<ServiceRig>();
+    }
+
+    void cleanup() { rig.reset(); }
+
+    void forwarding_data()
+    {
+        using H = ServerConnectionHandler;
+        using A = QHostAddress;
+        QTest::addColumn<QString>("check");
+        QTest::addColumn<Emission>("emission");
+        const auto row = [](const char *line, const QString &check, const Emission &emission) {
+            QTest::newRow(line) << check << emission;
+        };
+        row("syncProgressUpdate first 1 2 3 4", u"none"_s, [](H &h, const A &, const QUuid &id) {
+            emit h.handlerSyncProgressUpdate(id, 1, 2, 3, Brenvoka::SyncCanceling);
+        });
+        row("syncError first 1 2 3 error url", u"none"_s, [](H &h, const A &, const QUuid &id) {
+            emit h.handlerSyncError(id, 1, 2, Brenvoka::SyncFailed, u"error"_s, u"url"_s);
+        });
+        row("syncFinished first 1 2", u"none"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.handlerSyncRequestFinished(id, 1, 2); });
+        row("syncOperationFinished first", u"id"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.handlerSyncOperationFinished(id); });
+        row("serverDisconnected first 3 error", u"id"_s,
+            [](H &h, const A &address, const QUuid &id) {
+                emit h.handlerServerDisconnected(address, id, Brenvoka::DisconnectNetworkError,
+                                                 u"error"_s);
+            });
+        row("serverConnected first 127.20.7.1", u"id"_s,
+            [](H &h, const A &address, const QUuid &id) {
+                emit h.handlerServerConnected(id, address);
+            });
+        row("uploadedFileProgress first 42", u"id"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.uploadedFileProgress(id, 42); });
+        row("uploadedFileError first error", u"id"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.uploadedFileError(id, u"error"_s); });
+        row("uploadedFileFinished first", u"id"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.uploadedFileFinished(id); });
+        row("movedFileError first error", u"id"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.handlerMoveFileError(id, u"error"_s); });
+        row("movedFileFinished first", u"id"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.handlerMoveFileFinished(id); });
+        row("serverLibraryChanged first", u"address"_s,
+            [](H &h, const A &address, const QUuid &id) {
+                emit h.connectedServerLibraryChanged(address, id);
+            });
+        row("serverUpdateStats first 1.5 2.5 3.5 true", u"address"_s,
+            [](H &h, const A &address, const QUuid &id) {
+                emit h.connectedServerUpdateStats(address, id, 1.5F, 2.5F, 3.5F, true);
+            });
+        row("visualRemoveError first 1 2 error", u"id"_s, [](H &h, const A &, const QUuid &id) {
+            emit h.handlerRemoveError(id, 1, 2, u"error"_s);
+        });
+        row("visualRemoveFinished first 1 2", u"id"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.handlerRemoveFinished(id, 1, 2); });
+        row("folderRenameError first 1 error", u"id"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.handlerRenameError(id, 1, u"error"_s); });
+        row("folderRenameFinished first 1", u"id"_s,
+            [](H &h, const A &, const QUuid &id) { emit h.handlerRenameFinished(id, 1); });
+    }
+
+    void forwarding()
+    {
+        QFETCH(const QString, check);
+        QFETCH(const Emission, emission);
+        const QString line = QString::fromLatin1(QTest::currentDataTag());
+        rig->service->addHandler(firstAddress, firstId);
+        const QPointer<ServerConnectionHandler> handler = rig->handlers().constFirst();
+
+        // Of a stranger: logged and dropped, unless nothing is checked.
+        LogCapture log;
+        emission(*handler, secondAddress, unknownId);
+        if (check == "none"_L1) {
+            QCOMPARE(rig->events.lines,
+                     QStringList{QString(line).replace(u"first"_s, unknownId.toString())});
+            QCOMPARE(log.texts(), QStringList());
+        } else {
+            QCOMPARE(rig->events.lines, QStringList());
+            QCOMPARE(log.texts(),
+                     QStringList{check == "id"_L1
+                                     ? u"Handler not found for id %1"_s.arg(unknownId.toString())
+                                     : u"Handler not found for address 127.20.7.2"_s});
+        }
+        rig->events.lines.clear();
+
+        emission(*handler, firstAddress, firstId);
+        QCOMPARE(rig->events.lines, QStringList{line});
+
+        // Cut off: the slot is not even asked. A lost server has left before.
+        rig->service->removeHandler(firstId);
+        emission(*handler, firstAddress, firstId);
+        QCOMPARE(rig->events.lines.size(), 1);
+        QCOMPARE(log.texts().filter(u"not found"_s).size(),
+                 (check == "none"_L1 ? 0 : 1) + (line.startsWith(u"serverDisconnected"_s) ? 1 : 0));
+        EVENTUALLY(handler.isNull(), true);
+    }
+
+private:
+    std::unique_ptr<ServiceRig> rig;
+};
+
+QTEST_GUILESS_MAIN(tst_ServerConnectionForwarding)
+#include "tst_ServerConnectionForwarding.moc"

@@ -1,0 +1,266 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ServiceTesting.h"
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+
+#include <QPointer>
+#include <QTemporaryDir>
+
+namespace {
+
+using Operation = std::function<void(ServerConnectionService &, const QUuid &)>;
+
+} // namespace
+
+/// The gate to the servers: what it hands on, what it logs and whom it keeps.
+class tst_ServerConnectionService : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        rig = std::make_unique<ServiceRig>();
+    }
+
+    void cleanup() { rig.reset(); }
+
+    void handlerBelongsToTheServiceAndConnects()
+    {
+        LogCapture log;
+        rig->service->addHandler(firstAddress, firstId);
+        QCOMPARE(log.texts().constFirst(), u"Adding handler for 127.20.7.1"_s);
+        QCOMPARE(rig->handlers().size(), 1);
+        QCOMPARE(rig->events.lines, QStringList());
+        rig->sendFromFirst(Wire::frame(libraryChanged));
+        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first 127.20.7.1"_s,
+                                                   u"serverLibraryChanged first"_s}));
+    }
+
+    void secondAddressForOneIdIsNotTaken()
+    {
+        rig->service->addHandler(firstAddress, firstId);
+        LogCapture log;
+        rig->service->addHandler(secondAddress, firstId);
+        QCOMPARE(rig->events.lines, QStringList{u"serverConnected first 127.20.7.1"_s});
+        QCOMPARE(log.texts(), QStringList());
+        QCOMPARE(rig->handlers().size(), 1);
+        QVERIFY(rig->first.waitForRequests(1, notifierPath));
+        QCOMPARE(rig->second.connectionCount(), 0);
+    }
+
+    void twoIdsMayShareAnAddress()
+    {
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->addHandler(firstAddress, secondId);
+        QCOMPARE(rig->handlers().size(), 2);
+        QVERIFY(rig->first.waitForRequests(2, notifierPath));
+        emit rig->handlers().last()->connectedServerLibraryChanged(firstAddress, secondId);
+        QCOMPARE(rig->events.lines, QStringList{u"serverLibraryChanged second"_s});
+    }
+
+    void missingHandler_data()
+    {
+        using S = ServerConnectionService;
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<Operation>("operation");
+        const QString text = u"Handler not found for id %1"_s.arg(unknownId.toString());
+        const QString textWithColon = u"Handler not found for id: %1"_s.arg(unknownId.toString());
+        const auto row = [](const char *name, const QString &logged, const Operation &operation) {
+            QTest::newRow(name) << logged << operation;
+        };
+        row("removeHandler", text, [](S &s, const QUuid &id) { s.removeHandler(id); });
+        row("requestRemove", text, [](S &s, const QUuid &id) { s.requestRemove(id, {{1, 2}}); });
+        row("cancelRemoves", text, [](S &s, const QUuid &id) { s.cancelRemoves(id); });
+        row("requestMove", textWithColon,
+            [](S &s, const QUuid &id) { s.requestMove(id, 1, 2, 3); });
+        row("requestUpload", textWithColon,
+            [](S &s, const QUuid &id) { s.requestUpload(id, 1, 2, u"/dev/null"_s); });
+        row("cancelUpload", textWithColon, [](S &s, const QUuid &id) { s.cancelUpload(id); });
+        row("requestSync", textWithColon, [](S &s, const QUuid &id) {
+            s.requestSync(secondAddress, id, {{1, 2}});
+        });
+        row("requestRename", textWithColon, [](S &s, const QUuid &id) {
+            s.requestRename(id, {{1, u"a"_s}});
+        });
+        row("clearPendingRemoves", textWithColon,
+            [](S &s, const QUuid &id) { s.clearPendingRemoves(id); });
+    }
+
+    void missingHandler()
+    {
+        QFETCH(const QString, text);
+        QFETCH(const Operation, operation);
+        rig->service->addHandler(firstAddress, firstId);
+        QVERIFY(rig->first.waitForRequests(1, notifierPath));
+        LogCapture log;
+        operation(*rig->service, unknownId);
+        QCOMPARE(log.texts(), QStringList{text});
+        QCOMPARE(rig->events.lines, QStringList());
+        QCOMPARE(rig->handlers().size(), 1);
+    }
+
+    void operationsReachTheirHandler()
+    {
+        QTemporaryDir directory;
+        QFile file(directory.filePath(u"a.png"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        rig->second.answer(executePath, successBody);
+        rig->second.answer(uploadPath, successBody);
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->addHandler(secondAddress, secondId);
+
+        rig->service->requestRemove(secondId, {{1, 2}});
+        EVENTUALLY(rig->events.lines, QStringList{u"visualRemoveFinished second 1 2"_s});
+        rig->service->requestMove(secondId, 1, 2, 3);
+        EVENTUALLY(rig->events.lines.last(), u"movedFileFinished second"_s);
+        rig->service->requestRename(secondId, {{1, u"a"_s}});
+        EVENTUALLY(rig->events.lines.last(), u"folderRenameFinished second 1"_s);
+        rig->service->requestSync(firstAddress, secondId, {{3, 17}});
+        QCOMPARE(rig->events.lines.last(), u"syncProgressUpdate second 3 17 0 0"_s);
+        rig->service->requestUpload(secondId, 1, 2, file.fileName());
+        EVENTUALLY(rig->events.lines.last(), u"uploadedFileFinished second"_s);
+        rig->service->requestUpload(secondId, 1, 2, file.fileName());
+        rig->service->cancelUpload(secondId);
+        QCOMPARE(rig->first.requests(executePath).size(), 0);
+        QCOMPARE(rig->second.requests(executePath).size(), 4);
+        QVERIFY(
+            rig->second.requests(executePath).last().body.contains("serverURL=http://127.20.7.1:"));
+    }
+
+    void removalsCanBeForgotten_data()
+    {
+        QTest::addColumn<Operation>("operation");
+        QTest::newRow("cancelRemoves") << Operation(&ServerConnectionService::cancelRemoves);
+        QTest::newRow("clearPendingRemoves")
+            << Operation(&ServerConnectionService::clearPendingRemoves);
+    }
+
+    void removalsCanBeForgotten()
+    {
+        QFETCH(const Operation, operation);
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
+        QVERIFY(rig->first.waitForRequests(1, executePath));
+        operation(*rig->service, firstId);
+        rig->first.requests(executePath).constFirst().answer(successBody);
+        EVENTUALLY(rig->events.lines, QStringList{u"visualRemoveFinished first 1 1"_s});
+        rig->service->removeHandler(firstId);
+        QCOMPARE(rig->events.lines.size(), 1);
+    }
+
+    void cancelReachesEveryServer()
+    {
+        rig->service->cancelAllSyncs();
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->addHandler(secondAddress, secondId);
+        rig->service->cancelAllSyncs();
+        for (const WireServer *server : {&rig->first, &rig->second}) {
+            QVERIFY(server->waitForRequests(1, executePath));
+            QVERIFY(server->requests(executePath).constFirst().body.startsWith("req_type=4&"));
+        }
+    }
+
+    void removeHandlerTellsQueuedRemovalsFirst()
+    {
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->addHandler(secondAddress, secondId);
+        const QPointer<ServerConnectionHandler> handler = rig->handlers().constFirst();
+        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}, {1, 3}});
+        QVERIFY(rig->first.waitForRequests(1, executePath));
+        LogCapture log;
+        rig->service->removeHandler(firstId);
+        QCOMPARE(rig->events.lines, (QStringList{u"visualRemoveFinished first 1 2"_s,
+                                                 u"visualRemoveFinished first 1 3"_s}));
+        QCOMPARE(log.texts().constFirst(),
+                 u" Handler removed for server id %1"_s.arg(firstId.toString()));
+        EVENTUALLY(handler.isNull(), true);
+        EVENTUALLY(rig->first.openConnections(), 0);
+        QCOMPARE(rig->events.lines.size(), 2);
+        QCOMPARE(rig->handlers().size(), 1);
+    }
+
+    void streamThatEndsTakesItsHandlerOut()
+    {
+        rig->service->addHandler(firstAddress, firstId);
+        const QPointer<ServerConnectionHandler> handler = rig->handlers().constFirst();
+        LogCapture log;
+        // A new handler for the id is a fresh one.
+        connect(rig->service.get(), &ServerConnectionService::serverDisconnected,
+                rig->service.get(), [this] { rig->service->addHandler(secondAddress, firstId); });
+        rig->sendFromFirst(Wire::frame(json("{'msg_type':4}")));
+        rig->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
+        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first 127.20.7.1"_s,
+                                                   u"serverDisconnected first 1 "_s}));
+        QVERIFY(log.texts().contains(
+            u"Handler removed for id %1 address 127.20.7.1"_s.arg(firstId.toString())));
+        EVENTUALLY(handler.isNull(), true);
+        QVERIFY(rig->second.waitForRequests(1, notifierPath));
+        QCOMPARE(rig->handlers().size(), 1);
+        QCOMPARE(rig->handlers().constFirst()->serverAddress(), secondAddress);
+    }
+
+    void commandsInFlightAtTheEndOfTheStreamGetNoAnswer()
+    {
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
+        rig->service->requestMove(firstId, 1, 2, 3);
+        QVERIFY(rig->first.waitForRequests(2, executePath));
+        rig->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
+        EVENTUALLY(rig->events.lines, QStringList{u"serverDisconnected first 0 "_s});
+        EVENTUALLY(rig->first.openConnections(), 0);
+        QCOMPARE(rig->events.lines.size(), 1);
+    }
+
+    void removeHandlerFromInsideItsSignals()
+    {
+        connect(rig->service.get(), &ServerConnectionService::visualRemoveFinished,
+                rig->service.get(), [this](const QUuid &id) { rig->service->removeHandler(id); });
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
+        QVERIFY(rig->first.waitForRequests(1, executePath));
+        rig->first.requests(executePath).constFirst().answer(successBody);
+        EVENTUALLY(rig->first.openConnections(), 0);
+        QCOMPARE(rig->events.lines, (QStringList{u"visualRemoveFinished first 1 1"_s,
+                                                 u"visualRemoveFinished first 1 2"_s}));
+        QCOMPARE(rig->handlers().size(), 0);
+    }
+
+    void removeHandlerInABoxThatASignalOpened()
+    {
+        rig->service->addHandler(firstAddress, firstId);
+        const QPointer<ServerConnectionHandler> handler = rig->handlers().constFirst();
+        bool alive = false;
+        connect(rig->service.get(), &ServerConnectionService::serverLibraryChanged,
+                rig->service.get(), [&] {
+                    QTimer::singleShot(0, rig->service.get(),
+                                       [&] { rig->service->removeHandler(firstId); });
+                    QVERIFY(waitUntil([&] { return rig->first.openConnections() == 0; }));
+                    alive = !handler.isNull();
+                });
+        rig->sendFromFirst(Wire::frame(libraryChanged) + Wire::frame(libraryChanged));
+        EVENTUALLY(handler.isNull(), true);
+        QVERIFY(alive);
+        QCOMPARE(rig->events.lines, (QStringList{u"serverConnected first 127.20.7.1"_s,
+                                                 u"serverLibraryChanged first"_s}));
+    }
+
+    void destructionIsSilent()
+    {
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
+        QVERIFY(rig->first.waitForRequests(1, executePath));
+        rig->service.reset();
+        EVENTUALLY(rig->first.openConnections(), 0);
+        QCOMPARE(rig->events.lines, QStringList());
+    }
+
+private:
+    std::unique_ptr<ServiceRig> rig;
+};
+
+QTEST_GUILESS_MAIN(tst_ServerConnectionService)
+#include "tst_ServerConnectionService.moc"
