@@ -70,8 +70,10 @@ bool HttpServer::bind(const std::string &address, int port)
 
 void HttpServer::shutDown()
 {
-    shuttingDown = true;
-    stop();
+    if (shuttingDown.exchange(true))
+        return;
+    // Ends the library's accept loop, which closes the socket, whether it has begun or not.
+    ::shutdown(listener, SHUT_RDWR);
     const std::lock_guard lock(mutex);
     for (const socket_t connection : connections)
         ::shutdown(connection, SHUT_RD);

@@ -31,13 +31,18 @@ bool MediaLink::pass(std::size_t bytes, const std::function<bool()> &goOn)
         }
         done = freeAgain;
     }
-    while (goOn()) {
+    while (!closed && (!goOn || goOn())) {
         const auto left = done - Clock::now();
         if (left <= 0ns)
             return true;
         std::this_thread::sleep_for(std::min<Clock::duration>(left, 20ms));
     }
     return false;
+}
+
+void MediaLink::close()
+{
+    closed = true;
 }
 
 std::size_t MediaLink::pieceSize() const

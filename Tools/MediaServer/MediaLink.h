@@ -5,6 +5,7 @@
 
 #include <QtGlobal>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -16,9 +17,12 @@ class MediaLink
 public:
     MediaLink(qint64 bandwidth, qint64 deathAfterBytes);
 
-    /// Lets bytes pass, which takes as long as the bandwidth says. False as soon as `goOn` says
-    /// so, which is asked every few milliseconds.
-    bool pass(std::size_t bytes, const std::function<bool()> &goOn);
+    /// Lets bytes pass, which takes as long as the bandwidth says. False as soon as the link has
+    /// been closed or `goOn` says so, which is asked every few milliseconds.
+    bool pass(std::size_t bytes, const std::function<bool()> &goOn = {});
+
+    /// Nothing passes any more.
+    void close();
 
     /// A size of pieces at which a slow link moves visibly and a fast one is not held up.
     [[nodiscard]] std::size_t pieceSize() const;
@@ -31,4 +35,5 @@ private:
     std::mutex mutex;
     Clock::time_point freeAgain;
     qint64 passed = 0;
+    std::atomic<bool> closed = false;
 };

@@ -61,10 +61,12 @@ const QList<QCommandLineOption> &definitions()
     return list;
 }
 
-qint64 number(const QString &option, const QString &value, qint64 low, qint64 high)
+/// A number that is all of a value, or a part of it: the whole value is what is told as bad.
+qint64 number(const QString &option, const QString &value, const QString &part, qint64 low,
+              qint64 high)
 {
     bool ok = false;
-    const qint64 result = value.toLongLong(&ok);
+    const qint64 result = part.toLongLong(&ok);
     if (!ok || result < low || result > high)
         throw BadValue(option, value);
     return result;
@@ -73,7 +75,7 @@ qint64 number(const QString &option, const QString &value, qint64 low, qint64 hi
 /// The number that an option was given, or its default.
 qint64 number(const QCommandLineParser &parser, const QString &option, qint64 low, qint64 high)
 {
-    return number(option, parser.value(option), low, high);
+    return number(option, parser.value(option), parser.value(option), low, high);
 }
 
 std::chrono::milliseconds duration(const QCommandLineParser &parser, const QString &option,
@@ -97,8 +99,8 @@ std::pair<int, int> twoNumbers(const QString &option, const QString &value, QCha
     const QStringList numbers = value.split(separator);
     if (numbers.size() != 2)
         throw BadValue(option, value);
-    return {static_cast<int>(number(option, numbers[0], low, high)),
-            static_cast<int>(number(option, numbers[1], low, high))};
+    return {static_cast<int>(number(option, value, numbers[0], low, high)),
+            static_cast<int>(number(option, value, numbers[1], low, high))};
 }
 
 void readFaults(const QCommandLineParser &parser, Faults &faults)
@@ -109,7 +111,7 @@ void readFaults(const QCommandLineParser &parser, Faults &faults)
         if (!kinds.contains(kind))
             throw BadValue(u"refuse"_s, value);
         faults.refuse[kind.toStdString()] =
-            static_cast<int>(number(u"refuse"_s, value.section(u'@', 0, 0), 1, 1000));
+            static_cast<int>(number(u"refuse"_s, value, value.section(u'@', 0, 0), 1, 1000));
     }
     faults.refuseText = parser.value(u"refuse-text"_s);
     for (const QString &value : parser.values(u"fail-import"_s)) {

@@ -203,8 +203,7 @@ void Routes::media(const Request &request, Response &response)
             const QByteArray piece =
                 file->read(static_cast<qint64>(std::min(length, parts.link.pieceSize())));
             const auto size = static_cast<std::size_t>(piece.size());
-            const auto goOn = [this] { return !parts.http.isShuttingDown(); };
-            return size > 0 && parts.link.pass(size, goOn) && sink.write(piece.data(), size);
+            return size > 0 && parts.link.pass(size) && sink.write(piece.data(), size);
         });
 }
 

@@ -122,6 +122,7 @@ void Server::finish(StreamEnd how)
 {
     announcer.stop();
     frameRateTimer.stop();
+    link.close();
     hub.endStreams(how);
     hub.waitForNoStream(2s);
     http.shutDown();
@@ -132,8 +133,8 @@ void Server::finish(StreamEnd how)
 /// Rates as a busy machine has them: close to the nominal ones, never quite steady.
 void Server::reportFrameRates()
 {
-    const double sway = (frameRateReports++ % 5) * 0.01;
-    hub.publish(Frames::frameRates(59.94 - sway, 60.0 - sway, 25.0, true));
+    const int sway = frameRateReports++ % 5;
+    hub.publish(Frames::frameRates((5994 - sway) / 100.0, (6000 - sway) / 100.0, 25.0, true));
 }
 
 void Server::reportLibraryChange()

@@ -96,7 +96,7 @@ CommandResult UploadHandler::take(const httplib::Request &request,
         reader([&](const httplib::MultipartFormData &part) { return form.beginPart(part); },
                [&](const char *data, std::size_t size) {
                    form.take(data, size);
-                   return link.pass(size, [] { return true; });
+                   return link.pass(size);
                });
     form.end(complete);
     fields = form.fields;

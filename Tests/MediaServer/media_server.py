@@ -1,0 +1,334 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""Drives real media-server processes: starts them, speaks HTTP and raw TCP to them, reads their
+notification streams. Each test program takes addresses of its own, so that programs run in
+parallel."""
+
+import hashlib
+import http.client
+import json
+import os
+import pathlib
+import re
+import shutil
+import socket
+import struct
+import subprocess
+import tempfile
+import threading
+import time
+import unittest
+
+PORT = 4567
+PATIENCE = 30
+WIRE = pathlib.Path(os.environ["BRENVOKA_WIRE_DIR"])
+PROGRAM = os.environ["MEDIA_SERVER"]
+
+
+def wire(name):
+    return (WIRE / name).read_bytes()
+
+
+def eventually(condition, what):
+    """Waits until the condition gives something true, and returns that."""
+    deadline = time.monotonic() + PATIENCE
+    while time.monotonic() < deadline:
+        result = condition()
+        if result:
+            return result
+        time.sleep(0.02)
+    raise AssertionError("waited in vain: " + what)
+
+
+def shape(value):
+    """What a JSON value looks like: its keys and types, but not its numbers and texts."""
+    if isinstance(value, dict):
+        return {key: shape(item) for key, item in value.items()}
+    if isinstance(value, list):
+        return [shape(item) for item in value]
+    if isinstance(value, bool):
+        return "bool"
+    return "number" if isinstance(value, (int, float)) else "text"
+
+
+class Response:
+    def __init__(self, reply):
+        self.status = reply.status
+        self.headers = reply.headers
+        self.body = reply.read()
+
+    def json(self):
+        return json.loads(self.body)
+
+
+class NotificationStream:
+    """Collects the messages of one stream, and how the stream ended: "clean", "cut", "reset"."""
+
+    def __init__(self, address):
+        self.messages = []
+        self.end = None
+        self.changed = threading.Condition()
+        self.socket = socket.create_connection((address, PORT), PATIENCE)
+        self.socket.settimeout(None)
+        self.socket.sendall(wire("notifier.http"))
+        self.reader = threading.Thread(target=self.read, daemon=True)
+        self.reader.start()
+
+    def close(self):
+        try:
+            self.socket.shutdown(socket.SHUT_RDWR)
+        except OSError:
+            pass
+        self.reader.join(PATIENCE)
+        self.socket.close()
+
+    def read(self):
+        try:
+            end = self.read_chunks(self.socket.makefile("rb"))
+        except ConnectionResetError:
+            end = "reset"
+        with self.changed:
+            self.end = end
+            self.changed.notify_all()
+
+    def read_chunks(self, file):
+        while file.readline().strip():
+            pass
+        unfinished = b""
+        while True:
+            size = file.readline()
+            if not size:
+                return "cut"
+            if int(size, 16) == 0:
+                return "clean"
+            unfinished += file.read(int(size, 16))
+            file.readline()
+            *frames, unfinished = unfinished.split(b"\0")
+            with self.changed:
+                self.messages += [json.loads(frame) for frame in frames]
+                self.changed.notify_all()
+
+    def wait_for(self, condition, what):
+        """Waits until the condition, asked with all messages, gives something true."""
+        with self.changed:
+            result = None
+
+            def found():
+                nonlocal result
+                result = condition(self.messages)
+                return result
+
+            if not self.changed.wait_for(found, PATIENCE):
+                raise AssertionError(f"waited in vain: {what}\n{self.messages}")
+            return result
+
+    def wait_for_end(self):
+        with self.changed:
+            if not self.changed.wait_for(lambda: self.end, PATIENCE):
+                raise AssertionError("the stream does not end")
+            return self.end
+
+    def of_type(self, kind):
+        with self.changed:
+            return [message for message in self.messages if message["msg_type"] == kind]
+
+    def wait_for_type(self, kind, count=1):
+        self.wait_for(lambda all: sum(m["msg_type"] == kind for m in all) >= count,
+                      f"{count} messages of type {kind}")
+        return self.of_type(kind)
+
+    def ended_transfers(self, count):
+        """The ends of so many transfers: a table from (folder, slot) to the "sync" object."""
+        ends = [message["sync"] for message in self.wait_for_type(3, count)]
+        return {(sync["FLDIDX"], sync["VISIDX"]): sync for sync in ends}
+
+
+class MediaServer:
+    """One process. Its library lies in `directory`, which goes with the test."""
+
+    def __init__(self, test, address, *options, name="Stage left", directory=None):
+        self.address = address
+        self.url = f"http://{address}:{PORT}"
+        self.directory = pathlib.Path(directory or tempfile.mkdtemp(prefix="media-server-"))
+        self.log = self.directory.with_suffix(".log")
+        self.exit_codes = {0}
+        test.addCleanup(shutil.rmtree, self.directory, True)
+        test.addCleanup(self.log.unlink, True)
+        options = [str(option) for option in options]
+        if "--announce-to" not in options and "--no-announce" not in options:
+            options.append("--no-announce")
+        self.process = subprocess.Popen(
+            [PROGRAM, "--address", address, "--name", name, "--library", self.directory,
+             "--log", self.log, *options],
+            env={"XDG_RUNTIME_DIR": str(self.directory), **os.environ},
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+        test.addCleanup(self.check_exit, test)
+        self.ready = self.process.stdout.readline()
+        test.assertTrue(self.ready.startswith("ready " + self.url), self.ready)
+
+    def check_exit(self, test):
+        if self.process.poll() is None:
+            self.process.terminate()
+        try:
+            code = self.process.wait(PATIENCE)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            code = self.process.wait()
+        try:
+            self.process.stdin.close()
+        except BrokenPipeError:
+            pass
+        self.process.stdout.close()
+        test.assertIn(code, self.exit_codes, "exit code of " + self.address)
+
+    def order(self, line):
+        self.process.stdin.write(line + "\n")
+
+    def ask(self, line):
+        self.order(line)
+        return self.process.stdout.readline().strip()
+
+    def get(self, path, headers=None):
+        return self.request("GET", path, headers=headers or {})
+
+    def request(self, method, path, body=None, headers=None):
+        connection = http.client.HTTPConnection(self.address, PORT, timeout=PATIENCE)
+        try:
+            connection.request(method, path, body, headers or {})
+            return Response(connection.getresponse())
+        finally:
+            connection.close()
+
+    def raw(self, request):
+        """Sends bytes as they are and reads one response."""
+        with socket.create_connection((self.address, PORT), PATIENCE) as connection:
+            connection.sendall(request)
+            reply = http.client.HTTPResponse(connection)
+            reply.begin()
+            return Response(reply)
+
+    def library(self):
+        return self.get("/brenvoka/library.json?ver=281474976710656").json()
+
+    def visuals(self):
+        """The library as a table from (folder, slot) to (name, hash)."""
+        return {(folder["slot"], file["slot"]): (file["name"], file["hash"])
+                for folder in self.library()["folders"] for file in folder["files"]}
+
+    def folder_names(self):
+        return [folder["name"] for folder in self.library()["folders"]]
+
+    def post(self, body, content_type="application/x-www-form-urlencoded"):
+        return self.request("POST", "/brenvoka/execute.html", body,
+                            {"Content-Type": content_type}).json()
+
+    def command(self, kind, fields=""):
+        return self.post(f"req_type={kind}&{fields}ver=281474976710656")
+
+    def sync(self, source, folder, visual):
+        return self.command(1, f"serverURL={source}&folderIdx={folder}&visualIdx={visual}&")
+
+    def remove(self, folder, visual):
+        return self.command(2, f"folderIdx={folder}&visualIdx={visual}&")
+
+    def move(self, folder, visual, to):
+        return self.command(3, f"folderIdx={folder}&visualIdx={visual}&visualToIdx={to}&")
+
+    def rename(self, folder, name):
+        return self.command(5, f"folderIdx={folder}&folderName={name}&")
+
+    def upload(self, folder, visual, name, content):
+        form = multipart([("folderIdx", str(folder)), ("visualIdx", str(visual)),
+                          ("ver", "281474976710656")], name, content)
+        return self.request("POST", "/brenvoka/upload.html", form,
+                            {"Content-Type": 'multipart/form-data; boundary="EDGE"'}).json()
+
+    def files(self):
+        """The files of the slots: a table from (folder, slot) to the MD5 of the bytes."""
+        return {tuple(int(part) for part in path.parts[-3:-1]):
+                hashlib.md5(path.read_bytes()).hexdigest()
+                for path in self.directory.glob("[0-9]*/[0-9]*/*")}
+
+    def incoming(self):
+        return list((self.directory / ".incoming").iterdir())
+
+    def log_lines(self):
+        return self.log.read_text().splitlines()
+
+
+def library_on_disk(files):
+    """A directory with a library that a server finds at its start: a table from (folder, slot)
+    to the bytes of the one file there."""
+    directory = pathlib.Path(tempfile.mkdtemp(prefix="media-server-"))
+    for (folder, visual), content in files.items():
+        slot = directory / f"{folder:03}" / f"{visual:03}"
+        slot.mkdir(parents=True)
+        (slot / f"File {visual}.bin").write_bytes(content)
+    return directory
+
+
+def multipart(fields, file_name, content):
+    parts = [f'--EDGE\r\nContent-Disposition: form-data; name="{key}"\r\n\r\n{value}\r\n'.encode()
+             for key, value in fields]
+    if file_name is not None:
+        parts.append(b"--EDGE\r\nContent-Type: application/octet-stream\r\n"
+                     + f'Content-Disposition: form-data; name="visualFile"; filename="{file_name}"'
+                     .encode() + b"\r\n\r\n" + content + b"\r\n")
+    return b"".join(parts) + b"--EDGE--\r\n"
+
+
+def uploaded_library(server, places, content=b"old"):
+    """Puts a small file into each place; its bytes depend on the place and the content."""
+    for folder, visual in places:
+        server.upload(folder, visual, f"File {visual}.bin", b"%s %d %d" % (content, folder, visual))
+
+
+DONE = {"msg_type": 7, "RESULT": 0}
+
+
+class MediaServerTest(unittest.TestCase):
+    def server(self, address, *options, **settings):
+        return MediaServer(self, address, *options, **settings)
+
+    def stream(self, server):
+        stream = NotificationStream(server.address)
+        self.addCleanup(stream.close)
+        stream.wait_for_type(0)
+        return stream
+
+    def assertError(self, result, pattern):
+        self.assertEqual((result["msg_type"], result["RESULT"]), (7, 3), result)
+        self.assertTrue(re.search(pattern, result["ERROR"]), result)
+
+
+class Announcements:
+    """The receiving end of announcements that are sent to one address."""
+
+    def __init__(self, test, address):
+        self.socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self.socket.bind((address, 3001))
+        self.socket.settimeout(PATIENCE)
+        test.addCleanup(self.socket.close)
+
+    def next(self):
+        """One datagram and the address that it came from."""
+        data, sender = self.socket.recvfrom(2048)
+        return data, sender[0]
+
+    def silent_for(self, seconds):
+        self.socket.settimeout(seconds)
+        try:
+            self.socket.recvfrom(2048)
+            return False
+        except socket.timeout:
+            return True
+        finally:
+            self.socket.settimeout(PATIENCE)
+
+
+def reset(connection):
+    """Closes a connection with a reset."""
+    connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+    connection.close()

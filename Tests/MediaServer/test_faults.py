@@ -1,0 +1,67 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""Faults of the library document, and the command line."""
+
+import json
+import subprocess
+import unittest
+
+from media_server import PROGRAM, MediaServerTest
+
+
+class FaultTest(MediaServerTest):
+    def test_the_protocol_headers(self):
+        for value, expected in (("0", "0"), ("", None), ("18446744073709551615",) * 2):
+            server = self.server("127.10.9.1", "--version-header", value, "--features", value)
+            headers = server.get("/brenvoka/library.json").headers
+            self.assertEqual(headers["X-BVProtocolVersion"], expected)
+            self.assertEqual(headers["X-BVFeatureList"], expected)
+            server.process.terminate()
+            server.process.wait()
+
+    def test_a_document_that_breaks_off(self):
+        server = self.server("127.10.9.2", "--bad-json", "--generate", 1, "--folders", 1)
+        reply = server.get("/brenvoka/library.json")
+        self.assertEqual(reply.status, 200)
+        self.assertTrue(reply.body.startswith(b'{"folders"'))
+        with self.assertRaises(json.JSONDecodeError):
+            reply.json()
+
+
+class CommandLineTest(MediaServerTest):
+    def failure(self, *options):
+        done = subprocess.run([PROGRAM, *options], stdin=subprocess.DEVNULL, timeout=60,
+                              capture_output=True, text=True, check=False)
+        return done.returncode, done.stderr
+
+    def test_values_that_cannot_be_used(self):
+        for option, value in (("--address", "host.name"), ("--mask", "24"), ("--uuid", "none"),
+                              ("--announce-to", "::1"), ("--bandwidth", "-1"),
+                              ("--workers", "0"), ("--refuse", "x"), ("--refuse", "1@6"),
+                              ("--fail-import", "3"), ("--fail-import", "3/256"),
+                              ("--announce-interval", "0"), ("--import-delay", "soon")):
+            with self.subTest(f"{option} {value}"):
+                code, text = self.failure("--library", "/nowhere", option, value)
+                self.assertEqual(code, 2)
+                self.assertIn(f'{option}: "{value}" cannot be used', text)
+
+    def test_a_command_line_without_sense(self):
+        self.assertIn("--library", self.failure()[1])
+        self.assertIn("stray", self.failure("--library", "/nowhere", "stray")[1])
+        self.assertIn("unheard-of", self.failure("--unheard-of")[1])
+
+    def test_what_cannot_be_served_ends_the_program(self):
+        self.assertEqual(self.failure("--library", "/proc/no-such-place")[0], 1)
+        server = self.server("127.10.9.3")
+        code, text = self.failure("--address", server.address, "--no-announce",
+                                  "--library", str(server.directory) + "-other")
+        self.assertEqual(code, 1)
+        self.assertIn("cannot listen on 127.10.9.3:4567", text)
+
+    def test_unknown_orders_are_told(self):
+        self.assertIn("dance", self.server("127.10.9.4").ask("dance"))
+
+
+if __name__ == "__main__":
+    unittest.main()

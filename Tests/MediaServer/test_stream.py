@@ -1,0 +1,144 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""The notification stream: what it says, in which order, and how it ends."""
+
+import json
+import socket
+import unittest
+
+from media_server import (PATIENCE, PORT, MediaServerTest, eventually, library_on_disk, reset,
+                          shape, uploaded_library, wire)
+
+
+def wire_frames():
+    """The messages of the wire: a table from their kind, and state of a sync, to the message."""
+    frames = [json.loads(frame) for frame in wire("stream.bin").split(b"\0") if frame]
+    return {(frame["msg_type"], frame.get("sync", {}).get("STATUS")): frame for frame in frames}
+
+
+class StreamTest(MediaServerTest):
+    def test_the_first_message_lists_the_running_transfers(self):
+        server = self.server("127.10.4.1")
+        self.assertEqual(self.stream(server).messages[0], wire_frames()[0, None])
+
+    def test_a_later_stream_is_told_of_the_transfers_that_run(self):
+        source = self.server("127.10.4.2", "--bandwidth", 2000,
+                             directory=library_on_disk({(0, 1): bytes(1000000)}))
+        destination = self.server("127.10.4.3", "--workers", 1)
+        early = self.stream(destination)
+        destination.sync(source.url, 0, 1)
+        destination.sync(source.url, 0, 2)
+        early.wait_for(lambda all: any(m["msg_type"] == 2 for m in all), "the transfer has begun")
+        late = self.stream(destination).messages[0]["active_transfers"]
+        started = [message["sync"] for message in early.of_type(1)]
+        self.assertEqual([transfer["ID"] for transfer in late], [sync["ID"] for sync in started])
+        self.assertEqual([transfer["STATUS"] for transfer in late], [1, 0])
+        self.assertEqual(shape(late[0]), shape(wire_frames()[1, 0]["sync"]))
+
+    def test_a_transfer_has_the_messages_of_the_wire(self):
+        source = self.server("127.10.4.4", "--bandwidth", 50000,
+                             directory=library_on_disk({(3, 17): bytes(30000)}))
+        destination = self.server("127.10.4.5", "--import-delay", 50)
+        stream = self.stream(destination)
+        destination.sync(source.url, 3, 17)
+        end = stream.ended_transfers(1)[3, 17]
+        expected = wire_frames()
+        messages = [m for m in stream.messages if m.get("sync", {}).get("ID") == end["ID"]]
+        order = [(m["msg_type"], m["sync"]["STATUS"]) for m in messages]
+        progress = [m["sync"] for m in messages if m["sync"]["STATUS"] == 1]
+        self.assertEqual([order[0], *order[-2:]], [(1, 0), (2, 2), (3, 6)])
+        self.assertTrue(all(kind == (2, 1) for kind in order[1:-2]), order)
+        for message in messages:
+            kind = message["msg_type"], message["sync"]["STATUS"]
+            self.assertEqual(shape(message), shape(expected[kind]), kind)
+        percents = [sync["CPERCENT"] for sync in progress]
+        self.assertEqual(percents, sorted(percents))
+        self.assertTrue(any(0 < percent < 100 for percent in percents), percents)
+        self.assertTrue(all(isinstance(sync["SPEEDBPS"], int) for sync in progress))
+        self.assertGreater(max(sync["SPEEDBPS"] for sync in progress), 10000)
+        self.assertEqual((end["SERVER"], end["ERROR"]), (source.url, ""))
+
+    def test_frame_rates_come_regularly(self):
+        server = self.server("127.10.4.6", "--frame-rate-interval", 50)
+        reports = self.stream(server).wait_for_type(5, 3)
+        self.assertEqual(shape(reports[0]), shape(wire_frames()[5, None]))
+
+    def test_changes_are_told_together(self):
+        server = self.server("127.10.4.7")
+        stream = self.stream(server)
+        uploaded_library(server, [(0, slot) for slot in range(1, 21)])
+        changes = stream.wait_for_type(6)
+        self.assertEqual(changes[0], wire_frames()[6, None])
+        server.order("library-changed")
+        stream.wait_for_type(6, 2)
+        self.assertLess(len(stream.of_type(6)), 20)
+
+    def test_each_kind_of_change_is_told(self):
+        server = self.server("127.10.4.8")
+        stream = self.stream(server)
+        changes = (lambda: server.upload(0, 1, "a.bin", b"a"), lambda: server.move(0, 1, 2),
+                   lambda: server.rename(0, "Name"), lambda: server.remove(0, 2))
+        for number, change in enumerate(changes, 1):
+            self.assertEqual(change()["RESULT"], 0)
+            stream.wait_for_type(6, number)
+
+    def test_a_transfer_is_announced_before_its_command_is_answered(self):
+        server = self.server("127.10.4.9", "--answer-only")
+        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+            connection.sendall(wire("notifier.http"))
+            received = b""
+            while b'"msg_type":0' not in received:
+                received += connection.recv(4096)
+            connection.setblocking(False)
+            received = b""
+            for slot in range(1, 256):
+                server.sync("http://127.0.0.2:4567", 3, slot)
+                received += connection.recv(65536)
+                self.assertEqual(received.count(b'"msg_type":1,'), slot)
+
+    def test_shutdown_says_goodbye_and_ends_cleanly(self):
+        server = self.server("127.10.4.10")
+        stream = self.stream(server)
+        server.order("shutdown")
+        self.assertEqual(stream.wait_for_end(), "clean")
+        self.assertEqual(stream.messages[-1], wire_frames()[4, None])
+        self.assertEqual(server.process.wait(PATIENCE), 0)
+
+    def test_the_other_ends_of_a_stream(self):
+        for order, end in (("end-stream", "clean"), ("reset-stream", "reset"), ("quit", "cut")):
+            with self.subTest(order):
+                server = self.server("127.10.4.11")
+                streams = [self.stream(server), self.stream(server)]
+                server.order(order)
+                self.assertEqual([stream.wait_for_end() for stream in streams], [end, end])
+                self.assertEqual(streams[0].of_type(4), [])
+                server.order("quit")
+                self.assertEqual(server.process.wait(PATIENCE), 0)
+
+    def test_a_dropped_stream_ends_in_the_middle_and_can_be_opened_again(self):
+        server = self.server("127.10.4.12", "--drop-stream-after", 200)
+        self.assertEqual(self.stream(server).wait_for_end(), "cut")
+        self.stream(server)
+
+    def test_clients_that_come_and_go_leave_the_others_alone(self):
+        server = self.server("127.10.4.13", "--frame-rate-interval", 20)
+        staying = self.stream(server)
+        for _ in range(20):
+            connection = socket.create_connection((server.address, PORT), PATIENCE)
+            connection.sendall(wire("notifier.http"))
+            connection.recv(100)
+            reset(connection)
+        before = len(staying.of_type(5))
+        staying.wait_for_type(5, before + 5)
+        tasks = f"/proc/{server.process.pid}/status"
+
+        def threads():
+            with open(tasks, encoding="ascii") as status:
+                return int(status.read().split("Threads:")[1].split()[0])
+
+        eventually(lambda: threads() < 12, "the threads of lost streams end")
+
+
+if __name__ == "__main__":
+    unittest.main()

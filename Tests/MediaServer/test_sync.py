@@ -1,0 +1,165 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""Synchronisations between two servers, with real bytes."""
+
+import unittest
+
+from media_server import (DONE, PATIENCE, MediaServerTest, eventually, library_on_disk,
+                          uploaded_library)
+
+
+def states(ends):
+    return {place: sync["STATUS"] for place, sync in ends.items()}
+
+
+class SyncTest(MediaServerTest):
+    def pair(self, number, source_options=(), destination_options=(), files=None):
+        source = self.server(f"127.10.7.{number}", *source_options,
+                             directory=library_on_disk(files or {}))
+        destination = self.server(f"127.10.7.{number + 1}", *destination_options)
+        return source, destination
+
+    def test_one_server_is_made_equal_to_another(self):
+        generate = ("--visuals", 8, "--picture-size", "160x90", "--clip-bytes", 100000)
+        source, destination = self.pair(
+            1, ("--generate", 1, "--folders", 4, *generate),
+            ("--generate", 2, "--folders", 3, *generate, "--burst-grace", 200))
+        source.rename(1, "Opening%20night")
+        stream = self.stream(destination)
+        for folder in source.library()["folders"]:
+            destination.rename(folder["slot"], folder["name"].replace(" ", "%20"))
+        wanted, present = source.visuals(), destination.visuals()
+        for place in present.keys() - wanted.keys():
+            self.assertEqual(destination.remove(*place), DONE)
+        different = [place for place in wanted if wanted[place] != present.get(place)]
+        self.assertGreater(len(different), 20)
+        for place in different:
+            self.assertEqual(destination.sync(source.url, *place), DONE)
+        ends = stream.ended_transfers(len(different))
+        self.assertEqual(states(ends), {place: 6 for place in different})
+        self.assertEqual(destination.files(), source.files())
+        self.assertEqual(destination.library(), source.library())
+        self.assertEqual(destination.incoming(), [])
+        self.assertEqual(destination.ask("quiet?"), "quiet")
+        self.assertGreaterEqual(len(stream.of_type(6)), 1)
+        self.assertEqual(sorted(line for line in source.log_lines() if "/media/" in line),
+                         sorted(f"GET /media/{f}/{v}" for f, v in different))
+
+    def test_a_folder_that_does_not_exist_is_created(self):
+        source, destination = self.pair(3)
+        uploaded_library(source, [(5, 9)])
+        stream = self.stream(destination)
+        destination.sync(source.url, 5, 9)
+        stream.ended_transfers(1)
+        self.assertEqual(destination.library(), source.library())
+
+    def test_a_cancel_ends_what_waits_and_what_is_copied(self):
+        places = [(0, slot) for slot in range(1, 5)]
+        source, destination = self.pair(5, ("--bandwidth", 20000), ("--workers", 2),
+                                        {place: bytes(1000000) for place in places})
+        uploaded_library(destination, places)
+        before = destination.files()
+        stream = self.stream(destination)
+        for place in places:
+            destination.sync(source.url, *place)
+        stream.wait_for(lambda all: len({m["sync"]["ID"] for m in all if m["msg_type"] == 2}) == 2,
+                        "two transfers run")
+        self.assertEqual(destination.command(4), DONE)
+        ends = stream.ended_transfers(4)
+        self.assertEqual(states(ends), {place: 5 for place in places})
+        self.assertEqual(destination.files(), before)
+        self.assertEqual(destination.incoming(), [])
+        self.assertEqual(destination.command(4), DONE)
+
+    def test_a_cancel_reaches_a_transfer_whose_source_is_silent(self):
+        source, destination = self.pair(7, ("--bandwidth", 1), (), {(0, 1): bytes(1000)})
+        stream = self.stream(destination)
+        destination.sync(source.url, 0, 1)
+        eventually(source.log_lines, "the source is asked")
+        destination.command(4)
+        self.assertEqual(states(stream.ended_transfers(1)), {(0, 1): 5})
+
+    def test_an_import_goes_on_to_its_end_after_a_cancel(self):
+        source, destination = self.pair(9, (), ("--workers", 1, "--import-delay", 500))
+        uploaded_library(source, [(0, 1), (0, 2)])
+        stream = self.stream(destination)
+        destination.sync(source.url, 0, 1)
+        destination.sync(source.url, 0, 2)
+        stream.wait_for(lambda all: any(m.get("sync", {}).get("STATUS") == 2 for m in all),
+                        "an import runs")
+        destination.command(4)
+        self.assertEqual(states(stream.ended_transfers(2)), {(0, 1): 6, (0, 2): 5})
+        self.assertEqual(destination.files().keys(), {(0, 1)})
+
+    def test_the_table_does_not_run_empty_while_a_burst_goes_on(self):
+        source, destination = self.pair(11, (), ("--burst-grace", 2000))
+        uploaded_library(source, [(0, 1), (0, 2)])
+        stream = self.stream(destination)
+        destination.sync(source.url, 0, 1)
+        eventually(lambda: destination.files(), "the first file is there")
+        destination.sync(source.url, 0, 2)
+        stream.ended_transfers(2)
+        kinds = [m["msg_type"] for m in stream.messages if m["msg_type"] in (1, 3)]
+        self.assertEqual(kinds, [1, 1, 3, 3])
+
+    def test_a_repeated_command_does_no_harm(self):
+        source, destination = self.pair(13, ("--bandwidth", 20000), (), {(0, 1): bytes(10000)})
+        stream = self.stream(destination)
+        for _ in range(3):
+            self.assertEqual(destination.sync(source.url, 0, 1), DONE)
+        stream.ended_transfers(1)
+        self.assertEqual(len(stream.of_type(1)), 1)
+        self.assertEqual(destination.sync(source.url, 0, 1), DONE)
+        self.assertEqual(len(stream.wait_for_type(1, 2)), 2)
+
+
+class SyncFailureTest(MediaServerTest):
+    def test_a_failed_import_is_told_and_the_others_go_on(self):
+        source = self.server("127.10.7.41")
+        destination = self.server("127.10.7.42", "--fail-import", "0/2", "--fail-import", "0/4")
+        places = [(0, slot) for slot in range(1, 6)]
+        uploaded_library(source, places, b"new")
+        uploaded_library(destination, [(0, 2)])
+        before = destination.files()[0, 2]
+        stream = self.stream(destination)
+        for place in places:
+            destination.sync(source.url, *place)
+        ends = stream.ended_transfers(5)
+        self.assertEqual(states(ends), {(0, 1): 6, (0, 2): 2, (0, 3): 6, (0, 4): 2, (0, 5): 6})
+        self.assertEqual(ends[0, 2]["ERROR"], "Import failure")
+        self.assertEqual(destination.files()[0, 2], before)
+        self.assertNotIn((0, 4), destination.files())
+        self.assertEqual(destination.incoming(), [])
+
+    def test_a_source_that_cannot_deliver(self):
+        source = self.server("127.10.7.43")
+        destination = self.server("127.10.7.44")
+        stream = self.stream(destination)
+        rows = (((0, 1), source.url, 1, "404"), ((0, 2), "http://127.10.7.99:4567", 1, "."),
+                ((0, 3), "ftp://127.10.7.43:4567", 0, "no address"), ((0, 4), "rubbish", 0, "rub"),
+                ((0, 5), "http://127.10.7.43", 0, "no address"))
+        for place, url, _, _ in rows:
+            self.assertEqual(destination.sync(url, *place), DONE)
+        ends = stream.ended_transfers(len(rows))
+        for place, url, state, pattern in rows:
+            self.assertEqual((ends[place]["STATUS"], ends[place]["SERVER"]), (state, url))
+            self.assertRegex(ends[place]["ERROR"], pattern)
+        self.assertEqual((destination.visuals(), destination.incoming()), ({}, []))
+
+    def test_a_source_that_dies_in_the_middle(self):
+        dying = self.server("127.10.7.45", "--die-after", 50000, "--bandwidth", 200000,
+                            directory=library_on_disk({(0, 1): bytes(100000)}))
+        dying.exit_codes = {1}
+        destination = self.server("127.10.7.46")
+        uploaded_library(destination, [(0, 1)])
+        before = destination.files()
+        stream = self.stream(destination)
+        destination.sync(dying.url, 0, 1)
+        self.assertEqual(states(stream.ended_transfers(1)), {(0, 1): 1})
+        self.assertEqual(dying.process.wait(PATIENCE), 1)
+        self.assertEqual((destination.files(), destination.incoming()), (before, []))
+
+
+if __name__ == "__main__":
+    unittest.main()

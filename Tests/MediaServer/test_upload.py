@@ -1,0 +1,109 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""Uploads: multipart forms that go to disk as they arrive."""
+
+import hashlib
+import socket
+import time
+import unittest
+
+from media_server import (DONE, PATIENCE, PORT, MediaServerTest, eventually, multipart, wire)
+
+HEAD = (b"POST /brenvoka/upload.html HTTP/1.1\r\nHost: x\r\n"
+        b"Content-Type: multipart/form-data; boundary=%s\r\nContent-Length: %d\r\n\r\n")
+
+
+class UploadTest(MediaServerTest):
+    def test_the_form_of_the_wire(self):
+        server = self.server("127.10.6.1")
+        form = wire("upload-folder-3-slot-17.multipart")
+        for boundary in (b"BOUNDARY", b'"BOUNDARY"'):
+            reply = server.raw(HEAD % (boundary, len(form)) + form)
+            self.assertEqual(reply.json(), DONE)
+            self.assertEqual(server.visuals(),
+                             {(3, 17): ("017: sunset", hashlib.md5(b"FILE BYTES").hexdigest())})
+            server.remove(3, 17)
+        self.assertIn("POST /brenvoka/upload.html folderIdx=3&visualIdx=17&ver=281474976710656"
+                      "&visualFile=sunset.png&bytes=10", server.log_lines())
+
+    def test_an_upload_replaces_what_was_there(self):
+        server = self.server("127.10.6.2")
+        for name, content in (("old.png", b"old"), ("new.mov", b"new"), ("new.mov", b"newer")):
+            self.assertEqual(server.upload(1, 2, name, content), DONE)
+        self.assertEqual(server.files(), {(1, 2): hashlib.md5(b"newer").hexdigest()})
+        self.assertEqual(server.visuals()[1, 2][0], "002: new")
+
+    def test_the_file_goes_to_disk_while_it_arrives(self):
+        server = self.server("127.10.6.3")
+        content = bytes(range(256)) * (32 << 12)
+        form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "big.bin", content)
+        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+            connection.sendall(HEAD % (b"EDGE", len(form)) + form[:-100])
+            eventually(lambda: any(file.stat().st_size > len(content) - 100000
+                                   for file in server.incoming()), "the file grows on disk")
+            self.assertEqual(server.visuals(), {})
+            connection.sendall(form[-100:])
+            self.assertIn(b'"RESULT":0', connection.recv(4096))
+        self.assertEqual(server.files(), {(0, 1): hashlib.md5(content).hexdigest()})
+        self.assertEqual(server.incoming(), [])
+
+    def test_an_upload_that_breaks_off_leaves_nothing(self):
+        server = self.server("127.10.6.4")
+        server.upload(0, 1, "old.bin", b"old")
+        before = server.visuals()
+        form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "new.bin", bytes(100000))
+        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+            connection.sendall(HEAD % (b"EDGE", len(form)) + form[:50000])
+            eventually(server.incoming, "the upload begins")
+        eventually(lambda: not server.incoming(), "the partial file goes")
+        self.assertEqual(server.visuals(), before)
+
+    def test_forms_that_make_no_sense(self):
+        server = self.server("127.10.6.5")
+        place = [("folderIdx", "0"), ("visualIdx", "1")]
+        rows = ((multipart([("visualIdx", "1")], "x.bin", b"x"), "folderIdx"),
+                (multipart([("folderIdx", "x"), ("visualIdx", "1")], "x.bin", b"x"), "folderIdx"),
+                (multipart(place, None, b""), "visualFile"),
+                (multipart(place + [("note", "n" * 5000)], "x.bin", b"x"), "too long"),
+                (multipart(place, "x.bin", b"x").replace(b"--EDGE--", b"--EDGE"), "incomplete"),
+                (b"no form at all", "incomplete"), (b"", "incomplete|visualFile"))
+        for form, pattern in rows:
+            with self.subTest(pattern):
+                reply = server.raw(HEAD % (b"EDGE", len(form)) + form)
+                self.assertError(reply.json(), pattern)
+        reply = server.request("POST", "/brenvoka/upload.html", b"x" * 100000,
+                               {"Content-Type": "application/octet-stream"})
+        self.assertError(reply.json(), "multipart")
+        self.assertEqual((server.visuals(), server.incoming()), ({}, []))
+
+    def test_no_file_name_leads_out_of_the_slot(self):
+        server = self.server("127.10.6.6")
+        for name, expected in (("../../../evil.png", "evil"), ("..\\..\\evil.png", "evil"),
+                               ("/etc/passwd", "passwd"), (".hidden.png", "hidden"),
+                               ("..", "Untitled"), ("a%22b.png", 'a"b'), ("a%41b.png", "a%41b"),
+                               ("a\tb.png", "ab"), ("é" * 300 + ".png", "é" * 90),
+                               ("Bühne 舞台.tar.gz", "Bühne 舞台.tar")):
+            with self.subTest(name):
+                self.assertEqual(server.upload(0, 1, name, name.encode()), DONE)
+                self.assertEqual(server.visuals()[0, 1][0], "001: " + expected)
+                self.assertEqual(server.files().keys(), {(0, 1)})
+
+    def test_a_slow_link_holds_an_upload_up(self):
+        server = self.server("127.10.6.7", "--bandwidth", 100000)
+        start = time.monotonic()
+        self.assertEqual(server.upload(0, 1, "x.bin", bytes(50000)), DONE)
+        self.assertGreater(time.monotonic() - start, 0.4)
+
+    def test_an_upload_over_a_slow_link_does_not_hold_up_the_end(self):
+        server = self.server("127.10.6.8", "--bandwidth", 10)
+        form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "x.bin", bytes(10000))
+        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+            connection.sendall(HEAD % (b"EDGE", len(form)) + form)
+            eventually(server.incoming, "the upload begins")
+            server.order("quit")
+            self.assertEqual(server.process.wait(PATIENCE), 0)
+
+
+if __name__ == "__main__":
+    unittest.main()
