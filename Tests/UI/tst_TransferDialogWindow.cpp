@@ -160,18 +160,9 @@ private slots:
         QCOMPARE(scrollBar->value() == 0, scrollBar->value() != scrollBar->maximum());
     }
 
-    void wholeLibraryKeepsThePace_data()
-    {
-        QTest::addColumn<bool>("autoScroll");
-        QTest::newRow("without auto scroll") << false;
-        QTest::newRow("with auto scroll") << true;
-    }
-
     void wholeLibraryKeepsThePace()
     {
-        QFETCH(bool, autoScroll);
         TransferScreen screen;
-        screen.autoScroll->setChecked(autoScroll);
         screen.dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog));
         QElapsedTimer clock;
