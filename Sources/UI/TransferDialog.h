@@ -26,7 +26,7 @@ struct TransferRow
 /// The progress of one synchronisation: one table row for each visual and an overall bar.
 ///
 /// It holds the only record of each visual's outcome. Closing the window hides it, and the
-/// operation goes on. Every operation costs at most logarithmic time, so that 255 full folders
+/// operation goes on. Every operation costs at most logarithmic time, so that 256 full folders
 /// can be transferred at once.
 class TransferDialog final : public QDialog
 {
