@@ -5,6 +5,7 @@
 
 #include "Support/PlayedServer.h"
 #include "Support/WindowRig.h"
+#include "UI/TransferDialog.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -73,4 +74,40 @@ public:
     [[nodiscard]] BVServerBank &bankB() const { return rig.bankB(); }
 
     WindowRig rig;
+};
+
+/// Two played servers on show in the banks, from the first of which the second is made equal, and
+/// no warnings.
+class SyncStage final
+{
+public:
+    [[nodiscard]] bool open(const QList<MediaFolder> &source, const QList<MediaFolder> &destination,
+                            int netmask = 8)
+    {
+        rig.model().warningLevel = 0;
+        return rig.bringUp(one, QStringLiteral("One"), source, netmask) &&
+               rig.bringUp(two, QStringLiteral("Two"), destination, netmask);
+    }
+    /// One visual to transfer, and nothing else to do.
+    [[nodiscard]] bool open()
+    {
+        return open({folder(0, QStringLiteral("Intro"), {visual(1, QStringLiteral("Sunset"), 1)})},
+                    {folder(0, QStringLiteral("Intro"))});
+    }
+    /// Clicks, and waits until the destination has as many sync requests.
+    [[nodiscard]] bool start(int count = 1)
+    {
+        rig.clickLeftToRight();
+        return QTest::qWaitFor([&] { return two.commands(PlayedServer::Sync).size() >= count; },
+                               10000);
+    }
+    /// Null before and after the transfers.
+    [[nodiscard]] TransferDialog *transferDialog() const
+    {
+        return rig.rig.window->findChild<TransferDialog *>();
+    }
+
+    PlayedServer one{QStringLiteral("127.60.3.1")};
+    PlayedServer two{QStringLiteral("127.60.3.2")};
+    ControllerRig rig;
 };

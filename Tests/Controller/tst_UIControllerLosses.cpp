@@ -7,7 +7,6 @@
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
 #include "UI/ErrorMessageDialog.h"
-#include "UI/TransferDialog.h"
 
 #include <functional>
 #include <utility>
@@ -20,32 +19,6 @@ QList<MediaFolder> library(int hashNumber = 1)
 {
     return {folder(0, u"Intro"_s, {visual(1, u"Sunset"_s, hashNumber)})};
 }
-
-/// Two servers of which the first has one visual that the second lacks, and no warnings.
-class SyncStage final
-{
-public:
-    [[nodiscard]] bool open()
-    {
-        rig.model().warningLevel = 0;
-        return rig.bringUp(one, u"One"_s, library()) &&
-               rig.bringUp(two, u"Two"_s, {folder(0, u"Intro"_s)});
-    }
-    /// Starts the synchronisation and waits until the destination has its request.
-    [[nodiscard]] bool start()
-    {
-        rig.clickLeftToRight();
-        return QTest::qWaitFor([&] { return !two.commands(PlayedServer::Sync).isEmpty(); }, 10000);
-    }
-    [[nodiscard]] TransferDialog *transferDialog() const
-    {
-        return rig.rig.window->findChild<TransferDialog *>();
-    }
-
-    PlayedServer one{u"127.60.3.1"_s};
-    PlayedServer two{u"127.60.3.2"_s};
-    ControllerRig rig;
-};
 
 /// Calls a function when a dialog is hidden, once.
 class OnHide final : public QObject
