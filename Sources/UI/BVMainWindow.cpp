@@ -7,6 +7,7 @@
 #include "Model/ApplicationModel.h"
 #include "UI/AboutDialog.h"
 #include "UI/BVPreferencesDialog.h"
+#include "UI/DisabledIcon.h"
 
 #include "ui_BVMainWindow.h"
 
@@ -15,6 +16,8 @@ BVMainWindow::BVMainWindow(ApplicationModel *applicationModel)
     , model(applicationModel)
 {
     ui->setupUi(this);
+    dimDisabledIcon(ui->leftToRightButton);
+    dimDisabledIcon(ui->rightToLeftButton);
     ui->listModeButton->setChecked(true);
     ui->smallSizeButton->setChecked(true);
 

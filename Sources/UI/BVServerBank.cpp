@@ -7,6 +7,7 @@
 #include "Controller/UIController.h"
 #include "Log/ZorLog.h"
 #include "Model/Server.h"
+#include "UI/DisabledIcon.h"
 
 #include "ui_BVServerBank.h"
 
@@ -25,6 +26,18 @@ constexpr int folderCount = 256;
 QString iconPath(QLatin1StringView fileName)
 {
     return ":/icons/Bin/bitmap/icons/"_L1 + fileName;
+}
+
+// The label's width is fixed: a rate with many digits gets smaller ones rather than losing the
+// first.
+void showRate(QLabel *label, float rate, QFont font)
+{
+    const QString text = QString::number(double(rate), 'f', 2);
+    while (QFontMetrics(font).horizontalAdvance(text) > label->maximumWidth() &&
+           font.pointSize() > 4)
+        font.setPointSize(font.pointSize() - 1);
+    label->setFont(font);
+    label->setText(text);
 }
 
 } // namespace
@@ -46,6 +59,8 @@ BVServerBank::BVServerBank(QWidget *parent)
     for (int i = 0; i < 3; ++i)
         ui->serverTabWidget->removeTab(1);
 
+    dimDisabledIcon(ui->removeButton);
+    dimDisabledIcon(ui->addButton);
     // A folder's name comes from a server: however long it is, it doesn't stretch the window.
     ui->mediaListFolder->setFixedHeight(ui->mediaListFolder->sizeHint().height());
 
@@ -200,8 +215,8 @@ void BVServerBank::setConnectionStatus(bool connected, float first, float second
     ui->serverStatusLabel->setStyleSheet(connected ? u"color :rgb(40, 200, 40);"_s
                                                    : u"color : rgb(205, 40, 40);"_s);
     ui->serverStatusLabel->setText(connected ? tr("Connected") : tr("Disconnected"));
-    ui->cpuValueLabel->setText(QString::number(double(first), 'f', 2));
-    ui->gpuValueLabel->setText(QString::number(double(second), 'f', 2));
+    showRate(ui->cpuValueLabel, first, ui->startCpuGpuLabel->font());
+    showRate(ui->gpuValueLabel, second, ui->startCpuGpuLabel->font());
 }
 
 void BVServerBank::updateActionButtons()

@@ -15,6 +15,7 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QPushButton>
+#include <QToolTip>
 
 #include <cmath>
 
@@ -47,6 +48,9 @@ private slots:
     void storedViewIsChecked();
 
     void looksDark();
+    void disabledButtonsLookDisabled_data();
+    void disabledButtonsLookDisabled();
+    void toolTipsCanBeRead();
     void textsCanBeRead_data();
     void textsCanBeRead();
 
@@ -57,6 +61,29 @@ private:
         return file.open(QIODevice::ReadOnly)
                    ? QString::fromUtf8(file.readAll()).split(u'\n', Qt::SkipEmptyParts)
                    : QStringList();
+    }
+    static double luminance(QRgb rgb)
+    {
+        const auto part = [](int value) { return std::pow(value / 255.0, 2.2); };
+        return 0.2126 * part(qRed(rgb)) + 0.7152 * part(qGreen(rgb)) + 0.0722 * part(qBlue(rgb));
+    }
+    /// Contrast between the brightest and the darkest pixel, from 1 to 21.
+    static double contrast(const QImage &image)
+    {
+        double darkest = 1;
+        double brightest = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                darkest = qMin(darkest, luminance(image.pixel(x, y)));
+                brightest = qMax(brightest, luminance(image.pixel(x, y)));
+            }
+        }
+        return (brightest + 0.05) / (darkest + 0.05);
+    }
+    static QImage grab(const WindowRig &rig, const QWidget &widget)
+    {
+        const QPoint corner = widget.mapTo(rig.window.get(), QPoint());
+        return rig.window->grab(QRect(corner, widget.size())).toImage();
     }
     static ModalDriver::Answer tick(const char *box, QDialogButtonBox::StandardButton button)
     {
@@ -330,6 +357,40 @@ void tst_BVMainWindow::looksDark()
     QCOMPARE(dialog.grab().toImage().pixelColor(5, 5), QColor(51, 58, 67));
 }
 
+void tst_BVMainWindow::disabledButtonsLookDisabled_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    for (const char *name : {"leftToRightButton", "rightToLeftButton", "removeButton", "addButton"})
+        QTest::newRow(name) << QByteArray(name);
+}
+
+void tst_BVMainWindow::disabledButtonsLookDisabled()
+{
+    QFETCH(const QByteArray, name);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.4.7"_s));
+    QVERIFY(rig.show());
+    auto &button = rig.find<QPushButton>(name.constData());
+    button.setEnabled(true);
+    const double enabled = contrast(grab(rig, button));
+    button.setEnabled(false);
+    QVERIFY(contrast(grab(rig, button)) < enabled / 1.5);
+}
+
+void tst_BVMainWindow::toolTipsCanBeRead()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    auto &button = rig.find<QPushButton>("listModeButton");
+    QToolTip::showText(QPoint(50, 50), button.toolTip(), &button);
+    const QWidgetList all = QApplication::topLevelWidgets();
+    const auto tip = std::find_if(all.begin(), all.end(),
+                                  [](const QWidget *w) { return w->inherits("QTipLabel"); });
+    QVERIFY(tip != all.end());
+    QVERIFY(contrast((*tip)->grab().toImage()) >= 4.5);
+    QToolTip::hideText();
+}
+
 void tst_BVMainWindow::textsCanBeRead_data()
 {
     QTest::addColumn<QByteArray>("widget");
@@ -345,28 +406,13 @@ void tst_BVMainWindow::textsCanBeRead()
     WindowRig rig;
     rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.4.6"_s));
     QVERIFY(rig.show());
-    QImage image;
     auto &shown = rig.find<QWidget>(widget.constData());
     if (auto *menu = qobject_cast<QMenu *>(&shown)) {
         menu->popup(QPoint(100, 100));
-        image = menu->grab().toImage();
+        QVERIFY(contrast(menu->grab().toImage()) >= 4.5);
     } else {
-        image = rig.window->grab(QRect(shown.mapTo(rig.window.get(), QPoint()), shown.size()))
-                    .toImage();
+        QVERIFY(contrast(grab(rig, shown)) >= 4.5);
     }
-    const auto luminance = [](QRgb rgb) {
-        const auto part = [](int value) { return std::pow(value / 255.0, 2.2); };
-        return 0.2126 * part(qRed(rgb)) + 0.7152 * part(qGreen(rgb)) + 0.0722 * part(qBlue(rgb));
-    };
-    double darkest = 1;
-    double brightest = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            darkest = qMin(darkest, luminance(image.pixel(x, y)));
-            brightest = qMax(brightest, luminance(image.pixel(x, y)));
-        }
-    }
-    QVERIFY2((brightest + 0.05) / (darkest + 0.05) >= 4.5, widget.constData());
 }
 
 QTEST_MAIN(tst_BVMainWindow)

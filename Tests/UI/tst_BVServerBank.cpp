@@ -248,6 +248,13 @@ void tst_BVServerBank::connectionStatus()
     QCOMPARE(cpu.text(), u"59.94"_s);
     QCOMPARE(gpu.text(), u"120.00"_s);
 
+    // No rate loses a digit in its narrow label.
+    for (const float rate : {9.99F, 60.F, 144.F}) {
+        bank.setConnectionStatus(true, rate, rate);
+        QVERIFY(gpu.fontMetrics().horizontalAdvance(gpu.text()) <= gpu.width());
+        QVERIFY(cpu.fontMetrics().horizontalAdvance(cpu.text()) <= cpu.width());
+    }
+
     bank.setConnectionStatus(false, 0, 0);
     QCOMPARE(status.text(), u"Disconnected"_s);
     QCOMPARE(status.styleSheet(), u"color : rgb(205, 40, 40);"_s);
