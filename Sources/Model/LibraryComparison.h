@@ -8,7 +8,7 @@
 
 #include <QList>
 
-class Server;
+struct Server;
 
 /// What two servers have in common, and what would make one equal to the other.
 ///
