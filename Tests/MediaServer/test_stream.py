@@ -106,7 +106,8 @@ class StreamTest(MediaServerTest):
         self.assertEqual(server.process.wait(PATIENCE), 0)
 
     def test_the_other_ends_of_a_stream(self):
-        for order, end in (("end-stream", "clean"), ("reset-stream", "reset"), ("quit", "cut")):
+        for order, end in (("end-stream", "clean"), ("cut-stream", "cut"), ("reset-stream", "reset"),
+                           ("quit", "cut")):
             with self.subTest(order):
                 server = self.server("127.10.4.11")
                 streams = [self.stream(server), self.stream(server)]

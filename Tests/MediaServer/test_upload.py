@@ -4,11 +4,13 @@
 """Uploads: multipart forms that go to disk as they arrive."""
 
 import hashlib
+import http.client
 import socket
 import time
 import unittest
 
-from media_server import (DONE, PATIENCE, PORT, MediaServerTest, eventually, multipart, wire)
+from media_server import (DONE, PATIENCE, PORT, MediaServerTest, Response, eventually, multipart,
+                          wire)
 
 HEAD = (b"POST /brenvoka/upload.html HTTP/1.1\r\nHost: x\r\n"
         b"Content-Type: multipart/form-data; boundary=%s\r\nContent-Length: %d\r\n\r\n")
@@ -44,7 +46,9 @@ class UploadTest(MediaServerTest):
                                    for file in server.incoming()), "the file grows on disk")
             self.assertEqual(server.visuals(), {})
             connection.sendall(form[-100:])
-            self.assertIn(b'"RESULT":0', connection.recv(4096))
+            reply = http.client.HTTPResponse(connection)
+            reply.begin()
+            self.assertEqual(Response(reply).json(), DONE)
         self.assertEqual(server.files(), {(0, 1): hashlib.md5(content).hexdigest()})
         self.assertEqual(server.incoming(), [])
 
@@ -75,6 +79,20 @@ class UploadTest(MediaServerTest):
         reply = server.request("POST", "/brenvoka/upload.html", b"x" * 100000,
                                {"Content-Type": "application/octet-stream"})
         self.assertError(reply.json(), "multipart")
+        self.assertEqual((server.visuals(), server.incoming()), ({}, []))
+
+    def test_a_form_that_cannot_be_read_is_answered_once_and_ends_the_connection(self):
+        server = self.server("127.10.6.9")
+        for head in (b"X" * 200000, b'Content-Disposition: form-data; name="visualFile"; filename="'
+                     + b"A" * 200000 + b'"'):
+            form = b"--EDGE\r\n" + head + b"\r\n\r\nx\r\n--EDGE--\r\n" + bytes(200000)
+            with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+                connection.sendall(HEAD % (b"EDGE", len(form)) + form)
+                answer = b""
+                while piece := connection.recv(4096):
+                    answer += piece
+            self.assertEqual(answer.count(b"HTTP/1.1 "), 1, answer)
+            self.assertIn(b"The form is incomplete", answer)
         self.assertEqual((server.visuals(), server.incoming()), ({}, []))
 
     def test_no_file_name_leads_out_of_the_slot(self):

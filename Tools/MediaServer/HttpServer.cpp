@@ -5,6 +5,7 @@
 
 #include "MediaServer/SocketStream.h"
 
+#include <limits>
 #include <thread>
 
 using namespace std::chrono_literals;
@@ -15,6 +16,7 @@ constexpr auto idleLimit = 300s;
 constexpr int backlog = 512;
 
 thread_local socket_t servedSocket = INVALID_SOCKET;
+thread_local bool closeServed = false;
 
 /// One detached thread for each task; `shutdown` waits for all of them.
 class ThreadPerTask final : public httplib::TaskQueue
@@ -89,6 +91,11 @@ void HttpServer::resetConnection()
     ::connect(servedSocket, &nobody, sizeof nobody);
 }
 
+void HttpServer::closeAfterResponse()
+{
+    closeServed = true;
+}
+
 bool HttpServer::process_and_close_socket(socket_t socket)
 {
     {
@@ -99,11 +106,14 @@ bool HttpServer::process_and_close_socket(socket_t socket)
     SocketStream stream(socket);
     bool good = true;
     bool closed = false;
-    while (good && !closed && !shuttingDown && stream.waitForBytes(idleLimit)) {
+    closeServed = false;
+    while (good && !closed && !closeServed && !shuttingDown && stream.waitForBytes(idleLimit)) {
         good = process_request(stream, false, closed, [](httplib::Request &request) {
             request.headers.erase("Accept-Encoding");
         });
     }
+    if (closeServed)
+        stream.finish();
     const std::lock_guard lock(mutex);
     connections.erase(socket);
     ::shutdown(socket, SHUT_RDWR);

@@ -39,6 +39,10 @@ public:
     /// end.
     static void resetConnection();
 
+    /// Closes the connection that the calling thread serves when the response has been written:
+    /// for requests that were not read to their end.
+    static void closeAfterResponse();
+
 private:
     bool process_and_close_socket(socket_t socket) override;
 

@@ -85,11 +85,11 @@ QByteArray makeClip(int length, QRandomGenerator &random)
 /// Slots in ascending order, with gaps between them while there is room for gaps.
 QList<int> chooseSlots(int count, QRandomGenerator &random)
 {
-    QList<int> slots_(std::min(slotLimit - 1, count + count / 2));
-    std::iota(slots_.begin(), slots_.end(), 1);
-    while (slots_.size() > count)
-        slots_.removeAt(random.bounded(slots_.size()));
-    return slots_;
+    QList<int> chosen(std::min(slotLimit - 1, count + count / 2));
+    std::iota(chosen.begin(), chosen.end(), 1);
+    while (chosen.size() > count)
+        chosen.removeAt(random.bounded(chosen.size()));
+    return chosen;
 }
 
 void put(Library &library, SlotId slot, const QString &fileName, const QByteArray &bytes)

@@ -7,6 +7,7 @@
 
 #include <arpa/inet.h>
 
+#include <limits>
 #include <stdexcept>
 
 using namespace Qt::Literals::StringLiterals;

@@ -91,6 +91,8 @@ void Server::command(const QString &line)
         quit();
     else if (word == "end-stream"_L1)
         hub.endStreams(StreamEnd::Clean);
+    else if (word == "cut-stream"_L1)
+        hub.endStreams(StreamEnd::Cut);
     else if (word == "reset-stream"_L1)
         hub.endStreams(StreamEnd::Reset);
     else if (word == "silence"_L1)

@@ -36,6 +36,17 @@ bool SocketStream::waitForBytes(std::chrono::milliseconds time) const
     return (waitFor(handle, POLLIN, time) & POLLIN) != 0;
 }
 
+void SocketStream::finish()
+{
+    ::shutdown(handle, SHUT_WR);
+    std::array<char, 65536> unread{};
+    const auto deadline = std::chrono::steady_clock::now() + 2s;
+    while (std::chrono::steady_clock::now() < deadline && waitForBytes(100ms)) {
+        if (recv(handle, unread.data(), unread.size(), 0) <= 0)
+            return;
+    }
+}
+
 bool SocketStream::is_readable() const
 {
     return waitForBytes(0ms);

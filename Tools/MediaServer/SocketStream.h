@@ -19,6 +19,10 @@ public:
     /// Waits for the next request. False when the peer has gone or nothing came in time.
     [[nodiscard]] bool waitForBytes(std::chrono::milliseconds time) const;
 
+    /// Ends the response and throws away what the peer still sends, for two seconds at most:
+    /// closing with bytes unread would reset the connection and take the response with it.
+    void finish();
+
     [[nodiscard]] bool is_readable() const override;
     /// Also false when the peer has closed its side.
     [[nodiscard]] bool is_writable() const override;

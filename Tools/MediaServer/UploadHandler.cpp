@@ -4,6 +4,7 @@
 #include "MediaServer/UploadHandler.h"
 
 #include "MediaServer/FileHash.h"
+#include "MediaServer/HttpServer.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -98,6 +99,8 @@ CommandResult UploadHandler::take(const httplib::Request &request,
                    form.take(data, size);
                    return link.pass(size);
                });
+    if (!complete)
+        HttpServer::closeAfterResponse();
     form.end(complete);
     fields = form.fields;
     CommandResult result = form.error.isEmpty() ? store(fields, hashText(form.hash), path)

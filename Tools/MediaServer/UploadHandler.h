@@ -10,7 +10,7 @@
 
 /// Takes uploads: the file goes to disk as it arrives, never into memory, and into its slot when
 /// the form is complete. The body is read to its end even when the upload is refused early, since
-/// the client listens for the answer only then.
+/// the client listens for the answer only then; a body that cannot be read ends the connection.
 class UploadHandler
 {
 public:
