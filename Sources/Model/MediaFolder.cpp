@@ -20,7 +20,7 @@ std::optional<QList<Visual>> filesFromJson(const QJsonArray &array)
 {
     QList<Visual> files;
     files.reserve(array.size());
-    for (const QJsonValue &element : array) {
+    for (const auto element : array) {
         Visual visual;
         if (!element.isObject() || !visual.fromJson(element.toObject()))
             return std::nullopt;

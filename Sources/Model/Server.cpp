@@ -16,7 +16,7 @@ std::optional<QList<MediaFolder>> foldersFromJson(const QJsonArray &array)
 {
     QList<MediaFolder> folders;
     folders.reserve(array.size());
-    for (const QJsonValue &element : array) {
+    for (const auto element : array) {
         MediaFolder folder;
         if (!element.isObject() || !folder.fromJson(element.toObject()))
             return std::nullopt;
