@@ -1,0 +1,98 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""A virtual display of its own, with a window manager and an accessibility bus."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+
+from .waiting import wait_for
+
+_BUS_LAUNCHERS = ("/usr/libexec/at-spi-bus-launcher", "/usr/lib/at-spi2-core/at-spi-bus-launcher")
+
+
+class Display:
+    """Xvfb, openbox, a session bus and the accessibility bus; all end with close().
+
+    The environment of this process is pointed at them, so that pyatspi, which reads it when it is
+    imported, and every program that is started later find them. One display a process.
+    """
+
+    def __init__(self, size="1400x900"):
+        self._processes = []
+        self._saved = dict(os.environ)
+        self._scratch = tempfile.mkdtemp(prefix="stage-")
+        try:
+            self._start(size)
+        except BaseException:
+            self.close()
+            raise
+
+    def _start(self, size):
+        reader, writer = os.pipe()
+        self._run(["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{size}x24",
+                   "-nolisten", "tcp", "-noreset"], pass_fds=(writer,))
+        os.close(writer)
+        with os.fdopen(reader) as pipe:
+            number = pipe.readline().strip()
+        if not number:
+            raise RuntimeError("Xvfb did not start")
+        os.environ["DISPLAY"] = f":{number}"
+        os.environ.pop("WAYLAND_DISPLAY", None)
+
+        bus = self._run(["dbus-daemon", "--session", "--nofork", "--print-address"],
+                        stdout=subprocess.PIPE, text=True)
+        os.environ["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
+        launcher = next(path for path in _BUS_LAUNCHERS if os.path.exists(path))
+        self._run([launcher, "--launch-immediately"])
+        os.environ["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
+        os.environ["QT_QPA_PLATFORM"] = "xcb"
+        os.environ["XDG_RUNTIME_DIR"] = self._scratch
+        os.environ.pop("AT_SPI_BUS_ADDRESS", None)
+
+        self._run(["openbox", "--config-file", self._window_manager_configuration()])
+        wait_for(self._window_manager_is_up, "the window manager")
+
+    def _window_manager_configuration(self):
+        """Windows appear where they ask to, with a plain border, and keep the focus they get."""
+        path = pathlib.Path(self._scratch, "rc.xml")
+        path.write_text('<openbox_config xmlns="http://openbox.org/3.4/rc">'
+                        "<focus><focusNew>yes</focusNew></focus>"
+                        "<theme><name>Clearlooks</name></theme></openbox_config>")
+        return str(path)
+
+    @staticmethod
+    def _window_manager_is_up():
+        answer = subprocess.run(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"],
+                                capture_output=True, text=True, check=False)
+        return "window id" in answer.stdout
+
+    def _run(self, command, **options):
+        options.setdefault("stdout", subprocess.DEVNULL)
+        process = subprocess.Popen(command, stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL,
+                                   **options)
+        self._processes.append(process)
+        return process
+
+    @staticmethod
+    def screenshot(path):
+        """Writes the whole screen to a PNG file."""
+        pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
+        subprocess.run(["import", "-silent", "-window", "root", str(path)], check=True)
+
+    def close(self):
+        for process in reversed(self._processes):
+            process.terminate()
+        for process in self._processes:
+            try:
+                process.wait(10)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+        self._processes.clear()
+        os.environ.clear()
+        os.environ.update(self._saved)
+        shutil.rmtree(self._scratch, ignore_errors=True)

@@ -1,0 +1,225 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""The program in its window: found through the accessibility tree, driven by real input."""
+
+import os
+import pathlib
+import signal
+import subprocess
+
+from gi.repository import GLib
+
+from .waiting import steady, wait_for
+
+
+class Widget:
+    """One node of the accessibility tree. Asks anew at every call, since the tree lives."""
+
+    def __init__(self, node):
+        self.node = node
+
+    @property
+    def name(self):
+        return self.node.name
+
+    @property
+    def role(self):
+        return self.node.getRoleName()
+
+    def has_state(self, state):
+        import pyatspi
+        return self.node.getState().contains(getattr(pyatspi, "STATE_" + state))
+
+    @property
+    def showing(self):
+        return self.has_state("SHOWING") and self.has_state("VISIBLE")
+
+    @property
+    def enabled(self):
+        return self.has_state("ENABLED")
+
+    @property
+    def text(self):
+        """The text of a label, or of anything else that has one."""
+        try:
+            return self.node.queryText().getText(0, -1)
+        except NotImplementedError:
+            return self.node.name
+
+    def children(self):
+        return [Widget(child) for child in self.node if child is not None]
+
+    def descendants(self):
+        for child in self.children():
+            yield child
+            yield from child.descendants()
+
+    def find(self, role=None, name=None, showing=True):
+        """The first descendant that fits, or None. A name may be a predicate."""
+        for widget in self.descendants():
+            if role is not None and widget.role != role:
+                continue
+            if callable(name) and not name(widget.name):
+                continue
+            if name is not None and not callable(name) and widget.name != name:
+                continue
+            if widget.showing or not showing:
+                return widget
+        return None
+
+    def center(self):
+        import pyatspi
+        box = self.node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
+        return box.x + box.width // 2, box.y + box.height // 2
+
+    def click(self, count=1):
+        x, y = self.center()
+        pointer("mousemove", "--sync", x, y)
+        pointer("click", "--repeat", count, "--delay", 60, 1)
+
+
+def walk(widget, closed=("list", "table", "menu bar", "combo box")):
+    """The descendants, without the inside of what is large."""
+    for child in widget.children():
+        yield child
+        if child.role not in closed:
+            yield from walk(child, closed)
+
+
+def pointer(*arguments):
+    """Sends real input events to the display."""
+    subprocess.run(["xdotool", *map(str, arguments)], check=True, stdout=subprocess.DEVNULL)
+
+
+def press(*keys):
+    pointer("key", *keys)
+
+
+class Program:
+    """One run of the program with a home directory of its own."""
+
+    def __init__(self, binary, home, log=None):
+        self.home = pathlib.Path(home)
+        for folder in ("config", "data", "cache"):
+            (self.home / folder).mkdir(parents=True, exist_ok=True)
+        environment = dict(os.environ, HOME=str(self.home),
+                           XDG_CONFIG_HOME=str(self.home / "config"),
+                           XDG_DATA_HOME=str(self.home / "data"),
+                           XDG_CACHE_HOME=str(self.home / "cache"))
+        self._output = open(log or self.home / "output.txt", "ab")
+        self.process = subprocess.Popen([str(binary)], env=environment, stdout=self._output,
+                                        stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
+
+    # -- what the operator sees
+
+    def application(self):
+        import pyatspi
+        for node in pyatspi.Registry.getDesktop(0):
+            try:
+                if node is not None and node.get_process_id() == self.process.pid:
+                    return Widget(node)
+            except GLib.Error:  # an earlier program that is still listed
+                continue
+        return None
+
+    def wait_for_window(self):
+        wait_for(lambda: self.window("main"), "the main window")
+        wait_for(lambda: subprocess.run(["xdotool", "search", "--onlyvisible", "--pid",
+                                         str(self.process.pid)],
+                                        capture_output=True, check=False).returncode == 0,
+                 "the main window on the display")
+        return self
+
+    @steady
+    def window(self, kind, title=None):
+        """A top-level window that is on show: "main" or "dialog"."""
+        self.assert_running()
+        application = self.application()
+        if application is None:
+            return None
+        for window in application.children():
+            main = any(child.role == "menu bar" for child in window.children())
+            if window.showing and main == (kind == "main") and title in (None, window.name):
+                return window
+        return None
+
+    def main(self):
+        return wait_for(lambda: self.window("main"), "the main window")
+
+    def wait_for_dialog(self, title=None, timeout=30.0):
+        return wait_for(lambda: self.window("dialog", title), f"a dialog {title or ''}", timeout)
+
+    def wait_until_no_dialog(self, timeout=60.0):
+        wait_for(lambda: self.window("dialog") is None, "the end of the dialogs", timeout)
+
+    @steady
+    def dialog_texts(self, dialog):
+        """All texts of a dialog, for a look at what it says."""
+        return [widget.text for widget in dialog.descendants() if widget.role in ("label", "text")]
+
+    def press_button(self, dialog, name):
+        button = wait_for(lambda: dialog.find("push button", name), f"the button {name}")
+        button.click()
+
+    def is_idle(self):
+        """Whether the program has no dialog open, asked of the display and not of its tree: the
+        tree of a table with 65,280 rows would take its time to be walked."""
+        windows = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid",
+                                  str(self.process.pid)],
+                                 capture_output=True, text=True, check=False)
+        return len(windows.stdout.split()) == 1
+
+    def button(self, words):
+        """A button of the main window by words of its accessible name, such as "left to right"."""
+        return wait_for(lambda: self.main().find("push button", lambda name: words in name.lower()),
+                        f"the button for {words}")
+
+    @steady
+    def out_of_sync(self):
+        """Whether the sign between the banks is on show."""
+        sign = "Content of both servers is not fully in sync"
+        return any(sign in (widget.name, widget.node.description)
+                   for widget in walk(self.main()) if widget.showing)
+
+    # -- the end
+
+    def assert_running(self):
+        if self.process.poll() is not None:
+            raise AssertionError(f"the program ended with {self.process.returncode}:\n"
+                                 f"{self.output()}")
+
+    def output(self):
+        self._output.flush()
+        return pathlib.Path(self._output.name).read_text(errors="replace")
+
+    def log_text(self):
+        """The log of this run so far."""
+        logs = sorted(self.home.rglob("Brenvoka.log"))
+        return logs[0].read_text(errors="replace") if logs else ""
+
+    def memory_peak_megabytes(self):
+        for line in pathlib.Path(f"/proc/{self.process.pid}/status").read_text().splitlines():
+            if line.startswith("VmHWM:"):
+                return int(line.split()[1]) / 1024
+        return 0.0
+
+    def close_window(self):
+        """As the operator does: by the shortcut of File, Quit."""
+        self.main()
+        press("ctrl+q")
+        return self.process.wait(30)
+
+    def kill(self):
+        self.process.send_signal(signal.SIGKILL)
+        self.process.wait(30)
+
+    def close(self):
+        if self.process.poll() is None:
+            self.process.terminate()
+            try:
+                self.process.wait(10)
+            except subprocess.TimeoutExpired:
+                self.kill()
+        self._output.close()
+

@@ -1,0 +1,137 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""Servers come to the screen, and leave it in each of the four ways."""
+
+import unittest
+
+from stage.banks import Bank
+from stage.case import EndToEndCase
+from stage.waiting import wait_for
+
+SMALL = ("--generate", "3", "--folders", "2", "--visuals", "3")
+# 121 ticks of 250 ms after the last announcement, and a generous margin.
+SILENCE = 90.0
+
+
+class Discovery(EndToEndCase):
+    def setUp(self):
+        super().setUp()
+        self.left = self.serve("127.70.0.2", "Left", *SMALL)
+        self.right = self.serve("127.70.0.3", "Right", *SMALL)
+
+    def test_servers_reach_the_banks_from_their_announcements(self):
+        program = self.start_program()
+        banks = Bank(program, 0), Bank(program, 1)
+        wait_for(lambda: {bank.server() for bank in banks} == {"Left", "Right"},
+                 "the first two servers in the banks", 60)
+        for bank in banks:
+            self.assertEqual(bank.rows()[0], self.left.folder_names()[0])
+        self.end_program(program)
+
+    def test_a_folder_opens_on_both_sides_and_back_returns(self):
+        program = self.start_program()
+        banks = self.show(program, self.left, self.right)
+        banks[1].open(1)
+        for bank in banks:
+            bank.wait_for_rows(257)
+            self.assertEqual(bank.rows()[:2], ["Back", "000: NO VISUAL"])
+            names = {name for (folder, _), (name, _) in self.left.slots().items() if folder == 1}
+            self.assertLessEqual(names, set(bank.rows()))
+        banks[0].open(0)
+        for bank in banks:
+            bank.wait_for_rows(256)
+        self.end_program(program)
+
+    def test_a_new_name_reaches_both_boxes_and_leaves_them_without_a_choice(self):
+        program = self.start_program()
+        banks = self.show(program, self.left, self.right)
+        self.left.tell("rename Far left")
+        wait_for(lambda: "Far left" in banks[0].servers() and "Far left" in banks[1].servers(),
+                 "the new name in both boxes")
+        self.assertEqual([bank.server() for bank in banks], ["", ""])
+        self.end_program(program)
+
+
+class GoingAway(EndToEndCase):
+    """Left and Right are on show; Spare is not."""
+
+    def setUp(self):
+        super().setUp()
+        self.left = self.serve("127.70.0.2", "Left", *SMALL)
+        self.right = self.serve("127.70.0.3", "Right", *SMALL)
+        self.spare = self.serve("127.70.0.4", "Spare", *SMALL)
+        self.program = self.start_program()
+        self.banks = self.show(self.program, self.left, self.right)
+        wait_for(lambda: "Spare" in self.banks[0].servers(), "the third server")
+
+    def leave(self, server, command):
+        """The server leaves, and stays away because it no longer announces itself."""
+        server.tell("silence")
+        server.tell(command)
+
+    def hold_message(self, *words):
+        dialog = self.program.wait_for_dialog("Error")
+        texts = " ".join(self.program.dialog_texts(dialog))
+        details = dialog.find("toggle button") or dialog.find("push button", "Show Details >>")             or dialog.find("check box")
+        self.assertIsNotNone(details, "the details button is missing")
+        self.assertTrue(details.enabled)
+        details.click()
+        wait_for(lambda: dialog.find("text") is not None, "the details")
+        texts += " ".join(self.program.dialog_texts(dialog))
+        for word in words:
+            self.assertIn(word, texts)
+        self.keep_picture("message")
+        self.program.press_button(dialog, "OK")
+        self.program.wait_until_no_dialog()
+
+    def hold_gone(self, name):
+        wait_for(lambda: all(name not in bank.servers() for bank in self.banks),
+                 f"{name} to leave both boxes", SILENCE)
+
+    def test_a_server_on_show_announces_its_shutdown(self):
+        self.leave(self.right, "shutdown")
+        self.hold_message('Server "Right" disconnected.', 'Server "Right" was shut down.')
+        self.hold_gone("Right")
+        self.assertEqual(self.banks[1].server(), "")
+        self.assertTrue(self.program.out_of_sync())
+
+    def test_a_server_on_show_ends_its_stream(self):
+        self.leave(self.right, "end-stream")
+        self.hold_message('Server "Right" disconnected.')
+        self.hold_gone("Right")
+
+    def test_a_server_on_show_resets_the_connection(self):
+        self.leave(self.left, "reset-stream")
+        self.hold_message('Server "Left" disconnected.', "Network error: ")
+        self.hold_gone("Left")
+        self.assertEqual(self.banks[0].server(), "")
+
+    def test_servers_fall_silent_on_show_or_not_and_leave_without_a_word(self):
+        self.right.tell("silence")
+        self.spare.tell("silence")
+        self.hold_gone("Right")
+        self.hold_gone("Spare")
+        self.assertIsNone(self.program.window("dialog"))
+        self.assertEqual(self.banks[1].server(), "")
+        # Whoever announces itself again after the silence is a new server.
+        self.right.tell("announce")
+        wait_for(lambda: "Right" in self.banks[0].servers(), "the server to come back")
+
+    def test_a_server_not_on_show_leaves_without_a_word(self):
+        for index, command in enumerate(("shutdown", "end-stream", "reset-stream")):
+            with self.subTest(command):
+                name = f"Guest {index}"
+                guest = self.serve(f"127.70.0.{10 + index}", name, *SMALL)
+                wait_for(lambda: name in self.banks[0].servers(), "the guest")
+                self.leave(guest, command)
+                self.hold_gone(name)
+                self.assertIsNone(self.program.window("dialog"))
+
+    def tearDown(self):
+        if self.program.window("dialog") is None:
+            self.end_program(self.program)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,155 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""One server is made equal to another: whole, with a failure, cancelled, refused, killed."""
+
+import os
+import subprocess
+import unittest
+
+from stage.banks import Bank
+from stage.case import BUILD, EndToEndCase
+from stage.rehearsal import Rehearsal
+from stage.waiting import wait_for
+
+
+class Sync(EndToEndCase):
+    def rehearse(self, left=(), right=()):
+        rehearsal = Rehearsal(BUILD / "media-server", self.folder / "servers",
+                              ("127.70.1.2", *left), ("127.70.1.3", *right))
+        self.addCleanup(rehearsal.close)
+        return rehearsal
+
+    def start_sync(self, program, answer="Yes"):
+        """Left to right with nothing selected; the libraries differ in more than ten slots."""
+        program.button("from bank a to bank b").click()
+        warning = program.wait_for_dialog("Visual synchronize")
+        texts = " ".join(program.dialog_texts(warning))
+        self.assertIn("from server Stage left to server Stage right.", texts)
+        program.press_button(warning, answer)
+
+    def wait_for_the_end(self, program, rehearsal):
+        program.wait_until_no_dialog(120)
+        rehearsal.right.wait_until_quiet()
+
+    def test_a_whole_sync_makes_the_libraries_equal(self):
+        rehearsal = self.rehearse()
+        before = rehearsal.left.files()
+        program = self.start_program()
+        self.show(program, rehearsal.left, rehearsal.right)
+        self.assertTrue(program.out_of_sync())
+        self.start_sync(program)
+        self.wait_for_the_end(program, rehearsal)
+        wait_for(lambda: not program.out_of_sync(), "the out-of-sync sign to go", 60)
+        self.assertEqual(rehearsal.left.files(), before, "the source was changed")
+        self.assertEqual(rehearsal.right.files(), before)
+        self.assertEqual(rehearsal.right.document(), rehearsal.left.document())
+        order = [body.split("&")[0] for line in rehearsal.right.requests() if "execute.html" in line
+                 for body in [line.split(" ")[-1]]]
+        sync = order[order.index("req_type=1"):]
+        self.assertEqual(set(sync), {"req_type=1"}, "the phases overlap")
+        self.end_program(program)
+
+    def test_no_answers_no_request(self):
+        rehearsal = self.rehearse()
+        program = self.start_program()
+        self.show(program, rehearsal.left, rehearsal.right)
+        before = rehearsal.right.requests()
+        self.start_sync(program, "No")
+        program.wait_until_no_dialog()
+        self.end_program(program)
+        self.assertEqual([line for line in rehearsal.right.requests()[len(before):]
+                          if "POST" in line], [])
+
+    def test_one_failed_import_is_told_and_the_others_go_on(self):
+        rehearsal = self.rehearse(right=("--fail-import", "5/250"))
+        rehearsal.left.upload(5, 250, rehearsal.folder / "another.png")
+        left = self.folder / "servers" / "Stage left"
+        picture = next(path for path in left.rglob("*") if path.is_file()
+                       and path.read_bytes()[:4] == b"\x89PNG")
+        rehearsal.left.upload(5, 250, picture)
+        wait_for(rehearsal.left.is_quiet, "the upload")
+        program = self.start_program()
+        self.show(program, rehearsal.left, rehearsal.right)
+        self.start_sync(program)
+        dialog = program.wait_for_dialog("Error", 120)
+        self.assertIn("Folder synchronization completed with errors", program.dialog_texts(dialog))
+        program.press_button(dialog, "OK")
+        self.wait_for_the_end(program, rehearsal)
+        left, right = rehearsal.left.slots(), rehearsal.right.slots()
+        self.assertEqual({slot for slot in left.keys() | right.keys()
+                          if left.get(slot) != right.get(slot)}, {(5, 250)})
+        self.assertTrue(program.out_of_sync())
+        self.end_program(program)
+
+    def test_a_cancelled_sync_stops_and_loses_nothing(self):
+        rehearsal = self.rehearse(left=("--bandwidth", "20000"), right=("--workers", "1"))
+        program = self.start_program()
+        self.show(program, rehearsal.left, rehearsal.right)
+        self.start_sync(program)
+        transfers = program.wait_for_dialog("Ongoing Transfers")
+        self.keep_picture("transfers")
+        program.press_button(transfers, "Cancel")
+        self.wait_for_the_end(program, rehearsal)
+        self.assertEqual(len(rehearsal.right.commands(4)), 1)
+        left, right = rehearsal.left.slots(), rehearsal.right.slots()
+        self.assertTrue(set(left) - set(right), "everything was copied in spite of the cancel")
+        for slot, (_, content) in right.items():
+            if slot in left and slot != (4, 2):
+                self.assertEqual(len(content), 32)
+        self.end_program(program)
+
+    def test_servers_without_a_common_subnet_are_refused_at_the_click(self):
+        rehearsal = self.rehearse()
+        program = self.start_program()
+        self.show(program, rehearsal.left, rehearsal.foyer)
+        program.button("from bank a to bank b").click()
+        dialog = program.wait_for_dialog("Error")
+        self.assertIn("The servers don't share a subnet", program.dialog_texts(dialog))
+        program.press_button(dialog, "OK")
+        program.wait_until_no_dialog()
+        self.assertEqual(rehearsal.foyer.commands(1), [])
+        self.end_program(program)
+
+    def test_killed_in_the_middle_it_starts_again_at_once(self):
+        rehearsal = self.rehearse(left=("--bandwidth", "20000"), right=("--workers", "1"))
+        program = self.start_program()
+        self.show(program, rehearsal.left, rehearsal.right)
+        self.start_sync(program)
+        program.wait_for_dialog("Ongoing Transfers")
+        program.kill()
+        again = self.start_program()
+        wait_for(lambda: "Stage right" in Bank(again, 0).servers(), "the servers", 60)
+        self.end_program(again)
+
+    def test_the_destination_goes_away_in_the_middle(self):
+        rehearsal = self.rehearse(left=("--bandwidth", "20000"), right=("--workers", "1"))
+        program = self.start_program()
+        self.show(program, rehearsal.left, rehearsal.right)
+        self.start_sync(program)
+        program.wait_for_dialog("Ongoing Transfers")
+        rehearsal.right.tell("silence")
+        rehearsal.right.tell("reset-stream")
+        dialog = program.wait_for_dialog("Error")
+        texts = program.dialog_texts(dialog)
+        self.assertIn('Server "Stage right" disconnected while an operation was in progress.',
+                      texts)
+        program.press_button(dialog, "OK")
+        program.wait_until_no_dialog()
+        self.end_program(program)
+
+
+class Restart(EndToEndCase):
+    def test_a_second_start_ends_silently(self):
+        program = self.start_program()
+        log = program.log_text()
+        second = subprocess.run([BUILD / "brenvoka"], env=dict(os.environ, HOME=str(program.home)),
+                                capture_output=True, timeout=60, check=False)
+        self.assertEqual((second.returncode, second.stdout, second.stderr), (0, b"", b""))
+        self.assertEqual(program.log_text(), log)
+        self.end_program(program)
+        self.assertEqual(len(list(program.home.rglob("settings.ini"))), 1)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+#
+# Installs what is missing, builds, starts three rehearsal servers and opens the program on them.
+# Without a display it does the main job by itself on a virtual one, prints what it saw, leaves
+# screenshots in build/demo and exits with 0 only if the two libraries are equal at the end.
+set -euo pipefail
+cd "$(dirname "$0")"
+
+Scripts/install-packages.sh
+
+launcher=()
+if command -v ccache >/dev/null; then
+    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    export CCACHE_BASEDIR=$PWD
+fi
+mkdir -p build
+cmake --preset release "${launcher[@]}" >build/demo-configure.log 2>&1 || {
+    cat build/demo-configure.log
+    exit 1
+}
+cmake --build --preset release --parallel "$(nproc)" --target brenvoka media-server
+
+if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
+    exec /usr/bin/python3 Scripts/demo.py build/release build/demo
+fi
+exec /usr/bin/python3 Scripts/play.py build/release build/demo
