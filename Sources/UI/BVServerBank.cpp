@@ -61,7 +61,7 @@ BVServerBank::BVServerBank(QWidget *parent)
 
     dimDisabledIcon(ui->removeButton);
     dimDisabledIcon(ui->addButton);
-    // A folder's name comes from a server: however long it is, it doesn't stretch the window.
+    // A folder's name comes from a server: however long it is, it leaves the list its place.
     ui->mediaListFolder->setFixedHeight(ui->mediaListFolder->sizeHint().height());
 
     itemFont.setPointSize(5);
