@@ -138,6 +138,7 @@ private:
     void sendWaitingCommands();
     void sendNextRemoval();
     void sendNextRename();
+    static void readOutcome(QNetworkReply *reply, bool &success, QString &message);
     static void parseResult(QNetworkReply *reply, bool &success, QString &message);
 
     void streamEnded(QNetworkReply *reply);

@@ -224,10 +224,8 @@ void ServerConnectionHandler::moveEnded(QNetworkReply *reply)
 {
     bool success = false;
     QString message;
-    if (reply->error() == QNetworkReply::NoError) {
-        parseResult(reply, success, message);
-    } else {
-        message = reply->errorString();
+    readOutcome(reply, success, message);
+    if (reply->error() != QNetworkReply::NoError) {
         ZOR_LOG(error,
                 "Element move failed on server %s folder %d from file %d to file %d reason: %s",
                 qPrintable(address.toString()), moveInFlight.folderSlot, moveInFlight.fromSlot,
@@ -249,11 +247,7 @@ void ServerConnectionHandler::removeEnded(QNetworkReply *reply)
     const int fileSlot = removeInFlight.fileSlot;
     bool success = false;
     QString message;
-    if (reply->error() == QNetworkReply::NoError) {
-        parseResult(reply, success, message);
-    } else {
-        message = reply->errorString();
-    }
+    readOutcome(reply, success, message);
     if (success) {
         emit handlerRemoveFinished(uuid, folderSlot, fileSlot);
     } else if (reply->error() != QNetworkReply::NoError && message.isEmpty()) {
@@ -275,11 +269,7 @@ void ServerConnectionHandler::renameEnded(QNetworkReply *reply)
     const int folderSlot = renameInFlight.folderSlot;
     bool success = false;
     QString message;
-    if (reply->error() == QNetworkReply::NoError) {
-        parseResult(reply, success, message);
-    } else {
-        message = reply->errorString();
-    }
+    readOutcome(reply, success, message);
     if (success) {
         emit handlerRenameFinished(uuid, folderSlot);
     } else if (reply->error() != QNetworkReply::NoError && message.isEmpty()) {
@@ -293,6 +283,16 @@ void ServerConnectionHandler::renameEnded(QNetworkReply *reply)
     }
     if (!closing) {
         sendNextRename();
+    }
+}
+
+/// The result in the body, or else the text of the network error.
+void ServerConnectionHandler::readOutcome(QNetworkReply *reply, bool &success, QString &message)
+{
+    if (reply->error() == QNetworkReply::NoError) {
+        parseResult(reply, success, message);
+    } else {
+        message = reply->errorString();
     }
 }
 

@@ -174,6 +174,18 @@ private slots:
         QCOMPARE(withoutProgress(), QStringList());
     }
 
+    void destructionEndsTheUpload()
+    {
+        auto *handler = new ServerConnectionHandler(rig->server.address(), QUuid::createUuid());
+        const HandlerEvents events(*handler);
+        handler->requestUpload(3, 17, file(u"a.png"_s, QByteArray(1 << 20, 'x')));
+        QVERIFY(waitForUploads(1));
+        delete handler;
+        EVENTUALLY(rig->server.openConnections(), 1);
+        QCOMPARE(events.lines.filter(u"uploaded"_s) + events.lines.filter(u"error"_s),
+                 QStringList());
+    }
+
     void progressInPercent_data()
     {
         QTest::addColumn<qlonglong>("sent");
