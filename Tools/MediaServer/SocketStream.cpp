@@ -5,6 +5,9 @@
 
 #include <poll.h>
 
+#include <algorithm>
+#include <cerrno>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -33,16 +36,17 @@ SocketStream::SocketStream(socket_t connection)
 
 bool SocketStream::waitForBytes(std::chrono::milliseconds time) const
 {
-    return (waitFor(handle, POLLIN, time) & POLLIN) != 0;
+    return !unread.empty() || (waitFor(handle, POLLIN, time) & POLLIN) != 0;
 }
 
 void SocketStream::finish()
 {
     ::shutdown(handle, SHUT_WR);
-    std::array<char, 65536> unread{};
+    unread = {};
+    std::array<char, 65536> ignored{};
     const auto deadline = std::chrono::steady_clock::now() + 2s;
     while (std::chrono::steady_clock::now() < deadline && waitForBytes(100ms)) {
-        if (recv(handle, unread.data(), unread.size(), 0) <= 0)
+        if (recv(handle, ignored.data(), ignored.size(), 0) <= 0)
             return;
     }
 }
@@ -60,11 +64,27 @@ bool SocketStream::is_writable() const
 
 ssize_t SocketStream::read(char *data, size_t size)
 {
-    return waitForBytes(patience) ? recv(handle, data, size, 0) : -1;
+    if (!waitForBytes(patience))
+        return -1;
+    if (unread.empty() && size >= received.size())
+        return recv(handle, data, size, 0);
+    if (unread.empty()) {
+        const ssize_t count = recv(handle, received.data(), received.size(), 0);
+        if (count <= 0)
+            return count;
+        unread = {received.data(), static_cast<size_t>(count)};
+    }
+    const size_t taken = std::min(size, unread.size());
+    std::copy_n(unread.begin(), taken, data);
+    unread.remove_prefix(taken);
+    return static_cast<ssize_t>(taken);
 }
 
 ssize_t SocketStream::write(const char *data, size_t size)
 {
+    const ssize_t sent = send(handle, data, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent >= 0 || (errno != EAGAIN && errno != EWOULDBLOCK))
+        return sent;
     if ((waitFor(handle, POLLOUT, patience) & POLLOUT) == 0)
         return -1;
     return send(handle, data, size, MSG_NOSIGNAL);

@@ -5,9 +5,14 @@
 
 #include <httplib.h>
 
+#include <array>
 #include <chrono>
+#include <string_view>
 
 /// The bytes of one connection, as the HTTP library wants them. All waiting is done by poll(2).
+///
+/// The library reads heads byte by byte, so what has arrived is taken from the socket at once and
+/// kept until it is asked for.
 class SocketStream final : public httplib::Stream
 {
 public:
@@ -34,4 +39,6 @@ public:
 
 private:
     const socket_t handle;
+    std::array<char, 4096> received{};
+    std::string_view unread;
 };
