@@ -20,7 +20,7 @@ public:
     [[nodiscard]] bool bringUp(PlayedServer &server, const QString &name,
                                const QList<MediaFolder> &folders, int netmask = 8)
     {
-        server.setLibrary(folders, QString::number(folders.size()) + name);
+        server.setLibrary(folders);
         return discover(server, name, netmask);
     }
 

@@ -278,6 +278,11 @@ void tst_UIControllerLosses::discoveryLosesAServerOfTheTask()
 {
     SyncStage stage;
     QVERIFY(stage.open() && stage.start());
+    Server record = stage.rig.controller().connectedServer(stage.two.uuid);
+    record.hash = stage.rig.controller().connectedServer(stage.one.uuid).hash;
+    stage.rig.model().upsertServer(record);
+    stage.rig.controller().serverConnected(record.uuid, stage.two.wire.address());
+    QVERIFY(!stage.rig.isSyncWarningShown());
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
         // The record has gone already, the lists have not been told.

@@ -264,12 +264,12 @@ void tst_UIControllerSync::theFreshLibraryReachesTheScreen()
     const QList<MediaFolder> source{folder(0, u"a"_s, {visual(1, u"x"_s, 1)})};
     SyncStage stage;
     stage.rig.model().warningLevel = 0;
-    stage.one.setLibrary(source, u"same"_s);
-    stage.two.setLibrary({folder(0, u"a"_s)}, u"other"_s);
+    stage.one.setLibrary(source);
+    stage.two.setLibrary({folder(0, u"a"_s)});
     QVERIFY(stage.rig.discover(stage.one, u"One"_s) && stage.rig.discover(stage.two, u"Two"_s));
     QVERIFY(!stage.rig.bankA().sameMarks.test(0));
     QVERIFY(stage.start());
-    stage.two.setLibrary(source, u"same"_s);
+    stage.two.setLibrary(source);
     stage.two.sendStarted({0, 1});
     stage.two.sendEnded({0, 1}, Brenvoka::SyncFinished);
     QTRY_VERIFY_WITH_TIMEOUT(!stage.rig.isSyncWarningShown(), 10000);

@@ -8,6 +8,7 @@
 #include "Model/VisualRef.h"
 #include "Support/WireServer.h"
 
+#include <QCryptographicHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -71,16 +72,19 @@ public:
         return refs;
     }
 
-    /// Serves that library. The hash of the document is the caller's.
-    void setLibrary(const QList<MediaFolder> &folders, const QString &hash)
+    /// Serves that library. Equal libraries have equal hashes, as those of real servers do.
+    void setLibrary(const QList<MediaFolder> &folders)
     {
         QJsonArray array;
         for (const MediaFolder &folder : folders)
             array.append(folder.toJson());
+        const QByteArray content = QJsonDocument(array).toJson();
+        const QByteArray hash = QCryptographicHash::hash(content, QCryptographicHash::Md5).toHex();
         const QJsonObject document{{QStringLiteral("folders"), array},
-                                   {QStringLiteral("hash"), hash}};
+                                   {QStringLiteral("hash"), QString::fromLatin1(hash)}};
         wire.answer("/brenvoka/library.json", QJsonDocument(document).toJson(),
-                    "X-BVProtocolVersion: 1\r\nX-BVFeatureList: 1\r\nCache-Control: no-store\r\n");
+                    "X-BVProtocolVersion: 1\r\nX-BVFeatureList: 1\r\n"
+                    "Cache-Control: no-store\r\n");
     }
     /// How often the library was asked for.
     [[nodiscard]] qsizetype libraryRequests() const

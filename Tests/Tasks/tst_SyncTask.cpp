@@ -7,9 +7,7 @@
 #include "Support/LogCapture.h"
 #include "Support/SyncRig.h"
 
-#include <QDialogButtonBox>
 #include <QLabel>
-#include <QPushButton>
 #include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
@@ -33,15 +31,9 @@ protected:
     }
 };
 
-void pressCancel(const QDialog &dialog)
-{
-    QTest::mouseClick(dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Cancel),
-                      Qt::LeftButton);
-}
-
 } // namespace
 
-/// The order of the phases, the renames and removals, and how a task ends.
+/// The order of the phases, the renames and the removals.
 class tst_SyncTask : public QObject
 {
     Q_OBJECT
@@ -65,13 +57,6 @@ private slots:
     void failedRenamesAndRemovalsStopNothingAndAreListed();
     void aFailureWithoutATextCounts();
     void namesInErrorLinesAreTakenLiterally();
-    void cancellingTheRenamesLeavesThemToTheServer();
-    void cancellingTheRemovalsStartsNoTransfer();
-    void errorsBeforeACancelAreKept();
-    void abortLeavesNoErrorsToShow();
-    void abortLeavesTheRenameDialog();
-    void deletionTakesDialogsAndConnectionsAlong();
-    void aVanishedDestinationIsNamedByNothing();
 };
 
 void tst_SyncTask::nothingToDoEndsAtOnce()
@@ -302,120 +287,6 @@ void tst_SyncTask::namesInErrorLinesAreTakenLiterally()
     QCOMPARE(
         rig.task->errorDetails(),
         (QStringList{u"Rename folder index 003 to %3 %4 on server \"%1 %2\" failed: %1%%."_s}));
-}
-
-void tst_SyncTask::cancellingTheRenamesLeavesThemToTheServer()
-{
-    SyncRig rig(u"127.60.1.1"_s);
-    QVERIFY(rig.connectDestination());
-    rig.destination.wire.hold("/brenvoka/execute.html");
-    rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {{3, 2}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 1, 10000);
-    BVProgressDialog *const renaming = rig.progressDialog(u"Renaming..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 10000);
-    pressCancel(*renaming);
-    QCOMPARE(rig.finished->size(), 1);
-    rig.task.reset();
-
-    rig.destination.accept();
-    rig.destination.wire.requests("/brenvoka/execute.html")
-        .last()
-        .answer(R"({"msg_type":7,"RESULT":0})");
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 2, 10000);
-    QVERIFY(rig.settle());
-    QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 0);
-    QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
-}
-
-void tst_SyncTask::cancellingTheRemovalsStartsNoTransfer()
-{
-    SyncRig rig(u"127.60.1.1"_s);
-    QVERIFY(rig.connectDestination());
-    rig.destination.wire.hold("/brenvoka/execute.html");
-    rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Remove).size(), 1, 10000);
-    BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 10000);
-    QTest::keyClick(removing, Qt::Key_Escape);
-    QCOMPARE(rig.finished->size(), 1);
-
-    // The removal on the wire completes on the server, and its result still finds the task.
-    rig.destination.accept();
-    rig.destination.wire.requests("/brenvoka/execute.html")
-        .last()
-        .answer(R"({"msg_type":7,"RESULT":0})");
-    QVERIFY(rig.settle());
-    QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
-    QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
-    QVERIFY(!rig.dialog<TransferDialog>());
-    QCOMPARE(rig.finished->size(), 1);
-}
-
-void tst_SyncTask::errorsBeforeACancelAreKept()
-{
-    SyncRig rig(u"127.60.1.1"_s);
-    rig.start({}, {{3, 1}, {3, 2}}, {});
-    emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"locked"_s);
-    rig.progressDialog(u"Removing..."_s)->reject();
-    QCOMPARE(rig.finished->size(), 1);
-    QVERIFY(rig.task->hasErrors());
-    QCOMPARE(rig.task->errorDetails().size(), 1);
-}
-
-void tst_SyncTask::abortLeavesNoErrorsToShow()
-{
-    SyncRig rig(u"127.60.1.1"_s);
-    rig.start({}, {{3, 1}, {3, 2}}, {});
-    emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"locked"_s);
-    BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 10000);
-    QVERIFY(rig.task->hasErrors());
-    rig.task->abort();
-    QCOMPARE(rig.finished->size(), 1);
-    QVERIFY(!rig.task->hasErrors());
-    QVERIFY(!removing->isVisible());
-}
-
-void tst_SyncTask::abortLeavesTheRenameDialog()
-{
-    SyncRig rig(u"127.60.1.1"_s);
-    rig.start({{3, u"Three"_s}}, {}, {});
-    const QPointer<BVProgressDialog> renaming = rig.progressDialog(u"Renaming..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 10000);
-    rig.task->abort();
-    QCOMPARE(rig.finished->size(), 1);
-    QVERIFY(renaming->isVisible());
-    rig.task.reset();
-    QVERIFY(!renaming);
-}
-
-void tst_SyncTask::deletionTakesDialogsAndConnectionsAlong()
-{
-    SyncRig rig(u"127.60.1.1"_s);
-    rig.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
-    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
-    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
-    const QPointer<QDialog> renaming = rig.progressDialog(u"Renaming..."_s);
-    const QPointer<QDialog> removing = rig.progressDialog(u"Removing..."_s);
-    const QPointer<QDialog> transferring = rig.dialog<TransferDialog>();
-    QVERIFY(renaming && removing && transferring);
-    const qsizetype before = rig.finished->size();
-    rig.task.reset();
-    QVERIFY(!renaming && !removing && !transferring);
-    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
-    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
-    emit rig.service.syncOperationFinished(rig.destinationUuid);
-    QCOMPARE(rig.finished->size(), before);
-}
-
-void tst_SyncTask::aVanishedDestinationIsNamedByNothing()
-{
-    SyncRig rig(u"127.60.1.1"_s);
-    rig.start({}, {{3, 1}}, {});
-    emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"gone"_s);
-    rig.model.removeServer(rig.destinationUuid);
-    QCOMPARE(rig.task->errorDetails(),
-             QStringList{u"Remove visual 001 in folder 003 on server \"\" failed: gone."_s});
 }
 
 QTEST_MAIN(tst_SyncTask)
