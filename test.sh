@@ -21,11 +21,11 @@ summaries=()
 
 for preset in release asan; do
     echo "== $preset: build"
-    cmake --preset "$preset" "${launcher[@]}" >"build-$preset.log" 2>&1 || {
-        cat "build-$preset.log"
+    mkdir -p "build/$preset"
+    cmake --preset "$preset" "${launcher[@]}" >"build/$preset/configure.log" 2>&1 || {
+        cat "build/$preset/configure.log"
         exit 1
     }
-    mv "build-$preset.log" "build/$preset/configure.log"
     cmake --build --preset "$preset" --parallel "$jobs"
     echo "== $preset: test"
     log=build/$preset/tests.log
