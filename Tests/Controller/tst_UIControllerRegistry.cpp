@@ -146,16 +146,22 @@ void tst_UIControllerRegistry::bankBKeepsItsServerWhenBankAChanges()
 
 void tst_UIControllerRegistry::bankBTakesTheFirstLeftOnlyWhileItNeverHadOne()
 {
-    PlayedServer one(u"127.60.2.1"_s);
     ControllerRig rig;
-    QVERIFY(rig.bringUp(one, u"One"_s, library()));
-    // A second server that is known and connected, of which the lists have not heard.
+    const Server one = sampleServer(u"One"_s, u"127.60.2.1"_s);
+    rig.rig.connectServer(one);
+    // A second server that is connected, of which the lists have not heard yet.
     Server two = sampleServer(u"Two"_s, u"127.60.2.2"_s);
     two.connected = true;
     rig.model().upsertServer(two);
     rig.controller().serverSelectionChanged(ServerDeckA, one.uuid);
     QCOMPARE(rig.bankB().currentServerUuid(), two.uuid);
     QCOMPARE(listOf(rig.bankB()).count(), 256);
+    // This choice was not the bank's first automatic one: that is still to come.
+    rig.controller().removeServer(two.uuid);
+    QVERIFY(rig.bankB().currentServerUuid().isNull());
+    const Server three = sampleServer(u"Three"_s, u"127.60.2.3"_s);
+    rig.rig.connectServer(three);
+    QCOMPARE(rig.bankB().currentServerUuid(), three.uuid);
 }
 
 void tst_UIControllerRegistry::anEmptyLibraryIsOfferedNowhere()
