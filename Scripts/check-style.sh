@@ -12,9 +12,11 @@ breach() {
     echo "style: $1"
     failed=1
 }
-# report TEXT: every line of standard input is a breach
+# report TEXT COMMAND...: every line that the command prints is a breach
 report() {
-    while IFS= read -r line; do breach "$1: $line"; done
+    local text=$1 line
+    shift
+    while IFS= read -r line; do breach "$text: $line"; done < <("$@")
 }
 
 mapfile -t cxx < <(git ls-files --cached --others --exclude-standard '*.cpp' '*.h')
@@ -32,25 +34,27 @@ for file in "${cxx[@]}" "${shell[@]}" "${python[@]}" "${build[@]}"; do
 done
 
 # Lower floors know nothing of upper ones.
-floors() { git grep -nE "#include \"($2)/" -- "Sources/$1" | report "$1 reaches up"; }
+floors() { report "$1 reaches up" git grep -nE "#include \"($2)/" -- "Sources/$1"; }
 floors Log 'Model|Discovery|Service|Tasks|Controller|UI'
 floors Model 'Discovery|Service|Tasks|Controller|UI'
 floors Discovery 'Log|Model|Service|Tasks|Controller|UI'
 floors Service 'Tasks|Controller|UI'
-git grep -nE '#include <Q' -- Sources/Discovery | report 'Discovery is free of Qt'
-git grep -nE '#include <(QWidget|QDialog|QtWidgets|QMessageBox)' -- Sources/{Log,Model,Service} |
-    report 'no widgets in the core'
+report 'Discovery is free of Qt' git grep -nE '#include <Q' -- Sources/Discovery
+report 'no widgets in the core' \
+    git grep -nE '#include <(QWidget|QDialog|QtWidgets|QMessageBox)' -- Sources/{Log,Model,Service}
 
 # Connections are checked by the compiler.
-git grep -nE '\b(SIGNAL|SLOT)\(|\bsender\(\)' -- '*.cpp' '*.h' | report 'connect by pointer to member'
+report 'connect by pointer to member' \
+    git grep -nE '\b(SIGNAL|SLOT)\(|\bsender\(\)' -- '*.cpp' '*.h'
 
 # Both ends of the wire are written apart, so that a misreading is not mirrored.
-git grep -nE '#include "(Log|Model|Discovery|Service|Tasks|Controller|UI)/|brenvoka-(core|ui)' \
-    -- Tools/MediaServer | report 'the rehearsal server shares no code with the program'
+report 'the rehearsal server shares no code with the program' \
+    git grep -nE '#include "(Log|Model|Discovery|Service|Tasks|Controller|UI)/|brenvoka-(core|ui)' \
+    -- Tools/MediaServer
 
 # Tests wait for conditions.
-git grep -nE 'QTest::qWait\(|QThread::(m|u)?sleep|this_thread::sleep' -- 'Tests/*.cpp' 'Tests/*.h' |
-    report 'a test that waits for time'
+report 'a test that waits for time' \
+    git grep -nE 'QTest::qWait\(|QThread::(m|u)?sleep|this_thread::sleep' -- 'Tests/*.cpp' 'Tests/*.h'
 
 for file in "${shell[@]}" demo.sh test.sh; do bash -n "$file" || breach "does not parse: $file"; done
 for file in "${python[@]}"; do

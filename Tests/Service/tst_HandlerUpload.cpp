@@ -250,9 +250,11 @@ private slots:
         QVERIFY(open);
         EVENTUALLY(open->pos() > 0, true);
         qint64 position = -1;
+        QElapsedTimer unchanged;
         QVERIFY(waitUntil([&] {
-            QTest::qWait(100);
-            return std::exchange(position, open->pos()) == open->pos();
+            if (open->pos() != std::exchange(position, open->pos()))
+                unchanged.start();
+            return unchanged.hasExpired(200);
         }));
         QVERIFY2(position < size / 16, qPrintable(QString::number(position)));
     }
