@@ -6,6 +6,7 @@
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
 #include "Service/ServerConnectionService.h"
+#include "Tasks/ThreeDigits.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVProgressDialog.h"
 #include "UI/TransferDialog.h"
@@ -13,25 +14,6 @@
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-QString threeDigits(int number)
-{
-    return u"%1"_s.arg(number, 3, 10, '0'_L1);
-}
-
-template <typename Entry>
-void recordResult(Entry &entry, const std::optional<QString> &error)
-{
-    entry.done = true;
-    if (error) {
-        entry.failed = true;
-        entry.error = *error;
-    }
-}
-
-} // namespace
 
 SyncTask::SyncTask(const QUuid &source, const QHostAddress &sourceIp, const QUuid &destination,
                    const QHostAddress &destinationIp, const QList<FolderRename> &foldersToRename,
@@ -43,14 +25,11 @@ SyncTask::SyncTask(const QUuid &source, const QHostAddress &sourceIp, const QUui
     , destinationServer(destination)
     , sourceAddress(sourceIp)
     , destinationAddress(destinationIp)
+    , removals(visualsToRemove)
     , transfers(visualsToTransfer)
 {
     for (const FolderRename &rename : foldersToRename)
         renames.append({rename.folderSlot, rename.name, false, false, {}});
-    for (const VisualRef &visual : visualsToRemove) {
-        removalPositions.try_emplace(visual, removals.size());
-        removals.append({visual.first, visual.second, false, false, {}});
-    }
 }
 
 SyncTask::~SyncTask()
@@ -126,10 +105,7 @@ void SyncTask::startRemovals()
             &SyncTask::visualRemoveFinished);
     removeDialog->setModal(true);
     removeDialog->addSteps(static_cast<int>(removals.size()), true);
-    QList<VisualRef> request;
-    for (const RemoveEntry &entry : std::as_const(removals))
-        request.append({entry.folderSlot, entry.fileSlot});
-    connections->requestRemove(destinationServer, request);
+    connections->requestRemove(destinationServer, removals.visuals());
 }
 
 void SyncTask::endRemovals()
@@ -224,11 +200,15 @@ void SyncTask::visualRemoveFinished(const QUuid &uuid, int folderSlot, int fileS
 void SyncTask::takeRenameResult(const QUuid &uuid, int folderSlot,
                                 const std::optional<QString> &error)
 {
-    if (!isDestination(uuid))
+    if (!isResultOf(destinationServer, uuid))
         return;
     const auto entry = std::ranges::find(renames, folderSlot, &RenameEntry::folderSlot);
     if (entry != renames.end()) {
-        recordResult(*entry, error);
+        entry->done = true;
+        if (error) {
+            entry->failed = true;
+            entry->error = *error;
+        }
         renameDialog->advance();
     }
     if (renameDialog->isFinished())
@@ -238,13 +218,10 @@ void SyncTask::takeRenameResult(const QUuid &uuid, int folderSlot,
 void SyncTask::takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
                                 const std::optional<QString> &error)
 {
-    if (!isDestination(uuid))
+    if (!isResultOf(destinationServer, uuid))
         return;
-    const auto position = removalPositions.find({folderSlot, fileSlot});
-    if (position != removalPositions.end()) {
-        recordResult(removals[position->second], error);
+    if (removals.record(folderSlot, fileSlot, error))
         removeDialog->advance();
-    }
     if (removeDialog->isFinished())
         startTransfers();
 }
@@ -296,8 +273,7 @@ bool SyncTask::hasErrors() const
 {
     if (aborted)
         return false;
-    if (std::ranges::any_of(removals, &RemoveEntry::failed) ||
-        std::ranges::any_of(renames, &RenameEntry::failed))
+    if (removals.failedCount() > 0 || std::ranges::any_of(renames, &RenameEntry::failed))
         return true;
     return transferDialog && std::ranges::any_of(transferDialog->rows, [](const auto &row) {
                return row.second.state == Brenvoka::SyncFailed;
@@ -312,13 +288,7 @@ QString SyncTask::errorMessage() const
 QStringList SyncTask::errorDetails() const
 {
     const QString server = serverName(destinationServer);
-    QStringList lines;
-    for (const RemoveEntry &entry : removals) {
-        if (entry.failed)
-            lines.append(tr("Remove visual %1 in folder %2 on server \"%3\" failed: %4.")
-                             .arg(threeDigits(entry.fileSlot), threeDigits(entry.folderSlot),
-                                  server, entry.error));
-    }
+    QStringList lines = removals.failureLines(server);
     for (const RenameEntry &entry : renames) {
         if (entry.failed)
             lines.append(tr("Rename folder index %1 to %2 on server \"%3\" failed: %4.")
@@ -335,19 +305,6 @@ const QUuid &SyncTask::affectedServer() const
 bool SyncTask::involvesServer(const QUuid &uuid) const
 {
     return uuid == sourceServer || uuid == destinationServer;
-}
-
-bool SyncTask::isDestination(const QUuid &uuid) const
-{
-    if (uuid == destinationServer)
-        return true;
-    ZOR_LOG(info, "Invalid server id in notification %s", qPrintable(uuid.toString()));
-    return false;
-}
-
-QString SyncTask::serverName(const QUuid &uuid) const
-{
-    return model->connectedServer(uuid).name;
 }
 
 QString SyncTask::transferLabel(int folderSlot, int fileSlot) const

@@ -5,13 +5,13 @@
 
 #include "Model/Brenvoka.h"
 #include "Model/VisualRef.h"
+#include "Tasks/RemoveEntries.h"
 #include "Tasks/TaskBase.h"
 
 #include <QHostAddress>
 #include <QList>
 #include <QUuid>
 
-#include <map>
 #include <optional>
 
 class BVProgressDialog;
@@ -77,14 +77,6 @@ private:
         bool failed = false;
         QString error;
     };
-    struct RemoveEntry
-    {
-        int folderSlot = -1;
-        int fileSlot = -1;
-        bool done = false;
-        bool failed = false;
-        QString error;
-    };
 
     void startRenames();
     void startRemovals();
@@ -97,8 +89,6 @@ private:
     void takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
                           const std::optional<QString> &error);
 
-    [[nodiscard]] bool isDestination(const QUuid &uuid) const;
-    [[nodiscard]] QString serverName(const QUuid &uuid) const;
     [[nodiscard]] QString transferLabel(int folderSlot, int fileSlot) const;
     [[nodiscard]] QString transferErrorLine(const QString &destination, int folderSlot,
                                             int fileSlot, Brenvoka::SyncStates state,
@@ -112,10 +102,8 @@ private:
     QHostAddress sourceAddress;
     QHostAddress destinationAddress;
     QList<RenameEntry> renames;
-    QList<RemoveEntry> removals;
+    RemoveEntries removals;
     QList<VisualRef> transfers;
     QStringList transferErrors;
     bool aborted = false;
-    /// The first entry of `removals` for each slot: there may be 65,280 results.
-    std::map<VisualRef, qsizetype> removalPositions;
 };

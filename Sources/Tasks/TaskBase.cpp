@@ -3,10 +3,26 @@
 
 #include "Tasks/TaskBase.h"
 
+#include "Log/ZorLog.h"
+#include "Model/ApplicationModel.h"
+
 TaskBase::TaskBase(ApplicationModel *applicationModel, BVMainWindow *window,
                    ServerConnectionService *service)
     : model(applicationModel)
     , mainWindow(window)
     , connections(service)
 {
+}
+
+bool TaskBase::isResultOf(const QUuid &server, const QUuid &uuid)
+{
+    if (uuid == server)
+        return true;
+    ZOR_LOG(info, "Invalid server id in notification %s", qPrintable(uuid.toString()));
+    return false;
+}
+
+QString TaskBase::serverName(const QUuid &uuid) const
+{
+    return model->connectedServer(uuid).name;
 }

@@ -46,6 +46,11 @@ signals:
     void taskFinished(TaskBase *task);
 
 protected:
+    /// Whether a result that names `uuid` is one of `server`. Logs it if it is not.
+    [[nodiscard]] static bool isResultOf(const QUuid &server, const QUuid &uuid);
+    /// The name of a connected server, else an empty text.
+    [[nodiscard]] QString serverName(const QUuid &uuid) const;
+
     ApplicationModel *model;
     BVMainWindow *mainWindow;
     ServerConnectionService *connections;

@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Tasks/SingleServerTask.h"
+
+/// Moves one visual to another slot of its folder, with one request.
+///
+/// A move can't be stopped: Cancel ends the task, and the server carries the move out all the same.
+class MoveTask final : public SingleServerTask
+{
+    Q_OBJECT
+
+public:
+    /// `folder`, `from` and `to` are slot numbers.
+    MoveTask(ApplicationModel *model, BVMainWindow *window, ServerConnectionService *service,
+             const QUuid &server, int folder, int from, int to);
+
+    bool start() override;
+    void abort() override;
+    [[nodiscard]] bool hasErrors() const override;
+    [[nodiscard]] QString errorMessage() const override;
+    /// One line, or none if the move has not failed.
+    [[nodiscard]] QStringList errorDetails() const override;
+
+private slots:
+    void userCanceled();
+    void visualMoveError(const QUuid &uuid, const QString &error);
+    void visualMoveFinished(const QUuid &uuid);
+
+private:
+    void advance();
+
+    bool failed = false;
+    QString error;
+    int folder;
+    int from;
+    int to;
+};

@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Tasks/SingleServerTask.h"
+
+#include "Service/ServerConnectionService.h"
+#include "UI/BVMainWindow.h"
+#include "UI/BVProgressDialog.h"
+
+SingleServerTask::SingleServerTask(ApplicationModel *applicationModel, BVMainWindow *window,
+                                   ServerConnectionService *service, const QUuid &serverUuid)
+    : TaskBase(applicationModel, window, service)
+    , server(serverUuid)
+{
+}
+
+SingleServerTask::~SingleServerTask()
+{
+    if (!progressDialog)
+        return;
+    progressDialog->disconnect(this);
+    delete progressDialog;
+    connections->disconnect(this);
+}
+
+void SingleServerTask::abort()
+{
+    if (progressDialog)
+        progressDialog->hide();
+    emit taskFinished(this);
+}
+
+const QUuid &SingleServerTask::affectedServer() const
+{
+    return server;
+}
+
+bool SingleServerTask::involvesServer(const QUuid &uuid) const
+{
+    return uuid == server;
+}
+
+void SingleServerTask::createDialog(const QString &label, const QString &title, bool autoClose)
+{
+    progressDialog = new BVProgressDialog(label, autoClose, mainWindow);
+    progressDialog->setWindowTitle(title);
+}
+
+void SingleServerTask::finishIfFull()
+{
+    if (progressDialog->isFinished())
+        emit taskFinished(this);
+}

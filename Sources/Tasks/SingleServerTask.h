@@ -1,0 +1,34 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Tasks/TaskBase.h"
+
+#include <QUuid>
+
+class BVProgressDialog;
+
+/// A task that concerns one server and has one progress dialog.
+class SingleServerTask : public TaskBase
+{
+    Q_OBJECT
+
+public:
+    SingleServerTask(ApplicationModel *model, BVMainWindow *window,
+                     ServerConnectionService *service, const QUuid &server);
+    ~SingleServerTask() override;
+
+    void abort() override;
+    [[nodiscard]] const QUuid &affectedServer() const final;
+    [[nodiscard]] bool involvesServer(const QUuid &uuid) const final;
+
+protected:
+    /// For `start`: creates the dialog, which is neither modal nor shown yet.
+    void createDialog(const QString &label, const QString &title, bool autoClose);
+    /// Ends the task if the bar is full. A dialog that has closed counts as full.
+    void finishIfFull();
+
+    BVProgressDialog *progressDialog = nullptr; ///< null until `start`; owned
+    const QUuid server;
+};

@@ -1,0 +1,12 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QString>
+
+/// How a folder or slot number stands in the tasks' detail lines: at least three digits.
+[[nodiscard]] inline QString threeDigits(int number)
+{
+    return QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0'));
+}

@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Tasks/SingleServerTask.h"
+
+/// Sends one local file into one slot of one server. The bar shows the percentage of bytes sent;
+/// when all are out, the server imports the file and Cancel is disabled.
+///
+/// Cancel ends the upload and shows no error. A file that can't be opened gives no result: the
+/// dialog stays at 0 percent until the operator cancels.
+class UploadTask final : public SingleServerTask
+{
+    Q_OBJECT
+
+public:
+    /// `folderIndex` and `visualIndex` are slot numbers, `filePath` is a local file.
+    UploadTask(ApplicationModel *model, BVMainWindow *window, ServerConnectionService *service,
+               const QUuid &server, int folderIndex, int visualIndex, const QString &filePath);
+
+    /// Shows the dialog at once.
+    bool start() override;
+    void abort() override;
+    [[nodiscard]] bool hasErrors() const override;
+    [[nodiscard]] QString errorMessage() const override;
+    /// One line, or none if the upload has not failed.
+    [[nodiscard]] QStringList errorDetails() const override;
+
+private slots:
+    void userCanceled();
+    void uploadVisualProgress(const QUuid &serverId, int percent);
+    void uploadVisualError(const QUuid &serverId, const QString &error);
+    void uploadVisualFinished(const QUuid &serverId);
+
+private:
+    void finish();
+
+    bool failed = false;
+    QString error;
+    int folderSlot;
+    int fileSlot;
+    QString filePath;
+};
