@@ -50,6 +50,16 @@ class CommandTest(MediaServerTest):
                          {"msg_type": 7, "RESULT": 3, "ERROR": "No more room"})
         self.assertEqual(server.rename(3, "Name"), DONE)
 
+    def test_single_requests_are_refused_by_their_number(self):
+        server = self.server("127.10.5.15", "--refuse", "1@2#2", "--refuse", "5@2#3",
+                             "--refuse", "4#7", "--refuse", "2@upload")
+        uploaded = [server.upload(3, slot, "x.bin", b"x")["RESULT"] for slot in (1, 2)]
+        self.assertEqual(uploaded, [2, 2])
+        self.assertEqual(server.rename(3, "Name"), DONE)
+        removed = [server.remove(3, 1)["RESULT"] for _ in range(5)]
+        # There is no visual: 3 is the server's own answer. The fourth is the seventh request.
+        self.assertEqual(removed, [3, 1, 5, 4, 3])
+
     def test_a_refused_sync_starts_nothing(self):
         server = self.server("127.10.5.4", "--refuse", "2@1")
         stream = self.stream(server)

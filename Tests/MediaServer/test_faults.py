@@ -5,9 +5,10 @@
 
 import json
 import subprocess
+import time
 import unittest
 
-from media_server import PROGRAM, MediaServerTest
+from media_server import PROGRAM, MediaServerTest, library_on_disk
 
 
 class FaultTest(MediaServerTest):
@@ -29,6 +30,29 @@ class FaultTest(MediaServerTest):
             reply.json()
 
 
+    def test_thumbnails_that_take_their_time(self):
+        server = self.server("127.10.9.6", "--thumbnail-delay", "300",
+                             "--thumbnail-delay", "700@0/2", directory=self.three_visuals())
+        for slot, least in ((1, 0.3), (2, 0.7)):
+            begin = time.monotonic()
+            self.assertEqual(self.thumbnail(server, slot).status, 200)
+            self.assertGreaterEqual(time.monotonic() - begin, least)
+
+    def test_a_thumbnail_that_fails(self):
+        server = self.server("127.10.9.5", "--fail-thumbnail", "0/2",
+                             directory=self.three_visuals())
+        self.assertEqual([self.thumbnail(server, slot).status for slot in (1, 2, 3)],
+                         [200, 500, 200])
+
+    @staticmethod
+    def three_visuals():
+        return library_on_disk({(0, slot): b"%d" % slot for slot in (1, 2, 3)})
+
+    @staticmethod
+    def thumbnail(server, slot):
+        return server.get(f"/brenvoka/thumbnails/0/{slot}.png?ver=281474976710656")
+
+
 class CommandLineTest(MediaServerTest):
     def failure(self, *options):
         done = subprocess.run([PROGRAM, *options], stdin=subprocess.DEVNULL, timeout=60,
@@ -39,6 +63,9 @@ class CommandLineTest(MediaServerTest):
         for option, value in (("--address", "host.name"), ("--mask", "24"), ("--uuid", "none"),
                               ("--announce-to", "::1"), ("--bandwidth", "-1"),
                               ("--workers", "0"), ("--refuse", "x"), ("--refuse", "1@6"),
+                              ("--refuse", "1@2#"), ("--refuse", "1@2#0"), ("--refuse", "0@2"),
+                              ("--thumbnail-delay", "-1"), ("--thumbnail-delay", "1@3"),
+                              ("--fail-thumbnail", "3/256"),
                               ("--fail-import", "3"), ("--fail-import", "3/256"),
                               ("--announce-interval", "0"), ("--import-delay", "soon")):
             with self.subTest(f"{option} {value}"):

@@ -52,6 +52,24 @@ class UploadTest(MediaServerTest):
         self.assertEqual(server.files(), {(0, 1): hashlib.md5(content).hexdigest()})
         self.assertEqual(server.incoming(), [])
 
+    def test_an_import_that_takes_its_time(self):
+        server = self.server("127.10.6.20", "--import-delay", 400)
+        begin = time.monotonic()
+        self.assertEqual(server.upload(0, 1, "x.bin", b"x"), DONE)
+        self.assertGreaterEqual(time.monotonic() - begin, 0.4)
+        self.assertEqual(server.visuals()[0, 1][0], "001: x")
+
+    def test_a_shutdown_during_an_import_leaves_nothing(self):
+        server = self.server("127.10.6.21", "--import-delay", 600000)
+        form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "x.bin", b"x")
+        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+            connection.sendall(HEAD % (b"EDGE", len(form)) + form)
+            eventually(server.incoming, "the file arrives")
+            server.order("shutdown")
+            server.process.wait(PATIENCE)
+        self.assertEqual(server.files(), {})
+        self.assertEqual(server.incoming(), [])
+
     def test_an_upload_that_breaks_off_leaves_nothing(self):
         server = self.server("127.10.6.4")
         server.upload(0, 1, "old.bin", b"old")

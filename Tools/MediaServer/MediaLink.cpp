@@ -31,8 +31,18 @@ bool MediaLink::pass(std::size_t bytes, const std::function<bool()> &goOn)
         }
         done = freeAgain;
     }
+    return waitUntil(done, goOn);
+}
+
+bool MediaLink::pause(std::chrono::milliseconds time)
+{
+    return waitUntil(Clock::now() + time, {});
+}
+
+bool MediaLink::waitUntil(Clock::time_point end, const std::function<bool()> &goOn) const
+{
     while (!closed && (!goOn || goOn())) {
-        const auto left = done - Clock::now();
+        const auto left = end - Clock::now();
         if (left <= 0ns)
             return true;
         std::this_thread::sleep_for(std::min<Clock::duration>(left, 20ms));

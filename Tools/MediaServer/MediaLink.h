@@ -21,6 +21,9 @@ public:
     /// been closed or `goOn` says so, which is asked every few milliseconds.
     bool pass(std::size_t bytes, const std::function<bool()> &goOn = {});
 
+    /// Holds the caller for a time. False as soon as the link has been closed.
+    bool pause(std::chrono::milliseconds time);
+
     /// Nothing passes any more.
     void close();
 
@@ -29,6 +32,8 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+
+    bool waitUntil(Clock::time_point end, const std::function<bool()> &goOn) const;
 
     const qint64 bytesPerSecond;
     const qint64 dieAfterBytes;

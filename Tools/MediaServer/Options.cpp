@@ -4,6 +4,7 @@
 #include "MediaServer/Options.h"
 
 #include <QCommandLineParser>
+#include <QRegularExpression>
 
 #include <arpa/inet.h>
 
@@ -49,9 +50,13 @@ const QList<QCommandLineOption> &definitions()
         {u"version-header"_s, u"X-BVProtocolVersion (empty: absent)."_s, u"value"_s,
          u"281474976710656"_s},
         {u"features"_s, u"X-BVFeatureList."_s, u"text"_s, u"1"_s},
-        {u"refuse"_s, u"Refuse requests: CODE or CODE@KIND, 1 to 5 or upload."_s, u"code"_s},
+        {u"refuse"_s, u"CODE[@KIND][#N]: refuse each or the N-th request, 1 to 5 or upload."_s,
+         u"code"_s},
         {u"refuse-text"_s, u"Text of a refusal with code 3."_s, u"text"_s, u"Disk is full"_s},
         {u"fail-import"_s, u"Fail the import into FOLDER/SLOT."_s, u"place"_s},
+        {u"fail-thumbnail"_s, u"Fail the thumbnail of FOLDER/SLOT."_s, u"place"_s},
+        {u"thumbnail-delay"_s, u"MS[@FOLDER/SLOT]: time that each or one thumbnail takes."_s,
+         u"ms"_s},
         {u"stall"_s, u"Take commands and never answer them."_s},
         {u"drop-stream-after"_s, u"Cut each notification stream."_s, u"ms"_s},
         {u"die-after"_s, u"Die when so many bytes of media have passed."_s, u"bytes"_s, u"0"_s},
@@ -79,10 +84,12 @@ qint64 number(const QCommandLineParser &parser, const QString &option, qint64 lo
     return number(option, parser.value(option), parser.value(option), low, high);
 }
 
+constexpr qint64 longest = 24LL * 3600 * 1000; // ms
+
 std::chrono::milliseconds duration(const QCommandLineParser &parser, const QString &option,
                                    qint64 low = 0)
 {
-    return std::chrono::milliseconds(number(parser, option, low, 24LL * 3600 * 1000));
+    return std::chrono::milliseconds(number(parser, option, low, longest));
 }
 
 quint32 ipv4(const QCommandLineParser &parser, const QString &option)
@@ -93,32 +100,68 @@ quint32 ipv4(const QCommandLineParser &parser, const QString &option)
     return ntohl(address.s_addr);
 }
 
-/// Two numbers with a separator between them.
-std::pair<int, int> twoNumbers(const QString &option, const QString &value, QChar separator,
-                               int low, int high)
+/// Two numbers with a separator between them: all of a value, or a part of it.
+std::pair<int, int> twoNumbers(const QString &option, const QString &value, const QString &part,
+                               QChar separator, int low, int high)
 {
-    const QStringList numbers = value.split(separator);
+    const QStringList numbers = part.split(separator);
     if (numbers.size() != 2)
         throw BadValue(option, value);
     return {static_cast<int>(number(option, value, numbers[0], low, high)),
             static_cast<int>(number(option, value, numbers[1], low, high))};
 }
 
+SlotId place(const QString &option, const QString &value, const QString &part)
+{
+    const auto [folder, visual] = twoNumbers(option, value, part, u'/', 0, 255);
+    return {folder, visual};
+}
+
+std::set<SlotId> places(const QCommandLineParser &parser, const QString &option)
+{
+    std::set<SlotId> result;
+    for (const QString &value : parser.values(option))
+        result.insert(place(option, value, value));
+    return result;
+}
+
+Refusals::Codes readRefusals(const QCommandLineParser &parser)
+{
+    static const QRegularExpression form(u"^(\\d+)(?:@([1-5]|upload))?(?:#(\\d+))?$"_s);
+    const QString option = u"refuse"_s;
+    Refusals::Codes codes;
+    for (const QString &value : parser.values(option)) {
+        const QRegularExpressionMatch match = form.match(value);
+        if (!match.hasMatch())
+            throw BadValue(option, value);
+        const bool single = match.hasCaptured(3);
+        const auto which = single ? number(option, value, match.captured(3), 1, 1'000'000) : 0;
+        codes[{match.captured(2).toStdString(), static_cast<int>(which)}] =
+            static_cast<int>(number(option, value, match.captured(1), 1, 1000));
+    }
+    return codes;
+}
+
+void readThumbnailDelays(const QCommandLineParser &parser, Faults &faults)
+{
+    const QString option = u"thumbnail-delay"_s;
+    for (const QString &value : parser.values(option)) {
+        const std::chrono::milliseconds time(
+            number(option, value, value.section(u'@', 0, 0), 0, longest));
+        if (value.contains(u'@'))
+            faults.thumbnailDelays[place(option, value, value.section(u'@', 1))] = time;
+        else
+            faults.thumbnailDelay = time;
+    }
+}
+
 void readFaults(const QCommandLineParser &parser, Faults &faults)
 {
-    for (const QString &value : parser.values(u"refuse"_s)) {
-        const QString kind = value.section(u'@', 1);
-        static const QStringList kinds = {{}, u"1"_s, u"2"_s, u"3"_s, u"4"_s, u"5"_s, u"upload"_s};
-        if (!kinds.contains(kind))
-            throw BadValue(u"refuse"_s, value);
-        faults.refuse[kind.toStdString()] =
-            static_cast<int>(number(u"refuse"_s, value, value.section(u'@', 0, 0), 1, 1000));
-    }
+    faults.refuse = readRefusals(parser);
     faults.refuseText = parser.value(u"refuse-text"_s);
-    for (const QString &value : parser.values(u"fail-import"_s)) {
-        const auto [folder, visual] = twoNumbers(u"fail-import"_s, value, u'/', 0, 255);
-        faults.failImport.insert({folder, visual});
-    }
+    faults.failImport = places(parser, u"fail-import"_s);
+    faults.failThumbnail = places(parser, u"fail-thumbnail"_s);
+    readThumbnailDelays(parser, faults);
     faults.stall = parser.isSet(u"stall"_s);
     faults.badJson = parser.isSet(u"bad-json"_s);
     faults.sparse = parser.isSet(u"sparse"_s);
@@ -130,8 +173,8 @@ void readFaults(const QCommandLineParser &parser, Faults &faults)
 
 GeneratedLibrary readGenerated(const QCommandLineParser &parser)
 {
-    const auto [width, height] =
-        twoNumbers(u"picture-size"_s, parser.value(u"picture-size"_s), u'x', 1, 8192);
+    const QString size = parser.value(u"picture-size"_s);
+    const auto [width, height] = twoNumbers(u"picture-size"_s, size, size, u'x', 1, 8192);
     return {.seed = static_cast<quint32>(number(parser, u"generate"_s, 0, 0xffffffff)),
             .folders = static_cast<int>(number(parser, u"folders"_s, 0, folderLimit)),
             .visuals = static_cast<int>(number(parser, u"visuals"_s, 0, slotLimit - 1)),

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "MediaServer/Refusals.h"
 #include "MediaServer/SlotId.h"
 
 #include <QSize>
@@ -19,12 +20,17 @@
 /// What refuses a request without looking at it, as a server with a bad day does.
 struct Faults
 {
-    /// Result code for each kind of request: "1" to "5", "upload", or "" for all of them.
-    std::map<std::string, int> refuse;
+    /// Requests that are refused, and how.
+    Refusals::Codes refuse;
     /// The text that goes with a refusal of code 3.
     QString refuseText;
     /// Transfers into these slots fail while they are imported.
     std::set<SlotId> failImport;
+    /// Thumbnails of these slots end in an error.
+    std::set<SlotId> failThumbnail;
+    /// How long the thumbnails of single slots take, and how long all others.
+    std::map<SlotId, std::chrono::milliseconds> thumbnailDelays;
+    std::chrono::milliseconds thumbnailDelay{0};
     /// Commands are taken and never answered.
     bool stall = false;
     /// The library document breaks off in the middle.

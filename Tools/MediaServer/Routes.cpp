@@ -85,10 +85,11 @@ std::string summary(const FormFields &fields)
 Routes::Routes(const Parts &serverParts, const Options &serverOptions)
     : parts(serverParts)
     , options(serverOptions)
+    , refusals(options.faults.refuse)
     , document(parts.library, {.sparse = options.faults.sparse, .broken = options.faults.badJson})
     , thumbnails(parts.library)
     , commands(parts.library, parts.transfers)
-    , uploads(parts.library, parts.transfers, parts.link)
+    , uploads(parts.library, parts.transfers, parts.link, options.importDelay)
 {
     parts.http.set_pre_routing_handler([this](const Request &request, Response &) {
         if (request.method != "POST")
@@ -169,7 +170,15 @@ void Routes::upload(const Request &request, Response &response,
 
 void Routes::thumbnail(const Request &request, Response &response)
 {
-    const auto thumbnail = thumbnails.thumbnail(slotOf(request));
+    const SlotId slot = slotOf(request);
+    const Faults &faults = options.faults;
+    const auto delay = faults.thumbnailDelays.find(slot);
+    parts.link.pause(delay == faults.thumbnailDelays.end() ? faults.thumbnailDelay : delay->second);
+    if (faults.failThumbnail.contains(slot)) {
+        response.status = 500;
+        return;
+    }
+    const auto thumbnail = thumbnails.thumbnail(slot);
     if (!thumbnail) {
         response.status = 404;
         return;
@@ -207,12 +216,10 @@ void Routes::media(const Request &request, Response &response)
         });
 }
 
-std::optional<CommandResult> Routes::refusal(const std::string &kind) const
+std::optional<CommandResult> Routes::refusal(const std::string &kind)
 {
-    for (const std::string &key : {kind, std::string()}) {
-        if (const auto found = options.faults.refuse.find(key);
-            found != options.faults.refuse.end())
-            return CommandResult{static_cast<ResultCode>(found->second), options.faults.refuseText};
-    }
-    return {};
+    const std::optional<int> code = refusals.next(kind);
+    if (!code)
+        return {};
+    return CommandResult{static_cast<ResultCode>(*code), options.faults.refuseText};
 }

@@ -9,6 +9,7 @@
 #include "MediaServer/MediaLink.h"
 #include "MediaServer/NotificationHub.h"
 #include "MediaServer/Options.h"
+#include "MediaServer/Refusals.h"
 #include "MediaServer/RequestLog.h"
 #include "MediaServer/ThumbnailMaker.h"
 #include "MediaServer/UploadHandler.h"
@@ -41,10 +42,11 @@ private:
     void upload(const Request &request, Response &response, const httplib::ContentReader &reader);
     void thumbnail(const Request &request, Response &response);
     void media(const Request &request, Response &response);
-    [[nodiscard]] std::optional<CommandResult> refusal(const std::string &kind) const;
+    [[nodiscard]] std::optional<CommandResult> refusal(const std::string &kind);
 
     const Parts parts;
     const Options &options;
+    Refusals refusals;
     LibraryDocument document;
     ThumbnailMaker thumbnails;
     CommandHandler commands;

@@ -124,9 +124,10 @@ void Server::finish(StreamEnd how)
 {
     announcer.stop();
     frameRateTimer.stop();
-    link.close();
     hub.endStreams(how);
     hub.waitForNoStream(2s);
+    // Only now, so that a client hears of the end before its upload or download breaks off.
+    link.close();
     http.shutDown();
     workers.reset();
     QCoreApplication::quit();

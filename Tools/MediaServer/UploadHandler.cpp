@@ -76,10 +76,12 @@ QString decodedFileName(const std::string &name)
 
 } // namespace
 
-UploadHandler::UploadHandler(Library &storage, TransferTable &transferTable, MediaLink &mediaLink)
+UploadHandler::UploadHandler(Library &storage, TransferTable &transferTable, MediaLink &mediaLink,
+                             std::chrono::milliseconds timeOfImport)
     : library(storage)
     , transfers(transferTable)
     , link(mediaLink)
+    , importTime(timeOfImport)
 {
 }
 
@@ -118,6 +120,8 @@ CommandResult UploadHandler::store(const FormFields &fields, const QString &hash
         return reader.result;
     if (transfers.usesSlot(slot))
         return {ResultCode::VisualInUse, {}};
+    if (!link.pause(importTime))
+        return {ResultCode::UnknownFailure, {}};
     const QString name = decodedFileName(fields.find("visualFile")->second);
     const QString error = library.store(slot, {Library::safeFileName(name), hash}, path);
     return error.isEmpty() ? CommandResult{} : CommandResult::failure(error);

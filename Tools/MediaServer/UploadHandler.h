@@ -14,7 +14,8 @@
 class UploadHandler
 {
 public:
-    UploadHandler(Library &storage, TransferTable &transferTable, MediaLink &mediaLink);
+    UploadHandler(Library &storage, TransferTable &transferTable, MediaLink &mediaLink,
+                  std::chrono::milliseconds timeOfImport);
 
     /// Reads the form. `fields` gets its small fields, the name of the file as "visualFile" and
     /// its length as "bytes".
@@ -28,4 +29,5 @@ private:
     Library &library;
     TransferTable &transfers;
     MediaLink &link;
+    const std::chrono::milliseconds importTime;
 };

@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "MediaServer/Refusals.h"
+
+Refusals::Refusals(const Codes &resultCodes)
+    : codes(resultCodes)
+{
+}
+
+std::optional<int> Refusals::next(const std::string &kind)
+{
+    const std::lock_guard lock(mutex);
+    const int ofKind = ++counts[kind];
+    ++total;
+    for (const Which &which : {Which(kind, ofKind), Which(kind, 0), Which("", total), Which("", 0)})
+        if (const auto found = codes.find(which); found != codes.end())
+            return found->second;
+    return {};
+}
