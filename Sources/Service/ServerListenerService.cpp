@@ -127,33 +127,31 @@ void ServerListenerService::noteName(const Announcement &announcement)
 
 void ServerListenerService::expire()
 {
-    struct Loss
-    {
-        QUuid uuid;
-        QList<KnownConnection> connections;
-        bool whole = false;
-    };
-    QList<Loss> losses;
-    const auto silent = [this](const KnownConnection &connection) {
-        return pollCount - connection.lastSeen > silentTicks;
-    };
-
-    for (auto server = knownServers.begin(); server != knownServers.end();) {
-        QList<KnownConnection> &connections = server->connections;
-        Loss loss{server.key(), {}};
-        std::ranges::copy_if(std::as_const(connections), std::back_inserter(loss.connections),
-                             silent);
-        connections.removeIf(silent);
-        loss.whole = connections.isEmpty();
-        if (!loss.connections.isEmpty())
-            losses.append(loss);
-        server = loss.whole ? knownServers.erase(server) : std::next(server);
+    const QList<QUuid> uuids = knownServers.keys();
+    for (const QUuid &uuid : uuids) {
+        while (loseConnection(uuid)) {
+        }
+        const auto server = knownServers.find(uuid);
+        if (server != knownServers.end() && server->connections.isEmpty()) {
+            knownServers.erase(server);
+            emit removeServer(uuid);
+        }
     }
+}
 
-    for (const Loss &loss : std::as_const(losses)) {
-        for (const KnownConnection &connection : loss.connections)
-            emit removeServerConnection(loss.uuid, connection.address, connection.netmask);
-        if (loss.whole)
-            emit removeServer(loss.uuid);
-    }
+bool ServerListenerService::loseConnection(const QUuid &uuid)
+{
+    const auto server = knownServers.find(uuid);
+    if (server == knownServers.end())
+        return false;
+    const auto silent =
+        std::ranges::find_if(server->connections, [this](const KnownConnection &connection) {
+            return pollCount - connection.lastSeen > silentTicks;
+        });
+    if (silent == server->connections.end())
+        return false;
+    const KnownConnection lost = *silent;
+    server->connections.erase(silent);
+    emit removeServerConnection(uuid, lost.address, lost.netmask);
+    return true;
 }

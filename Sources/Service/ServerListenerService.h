@@ -71,6 +71,8 @@ private:
     void noteConnection(const Announcement &announcement);
     void noteName(const Announcement &announcement);
     void expire();
+    /// Tells the loss of the first connection that has been silent for too long. False if none has.
+    bool loseConnection(const QUuid &uuid);
 
     Discovery::DiscoverySocket socket;
     QHash<QUuid, KnownServer> knownServers;

@@ -23,7 +23,10 @@ private slots:
     void invalidNetmaskDoesNotRefresh();
     void lostServerReturnsAsNew();
     void arrivalsAreToldBeforeLosses();
-    void tickWithinALossIsHarmless();
+    void lostServerMayReturnWithinItsLoss();
+    void serverHeardWithinTheLossOfAnotherStays();
+    void serverHeardWithinTheLossOfItsLastConnectionStays();
+    void tickWithinTheLossOfAConnectionIsHarmless();
     void tickWithinANewConnectionIsHarmless();
 };
 
@@ -127,7 +130,7 @@ void tst_ServerListenerExpiry::arrivalsAreToldBeforeLosses()
                           u"lost connection stage 127.10.2.1/24"_s}));
 }
 
-void tst_ServerListenerExpiry::tickWithinALossIsHarmless()
+void tst_ServerListenerExpiry::lostServerMayReturnWithinItsLoss()
 {
     Listener listener;
     Announcer(firstAddress).send(announcement({}));
@@ -135,16 +138,74 @@ void tst_ServerListenerExpiry::tickWithinALossIsHarmless()
     listener.tick();
     listener.take();
     // A message box about the lost server: its event loop brings ticks, and the server is back.
-    connect(&listener.service, &ServerListenerService::removeServer, &listener.service, [&] {
-        Announcer(firstAddress).send(announcement({.name = "Back"}));
-        listener.tick(5);
-    });
+    connect(&listener.service, &ServerListenerService::removeServer, &listener.service,
+            [&](const QUuid &uuid) {
+                if (uuid == stageId)
+                    Announcer(firstAddress).send(announcement({.name = "Back"}));
+                listener.tick(5);
+            });
     listener.tick(121);
     QStringList events = listener.take();
-    QCOMPARE(events.count(u"lost stage"_s), 1);
-    QCOMPARE(events.count(u"lost hall"_s), 1);
-    QCOMPARE(events.count(u"server stage 127.10.2.1/24 Back"_s), 1);
-    QCOMPARE(events.size(), 5);
+    QCOMPARE(events.removeAll(u"lost connection hall 127.10.2.2/24"_s), 1);
+    QCOMPARE(events.removeAll(u"lost hall"_s), 1);
+    QCOMPARE(events, (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s,
+                                  u"server stage 127.10.2.1/24 Back"_s}));
+}
+
+void tst_ServerListenerExpiry::serverHeardWithinTheLossOfAnotherStays()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    Announcer(secondAddress).send(announcement({.uuid = hallId, .name = "Hall"}));
+    listener.tick();
+    listener.take();
+    const auto other = [](const QUuid &uuid) {
+        return uuid == stageId ? qMakePair(hallId, secondAddress)
+                               : qMakePair(stageId, firstAddress);
+    };
+    connect(&listener.service, &ServerListenerService::removeServer, &listener.service,
+            [&](const QUuid &uuid) {
+                const auto [otherId, address] = other(uuid);
+                const QByteArray name = otherId == hallId ? "Hall" : "Stage left";
+                Announcer(address).send(announcement({.uuid = otherId, .name = name}));
+                listener.tick();
+            });
+    listener.tick(121);
+    const QStringList events = listener.take();
+    QCOMPARE(events.size(), 2);
+    QVERIFY(events.first().startsWith(u"lost connection "_s));
+    QVERIFY(events.last() == u"lost stage"_s || events.last() == u"lost hall"_s);
+}
+
+void tst_ServerListenerExpiry::serverHeardWithinTheLossOfItsLastConnectionStays()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    listener.tick();
+    listener.take();
+    connect(&listener.service, &ServerListenerService::removeServerConnection, &listener.service,
+            [&] {
+                Announcer(secondAddress).send(announcement({}));
+                listener.tick();
+            });
+    listener.tick(121);
+    QCOMPARE(listener.take(), (QStringList{u"lost connection stage 127.10.2.1/24"_s,
+                                           u"connection stage 127.10.2.2/24"_s}));
+}
+
+void tst_ServerListenerExpiry::tickWithinTheLossOfAConnectionIsHarmless()
+{
+    Listener listener;
+    Announcer(firstAddress).send(announcement({}));
+    Announcer(secondAddress).send(announcement({}));
+    listener.tick();
+    listener.take();
+    connect(&listener.service, &ServerListenerService::removeServerConnection, &listener.service,
+            [&] { listener.tick(); });
+    listener.tick(121);
+    QCOMPARE(listener.take(),
+             (QStringList{u"lost connection stage 127.10.2.1/24"_s,
+                          u"lost connection stage 127.10.2.2/24"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerExpiry::tickWithinANewConnectionIsHarmless()
