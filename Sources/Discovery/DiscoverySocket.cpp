@@ -130,6 +130,13 @@ void record(DiscoverySocket &socket, Error error, int systemError)
     socket.lastSocketError = systemError;
 }
 
+/// The sum, which starts again from below: a program that runs for weeks receives that much.
+std::int32_t sum(std::int32_t count, std::size_t more)
+{
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(count) +
+                                     static_cast<std::uint32_t>(more));
+}
+
 std::uint32_t bigEndian(const std::uint8_t *bytes)
 {
     std::uint32_t value = 0;
@@ -225,8 +232,8 @@ bool poll(DiscoverySocket &socket)
         return false;
     }
 
-    ++socket.datagramsReceived;
-    socket.bytesReceived += static_cast<std::int32_t>(size);
+    socket.datagramsReceived = sum(socket.datagramsReceived, 1);
+    socket.bytesReceived = sum(socket.bytesReceived, size);
     const auto announcement = parse(std::span(buffer).first(size), source);
     if (announcement)
         apply(socket, *announcement);

@@ -10,6 +10,7 @@
 #include <QTest>
 
 #include <cstdio>
+#include <limits>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -42,6 +43,7 @@ private slots:
     void portOfTheSenderDoesNotCount();
     void eleventhSenderIsDroppedAndHeardLater();
     void countsSurviveAReset();
+    void countsStartFromBelowWhenTheyAreFull();
     void everyPollClearsTheSeenFlags();
     void listsNames();
     void findsByExactName();
@@ -157,6 +159,18 @@ void tst_DiscoveryTable::countsSurviveAReset()
         QCOMPARE(socket.datagramsReceived, round);
         QCOMPARE(socket.bytesReceived, 132 * round);
     }
+}
+
+void tst_DiscoveryTable::countsStartFromBelowWhenTheyAreFull()
+{
+    constexpr auto full = std::numeric_limits<std::int32_t>::max();
+    constexpr auto lowest = std::numeric_limits<std::int32_t>::min();
+    OpenSocket socket;
+    socket.datagramsReceived = socket.bytesReceived = full;
+    Announcer(u"127.10.1.1"_s).send(announcement({}));
+    QCOMPARE(drain(socket), 1);
+    QCOMPARE(socket.datagramsReceived, lowest);
+    QCOMPARE(socket.bytesReceived, lowest + 127);
 }
 
 void tst_DiscoveryTable::everyPollClearsTheSeenFlags()
