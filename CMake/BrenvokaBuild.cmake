@@ -15,9 +15,13 @@ add_library(brenvoka-build INTERFACE)
 target_compile_definitions(brenvoka-build INTERFACE
     QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_NO_FOREACH
     QT_STRICT_ITERATORS)
+if(WIN32)
+    target_compile_definitions(brenvoka-build INTERFACE
+        NOMINMAX WIN32_LEAN_AND_MEAN _WINSOCK_DEPRECATED_NO_WARNINGS)
+endif()
 if(MSVC)
-    target_compile_options(brenvoka-build INTERFACE /W4 /utf-8)
-    target_compile_definitions(brenvoka-build INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN)
+    # C5030: the attribute of another compiler, which checks the log's formats, is not recognised.
+    target_compile_options(brenvoka-build INTERFACE /W4 /wd5030 /utf-8)
 else()
     target_compile_options(brenvoka-build INTERFACE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
