@@ -28,8 +28,8 @@ public:
     quint32 warningLevel = 0xFFFFFFFF; ///< a set bit means that the warning is shown
     ProtocolInfo protocolInfo;
 
-    /// Reads the three options. What is absent gets its default; a text that doesn't convert reads
-    /// as 0 or false.
+    /// Reads the three options. What is absent gets its default; a text that is no number reads as
+    /// 0, and any text but an empty one, "0" and "false" as true.
     void load();
     /// Writes the three options and drops every other key of the file. Always true.
     bool save();
