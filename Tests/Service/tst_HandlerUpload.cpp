@@ -51,6 +51,9 @@ private slots:
         QTest::newRow("quotation marks") << u"a\"b\".png"_s << "a%22b%22.png"_ba;
         QTest::newRow("line breaks") << u"a\r\nb"_s << "a%0D%0Ab"_ba;
         QTest::newRow("beyond Latin 1") << u"Bühne 舞台.png"_s << u"Bühne 舞台.png"_s.toUtf8();
+        QTest::newRow("255 bytes")
+            << u"ü"_s.repeated(125) + u"x.png"_s << QByteArray("ü").repeated(125) + "x.png";
+        QTest::newRow("other control characters") << u"a\tb\x01"_s << "a\tb\x01"_ba;
         QTest::newRow("percent, backslash and semicolon") << u"50%22\\;x"_s << "50%22\\;x"_ba;
     }
 

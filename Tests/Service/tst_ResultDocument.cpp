@@ -50,6 +50,24 @@ private slots:
         QTest::newRow("msg_type as text")
             << R"({"msg_type":"7","RESULT":0})"_ba << false << invalid;
         QTest::newRow("no result reads as 0") << R"({"msg_type":7})"_ba << true << u""_s;
+        QTest::newRow("result as text reads as 0")
+            << R"({"msg_type":7,"RESULT":"1"})"_ba << true << u""_s;
+        QTest::newRow("result as fraction reads as 0")
+            << R"({"msg_type":7,"RESULT":1.5})"_ba << true << u""_s;
+        QTest::newRow("result as object reads as 0")
+            << R"({"msg_type":7,"RESULT":{"RESULT":1}})"_ba << true << u""_s;
+        QTest::newRow("result beyond all numbers reads as 0")
+            << R"({"msg_type":7,"RESULT":1e30})"_ba << true << u""_s;
+        QTest::newRow("result given twice") << R"({"msg_type":7,"RESULT":0,"RESULT":4})"_ba << false
+                                            << u"Media library folder is in use"_s;
+        QTest::newRow("msg_type as fraction")
+            << R"({"msg_type":7.5,"RESULT":0})"_ba << false << invalid;
+        QTest::newRow("one document more")
+            << R"({"msg_type":7,"RESULT":0}{})"_ba << false << invalid;
+        QTest::newRow("breaks off") << R"({"msg_type":7,"RESULT":0)"_ba << false << invalid;
+        QTest::newRow("too deep") << "{\"msg_type\":7,\"RESULT\":"_ba + "["_ba.repeated(5000) +
+                                         "]"_ba.repeated(5000) + '}'
+                                  << false << invalid;
         QTest::newRow("negative result") << R"({"msg_type":7,"RESULT":-1})"_ba << false << u""_s;
         QTest::newRow("text of another code is not read")
             << R"({"msg_type":7,"RESULT":2,"ERROR":"x"})"_ba << false << u"Unknown failure"_s;

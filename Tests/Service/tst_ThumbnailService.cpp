@@ -10,7 +10,6 @@
 
 #include <QBuffer>
 #include <QFile>
-#include <QImageReader>
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
 #include <QNetworkReply>
@@ -25,6 +24,26 @@ using namespace ThumbnailTestKit;
 namespace {
 
 const QByteArray thumbnails = "/brenvoka/thumbnails/";
+
+/// A square picture with one bit a pixel, packed into very few bytes.
+QByteArray whitePicture(int side)
+{
+    QImage image(side, side, QImage::Format_Mono);
+    image.fill(1);
+    QBuffer buffer;
+    image.save(&buffer, "PNG");
+    return buffer.data();
+}
+
+/// The most memory that this process ever had, in MB.
+qint64 peakMemory()
+{
+    QFile status(u"/proc/self/status"_s);
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    static const QRegularExpression peak(u"VmHWM:\\s+(\\d+)"_s);
+    return peak.match(QString::fromLatin1(status.readAll())).captured(1).toLongLong() / 1024;
+}
 
 } // namespace
 
@@ -164,6 +183,8 @@ private slots:
     {
         QTest::addColumn<QByteArray>("response");
         QTest::newRow("text") << Wire::response("no picture at all");
+        QTest::newRow("one byte") << Wire::response("x");
+        QTest::newRow("one byte of a picture") << Wire::response(picture({4, 4}, Qt::red).left(1));
         QTest::newRow("empty") << Wire::response({});
         QTest::newRow("redirect") << Wire::response({}, "Location: /else.png\r\n", "302 Found");
     }
@@ -183,19 +204,43 @@ private slots:
         QCOMPARE(peer->requests().size(), 1);
     }
 
-    void pictureBeyondTheMemoryLimitIsNoImage()
+    void pictureTooLargeToBeUnpackedIsNoImage()
     {
-        // An empty picture of 20,000 by 20,000 pixels: 1.6 GB if it were unpacked.
-        QImage huge(20000, 20000, QImage::Format_Mono);
-        huge.fill(0);
-        QBuffer buffer;
-        QVERIFY(huge.save(&buffer, "PNG"));
-        peer->answer(thumbnails, buffer.data());
+        // 50 kB that would be 1.6 GB if they were unpacked.
+        peer->answer(thumbnails, whitePicture(20000));
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"exceeds the current allocation"_s));
-        QImageReader::setAllocationLimit(16);
+        const qint64 before = peakMemory();
         load(*a, {{9, u"x"_s}});
         QTRY_COMPARE(a->finished.size(), 1);
         QVERIFY(a->pixmaps().at(9).isNull());
+        QCOMPARE_LT(peakMemory() - before, 50);
+    }
+
+    void largePictureIsScaledWithinItsMeasure()
+    {
+        // Just within the limit: 128 MB when it is unpacked.
+        peer->answer(thumbnails, whitePicture(5700));
+        const qint64 before = peakMemory();
+        load(*a, {{9, u"x"_s}});
+        QTRY_COMPARE(a->finished.size(), 1);
+        QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
+        QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
+        QCOMPARE_LT(peakMemory() - before, 400);
+    }
+
+    void bodyThatSwellsBeyondMeasureIsAFailedDownload()
+    {
+        const QByteArray bomb = qCompress(QByteArray(64 << 20, '\0')).mid(4);
+        peer->answer("/brenvoka/thumbnails/3/1.png", bomb, "Content-Encoding: deflate\r\n");
+        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
+        QTRY_COMPARE(a->error.size(), 1);
+        QTRY_VERIFY(!peer->requests("/brenvoka/thumbnails/3/2.png").isEmpty());
+        peer->requests("/brenvoka/thumbnails/3/2.png")
+            .constFirst()
+            .answer(picture({4, 4}, Qt::red));
+        QTRY_COMPARE(a->finished.size(), 1);
+        QCOMPARE(a->pixmaps().at(1).toImage(), ThumbnailService::noThumbnailPixmap().toImage());
+        QCOMPARE(colorOf(a->pixmaps().at(2)), QColor(Qt::red));
     }
 
     void failedDownloadGetsTheFallbackWhenALaterOneSucceeds()
