@@ -51,6 +51,7 @@ bool SyncTask::start()
 void SyncTask::abort()
 {
     aborted = true;
+    ended = true;
     if (removeDialog)
         removeDialog->hide();
     if (transferDialog)
@@ -90,7 +91,7 @@ void SyncTask::endRenames()
 
 void SyncTask::startRemovals()
 {
-    if (removals.isEmpty()) {
+    if (removals.isEmpty() || ended) {
         startTransfers();
         return;
     }
@@ -123,7 +124,7 @@ void SyncTask::endRemovals()
 
 void SyncTask::startTransfers()
 {
-    if (transfers.isEmpty()) {
+    if (transfers.isEmpty() || ended) {
         emit taskFinished(this);
         return;
     }
@@ -161,12 +162,14 @@ void SyncTask::endTransfers()
 
 void SyncTask::userRenameCanceled()
 {
+    ended = true;
     connections->cancelRemoves(destinationServer);
     emit taskFinished(this);
 }
 
 void SyncTask::userRemoveCanceled()
 {
+    ended = true;
     connections->cancelRemoves(destinationServer);
     emit taskFinished(this);
 }

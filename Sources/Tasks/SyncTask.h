@@ -106,4 +106,6 @@ private:
     QList<VisualRef> transfers;
     QStringList transferErrors;
     bool aborted = false;
+    /// Cancelled or aborted: results that still come before the deletion start no further phase.
+    bool ended = false;
 };

@@ -29,6 +29,8 @@ private slots:
 
     void cancellingTheRenamesLeavesThemToTheServer();
     void cancellingTheRemovalsStartsNoTransfer();
+    void noPhaseStartsAfterACancel();
+    void noPhaseStartsAfterAnAbort();
     void aCancelTogetherWithTheLastResultEndsTwice();
     void errorsBeforeACancelAreKept();
     void abortLeavesNoErrorsToShow();
@@ -82,6 +84,42 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
     QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
     QVERIFY(!rig.dialog<TransferDialog>());
     QCOMPARE(rig.finished->size(), 1);
+}
+
+// Results may come between the task's end and its deletion, and a closed bar counts as full.
+void tst_SyncTaskEnds::noPhaseStartsAfterACancel()
+{
+    {
+        SyncRig rig(u"127.60.1.4"_s);
+        rig.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
+        rig.progressDialog(u"Renaming..."_s)->reject();
+        emit rig.service.folderRenameFinished(rig.destinationUuid, 9);
+        QVERIFY(!rig.progressDialog(u"Removing..."_s));
+        QVERIFY(!rig.dialog<TransferDialog>());
+    }
+    SyncRig rig(u"127.60.1.4"_s);
+    rig.start({}, {{3, 1}}, {{3, 2}});
+    rig.progressDialog(u"Removing..."_s)->reject();
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 9, 9);
+    QVERIFY(!rig.dialog<TransferDialog>());
+}
+
+void tst_SyncTaskEnds::noPhaseStartsAfterAnAbort()
+{
+    {
+        SyncRig rig(u"127.60.1.4"_s);
+        rig.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
+        // The source is lost, and the destination still answers its last rename.
+        rig.task->abort();
+        emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
+        QVERIFY(!rig.progressDialog(u"Removing..."_s));
+        QVERIFY(!rig.dialog<TransferDialog>());
+    }
+    SyncRig rig(u"127.60.1.4"_s);
+    rig.start({}, {{3, 1}}, {{3, 2}});
+    rig.task->abort();
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
+    QVERIFY(!rig.dialog<TransferDialog>());
 }
 
 void tst_SyncTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
