@@ -44,6 +44,9 @@ void ServerBankController::connectServices()
     connect(&thumbnailService, &ThumbnailService::aborted, uiController, &UIController::aborted);
     connect(&thumbnailService, &ThumbnailService::increaseDownloadSize, uiController,
             &UIController::increaseThumbnailDownloadSize);
+    connect(this, &ServerBankController::removeVisuals, uiController,
+            &UIController::handleRemoveVisuals);
+    connect(this, &ServerBankController::moveVisual, uiController, &UIController::handleMoveVisual);
 }
 
 const Server &ServerBankController::connectedServer(const QUuid &uuid) const

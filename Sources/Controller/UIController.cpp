@@ -337,7 +337,7 @@ void UIController::serverSelectionChanged(ServerDeck serverDeck, const QUuid &se
 
 bool UIController::isOnShow(const QUuid &uuid) const
 {
-    return bankA->currentServerUuid() == uuid || bankB->currentServerUuid() == uuid;
+    return bankShowing(uuid);
 }
 
 bool UIController::taskInvolves(const QUuid &uuid) const

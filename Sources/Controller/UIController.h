@@ -78,6 +78,13 @@ public slots:
     void transferFromServerA();
     /// The same from bank B to bank A.
     void transferFromServerB();
+    /// Asks, and only then looks at what is selected: visuals that exist, in the bank of that deck.
+    void handleRemoveVisuals(ServerDeck serverDeck);
+    /// Slot numbers, in the folder that is open in the banks.
+    void handleMoveVisual(int from, int to, ServerDeck serverDeck);
+    /// Asks for a local file and sends it. Only for a server on show, with exactly one slot
+    /// selected in its bank; numbers as BVServerBank::uploadFile gives them.
+    void uploadFile(const QUuid &uuid, int folderIndex, int visualIndex);
     /// Shows the errors of the running task, deletes it and fetches the library that it changed.
     /// For any other task nothing happens: the pointer is compared, never followed.
     void onTaskFinished(TaskBase *task);
@@ -131,10 +138,15 @@ private:
 
     void updateTransferButtons();
     void startTransfer(BVServerBank *source, BVServerBank *destination);
+    [[nodiscard]] BVServerBank *bankOf(ServerDeck deck) const;
+    /// The bank that shows this server, bank A before bank B; null if there is none.
+    [[nodiscard]] BVServerBank *bankShowing(const QUuid &uuid) const;
+    /// The path of the file that the operator chose, empty if none. Remembers its directory.
+    [[nodiscard]] QString askForUpload();
     [[nodiscard]] bool confirmSync(const LibraryComparison::SyncPlan &plan, const QString &source,
                                    const QString &destination);
-    /// Whether to go on. "Yes, don't ask again" clears the bit in the model's `warningLevel` and
-    /// saves the settings.
+    /// Whether to go on; true at once if the bit is clear. "Yes, don't ask again" clears the bit in
+    /// the model's `warningLevel` and saves the settings.
     [[nodiscard]] bool confirmWarning(const QString &text, const QString &title, quint32 bit);
     /// Takes the task over and starts it. A task that still runs is let go of, undeleted: its end
     /// is then nobody's.

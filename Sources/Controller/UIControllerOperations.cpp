@@ -6,19 +6,27 @@
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
 #include "Model/LibraryComparison.h"
+#include "Tasks/MoveTask.h"
+#include "Tasks/RemoveTask.h"
 #include "Tasks/SyncTask.h"
+#include "Tasks/UploadTask.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVServerBank.h"
 
+#include <QFileDialog>
+#include <QFileInfo>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
+#include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 constexpr quint32 destructiveWarning = 1;
+constexpr quint32 moveWarning = 2;
+constexpr quint32 overwriteWarning = 4;
 constexpr quint32 largeSyncWarning = 8;
 constexpr qsizetype largeSyncCount = 11;
 
@@ -75,18 +83,104 @@ bool UIController::confirmSync(const LibraryComparison::SyncPlan &plan, const QS
         text += tr("\n\nNote: The operation can not be undone.");
         return confirmWarning(text, title, largeSyncWarning);
     }
-    if (plan.isDestructive() && (model->warningLevel & destructiveWarning)) {
-        return confirmWarning(
-            tr("Are you sure you want to synchronize the selected visuals?\n"
-               "The operation may permanently remove or replace visuals in destination slots\n\n"
-               "Note: The operation can not be  undone."),
-            title, destructiveWarning);
+    if (!plan.isDestructive())
+        return true;
+    return confirmWarning(
+        tr("Are you sure you want to synchronize the selected visuals?\n"
+           "The operation may permanently remove or replace visuals in destination slots\n\n"
+           "Note: The operation can not be  undone."),
+        title, destructiveWarning);
+}
+
+void UIController::handleRemoveVisuals(ServerDeck serverDeck)
+{
+    if (model->servers.isEmpty())
+        return;
+    if (!confirmWarning(tr("Are you sure you want to remove the selected visuals?\n\n"
+                           "Note: The operation can not be undone."),
+                        tr("Visual remove"), destructiveWarning))
+        return;
+    const BVServerBank *const bank = bankOf(serverDeck);
+    const QList<VisualRef> visuals = bank->selectedVisuals(true);
+    if (visuals.isEmpty())
+        return;
+    startTask(new RemoveTask(model, mainWindow, &connections, bank->currentServerUuid(), visuals));
+}
+
+void UIController::handleMoveVisual(int from, int to, ServerDeck serverDeck)
+{
+    if (model->servers.isEmpty())
+        return;
+    // What the row was dragged on; the bank may show something else once the operator has answered.
+    const QUuid uuid = bankOf(serverDeck)->currentServerUuid();
+    const int folder = model->selectedFolder;
+    if (!confirmWarning(tr("Are you sure you want to move the selected visual?\n\n"
+                           "Note: The operation can not be canceled or undone."),
+                        tr("Visual remove"), moveWarning))
+        return;
+    startTask(new MoveTask(model, mainWindow, &connections, uuid, folder, from, to));
+}
+
+void UIController::uploadFile(const QUuid &uuid, int folderIndex, int visualIndex)
+{
+    const BVServerBank *const bank = bankShowing(uuid);
+    if (!bank)
+        return;
+    const QList<VisualRef> visuals = bank->selectedVisuals(false);
+    if (visuals.size() != 1)
+        return;
+    const auto [folder, slot] = visuals.first();
+    if (!LibraryComparison::slotEmpty(bank->currentServer(), folder, slot) &&
+        !confirmWarning(tr("Are you sure you want to overwrite the selected visual?\n"
+                           "The operation will permanently remove the visual in the destination "
+                           "slot"),
+                        tr("Visual upload"), overwriteWarning))
+        return;
+    const QString path = askForUpload();
+    if (!path.isEmpty())
+        startTask(
+            new UploadTask(model, mainWindow, &connections, uuid, folderIndex, visualIndex, path));
+}
+
+QString UIController::askForUpload()
+{
+    const QString directory =
+        lastUploadDirectory.isEmpty()
+            ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
+            : lastUploadDirectory;
+    QString filter = tr("All files (*.*)");
+    const QString path = QFileDialog::getOpenFileName(
+        mainWindow, tr("Select file for upload"), directory,
+        tr("All files (*.*);;JPEG (*.jpg *.jpeg);;BMP (*.bmp);;GIF (*.gif);;PNG (*.png);;"
+           "AVI (*.avi);;MOV (*.mov);;MP4 (*.mp4);;MPEG (*.mpg *.mpeg);;M2V (*.m2v);;"
+           "M4V (*.m4v);;MKV (*.mkv);;MP4 (*.mp4);;VOB (*.vob);;TS (*.ts);;DV (*.dv);;"
+           "SWF (*.swf);;ASF (*.asf);;WMV (*.wmv);;MTS (*.mts);;FLV (*.flv);;F4V (*.f4v);;"
+           "M2TS (*.m2ts);;QTZ (*.qtz);;OBJ (*.obj);;Mp3 (*.mp3);;FLAC (*.flac);;WAV (*.wav);;"
+           "AIF (*.aif *.aiff);;APE (*.ape);;WMA (*.wma);;OGG (*.ogg)"),
+        &filter);
+    if (!path.isEmpty())
+        lastUploadDirectory = QFileInfo(path).absolutePath();
+    return path;
+}
+
+BVServerBank *UIController::bankOf(ServerDeck deck) const
+{
+    return deck == ServerDeckA ? bankA : bankB;
+}
+
+BVServerBank *UIController::bankShowing(const QUuid &uuid) const
+{
+    for (BVServerBank *const bank : {bankA, bankB}) {
+        if (bank->currentServerUuid() == uuid)
+            return bank;
     }
-    return true;
+    return nullptr;
 }
 
 bool UIController::confirmWarning(const QString &text, const QString &title, quint32 bit)
 {
+    if (!(model->warningLevel & bit))
+        return true;
     // Guarded: if the window goes while the warning is open, it takes the box along.
     const QPointer<QMessageBox> box =
         new QMessageBox(QMessageBox::Warning, title, text, QMessageBox::Yes | QMessageBox::No,

@@ -111,6 +111,7 @@ void BVServerBank::connectBank(UIController *uiController)
     connect(ui->removeButton, &QPushButton::clicked, bankController,
             &ServerBankController::removeSelectedItems);
     connect(ui->addButton, &QPushButton::clicked, this, &BVServerBank::addFile);
+    connect(this, &BVServerBank::uploadFile, uiController, &UIController::uploadFile);
 }
 
 void BVServerBank::setServerDeck(ServerDeck deck)

@@ -35,7 +35,7 @@ struct Command
 class PlayedServer final
 {
 public:
-    enum CommandType { Sync = 1, Remove = 2, Cancel = 4, Rename = 5 };
+    enum CommandType { Sync = 1, Remove = 2, Move = 3, Cancel = 4, Rename = 5 };
 
     explicit PlayedServer(const QString &ip)
         : wire(ip)

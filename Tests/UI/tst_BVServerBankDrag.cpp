@@ -3,16 +3,12 @@
 
 #include "Controller/ServerBankController.h"
 #include "Support/FailOnWarning.h"
-#include "Support/WindowRig.h"
+#include "Support/RowDrag.h"
 
-#include <QDrag>
 #include <QListWidget>
 #include <QSignalSpy>
-#include <QTimer>
-#include <QWindow>
 
 using namespace Qt::Literals::StringLiterals;
-using namespace std::chrono_literals;
 
 /// Drags inside the window as a hand makes them, on a platform that has real drag and drop.
 class tst_BVServerBankDrag final : public QObject
@@ -29,38 +25,6 @@ private slots:
     void rowsCannotBeDroppedOnTheOtherBank();
 
 private:
-    static QPoint at(const WindowRig &rig, const BVServerBank &bank, int row)
-    {
-        const MediaListWidget &list = listOf(bank);
-        return list.viewport()->mapTo(rig.window.get(),
-                                      list.visualItemRect(list.item(row)).center());
-    }
-
-    /// Returns whether the gesture became a drag.
-    static bool drag(const WindowRig &rig, const QPoint &from, const QPoint &to)
-    {
-        QWindow *window = rig.window->windowHandle();
-        bool dragging = false;
-        // The second move starts the drag's own event loop, in which the rest has to happen.
-        QTimer rest;
-        connect(&rest, &QTimer::timeout, window, [&] {
-            if (dragging || !rig.window->findChild<QDrag *>())
-                return;
-            dragging = true;
-            QTest::mouseMove(window, (from + to) / 2);
-            QTest::mouseMove(window, to);
-            QTest::mouseRelease(window, Qt::LeftButton, {}, to);
-        });
-        rest.start(1ms);
-        QTest::mousePress(window, Qt::LeftButton, {}, from);
-        const int distance = QApplication::startDragDistance();
-        QTest::mouseMove(window, from + QPoint(distance + 1, 0));
-        QTest::mouseMove(window, from + QPoint(distance + 2, 0));
-        if (!dragging)
-            QTest::mouseRelease(window, Qt::LeftButton, {}, to);
-        return dragging;
-    }
-
     static void addViewModes()
     {
         QTest::addColumn<bool>("listView");
@@ -87,7 +51,7 @@ void tst_BVServerBankDrag::dragAsksForAMoveAndMovesNoRow()
     QSignalSpy moves(&controller, &ServerBankController::moveVisual);
     const QRect place = listOf(rig.bankA()).visualItemRect(listOf(rig.bankA()).item(4));
 
-    QVERIFY(drag(rig, at(rig, rig.bankA(), 4), at(rig, rig.bankA(), 2)));
+    QVERIFY(dragRow(rig, rig.bankA(), 4, rig.bankA(), 2));
     QCOMPARE(moves, (QList<QVariantList>{{3, 1, QVariant::fromValue(ServerDeckA)}}));
     QCOMPARE(listOf(rig.bankA()).count(), 257);
     QCOMPARE(listOf(rig.bankA()).item(4)->text(), u"003: Sunset"_s);
@@ -108,7 +72,7 @@ void tst_BVServerBankDrag::nothingCanBeDraggedAtTheFoldersLevel()
     rig.controller().folderChanged(3);
     rig.controller().backToFolders();
     rig.bankA().setListMode(listView);
-    QVERIFY(!drag(rig, at(rig, rig.bankA(), 3), at(rig, rig.bankA(), 1)));
+    QVERIFY(!dragRow(rig, rig.bankA(), 3, rig.bankA(), 1));
 }
 
 void tst_BVServerBankDrag::rowsCannotBeDroppedOnTheOtherBank()
@@ -120,7 +84,7 @@ void tst_BVServerBankDrag::rowsCannotBeDroppedOnTheOtherBank()
     rig.controller().folderChanged(3);
     const QSignalSpy movesA(&listOf(rig.bankA()), &MediaListWidget::moveItem);
     const QSignalSpy movesB(&listOf(rig.bankB()), &MediaListWidget::moveItem);
-    QVERIFY(drag(rig, at(rig, rig.bankA(), 4), at(rig, rig.bankB(), 2)));
+    QVERIFY(dragRow(rig, rig.bankA(), 4, rig.bankB(), 2));
     QCOMPARE(movesA.count(), 0);
     QCOMPARE(movesB.count(), 0);
 }

@@ -1,0 +1,53 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Support/WindowRig.h"
+
+#include <QDrag>
+#include <QTimer>
+#include <QWindow>
+
+#include <chrono>
+
+/// Drags by the mouse, as a hand does, from one point of a shown window to another. Returns whether
+/// the gesture became a drag. If the drop asks the operator something, it returns after the answer.
+///
+/// Only a platform with real drag and drop will do, such as `minimal`; the offscreen one ends every
+/// drag before it begins.
+[[nodiscard]] inline bool drag(const WindowRig &rig, const QPoint &from, const QPoint &to)
+{
+    QWindow *window = rig.window->windowHandle();
+    bool dragging = false;
+    // The second move starts the drag's own event loop, in which the rest has to happen.
+    QTimer rest;
+    QObject::connect(&rest, &QTimer::timeout, window, [&] {
+        if (dragging || !rig.window->findChild<QDrag *>())
+            return;
+        dragging = true;
+        QTest::mouseMove(window, (from + to) / 2);
+        QTest::mouseMove(window, to);
+        QTest::mouseRelease(window, Qt::LeftButton, {}, to);
+    });
+    rest.start(std::chrono::milliseconds(1));
+    QTest::mousePress(window, Qt::LeftButton, {}, from);
+    const int distance = QApplication::startDragDistance();
+    QTest::mouseMove(window, from + QPoint(distance + 1, 0));
+    QTest::mouseMove(window, from + QPoint(distance + 2, 0));
+    if (!dragging)
+        QTest::mouseRelease(window, Qt::LeftButton, {}, to);
+    return dragging;
+}
+
+/// The same between the middles of two rows, both of which have to be in view.
+[[nodiscard]] inline bool dragRow(const WindowRig &rig, const BVServerBank &fromBank, int fromRow,
+                                  const BVServerBank &toBank, int toRow)
+{
+    const auto middle = [&rig](const BVServerBank &bank, int row) {
+        const MediaListWidget &list = listOf(bank);
+        return list.viewport()->mapTo(rig.window.get(),
+                                      list.visualItemRect(list.item(row)).center());
+    };
+    return drag(rig, middle(fromBank, fromRow), middle(toBank, toRow));
+}
