@@ -4,38 +4,14 @@
 #include "ControllerRig.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/LeakAllowed.h"
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
 #include "UI/BVProgressDialog.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#include <sanitizer/lsan_interface.h>
-#endif
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-/// While it lives, what is allocated may be leaked: a task that is let go of is never deleted.
-class LeakAllowed final
-{
-public:
-#if defined(__SANITIZE_ADDRESS__)
-    LeakAllowed()
-    {
-        __lsan_disable();
-    }
-    ~LeakAllowed()
-    {
-        __lsan_enable();
-    }
-#else
-    LeakAllowed()
-    {
-    }
-#endif
-    Q_DISABLE_COPY_MOVE(LeakAllowed)
-};
 
 using Refs = QList<VisualRef>;
 
