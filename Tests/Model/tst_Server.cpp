@@ -48,7 +48,7 @@ private slots:
     void folderIsACopy();
     void findsSlots();
     void findsHashesInAnyFolder();
-    void addedConnectionsMayRepeat();
+    void addedConnectionsGoToTheEndAndMayRepeat();
     void removesTheFirstThatMatchesInBoth();
     void wrongNetmaskRemovesNothing();
     void removalLeavesTheActiveNumber();
@@ -147,12 +147,13 @@ void tst_Server::findsHashesInAnyFolder()
         QVERIFY(!server.containsHash(hash));
 }
 
-void tst_Server::addedConnectionsMayRepeat()
+void tst_Server::addedConnectionsGoToTheEndAndMayRepeat()
 {
     Server server;
     server.addConnection(first, 24);
+    server.addConnection(second, 24);
     server.addConnection(first, 24);
-    QCOMPARE(server.connections, QList<ServerConnection>({{first, 24}, {first, 24}}));
+    QCOMPARE(server.connections, QList<ServerConnection>({{first, 24}, {second, 24}, {first, 24}}));
 }
 
 void tst_Server::removesTheFirstThatMatchesInBoth()
