@@ -131,8 +131,8 @@ signals:
 public slots:
     /// Asks for an upload into the one selected slot.
     void addFile();
-    /// Fills the slots level and enables the panel. The index is the one that came with
-    /// changeFolder; `pixmaps` holds one picture for each slot number.
+    /// Fills the slots level and enables the panel; at the folders level the rows stay. The index
+    /// is the one that came with changeFolder; `pixmaps` holds one picture for each slot number.
     void folderChanged(int mediaFolderIndex, const QList<QPixmap> &pixmaps);
     void serverIndexChanged(int index);
     /// Redraws the level on show if that server is the selected one; two null uuids count as equal,

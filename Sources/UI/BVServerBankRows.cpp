@@ -113,6 +113,12 @@ void BVServerBank::showPath(const QString &folderName)
 
 void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pixmaps)
 {
+    // The operator may have gone back in the other bank. Slots in the place of folders would let a
+    // removal of one visual empty a whole folder.
+    if (currentFolder == -1) {
+        setEnabled(true);
+        return;
+    }
     const MediaFolder folder = currentServer().folderAt(mediaFolderIndex);
     ui->mediaListWidget->clear();
     addHeaderItems();

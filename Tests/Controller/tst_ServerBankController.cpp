@@ -40,6 +40,7 @@ private slots:
     void everySignalCarriesItsDeck();
     void folderFillsFromTheServer();
     void bothBanksLoadByThemselves();
+    void lateThumbnailsLeaveTheFolders();
     void failedThumbnailIsToldToNobody();
     void panelStaysOffWhenTheLastThumbnailFails_data();
     void panelStaysOffWhenTheLastThumbnailFails();
@@ -241,6 +242,30 @@ void tst_ServerBankController::bothBanksLoadByThemselves()
     QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 10000);
     QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
     QCOMPARE(topLeft(rig.bankB(), 8), QColor(Qt::green));
+}
+
+void tst_ServerBankController::lateThumbnailsLeaveTheFolders()
+{
+    WireServer firstPeer(u"127.50.3.13"_s);
+    WindowRig rig;
+    Server second = sampleServer(u"Stage right"_s, u"127.50.3.14"_s);
+    second.folders[3].files.clear();
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.13"_s));
+    rig.connectServer(second);
+    QPixmapCache::clear();
+    QVERIFY(rig.show());
+    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(firstPeer.waitForRequests(2));
+
+    // The operator goes back in bank B while bank A is still loading.
+    doubleClickRow(rig.bankB(), 0);
+    QCOMPARE(rig.bankA().currentFolder, -1);
+    for (const WireRequest &request : firstPeer.requests())
+        request.answer(png(Qt::red));
+    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 10000);
+    QCOMPARE(rig.bankA().currentFolder, -1);
+    QCOMPARE(listOf(rig.bankA()).count(), 256);
+    QCOMPARE(listOf(rig.bankA()).item(3)->text(), u"Stage"_s);
 }
 
 void tst_ServerBankController::failedThumbnailIsToldToNobody()
