@@ -45,6 +45,7 @@ private slots:
     void lookupByAddressFindsTheFirstConnected();
     void listsConnectedServersWithALibrary();
     void frameRatesReachConnectedServersOnly();
+    void everyMatchIsMarkedAndTheFirstIsChanged();
     void unknownServersChangeNothing();
 
 private:
@@ -220,6 +221,24 @@ void tst_ApplicationModel::frameRatesReachConnectedServersOnly()
     QCOMPARE(stage().totalFps, 2.5F);
     QCOMPARE(stage().monitorFps, 3.5F);
     QVERIFY(!hall().hasFpsStats);
+}
+
+void tst_ApplicationModel::everyMatchIsMarkedAndTheFirstIsChanged()
+{
+    model->servers.append(new Server(stageId, otherAddress, 24, u"Twin"_s));
+    const Server &twin = *model->servers[2];
+    model->markConnected(stageId, otherAddress);
+    QVERIFY(stage().connected && twin.connected && !hall().connected);
+    model->setServerName(stageId, u"Renamed"_s);
+    model->setFpsStats(stageId, 1, 2, 3, true);
+    model->removeConnection(stageId, otherAddress, 24);
+    QCOMPARE(&model->addConnection(stageId, hallAddress, 16), &stage());
+    QCOMPARE(stage().name, u"Renamed"_s);
+    QCOMPARE(twin.name, u"Twin"_s);
+    QVERIFY(stage().hasFpsStats && !twin.hasFpsStats);
+    QCOMPARE(twin.connections, QList<ServerConnection>({{otherAddress, 24}}));
+    QVERIFY(model->removeServer(stageId));
+    QCOMPARE(&model->connectedServer(stageId), &twin);
 }
 
 void tst_ApplicationModel::unknownServersChangeNothing()

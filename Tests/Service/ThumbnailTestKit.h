@@ -13,14 +13,20 @@
 /// What the tests of the thumbnails share.
 namespace ThumbnailTestKit {
 
+/// The bytes of a picture's file.
+inline QByteArray encoded(const QImage &image, const char *format)
+{
+    QBuffer buffer;
+    image.save(&buffer, format);
+    return buffer.data();
+}
+
 /// A picture of one colour, as the bytes of a file.
 inline QByteArray picture(QSize size, const QColor &color, const char *format = "PNG")
 {
     QImage image(size, QImage::Format_RGB32);
     image.fill(color);
-    QBuffer buffer;
-    image.save(&buffer, format);
-    return buffer.data();
+    return encoded(image, format);
 }
 
 inline QColor colorOf(const QPixmap &pixmap)

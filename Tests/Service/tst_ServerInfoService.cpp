@@ -39,6 +39,17 @@ private slots:
         QVERIFY(request.body.isEmpty());
     }
 
+    void downloadIsLogged()
+    {
+        LogCapture log;
+        rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
+        rig->service.requestLibrary(rig->server());
+        QTRY_COMPARE(rig->spy.size(), 1);
+        const QString url = u"http://127.30.1.1:4567/brenvoka/library.json?ver=281474976710656"_s;
+        QCOMPARE(log.texts(), (QStringList{u"Downloading server info from: "_s + url,
+                                           u"Downloaded server info from: "_s + url}));
+    }
+
     void requestGoesToTheFirstConnection()
     {
         Server server = rig->server();

@@ -164,6 +164,44 @@ private slots:
         QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
     }
 
+    void scalingDoesNotSmooth()
+    {
+        QImage halves(2, 1, QImage::Format_RGB32);
+        halves.setPixelColor(0, 0, Qt::red);
+        halves.setPixelColor(1, 0, Qt::blue);
+        peer->answer(thumbnails, encoded(halves, "PNG"));
+        load(*a, {{9, u"x"_s}});
+        QTRY_COMPARE(a->finished.size(), 1);
+        const QImage scaled = a->pixmaps().at(9).toImage();
+        QCOMPARE(scaled.pixelColor(63, 50), QColor(Qt::red));
+        QCOMPARE(scaled.pixelColor(64, 50), QColor(Qt::blue));
+    }
+
+    void pictureIsTurnedAsItsFileSays()
+    {
+        QImage halves(64, 64, QImage::Format_RGB32);
+        halves.fill(Qt::blue);
+        for (int y = 0; y < 64; ++y) {
+            for (int x = 0; x < 32; ++x)
+                halves.setPixelColor(x, y, Qt::red);
+        }
+        // Exif 2.3: one entry, the orientation (0x0112); 6 is a quarter turn clockwise.
+        const QByteArray quarterTurn = QByteArray::fromHex("ffe10022"
+                                                           "457869660000"
+                                                           "4d4d002a00000008"
+                                                           "0001"
+                                                           "011200030000000100060000"
+                                                           "00000000");
+        peer->answer(thumbnails, encoded(halves, "JPG").insert(2, quarterTurn));
+        load(*a, {{9, u"x"_s}});
+        QTRY_COMPARE(a->finished.size(), 1);
+        const QImage turned = a->pixmaps().at(9).toImage();
+        for (const int x : {10, 120}) {
+            QVERIFY(turned.pixelColor(x, 10).red() > 200);
+            QVERIFY(turned.pixelColor(x, 85).blue() > 200);
+        }
+    }
+
     void repliesMayEndInAnyOrder()
     {
         load(*a, {{0, u"r"_s}, {1, u"g"_s}, {2, u"b"_s}});
@@ -299,6 +337,19 @@ private slots:
         }
         QCOMPARE(peer->requests().size(), 2);
         QCOMPARE(log.texts().count(u"Failed to add thumbnail+abc thumbnail to cache"_s), 2);
+    }
+
+    void downloadsAreLogged()
+    {
+        LogCapture log;
+        peer->answer(thumbnails, picture({4, 4}, Qt::red));
+        load(*a, {{9, u"x"_s}});
+        QTRY_COMPARE(a->finished.size(), 1);
+        const QString url =
+            u"http://127.30.2.1:4567/brenvoka/thumbnails/3/9.png?ver=281474976710656"_s;
+        QCOMPARE(log.texts(), (QStringList{u"Downloading thumbnail from: "_s + url,
+                                           u"Download finished for thumbnail from: "_s + url,
+                                           u"Downloaded was a success"_s}));
     }
 
     void abortWithNothingRunning()
