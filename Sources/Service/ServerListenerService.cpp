@@ -56,17 +56,11 @@ void ServerListenerService::listServers()
     }
     ++pollCount;
 
-    // A receiver may open a dialog, whose event loop brings the next tick in the midst of this one.
-    // So nothing that a tick changes is held across an emission.
     Discovery::DiscoveredServer *table = nullptr;
     std::size_t count = 0;
     Discovery::servers(socket, table, count);
-    QList<Announcement> announcements;
     for (const Discovery::DiscoveredServer &entry : std::span(table, count))
-        announcements.append(announcementFrom(entry));
-
-    for (const Announcement &announcement : std::as_const(announcements))
-        process(announcement);
+        process(announcementFrom(entry));
     expire();
 }
 

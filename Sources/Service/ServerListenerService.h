@@ -18,6 +18,9 @@
 /// heard; there is no other way out. A server comes with its first connection and goes with its
 /// last. In one tick everything that comes is told before everything that goes.
 ///
+/// Qt fires no timer inside its own slot. So while a receiver runs an event loop, as a message box
+/// does, discovery stands still, and goes on with what the socket has kept.
+///
 /// If the port can't be opened, nothing is ever heard, and nothing is reported.
 class ServerListenerService final : public QObject
 {

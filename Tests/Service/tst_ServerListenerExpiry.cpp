@@ -8,7 +8,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// How connections and servers go, and what may happen meanwhile.
+/// How connections and servers go, and ticks that a receiver causes meanwhile.
 class tst_ServerListenerExpiry final : public QObject
 {
     Q_OBJECT
@@ -137,7 +137,6 @@ void tst_ServerListenerExpiry::lostServerMayReturnWithinItsLoss()
     Announcer(secondAddress).send(announcement({.uuid = hallId, .name = "Hall"}));
     listener.tick();
     listener.take();
-    // A message box about the lost server: its event loop brings ticks, and the server is back.
     connect(&listener.service, &ServerListenerService::removeServer, &listener.service,
             [&](const QUuid &uuid) {
                 if (uuid == stageId)

@@ -6,6 +6,7 @@
 #include "Support/LogCapture.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -50,6 +51,7 @@ private slots:
     void otherTypeEndsTheDrainingOfATick();
     void logsWhatAppears();
     void ticksComeByThemselves();
+    void ticksStandStillWhileAReceiverRunsAnEventLoop();
     void withoutThePortNothingIsHeard();
     void destructionTellsNothingAndFreesThePort();
 };
@@ -275,6 +277,25 @@ void tst_ServerListenerService::ticksComeByThemselves()
     const auto *timer = service.findChild<QTimer *>();
     QVERIFY(timer);
     QCOMPARE(timer->interval(), 250);
+}
+
+void tst_ServerListenerService::ticksStandStillWhileAReceiverRunsAnEventLoop()
+{
+    const ServerListenerService service;
+    QSignalSpy added(&service, &ServerListenerService::addServer);
+    qsizetype addedMeanwhile = 0;
+    connect(&service, &ServerListenerService::addServer, this, [&](const QUuid &uuid) {
+        if (uuid != stageId)
+            return;
+        Announcer(secondAddress).send(announcement({.uuid = hallId}));
+        QEventLoop box;
+        QTimer::singleShot(600, &box, &QEventLoop::quit);
+        box.exec();
+        addedMeanwhile = added.size();
+    });
+    Announcer(firstAddress).send(announcement({}));
+    QTRY_COMPARE_WITH_TIMEOUT(added.size(), 2, 10000);
+    QCOMPARE(addedMeanwhile, 1);
 }
 
 void tst_ServerListenerService::withoutThePortNothingIsHeard()
