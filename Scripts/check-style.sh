@@ -22,13 +22,14 @@ report() {
 mapfile -t cxx < <(git ls-files --cached --others --exclude-standard '*.cpp' '*.h')
 mapfile -t shell < <(git ls-files --cached --others --exclude-standard '*.sh' '.ci/run')
 mapfile -t python < <(git ls-files --cached --others --exclude-standard '*.py')
+mapfile -t forms < <(git ls-files --cached --others --exclude-standard '*.ui')
 mapfile -t build < <(git ls-files --cached --others --exclude-standard '*CMakeLists.txt' '*.cmake')
 
 # Formatting is a matter for the formatter.
 printf '%s\0' "${cxx[@]}" | xargs -0 -P "$(nproc)" -n 16 clang-format --dry-run -Werror || failed=1
 
 # Every source says who owns it and under which terms, in its first lines.
-for file in "${cxx[@]}" "${shell[@]}" "${python[@]}" "${build[@]}"; do
+for file in "${cxx[@]}" "${shell[@]}" "${python[@]}" "${build[@]}" "${forms[@]}"; do
     head -n 3 "$file" | grep -q 'SPDX-FileCopyrightText: The Brenvoka authors' &&
         head -n 4 "$file" | grep -q 'SPDX-License-Identifier: MIT' || breach "no SPDX lines: $file"
 done

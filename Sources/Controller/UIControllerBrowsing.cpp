@@ -5,11 +5,10 @@
 
 #include "Model/ApplicationModel.h"
 #include "Model/LibraryComparison.h"
+#include "Tasks/ThreeDigits.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVProgressDialog.h"
 #include "UI/BVServerBank.h"
-
-using namespace Qt::Literals::StringLiterals;
 
 void UIController::updateSameMarks()
 {
@@ -112,7 +111,7 @@ void UIController::thumbnailError(int fileSlot, const QHostAddress &serverIp)
     if (server.uuid.isNull() || !isOnShow(server.uuid))
         return;
     showErrorMessage(tr("Download of thumbnail for visual %1 from server \"%2\" failed.")
-                         .arg(u"%1"_s.arg(fileSlot, 3, 10, '0'_L1), server.name));
+                         .arg(threeDigits(fileSlot), server.name));
 }
 
 void UIController::setSmallSize()

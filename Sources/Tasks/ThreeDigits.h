@@ -5,7 +5,7 @@
 
 #include <QString>
 
-/// How a folder or slot number stands in the tasks' detail lines: at least three digits.
+/// How a folder or slot number stands in the operator's messages: at least three digits.
 [[nodiscard]] inline QString threeDigits(int number)
 {
     return QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0'));

@@ -47,7 +47,6 @@ private slots:
     void ratesOfAnUnknownServerAreDropped();
     void theSignHidesOnlyWhileTwoServersAreEqual();
     void theTransferIsEnabledWithTwoServers();
-    void oneServerInBothBanksDisablesTheTransfer();
     void aServerThatReachesNobodyDisablesTheTransfer();
 };
 
@@ -367,19 +366,6 @@ void tst_UIControllerRegistry::theTransferIsEnabledWithTwoServers()
     QVERIFY(rig.bringUp(two, u"Two"_s, library(), 32));
     QVERIFY(rig.isTransferEnabled());
     rig.controller().removeServer(one.uuid);
-    QVERIFY(!rig.isTransferEnabled());
-}
-
-void tst_UIControllerRegistry::oneServerInBothBanksDisablesTheTransfer()
-{
-    ControllerRig rig;
-    const Server one = sampleServer(u"One"_s, u"127.60.2.1"_s);
-    rig.rig.connectServer(one);
-    rig.rig.connectServer(sampleServer(u"Two"_s, u"127.60.2.2"_s));
-    QVERIFY(rig.isTransferEnabled());
-    rig.bankB().setServers({one.uuid});
-    rig.choose(rig.bankB(), u"One"_s);
-    QCOMPARE(rig.bankB().currentServerUuid(), rig.bankA().currentServerUuid());
     QVERIFY(!rig.isTransferEnabled());
 }
 

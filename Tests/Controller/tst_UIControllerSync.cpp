@@ -33,6 +33,7 @@ private slots:
     void aMissingFolderIsNamedFirst();
     void whatTheSourceLacksIsRemoved();
     void serversWithoutACommonSubnetAreToldAtTheClick();
+    void oneServerInBothBanksDisablesTheTransfer();
     void withoutADestinationThereIsNoCommonSubnet();
     void withoutASourceNothingHappens();
     void nothingToDoFetchesTheLibrary();
@@ -143,6 +144,19 @@ void tst_UIControllerSync::serversWithoutACommonSubnetAreToldAtTheClick()
     QVERIFY(log.texts().contains(u"Server don't share a subnet"_s));
     QVERIFY(!stage.transferDialog());
     QVERIFY(stage.rig.isTransferEnabled());
+}
+
+void tst_UIControllerSync::oneServerInBothBanksDisablesTheTransfer()
+{
+    ControllerRig rig;
+    const Server one = sampleServer(u"One"_s, u"127.60.3.1"_s);
+    rig.rig.connectServer(one);
+    rig.rig.connectServer(sampleServer(u"Two"_s, u"127.60.3.2"_s));
+    QVERIFY(rig.isTransferEnabled());
+    rig.bankB().setServers({one.uuid});
+    rig.choose(rig.bankB(), u"One"_s);
+    QCOMPARE(rig.bankB().currentServerUuid(), rig.bankA().currentServerUuid());
+    QVERIFY(!rig.isTransferEnabled());
 }
 
 void tst_UIControllerSync::withoutADestinationThereIsNoCommonSubnet()

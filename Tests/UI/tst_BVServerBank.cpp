@@ -11,13 +11,12 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
-#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTabWidget>
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What a bank offers, selects and reports. Its rows are in tst_BVServerBankRows.
+/// What a bank offers and reports, and when its buttons can be used.
 class tst_BVServerBank final : public QObject
 {
     Q_OBJECT
@@ -44,24 +43,6 @@ private slots:
     void uploadButtonIsOnAfterAChangeOfContent();
     void uploadWithTwoRowsSelectedIsLoggedOnly();
     void uploadButtonAsksForTheSelectedSlot();
-
-    void selectedFolderStandsForItsSlots();
-    void selectedSlots();
-    void slotsLevelSearchesTheFolderAtThePosition();
-    void folderBeyondTheLibraryCountsAsEmpty();
-    void allVisualsOfTheFoldersLevel();
-    void allVisualsOfTheSlotsLevel();
-    void selectRowsReportsNothing();
-    void scrollPositionIsThatOfTheSlider();
-
-private:
-    static QList<VisualRef> refs(int folder, const QList<int> &slotNumbers)
-    {
-        QList<VisualRef> result;
-        for (const int slot : slotNumbers)
-            result.append({folder, slot});
-        return result;
-    }
 };
 
 void tst_BVServerBank::standsAsTheFormSays()
@@ -367,120 +348,6 @@ void tst_BVServerBank::uploadButtonAsksForTheSelectedSlot()
     clickRow(rig.bankA(), 10);
     QTest::mouseClick(&childOf<QPushButton>(rig.bankA(), "addButton"), Qt::LeftButton);
     QCOMPARE(seen, (QList<QVariant>{server.uuid, 2, 9}));
-}
-
-void tst_BVServerBank::selectedFolderStandsForItsSlots()
-{
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.14"_s));
-    BVServerBank &bank = rig.bankA();
-    QCOMPARE(bank.selectedVisuals(false), QList<VisualRef>{});
-
-    for (const int row : {3, 200}) { // one that exists, one that doesn't
-        bank.selectRows({row});
-        const QList<VisualRef> visuals = bank.selectedVisuals(false);
-        QCOMPARE(visuals.size(), 255);
-        QCOMPARE(visuals.first(), VisualRef(row, 1));
-        QCOMPARE(visuals.last(), VisualRef(row, 255));
-    }
-    bank.selectRows({2, 3, 200});
-    QCOMPARE(bank.selectedVisuals(false).size(), 3 * 255);
-    QCOMPARE(bank.selectedVisuals(true), refs(3, {3, 5}));
-}
-
-void tst_BVServerBank::selectedSlots()
-{
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.15"_s));
-    BVServerBank &bank = rig.bankA();
-    rig.controller().folderChanged(3);
-    bank.selectRows({0, 1, 2, 4, 6, 256});
-    QCOMPARE(bank.selectedVisuals(false), refs(3, {1, 3, 5, 255}));
-    QCOMPARE(bank.selectedVisuals(true), refs(3, {3, 5}));
-
-    rig.controller().folderChanged(77); // on no server
-    bank.selectRows({2});
-    QCOMPARE(bank.selectedVisuals(false), refs(-1, {1}));
-    QCOMPARE(bank.selectedVisuals(true), QList<VisualRef>{});
-}
-
-void tst_BVServerBank::slotsLevelSearchesTheFolderAtThePosition()
-{
-    WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.1.16"_s);
-    // Folder 1 stands at position 0, and at position 1 stands folder 4 with slot 9.
-    server.folders = {folder(1, u"One"_s, {visual(8, u"Eight"_s, 8)}),
-                      folder(4, u"Four"_s, {visual(9, u"Nine"_s, 9)})};
-    rig.connectServer(server);
-    rig.controller().folderChanged(1);
-    rig.bankA().selectRows({9, 10});
-    QCOMPARE(rig.bankA().selectedVisuals(false), refs(0, {8, 9}));
-    QCOMPARE(rig.bankA().selectedVisuals(true), refs(0, {9}));
-}
-
-void tst_BVServerBank::folderBeyondTheLibraryCountsAsEmpty()
-{
-    WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.1.17"_s);
-    server.folders = {folder(250, u"Far"_s, {visual(8, u"Eight"_s, 8)})};
-    rig.connectServer(server);
-    rig.controller().folderChanged(250);
-    rig.bankA().selectRows({9});
-    QCOMPARE(rig.bankA().selectedVisuals(false), refs(0, {8}));
-    QCOMPARE(rig.bankA().selectedVisuals(true), QList<VisualRef>{});
-    QCOMPARE(rig.bankA().allVisuals().size(), 254);
-}
-
-void tst_BVServerBank::allVisualsOfTheFoldersLevel()
-{
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.18"_s));
-    const QList<VisualRef> visuals = rig.bankA().allVisuals();
-    QCOMPARE(visuals.size(), 65280);
-    QCOMPARE(visuals.first(), VisualRef(0, 1));
-    QCOMPARE(visuals.at(255), VisualRef(1, 1));
-    QCOMPARE(visuals.last(), VisualRef(255, 255));
-}
-
-void tst_BVServerBank::allVisualsOfTheSlotsLevel()
-{
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.19"_s));
-    rig.controller().folderChanged(2);
-    LogCapture log;
-    const QList<VisualRef> visuals = rig.bankA().allVisuals();
-    QCOMPARE(visuals.size(), 254);
-    QCOMPARE(visuals.first(), VisualRef(2, 1));
-    QCOMPARE(visuals.last(), VisualRef(2, 254));
-    const QStringList lines = log.texts();
-    QCOMPARE(lines.size(), 254);
-    QCOMPARE(lines.first(), u"2-1"_s);
-    QCOMPARE(lines.last(), u"2-254"_s);
-}
-
-void tst_BVServerBank::selectRowsReportsNothing()
-{
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.20"_s));
-    BVServerBank &bank = rig.bankA();
-    const QSignalSpy changes(&listOf(bank), &QListWidget::itemSelectionChanged);
-    bank.selectRows({1, 2});
-    bank.selectRows({255, 256, 3000, -1, 0});
-    QList<int> rows = bank.selectedRows();
-    std::sort(rows.begin(), rows.end());
-    QCOMPARE(rows, (QList<int>{0, 255}));
-    QCOMPARE(bank.selectedRowCount(), 2);
-    QCOMPARE(changes.count(), 0);
-}
-
-void tst_BVServerBank::scrollPositionIsThatOfTheSlider()
-{
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.21"_s));
-    QVERIFY(rig.show());
-    rig.bankA().setScrollPosition(40);
-    QCOMPARE(rig.bankA().scrollPosition(), 40);
-    QCOMPARE(listOf(rig.bankA()).verticalScrollBar()->sliderPosition(), 40);
 }
 
 QTEST_MAIN(tst_BVServerBank)

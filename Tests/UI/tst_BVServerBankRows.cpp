@@ -6,13 +6,12 @@
 
 #include <QLabel>
 #include <QListWidget>
-#include <QPainter>
 #include <QSignalSpy>
 #include <QTextDocument>
 
 using namespace Qt::Literals::StringLiterals;
 
-/// The two levels of a bank: rows, marks, header and sizes.
+/// The two levels of a bank: rows, header and sizes.
 class tst_BVServerBankRows final : public QObject
 {
     Q_OBJECT
@@ -31,12 +30,6 @@ private slots:
     void withoutServerTheListStays();
     void staysDisabledUntilTheThumbnailsAreThere();
     void indexOutOfRangeGivesAnEmptyFolder();
-    void pictureThatCouldNotBeReadLeavesItsRow();
-
-    void marksTellWhatDiffers();
-    void markFillsTheLowerRightQuarter_data();
-    void markFillsTheLowerRightQuarter();
-    void headerRowsHaveNoMark();
 
     void headerShowsTheNameAsItIs_data();
     void headerShowsTheNameAsItIs();
@@ -64,30 +57,9 @@ private:
             all.append(listOf(bank).item(row)->text());
         return all;
     }
-    /// The row's picture, at its own size.
-    static QImage picture(const BVServerBank &bank, int row)
-    {
-        const QIcon icon = listOf(bank).item(row)->icon();
-        return icon.pixmap(icon.availableSizes().value(0)).toImage();
-    }
     static bool dragsAndDrops(const BVServerBank &bank)
     {
         return listOf(bank).dragEnabled() && listOf(bank).viewport()->acceptDrops();
-    }
-    static QImage icon(const QString &fileName)
-    {
-        return QImage(":/icons/Bin/bitmap/icons/"_L1 + fileName);
-    }
-    /// What a picture must look like with that mark painted on it.
-    static QImage marked(const QImage &base, const QString &mark)
-    {
-        QPixmap pixmap = QPixmap::fromImage(base);
-        const QSize half(base.width() / 2, base.height() / 2);
-        QPainter painter(&pixmap);
-        painter.drawPixmap(half.width(), half.height(),
-                           QPixmap::fromImage(icon(mark)).scaled(half));
-        painter.end();
-        return pixmap.toImage();
     }
 };
 
@@ -207,79 +179,6 @@ void tst_BVServerBankRows::indexOutOfRangeGivesAnEmptyFolder()
         rig.bankA().folderChanged(index, {});
         QCOMPARE(texts(rig.bankA()).filter(u": EMPTY"_s).size(), 255);
     }
-}
-
-void tst_BVServerBankRows::pictureThatCouldNotBeReadLeavesItsRow()
-{
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.8"_s));
-    rig.controller().folderChanged(3);
-    QPixmapCache::clear();
-    rig.bankA().folderChanged(3, QList<QPixmap>(256));
-    QCOMPARE(texts(rig.bankA()).at(4), u"003: Sunset"_s);
-    QVERIFY(listOf(rig.bankA()).item(4)->icon().pixmap(64, 48).isNull());
-}
-
-void tst_BVServerBankRows::marksTellWhatDiffers()
-{
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.9"_s));
-    BVServerBank &bank = rig.bankA();
-    const QImage same = marked(icon(u"folder.png"_s), u"yes.png"_s);
-    const QImage different = marked(icon(u"folder.png"_s), u"no.png"_s);
-    QVERIFY(same != different);
-
-    bank.sameMarks.reset(0).reset(9).reset(255);
-    bank.showFolders();
-    for (int row = 0; row < 256; ++row) {
-        const bool differs = row == 0 || row == 9 || row == 255;
-        QCOMPARE(picture(bank, row), differs ? different : same);
-    }
-}
-
-void tst_BVServerBankRows::markFillsTheLowerRightQuarter_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::newRow("even") << QSize(128, 96);
-    QTest::newRow("odd") << QSize(33, 25);
-    QTest::newRow("narrow") << QSize(2, 2);
-}
-
-void tst_BVServerBankRows::markFillsTheLowerRightQuarter()
-{
-    QFETCH(const QSize, size);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.10"_s));
-    BVServerBank &bank = rig.bankA();
-    rig.controller().folderChanged(3);
-    QPixmapCache::clear();
-    QPixmap plain(size);
-    plain.fill(Qt::magenta);
-
-    bank.sameMarks.set().reset(5);
-    bank.folderChanged(3, QList<QPixmap>(256, plain));
-    const QImage same = picture(bank, 4);
-    const QImage different = picture(bank, 6);
-    QCOMPARE(same, marked(plain.toImage(), u"yes.png"_s));
-    QCOMPARE(different, marked(plain.toImage(), u"no.png"_s));
-
-    const QPoint half(size.width() / 2, size.height() / 2);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
-            if (x < half.x() || y < half.y())
-                QCOMPARE(same.pixelColor(x, y), QColor(Qt::magenta));
-        }
-    }
-}
-
-void tst_BVServerBankRows::headerRowsHaveNoMark()
-{
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.11"_s));
-    rig.controller().folderChanged(3);
-    QCOMPARE(picture(rig.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
-    QCOMPARE(picture(rig.bankA(), 1), QPixmap::fromImage(icon(u"no_visual.png"_s)).toImage());
-    QCOMPARE(picture(rig.bankA(), 2), marked(icon(u"background.png"_s), u"yes.png"_s));
 }
 
 void tst_BVServerBankRows::headerShowsTheNameAsItIs_data()

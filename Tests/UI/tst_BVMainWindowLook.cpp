@@ -1,0 +1,133 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/WindowRig.h"
+
+#include <QDialog>
+#include <QListWidget>
+#include <QMenu>
+#include <QPushButton>
+#include <QToolTip>
+
+#include <cmath>
+
+using namespace Qt::Literals::StringLiterals;
+
+/// The dark look of the main window, and whether what stands in it can be read.
+class tst_BVMainWindowLook final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void looksDark();
+    void disabledButtonsLookDisabled_data();
+    void disabledButtonsLookDisabled();
+    void toolTipsCanBeRead();
+    void textsCanBeRead_data();
+    void textsCanBeRead();
+
+private:
+    static double luminance(QRgb rgb)
+    {
+        const auto part = [](int value) { return std::pow(value / 255.0, 2.2); };
+        return 0.2126 * part(qRed(rgb)) + 0.7152 * part(qGreen(rgb)) + 0.0722 * part(qBlue(rgb));
+    }
+    /// Contrast between the brightest and the darkest pixel, from 1 to 21.
+    static double contrast(const QImage &image)
+    {
+        double darkest = 1;
+        double brightest = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x) {
+                darkest = qMin(darkest, luminance(image.pixel(x, y)));
+                brightest = qMax(brightest, luminance(image.pixel(x, y)));
+            }
+        }
+        return (brightest + 0.05) / (darkest + 0.05);
+    }
+    static QImage grab(const WindowRig &rig, const QWidget &widget)
+    {
+        const QPoint corner = widget.mapTo(rig.window.get(), QPoint());
+        return rig.window->grab(QRect(corner, widget.size())).toImage();
+    }
+};
+
+void tst_BVMainWindowLook::looksDark()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.4.5"_s));
+    QVERIFY(rig.show());
+    const QImage image = rig.window->grab().toImage();
+    const QWidget *central = rig.window->centralWidget();
+    QCOMPARE(image.pixelColor(central->mapTo(rig.window.get(), QPoint(2, 2))), QColor(39, 45, 52));
+    const QWidget *viewport = listOf(rig.bankA()).viewport();
+    QCOMPARE(image.pixelColor(viewport->mapTo(rig.window.get(), QPoint(1, 1))), QColor(73, 83, 96));
+    QDialog dialog(rig.window.get());
+    QCOMPARE(dialog.grab().toImage().pixelColor(5, 5), QColor(51, 58, 67));
+}
+
+void tst_BVMainWindowLook::disabledButtonsLookDisabled_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    for (const char *name : {"leftToRightButton", "rightToLeftButton", "removeButton", "addButton"})
+        QTest::newRow(name) << QByteArray(name);
+}
+
+void tst_BVMainWindowLook::disabledButtonsLookDisabled()
+{
+    QFETCH(const QByteArray, name);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.4.7"_s));
+    QVERIFY(rig.show());
+    auto &button = rig.find<QPushButton>(name.constData());
+    button.setEnabled(true);
+    const double enabled = contrast(grab(rig, button));
+    button.setEnabled(false);
+    QVERIFY(contrast(grab(rig, button)) < enabled / 1.5);
+}
+
+void tst_BVMainWindowLook::toolTipsCanBeRead()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    auto &button = rig.find<QPushButton>("listModeButton");
+    QToolTip::showText(QPoint(50, 50), button.toolTip(), &button);
+    const QWidgetList all = QApplication::topLevelWidgets();
+    const auto tip = std::find_if(all.begin(), all.end(),
+                                  [](const QWidget *w) { return w->inherits("QTipLabel"); });
+    QVERIFY(tip != all.end());
+    const QImage inside = (*tip)->grab((*tip)->rect().adjusted(2, 2, -2, -2)).toImage();
+    QCOMPARE(inside.pixelColor(0, 0), QColor(39, 44, 51));
+    QVERIFY(contrast(inside) >= 4.5);
+    QToolTip::hideText();
+}
+
+void tst_BVMainWindowLook::textsCanBeRead_data()
+{
+    QTest::addColumn<QByteArray>("widget");
+    for (const char *name : {"menuBar", "menuFile", "menuHelp", "mediaListFolder",
+                             "middleCpuGpuLabel", "serverComboBox"})
+        QTest::newRow(name) << QByteArray(name);
+}
+
+/// Some pixels of each text stand out from its background as far as WCAG asks of normal text.
+void tst_BVMainWindowLook::textsCanBeRead()
+{
+    QFETCH(const QByteArray, widget);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.4.6"_s));
+    QVERIFY(rig.show());
+    auto &shown = rig.find<QWidget>(widget.constData());
+    if (auto *menu = qobject_cast<QMenu *>(&shown)) {
+        menu->popup(QPoint(100, 100));
+        QVERIFY(contrast(menu->grab().toImage()) >= 4.5);
+    } else {
+        QVERIFY(contrast(grab(rig, shown)) >= 4.5);
+    }
+}
+
+QTEST_MAIN(tst_BVMainWindowLook)
+#include "tst_BVMainWindowLook.moc"

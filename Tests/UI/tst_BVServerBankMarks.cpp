@@ -1,0 +1,128 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/WindowRig.h"
+
+#include <QListWidget>
+#include <QPainter>
+
+using namespace Qt::Literals::StringLiterals;
+
+/// The pictures of the rows, and the marks that tell what differs.
+class tst_BVServerBankMarks final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        QPixmapCache::clear();
+    }
+
+    void pictureThatCouldNotBeReadLeavesItsRow();
+    void marksTellWhatDiffers();
+    void markFillsTheLowerRightQuarter_data();
+    void markFillsTheLowerRightQuarter();
+    void headerRowsHaveNoMark();
+
+private:
+    /// The row's picture, at its own size.
+    static QImage picture(const BVServerBank &bank, int row)
+    {
+        const QIcon icon = listOf(bank).item(row)->icon();
+        return icon.pixmap(icon.availableSizes().value(0)).toImage();
+    }
+    static QImage icon(const QString &fileName)
+    {
+        return QImage(":/icons/Bin/bitmap/icons/"_L1 + fileName);
+    }
+    /// What a picture must look like with that mark painted on it.
+    static QImage marked(const QImage &base, const QString &mark)
+    {
+        QPixmap pixmap = QPixmap::fromImage(base);
+        const QSize half(base.width() / 2, base.height() / 2);
+        QPainter painter(&pixmap);
+        painter.drawPixmap(half.width(), half.height(),
+                           QPixmap::fromImage(icon(mark)).scaled(half));
+        painter.end();
+        return pixmap.toImage();
+    }
+};
+
+void tst_BVServerBankMarks::pictureThatCouldNotBeReadLeavesItsRow()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.8"_s));
+    rig.controller().folderChanged(3);
+    QPixmapCache::clear();
+    rig.bankA().folderChanged(3, QList<QPixmap>(256));
+    QCOMPARE(listOf(rig.bankA()).item(4)->text(), u"003: Sunset"_s);
+    QVERIFY(listOf(rig.bankA()).item(4)->icon().pixmap(64, 48).isNull());
+}
+
+void tst_BVServerBankMarks::marksTellWhatDiffers()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.9"_s));
+    BVServerBank &bank = rig.bankA();
+    const QImage same = marked(icon(u"folder.png"_s), u"yes.png"_s);
+    const QImage different = marked(icon(u"folder.png"_s), u"no.png"_s);
+    QVERIFY(same != different);
+
+    bank.sameMarks.reset(0).reset(9).reset(255);
+    bank.showFolders();
+    for (int row = 0; row < 256; ++row) {
+        const bool differs = row == 0 || row == 9 || row == 255;
+        QCOMPARE(picture(bank, row), differs ? different : same);
+    }
+}
+
+void tst_BVServerBankMarks::markFillsTheLowerRightQuarter_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("even") << QSize(128, 96);
+    QTest::newRow("odd") << QSize(33, 25);
+    QTest::newRow("narrow") << QSize(2, 2);
+}
+
+void tst_BVServerBankMarks::markFillsTheLowerRightQuarter()
+{
+    QFETCH(const QSize, size);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.10"_s));
+    BVServerBank &bank = rig.bankA();
+    rig.controller().folderChanged(3);
+    QPixmapCache::clear();
+    QPixmap plain(size);
+    plain.fill(Qt::magenta);
+
+    bank.sameMarks.set().reset(5);
+    bank.folderChanged(3, QList<QPixmap>(256, plain));
+    const QImage same = picture(bank, 4);
+    const QImage different = picture(bank, 6);
+    QCOMPARE(same, marked(plain.toImage(), u"yes.png"_s));
+    QCOMPARE(different, marked(plain.toImage(), u"no.png"_s));
+
+    const QPoint half(size.width() / 2, size.height() / 2);
+    for (int y = 0; y < size.height(); ++y) {
+        for (int x = 0; x < size.width(); ++x) {
+            if (x < half.x() || y < half.y())
+                QCOMPARE(same.pixelColor(x, y), QColor(Qt::magenta));
+        }
+    }
+}
+
+void tst_BVServerBankMarks::headerRowsHaveNoMark()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.11"_s));
+    rig.controller().folderChanged(3);
+    QCOMPARE(picture(rig.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
+    QCOMPARE(picture(rig.bankA(), 1), QPixmap::fromImage(icon(u"no_visual.png"_s)).toImage());
+    QCOMPARE(picture(rig.bankA(), 2), marked(icon(u"background.png"_s), u"yes.png"_s));
+}
+
+QTEST_MAIN(tst_BVServerBankMarks)
+#include "tst_BVServerBankMarks.moc"
