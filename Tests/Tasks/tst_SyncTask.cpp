@@ -5,33 +5,13 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/ProgressDialogs.h"
 #include "Support/SyncRig.h"
 
 #include <QLabel>
 #include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-/// Counts how often a progress dialog came onto the screen.
-class ShownDialogs final : public QObject
-{
-public:
-    ShownDialogs() { qApp->installEventFilter(this); }
-
-    int count = 0;
-
-protected:
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (event->type() == QEvent::Show && qobject_cast<BVProgressDialog *>(watched))
-            ++count;
-        return false;
-    }
-};
-
-} // namespace
 
 /// The order of the phases, the renames and the removals.
 class tst_SyncTask : public QObject

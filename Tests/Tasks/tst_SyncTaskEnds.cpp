@@ -2,22 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/ProgressDialogs.h"
 #include "Support/SyncRig.h"
 
-#include <QDialogButtonBox>
-#include <QPushButton>
-
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-void pressCancel(const QDialog &dialog)
-{
-    QTest::mouseClick(dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Cancel),
-                      Qt::LeftButton);
-}
-
-} // namespace
 
 /// How a sync task ends before its work is done: by the operator, by a lost server, by deletion.
 class tst_SyncTaskEnds : public QObject

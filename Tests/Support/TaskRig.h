@@ -1,0 +1,108 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Model/ApplicationModel.h"
+#include "Service/ServerConnectionService.h"
+#include "Support/PlayedServer.h"
+#include "Support/ProgressDialogs.h"
+#include "Tasks/TaskBase.h"
+
+#include <QLabel>
+#include <QSignalSpy>
+
+#include <memory>
+
+/// A connected server that the test plays, and one task on it without a window.
+class TaskRig final
+{
+public:
+    explicit TaskRig(const QString &ip)
+        : server(ip)
+    {
+    }
+
+    /// Makes a played server known to the model and connects to it.
+    [[nodiscard]] bool connectTo(PlayedServer &played,
+                                 const QString &name = QStringLiteral("Stage left"))
+    {
+        Server record(played.uuid, played.wire.address(), 8, name);
+        record.connected = true;
+        model.upsertServer(record);
+        QSignalSpy connected(&service, &ServerConnectionService::serverConnected);
+        service.addHandler(played.wire.address(), played.uuid);
+        return played.openStream() && connected.wait(10000);
+    }
+    [[nodiscard]] bool connectServer() { return connectTo(server); }
+
+    /// Starts a task on `server`; the arguments are those behind the server's id.
+    template <typename Task, typename... Arguments>
+    void start(const Arguments &...arguments)
+    {
+        task = std::make_unique<Task>(&model, nullptr, &service, server.uuid, arguments...);
+        finished = std::make_unique<QSignalSpy>(task.get(), &TaskBase::taskFinished);
+        started = task->start();
+    }
+
+    /// The task's dialog, null before its start and after its deletion.
+    [[nodiscard]] static BVProgressDialog *dialog()
+    {
+        for (QWidget *const widget : QApplication::topLevelWidgets()) {
+            if (auto *const found = qobject_cast<BVProgressDialog *>(widget))
+                return found;
+        }
+        return nullptr;
+    }
+    [[nodiscard]] static QString label() { return dialog()->findChild<QLabel *>()->text(); }
+
+    /// The commands as they arrived, whatever they are.
+    [[nodiscard]] QList<WireRequest> requests() const { return server.wire.requests(execute); }
+    /// Waits for the command of that number, from 0, and answers it.
+    [[nodiscard]] bool answer(int number, const QByteArray &result = success)
+    {
+        if (!server.wire.waitForRequests(number + 1, execute))
+            return false;
+        requests().at(number).answer(result);
+        return true;
+    }
+    /// Waits until every command that was given before has been answered: a cancel follows them.
+    [[nodiscard]] bool settle()
+    {
+        server.accept();
+        const qsizetype before = server.commands(PlayedServer::Cancel).size();
+        service.cancelAllSyncs();
+        return QTest::qWaitFor(
+            [&] { return server.commands(PlayedServer::Cancel).size() > before; }, 10000);
+    }
+
+    static constexpr auto execute = "/brenvoka/execute.html";
+    static constexpr auto success = R"({"msg_type":7,"RESULT":0})";
+    static constexpr auto inUse = R"({"msg_type":7,"RESULT":1})";
+
+    PlayedServer server;
+    ApplicationModel model;
+    ServerConnectionService service;
+    std::unique_ptr<TaskBase> task;
+    std::unique_ptr<QSignalSpy> finished;
+    bool started = false;
+};
+
+/// What a command comes back with: a row for each result code, with the text that it stands for.
+inline void addResultRows()
+{
+    QTest::addColumn<QByteArray>("result");
+    QTest::addColumn<QString>("text");
+    const auto row = [](const char *name, const char *result, const char *text) {
+        QTest::newRow(name) << QByteArray(result) << QString::fromUtf8(text);
+    };
+    row("1", TaskRig::inUse, "Visual is in use");
+    row("2", R"({"msg_type":7,"RESULT":2})", "Unknown failure");
+    row("3", R"({"msg_type":7,"RESULT":3,"ERROR":"No %1 space"})", "No %1 space");
+    row("3 without a text", R"({"msg_type":7,"RESULT":3})", "");
+    row("4", R"({"msg_type":7,"RESULT":4})", "Media library folder is in use");
+    row("5", R"({"msg_type":7,"RESULT":5})", "Reserved or read-only folder");
+    row("any other", R"({"msg_type":7,"RESULT":6})", "");
+    row("another message", R"({"msg_type":6,"RESULT":0})", "Invalid response data");
+    row("no document", "<html>", "Invalid response data");
+}

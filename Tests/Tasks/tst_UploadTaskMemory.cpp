@@ -1,0 +1,104 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Model/ApplicationModel.h"
+#include "Service/ServerConnectionService.h"
+#include "Support/FailOnWarning.h"
+#include "Support/ProgressDialogs.h"
+#include "Tasks/UploadTask.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr qint64 mebibyte = 1 << 20;
+
+/// A server that answers nothing and keeps nothing: what it has read is only counted.
+class Sink final : public QObject
+{
+public:
+    explicit Sink(const QString &ip)
+    {
+        connect(&listener, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket *const socket = listener.nextPendingConnection()) {
+                ++open;
+                connect(socket, &QTcpSocket::readyRead, this,
+                        [this, socket] { received += socket->readAll().size(); });
+                connect(socket, &QTcpSocket::disconnected, this, [this] { --open; });
+            }
+        });
+        isListening = listener.listen(QHostAddress(ip), 4567);
+    }
+
+    bool isListening = false;
+    qint64 received = 0;
+    int open = 0;
+
+private:
+    QTcpServer listener;
+};
+
+/// What this process holds in memory, in bytes.
+qint64 residentSize()
+{
+    QFile file(u"/proc/self/statm"_s);
+    return file.open(QIODevice::ReadOnly) ? file.readAll().split(' ').value(1).toLongLong() * 4096
+                                          : 0;
+}
+
+} // namespace
+
+/// The upload of a large file that is cancelled at half.
+class tst_UploadTaskMemory : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void aLargeFileGoesThroughFlatMemoryAndStopsAtTheCancel();
+};
+
+void tst_UploadTaskMemory::aLargeFileGoesThroughFlatMemoryAndStopsAtTheCancel()
+{
+    constexpr qint64 size = 256 * mebibyte;
+    const QTemporaryDir directory;
+    QFile large(directory.filePath(u"large.mov"_s));
+    QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(size));
+
+    Sink sink(u"127.80.5.1"_s);
+    QVERIFY(sink.isListening);
+    ApplicationModel model;
+    ServerConnectionService service;
+    const QUuid uuid = QUuid::createUuid();
+    service.addHandler(QHostAddress(u"127.80.5.1"_s), uuid);
+    UploadTask task(&model, nullptr, &service, uuid, 3, 17, large.fileName());
+    const QSignalSpy finished(&task, &TaskBase::taskFinished);
+
+    const qint64 before = residentSize();
+    QVERIFY(before > 0);
+    qint64 most = before;
+    connect(&service, &ServerConnectionService::uploadedFileProgress, this, [&](auto, int percent) {
+        most = std::max(most, residentSize());
+        if (percent >= 50)
+            pressCancel(*qobject_cast<QDialog *>(QApplication::activeModalWidget()));
+    });
+    task.start();
+    QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 60000);
+    QVERIFY(!task.hasErrors());
+    QTRY_COMPARE_WITH_TIMEOUT(sink.open, 1, 10000);
+    QVERIFY(sink.received > size / 4);
+    QVERIFY(sink.received < size * 3 / 4);
+#ifndef __SANITIZE_ADDRESS__
+    QVERIFY2(most - before < 32 * mebibyte, qPrintable(QString::number(most - before)));
+#endif
+}
+
+QTEST_MAIN(tst_UploadTaskMemory)
+#include "tst_UploadTaskMemory.moc"
