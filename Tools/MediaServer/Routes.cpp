@@ -142,8 +142,12 @@ void Routes::notifier(Response &response)
 void Routes::execute(const Request &request, Response &response)
 {
     parts.log.add(request.method, request.target, request.body);
-    while (options.faults.stall && !parts.http.isShuttingDown())
-        std::this_thread::sleep_for(50ms);
+    if (options.faults.stall) {
+        while (!parts.http.isShuttingDown())
+            std::this_thread::sleep_for(50ms);
+        response.status = 503;
+        return;
+    }
     const auto refused = refusal(request.get_param_value("req_type"));
     const CommandResult result = refused ? *refused : commands.execute(request.params);
     // What the command did is on the streams before its answer is on the wire.

@@ -3,7 +3,7 @@
 
 """The two banks as an operator uses them: by mouse and keys, read through the screen's names."""
 
-from .program import press, walk
+from .program import click, drag, pointer, press, walk
 from .waiting import TimedOut, steady, wait_for
 
 FOLDERS = 256      # rows at the folders level
@@ -79,12 +79,37 @@ class Bank:
     def row(self, index):
         return self.list.children()[index]
 
+    @steady
+    def place(self, index):
+        """Where a row is on the screen."""
+        return self.row(index).center()
+
     def open(self, index):
         """A double click on a row that can be seen."""
-        self.row(index).click(2)
+        click(self.place(index), 2)
 
-    def select(self, index):
-        self.row(index).click()
+    def select(self, *indexes):
+        """A click on the first row, and with the control key on the others."""
+        first, *others = indexes
+        click(self.place(first))
+        for index in others:
+            pointer("keydown", "ctrl")
+            click(self.place(index))
+            pointer("keyup", "ctrl")
+
+    def drag(self, index, to, target=None):
+        """Drags a row, and what is selected with it, onto a row of this bank or of another; both
+        rows can be seen."""
+        drag(self.place(index), (target or self).place(to))
+
+    def remove(self):
+        self._button("remove the selected visuals from the server").click()
+
+    def upload(self):
+        self._button("upload a file to the selected slot").click()
+
+    def _button(self, words):
+        return self._program.button(f"{words} of bank {'ab'[self._index]}")
 
     def to_top(self):
         self.list.click()

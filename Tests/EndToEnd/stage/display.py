@@ -83,6 +83,13 @@ class Display:
         pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
         subprocess.run(["import", "-silent", "-window", "root", str(path)], check=True)
 
+    @staticmethod
+    def count_pixels(color):
+        """How many pixels of the screen have that colour, given as three bytes."""
+        screen = subprocess.run(["import", "-silent", "-window", "root", "-depth", "8", "rgb:-"],
+                                check=True, capture_output=True).stdout
+        return sum(screen[place:place + 3] == color for place in range(0, len(screen), 3))
+
     def close(self):
         for process in reversed(self._processes):
             process.terminate()

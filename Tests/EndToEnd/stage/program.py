@@ -47,6 +47,12 @@ class Widget:
         except NotImplementedError:
             return self.node.name
 
+    @property
+    def percent(self):
+        """How far a progress bar is."""
+        value = self.node.queryValue()
+        return 100 * value.currentValue / (value.maximumValue or 1)
+
     def children(self):
         return [Widget(child) for child in self.node if child is not None]
 
@@ -73,10 +79,8 @@ class Widget:
         box = self.node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
         return box.x + box.width // 2, box.y + box.height // 2
 
-    def click(self, count=1):
-        x, y = self.center()
-        pointer("mousemove", "--sync", x, y)
-        pointer("click", "--repeat", count, "--delay", 60, 1)
+    def click(self):
+        click(self.center())
 
 
 def walk(widget, closed=("list", "table", "menu bar", "combo box")):
@@ -92,8 +96,30 @@ def pointer(*arguments):
     subprocess.run(["xdotool", *map(str, arguments)], check=True, stdout=subprocess.DEVNULL)
 
 
+def click(place, count=1):
+    pointer("mousemove", "--sync", *place)
+    pointer("click", "--repeat", count, "--delay", 60, 1)
+
+
 def press(*keys):
     pointer("key", *keys)
+
+
+def write(text):
+    """Types a text into what has the focus."""
+    pointer("type", "--delay", 5, text)
+
+
+def drag(source, target):
+    """Drags with the left button from one place of the screen to another, as a hand does: on the
+    way there are several places, and the last one is reached before the button is let go."""
+    (x, y), (to_x, to_y) = source, target
+    steps = [(x + (to_x - x) * step // 8, y + (to_y - y) * step // 8) for step in range(1, 9)]
+    pointer("mousemove", "--sync", x, y)
+    pointer("mousedown", 1)
+    for place in (*steps, (to_x, to_y - 1), (to_x, to_y)):
+        pointer("mousemove", *place)
+    pointer("mouseup", 1)
 
 
 class Program:
@@ -157,6 +183,21 @@ class Program:
     def dialog_texts(self, dialog):
         """All texts of a dialog, for a look at what it says."""
         return [widget.text for widget in dialog.descendants() if widget.role in ("label", "text")]
+
+    def close_error(self, headline):
+        """Waits for the one error dialog, holds what it says and closes it. Returns the lines of
+        its details, if it offers any."""
+        dialog = self.wait_for_dialog("Error", 60)
+        texts = self.dialog_texts(dialog)
+        assert headline in texts, f"{headline!r} is not said, but {texts}"
+        button = dialog.find(name="Show Details >>")
+        lines = []
+        if button:
+            button.click()
+            lines = wait_for(lambda: dialog.find("text"), "the details").text.splitlines()
+        self.press_button(dialog, "OK")
+        self.wait_until_no_dialog()
+        return lines
 
     def press_button(self, dialog, name):
         button = wait_for(lambda: dialog.find("push button", name), f"the button {name}")

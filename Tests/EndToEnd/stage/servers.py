@@ -110,6 +110,10 @@ class MediaServer:
         return {str(path.relative_to(self.library)): hashlib.md5(path.read_bytes()).hexdigest()
                 for path in sorted(self.library.rglob("*")) if path.is_file()}
 
+    def incoming(self):
+        """The files that are on their way into the library."""
+        return list((self.library / ".incoming").iterdir())
+
     def slots(self):
         """(folder, slot) -> (name, hash), from its library document."""
         return {(folder["slot"], visual["slot"]): (visual["name"], visual["hash"])

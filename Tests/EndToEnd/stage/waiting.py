@@ -22,7 +22,7 @@ def wait_for(condition, what, timeout=30.0, interval=0.05):
     while True:
         try:
             result = condition()
-        except GLib.Error:  # the tree of the screen changed while it was read
+        except (GLib.Error, NotImplementedError):  # the screen changed while its tree was read
             result = None
         if result:
             return result

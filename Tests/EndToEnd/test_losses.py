@@ -1,0 +1,113 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""Servers that disappear while something is done to them, in each of the four ways."""
+
+import threading
+import time
+import unittest
+
+from stage.banks import SLOTS
+from stage.case import EndToEndCase
+from stage.library import clips, lay_out
+from stage.program import press, write
+from stage.waiting import wait_for
+
+ENDS = {"shutdown": 'Server "{}" was shut down.', "end-stream": "",
+        "reset-stream": "Network error: "}
+# Between the losses of two silent servers, so that the next operation can begin.
+STAGGER = 12.0
+
+
+class Losses(EndToEndCase):
+    """Left stays; guests come to bank B, never answer a command, and disappear."""
+
+    def setUp(self):
+        super().setUp()
+        self.guests = 0
+        self.operations = (self.remove, self.move, self.upload)
+        self.large = self.folder / "Large.bin"
+        with self.large.open("wb") as file:
+            file.truncate(64 << 20)
+
+    def guest(self):
+        self.guests += 1
+        name = f"Guest {self.guests}"
+        lay_out(self.folder / name, clips(0, (1, 2, 3)))
+        return self.serve(f"127.70.6.{10 + self.guests}", name,
+                          "--stall", "--bandwidth", "200000")
+
+    # -- operations that do not end by themselves
+
+    def confirm(self):
+        warning = self.program.wait_for_dialog("Visual remove")
+        self.program.press_button(warning, "Yes")
+
+    def remove(self, guest):
+        self.bank.select(2, 3)
+        self.bank.remove()
+        self.confirm()
+        wait_for(lambda: guest.commands(2), "the order to remove")
+
+    def move(self, guest):
+        self.bank.drag(2, 6)
+        self.confirm()
+        wait_for(lambda: guest.commands(3), "the order to move")
+
+    def upload(self, guest):
+        self.bank.select(8)
+        self.bank.upload()
+        self.program.wait_for_dialog("Select file for upload")
+        write(str(self.large))
+        press("Return")
+        wait_for(guest.incoming, "the first bytes")
+
+    # -- losses
+
+    def begin(self, operation, guest):
+        self.bank.choose(guest.name)
+        self.bank.open(0)
+        self.bank.wait_for_rows(SLOTS)
+        before = guest.files()
+        operation(guest)
+        return before
+
+    def hold_gone(self, guest, headline, before):
+        lines = self.program.close_error(f'Server "{guest.name}" {headline}')
+        self.assertNotIn(guest.name, self.bank.servers())
+        wait_for(lambda: not guest.incoming(), "the server to drop what it has")
+        self.assertEqual([name for name in guest.files() if name not in before], [])
+        return " ".join(lines)
+
+    def lose(self, way, operation, guest):
+        before = self.begin(operation, guest)
+        guest.tell("silence")
+        guest.tell(way)
+        detail = self.hold_gone(guest, "disconnected while an operation was in progress.", before)
+        self.assertTrue(detail.startswith(ENDS[way].format(guest.name)), detail)
+
+    def test_each_way_during_each_operation(self):
+        self.left = self.serve("127.70.6.2", "Left", "--generate", "3", "--folders", "1",
+                               "--visuals", "3")
+        silent = [self.guest() for _ in self.operations]
+        self.program = self.start_program()
+        _, self.bank = self.show(self.program, self.left, silent[-1])
+        for number, guest in enumerate(silent):
+            timer = threading.Timer(STAGGER * number, guest.tell, ("silence",))
+            self.addCleanup(timer.cancel)
+            timer.start()
+        rest = [(way, operation) for operation in self.operations for way in ENDS]
+        begin = time.monotonic()
+        while rest and time.monotonic() - begin < 10:
+            self.lose(*rest.pop(), self.guest())
+        for operation, guest in zip(self.operations, silent):
+            before = self.begin(operation, guest)
+            self.hold_gone(guest, "became unresponsive while an operation was in progress.",
+                           before)
+        for way, operation in rest:
+            self.lose(way, operation, self.guest())
+        self.end_program(self.program)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

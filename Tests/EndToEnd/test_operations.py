@@ -1,0 +1,205 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""The daily work by hand: visuals are removed, moved by a drag, and uploaded."""
+
+import time
+import unittest
+
+from stage.banks import SLOTS
+from stage.case import SANITIZED, EndToEndCase
+from stage.library import CYAN, GREEN, MAGENTA, clips, lay_out, picture
+from stage.program import press, write
+from stage.waiting import wait_for
+
+
+class Operations(EndToEndCase):
+    """One server to work on in bank A, and another beside it."""
+
+    def stage(self, visuals, *options, address="127.70.4.2"):
+        lay_out(self.folder / "Left", visuals)
+        self.left = self.serve(address, "Left", *options)
+        self.right = self.serve("127.70.4.3", "Right", "--generate", "3", "--folders", "2",
+                                "--visuals", "3")
+        self.program = self.start_program()
+        self.bank, self.other = self.show(self.program, self.left, self.right)
+
+    def open_folder(self, folder):
+        self.bank.open(folder)
+        self.bank.wait_for_rows(SLOTS)
+        self.other.wait_for_rows(SLOTS)
+
+    def answer(self, title, text, button):
+        warning = self.program.wait_for_dialog(title)
+        self.assertIn(text, " ".join(self.program.dialog_texts(warning)))
+        self.program.press_button(warning, button)
+
+    def end(self):
+        self.program.wait_until_no_dialog()
+        self.end_program(self.program)
+
+
+class Removal(Operations):
+    SURE = "Are you sure you want to remove the selected visuals?"
+
+    def test_300_visuals_while_each_result_comes_back_once(self):
+        reasons = {10: (1, "Visual is in use"), 75: (2, "Unknown failure"), 150: (3, "%1 is full"),
+                   151: (4, "Media library folder is in use"),
+                   299: (5, "Reserved or read-only folder"), 300: (6, "")}
+        options = [text for number, (code, _) in reasons.items()
+                   for text in ("--refuse", f"{code}@2#{number}")]
+        asked = [(folder, slot) for folder in (0, 1) for slot in range(20, 170)]
+        self.stage({**clips(0, range(20, 170)), **clips(1, range(20, 170)), **clips(2, (5,))},
+                   *options, "--refuse-text", "%1 is full")
+        self.bank.select(0, 1)
+        self.bank.remove()
+        self.answer("Visual remove", self.SURE, "Yes")
+        lines = self.program.close_error("Failed to remove 6 visuals from a total of 300.")
+        self.assertEqual(lines, [
+            f'Remove visual {slot:03d} in folder {folder:03d} on server "Left" failed: {reason}.'
+            for number, (_, reason) in reasons.items()
+            for folder, slot in [asked[number - 1]]])
+        self.assertEqual([body.rsplit("&", 1)[0] for body in self.left.commands(2)],
+                         [f"req_type=2&folderIdx={folder}&visualIdx={slot}"
+                          for folder, slot in asked])
+        kept = {asked[number - 1] for number in reasons}
+        self.assertEqual(set(self.left.slots()), kept | {(2, 5)})
+        self.open_folder(0)
+        self.assertEqual([row for row in self.bank.rows() if "Clip" in row],
+                         [name for (folder, _), (name, _) in sorted(self.left.slots().items())
+                          if folder == 0])
+        self.end()
+
+    def test_what_was_not_sent_stays_when_the_operator_cancels(self):
+        self.stage(clips(0, range(1, 9)), "--stall")
+        self.open_folder(0)
+        self.bank.select(3, 5, 8)
+        self.bank.remove()
+        self.answer("Visual remove", self.SURE, "Yes")
+        removing = self.program.wait_for_dialog("Removing...")
+        self.keep_picture("removing")
+        self.program.press_button(removing, "Cancel")
+        self.program.wait_until_no_dialog()
+        self.assertEqual(len(self.left.commands(2)), 1)
+        wait_for(lambda: self.bank.list.enabled, "the bank")
+        self.end()
+
+    def test_the_warning_comes_even_with_nothing_to_remove(self):
+        self.stage(clips(0, (1,)))
+        self.bank.remove()
+        self.answer("Visual remove", self.SURE, "Yes")
+        self.end()
+        self.assertEqual(self.left.commands(2), [])
+
+
+class Move(Operations):
+    SURE = "Are you sure you want to move the selected visual?"
+
+    def test_a_drag_moves_to_a_free_slot_onto_another_visual_and_never_to_back(self):
+        self.stage({(1, 3): ("One.ppm", picture(MAGENTA)), (1, 10): ("Two.ppm", picture(CYAN))})
+        self.open_folder(1)
+        for source, target in ((3, 8), (8, 10)):
+            self.bank.drag(source + 1, target + 1)
+            self.answer("Visual remove", self.SURE, "Yes")
+            wait_for(lambda: f"{target:03d}: One" in self.bank.rows(), "the visual in its new row")
+            self.keep_picture(f"moved-to-{target}")
+        self.assertEqual([name for name, _ in self.left.slots().values()], ["010: One"])
+        self.bank.drag(11, 0)
+        self.answer("Visual remove", self.SURE, "Yes")
+        lines = self.program.close_error("Visual could not be moved")
+        self.assertEqual(lines, ['Move from 010 to 000 in folder 001 on server "Left" failed: '
+                                 "Reserved or read-only folder."])
+        self.assertEqual([body.rsplit("&", 1)[0] for body in self.left.commands(3)],
+                         [f"req_type=3&folderIdx=1&visualIdx={source}&visualToIdx={target}"
+                          for source, target in ((3, 8), (8, 10), (10, 0))])
+        self.end()
+
+    def test_only_one_row_and_only_within_its_list_and_after_a_yes(self):
+        self.stage(clips(0, (1, 2, 3)))
+        self.open_folder(0)
+        self.bank.drag(2, 6)
+        self.answer("Visual remove", self.SURE, "No")
+        self.program.wait_until_no_dialog()
+        self.bank.drag(2, 6, self.other)
+        self.bank.select(2, 3)
+        self.bank.drag(3, 6)
+        self.end()
+        self.assertEqual(self.left.commands(3), [])
+        self.assertEqual(self.right.commands(3), [])
+
+
+class Upload(Operations):
+    def choose(self, path):
+        """Types a path into the file dialog."""
+        self.program.wait_for_dialog("Select file for upload")
+        write(str(path))
+        self.keep_picture("file-dialog")
+        press("Return")
+
+    def test_a_picture_is_uploaded_over_another_and_seen(self):
+        self.stage({(0, 4): ("Old.ppm", picture(CYAN))}, "--import-delay", "1500")
+        (self.folder / "New one.ppm").write_bytes(picture(GREEN))
+        self.open_folder(0)
+        self.bank.select(5)
+        self.bank.upload()
+        self.answer("Visual upload", "Are you sure you want to overwrite the selected visual?",
+                    "No")
+        self.program.wait_until_no_dialog()
+        self.bank.upload()
+        self.answer("Visual upload", "Are you sure you want to overwrite the selected visual?",
+                    "Yes")
+        self.choose(self.folder / "New one.ppm")
+        importing = self.program.wait_for_dialog("Importing...")
+        self.assertIn("Importing visual", self.program.dialog_texts(importing))
+        self.assertFalse(importing.find("push button", "Cancel").enabled)
+        self.keep_picture("importing")
+        self.program.wait_until_no_dialog()
+        wait_for(lambda: "004: New one" in self.bank.rows(), "the row of the new visual")
+        wait_for(lambda: self.display.count_pixels(GREEN) > 500, "the new picture")
+        self.keep_picture("uploaded")
+        self.assertEqual(self.display.count_pixels(CYAN), 0)
+        self.assertEqual((self.left.library / "000/004/New one.ppm").read_bytes(), picture(GREEN))
+        self.end()
+
+    def test_a_file_of_3_gigabytes_is_cancelled_at_half(self):
+        self.stage({}, "--bandwidth", "300000000", "--generate", "3", "--folders", "2",
+                   "--visuals", "3")
+        before = self.left.files()
+        with (self.folder / "Large.mov").open("wb") as file:
+            file.truncate(3 << 30)
+        self.open_folder(1)
+        self.bank.select(7)
+        self.bank.upload()
+        self.choose(self.folder / "Large.mov")
+        uploading = self.program.wait_for_dialog("Uploading...")
+        bar = uploading.find("progress bar")
+        wait_for(lambda: bar.percent >= 1, "the first bytes")
+        memory, begin = self.program.memory_peak_megabytes(), time.monotonic()
+        wait_for(lambda: bar.percent >= 45, "half of the file", 300)
+        self.keep_picture("half")
+        self.program.press_button(uploading, "Cancel")
+        self.program.wait_until_no_dialog()
+        wait_for(lambda: not self.left.incoming(), "the server to drop what it has")
+        growth = self.program.memory_peak_megabytes() - memory
+        print(f"3 GB upload: cancelled after {time.monotonic() - begin:.1f} s, "
+              f"peak memory grew by {growth:.1f} MB")
+        if not SANITIZED:
+            self.assertLess(growth, 40)
+        self.assertEqual(self.left.files(), before)
+        self.end()
+
+    def test_a_refused_upload_is_told(self):
+        self.stage(clips(0, (1,)), "--refuse", "3@upload", "--refuse-text", "Disk is full")
+        (self.folder / "Clip.bin").write_bytes(b"x")
+        self.open_folder(0)
+        self.bank.select(3)
+        self.bank.upload()
+        self.choose(self.folder / "Clip.bin")
+        lines = self.program.close_error("Visual could not be uploaded")
+        self.assertEqual(lines, ['Upload for visual 002 in folder 000 to server "Left" failed: '
+                                 "Disk is full."])
+        self.end()
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,87 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""Thumbnails that come slowly or not at all."""
+
+import unittest
+
+from stage.banks import FOLDERS, SLOTS
+from stage.case import EndToEndCase
+from stage.library import CYAN, MAGENTA, clips, lay_out, picture
+from stage.waiting import wait_for
+
+
+class Thumbnails(EndToEndCase):
+    def stage(self, left, right, left_options=(), right_options=()):
+        lay_out(self.folder / "Left", left)
+        lay_out(self.folder / "Right", right)
+        self.left = self.serve("127.70.5.2", "Left", *left_options)
+        self.right = self.serve("127.70.5.3", "Right", *right_options)
+        self.program = self.start_program()
+        self.banks = self.show(self.program, self.left, self.right)
+
+    @staticmethod
+    def asked(server, thumbnail):
+        return sum(f"/thumbnails/{thumbnail}.png" in line for line in server.requests())
+
+    def test_slow_ones_are_cancelled_in_the_middle(self):
+        self.stage({**clips(0, range(1, 61)), (1, 1): ("One.ppm", picture(MAGENTA))},
+                   {(1, 1): ("Two.ppm", picture(CYAN))},
+                   ("--thumbnail-delay", "1000", "--thumbnail-delay", "0@1/1"))
+        left, right = self.banks
+        left.open(0)
+        downloading = self.program.wait_for_dialog("Downloading")
+        self.assertFalse(left.list.enabled)
+        bar = downloading.find("progress bar")
+        wait_for(lambda: bar.percent > 0, "the first thumbnails")
+        self.keep_picture("downloading")
+        self.program.press_button(downloading, "Cancel")
+        self.program.wait_until_no_dialog()
+        for bank in self.banks:
+            wait_for(lambda: bank.list.enabled, "the banks")
+        self.keep_picture("cancelled")
+        # The rows of the folder never came; its "Back" is where the first row is.
+        left.open(0)
+        for bank in self.banks:
+            bank.wait_for_rows(FOLDERS)
+        left.open(1)
+        for bank in self.banks:
+            bank.wait_for_rows(SLOTS)
+        wait_for(lambda: self.display.count_pixels(MAGENTA) > 500, "the picture of another folder")
+        self.end_program(self.program)
+
+    def test_a_failure_of_the_last_one_leaves_the_panel_disabled(self):
+        self.stage({(0, 1): ("One.ppm", picture(MAGENTA))},
+                   {**clips(0, (1, 2, 3)), (1, 1): ("Two.ppm", picture(CYAN))},
+                   right_options=("--fail-thumbnail", "0/3", "--thumbnail-delay", "700@0/3"))
+        self.serve("127.70.5.4", "Spare", "--generate", "3", "--folders", "1", "--visuals", "1")
+        left, right = self.banks
+        wait_for(lambda: "Spare" in left.servers(), "the third server")
+        left.open(0)
+        left.wait_for_rows(SLOTS)
+        self.wait_for_failures(1)
+        self.assertFalse(right.list.enabled)
+        self.assertEqual(len(right.rows()), FOLDERS)
+        self.keep_picture("disabled")
+        # Another choice on the other side asks again, and the same one fails.
+        left.choose("Spare")
+        self.wait_for_failures(2)
+        self.assertEqual(self.asked(self.right, "0/1"), 1)
+        self.assertFalse(right.list.enabled)
+        # Once the server itself is chosen on the other side, the panel is free for another.
+        left.choose("Right")
+        wait_for(lambda: right.list.enabled, "the panel without its server")
+        right.choose("Left")
+        right.open(1)
+        for bank in self.banks:
+            bank.wait_for_rows(SLOTS)
+        self.keep_picture("enabled")
+        self.end_program(self.program)
+
+    def wait_for_failures(self, count):
+        wait_for(lambda: self.program.log_text().count("Error while getting thumbnail") == count,
+                 f"{count} failures in the log")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
