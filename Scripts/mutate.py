@@ -330,6 +330,8 @@ def run(options):
 
 
 if __name__ == "__main__":
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
+    signal.signal(signal.SIGINT, signal.default_int_handler)
     try:
         sys.exit(run(arguments()))
     except (TableError, OSError) as error:

@@ -274,6 +274,19 @@ private slots:
         QVERIFY2(last != u"disconnected 1 \"\""_s, "the text of the error stays");
     }
 
+    void stopInTheLastBytesIsSilent()
+    {
+        connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this, [&] {
+            rig->stream.reset();
+            QVERIFY(waitUntil([&] { return rig->probe.streamReply() == nullptr; }));
+        });
+        connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
+                [&] { rig->handler.stop(); });
+        rig->sendFrame(libraryChanged);
+        EVENTUALLY(rig->probe.streamReply(), nullptr);
+        QCOMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+    }
+
     void streamThatEndsInANestedLoopIsReportedAfterItsMessages()
     {
         bool first = true;

@@ -143,6 +143,7 @@ private slots:
 
     void cancelIsSilent()
     {
+        LogCapture log;
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         QVERIFY(waitForUploads(1));
         rig->handler.cancelUpload();
@@ -151,6 +152,7 @@ private slots:
         QCOMPARE(rig->probe.pendingRequests(), -1);
         EVENTUALLY(rig->server.openConnections(), 1);
         QCOMPARE(withoutProgress(), QStringList());
+        QCOMPARE(log.texts().filter(u"upload error"_s), QStringList());
 
         rig->server.answer(uploadPath, successBody);
         rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));

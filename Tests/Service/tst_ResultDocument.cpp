@@ -79,6 +79,15 @@ private slots:
 
     void oddBodies() { check(); }
 
+    void successEmptiesTheMessage()
+    {
+        bool success = false;
+        QString message = u"as it was"_s;
+        ResultDocument::parse(R"({"msg_type":7,"RESULT":0})", success, message);
+        QVERIFY(success);
+        QCOMPARE(message, QString());
+    }
+
     void unknownResultLeavesTheMessage()
     {
         bool success = true;

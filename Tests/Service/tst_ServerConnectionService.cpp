@@ -123,12 +123,27 @@ private slots:
         QCOMPARE(rig->events.lines.last(), u"syncProgressUpdate second 3 17 0 0"_s);
         rig->service->requestUpload(secondId, 1, 2, file.fileName());
         EVENTUALLY(rig->events.lines.last(), u"uploadedFileFinished second"_s);
-        rig->service->requestUpload(secondId, 1, 2, file.fileName());
-        rig->service->cancelUpload(secondId);
+        const QByteArray form = rig->second.requests(uploadPath).constFirst().body;
+        QVERIFY2(form.contains("folderIdx\"\r\n\r\n1\r\n"), form.constData());
+        QVERIFY2(form.contains("visualIdx\"\r\n\r\n2\r\n"), form.constData());
+        const QList<WireRequest> commands = rig->second.requests(executePath);
+        QCOMPARE(commands.size(), 4);
+        QVERIFY(commands.at(1).body.contains("&folderIdx=1&visualIdx=2&visualToIdx=3&"));
+        QVERIFY(commands.last().body.contains("serverURL=http://127.20.7.1:"));
         QCOMPARE(rig->first.requests(executePath).size(), 0);
-        QCOMPARE(rig->second.requests(executePath).size(), 4);
-        QVERIFY(
-            rig->second.requests(executePath).last().body.contains("serverURL=http://127.20.7.1:"));
+    }
+
+    void cancelledUploadMakesRoomForAnother()
+    {
+        QTemporaryDir directory;
+        QFile file(directory.filePath(u"a.png"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->requestUpload(firstId, 1, 2, file.fileName());
+        QVERIFY(rig->first.waitForRequests(1, uploadPath));
+        rig->service->cancelUpload(firstId);
+        rig->service->requestUpload(firstId, 1, 3, file.fileName());
+        QVERIFY(rig->first.waitForRequests(2, uploadPath));
     }
 
     void removalsCanBeForgotten_data()
