@@ -79,8 +79,12 @@ void tst_RemoveTask::theDialogIsModalAndSaysWhatItDoes()
 void tst_RemoveTask::aShortRemovalShowsNoDialog()
 {
     const ShownDialogs shown;
-    rig->start<RemoveTask>(five);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    rig->server.wire.hold(TaskRig::execute);
+    rig->start<RemoveTask>(Visuals{{3, 1}, {3, 2}});
+    emit rig->service.visualRemoveFinished(rig->server.uuid, 3, 1);
+    QCOMPARE(rig->finished->size(), 0);
+    emit rig->service.visualRemoveFinished(rig->server.uuid, 3, 2);
+    QCOMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->finished->first().first().value<TaskBase *>(), rig->task.get());
     // A timer set now fires behind that of the dialog.
     bool isLater = false;

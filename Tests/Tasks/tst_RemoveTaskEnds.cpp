@@ -105,8 +105,8 @@ void tst_RemoveTaskEnds::abortLeavesNothingToShow()
 {
     rig->start<RemoveTask>(five);
     QVERIFY(rig->answer(0, TaskRig::inUse));
+    QTRY_VERIFY_WITH_TIMEOUT(rig->task->hasErrors(), 10000);
     QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
-    QVERIFY(rig->task->hasErrors());
     rig->task->abort();
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
@@ -137,8 +137,8 @@ void tst_RemoveTaskEnds::deletionTakesDialogAndConnectionsAlong()
     QCOMPARE(rig->finished->size(), 0);
     // The requests are left alone.
     QVERIFY(rig->answer(0));
+    QVERIFY(rig->server.wire.waitForRequests(2, TaskRig::execute));
     rig->server.accept();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->server.visuals(PlayedServer::Remove).size(), 2, 10000);
     QVERIFY(rig->answer(1));
     QTRY_COMPARE_WITH_TIMEOUT(rig->server.visuals(PlayedServer::Remove), five, 10000);
     QCOMPARE(rig->finished->size(), 0);
