@@ -8,8 +8,10 @@
 
 #include <memory>
 
-inline const QHostAddress firstAddress(u"127.20.7.1"_s);
-inline const QHostAddress secondAddress(u"127.20.7.2"_s);
+/// The addresses of the two servers. Each test program has its own, so that they run in parallel.
+extern const QHostAddress firstAddress;
+extern const QHostAddress secondAddress;
+
 inline const QUuid firstId(u"{11111111-9dc0-11d1-b245-5ffdce74fad2}"_s);
 inline const QUuid secondId(u"{22222222-9dc0-11d1-b245-5ffdce74fad2}"_s);
 inline const QUuid unknownId(u"{33333333-9dc0-11d1-b245-5ffdce74fad2}"_s);

@@ -7,6 +7,9 @@
 
 #include <QPointer>
 
+const QHostAddress firstAddress(u"127.20.8.1"_s);
+const QHostAddress secondAddress(u"127.20.8.2"_s);
+
 namespace {
 
 using Emission =
@@ -52,7 +55,7 @@ private slots:
                 emit h.handlerServerDisconnected(address, id, Brenvoka::DisconnectNetworkError,
                                                  u"error"_s);
             });
-        row("serverConnected first 127.20.7.1", u"id"_s,
+        row("serverConnected first 127.20.8.1", u"id"_s,
             [](H &h, const A &address, const QUuid &id) {
                 emit h.handlerServerConnected(id, address);
             });
@@ -105,7 +108,7 @@ private slots:
             QCOMPARE(log.texts(),
                      QStringList{check == "id"_L1
                                      ? u"Handler not found for id %1"_s.arg(unknownId.toString())
-                                     : u"Handler not found for address 127.20.7.2"_s});
+                                     : u"Handler not found for address 127.20.8.2"_s});
         }
         rig->events.lines.clear();
 

@@ -8,6 +8,9 @@
 #include <QPointer>
 #include <QTemporaryDir>
 
+const QHostAddress firstAddress(u"127.20.7.1"_s);
+const QHostAddress secondAddress(u"127.20.7.2"_s);
+
 namespace {
 
 using Operation = std::function<void(ServerConnectionService &, const QUuid &)>;
