@@ -301,6 +301,7 @@ void UIController::refreshServerLists()
         updateSyncWarning();
     else
         updateSameMarks();
+    bringBanksToOneLevel();
     emit serverContentChanged(bankA->currentServerUuid());
     emit serverContentChanged(bankB->currentServerUuid());
     updateTransferButtons();
@@ -331,6 +332,7 @@ void UIController::serverSelectionChanged(ServerDeck serverDeck, const QUuid &se
     if (serverDeck == ServerDeckA)
         refreshBankBServers();
     updateSameMarks();
+    bringBanksToOneLevel();
     redrawBanks();
     updateTransferButtons();
 }

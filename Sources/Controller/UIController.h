@@ -153,6 +153,7 @@ private:
     void startTask(TaskBase *task);
 
     void updateSameMarks();
+    void bringBanksToOneLevel();
     void updateSyncWarning();
     void redrawBanks();
     void setIconSize(int index);
