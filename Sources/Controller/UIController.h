@@ -83,8 +83,9 @@ public slots:
     /// Slot numbers, in the folder that is open in the banks.
     void handleMoveVisual(int from, int to, ServerDeck serverDeck);
     /// Asks for a local file and sends it. Only for a server on show, with exactly one slot
-    /// selected in its bank; numbers as BVServerBank::uploadFile gives them.
-    void uploadFile(const QUuid &uuid, int folderIndex, int visualIndex);
+    /// selected in its bank; numbers as BVServerBank::uploadFile gives them. The uuid is a copy,
+    /// since the record that it was read from may go while the operator is asked.
+    void uploadFile(QUuid uuid, int folderIndex, int visualIndex);
     /// Shows the errors of the running task, deletes it and fetches the library that it changed.
     /// For any other task nothing happens: the pointer is compared, never followed.
     void onTaskFinished(TaskBase *task);

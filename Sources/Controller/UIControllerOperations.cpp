@@ -121,7 +121,7 @@ void UIController::handleMoveVisual(int from, int to, ServerDeck serverDeck)
     startTask(new MoveTask(model, mainWindow, &connections, uuid, folder, from, to));
 }
 
-void UIController::uploadFile(const QUuid &uuid, int folderIndex, int visualIndex)
+void UIController::uploadFile(QUuid uuid, int folderIndex, int visualIndex)
 {
     const BVServerBank *const bank = bankShowing(uuid);
     if (!bank)

@@ -1,0 +1,321 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "OperationStage.h"
+
+#include "Support/FailOnWarning.h"
+#include "Support/LeakAllowed.h"
+#include "Support/LogCapture.h"
+#include "Support/ModalDriver.h"
+#include "Support/RowDrag.h"
+
+#include <QSettings>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr quint32 allWarnings = 0xFFFFFFFF;
+constexpr quint32 moveWarning = 2;
+constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
+constexpr auto executePath = "/brenvoka/execute.html";
+
+/// Folder, slot and new slot of each move that a server was told.
+QStringList moves(const PlayedServer &server)
+{
+    QStringList texts;
+    for (const Command &command : server.commands(PlayedServer::Move)) {
+        texts.append(u"%1: %2 to %3"_s.arg(command.field("folderIdx"), command.field("visualIdx"),
+                                           command.field("visualToIdx")));
+    }
+    return texts;
+}
+
+} // namespace
+
+/// Moving one visual by a drag, on a platform that has real drag and drop.
+class tst_UIControllerMove : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void aDragAsksWithTheTitleOfTheRemoval();
+    void noChangesNothing_data();
+    void noChangesNothing();
+    void askingNoMoreIsSavedAtOnce();
+    void withoutAnyServerNothingHappens();
+
+    void rowsAreDropped_data();
+    void rowsAreDropped();
+    void severalRowsAreNotMoved();
+    void theDeckDecidesTheServer();
+    void aNameWithoutANumberIsSlotZero();
+    void aLibraryWithGapsKeepsTheFoldersNumber();
+
+    void aFailureIsShownOnceAtTheEnd();
+    void aCancelSendsNothing();
+    void aSecondStartLetsGoOfTheFirst();
+    void theServerGoesWhileTheWarningIsOpen_data();
+    void theServerGoesWhileTheWarningIsOpen();
+    void theBankIsEmptiedWhileTheWarningIsOpen();
+    void theWindowGoesWhileTheWarningIsOpen();
+};
+
+void tst_UIControllerMove::aDragAsksWithTheTitleOfTheRemoval()
+{
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings));
+    ModalDriver modals;
+    modals.press(QMessageBox::Yes);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QCOMPARE(modals.seen().size(), 1);
+    QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
+    QCOMPARE(modals.seen().first().text, u"Are you sure you want to move the selected visual?\n\n"
+                                         "Note: The operation can not be canceled or undone."_s);
+    QVERIFY(stage.hasStarted());
+    QVERIFY(stage.isFetchedAnew(stage.one));
+    QCOMPARE(moves(stage.one), QStringList{u"3: 3 to 1"_s});
+    QCOMPARE(stage.model().warningLevel, allWarnings);
+    QVERIFY(stage.two.wire.requests(executePath).isEmpty());
+}
+
+void tst_UIControllerMove::noChangesNothing_data()
+{
+    QTest::addColumn<bool>("escape");
+    QTest::newRow("No") << false;
+    QTest::newRow("Escape") << true;
+}
+
+void tst_UIControllerMove::noChangesNothing()
+{
+    QFETCH(const bool, escape);
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings));
+    ModalDriver modals;
+    escape ? modals.escape() : modals.press(QMessageBox::No);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QCOMPARE(modals.seen().size(), 1);
+    QVERIFY(!stage.hasStarted());
+    QCOMPARE(stage.model().warningLevel, allWarnings);
+    QCOMPARE(listOf(stage.bankA()).item(4)->text(), u"003: Sunset"_s);
+}
+
+void tst_UIControllerMove::askingNoMoreIsSavedAtOnce()
+{
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings));
+    ModalDriver modals;
+    modals.press(u"Yes, don't ask again"_s);
+    const QSignalSpy redrawn(listOf(stage.bankA()).model(), &QAbstractItemModel::modelReset);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(stage.hasStarted());
+    QCOMPARE(stage.model().warningLevel, allWarnings - moveWarning);
+    const QSettings settings(settingsFilePath(), QSettings::IniFormat);
+    QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - moveWarning);
+    QVERIFY(stage.isFetchedAnew(stage.one));
+    QTRY_VERIFY_WITH_TIMEOUT(!redrawn.isEmpty(), 10000);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(stage.hasStarted());
+    QCOMPARE(modals.seen().size(), 1);
+}
+
+void tst_UIControllerMove::withoutAnyServerNothingHappens()
+{
+    WindowRig rig;
+    ModalDriver modals;
+    rig.controller().handleMoveVisual(3, 1, ServerDeckA);
+    QVERIFY(modals.seen().isEmpty());
+    QCOMPARE(rig.window->findChildren<BVProgressDialog *>().size(), 1);
+}
+
+void tst_UIControllerMove::rowsAreDropped_data()
+{
+    QTest::addColumn<bool>("listView");
+    QTest::addColumn<int>("from");
+    QTest::addColumn<int>("to");
+    QTest::addColumn<QString>("sent");
+    for (const bool listView : {true, false}) {
+        const auto row = [listView](const char *text) -> QTestData & {
+            return QTest::addRow("%s, %s", text, listView ? "list" : "icons") << listView;
+        };
+        row("an empty slot") << 4 << 2 << u"3: 3 to 1"_s;
+        row("an occupied slot") << 4 << 6 << u"3: 3 to 5"_s;
+        row("itself") << 4 << 4 << u"3: 3 to 3"_s;
+        row("Back") << 4 << 0 << u"3: 3 to 0"_s;
+        row("no visual") << 4 << 1 << u"3: 3 to 0"_s;
+        row("an empty slot is dragged") << 3 << 2 << u"3: 2 to 1"_s;
+        row("Back is dragged") << 0 << 2 << u"3: 0 to 1"_s;
+    }
+}
+
+void tst_UIControllerMove::rowsAreDropped()
+{
+    QFETCH(const bool, listView);
+    QFETCH(const int, from);
+    QFETCH(const int, to);
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3));
+    stage.bankA().setListMode(listView);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), from, stage.bankA(), to));
+    QVERIFY(stage.isFetchedAnew(stage.one));
+    QCOMPARE(moves(stage.one).size(), 1);
+    QTEST(moves(stage.one).first(), "sent");
+}
+
+void tst_UIControllerMove::severalRowsAreNotMoved()
+{
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings));
+    clickRow(stage.bankA(), 4);
+    clickRow(stage.bankA(), 6, Qt::ControlModifier);
+    const ModalDriver modals;
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(modals.seen().isEmpty());
+    QVERIFY(!stage.hasStarted());
+}
+
+void tst_UIControllerMove::theDeckDecidesTheServer()
+{
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3));
+    QVERIFY(dragRow(stage.rig.rig, stage.bankB(), 4, stage.bankB(), 2));
+    QVERIFY(stage.isFetchedAnew(stage.two));
+    QCOMPARE(moves(stage.two), QStringList{u"3: 3 to 1"_s});
+    QVERIFY(stage.one.wire.requests(executePath).isEmpty());
+}
+
+void tst_UIControllerMove::aNameWithoutANumberIsSlotZero()
+{
+    cacheThumbnail(4);
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(
+        0, 0,
+        {folder(0, u"Intro"_s, {{hashOf(3), u"Sunset 003"_s, 3}, {hashOf(4), u"7: "_s, 4}}),
+         folder(1, u"Loops"_s)}));
+    const QSignalSpy redrawn(listOf(stage.bankA()).model(), &QAbstractItemModel::modelReset);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(stage.isFetchedAnew(stage.one));
+    QTRY_VERIFY_WITH_TIMEOUT(!redrawn.isEmpty(), 10000);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 2, stage.bankA(), 5));
+    QTRY_COMPARE_WITH_TIMEOUT(moves(stage.one), (QStringList{u"0: 0 to 1"_s, u"0: 1 to 0"_s}),
+                              10000);
+}
+
+// Unlike removal and upload, which take the folder's place in the list for its number.
+void tst_UIControllerMove::aLibraryWithGapsKeepsTheFoldersNumber()
+{
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(2, 0, OperationStage::sparseLibrary()));
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(stage.isFetchedAnew(stage.one));
+    QCOMPARE(moves(stage.one), QStringList{u"2: 3 to 1"_s});
+}
+
+void tst_UIControllerMove::aFailureIsShownOnceAtTheEnd()
+{
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3));
+    stage.one.refuse("it is <locked>");
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 10000);
+    QCOMPARE(modals.seen().first().text, u"Visual could not be moved"_s);
+    QCOMPARE(modals.seen().first().details,
+             u"Move from 003 to 001 in folder 003 on server \"One\" failed: it is <locked>."_s);
+    QVERIFY(stage.isFetchedAnew(stage.one));
+}
+
+void tst_UIControllerMove::aCancelSendsNothing()
+{
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3));
+    stage.one.wire.hold(executePath);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(stage.cancel(u"Moving..."_s));
+    QVERIFY(stage.isFetchedAnew(stage.one));
+    QCOMPARE(stage.one.wire.requests(executePath).size(), 1);
+    QVERIFY(stage.one.wire.requests(executePath).first().isOpen());
+}
+
+void tst_UIControllerMove::aSecondStartLetsGoOfTheFirst()
+{
+    LogCapture log;
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3));
+    stage.one.wire.hold(executePath);
+    {
+        const LeakAllowed first;
+        stage.controller().handleMoveVisual(3, 1, ServerDeckA);
+    }
+    stage.controller().handleMoveVisual(5, 2, ServerDeckA);
+    QVERIFY(stage.one.wire.waitForRequests(2, executePath));
+    for (const WireRequest &request : stage.one.wire.requests(executePath))
+        request.answer(accepted);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        log.texts().contains(u"Finish notification received from invalid task"_s), 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(stage.one.libraryRequests(), 2, 10000);
+}
+
+void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen_data()
+{
+    QTest::addColumn<bool>("toldByTheServer");
+    QTest::newRow("silence") << false;
+    QTest::newRow("end of the stream") << true;
+}
+
+// Nobody answers for a server that is gone: the operator ends the task.
+void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen()
+{
+    QFETCH(const bool, toldByTheServer);
+    LogCapture log;
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings));
+    ModalDriver modals;
+    modals.answer([&](QDialog &warning) {
+        if (toldByTheServer)
+            stage.one.stream.close();
+        else
+            stage.lose();
+        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 10000));
+        qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
+    });
+    if (toldByTheServer)
+        modals.press(QMessageBox::Ok);
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(!stage.rig.isConnected(stage.one));
+    QVERIFY(log.texts().contains(u"Handler not found for id: "_s + stage.one.uuid.toString()));
+    QVERIFY(stage.cancel(u"Moving..."_s));
+    QTRY_VERIFY_WITH_TIMEOUT(!stage.hasStarted(), 10000);
+    QCOMPARE(stage.one.libraryRequests(), 1);
+}
+
+void tst_UIControllerMove::theBankIsEmptiedWhileTheWarningIsOpen()
+{
+    OperationStage stage(u"127.81.2.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings));
+    ModalDriver modals;
+    modals.answer([&](QDialog &warning) {
+        stage.controller().serverNameChanged(stage.one.uuid, u"Renamed"_s);
+        qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
+    });
+    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(stage.bankA().currentServerUuid().isNull());
+    QVERIFY(stage.isFetchedAnew(stage.one));
+    QCOMPARE(moves(stage.one), QStringList{u"3: 3 to 1"_s});
+}
+
+void tst_UIControllerMove::theWindowGoesWhileTheWarningIsOpen()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"One"_s, u"127.81.2.9"_s));
+    ModalDriver modals;
+    modals.answer([&](QDialog &) { rig.window.reset(); });
+    rig.controller().handleMoveVisual(3, 1, ServerDeckA);
+    QVERIFY(!rig.window);
+}
+
+QTEST_MAIN(tst_UIControllerMove)
+#include "tst_UIControllerMove.moc"
