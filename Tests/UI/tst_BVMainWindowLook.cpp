@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Pixels.h"
 #include "Support/WindowRig.h"
 
 #include <QDialog>
@@ -9,8 +10,6 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QToolTip>
-
-#include <cmath>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -30,24 +29,6 @@ private slots:
     void textsCanBeRead();
 
 private:
-    static double luminance(QRgb rgb)
-    {
-        const auto part = [](int value) { return std::pow(value / 255.0, 2.2); };
-        return 0.2126 * part(qRed(rgb)) + 0.7152 * part(qGreen(rgb)) + 0.0722 * part(qBlue(rgb));
-    }
-    /// Contrast between the brightest and the darkest pixel, from 1 to 21.
-    static double contrast(const QImage &image)
-    {
-        double darkest = 1;
-        double brightest = 0;
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x) {
-                darkest = qMin(darkest, luminance(image.pixel(x, y)));
-                brightest = qMax(brightest, luminance(image.pixel(x, y)));
-            }
-        }
-        return (brightest + 0.05) / (darkest + 0.05);
-    }
     static QImage grab(const WindowRig &rig, const QWidget &widget)
     {
         const QPoint corner = widget.mapTo(rig.window.get(), QPoint());

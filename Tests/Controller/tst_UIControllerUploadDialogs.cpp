@@ -1,0 +1,361 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "OperationStage.h"
+
+#include "Support/FailOnWarning.h"
+#include "Support/ModalDriver.h"
+#include "Support/Pixels.h"
+
+#include <QDialogButtonBox>
+#include <QFile>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTreeView>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr quint32 allWarnings = 0xFFFFFFFF;
+constexpr quint32 overwriteWarning = 4;
+
+const auto filters =
+    u"All files (*.*);;JPEG (*.jpg *.jpeg);;BMP (*.bmp);;GIF (*.gif);;PNG (*.png);;AVI (*.avi);;"
+    "MOV (*.mov);;MP4 (*.mp4);;MPEG (*.mpg *.mpeg);;M2V (*.m2v);;M4V (*.m4v);;MKV (*.mkv);;"
+    "MP4 (*.mp4);;VOB (*.vob);;TS (*.ts);;DV (*.dv);;SWF (*.swf);;ASF (*.asf);;WMV (*.wmv);;"
+    "MTS (*.mts);;FLV (*.flv);;F4V (*.f4v);;M2TS (*.m2ts);;QTZ (*.qtz);;OBJ (*.obj);;"
+    "Mp3 (*.mp3);;FLAC (*.flac);;WAV (*.wav);;AIF (*.aif *.aiff);;APE (*.ape);;WMA (*.wma);;"
+    "OGG (*.ogg)"_s;
+
+/// Notes the directory that a file dialog opens in, and leaves it without a choice.
+void expectDirectory(ModalDriver &modals, QString &directory)
+{
+    modals.answer([&directory](QDialog &dialog) {
+        directory = dynamic_cast<QFileDialog &>(dialog).directory().path();
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+}
+
+} // namespace
+
+/// What is asked before an upload: which slots, the overwrite warning, the file dialog.
+class tst_UIControllerUploadDialogs : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void onlyOneSlotIsUploadedInto_data();
+    void onlyOneSlotIsUploadedInto();
+    void onlyAServerOnShowIsUploadedTo();
+    void eachBankAnswersForItsOwnServer();
+
+    void onlyAnOccupiedSlotIsAskedAbout_data();
+    void onlyAnOccupiedSlotIsAskedAbout();
+    void noAsksForNoFile_data();
+    void noAsksForNoFile();
+    void askingNoMoreIsSavedAtOnce();
+    void inALibraryWithGapsAnotherSlotIsAskedAbout();
+    void theServerGoesWhileTheWarningIsOpen();
+
+    void theFileDialogIsAsTheOperatorKnowsIt();
+    void theFileDialogOpensWhereTheLastFileWas();
+    void aFileWithoutASuffixIsNotOffered();
+    void theFileDialogCanBeRead_data();
+    void theFileDialogCanBeRead();
+};
+
+void tst_UIControllerUploadDialogs::onlyOneSlotIsUploadedInto_data()
+{
+    QTest::addColumn<bool>("inside");
+    QTest::addColumn<QList<int>>("rows");
+    QTest::addColumn<bool>("asks");
+    QTest::newRow("one slot") << true << QList<int>{10} << true;
+    QTest::newRow("slot 255") << true << QList<int>{256} << true;
+    QTest::newRow("one slot and Back") << true << QList<int>{0, 10} << true;
+    QTest::newRow("two slots") << true << QList<int>{10, 11} << false;
+    QTest::newRow("no slot") << true << QList<int>{} << false;
+    QTest::newRow("Back") << true << QList<int>{0} << false;
+    QTest::newRow("no visual") << true << QList<int>{1} << false;
+    QTest::newRow("a folder") << false << QList<int>{3} << false;
+}
+
+void tst_UIControllerUploadDialogs::onlyOneSlotIsUploadedInto()
+{
+    QFETCH(const bool, inside);
+    QFETCH(const QList<int>, rows);
+    QFETCH(const bool, asks);
+    OperationStage stage(u"127.81.4.1"_s);
+    QVERIFY(inside ? stage.openInside(3) : stage.open());
+    stage.bankA().selectRows(rows);
+    ModalDriver modals;
+    if (asks)
+        modals.escape();
+    stage.controller().uploadFile(stage.one.uuid, 3, 9);
+    QCOMPARE(modals.seen().size(), asks ? 1 : 0);
+    QVERIFY(!stage.hasStarted());
+}
+
+void tst_UIControllerUploadDialogs::onlyAServerOnShowIsUploadedTo()
+{
+    PlayedServer third(u"127.81.4.3"_s);
+    OperationStage stage(u"127.81.4.1"_s);
+    QVERIFY(stage.open());
+    QVERIFY(stage.rig.bringUp(third, u"Three"_s, OperationStage::library()));
+    stage.controller().folderChanged(3);
+    stage.bankA().selectRows({10});
+    stage.bankB().selectRows({10});
+    const ModalDriver modals;
+    stage.controller().uploadFile(third.uuid, 3, 9);
+    QVERIFY(modals.seen().isEmpty());
+    QVERIFY(!stage.hasStarted());
+}
+
+void tst_UIControllerUploadDialogs::eachBankAnswersForItsOwnServer()
+{
+    OperationStage stage(u"127.81.4.1"_s);
+    QVERIFY(stage.openInside(3));
+    stage.bankA().selectRows({10});
+    stage.bankB().selectRows({10, 11});
+    ModalDriver modals;
+    modals.escape();
+    stage.controller().uploadFile(stage.two.uuid, 3, 9);
+    QCOMPARE(modals.pending(), 1);
+    stage.controller().uploadFile(stage.one.uuid, 3, 9);
+    QCOMPARE(modals.pending(), 0);
+}
+
+void tst_UIControllerUploadDialogs::onlyAnOccupiedSlotIsAskedAbout_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::addColumn<quint32>("level");
+    QTest::addColumn<bool>("asks");
+    QTest::newRow("occupied") << 4 << allWarnings << true;
+    QTest::newRow("occupied, no other warning") << 4 << overwriteWarning << true;
+    QTest::newRow("occupied, not asked") << 4 << allWarnings - overwriteWarning << false;
+    QTest::newRow("empty") << 3 << allWarnings << false;
+}
+
+void tst_UIControllerUploadDialogs::onlyAnOccupiedSlotIsAskedAbout()
+{
+    QFETCH(const int, row);
+    QFETCH(const quint32, level);
+    QFETCH(const bool, asks);
+    OperationStage stage(u"127.81.4.1"_s);
+    QVERIFY(stage.openInside(3, level));
+    clickRow(stage.bankA(), row);
+    ModalDriver modals;
+    if (asks)
+        modals.press(QMessageBox::Yes);
+    modals.escape();
+    OperationStage::clickUpload(stage.bankA());
+    QCOMPARE(modals.seen().size(), asks ? 2 : 1);
+    QCOMPARE(modals.seen().last().type, u"QFileDialog"_s);
+    QCOMPARE(stage.model().warningLevel, level);
+    QVERIFY(!stage.hasStarted());
+    if (!asks)
+        return;
+    QCOMPARE(modals.seen().first().title, u"Visual upload"_s);
+    QCOMPARE(modals.seen().first().text,
+             u"Are you sure you want to overwrite the selected visual?\n"
+             "The operation will permanently remove the visual in the destination slot"_s);
+}
+
+void tst_UIControllerUploadDialogs::noAsksForNoFile_data()
+{
+    QTest::addColumn<bool>("escape");
+    QTest::newRow("No") << false;
+    QTest::newRow("Escape") << true;
+}
+
+void tst_UIControllerUploadDialogs::noAsksForNoFile()
+{
+    QFETCH(const bool, escape);
+    OperationStage stage(u"127.81.4.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings));
+    clickRow(stage.bankA(), 4);
+    ModalDriver modals;
+    escape ? modals.escape() : modals.press(QMessageBox::No);
+    OperationStage::clickUpload(stage.bankA());
+    QCOMPARE(modals.seen().size(), 1);
+    QVERIFY(!stage.hasStarted());
+    QCOMPARE(stage.model().warningLevel, allWarnings);
+}
+
+void tst_UIControllerUploadDialogs::askingNoMoreIsSavedAtOnce()
+{
+    OperationStage stage(u"127.81.4.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings));
+    clickRow(stage.bankA(), 4);
+    ModalDriver modals;
+    modals.press(u"Yes, don't ask again"_s).escape();
+    OperationStage::clickUpload(stage.bankA());
+    QCOMPARE(stage.model().warningLevel, allWarnings - overwriteWarning);
+    const QSettings settings(settingsFilePath(), QSettings::IniFormat);
+    QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - overwriteWarning);
+    modals.escape();
+    OperationStage::clickUpload(stage.bankA());
+    QCOMPARE(modals.seen().size(), 3);
+    QCOMPARE(modals.seen().last().type, u"QFileDialog"_s);
+}
+
+// Folder 3 is on show, third in the list, and so it is folder 2 that is looked at.
+void tst_UIControllerUploadDialogs::inALibraryWithGapsAnotherSlotIsAskedAbout()
+{
+    OperationStage stage(u"127.81.4.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings, OperationStage::sparseLibrary()));
+    QCOMPARE(listOf(stage.bankA()).item(6)->text(), u"005: Harbour"_s);
+    ModalDriver modals;
+    clickRow(stage.bankA(), 6);
+    modals.escape();
+    OperationStage::clickUpload(stage.bankA());
+    QCOMPARE(modals.seen().last().type, u"QFileDialog"_s);
+    clickRow(stage.bankA(), 4);
+    modals.press(QMessageBox::No);
+    OperationStage::clickUpload(stage.bankA());
+    QCOMPARE(modals.seen().last().type, u"QMessageBox"_s);
+}
+
+void tst_UIControllerUploadDialogs::theServerGoesWhileTheWarningIsOpen()
+{
+    OperationStage stage(u"127.81.4.1"_s);
+    QVERIFY(stage.openInside(3, allWarnings));
+    clickRow(stage.bankA(), 4);
+    ModalDriver modals;
+    modals.answer([&](QDialog &warning) {
+        stage.lose();
+        dynamic_cast<QMessageBox &>(warning).button(QMessageBox::Yes)->click();
+    });
+    modals.escape();
+    OperationStage::clickUpload(stage.bankA());
+    QVERIFY(!stage.rig.isConnected(stage.one));
+    QVERIFY(!stage.hasStarted());
+}
+
+void tst_UIControllerUploadDialogs::theFileDialogIsAsTheOperatorKnowsIt()
+{
+    OperationStage stage(u"127.81.4.1"_s);
+    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    QVERIFY(QDir().mkpath(documents));
+    QVERIFY(stage.openInside(3));
+    clickRow(stage.bankA(), 10);
+    ModalDriver modals;
+    modals.answer([&](QDialog &dialog) {
+        const auto &chooser = dynamic_cast<QFileDialog &>(dialog);
+        QCOMPARE(chooser.windowTitle(), u"Select file for upload"_s);
+        QCOMPARE(chooser.parentWidget(), stage.rig.rig.window.get());
+        QCOMPARE(chooser.directory().path(), documents);
+        QCOMPARE(chooser.nameFilters().join(u";;"_s), filters);
+        QCOMPARE(chooser.selectedNameFilter(), u"All files (*.*)"_s);
+        QCOMPARE(chooser.fileMode(), QFileDialog::ExistingFile);
+        QCOMPARE(chooser.acceptMode(), QFileDialog::AcceptOpen);
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    OperationStage::clickUpload(stage.bankA());
+    QCOMPARE(modals.seen().size(), 1);
+    QVERIFY(!stage.hasStarted());
+}
+
+void tst_UIControllerUploadDialogs::theFileDialogOpensWhereTheLastFileWas()
+{
+    OperationStage stage(u"127.81.4.1"_s);
+    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    const QDir clips(stage.rig.rig.sandbox.directory().filePath(u"clips"_s));
+    QVERIFY(QDir().mkpath(documents) && QDir().mkpath(clips.path()));
+    QFile file(clips.filePath(u"clip.mov"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(stage.openInside(3));
+    stage.one.wire.answer("/brenvoka/upload.html", R"({"msg_type":7,"RESULT":0})");
+    clickRow(stage.bankA(), 10);
+    QSignalSpy redrawn(listOf(stage.bankA()).model(), &QAbstractItemModel::modelReset);
+
+    ModalDriver modals;
+    modals.chooseFile(file.fileName());
+    OperationStage::clickUpload(stage.bankA());
+    QVERIFY(stage.isFetchedAnew(stage.one));
+    QTRY_VERIFY_WITH_TIMEOUT(!redrawn.isEmpty(), 10000);
+    for (int attempt = 0; attempt < 2;
+         ++attempt) { // a dialog left without a choice forgets nothing
+        QString directory;
+        expectDirectory(modals, directory);
+        clickRow(stage.bankA(), 10);
+        OperationStage::clickUpload(stage.bankA());
+        QCOMPARE(directory, clips.canonicalPath());
+    }
+
+    QVERIFY(stage.model().save());
+    QFile settings(settingsFilePath());
+    QVERIFY(settings.open(QIODevice::ReadOnly));
+    QVERIFY(!settings.readAll().contains("clips"));
+}
+
+// The dialog of Qt takes the two stars of "All files (*.*)" literally.
+void tst_UIControllerUploadDialogs::aFileWithoutASuffixIsNotOffered()
+{
+    OperationStage stage(u"127.81.4.1"_s);
+    QFile file(stage.rig.rig.sandbox.directory().filePath(u"clip"_s));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QVERIFY(stage.openInside(3));
+    clickRow(stage.bankA(), 10);
+    ModalDriver modals;
+    modals.answer([&](QDialog &dialog) {
+        dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(file.fileName());
+        QVERIFY(
+            !dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->isEnabled());
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    OperationStage::clickUpload(stage.bankA());
+    QCOMPARE(modals.seen().size(), 1);
+}
+
+void tst_UIControllerUploadDialogs::theFileDialogCanBeRead_data()
+{
+    QTest::addColumn<QPalette>("palette");
+    QTest::newRow("light desktop") << QPalette(Qt::lightGray);
+    QTest::newRow("dark desktop") << QPalette(QColor(40, 40, 40));
+}
+
+void tst_UIControllerUploadDialogs::theFileDialogCanBeRead()
+{
+    QFETCH(const QPalette, palette);
+    const QPalette earlier = QApplication::palette();
+    QApplication::setPalette(palette);
+    OperationStage stage(u"127.81.4.1"_s);
+    QVERIFY(stage.openInside(3));
+    clickRow(stage.bankA(), 10);
+    ModalDriver modals;
+    modals.answer([](QDialog &dialog) {
+        const auto isReadable = [&dialog](const QWidget *widget, const QRect &area) {
+            const QRect place(widget->mapTo(&dialog, area.topLeft()), area.size());
+            return contrast(dialog.grab(place).toImage()) >= 4.5;
+        };
+        const auto inside = [](const QWidget &widget) {
+            return widget.rect().adjusted(4, 4, -4, -4);
+        };
+        auto *const files = dialog.findChild<QTreeView *>(u"treeView"_s);
+        QTRY_VERIFY_WITH_TIMEOUT(files->model()->rowCount(files->rootIndex()) > 0, 10000);
+        const QModelIndex first = files->model()->index(0, 0, files->rootIndex());
+        QVERIFY(isReadable(files->viewport(), files->visualRect(first).adjusted(24, 0, 0, 0)));
+        QVERIFY(isReadable(files->header()->viewport(), inside(*files->header())));
+        for (const char *name : {"lookInLabel", "fileNameLabel", "fileTypeLabel"}) {
+            auto *const label = dialog.findChild<QWidget *>(QLatin1String(name));
+            QVERIFY2(isReadable(label, label->rect()), name);
+        }
+        dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(u"clip.mov"_s);
+        for (const char *name : {"fileNameEdit", "lookInCombo", "fileTypeCombo"}) {
+            auto *const field = dialog.findChild<QWidget *>(QLatin1String(name));
+            QVERIFY2(isReadable(field, inside(*field)), name);
+        }
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+    });
+    OperationStage::clickUpload(stage.bankA());
+    QApplication::setPalette(earlier);
+}
+
+QTEST_MAIN(tst_UIControllerUploadDialogs)
+#include "tst_UIControllerUploadDialogs.moc"
