@@ -3,8 +3,9 @@
 # SPDX-License-Identifier: MIT
 #
 # Installs what is missing, builds, starts three rehearsal servers and opens the program on them.
-# Without a display it does the main job by itself on a virtual one, prints what it saw, leaves
-# screenshots in build/demo and exits with 0 only if the two libraries are equal at the end.
+# Without a display it works by itself on a virtual one: it moves, removes, uploads, makes the two
+# servers equal, and prints and shows each step. The screenshots are left in build/demo. It exits
+# with 0 only if the two libraries are equal at the end.
 set -euo pipefail
 cd "$(dirname "$0")"
 

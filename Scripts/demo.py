@@ -1,11 +1,13 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""The main job on a virtual display: two servers are found, compared and made equal.
+"""The operator's work on a virtual display: two servers are found and compared, a visual is moved,
+two are removed, a picture is uploaded, and the servers are made equal.
 
 Usage: demo.py BUILD-DIRECTORY OUTPUT-DIRECTORY
 """
 
+import contextlib
 import pathlib
 import shutil
 import sys
@@ -15,17 +17,23 @@ sys.path.insert(0, str(ROOT / "Tests" / "EndToEnd"))
 
 from stage.banks import FOLDERS, SLOTS, Bank            # noqa: E402
 from stage.display import Display                       # noqa: E402
-from stage.program import Program                       # noqa: E402
+from stage.library import GREEN, picture                # noqa: E402
+from stage.program import Program, press, write         # noqa: E402
 from stage.rehearsal import Rehearsal                   # noqa: E402
 from stage.waiting import wait_for                      # noqa: E402
 
+FOLDER = 1         # where the work by hand is done
+FREE_SLOT = 12     # on the screen without scrolling, and empty in that folder
+REMOVE, MOVE, RENAME, SYNC = 2, 3, 5, 1
+
 
 class Before:
-    """What the two libraries say of themselves before the work, and what was ordered so far."""
+    """What the two libraries say of themselves before the synchronisation, and what was ordered so
+    far."""
 
     def __init__(self, source, destination):
         self._destination = destination
-        self._orders = {kind: len(destination.commands(kind)) for kind in (1, 2, 5)}
+        self._orders = {kind: len(destination.commands(kind)) for kind in (SYNC, REMOVE, RENAME)}
         have, want = destination.slots(), source.slots()
         self.compared = len(set(have) | set(want))
         self.differing = sum(have.get(slot) != want.get(slot) for slot in set(have) | set(want))
@@ -36,86 +44,134 @@ class Before:
         return len(self._destination.commands(kind)) - self._orders[kind]
 
 
-def compare_two_servers(program, rehearsal, pictures):
-    """Chooses the two servers, opens a folder, goes back."""
-    bank_a, bank_b = Bank(program, 0), Bank(program, 1)
-    names = {server.name for server in rehearsal.servers}
-    wait_for(lambda: set(bank_a.servers()) == names, "all servers to be listed", 60)
-    found = len(bank_a.servers())
-    bank_a.choose(rehearsal.left.name)
-    bank_b.choose(rehearsal.right.name)
-    bank_a.wait_for_rows(FOLDERS)
-    bank_b.wait_for_rows(FOLDERS)
-    assert program.out_of_sync(), "the out-of-sync sign is hidden although the libraries differ"
-    pictures.take("1-folders-before")
+class Demonstration:
+    """Each step shows itself in a screenshot and tells of itself in a line."""
 
-    bank_a.open(1)
-    bank_a.wait_for_rows(SLOTS)
-    bank_b.wait_for_rows(SLOTS)
-    pictures.take("2-inside-a-folder")
-    bank_a.open(0)
-    bank_a.wait_for_rows(FOLDERS)
-    bank_b.wait_for_rows(FOLDERS)
-    pictures.take("3-back-at-the-folders")
-    return found
+    def __init__(self, program, rehearsal, output):
+        self.program = program
+        self.rehearsal = rehearsal
+        self.output = output
+        self.pictures = 0
+        self.banks = Bank(program, 0), Bank(program, 1)
+
+    def show(self, name):
+        self.pictures += 1
+        Display.screenshot(self.output / f"{self.pictures:02d}-{name}.png")
+
+    def wait_for_rows(self, count):
+        for bank in self.banks:
+            bank.wait_for_rows(count)
+
+    def answer(self, title, name):
+        warning = self.program.wait_for_dialog(title)
+        self.show(name)
+        self.program.press_button(warning, "Yes")
+
+    def choose_two_servers(self):
+        names = {server.name for server in self.rehearsal.servers}
+        wait_for(lambda: set(self.banks[0].servers()) == names, "all servers to be listed", 60)
+        print(f"servers found:      {len(self.banks[0].servers())}")
+        self.banks[0].choose(self.rehearsal.left.name)
+        self.banks[1].choose(self.rehearsal.right.name)
+        self.wait_for_rows(FOLDERS)
+        assert self.program.out_of_sync(), \
+            "the out-of-sync sign is hidden although the libraries differ"
+        self.show("folders-before")
+
+    def work_by_hand(self):
+        """Moves, removes and uploads on the left, which is then what the right is made equal to."""
+        bank, left = self.banks[0], self.rehearsal.left
+        bank.open(FOLDER)
+        self.wait_for_rows(SLOTS)
+        self.show("inside-a-folder")
+        moved, *removed = sorted(slot for folder, slot in left.slots() if folder == FOLDER)[:3]
+        self.move(bank, left, moved)
+        self.remove(bank, left, removed)
+        self.upload(bank, left, removed[0])
+        bank.open(0)
+        self.wait_for_rows(FOLDERS)
+        self.show("back-at-the-folders")
+
+    def move(self, bank, server, slot):
+        name = server.slots()[FOLDER, slot][0]
+        bank.drag(slot + 1, FREE_SLOT + 1)
+        self.answer("Visual remove", "move-warning")
+        wait_for(lambda: bank.rows()[FREE_SLOT + 1][3:] == name[3:], "the visual in its new row")
+        self.show("moved")
+        print(f'visual moved:       "{name}" to "{server.slots()[FOLDER, FREE_SLOT][0]}"')
+
+    def remove(self, bank, server, slots):
+        names = [server.slots()[FOLDER, slot][0] for slot in slots]
+        bank.select(*(slot + 1 for slot in slots))
+        bank.remove()
+        self.answer("Visual remove", "remove-warning")
+        wait_for(lambda: not set(names) & set(bank.rows()), "the visuals to go")
+        self.show("removed")
+        assert not any((FOLDER, slot) in server.slots() for slot in slots)
+        print("visuals removed:    " + ", ".join(f'"{name}"' for name in names))
+
+    def upload(self, bank, server, slot):
+        path = self.output / "Meadow at noon.ppm"
+        path.write_bytes(picture(GREEN))
+        bank.select(slot + 1)
+        bank.upload()
+        self.program.wait_for_dialog("Select file for upload")
+        write(str(path))
+        self.show("file-dialog")
+        press("Return")
+        wait_for(lambda: f"{slot:03d}: {path.stem}" in bank.rows(), "the row of the new visual")
+        wait_for(lambda: Display.count_pixels(GREEN) > 500, "its picture")
+        self.show("uploaded")
+        print(f'visual uploaded:    "{server.slots()[FOLDER, slot][0]}"')
+
+    def make_equal(self):
+        """Presses left-to-right with nothing selected and answers the warning."""
+        before = Before(self.rehearsal.left, self.rehearsal.right)
+        self.program.button("from bank a to bank b").click()
+        self.answer("Visual synchronize", "sync-warning")
+        self.program.wait_for_dialog("Ongoing Transfers")
+        self.show("transfers")
+        self.program.wait_until_no_dialog(120)
+        for server in self.rehearsal.servers:
+            server.wait_until_quiet()
+        wait_for(lambda: not self.program.out_of_sync(), "the out-of-sync sign to go", 60)
+        self.show("folders-after")
+        print(f"visuals compared:   {before.compared}")
+        print(f"visuals differing:  {before.differing}")
+        print(f"visuals copied:     {before.orders_since(SYNC)}")
+        print(f"visuals cleared:    {before.orders_since(REMOVE)}")
+        print(f"folders renamed:    {before.orders_since(RENAME)} "
+              f"(names that differed: {before.renames})")
 
 
-def make_equal(program, rehearsal, pictures):
-    """Presses left-to-right with nothing selected and answers the warning."""
-    program.button("from bank a to bank b").click()
-    warning = program.wait_for_dialog("Visual synchronize")
-    pictures.take("4-warning")
-    program.press_button(warning, "Yes")
-    program.wait_for_dialog("Ongoing Transfers")
-    pictures.take("5-transfers")
-    program.wait_until_no_dialog(120)
-    for server in rehearsal.servers:
-        server.wait_until_quiet()
-    wait_for(lambda: not program.out_of_sync(), "the out-of-sync sign to go", 60)
-    pictures.take("6-folders-after")
-
-
-class Pictures:
-    def __init__(self, folder):
-        self.folder = folder
-
-    def take(self, name):
-        Display.screenshot(self.folder / f"{name}.png")
+def perform(build, output):
+    """The whole work; returns whether the program ended well and left the libraries equal."""
+    with contextlib.ExitStack() as stage:
+        display = Display()
+        stage.callback(display.close)
+        rehearsal = Rehearsal(build / "media-server", output / "servers")
+        stage.callback(rehearsal.close)
+        program = Program(build / "brenvoka", output / "home", output / "program.txt")
+        stage.callback(program.close)
+        demonstration = Demonstration(program, rehearsal, output)
+        try:
+            program.wait_for_window()
+            demonstration.choose_two_servers()
+            demonstration.work_by_hand()
+            demonstration.make_equal()
+            code = program.close_window()
+        except BaseException:
+            demonstration.show("at-the-failure")
+            raise
+        print(f"program's exit:     {code}")
+        return rehearsal.left.files() == rehearsal.right.files() and code == 0
 
 
 def main():
     build, output = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
     shutil.rmtree(output, ignore_errors=True)
     output.mkdir(parents=True)
-    pictures = Pictures(output)
-    display = Display()
-    rehearsal = Rehearsal(build / "media-server", output / "servers")
-    program = None
-    try:
-        before = Before(rehearsal.left, rehearsal.right)
-        program = Program(build / "brenvoka", output / "home", output / "program.txt")
-        program.wait_for_window()
-        found = compare_two_servers(program, rehearsal, pictures)
-        make_equal(program, rehearsal, pictures)
-        code = program.close_window()
-        equal = rehearsal.left.files() == rehearsal.right.files() and code == 0
-        copied, removed, renamed = (before.orders_since(kind) for kind in (1, 2, 5))
-    except BaseException:
-        pictures.take("at-the-failure")
-        raise
-    finally:
-        if program:
-            program.close()
-        rehearsal.close()
-        display.close()
-
-    print(f"servers found:      {found}")
-    print(f"visuals compared:   {before.compared}")
-    print(f"visuals differing:  {before.differing}")
-    print(f"visuals copied:     {copied}")
-    print(f"visuals removed:    {removed}")
-    print(f"folders renamed:    {renamed} (names that differed: {before.renames})")
-    print(f"program's exit:     {code}")
+    equal = perform(build, output)
     print(f"libraries equal: {'yes' if equal else 'no'}")
     print(f"screenshots: {output}")
     return 0 if equal else 1
