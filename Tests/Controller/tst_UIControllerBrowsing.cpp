@@ -64,6 +64,7 @@ private slots:
     void bothBanksChangeLevelTogether();
     void aChangeOfServerStaysInTheFolder();
     void aBankWithANewServerJoinsTheOtherInItsFolder();
+    void aBankWithItsFirstServerJoinsTheOtherInItsFolder();
     void selectionIsMirroredByRow();
     void rowsPastTheEndAreNotMirrored();
     void scrollingIsLinked();
@@ -197,6 +198,21 @@ void tst_UIControllerBrowsing::aBankWithANewServerJoinsTheOtherInItsFolder()
         QCOMPARE(differences(bank->sameMarks), QList<int>{5});
         QVERIFY(headerOf(*bank).contains(u"#FF0000"_s));
     }
+}
+
+void tst_UIControllerBrowsing::aBankWithItsFirstServerJoinsTheOtherInItsFolder()
+{
+    WindowRig rig;
+    const Server one = sampleServer(u"One"_s, u"127.60.5.1"_s);
+    rig.connectServer(one);
+    rig.controller().folderChanged(3);
+    rig.connectServer(one); // any refresh of the lists
+    QCOMPARE(rig.bankB().currentFolder, -1);
+    rig.connectServer(sampleServer(u"Two"_s, u"127.60.5.2"_s));
+    QCOMPARE(rig.bankA().currentFolder, 3);
+    QCOMPARE(rig.bankB().currentFolder, 3);
+    QCOMPARE(listOf(rig.bankB()).count(), 257);
+    QCOMPARE(headerOf(rig.bankB()), u"Library > Stage"_s);
 }
 
 void tst_UIControllerBrowsing::selectionIsMirroredByRow()
