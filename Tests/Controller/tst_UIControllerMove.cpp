@@ -136,18 +136,15 @@ void tst_UIControllerMove::rowsAreDropped_data()
     QTest::addColumn<int>("from");
     QTest::addColumn<int>("to");
     QTest::addColumn<QString>("sent");
-    for (const bool listView : {true, false}) {
-        const auto row = [listView](const char *text) -> QTestData & {
-            return QTest::addRow("%s, %s", text, listView ? "list" : "icons") << listView;
-        };
-        row("an empty slot") << 4 << 2 << u"3: 3 to 1"_s;
-        row("an occupied slot") << 4 << 6 << u"3: 3 to 5"_s;
-        row("itself") << 4 << 4 << u"3: 3 to 3"_s;
-        row("Back") << 4 << 0 << u"3: 3 to 0"_s;
-        row("no visual") << 4 << 1 << u"3: 3 to 0"_s;
-        row("an empty slot is dragged") << 3 << 2 << u"3: 2 to 1"_s;
-        row("Back is dragged") << 0 << 2 << u"3: 0 to 1"_s;
-    }
+    QTest::newRow("an empty slot") << true << 4 << 2 << u"3: 3 to 1"_s;
+    QTest::newRow("an empty slot, icons") << false << 4 << 2 << u"3: 3 to 1"_s;
+    QTest::newRow("an occupied slot") << true << 4 << 6 << u"3: 3 to 5"_s;
+    QTest::newRow("itself") << true << 4 << 4 << u"3: 3 to 3"_s;
+    QTest::newRow("Back") << true << 4 << 0 << u"3: 3 to 0"_s;
+    QTest::newRow("Back, icons") << false << 4 << 0 << u"3: 3 to 0"_s;
+    QTest::newRow("no visual") << true << 4 << 1 << u"3: 3 to 0"_s;
+    QTest::newRow("an empty slot is dragged") << true << 3 << 2 << u"3: 2 to 1"_s;
+    QTest::newRow("Back is dragged") << true << 0 << 2 << u"3: 0 to 1"_s;
 }
 
 void tst_UIControllerMove::rowsAreDropped()
