@@ -15,8 +15,8 @@ from stage.waiting import wait_for
 
 ENDS = {"shutdown": 'Server "{}" was shut down.', "end-stream": "",
         "reset-stream": "Network error: "}
-# Between the losses of two silent servers, so that the next operation can begin.
-STAGGER = 12.0
+# After 121 ticks of 250 ms without an announcement a server is lost.
+SILENCE = 30.25
 
 
 class Losses(EndToEndCase):
@@ -28,14 +28,14 @@ class Losses(EndToEndCase):
         self.operations = (self.remove, self.move, self.upload)
         self.large = self.folder / "Large.bin"
         with self.large.open("wb") as file:
-            file.truncate(64 << 20)
+            file.truncate(1 << 30)
 
     def guest(self):
         self.guests += 1
         name = f"Guest {self.guests}"
         lay_out(self.folder / name, clips(0, (1, 2, 3)))
         return self.serve(f"127.70.6.{10 + self.guests}", name,
-                          "--stall", "--bandwidth", "200000")
+                          "--stall", "--bandwidth", "4000000")
 
     # -- operations that do not end by themselves
 
@@ -92,13 +92,18 @@ class Losses(EndToEndCase):
         silent = [self.guest() for _ in self.operations]
         self.program = self.start_program()
         _, self.bank = self.show(self.program, self.left, silent[-1])
-        for number, guest in enumerate(silent):
-            timer = threading.Timer(STAGGER * number, guest.tell, ("silence",))
-            self.addCleanup(timer.cancel)
-            timer.start()
         rest = [(way, operation) for operation in self.operations for way in ENDS]
         begin = time.monotonic()
-        while rest and time.monotonic() - begin < 10:
+        self.lose(*rest.pop(), self.guest())
+        pace = time.monotonic() - begin
+        # The silent ones are lost one after the other, with time for an operation between them;
+        # the wait for the first is spent on others.
+        for number, guest in enumerate(silent):
+            timer = threading.Timer(3 * pace * number, guest.tell, ("silence",))
+            self.addCleanup(timer.cancel)
+            timer.start()
+        begin = time.monotonic()
+        while rest and time.monotonic() - begin < SILENCE - 5 * pace:
             self.lose(*rest.pop(), self.guest())
         for operation, guest in zip(self.operations, silent):
             before = self.begin(operation, guest)
