@@ -49,6 +49,7 @@ private slots:
     void aResultForASlotNotInTheListEndsAFullTaskAgain();
     void aSecondResultAfterTheEndChangesNothing();
     void aVisualGivenTwiceLeavesTheNextOneTwiceInTheQueue();
+    void theFirstOfTwoEqualEntriesTakesTheResults();
     void aFailureStaysOneWhateverComesLater();
     void aResultOfAnotherServerIsLoggedAndChangesNothing();
 
@@ -258,6 +259,18 @@ void tst_RemoveTask::aVisualGivenTwiceLeavesTheNextOneTwiceInTheQueue()
     QVERIFY(rig->settle());
     QCOMPARE(rig->server.visuals(PlayedServer::Remove), (Visuals{{3, 1}, {3, 2}, {3, 2}}));
     QCOMPARE(rig->finished->size(), 1);
+}
+
+void tst_RemoveTask::theFirstOfTwoEqualEntriesTakesTheResults()
+{
+    rig->server.refuse("no");
+    rig->start<RemoveTask>(Visuals{{3, 1}, {3, 2}, {3, 1}});
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QCOMPARE(rig->task->errorMessage(), u"Failed to remove 2 visuals from a total of 3."_s);
+    QCOMPARE(
+        rig->task->errorDetails(),
+        (QStringList{u"Remove visual 001 in folder 003 on server \"Stage left\" failed: no."_s,
+                     u"Remove visual 002 in folder 003 on server \"Stage left\" failed: no."_s}));
 }
 
 void tst_RemoveTask::aFailureStaysOneWhateverComesLater()
