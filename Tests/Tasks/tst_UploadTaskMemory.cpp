@@ -67,7 +67,7 @@ private slots:
 
 void tst_UploadTaskMemory::aLargeFileGoesThroughFlatMemoryAndStopsAtTheCancel()
 {
-    constexpr qint64 size = 256 * mebibyte;
+    constexpr qint64 size = 128 * mebibyte;
     const QTemporaryDir directory;
     QFile large(directory.filePath(u"large.mov"_s));
     QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(size));
