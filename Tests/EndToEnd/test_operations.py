@@ -9,7 +9,7 @@ import unittest
 from stage.banks import SLOTS
 from stage.case import SANITIZED, EndToEndCase
 from stage.library import CYAN, GREEN, MAGENTA, clips, lay_out, picture
-from stage.program import press, write
+from stage.program import click, press, write
 from stage.waiting import wait_for
 
 
@@ -186,6 +186,26 @@ class Upload(Operations):
         if not SANITIZED:
             self.assertLess(growth, 40)
         self.assertEqual(self.left.files(), before)
+        self.end()
+
+    def test_a_file_with_an_odd_name_is_picked_and_arrives(self):
+        documents = self.folder / "home" / "Documents"
+        documents.mkdir(parents=True)
+        name = 'Bühne "舞台"\n' + "x" * 200 + ".bin"
+        (documents / name).write_text("content")
+        self.stage(clips(0, (1,)))
+        self.open_folder(0)
+        self.bank.select(6)
+        self.bank.upload()
+        dialog = self.program.wait_for_dialog("Select file for upload")
+        cell = wait_for(lambda: dialog.find("table cell", name), "the file in the list")
+        self.keep_picture("list")
+        click(cell.center(), 2)
+        wait_for(lambda: (0, 5) in self.left.slots(), "the file on the server")
+        self.assertEqual([path.read_text() for path in (self.left.library / "000/005").iterdir()],
+                         ["content"])
+        sent = [line for line in self.left.requests() if "upload.html" in line]
+        self.assertIn('visualFile=Bühne %22舞台%22%0A' + "x" * 200 + ".bin&", sent[0])
         self.end()
 
     def test_a_refused_upload_is_told(self):
