@@ -301,7 +301,6 @@ void UIController::refreshServerLists()
         updateSyncWarning();
     else
         updateSameMarks();
-    bringBanksToOneLevel();
     emit serverContentChanged(bankA->currentServerUuid());
     emit serverContentChanged(bankB->currentServerUuid());
     updateTransferButtons();
@@ -332,7 +331,6 @@ void UIController::serverSelectionChanged(ServerDeck serverDeck, const QUuid &se
     if (serverDeck == ServerDeckA)
         refreshBankBServers();
     updateSameMarks();
-    bringBanksToOneLevel();
     redrawBanks();
     updateTransferButtons();
 }

@@ -154,7 +154,6 @@ private:
     void startTask(TaskBase *task);
 
     void updateSameMarks();
-    void bringBanksToOneLevel();
     void updateSyncWarning();
     void redrawBanks();
     void setIconSize(int index);

@@ -26,22 +26,6 @@ void UIController::updateSameMarks()
         bankB->sameMarks = marks;
 }
 
-/// A bank without a server falls back to the folders alone. When it has one again it stands where
-/// the other does, or else its rows would have the marks and the selection of another level.
-void UIController::bringBanksToOneLevel()
-{
-    const int folder = model->selectedFolder;
-    const auto isApart = [folder](const BVServerBank *bank) {
-        return !bank->currentServerUuid().isNull() && bank->currentFolder != folder;
-    };
-    if (!isApart(bankA) && !isApart(bankB))
-        return;
-    const bool differs = !LibraryComparison::folderNamesEqual(bankA->currentServer(),
-                                                              bankB->currentServer(), folder);
-    bankA->enterFolder(folder, differs);
-    bankB->enterFolder(folder, differs);
-}
-
 void UIController::updateSyncWarning()
 {
     const Server &serverA = bankA->currentServer();

@@ -69,17 +69,12 @@ void BVServerBank::rebuildFolderList()
 
 void BVServerBank::showFolder(int folderSlot, bool red)
 {
-    enterFolder(folderSlot, red);
+    currentFolder = folderSlot;
+    folderNameDiffers = red;
     if (currentServerUuid().isNull())
         return;
     ui->mediaListWidget->scrollToTop();
     refreshFolder();
-}
-
-void BVServerBank::enterFolder(int folderSlot, bool red)
-{
-    currentFolder = folderSlot;
-    folderNameDiffers = red;
 }
 
 void BVServerBank::refreshFolder()

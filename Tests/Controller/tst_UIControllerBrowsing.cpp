@@ -63,8 +63,6 @@ private slots:
     void aSingleServerHasNoRedHeader();
     void bothBanksChangeLevelTogether();
     void aChangeOfServerStaysInTheFolder();
-    void aBankWithANewServerJoinsTheOtherInItsFolder();
-    void aBankWithItsFirstServerJoinsTheOtherInItsFolder();
     void selectionIsMirroredByRow();
     void rowsPastTheEndAreNotMirrored();
     void scrollingIsLinked();
@@ -177,42 +175,6 @@ void tst_UIControllerBrowsing::aChangeOfServerStaysInTheFolder()
     QCOMPARE(rig.bankA().currentFolder, 3);
     QVERIFY(rig.bankA().sameMarks.all());
     QCOMPARE(listOf(rig.bankA()).item(4)->text(), u"003: Sunset"_s);
-}
-
-void tst_UIControllerBrowsing::aBankWithANewServerJoinsTheOtherInItsFolder()
-{
-    const Server sample = sampleServer(u"x"_s, u"127.60.5.1"_s);
-    QList<MediaFolder> others = sample.folders;
-    others[3] = folder(3, u"Other"_s, {visual(3, u"Sunset"_s, 3)});
-    BrowsingStage stage(sample.folders, others);
-    stage.rig.controller().folderChanged(3);
-    stage.rig.controller().removeServer(stage.two.uuid);
-    QCOMPARE(stage.rig.bankA().currentFolder, 3);
-    QCOMPARE(stage.rig.bankB().currentFolder, -1);
-
-    stage.rig.connectServer(stage.two);
-    ControllerRig::choose(stage.rig.bankB(), u"Two"_s);
-    for (const BVServerBank *const bank : {&stage.rig.bankA(), &stage.rig.bankB()}) {
-        QCOMPARE(bank->currentFolder, 3);
-        QCOMPARE(listOf(*bank).count(), 257);
-        QCOMPARE(differences(bank->sameMarks), QList<int>{5});
-        QVERIFY(headerOf(*bank).contains(u"#FF0000"_s));
-    }
-}
-
-void tst_UIControllerBrowsing::aBankWithItsFirstServerJoinsTheOtherInItsFolder()
-{
-    WindowRig rig;
-    const Server one = sampleServer(u"One"_s, u"127.60.5.1"_s);
-    rig.connectServer(one);
-    rig.controller().folderChanged(3);
-    rig.connectServer(one); // any refresh of the lists
-    QCOMPARE(rig.bankB().currentFolder, -1);
-    rig.connectServer(sampleServer(u"Two"_s, u"127.60.5.2"_s));
-    QCOMPARE(rig.bankA().currentFolder, 3);
-    QCOMPARE(rig.bankB().currentFolder, 3);
-    QCOMPARE(listOf(rig.bankB()).count(), 257);
-    QCOMPARE(headerOf(rig.bankB()), u"Library > Stage"_s);
 }
 
 void tst_UIControllerBrowsing::selectionIsMirroredByRow()
