@@ -62,9 +62,9 @@ class LargestSync(EndToEndCase):
         orders = destination.commands(1)
         self.assertEqual(len(set(orders)), FOLDERS * VISUALS)
         self.assertEqual(len(destination.commands(5)), renames)
+        # The time is printed and not held: how fast a machine is says nothing about the program.
         if not SANITIZED:
             self.assertLess(peak, 150)
-            self.assertLess(end - begin, 30)
         self.end_program(program)
 
 
