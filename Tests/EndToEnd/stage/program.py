@@ -141,8 +141,10 @@ class Program:
 
     def application(self):
         import pyatspi
-        for node in pyatspi.Registry.getDesktop(0):
+        desktop = pyatspi.Registry.getDesktop(0)
+        for index in range(desktop.childCount):
             try:
+                node = desktop.getChildAtIndex(index)
                 if node is not None and node.get_process_id() == self.process.pid:
                     return Widget(node)
             except GLib.Error:  # an earlier program that is still listed
