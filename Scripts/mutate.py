@@ -88,11 +88,11 @@ def read_table(path):
     return faults
 
 
-def read_tables(names, part_of_title):
+def read_tables(names, title):
     faults = []
     for name in names or sorted(path.stem for path in TABLES.glob("*.txt")):
         faults += read_table(TABLES / f"{name}.txt")
-    return [fault for fault in faults if part_of_title.lower() in fault.title.lower()]
+    return [fault for fault in faults if re.search(title, fault.title, re.IGNORECASE)]
 
 
 def tree_files():
@@ -248,10 +248,16 @@ def check_without_faults(workshop, tests):
             raise TableError(f"fails without a fault: {failure}")
 
 
-def plant_all(workshops, faults):
-    """Yields each fault with its outcome and its seconds, in the order in which they are known."""
+def plant_all(workshops, tests, faults):
+    """Yields each fault with its outcome and its seconds, in the order in which they are known.
+
+    Only the first workshop is prepared; the others join when they are.
+    """
     free = queue.SimpleQueue()
-    for workshop in workshops:
+    free.put(workshops[0])
+
+    def join(workshop):
+        workshop.prepare(tests)
         free.put(workshop)
 
     def work(fault):
@@ -264,8 +270,11 @@ def plant_all(workshops, faults):
 
     pool = concurrent.futures.ThreadPoolExecutor(len(workshops))
     try:
+        joining = [pool.submit(join, workshop) for workshop in workshops[1:]]
         for future in concurrent.futures.as_completed([pool.submit(work, f) for f in faults]):
             yield future.result()
+        for future in joining:
+            future.result()
     finally:
         pool.shutdown(cancel_futures=True)
 
@@ -284,7 +293,7 @@ def print_counts(results):
 def arguments():
     parser = argparse.ArgumentParser(prog="mutate.sh", description=__doc__.splitlines()[0])
     parser.add_argument("tables", nargs="*", help="names of tables in Scripts/mutations; all if none")
-    parser.add_argument("--fault", default="", help="only faults whose title contains this")
+    parser.add_argument("--fault", default="", metavar="REGEX", help="only faults with such a title")
     parser.add_argument("--list", action="store_true", help="only list the faults")
     parser.add_argument("--jobs", type=int, default=1, help="copies of the tree to work in at once")
     return parser.parse_args()
@@ -310,14 +319,13 @@ def run(options):
     except BlockingIOError:
         raise TableError("another run is at work in build/mutate") from None
     workshops = [Workshop(number, network) for number in range(1, options.jobs + 1)]
-    for workshop in workshops:
-        workshop.prepare(tests)
+    workshops[0].prepare(tests)
     check_without_faults(workshops[0], tests)
     print(f"built, and {len(tests)} tests pass without a fault: {time.monotonic() - began:.0f} s",
           flush=True)
 
     results = []
-    for result in plant_all(workshops, faults):
+    for result in plant_all(workshops, tests, faults):
         results.append(result)
         fault, state, detail, seconds = result
         print(f"{fault.table}: {fault.title}\n    {state}: {detail} ({seconds:.0f} s)", flush=True)

@@ -315,6 +315,11 @@ void tst_UIControllerRegistry::ratesAreShownByTheBankOfTheServer()
     QVERIFY(record.hasFpsStats && record.isFullScreen);
     QCOMPARE(record.monitorFps, 30.0F);
 
+    one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5,"TFPS":25.25})"));
+    QTRY_COMPARE_WITH_TIMEOUT(label(rig.bankA(), "cpuValueLabel"), u"24.50"_s, 10000);
+    QCOMPARE(label(rig.bankA(), "gpuValueLabel"), u"25.25"_s);
+    QCOMPARE(label(rig.bankB(), "cpuValueLabel"), u"59.50"_s);
+
     rig.controller().removeServer(two.uuid);
     QCOMPARE(label(rig.bankB(), "serverStatusLabel"), u"Disconnected"_s);
     QCOMPARE(label(rig.bankB(), "cpuValueLabel"), u"0.00"_s);
