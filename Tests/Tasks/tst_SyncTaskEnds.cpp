@@ -63,10 +63,12 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
     QCOMPARE(rig.finished->size(), 1);
 
     // The removal on the wire completes on the server, and its result still finds the task.
+    QSignalSpy removed(&rig.service, &ServerConnectionService::visualRemoveFinished);
     rig.destination.accept();
     rig.destination.wire.requests("/brenvoka/execute.html")
         .last()
         .answer(R"({"msg_type":7,"RESULT":0})");
+    QVERIFY(removed.wait(10000));
     QVERIFY(rig.settle());
     QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
     QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);

@@ -26,6 +26,7 @@ private slots:
     void markFillsTheLowerRightQuarter_data();
     void markFillsTheLowerRightQuarter();
     void headerRowsHaveNoMark();
+    void aVisualKeepsTheFirstPictureOfItsSlot();
 
 private:
     /// The row's picture, at its own size.
@@ -122,6 +123,28 @@ void tst_BVServerBankMarks::headerRowsHaveNoMark()
     QCOMPARE(picture(rig.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
     QCOMPARE(picture(rig.bankA(), 1), QPixmap::fromImage(icon(u"no_visual.png"_s)).toImage());
     QCOMPARE(picture(rig.bankA(), 2), marked(icon(u"background.png"_s), u"yes.png"_s));
+}
+
+void tst_BVServerBankMarks::aVisualKeepsTheFirstPictureOfItsSlot()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.12"_s));
+    BVServerBank &bank = rig.bankA();
+    rig.controller().folderChanged(3);
+    QPixmapCache::clear();
+    QPixmap own(64, 48);
+    own.fill(Qt::magenta);
+    QPixmap other(64, 48);
+    other.fill(Qt::green);
+    QList<QPixmap> pixmaps(256, other);
+    pixmaps[3] = own;
+
+    bank.folderChanged(3, pixmaps);
+    QCOMPARE(picture(bank, 4), marked(own.toImage(), u"yes.png"_s));
+    QCOMPARE(picture(bank, 6), marked(other.toImage(), u"yes.png"_s));
+    // It is remembered with its file: what a later download brings is not looked at.
+    bank.folderChanged(3, QList<QPixmap>(256, other));
+    QCOMPARE(picture(bank, 4), marked(own.toImage(), u"yes.png"_s));
 }
 
 QTEST_MAIN(tst_BVServerBankMarks)
