@@ -77,7 +77,9 @@ class Bank:
 
     @steady
     def row(self, index):
-        return self.list.children()[index]
+        rows = wait_for(lambda: [all_rows for all_rows in [self.list.children()]
+                                 if index < len(all_rows)], f"row {index}")[0]
+        return rows[index]
 
     @steady
     def place(self, index):
