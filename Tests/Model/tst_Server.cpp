@@ -151,9 +151,9 @@ void tst_Server::addedConnectionsGoToTheEndAndMayRepeat()
 {
     Server server;
     server.addConnection(first, 24);
-    server.addConnection(second, 24);
     server.addConnection(first, 24);
-    QCOMPARE(server.connections, QList<ServerConnection>({{first, 24}, {second, 24}, {first, 24}}));
+    server.addConnection(second, 24);
+    QCOMPARE(server.connections, QList<ServerConnection>({{first, 24}, {first, 24}, {second, 24}}));
 }
 
 void tst_Server::removesTheFirstThatMatchesInBoth()
