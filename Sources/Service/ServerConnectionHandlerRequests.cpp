@@ -171,6 +171,8 @@ void ServerConnectionHandler::uploadProgress(qlonglong bytesSent, qlonglong byte
     emit uploadedFileProgress(uuid, static_cast<int>(share * 100.0));
 }
 
+/// The reply is deleted by its `finished`, which a deletion from here could forestall: Qt reports
+/// the two in different turns of the event loop.
 void ServerConnectionHandler::uploadError(QNetworkReply::NetworkError error)
 {
     const DeletionDelay::Scope scope(deletionDelay);
@@ -178,8 +180,7 @@ void ServerConnectionHandler::uploadError(QNetworkReply::NetworkError error)
     if (uploadReply == nullptr) {
         return;
     }
-    QNetworkReply *reply = std::exchange(uploadReply, nullptr);
-    deletionDelay.release(reply);
+    const QNetworkReply *reply = std::exchange(uploadReply, nullptr);
     emit uploadedFileError(uuid, reply->errorString());
 }
 
