@@ -54,6 +54,11 @@ const Server &ServerBankController::connectedServer(const QUuid &uuid) const
     return uiController->connectedServer(uuid);
 }
 
+bool ServerBankController::isComparing() const
+{
+    return uiController->isComparing();
+}
+
 void ServerBankController::serverItemSelectionChanged()
 {
     emit sendServerItemsSelectionChanged(serverDeck);

@@ -36,6 +36,8 @@ public:
 
     /// UIController's record of that server, or the invalid server.
     [[nodiscard]] const Server &connectedServer(const QUuid &uuid) const;
+    /// Whether both banks show a server.
+    [[nodiscard]] bool isComparing() const;
 
 signals:
     void sendServerItemsSelectionChanged(ServerDeck serverDeck);

@@ -48,6 +48,8 @@ public:
     /// The record of a connected server, else the invalid server. Valid until the next change of
     /// the model.
     [[nodiscard]] const Server &connectedServer(const QUuid &uuid) const;
+    /// Whether both banks show a server, so that there is something to compare.
+    [[nodiscard]] bool isComparing() const;
 
 public slots:
     // The registry of servers.

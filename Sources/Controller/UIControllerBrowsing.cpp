@@ -10,6 +10,11 @@
 #include "UI/BVProgressDialog.h"
 #include "UI/BVServerBank.h"
 
+bool UIController::isComparing() const
+{
+    return !bankA->currentServer().uuid.isNull() && !bankB->currentServer().uuid.isNull();
+}
+
 void UIController::updateSameMarks()
 {
     updateSyncWarning();
@@ -30,8 +35,7 @@ void UIController::updateSyncWarning()
 {
     const Server &serverA = bankA->currentServer();
     const Server &serverB = bankB->currentServer();
-    mainWindow->setSyncWarning(serverA.uuid.isNull() || serverB.uuid.isNull() ||
-                               serverA.hash != serverB.hash);
+    mainWindow->setSyncWarning(!isComparing() || serverA.hash != serverB.hash);
 }
 
 void UIController::folderChanged(int index)

@@ -18,6 +18,7 @@
 #include <QWidget>
 
 #include <memory>
+#include <optional>
 
 class QListWidgetItem;
 class QNetworkAccessManager;
@@ -108,6 +109,10 @@ public:
     /// Whether rows can be dragged, and dropped in this list.
     void setDragDropEnabled(bool enabled);
 
+    /// The mark that is drawn on that row, true for "the same on both servers". None on the two
+    /// rows above the slots and past the end, and none while there are not two servers to compare.
+    [[nodiscard]] std::optional<bool> rowMark(int row) const;
+
     /// Enables the remove and the upload button exactly when a server is selected.
     void updateActionButtons();
     /// Enables the upload button exactly when one slot, empty or not, is selected.
@@ -149,6 +154,7 @@ private:
     [[nodiscard]] int folderPosition(int folderSlot) const;
     [[nodiscard]] QList<VisualRef> visualsOfFolder(int folderSlot, bool onlyExisting) const;
 
+    void clearRows();
     void rebuildFolderList();
     void refreshFolder();
     void showPath(const QString &folderName);
@@ -170,4 +176,7 @@ private:
     ServerDeck serverDeck = ServerDeckA;
     std::unique_ptr<ServerBankController> controller;
     bool folderNameDiffers = false;
+    // Those of the rows on show, which the next ones may already be different from.
+    Marks drawnMarks;
+    bool foldersDrawn = true;
 };

@@ -5,6 +5,7 @@
 
 #include "UI/BVServerBank.h"
 
+#include "Controller/ServerBankController.h"
 #include "Model/Server.h"
 
 #include "ui_BVServerBank.h"
@@ -53,10 +54,26 @@ void BVServerBank::showFolders()
         rebuildFolderList();
 }
 
+void BVServerBank::clearRows()
+{
+    ui->mediaListWidget->clear();
+    drawnMarks = sameMarks;
+    foldersDrawn = currentFolder == -1;
+}
+
+std::optional<bool> BVServerBank::rowMark(int row) const
+{
+    const int number = foldersDrawn ? row : row - 1;
+    const bool marked = number >= (foldersDrawn ? 0 : 1) && row < ui->mediaListWidget->count();
+    if (!marked || !controller || !controller->isComparing())
+        return std::nullopt;
+    return drawnMarks.test(size_t(number));
+}
+
 void BVServerBank::rebuildFolderList()
 {
     setDragDropEnabled(false);
-    ui->mediaListWidget->clear();
+    clearRows();
     const Server &server = currentServer();
     for (int slot = 0; slot < folderCount; ++slot) {
         const int position = folderPosition(slot);
@@ -91,7 +108,7 @@ void BVServerBank::refreshFolder()
     }
 
     showPath(defaultFolderName(currentFolder));
-    ui->mediaListWidget->clear();
+    clearRows();
     addHeaderItems();
     for (int slot = 1; slot < slotCount; ++slot)
         addEmptySlotItem(slot);
@@ -120,7 +137,7 @@ void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pix
         return;
     }
     const MediaFolder folder = currentServer().folderAt(mediaFolderIndex);
-    ui->mediaListWidget->clear();
+    clearRows();
     addHeaderItems();
     for (int slot = 1; slot < slotCount; ++slot) {
         const int index = folder.indexOfSlot(slot);

@@ -3,6 +3,8 @@
 
 #include "UI/MediaListWidget.h"
 
+#include "UI/MediaListAccessible.h"
+
 #include <QDropEvent>
 
 namespace {
@@ -17,6 +19,7 @@ int slotNumber(const QListWidgetItem &item)
 MediaListWidget::MediaListWidget(QWidget *parent)
     : QListWidget(parent)
 {
+    QAccessible::installFactory(&MediaListAccessible::make);
 }
 
 void MediaListWidget::dragMoveEvent(QDragMoveEvent *event)
