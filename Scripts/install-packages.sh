@@ -4,6 +4,7 @@
 #
 # Installs what the program, its tests and the demonstration need on Debian 12 (or a relative with
 # the same package names), and nothing when all of it is there. Elsewhere it says what to install.
+# Arguments name further packages.
 set -euo pipefail
 
 packages=(
@@ -14,9 +15,10 @@ packages=(
     # tests and the demonstration: a virtual display, input events, the accessibility tree, pictures
     xvfb openbox xdotool x11-utils imagemagick
     at-spi2-core dbus dbus-x11 python3 python3-pyatspi
-    curl fonts-dejavu-core
+    curl fonts-dejavu-core fonts-liberation fonts-droid-fallback
     # style and pictures
     clang-format librsvg2-bin
+    "$@"
 )
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
@@ -26,7 +28,7 @@ This machine has no apt-get. Install by hand, then run the command again:
   Qt 6.4 or later: Core, Gui, Widgets, Network, Test, and the xcb and offscreen platform plug-ins
   spdlog 1.10 or later, fmt 9 or later, Boost.Filesystem 1.74 or later, cpp-httplib 0.11 or later
   for tests and the demonstration: Xvfb, openbox, xdotool, xwininfo, ImageMagick, curl, D-Bus,
-  at-spi2-core, Python 3 with pyatspi, DejaVu fonts, rsvg-convert
+  at-spi2-core, Python 3 with pyatspi, DejaVu, Liberation and Droid Fallback fonts, rsvg-convert
 TEXT
     # Whoever installed these already can go on.
     command -v cmake >/dev/null && command -v ninja >/dev/null

@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "Look/Picture.h"
+#include "Support/WindowRig.h"
+
+#include <QComboBox>
+#include <QPushButton>
+
+/// A picture such as a server makes of a visual: sky, sun and hills, in colours of its own.
+[[nodiscard]] QPixmap drawnThumbnail(int number);
+
+/// A server with folders of those names, from slot 0 on. Each holds all titles, from slot 1 on but
+/// for every fifth slot, with a drawn thumbnail in memory.
+[[nodiscard]] Server stageServer(const QString &name, int number, const QStringList &folderNames,
+                                 const QStringList &titles);
+
+/// Another server with the same library but for some folders and slots.
+[[nodiscard]] Server differingServer(const Server &server, const QString &name, int number);
+
+/// A view of the main window by its buttons.
+struct View
+{
+    bool list = true;
+    int size = 1; ///< 0 small, 1 medium, 2 large
+
+    void choose(const BVMainWindow &window) const
+    {
+        const auto click = [&window](const char *name) {
+            window.findChild<QPushButton *>(QLatin1String(name))->click();
+        };
+        click(list ? "listModeButton" : "gridModeButton");
+        click(size == 0 ? "smallSizeButton" : size == 1 ? "mediumSizeButton" : "largeSizeButton");
+    }
+    [[nodiscard]] QString name() const
+    {
+        const QString sizeName = size == 0   ? QStringLiteral("small")
+                                 : size == 1 ? QStringLiteral("medium")
+                                             : QStringLiteral("large");
+        return (list ? QStringLiteral("list-") : QStringLiteral("grid-")) + sizeName;
+    }
+};
+
+/// All six, the lists first.
+[[nodiscard]] QList<View> allViews();
+
+/// The main window on the screen with connected servers, of which the first two are on show.
+class WindowStage final
+{
+public:
+    explicit WindowStage(const QList<Server> &servers, const View &view = {});
+
+    /// Opens a folder in both banks and waits until its rows are there.
+    [[nodiscard]] bool open(int folder);
+
+    [[nodiscard]] QImage picture() { return pictureOf(*rig.window); }
+
+    WindowRig rig;
+};
+
+/// Two usual servers that differ a little.
+[[nodiscard]] QList<Server> usualServers();
