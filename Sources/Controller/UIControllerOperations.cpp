@@ -15,6 +15,7 @@
 
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPointer>
 #include <QPushButton>
@@ -186,6 +187,8 @@ bool UIController::confirmWarning(const QString &text, const QString &title, qui
         new QMessageBox(QMessageBox::Warning, title, text, QMessageBox::Yes | QMessageBox::No,
                         mainWindow, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
     box->setTextFormat(Qt::PlainText);
+    if (auto *const sign = box->findChild<QLabel *>(u"qt_msgboxex_icon_label"_s))
+        sign->setAccessibleName(tr("Warning"));
     box->setDefaultButton(QMessageBox::No);
     box->button(QMessageBox::Yes)->setMinimumWidth(60);
     box->button(QMessageBox::No)->setMinimumWidth(60);

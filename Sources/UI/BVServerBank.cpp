@@ -11,6 +11,7 @@
 
 #include "ui_BVServerBank.h"
 
+#include <QAbstractItemView>
 #include <QScrollBar>
 #include <QSignalBlocker>
 
@@ -125,15 +126,25 @@ void BVServerBank::setServerDeck(ServerDeck deck)
 void BVServerBank::describeControls()
 {
     const QString bank = serverDeck == ServerDeckA ? u"A"_s : u"B"_s;
-    const auto describe = [](QWidget *widget, const QString &text) {
-        widget->setToolTip(text);
-        widget->setAccessibleName(text);
+    const auto describe = [&](QWidget *widget, const QString &name, const QString &toolTip) {
+        widget->setAccessibleName(name.arg(bank));
+        widget->setToolTip(toolTip.arg(bank));
     };
-    describe(ui->serverComboBox, tr("Server of bank %1").arg(bank));
-    describe(ui->mediaListWidget, tr("Library of bank %1").arg(bank));
-    describe(ui->removeButton,
-             tr("Remove the selected visuals from the server of bank %1").arg(bank));
-    describe(ui->addButton, tr("Upload a file to the selected slot of bank %1").arg(bank));
+    const auto describeByName = [&](QWidget *widget, const QString &name) {
+        describe(widget, name, name);
+    };
+    describe(ui->serverComboBox, tr("Server of bank %1"), tr("Choose the server of bank %1"));
+    describe(ui->mediaListWidget, tr("Library of bank %1"), tr("Library of the server in bank %1"));
+    describeByName(ui->removeButton, tr("Remove the selected visuals from the server of bank %1"));
+    describeByName(ui->addButton, tr("Upload a file to the selected slot of bank %1"));
+
+    setAccessibleName(tr("Bank %1").arg(bank));
+    ui->serverComboBox->view()->setAccessibleName(tr("Servers for bank %1").arg(bank));
+    ui->serverTabWidget->setAccessibleName(tr("Content of bank %1").arg(bank));
+    // What they say is their name; the tool tip is read out as their description.
+    ui->serverStatusLabel->setToolTip(tr("Connection to the server of bank %1").arg(bank));
+    ui->gpuValueLabel->setToolTip(tr("GPU frame rate of the server in bank %1").arg(bank));
+    ui->cpuValueLabel->setToolTip(tr("CPU frame rate of the server in bank %1").arg(bank));
 }
 
 void BVServerBank::mirrorBottomRow()

@@ -47,6 +47,7 @@ void BVServerBank::showFolders()
 {
     ui->mediaListFolder->setTextFormat(Qt::PlainText);
     ui->mediaListFolder->setText(tr("Library"));
+    ui->mediaListFolder->setAccessibleDescription({});
     ui->mediaListWidget->clear();
     currentFolder = -1;
     folderNameDiffers = false;
@@ -117,6 +118,10 @@ void BVServerBank::refreshFolder()
 
 void BVServerBank::showPath(const QString &folderName)
 {
+    // The red is not to be seen by everyone.
+    ui->mediaListFolder->setAccessibleDescription(
+        folderNameDiffers ? tr("The servers name this folder differently, or one lacks it")
+                          : QString());
     // The name comes from a server: it must never be read as markup.
     if (folderNameDiffers) {
         ui->mediaListFolder->setTextFormat(Qt::RichText);

@@ -28,6 +28,8 @@ TransferDialog::TransferDialog(QWidget *parent)
     useDarkBase(*ui->progressBar);
     useDarkBase(*ui->ckAutoScroll);
     ui->statusList->setColumnCount(2);
+    // Not on show; a screen reader tells by them what a cell is about.
+    ui->statusList->setHorizontalHeaderLabels({tr("Visual"), tr("State")});
     ui->statusList->horizontalHeader()->setSectionResizeMode(labelColumn, QHeaderView::Stretch);
     connect(ui->cancelSync, &QPushButton::clicked, this, &TransferDialog::onCancelSync);
 }

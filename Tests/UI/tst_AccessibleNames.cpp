@@ -1,0 +1,345 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/ModalDriver.h"
+#include "Support/WindowRig.h"
+#include "UI/BVProgressDialog.h"
+#include "UI/ErrorMessageDialog.h"
+#include "UI/TransferDialog.h"
+
+#include <QAbstractButton>
+#include <QAccessible>
+#include <QAction>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QPushButton>
+
+#include <optional>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// A window's tree as a screen reader walks it, and what is missing there.
+class Walk final
+{
+public:
+    explicit Walk(QWidget &window) { visit(*QAccessible::queryAccessibleInterface(&window)); }
+
+    int nodes = 0;
+    QString missing;     ///< one line for each name or tool tip that should be there
+    QStringList sayings; ///< name and description of everything
+
+private:
+    void visit(QAccessibleInterface &node)
+    {
+        ++nodes;
+        const QString name = node.text(QAccessible::Name);
+        sayings.append(name + u" | "_s + node.text(QAccessible::Description));
+        if (name.trimmed().isEmpty() && !isStructure(node))
+            missing += label(node) + u": no name\n"_s;
+        if (needsToolTip(node) && static_cast<QWidget *>(node.object())->toolTip().isEmpty())
+            missing += label(node) + u": no tool tip\n"_s;
+        for (int number = 0; number < node.childCount(); ++number)
+            visit(*node.child(number));
+    }
+
+    static QString label(const QAccessibleInterface &node)
+    {
+        const QString role = QString::number(node.role(), 16);
+        return node.object() ? node.object()->objectName() + u" of role "_s + role : role;
+    }
+
+    /// What only holds other things together, and scroll bars, which the keys do without.
+    static bool isStructure(const QAccessibleInterface &node)
+    {
+        switch (node.role()) {
+        case QAccessible::Client:
+        case QAccessible::LayeredPane:
+        case QAccessible::Pane:
+        case QAccessible::MenuBar:
+        case QAccessible::PopupMenu:
+        case QAccessible::ScrollBar:
+            return !node.state().focusable;
+        case QAccessible::Grouping:
+            return qobject_cast<QDialogButtonBox *>(node.object());
+        default:
+            return false;
+        }
+    }
+
+    /// What is on show and has no text that says what it is.
+    static bool needsToolTip(const QAccessibleInterface &node)
+    {
+        if (!qobject_cast<QWidget *>(node.object()) || node.state().invisible)
+            return false;
+        if (const auto *const button = qobject_cast<QAbstractButton *>(node.object()))
+            return button->text().isEmpty();
+        switch (node.role()) {
+        case QAccessible::ComboBox:
+        case QAccessible::EditableText:
+        case QAccessible::List:
+        case QAccessible::ProgressBar:
+        case QAccessible::Table:
+            return true;
+        default:
+            return false;
+        }
+    }
+};
+
+QString missingOnScreen()
+{
+    QString missing;
+    for (QWidget *const window : QApplication::topLevelWidgets()) {
+        if (window->isVisible())
+            missing += Walk(*window).missing;
+    }
+    return missing;
+}
+
+/// Two servers that differ in folder 2's name and in slot 5 of folder 3.
+class Stage final
+{
+public:
+    Stage()
+    {
+        rig.connectServer(sampleServer(u"Stage left"_s, u"127.51.1.1"_s));
+        Server right = sampleServer(u"Stage right"_s, u"127.51.1.2"_s);
+        right.hash = hashOf(2);
+        right.folders[2].name = u"Pictures"_s;
+        right.folders[3].files.removeLast();
+        rig.connectServer(right);
+        rig.model.warningLevel = 15;
+    }
+
+    WindowRig rig;
+};
+
+} // namespace
+
+/// That nothing which can be operated, or which tells something, is left without a name.
+class tst_AccessibleNames final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void whatIsMissingIsSeen();
+    void windowHasItsNames_data();
+    void windowHasItsNames();
+    void controlsOfABankNameTheirBank();
+    void redHeaderIsDescribed();
+    void labelsSayWhichServerTheySpeakOf();
+    void transferDialogHasItsNames();
+    void progressDialogHasItsNames();
+    void errorDialogHasItsNames();
+    void preferencesHaveTheirNames();
+    void aboutDialogHasItsNames();
+    void warningsHaveTheirNames_data();
+    void warningsHaveTheirNames();
+};
+
+void tst_AccessibleNames::whatIsMissingIsSeen()
+{
+    const WindowRig rig;
+    QVERIFY(rig.window->centralWidget());
+    QCOMPARE(Walk(*rig.window).missing, QString());
+    auto *const nameless = new QPushButton(rig.window->centralWidget());
+    nameless->setObjectName(u"nameless"_s);
+    nameless->show();
+    rig.find<QPushButton>("leftToRightButton").setAccessibleName({});
+    listOf(rig.bankB()).setAccessibleName(u" "_s);
+    rig.window->show();
+    const QStringList missing = Walk(*rig.window).missing.split(u'\n', Qt::SkipEmptyParts);
+    for (const QString &line :
+         {u"nameless of role 2b: no name"_s, u"nameless of role 2b: no tool tip"_s,
+          u"leftToRightButton of role 2b: no name"_s, u"mediaListWidget of role 21: no name"_s})
+        QVERIFY2(missing.contains(line), qPrintable(line));
+    QCOMPARE(missing.size(), 4);
+}
+
+void tst_AccessibleNames::windowHasItsNames_data()
+{
+    QTest::addColumn<int>("servers");
+    QTest::addColumn<int>("folderSlot");
+    QTest::addColumn<int>("rows");
+    QTest::newRow("no server") << 0 << -1 << 0;
+    QTest::newRow("one server, folders") << 1 << -1 << 256;
+    QTest::newRow("one server, slots") << 1 << 3 << 257;
+    QTest::newRow("two servers, folders") << 2 << -1 << 512;
+    QTest::newRow("two servers, slots") << 2 << 3 << 514;
+    QTest::newRow("two servers, names differ") << 2 << 2 << 514;
+    QTest::newRow("two servers, a folder that neither has") << 2 << 200 << 514;
+}
+
+void tst_AccessibleNames::windowHasItsNames()
+{
+    QFETCH(const int, servers);
+    QFETCH(const int, folderSlot);
+    QFETCH(const int, rows);
+    Stage stage;
+    while (stage.rig.model.connectedServersWithLibrary().size() > servers)
+        stage.rig.controller().removeServer(
+            stage.rig.model.connectedServersWithLibrary().constLast());
+    if (folderSlot != -1)
+        stage.rig.controller().folderChanged(folderSlot);
+    QVERIFY(stage.rig.show());
+    const Walk walk(*stage.rig.window);
+    QCOMPARE(walk.missing, QString());
+    QVERIFY(walk.nodes > rows + 50);
+}
+
+void tst_AccessibleNames::controlsOfABankNameTheirBank()
+{
+    Stage stage;
+    for (const bool first : {true, false}) {
+        BVServerBank &bank = first ? stage.rig.bankA() : stage.rig.bankB();
+        const QString own = first ? u"bank A"_s : u"bank B"_s;
+        const QString other = first ? u"bank B"_s : u"bank A"_s;
+        QCOMPARE(bank.accessibleName().toLower(), own.toLower());
+        const Walk walk(bank);
+        QVERIFY(walk.sayings.filter(other, Qt::CaseInsensitive).isEmpty());
+        for (const char *name : {"serverComboBox", "serverStatusLabel", "mediaListWidget",
+                                 "removeButton", "addButton", "gpuValueLabel", "cpuValueLabel"}) {
+            auto &widget = childOf<QWidget>(bank, name);
+            const auto &node = *QAccessible::queryAccessibleInterface(&widget);
+            QVERIFY2(node.text(QAccessible::Description).contains(own), name);
+        }
+    }
+    // Those between the banks name both, and which of the two is changed.
+    for (const char *name : {"leftToRightButton", "rightToLeftButton"}) {
+        const QString tip = stage.rig.find<QPushButton>(name).toolTip();
+        const bool toB = QLatin1StringView(name) == "leftToRightButton"_L1;
+        QVERIFY(tip.indexOf(toB ? u"bank B" : u"bank A") <
+                tip.indexOf(toB ? u"bank A" : u"bank B"));
+    }
+}
+
+void tst_AccessibleNames::redHeaderIsDescribed()
+{
+    Stage stage;
+    const auto described = [&] {
+        auto &header = childOf<QLabel>(stage.rig.bankB(), "mediaListFolder");
+        return QAccessible::queryAccessibleInterface(&header)->text(QAccessible::Description);
+    };
+    QCOMPARE(described(), QString());
+    stage.rig.controller().folderChanged(2);
+    QCOMPARE(described(), u"The servers name this folder differently, or one lacks it"_s);
+    stage.rig.controller().folderChanged(3);
+    QCOMPARE(described(), QString());
+    stage.rig.controller().folderChanged(2);
+    stage.rig.controller().backToFolders();
+    QCOMPARE(described(), QString());
+}
+
+void tst_AccessibleNames::labelsSayWhichServerTheySpeakOf()
+{
+    Stage stage;
+    BVServerBank &bank = stage.rig.bankA();
+    bank.setConnectionStatus(true, 25, 50);
+    const Walk walk(bank);
+    for (const QString &saying : {u"Connected | Connection to the server of bank A"_s,
+                                  u"25.00 | CPU frame rate of the server in bank A"_s,
+                                  u"50.00 | GPU frame rate of the server in bank A"_s})
+        QVERIFY2(walk.sayings.contains(saying), qPrintable(saying));
+}
+
+void tst_AccessibleNames::transferDialogHasItsNames()
+{
+    TransferDialog dialog(nullptr);
+    for (int slot = 1; slot <= 5; ++slot)
+        dialog.addTransfer(3, slot, u"Stage - Visual "_s);
+    dialog.updateTransfer(3, 2, 40, Brenvoka::SyncTransferring);
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    const Walk walk(dialog);
+    QCOMPARE(walk.missing, QString());
+    QCOMPARE(walk.sayings.filter(u"Stage - Visual"_s).size(), 5);
+    QVERIFY(walk.sayings.contains(u"Visual | "_s) && walk.sayings.contains(u"State | "_s));
+    QVERIFY(walk.sayings.contains(u"40% | "_s));
+}
+
+void tst_AccessibleNames::progressDialogHasItsNames()
+{
+    BVProgressDialog dialog(u"Removing visuals"_s, true, nullptr);
+    dialog.addSteps(3, false);
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    const Walk walk(dialog);
+    QCOMPARE(walk.missing, QString());
+    QVERIFY(walk.sayings.contains(u"Removing visuals | "_s));
+    QVERIFY(!walk.sayings.filter(u"Progress | "_s).isEmpty());
+}
+
+void tst_AccessibleNames::errorDialogHasItsNames()
+{
+    ErrorMessageDialog dialog(nullptr);
+    dialog.displayErrorMessage(u"Nothing works"_s, {u"first"_s, u"second"_s});
+    dialog.show();
+    dialog.findChild<QPushButton *>(u"errorDetails"_s)->click();
+    QVERIFY(dialog.findChild<QWidget *>(u"errorDetailsList"_s)->isVisible());
+    const Walk walk(dialog);
+    QCOMPARE(walk.missing, QString());
+    QVERIFY(walk.sayings.contains(u"Nothing works | "_s));
+}
+
+void tst_AccessibleNames::preferencesHaveTheirNames()
+{
+    const WindowRig rig;
+    QString missing = u"never shown"_s;
+    ModalDriver modals;
+    modals.answer([&](QDialog &dialog) {
+        missing = missingOnScreen();
+        dialog.reject();
+    });
+    rig.window->openPreferences();
+    QCOMPARE(missing, QString());
+}
+
+void tst_AccessibleNames::aboutDialogHasItsNames()
+{
+    const WindowRig rig;
+    QString missing = u"never shown"_s;
+    ModalDriver modals;
+    modals.answer([&](QDialog &dialog) {
+        missing = missingOnScreen();
+        dialog.reject();
+    });
+    rig.find<QAction>("actionAbout").trigger();
+    QCOMPARE(missing, QString());
+}
+
+void tst_AccessibleNames::warningsHaveTheirNames_data()
+{
+    QTest::addColumn<QString>("title");
+    QTest::newRow("removeButton") << u"Visual remove"_s;
+    QTest::newRow("addButton") << u"Visual upload"_s;
+    QTest::newRow("rightToLeftButton") << u"Visual synchronize"_s;
+}
+
+void tst_AccessibleNames::warningsHaveTheirNames()
+{
+    QFETCH(const QString, title);
+    Stage stage;
+    QVERIFY(stage.rig.show());
+    stage.rig.controller().folderChanged(3);
+    clickRow(stage.rig.bankA(), 6);
+
+    std::optional<Walk> walk;
+    ModalDriver modals;
+    modals.answer([&](QDialog &dialog) {
+        walk.emplace(dialog);
+        dialog.reject();
+    });
+    stage.rig.find<QPushButton>(QTest::currentDataTag()).click();
+    QVERIFY(walk);
+    QCOMPARE(walk->missing, QString());
+    QVERIFY(walk->sayings.contains(u"Warning | "_s));
+    QCOMPARE(modals.seen().constLast().title, title);
+}
+
+QTEST_MAIN(tst_AccessibleNames)
+#include "tst_AccessibleNames.moc"
