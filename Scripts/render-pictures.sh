@@ -1,24 +1,85 @@
 #!/usr/bin/env bash
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
-
-# Renders the drawings of Bin/bitmap/drawings to the PNG files that Resources.qrc names.
-# Needs rsvg-convert (Debian: librsvg2-bin). The PNG files are committed, so that a build needs
-# neither this script nor the tool.
-
+#
+#   Scripts/render-pictures.sh            renders the drawings of Bin/bitmap/drawings to PNG files
+#   Scripts/render-pictures.sh --check    says what does not belong together: a PNG file that is not
+#                                         what its drawing renders to, a file without the other, and
+#                                         a picture that Resources.qrc does not name or names in vain
+#
+# The PNG files are committed, so that a build needs neither this script nor its tools: rsvg-convert
+# and ImageMagick (Debian: librsvg2-bin, imagemagick).
 set -euo pipefail
 cd "$(dirname "$0")/../Bin/bitmap"
 
-# Pictures that are shown as icons come in double density too; those that others are painted on,
-# or that are painted themselves, in single density only.
-double_density='^(back|grid.*|image.*|leftToRight|list.*|remove|rightToLeft|upload)$'
+# Where Qt chooses the file by itself: in icons and in the style sheet. The others are painted on,
+# or painted themselves, pixel by pixel.
+double_density='^(back|combobox-arrows|grid.*|image.*|leftToRight|list.*|remove|rightToLeft|unsynced|upload|zorvikLogo)$'
+# Renderers may round an edge's colour differently, by less than anyone sees.
+tolerance=2%
 
-for drawing in drawings/*.svg; do
-    name=$(basename "$drawing" .svg)
-    folder=icons
-    [[ $name == zorvikLogo ]] && folder=bitmaps
-    rsvg-convert "$drawing" --output "$folder/$name.png"
-    if [[ $name =~ $double_density ]]; then
-        rsvg-convert --zoom 2 "$drawing" --output "$folder/$name@2x.png"
-    fi
-done
+# render ZOOM DRAWING PNG: 8-bit RGBA, without dates and texts.
+render() {
+    rsvg-convert --zoom "$1" "$2" |
+        convert png:- -strip -define png:compression-level=9 -define png:exclude-chunks=all "PNG32:$3"
+}
+
+# render_all FOLDER: renders every drawing into FOLDER/icons and FOLDER/bitmaps.
+render_all() {
+    local drawing name png
+    for drawing in drawings/*.svg; do
+        name=$(basename "$drawing" .svg)
+        png=$1/icons/$name
+        [[ $name == zorvikLogo ]] && png=$1/bitmaps/$name
+        render 1 "$drawing" "$png.png"
+        [[ ! $name =~ $double_density ]] || render 2 "$drawing" "$png@2x.png"
+    done
+}
+
+pictures() {
+    (cd "$1" && find icons bitmaps -name '*.png' | LC_ALL=C sort)
+}
+
+named_pictures() {
+    sed -n 's,.*<file[^>]*>Bin/bitmap/\(.*\.png\)</file>.*,\1,p' ../../Resources.qrc | LC_ALL=C sort
+}
+
+# same_picture ONE OTHER: of one size, and no pixel further away than the tolerance.
+same_picture() {
+    cmp -s "$1" "$2" && return
+    [[ $(identify -format %wx%h "$1") == $(identify -format %wx%h "$2") ]] &&
+        compare -metric AE -fuzz "$tolerance" "$1" "$2" null: 2>/dev/null
+}
+
+check() {
+    local rendered png failed=0
+    rendered=$(mktemp -d)
+    trap 'rm -rf "$rendered"' RETURN
+    mkdir "$rendered/icons" "$rendered/bitmaps"
+    render_all "$rendered"
+
+    diff <(pictures "$rendered") <(pictures .) >"$rendered/files" || {
+        sed -n 's/^< /Not rendered: /p; s/^> /Without a drawing: /p' "$rendered/files"
+        failed=1
+    }
+    diff <(pictures .) <(named_pictures) >"$rendered/names" || {
+        sed -n 's/^< /Not in Resources.qrc: /p; s/^> /In Resources.qrc only: /p' "$rendered/names"
+        failed=1
+    }
+    for png in $(comm -12 <(pictures "$rendered") <(pictures .)); do
+        same_picture "$rendered/$png" "$png" || {
+            echo "Not what its drawing shows: $png"
+            failed=1
+        }
+    done
+    return $failed
+}
+
+case ${1:-} in
+    '') render_all . ;;
+    --check) check ;;
+    *)
+        echo "usage: $0 [--check]" >&2
+        exit 2
+        ;;
+esac
