@@ -11,11 +11,28 @@
 
 #include "ui_BVMainWindow.h"
 
+#include <QLabel>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// A pixmap is the file that is named; only an icon finds the one of double density beside it.
+void showSharp(QLabel *label, const QString &path)
+{
+    const QSize size = label->pixmap(Qt::ReturnByValue).size();
+    label->setPixmap(QIcon(path).pixmap(size, label->devicePixelRatioF()));
+}
+
+} // namespace
+
 BVMainWindow::BVMainWindow(ApplicationModel *applicationModel)
     : ui(std::make_unique<Ui::BVMainWindow>())
     , model(applicationModel)
 {
     ui->setupUi(this);
+    showSharp(ui->label, u":/bitmaps/Bin/bitmap/bitmaps/zorvikLogo.png"_s);
+    showSharp(ui->unsyncServers, u":/icons/Bin/bitmap/icons/unsynced.png"_s);
     dimDisabledIcon(ui->leftToRightButton);
     dimDisabledIcon(ui->rightToLeftButton);
     ui->listModeButton->setChecked(true);

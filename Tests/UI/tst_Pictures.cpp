@@ -4,7 +4,9 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Pixels.h"
 
+#include <QFile>
 #include <QImageReader>
+#include <QPainter>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -39,6 +41,11 @@ private slots:
                         "grid_frame@2x", "imageS@2x", "imageS_frame@2x", "imageM@2x",
                         "imageM_frame@2x", "imageL@2x", "imageL_frame@2x"});
         rows({100, 100}, {"leftToRight@2x", "rightToLeft@2x"});
+        rows({256, 192}, {"back@2x"});
+        rows({120, 120}, {"unsynced@2x"});
+        rows({22, 44}, {"combobox-arrows@2x"});
+        QTest::newRow("logo@2x") << u":/bitmaps/Bin/bitmap/bitmaps/zorvikLogo@2x.png"_s
+                                 << QSize(360, 80);
     }
 
     void isThereInItsSize()
@@ -50,14 +57,88 @@ private slots:
         QTEST(image.size(), "size");
     }
 
-    void marksDifferWithoutColour()
+    // What is scaled or painted pixel by pixel must not come in double the pixels.
+    void isPaintedInSingleDensityOnly_data()
     {
-        const auto grey = [](const QString &name) {
-            return QImage(u":/icons/Bin/bitmap/icons/%1.png"_s.arg(name))
-                .convertToFormat(QImage::Format_Grayscale8);
-        };
-        const int different = visiblyDifferentPixels(grey(u"yes"_s), grey(u"no"_s));
-        QVERIFY2(different > 300, qPrintable(QString::number(different)));
+        QTest::addColumn<QString>("name");
+        for (const char *name : {"folder", "no_visual", "background", "no_thumbnail", "yes", "no"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+
+    void isPaintedInSingleDensityOnly()
+    {
+        QFETCH(const QString, name);
+        QVERIFY(!QFile::exists(u":/icons/Bin/bitmap/icons/%1@2x.png"_s.arg(name)));
+    }
+
+    void marksDifferInShape_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QColor>("ground");
+        for (const QSize &size : {QSize(16, 12), QSize(32, 24), QSize(64, 48)}) {
+            for (const char *ground : {"black", "gray", "white"})
+                QTest::addRow("%d on %s", size.width(), ground)
+                    << size << QColor(QLatin1String(ground));
+        }
+    }
+
+    // The white of the marks alone tells them apart: neither colour nor its brightness counts.
+    void marksDifferInShape()
+    {
+        QFETCH(const QSize, size);
+        QFETCH(const QColor, ground);
+        for (const auto mode : {Qt::FastTransformation, Qt::SmoothTransformation}) {
+            const QImage same = whiteOf(u"yes"_s, size, mode, ground);
+            const QImage different = whiteOf(u"no"_s, size, mode, ground);
+            const int pixels = visiblyDifferentPixels(same, different);
+            QVERIFY2(pixels * 3 > size.width() * size.height(),
+                     qPrintable(QString::number(pixels)));
+        }
+    }
+
+    void chosenViewIsPlain_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char *name : {"list", "grid", "imageS", "imageM", "imageL"})
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
+
+    void chosenViewIsPlain()
+    {
+        QFETCH(const QString, name);
+        const QColor window(39, 45, 52);
+        const int pixels = visiblyDifferentPixels(laidOn(window, picture(name)),
+                                                  laidOn(window, picture(name + u"_frame"_s)));
+        QVERIFY2(pixels * 5 > 2 * 35 * 35, qPrintable(QString::number(pixels)));
+    }
+
+private:
+    static QImage picture(const QString &name)
+    {
+        return QImage(u":/icons/Bin/bitmap/icons/%1.png"_s.arg(name));
+    }
+
+    static QImage laidOn(const QColor &ground, const QImage &image)
+    {
+        QImage result(image.size(), QImage::Format_RGB32);
+        result.fill(ground);
+        QPainter(&result).drawImage(0, 0, image);
+        return result;
+    }
+
+    /// White where the mark itself is nearly white, black elsewhere.
+    static QImage whiteOf(const QString &mark, const QSize &size, Qt::TransformationMode mode,
+                          const QColor &ground)
+    {
+        const QImage scaled = picture(mark).scaled(size, Qt::IgnoreAspectRatio, mode);
+        QImage result = laidOn(ground, scaled);
+        for (int y = 0; y < size.height(); ++y) {
+            for (int x = 0; x < size.width(); ++x) {
+                const bool white = qGray(result.pixel(x, y)) > 160;
+                result.setPixelColor(x, y, white ? Qt::white : Qt::black);
+            }
+        }
+        return result;
     }
 };
 
