@@ -297,6 +297,7 @@ void UIController::refreshServerLists()
     bankB->setServers(ids);
     selectAfterRefill(bankB, formerB, ids, bankBServerChosen);
 
+    bringBanksToOneLevel();
     if (ids.isEmpty())
         updateSyncWarning();
     else
@@ -330,6 +331,7 @@ void UIController::serverSelectionChanged(ServerDeck serverDeck, const QUuid &se
     connections.addHandler(firstAddress(connectedServer(serverUuid)), serverUuid);
     if (serverDeck == ServerDeckA)
         refreshBankBServers();
+    bringBanksToOneLevel();
     updateSameMarks();
     redrawBanks();
     updateTransferButtons();

@@ -156,6 +156,7 @@ private:
     void startTask(TaskBase *task);
 
     void updateSameMarks();
+    void bringBanksToOneLevel();
     void updateSyncWarning();
     void redrawBanks();
     void setIconSize(int index);

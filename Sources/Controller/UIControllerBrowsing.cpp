@@ -31,6 +31,25 @@ void UIController::updateSameMarks()
         bankB->sameMarks = marks;
 }
 
+/// A bank without a server falls back to the folders alone. When it has one again it stands where
+/// the other does, or else its rows would have the marks and the selection of another level. Once
+/// no bank with a server stands in the folder, there is nothing left to join.
+void UIController::bringBanksToOneLevel()
+{
+    const int folder = model->selectedFolder;
+    const auto isInside = [folder](const BVServerBank *bank) {
+        return !bank->currentServerUuid().isNull() && bank->currentFolder == folder;
+    };
+    if (!isInside(bankA) && !isInside(bankB)) {
+        model->selectedFolder = -1;
+    } else if (isComparing() && isInside(bankA) != isInside(bankB)) {
+        const bool differs = !LibraryComparison::folderNamesEqual(bankA->currentServer(),
+                                                                  bankB->currentServer(), folder);
+        bankA->enterFolder(folder, differs);
+        bankB->enterFolder(folder, differs);
+    }
+}
+
 void UIController::updateSyncWarning()
 {
     const Server &serverA = bankA->currentServer();

@@ -73,6 +73,8 @@ public:
     /// Goes to the slots level of a folder, with its header in red when `red`. The panel is
     /// disabled until the thumbnails are there. Without a server the list stays as it is.
     void showFolder(int folderSlot, bool red);
+    /// The same without drawing: the next change of content draws that folder.
+    void enterFolder(int folderSlot, bool red);
 
     /// 0 small (32 x 24), 1 medium (64 x 48), anything else large (128 x 96).
     void setIconSizeIndex(int index);

@@ -87,12 +87,17 @@ void BVServerBank::rebuildFolderList()
 
 void BVServerBank::showFolder(int folderSlot, bool red)
 {
-    currentFolder = folderSlot;
-    folderNameDiffers = red;
+    enterFolder(folderSlot, red);
     if (currentServerUuid().isNull())
         return;
     ui->mediaListWidget->scrollToTop();
     refreshFolder();
+}
+
+void BVServerBank::enterFolder(int folderSlot, bool red)
+{
+    currentFolder = folderSlot;
+    folderNameDiffers = red;
 }
 
 void BVServerBank::refreshFolder()

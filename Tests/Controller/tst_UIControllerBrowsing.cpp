@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "ControllerRig.h"
+#include "BrowsingStage.h"
 
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
@@ -9,43 +9,6 @@
 #include <QScrollBar>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-QList<int> differences(const Marks &marks)
-{
-    QList<int> numbers;
-    for (std::size_t bit = 0; bit < marks.size(); ++bit) {
-        if (!marks.test(bit))
-            numbers.append(static_cast<int>(bit));
-    }
-    return numbers;
-}
-
-QString headerOf(const BVServerBank &bank)
-{
-    return childOf<QLabel>(bank, "mediaListFolder").text();
-}
-
-/// Two connected servers with these libraries; nothing is on the network.
-class BrowsingStage final
-{
-public:
-    BrowsingStage(const QList<MediaFolder> &foldersA, const QList<MediaFolder> &foldersB)
-    {
-        one.folders = foldersA;
-        rig.connectServer(one);
-        two.folders = foldersB;
-        two.hash = foldersA.size() == foldersB.size() ? one.hash : hashOf(2);
-        rig.connectServer(two);
-    }
-
-    Server one = sampleServer(u"One"_s, u"127.60.5.1"_s);
-    Server two = sampleServer(u"Two"_s, u"127.60.5.2"_s);
-    WindowRig rig;
-};
-
-} // namespace
 
 /// How the two banks are kept in step: level, marks, scroll position, selection and view.
 class tst_UIControllerBrowsing : public QObject

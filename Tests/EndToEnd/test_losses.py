@@ -20,7 +20,8 @@ SILENCE = 30.25
 
 
 class Losses(EndToEndCase):
-    """Left stays; guests come to bank B, never answer a command, and disappear."""
+    """Left stays in its folder; guests join it there in bank B, never answer a command, and
+    disappear."""
 
     def setUp(self):
         super().setUp()
@@ -66,7 +67,6 @@ class Losses(EndToEndCase):
 
     def begin(self, operation, guest):
         self.bank.choose(guest.name)
-        self.bank.open(0)
         self.bank.wait_for_rows(SLOTS)
         before = guest.files()
         operation(guest)
@@ -92,6 +92,8 @@ class Losses(EndToEndCase):
         silent = [self.guest() for _ in self.operations]
         self.program = self.start_program()
         _, self.bank = self.show(self.program, self.left, silent[-1])
+        self.bank.open(0)
+        self.bank.wait_for_rows(SLOTS)
         rest = [(way, operation) for operation in self.operations for way in ENDS]
         begin = time.monotonic()
         self.lose(*rest.pop(), self.guest())

@@ -68,10 +68,15 @@ class Thumbnails(EndToEndCase):
         self.wait_for_failures(2)
         self.assertEqual(self.asked(self.right, "0/1"), 1)
         self.assertFalse(right.list.enabled)
-        # Once the server itself is chosen on the other side, the panel is free for another.
+        # Once the server itself is chosen on the other side, the panel is free for another, which
+        # joins the folder on show.
         left.choose("Right")
         wait_for(lambda: right.list.enabled, "the panel without its server")
+        self.assertEqual(right.rows(), [])
         right.choose("Left")
+        right.wait_for_rows(SLOTS)
+        right.open(0)
+        right.wait_for_rows(FOLDERS)
         right.open(1)
         for bank in self.banks:
             bank.wait_for_rows(SLOTS)

@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include "ControllerRig.h"
+
+/// The numbers of the marks that say "different".
+inline QList<int> differences(const Marks &marks)
+{
+    QList<int> numbers;
+    for (std::size_t bit = 0; bit < marks.size(); ++bit) {
+        if (!marks.test(bit))
+            numbers.append(static_cast<int>(bit));
+    }
+    return numbers;
+}
+
+inline QString headerOf(const BVServerBank &bank)
+{
+    return childOf<QLabel>(bank, "mediaListFolder").text();
+}
+
+/// Two connected servers with these libraries; nothing is on the network.
+class BrowsingStage final
+{
+public:
+    BrowsingStage(const QList<MediaFolder> &foldersA, const QList<MediaFolder> &foldersB)
+    {
+        one.folders = foldersA;
+        rig.connectServer(one);
+        two.folders = foldersB;
+        two.hash = foldersA.size() == foldersB.size() ? one.hash : hashOf(2);
+        rig.connectServer(two);
+    }
+
+    Server one = sampleServer(QStringLiteral("One"), QStringLiteral("127.60.5.1"));
+    Server two = sampleServer(QStringLiteral("Two"), QStringLiteral("127.60.5.2"));
+    WindowRig rig;
+};
