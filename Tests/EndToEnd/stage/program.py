@@ -24,6 +24,10 @@ class Widget:
         return self.node.name
 
     @property
+    def description(self):
+        return self.node.description
+
+    @property
     def role(self):
         return self.node.getRoleName()
 
@@ -222,7 +226,7 @@ class Program:
     def out_of_sync(self):
         """Whether the sign between the banks is on show."""
         sign = "Content of both servers is not fully in sync"
-        return any(sign in (widget.name, widget.node.description)
+        return any(sign in (widget.name, widget.description)
                    for widget in walk(self.main()) if widget.showing)
 
     # -- the end
