@@ -29,7 +29,7 @@ public:
     {
         server.wire.forgetRequests();
         controller().addServer(server.uuid, server.wire.address(), netmask, name);
-        return server.openStream() && QTest::qWaitFor([&] { return isConnected(server); }, 10000);
+        return server.openStream() && QTest::qWaitFor([&] { return isConnected(server); }, 30000);
     }
 
     [[nodiscard]] bool isConnected(const PlayedServer &server) const
@@ -99,7 +99,7 @@ public:
     {
         rig.clickLeftToRight();
         return QTest::qWaitFor([&] { return two.commands(PlayedServer::Sync).size() >= count; },
-                               10000);
+                               30000);
     }
     /// Null before and after the transfers.
     [[nodiscard]] TransferDialog *transferDialog() const

@@ -76,7 +76,7 @@ public:
     [[nodiscard]] bool cancel(const QString &title) const
     {
         const auto shown = [&] { return dialog(title) && dialog(title)->isVisible(); };
-        if (!QTest::qWaitFor(shown, 10000))
+        if (!QTest::qWaitFor(shown, 30000))
             return false;
         QTest::keyClick(dialog(title), Qt::Key_Escape);
         return true;
@@ -85,7 +85,7 @@ public:
     [[nodiscard]] bool isFetchedAnew(const PlayedServer &server) const
     {
         return QTest::qWaitFor([&] { return !hasStarted() && server.libraryRequests() == 2; },
-                               10000);
+                               30000);
     }
     /// Takes bank A's server away, as the announcements' silence does.
     void lose() { rig.controller().removeServer(one.uuid); }

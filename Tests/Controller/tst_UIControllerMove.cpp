@@ -231,6 +231,7 @@ void tst_UIControllerMove::aCancelSendsNothing()
     QVERIFY(stage.openInside(3));
     stage.one.wire.hold(executePath);
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(stage.one.wire.waitForRequests(1, executePath));
     QVERIFY(stage.cancel(u"Moving..."_s));
     QVERIFY(stage.isFetchedAnew(stage.one));
     QCOMPARE(stage.one.wire.requests(executePath).size(), 1);

@@ -266,6 +266,7 @@ void tst_UIControllerRemoval::aCancelKeepsWhatWasNotSent()
     stage.one.wire.hold(executePath);
     stage.bankA().selectRows({4, 6, 8});
     OperationStage::clickRemove(stage.bankA());
+    QVERIFY(stage.one.wire.waitForRequests(1, executePath));
     QVERIFY(stage.cancel(u"Removing..."_s));
     QVERIFY(stage.isFetchedAnew(stage.one));
     stage.one.wire.requests(executePath).first().answer(accepted);

@@ -10,6 +10,7 @@
 #include <QDialogButtonBox>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileSystemModel>
 #include <QHeaderView>
 #include <QLineEdit>
 #include <QSettings>
@@ -298,12 +299,19 @@ void tst_UIControllerUploadDialogs::theFileDialogOpensWhereTheLastFileWas()
 void tst_UIControllerUploadDialogs::aFileWithoutASuffixIsNotOffered()
 {
     OperationStage stage(u"127.81.4.1"_s);
-    QFile file(stage.rig.rig.sandbox.directory().filePath(u"clip"_s));
+    const QDir clips(stage.rig.rig.sandbox.directory().filePath(u"clips"_s));
+    QVERIFY(QDir().mkpath(clips.path()));
+    QFile file(clips.filePath(u"clip"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QVERIFY(stage.openInside(3));
     clickRow(stage.bankA(), 10);
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
+        // Until a directory is listed, its files pass as they are typed.
+        QSignalSpy listed(dialog.findChild<QFileSystemModel *>(),
+                          &QFileSystemModel::directoryLoaded);
+        dynamic_cast<QFileDialog &>(dialog).setDirectory(clips);
+        QTRY_VERIFY_WITH_TIMEOUT(listed.contains(QVariantList{clips.path()}), 10000);
         dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(file.fileName());
         QVERIFY(
             !dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->isEnabled());

@@ -64,6 +64,14 @@ public:
         all.truncate(qMax<qsizetype>(0, read(reader, all.data(), size_t(all.size()))));
         return QString::fromUtf8(all).remove(u'\r');
     }
+    /// Reads until there is a line that ends so: a terminal hands on what was written at its own
+    /// time.
+    [[nodiscard]] QString readUntil(const QString &ending) const
+    {
+        QString all;
+        (void)QTest::qWaitFor([&] { return (all += readAll()).endsWith(ending); }, 30000);
+        return all;
+    }
 
     const int reader;
     const int writer;
@@ -106,7 +114,7 @@ void tst_DebuggerSink::logWithoutAFileShowsTheTimeZone()
         u"\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d [+-]\\d\\d:\\d\\d\\]\\[T:%1\\]"_s.arg(
             gettid()) +
         u"\\[Source:7\\] Bühne\\n$"_s);
-    const QString output = channel->readAll();
+    const QString output = channel->readUntil(u"Bühne\n"_s);
     QVERIFY2(form.match(output).hasMatch(), qPrintable(output));
 }
 
@@ -125,7 +133,7 @@ void tst_DebuggerSink::logWithAFileShowsTheSameLineAsTheFile()
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QString content = QString::fromUtf8(file.readAll());
     QVERIFY(content.endsWith(u"[Source:7] text\n"_s));
-    QCOMPARE(channel->readAll(), content);
+    QCOMPARE(channel->readUntil(u"[Source:7] text\n"_s), content);
 }
 
 void tst_DebuggerSink::pipeStaysSilent()

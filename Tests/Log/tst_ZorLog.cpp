@@ -28,9 +28,9 @@ QStringList rawLines(const QString &path)
     return lines;
 }
 
-int threadsOfThisProcess()
+QStringList threadsOfThisProcess()
 {
-    return int(QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size());
+    return QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
 }
 
 } // namespace
@@ -204,7 +204,7 @@ void tst_ZorLog::lineReachesTheFileWithoutAFollowingOne()
 {
     LogCapture capture;
     ZOR_LOG(info, "alone");
-    QTRY_VERIFY_WITH_TIMEOUT(rawLines(capture.path()).join(u'\n').endsWith(u"] alone"_s), 1000);
+    QTRY_VERIFY_WITH_TIMEOUT(rawLines(capture.path()).join(u'\n').endsWith(u"] alone"_s), 30000);
 }
 
 void tst_ZorLog::releaseWritesEverything()
@@ -232,11 +232,14 @@ void tst_ZorLog::copiedInstanceOutlivesRelease()
 
 void tst_ZorLog::oneWorkerAndNoOtherThread()
 {
-    const int before = threadsOfThisProcess();
+    // The worker of an earlier log stays listed for a moment after it was joined.
+    const QStringList before = threadsOfThisProcess();
     LogCapture capture;
     ZOR_LOG(info, "text");
     QCOMPARE(capture.texts().size(), 1);
-    QCOMPARE(threadsOfThisProcess(), before + 1);
+    QStringList added = threadsOfThisProcess();
+    added.removeIf([&before](const QString &thread) { return before.contains(thread); });
+    QCOMPARE(added.size(), 1);
 }
 
 void tst_ZorLog::startIsToldAsFromItsOwnSource()

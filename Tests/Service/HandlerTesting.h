@@ -16,8 +16,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// Runs an event loop until the condition holds, ten seconds at most. Unlike QTest::qWaitFor it
-/// does not sleep while there are events.
+/// Runs an event loop until the condition holds, sixty seconds at most: a busy machine may need
+/// them for thousands of requests. Unlike QTest::qWaitFor it does not sleep while there are events.
 inline bool waitUntil(const std::function<bool()> &condition)
 {
     QEventLoop loop;
@@ -27,7 +27,7 @@ inline bool waitUntil(const std::function<bool()> &condition)
             loop.quit();
     });
     check.start(1);
-    QTimer::singleShot(10000, &loop, &QEventLoop::quit);
+    QTimer::singleShot(60000, &loop, &QEventLoop::quit);
     if (!condition())
         loop.exec();
     return condition();
@@ -181,6 +181,16 @@ public:
     [[nodiscard]] bool waitForCommands(int count) const
     {
         return waitUntil([&] { return commands().size() >= count; });
+    }
+    /// The command with that body, which must have arrived. Commands that are on the wire together
+    /// have a connection each, and so may arrive in any order.
+    [[nodiscard]] WireRequest command(const QByteArray &body) const
+    {
+        for (const WireRequest &request : commands()) {
+            if (request.body == body)
+                return request;
+        }
+        qFatal("No command %s", body.constData());
     }
     [[nodiscard]] QByteArrayList commandBodies() const
     {

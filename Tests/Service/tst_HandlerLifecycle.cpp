@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Service/CommandBodies.h"
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
@@ -200,7 +201,7 @@ private slots:
         QVERIFY(rig->probe.removeQueue().isEmpty());
         // The removal and the move are aborted; the rename's connection lives with the handler.
         EVENTUALLY(rig->server.openConnections(), 1);
-        rig->commands().at(2).answer(successBody);
+        rig->command(CommandBodies::rename({1, u"a"_s})).answer(successBody);
         EVENTUALLY(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->probe.renameQueue().size(), 1);
         QCOMPARE(rig->commands().size(), 3);

@@ -123,10 +123,10 @@ private slots:
         QVERIFY(rig->waitForCommands(2));
         QCOMPARE(rig->probe.moveInFlight().folderSlot, 4);
         QCOMPARE(rig->probe.pendingRequests(), 2);
-        rig->commands().at(0).answer(json("{'msg_type':7,'RESULT':1}"));
+        rig->command(CommandBodies::move(1, 2, 3)).answer(json("{'msg_type':7,'RESULT':1}"));
         EVENTUALLY(rig->probe.pendingRequests(), 1);
         QCOMPARE(rig->events.lines, QStringList());
-        rig->commands().at(1).answer(successBody);
+        rig->command(CommandBodies::move(4, 5, 6)).answer(successBody);
         EVENTUALLY(rig->events.lines, QStringList{u"moved"_s});
         QVERIFY(rig->probe.nothingInFlight());
     }
@@ -188,12 +188,13 @@ private slots:
         EVENTUALLY(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->events.lines.size(), 2000);
 
-        // Four connections may deliver in any order among themselves.
+        // Four connections may deliver in any order among themselves, and one of them a few turns
+        // late.
         const QByteArrayList bodies = rig->commandBodies();
         QCOMPARE(bodies.size(), 2000);
         for (qsizetype i = 0; i < all.size(); ++i) {
             const qsizetype at = bodies.indexOf(CommandBodies::sync(source, all.at(i)));
-            QVERIFY2(at >= 0 && std::abs(at - i) < 4, qPrintable(QString::number(at - i)));
+            QVERIFY2(at >= 0 && std::abs(at - i) < 16, qPrintable(QString::number(at - i)));
         }
         QVERIFY(rig->server.connectionCount() <= 5);
     }

@@ -129,6 +129,7 @@ private slots:
         const QByteArray form = rig->second.requests(uploadPath).constFirst().body;
         QVERIFY2(form.contains("folderIdx\"\r\n\r\n1\r\n"), form.constData());
         QVERIFY2(form.contains("visualIdx\"\r\n\r\n2\r\n"), form.constData());
+        QVERIFY(rig->second.waitForRequests(4, executePath));
         const QList<WireRequest> commands = rig->second.requests(executePath);
         QCOMPARE(commands.size(), 4);
         QVERIFY(commands.at(1).body.contains("&folderIdx=1&visualIdx=2&visualToIdx=3&"));
@@ -227,6 +228,7 @@ private slots:
         rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
         rig->service->requestMove(firstId, 1, 2, 3);
         QVERIFY(rig->first.waitForRequests(2, executePath));
+        QVERIFY(rig->first.waitForRequests(1, notifierPath));
         rig->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
         EVENTUALLY(rig->events.lines, QStringList{u"serverDisconnected first 0 "_s});
         EVENTUALLY(rig->first.openConnections(), 0);

@@ -45,7 +45,7 @@ private slots:
         rig->peer.answer(libraryPath, emptyLibrary, headers);
         const Server server = rig->server();
         rig->service.requestLibrary(server);
-        QTRY_COMPARE(log.texts().filter(u"invalid bitset<N> char"_s).size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"invalid bitset<N> char"_s).size(), 1, 30000);
         verifyDoorIsClosed(server);
     }
 
@@ -69,12 +69,12 @@ private slots:
         });
         const Server server = rig->server();
         rig->service.requestLibrary(server);
-        QTRY_COMPARE(
+        QTRY_COMPARE_WITH_TIMEOUT(
             log.texts()
                 .filter(u"Failed to download server info from http://127.30.5.1:4567/brenvoka/"
                         "library.json?ver=281474976710656 error: "_s)
                 .size(),
-            1);
+            1, 30000);
         verifyDoorIsClosed(server);
     }
 
@@ -84,7 +84,8 @@ private slots:
         Server server = rig->server();
         server.connections.first().first = QHostAddress(u"127.30.5.77"_s);
         rig->service.requestLibrary(server);
-        QTRY_COMPARE(log.texts().filter(u"Failed to download server info from"_s).size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            log.texts().filter(u"Failed to download server info from"_s).size(), 1, 30000);
         verifyDoorIsClosed(server);
     }
 
@@ -99,16 +100,17 @@ private slots:
             closed.append(rig->server());
             rig->service.requestLibrary(closed.constLast());
         }
-        QTRY_COMPARE(log.texts().filter(u"Failed to download server info"_s).size(), count);
+        QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Failed to download server info"_s).size(),
+                                  count, 30000);
         rig->peer.forgetRequests();
         rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
         for (int i = 0; i < count; ++i)
             rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE(rig->spy.size(), count);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), count, 30000);
         for (const Server &server : closed)
             rig->service.requestLibrary(server);
         rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE(rig->spy.size(), count + 1);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), count + 1, 30000);
         QCOMPARE(rig->peer.requests().size(), count + 1);
     }
 
@@ -128,13 +130,14 @@ private slots:
         rig->peer.answer(libraryPath, body, versionHeader);
         const Server server = rig->server(u"Büro"_s);
         rig->service.requestLibrary(server);
-        QTRY_COMPARE(
-            log.texts().filter(u"Error while parsing library.json from server Büro"_s).size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            log.texts().filter(u"Error while parsing library.json from server Büro"_s).size(), 1,
+            30000);
         QCOMPARE(rig->spy.size(), 0);
 
         rig->peer.answer(libraryPath, emptyLibrary + '\0' + "rest", versionHeader);
         rig->service.requestLibrary(server);
-        QTRY_COMPARE(rig->spy.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
     }
 
     void redirectIsNotFollowed()
@@ -143,7 +146,8 @@ private slots:
         rig->peer.answer(libraryPath, {}, "Location: http://127.30.5.1:4567/elsewhere\r\n",
                          "302 Found");
         rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE(log.texts().filter(u"for unsupported version"_s).size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"for unsupported version"_s).size(), 1,
+                                  30000);
         QCOMPARE(rig->peer.requests().size(), 1);
     }
 
@@ -155,8 +159,9 @@ private slots:
         QSignalSpy destroyed(reply, &QObject::destroyed);
         QVERIFY(QMetaObject::invokeMethod(&rig->service, "downloadFinished",
                                           Q_ARG(QNetworkReply *, reply)));
-        QTRY_COMPARE(log.texts().filter(u"Reply was not found for server info"_s).size(), 1);
-        QTRY_COMPARE(destroyed.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            log.texts().filter(u"Reply was not found for server info"_s).size(), 1, 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(destroyed.size(), 1, 30000);
         QCOMPARE(rig->spy.size(), 0);
     }
 
@@ -171,7 +176,7 @@ private:
         rig->service.requestLibrary(server);
         const Server other = rig->server();
         rig->service.requestLibrary(other);
-        QTRY_COMPARE(rig->spy.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
         QCOMPARE(rig->received().uuid, other.uuid);
         QCOMPARE(rig->peer.requests().size(), 1);
     }

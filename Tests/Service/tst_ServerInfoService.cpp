@@ -44,7 +44,7 @@ private slots:
         LogCapture log;
         rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
         rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE(rig->spy.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
         const QString url = u"http://127.30.1.1:4567/brenvoka/library.json?ver=281474976710656"_s;
         QCOMPARE(log.texts(), (QStringList{u"Downloading server info from: "_s + url,
                                            u"Downloaded server info from: "_s + url}));
@@ -71,7 +71,7 @@ private slots:
         server.connected = true;
         server.graphFps = 50;
         rig->service.requestLibrary(server);
-        QTRY_COMPARE(rig->spy.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
 
         const Server complete = rig->received();
         QCOMPARE(complete.uuid, server.uuid);
@@ -97,7 +97,7 @@ private slots:
         rig->service.requestLibrary(server);
         QVERIFY(rig->peer.waitForRequests(1));
         rig->peer.requests().constFirst().answer(emptyLibrary, versionHeader);
-        QTRY_COMPARE(rig->spy.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
         QCOMPARE(rig->received().name, u"second"_s);
         QVERIFY(rig->received().connected);
 
@@ -115,7 +115,7 @@ private slots:
         QVERIFY(rig->peer.waitForRequests(3));
         for (int i = 2; i >= 0; --i) {
             rig->peer.requests().at(i).answer(emptyLibrary, versionHeader);
-            QTRY_COMPARE(rig->spy.size(), 3 - i);
+            QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 3 - i, 30000);
         }
         QSet<QUuid> answered;
         for (int i = 0; i < 3; ++i)
@@ -152,15 +152,15 @@ private slots:
         const Server server = rig->server(u"50% %s"_s);
         rig->service.requestLibrary(server);
         if (version != 0) {
-            QTRY_COMPARE(rig->spy.size(), 1);
+            QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
             QCOMPARE(rig->received().protocolInfo.protocolVersion, version);
             return;
         }
-        QTRY_COMPARE(
+        QTRY_COMPARE_WITH_TIMEOUT(
             log.texts()
                 .filter(u"Discarding library.json from server 50% %s for unsupported version"_s)
                 .size(),
-            1);
+            1, 30000);
         // The entry is gone: the next call asks again.
         rig->service.requestLibrary(server);
         QVERIFY(rig->peer.waitForRequests(2));
@@ -185,7 +185,7 @@ private slots:
         QFETCH(bool, bit);
         rig->peer.answer(libraryPath, emptyLibrary, versionHeader + header);
         rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE(rig->spy.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
         QCOMPARE(rig->received().protocolInfo.featureList.test(0), bit);
     }
 
@@ -197,7 +197,7 @@ private slots:
         const Server server = rig->server();
         for (int i = 1; i <= 2; ++i) {
             rig->service.requestLibrary(server);
-            QTRY_COMPARE(rig->spy.size(), i);
+            QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), i, 30000);
         }
         QCOMPARE(rig->peer.requests().size(), 1);
         QCOMPARE(rig->received(1).hash, u"empty"_s);
@@ -218,7 +218,7 @@ private slots:
                         rig->service.requestLibrary(rig->server());
                 });
         rig->service.requestLibrary(server);
-        QTRY_COMPARE(rig->spy.size(), 21);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 21, 30000);
         QCOMPARE(rig->received().uuid, server.uuid);
         QCOMPARE(rig->received().hash, u"empty"_s);
         QCOMPARE(rig->peer.requests().size(), 21);

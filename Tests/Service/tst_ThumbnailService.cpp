@@ -102,7 +102,7 @@ private slots:
         });
         const Visuals visuals = {{0, u"x"_s}, {255, u"y"_s}};
         load(*a, visuals);
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         QCOMPARE(a->downloads.constLast().constFirst().toInt(), 2);
         QCOMPARE(a->progress.size(), 2);
 
@@ -133,7 +133,7 @@ private slots:
     {
         peer->answer(thumbnails, picture({10, 10}, Qt::red));
         load(*a, {{1, u"x"_s}, {2, u"x"_s}});
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         QCOMPARE(a->downloads.constFirst().constFirst().toInt(), 2);
         QCOMPARE(peer->requests().size(), 2);
         QCOMPARE(a->pixmaps().at(1).size(), QSize(128, 96));
@@ -159,7 +159,7 @@ private slots:
         QFETCH(QByteArray, format);
         peer->answer(thumbnails, picture(size, Qt::white, format.constData()));
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
         QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
     }
@@ -171,7 +171,7 @@ private slots:
         halves.setPixelColor(1, 0, Qt::blue);
         peer->answer(thumbnails, encoded(halves, "PNG"));
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         const QImage scaled = a->pixmaps().at(9).toImage();
         QCOMPARE(scaled.pixelColor(63, 50), QColor(Qt::red));
         QCOMPARE(scaled.pixelColor(64, 50), QColor(Qt::blue));
@@ -194,7 +194,7 @@ private slots:
                                                            "00000000");
         peer->answer(thumbnails, encoded(halves, "JPG").insert(2, quarterTurn));
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         const QImage turned = a->pixmaps().at(9).toImage();
         for (const int x : {10, 120}) {
             QVERIFY(turned.pixelColor(x, 10).red() > 200);
@@ -210,9 +210,9 @@ private slots:
         for (int slot : {2, 0, 1}) {
             const QByteArray path = "/brenvoka/thumbnails/3/" + QByteArray::number(slot) + ".png";
             peer->requests(path).constFirst().answer(picture({4, 4}, colors.at(slot)));
-            QTRY_COMPARE(a->progress.size(), slot == 2 ? 1 : slot + 2);
+            QTRY_COMPARE_WITH_TIMEOUT(a->progress.size(), slot == 2 ? 1 : slot + 2, 30000);
         }
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         for (int slot = 0; slot < 3; ++slot)
             QCOMPARE(colorOf(a->pixmaps().at(slot)), colors.at(slot));
     }
@@ -232,7 +232,7 @@ private slots:
         QFETCH(QByteArray, response);
         peer->on(thumbnails, [response](const WireRequest &request) { request.send(response); });
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         QVERIFY(a->pixmaps().at(9).isNull());
         QCOMPARE(a->error.size(), 0);
 
@@ -249,7 +249,7 @@ private slots:
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"exceeds the current allocation"_s));
         const qint64 before = peakMemory();
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         QVERIFY(a->pixmaps().at(9).isNull());
         QCOMPARE_LT(peakMemory() - before, 50);
     }
@@ -260,7 +260,7 @@ private slots:
         peer->answer(thumbnails, whitePicture(5700));
         const qint64 before = peakMemory();
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
         QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
         QCOMPARE_LT(peakMemory() - before, 400);
@@ -271,12 +271,12 @@ private slots:
         const QByteArray bomb = qCompress(QByteArray(64 << 20, '\0')).mid(4);
         peer->answer("/brenvoka/thumbnails/3/1.png", bomb, "Content-Encoding: deflate\r\n");
         load(*a, {{1, u"x"_s}, {2, u"y"_s}});
-        QTRY_COMPARE(a->error.size(), 1);
-        QTRY_VERIFY(!peer->requests("/brenvoka/thumbnails/3/2.png").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(a->error.size(), 1, 30000);
+        QTRY_VERIFY_WITH_TIMEOUT(!peer->requests("/brenvoka/thumbnails/3/2.png").isEmpty(), 30000);
         peer->requests("/brenvoka/thumbnails/3/2.png")
             .constFirst()
             .answer(picture({4, 4}, Qt::red));
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         QCOMPARE(a->pixmaps().at(1).toImage(), ThumbnailService::noThumbnailPixmap().toImage());
         QCOMPARE(colorOf(a->pixmaps().at(2)), QColor(Qt::red));
     }
@@ -287,7 +287,7 @@ private slots:
         load(*a, {{1, u"x"_s}, {2, u"y"_s}});
         QVERIFY(peer->waitForRequests(2));
         peer->requests("/brenvoka/thumbnails/3/1.png").constFirst().answer({}, {}, "404 Not Found");
-        QTRY_COMPARE(a->error.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->error.size(), 1, 30000);
         QCOMPARE(a->error.constFirst().at(0).toInt(), 1);
         QCOMPARE(a->error.constFirst().at(1).value<QHostAddress>(), peer->address());
         QCOMPARE(a->finished.size(), 0);
@@ -301,7 +301,7 @@ private slots:
         peer->requests("/brenvoka/thumbnails/3/2.png")
             .constFirst()
             .answer(picture({4, 4}, Qt::red));
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         QVERIFY(!ThumbnailService::noThumbnailPixmap().isNull());
         QCOMPARE(a->pixmaps().at(1).toImage(), ThumbnailService::noThumbnailPixmap().toImage());
         QCOMPARE(colorOf(a->pixmaps().at(2)), QColor(Qt::red));
@@ -313,10 +313,10 @@ private slots:
         load(*a, {{1, u"x"_s}, {2, u"y"_s}});
         QVERIFY(peer->waitForRequests(2));
         peer->requests().at(0).answer(picture({4, 4}, Qt::red));
-        QTRY_COMPARE(a->progress.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->progress.size(), 1, 30000);
         peer->requests().at(1).answer({}, {}, "500 Oops");
-        QTRY_COMPARE(a->error.size(), 1);
-        QTRY_COMPARE(a->progress.size(), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(a->error.size(), 1, 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(a->progress.size(), 2, 30000);
         QCOMPARE(a->finished.size(), 0);
 
         // The next load starts afresh.
@@ -332,7 +332,7 @@ private slots:
         peer->answer(thumbnails, picture({4, 4}, Qt::red));
         for (int i = 1; i <= 2; ++i) {
             load(*a, {{5, u"abc"_s}});
-            QTRY_COMPARE(a->finished.size(), i);
+            QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), i, 30000);
             QCOMPARE(colorOf(a->pixmaps().at(5)), QColor(Qt::red));
         }
         QCOMPARE(peer->requests().size(), 2);
@@ -344,7 +344,7 @@ private slots:
         LogCapture log;
         peer->answer(thumbnails, picture({4, 4}, Qt::red));
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         const QString url =
             u"http://127.30.2.1:4567/brenvoka/thumbnails/3/9.png?ver=281474976710656"_s;
         QCOMPARE(log.texts(), (QStringList{u"Downloading thumbnail from: "_s + url,
@@ -369,7 +369,7 @@ private slots:
         QCOMPARE(a->aborted.size(), 1);
         QCOMPARE(a->progress.size(), 2);
         QCOMPARE(a->error.size(), 0);
-        QTRY_COMPARE(peer->openConnections(), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(peer->openConnections(), 0, 30000);
         QCOMPARE(a->finished.size(), 0);
     }
 
@@ -380,7 +380,7 @@ private slots:
         peer->answer(thumbnails, picture({4, 4}, Qt::blue));
         load(*a, {{3, u"z"_s}}, 2);
         QCOMPARE(a->progress.size(), 2);
-        QTRY_COMPARE(a->finished.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         QCOMPARE(a->aborted.size(), 0);
         QCOMPARE(a->error.size(), 0);
         QCOMPARE(a->progress.size(), 3);

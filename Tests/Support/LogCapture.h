@@ -26,7 +26,7 @@ public:
         Zor::Log::instance()->debug("LogCapture", 0, mark.constData());
         const QString last = QStringLiteral("[LogCapture:0] ") + QString::fromUtf8(mark);
         QStringList all;
-        if (!QTest::qWaitFor([&] { return (all = readLines()).contains(last); }, 10000))
+        if (!QTest::qWaitFor([&] { return (all = readLines()).contains(last); }, 30000))
             QTest::qFail("The log did not reach its file", __FILE__, __LINE__);
         all.removeIf([](const QString &line) {
             return line.startsWith(QLatin1String("[LogCapture:0]")) ||

@@ -48,7 +48,7 @@ public:
 
     /// `bound` is how long a dialog may stay open without an order or after its answer. `report`
     /// takes failures; by default they fail the running test function.
-    explicit ModalDriver(std::chrono::milliseconds bound = std::chrono::seconds(10),
+    explicit ModalDriver(std::chrono::milliseconds bound = std::chrono::seconds(30),
                          Report report = {});
     ~ModalDriver() override;
 

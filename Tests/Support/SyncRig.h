@@ -42,7 +42,7 @@ public:
     {
         QSignalSpy connected(&service, &ServerConnectionService::serverConnected);
         service.addHandler(destination.wire.address(), destinationUuid);
-        return destination.openStream() && connected.wait(10000);
+        return destination.openStream() && connected.wait(30000);
     }
 
     void start(const QList<FolderRename> &renames, const QList<VisualRef> &removals,
@@ -62,7 +62,7 @@ public:
         const qsizetype before = destination.commands(PlayedServer::Cancel).size();
         service.cancelAllSyncs();
         return QTest::qWaitFor(
-            [&] { return destination.commands(PlayedServer::Cancel).size() > before; }, 10000);
+            [&] { return destination.commands(PlayedServer::Cancel).size() > before; }, 30000);
     }
 
     /// The task's only dialog of that class, null if there is none.

@@ -32,7 +32,7 @@ public:
         model.upsertServer(record);
         QSignalSpy connected(&service, &ServerConnectionService::serverConnected);
         service.addHandler(played.wire.address(), played.uuid);
-        return played.openStream() && connected.wait(10000);
+        return played.openStream() && connected.wait(30000);
     }
     [[nodiscard]] bool connectServer() { return connectTo(server); }
 
@@ -73,7 +73,7 @@ public:
         const qsizetype before = server.commands(PlayedServer::Cancel).size();
         service.cancelAllSyncs();
         return QTest::qWaitFor(
-            [&] { return server.commands(PlayedServer::Cancel).size() > before; }, 10000);
+            [&] { return server.commands(PlayedServer::Cancel).size() > before; }, 30000);
     }
 
     static constexpr auto execute = "/brenvoka/execute.html";

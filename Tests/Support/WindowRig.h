@@ -82,7 +82,7 @@ public:
     [[nodiscard]] bool show()
     {
         window->show();
-        return QTest::qWaitForWindowActive(window.get());
+        return QTest::qWaitForWindowActive(window.get(), 30000);
     }
 
     [[nodiscard]] UIController &controller() const { return *window->findChild<UIController *>(); }

@@ -155,7 +155,7 @@ QList<WireRequest> WireServer::requests(const QByteArray &path) const
 
 bool WireServer::waitForRequests(int count, const QByteArray &path) const
 {
-    return QTest::qWaitFor([&] { return requests(path).size() >= count; }, 10000);
+    return QTest::qWaitFor([&] { return requests(path).size() >= count; }, 30000);
 }
 
 int WireServer::openConnections() const

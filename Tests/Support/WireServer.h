@@ -121,7 +121,7 @@ public:
     /// The complete requests so far, of all paths or of one (see `on`), in order of arrival.
     [[nodiscard]] QList<WireRequest> requests(const QByteArray &path = "/") const;
 
-    /// Waits until at least `count` requests of `path` have arrived; false after ten seconds.
+    /// Waits until at least `count` requests of `path` have arrived; false after half a minute.
     [[nodiscard]] bool waitForRequests(int count, const QByteArray &path = "/") const;
 
     /// Forgets the recorded requests; their connections stay.

@@ -11,6 +11,8 @@
 #include <QLabel>
 #include <QTimer>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 /// The order of the phases, the renames and the removals.
@@ -89,7 +91,9 @@ void tst_SyncTask::phasesFollowEachOther()
     requests().last().answer(R"({"msg_type":7,"RESULT":0})");
     QTRY_COMPARE_WITH_TIMEOUT(requests().size(), 4, 10000);
     const QList<Command> syncs = rig.destination.commands(PlayedServer::Sync);
-    QCOMPARE(rig.destination.visuals(PlayedServer::Sync), (QList<VisualRef>{{3, 8}, {4, 9}}));
+    QList<VisualRef> visuals = rig.destination.visuals(PlayedServer::Sync);
+    std::ranges::sort(visuals); // each has a connection of its own
+    QCOMPARE(visuals, (QList<VisualRef>{{3, 8}, {4, 9}}));
     QCOMPARE(syncs.first().field("serverURL"), u"http://127.60.0.9:4567"_s);
     QVERIFY(rig.dialog<TransferDialog>()->isVisible());
     QCOMPARE(rig.finished->size(), 0);
@@ -152,10 +156,11 @@ void tst_SyncTask::theProgressDialogsAreModalAndSayWhatTheyDo()
 void tst_SyncTask::aShortPhaseShowsNoDialog()
 {
     SyncRig rig(u"127.60.1.1"_s);
-    QVERIFY(rig.connectDestination());
     ShownDialogs shown;
     rig.start({{3, u"Three"_s}}, {{3, 1}}, {});
-    QVERIFY(rig.finished->wait(10000));
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
+    QCOMPARE(rig.finished->size(), 1);
     // The dialogs' own delay of 500 ms has to pass before their absence means anything.
     bool passed = false;
     QTimer::singleShot(700, this, [&passed] { passed = true; });

@@ -74,7 +74,7 @@ private slots:
         QCOMPARE(text(dialog, u"labelTeam"), u"TextLabel"_s);
         QCOMPARE(text(dialog, u"labelVersion"), u"Version 1.0.3"_s);
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, 30000));
     }
 
     void okClosesItAndItOpensAgain()

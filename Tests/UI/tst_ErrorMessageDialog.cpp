@@ -137,7 +137,7 @@ private slots:
         QFETCH(QStringList, details);
         Screen screen(u"It failed."_s, details);
         QSignalSpy finished(&screen.dialog, &QDialog::finished);
-        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog));
+        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog, 30000));
         QTest::keyClick(screen.dialog.focusWidget(), key);
         QCOMPARE(finished.size(), 1);
         QTEST(finished.first().first().toInt(), "result");

@@ -49,7 +49,7 @@ public:
     bool open()
     {
         show();
-        return QTest::qWaitForWindowExposed(this);
+        return QTest::qWaitForWindowExposed(this, 30000);
     }
 
     void setViewMode(QListView::ViewMode mode)

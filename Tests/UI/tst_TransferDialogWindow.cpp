@@ -4,10 +4,11 @@
 #include "Support/FailOnWarning.h"
 #include "UI/TransferScreen.h"
 
-#include <QElapsedTimer>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+
+#include <ctime>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace Brenvoka;
@@ -59,7 +60,7 @@ private slots:
         TransferScreen screen(4);
         screen.dialog.updateTransfer(0, 1, 80, SyncTransferring);
         screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, 30000));
         QCoreApplication::processEvents();
         PaintCounter paints({screen.bar, screen.stateLabel, screen.table->viewport()});
         for (int i = 0; i < 100; ++i) {
@@ -68,7 +69,7 @@ private slots:
         }
         QCOMPARE(paints.count, 0);
         screen.dialog.updateTransfer(0, 1, 84, SyncTransferring);
-        QTRY_COMPARE(paints.count, 2);
+        QTRY_COMPARE_WITH_TIMEOUT(paints.count, 2, 30000);
     }
 
     void finishOnAnEmptyDialogHidesIt()
@@ -149,7 +150,7 @@ private slots:
         QFETCH(SyncStates, state);
         TransferScreen screen(200);
         screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog));
+        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, 30000));
         if (autoScroll)
             QTest::mouseClick(screen.autoScroll, Qt::LeftButton, {}, {8, 8});
         QCOMPARE(screen.autoScroll->isChecked(), autoScroll);
@@ -164,24 +165,27 @@ private slots:
     {
         TransferScreen screen;
         screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog));
-        QElapsedTimer clock;
-        clock.start();
+        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, 30000));
+        // The time of the processor: what else the machine does is no matter of the dialog.
+        auto milliseconds = [last = std::clock()]() mutable {
+            const std::clock_t now = std::clock();
+            return (now - std::exchange(last, now)) * 1000 / CLOCKS_PER_SEC;
+        };
         auto &dialog = screen.dialog;
         forWholeLibrary([&](int folder, int slot) {
             dialog.addTransfer(folder, slot, u"Clips - 001: Sunset "_s);
         });
-        const auto added = clock.restart();
+        const auto added = milliseconds();
         forWholeLibrary([&](int folder, int slot) {
             dialog.updateTransfer(folder, slot, 100, SyncTransferring);
             if (slot == slotCount)
                 QCoreApplication::processEvents();
         });
-        const auto updated = clock.restart();
+        const auto updated = milliseconds();
         forWholeLibrary([&](int folder, int slot) { dialog.finishTransfer(folder, slot); });
-        const auto finished = clock.elapsed();
-        qInfo("65,280 rows: added in %lld ms, updated in %lld ms, finished in %lld ms", added,
-              updated, finished);
+        const auto finished = milliseconds();
+        qInfo("65,280 rows: added in %ld ms, updated in %ld ms, finished in %ld ms", added, updated,
+              finished);
         QCOMPARE(screen.table->rowCount(), folderCount * slotCount);
         QCOMPARE(screen.bar->value(), 100);
         // Far above what it takes under sanitizers, far below what a pass over all rows for each
