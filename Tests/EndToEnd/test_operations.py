@@ -137,7 +137,7 @@ class Upload(Operations):
         press("Return")
 
     def test_a_picture_is_uploaded_over_another_and_seen(self):
-        self.stage({(0, 4): ("Old.ppm", picture(CYAN))}, "--import-delay", "1500")
+        self.stage({(0, 4): ("Old.ppm", picture(CYAN))}, "--import-delay", "600000")
         (self.folder / "New one.ppm").write_bytes(picture(GREEN))
         self.open_folder(0)
         self.bank.select(5)
@@ -153,6 +153,7 @@ class Upload(Operations):
         self.assertIn("Importing visual", self.program.dialog_texts(importing))
         self.assertFalse(importing.find("push button", "Cancel").enabled)
         self.keep_picture("importing")
+        self.left.tell("end-imports")
         self.program.wait_until_no_dialog()
         wait_for(lambda: "004: New one" in self.bank.rows(), "the row of the new visual")
         wait_for(lambda: self.display.count_pixels(GREEN) > 500, "the new picture")

@@ -89,7 +89,7 @@ Routes::Routes(const Parts &serverParts, const Options &serverOptions)
     , document(parts.library, {.sparse = options.faults.sparse, .broken = options.faults.badJson})
     , thumbnails(parts.library)
     , commands(parts.library, parts.transfers)
-    , uploads(parts.library, parts.transfers, parts.link, options.importDelay)
+    , uploads(parts.library, parts.transfers, parts.link, parts.importPause)
 {
     parts.http.set_pre_routing_handler([this](const Request &request, Response &) {
         if (request.method != "POST")

@@ -26,6 +26,7 @@ public:
         NotificationHub &hub;
         TransferTable &transfers;
         MediaLink &link;
+        ImportPause &importPause;
         RequestLog &log;
     };
 

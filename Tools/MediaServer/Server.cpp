@@ -35,7 +35,8 @@ Server::Server(const Options &serverOptions)
     , library(options.libraryDirectory)
     , transfers(hub, options.burstGrace)
     , link(options.bandwidth, options.faults.dieAfterBytes)
-    , routes({http, library, hub, transfers, link, log}, options)
+    , importPause(options.importDelay)
+    , routes({http, library, hub, transfers, link, importPause, log}, options)
     , announcer(options)
 {
     if (options.generate && library.isEmpty())
@@ -68,10 +69,9 @@ Server::~Server()
 void Server::start()
 {
     workers = std::make_unique<TransferWorkers>(
-        transfers, library, link,
+        transfers, library, link, importPause,
         TransferWorkers::Settings{.workers = options.workers,
                                   .answerOnly = options.answerOnly,
-                                  .importDelay = options.importDelay,
                                   .failImport = options.faults.failImport});
     listener = std::thread([this] { http.listen_after_bind(); });
     frameRateTimer.start(options.frameRateInterval);
@@ -103,6 +103,8 @@ void Server::command(const QString &line)
         announcer.setName(line.section(u' ', 1));
     else if (word == "library-changed"_L1)
         reportLibraryChange();
+    else if (word == "end-imports"_L1)
+        importPause.callOff();
     else if (word == "quiet?"_L1)
         say(transfers.isQuiet() ? u"quiet"_s : u"busy"_s);
     else
@@ -128,6 +130,7 @@ void Server::finish(StreamEnd how)
     hub.waitForNoStream(2s);
     // Only now, so that a client hears of the end before its upload or download breaks off.
     link.close();
+    importPause.close();
     http.shutDown();
     workers.reset();
     QCoreApplication::quit();

@@ -41,6 +41,7 @@ private:
     NotificationHub hub;
     TransferTable transfers;
     MediaLink link;
+    ImportPause importPause;
     HttpServer http;
     Routes routes;
     Announcer announcer;

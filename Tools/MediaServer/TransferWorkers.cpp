@@ -49,10 +49,11 @@ private:
 } // namespace
 
 TransferWorkers::TransferWorkers(TransferTable &transferTable, Library &storage,
-                                 MediaLink &mediaLink, Settings how)
+                                 MediaLink &mediaLink, ImportPause &pauseOfImports, Settings how)
     : table(transferTable)
     , library(storage)
     , link(mediaLink)
+    , importPause(pauseOfImports)
     , settings(std::move(how))
 {
     for (int i = 0; i < settings.workers; ++i)
@@ -62,11 +63,7 @@ TransferWorkers::TransferWorkers(TransferTable &transferTable, Library &storage,
 TransferWorkers::~TransferWorkers()
 {
     table.close();
-    {
-        const std::lock_guard lock(mutex);
-        closed = true;
-    }
-    closing.notify_all();
+    importPause.close();
     for (std::thread &thread : threads)
         thread.join();
 }
@@ -120,15 +117,9 @@ TransferWorkers::Outcome TransferWorkers::copy(TransferTable::Transfer &transfer
 TransferWorkers::Outcome TransferWorkers::import(SlotId target, const StoredVisual &visual,
                                                  const QString &path)
 {
-    waitForImport();
+    (void)importPause.wait(); // what was begun is ended, even if the server ends
     if (settings.failImport.contains(target))
         return {TransferState::Importing, u"Import failure"_s};
     const QString error = library.store(target, visual, path);
     return {error.isEmpty() ? TransferState::Finished : TransferState::Failed, error};
-}
-
-void TransferWorkers::waitForImport()
-{
-    std::unique_lock lock(mutex);
-    closing.wait_for(lock, settings.importDelay, [this] { return closed; });
 }

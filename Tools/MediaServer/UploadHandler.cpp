@@ -77,11 +77,11 @@ QString decodedFileName(const std::string &name)
 } // namespace
 
 UploadHandler::UploadHandler(Library &storage, TransferTable &transferTable, MediaLink &mediaLink,
-                             std::chrono::milliseconds timeOfImport)
+                             ImportPause &pauseOfImports)
     : library(storage)
     , transfers(transferTable)
     , link(mediaLink)
-    , importTime(timeOfImport)
+    , importPause(pauseOfImports)
 {
 }
 
@@ -120,7 +120,7 @@ CommandResult UploadHandler::store(const FormFields &fields, const QString &hash
         return reader.result;
     if (transfers.usesSlot(slot))
         return {ResultCode::VisualInUse, {}};
-    if (!link.pause(importTime))
+    if (!importPause.wait())
         return {ResultCode::UnknownFailure, {}};
     const QString name = decodedFileName(fields.find("visualFile")->second);
     const QString error = library.store(slot, {Library::safeFileName(name), hash}, path);

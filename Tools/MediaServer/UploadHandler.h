@@ -4,6 +4,7 @@
 #pragma once
 
 #include "MediaServer/CommandHandler.h"
+#include "MediaServer/ImportPause.h"
 #include "MediaServer/MediaLink.h"
 
 #include <httplib.h>
@@ -15,7 +16,7 @@ class UploadHandler
 {
 public:
     UploadHandler(Library &storage, TransferTable &transferTable, MediaLink &mediaLink,
-                  std::chrono::milliseconds timeOfImport);
+                  ImportPause &pauseOfImports);
 
     /// Reads the form. `fields` gets its small fields, the name of the file as "visualFile" and
     /// its length as "bytes".
@@ -29,5 +30,5 @@ private:
     Library &library;
     TransferTable &transfers;
     MediaLink &link;
-    const std::chrono::milliseconds importTime;
+    ImportPause &importPause;
 };
