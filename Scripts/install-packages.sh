@@ -15,7 +15,7 @@ packages=(
     # tests and the demonstration: a virtual display, input events, the accessibility tree, pictures
     xvfb openbox xdotool x11-utils imagemagick
     at-spi2-core dbus dbus-x11 python3 python3-pyatspi
-    curl fonts-dejavu-core fonts-liberation fonts-droid-fallback
+    curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei
     # style and pictures
     clang-format librsvg2-bin
     "$@"
@@ -28,7 +28,7 @@ This machine has no apt-get. Install by hand, then run the command again:
   Qt 6.4 or later: Core, Gui, Widgets, Network, Test, and the xcb and offscreen platform plug-ins
   spdlog 1.10 or later, fmt 9 or later, Boost.Filesystem 1.74 or later, cpp-httplib 0.11 or later
   for tests and the demonstration: Xvfb, openbox, xdotool, xwininfo, ImageMagick, curl, D-Bus,
-  at-spi2-core, Python 3 with pyatspi, DejaVu, Liberation and Droid Fallback fonts, rsvg-convert
+  at-spi2-core, Python 3 with pyatspi, DejaVu, Liberation and WenQuanYi Micro Hei fonts, rsvg-convert
 TEXT
     # Whoever installed these already can go on.
     command -v cmake >/dev/null && command -v ninja >/dev/null

@@ -27,7 +27,7 @@ cmake --build --preset release --target screenshots
 take() {
     local scale=$1
     shift
-    env -u QT_STYLE_OVERRIDE -u QT_QPA_PLATFORMTHEME QT_QPA_PLATFORM=offscreen \
+    env -u QT_STYLE_OVERRIDE -u QT_QPA_PLATFORMTHEME QT_QPA_PLATFORM="offscreen:configfile=$PWD/Tests/Look/screen.json" \
         QT_SCALE_FACTOR="$scale" QT_LOGGING_RULES='qt.qpa.*=false' LC_ALL=C.UTF-8 TZ=UTC \
         FONTCONFIG_FILE="$PWD/Tests/Look/fonts.conf" build/release/Tests/Look/screenshots "$@" \
         2> >(grep -vE '^(This plugin does not support|QStandardPaths: XDG_RUNTIME_DIR)' >&2)

@@ -184,7 +184,7 @@ QImage takeFileDialog()
     }
     if (!stage.open(0))
         return {};
-    clickRow(stage.rig.bankA(), 5);
+    clickRow(stage.rig.bankA(), 6);
     return takeModal([&] { childOf<QPushButton>(stage.rig.bankA(), "addButton").click(); });
 }
 

@@ -68,7 +68,7 @@ void settleLook()
 
 QStringList missingFonts()
 {
-    QStringList missing{u"DejaVu Sans"_s, u"Liberation Sans"_s, u"Droid Sans Fallback"_s};
+    QStringList missing{u"DejaVu Sans"_s, u"Liberation Sans"_s, u"WenQuanYi Micro Hei"_s};
     missing.removeIf([](const QString &family) { return QFontDatabase::hasFamily(family); });
     if (QFontInfo(QFont(u"Helvetica"_s)).family() != u"Liberation Sans"_s)
         missing.append(u"Helvetica as FONTCONFIG_FILE names it"_s);
@@ -95,8 +95,9 @@ QImage screenPicture()
     screen.fill(Qt::black);
     QPainter painter(&screen);
     for (QWidget *window : windows)
-        painter.drawImage((QPointF(window->pos() - area.topLeft()) * scale).toPoint(),
-                          pictureOf(*window));
+        painter.drawImage(
+            (QPointF(window->geometry().topLeft() - area.topLeft()) * scale).toPoint(),
+            pictureOf(*window));
     return screen;
 }
 

@@ -3,8 +3,9 @@
 
 #include "Look/WindowStage.h"
 
+#include <QCursor>
 #include <QPainter>
-#include <QPainterPath>
+#include <QScreen>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -91,6 +92,8 @@ WindowStage::WindowStage(const QList<Server> &servers, const View &view)
             rig.controller().serverUpdateFpsStats(uuid, 59.94F, 60, 60, true);
     }
     view.choose(*rig.window);
+    // Away from where the scene before left it.
+    QCursor::setPos(QGuiApplication::primaryScreen()->geometry().bottomRight());
     (void)rig.show();
 }
 

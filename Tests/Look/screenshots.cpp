@@ -15,10 +15,10 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr QSize cellSize(480, 360);
+constexpr QSize cellSize(540, 330);
 constexpr int labelHeight = 24;
 constexpr int gap = 8;
-constexpr int scenesAcross = 2;
+constexpr int scenesAcross = 3;
 
 bool takePictures(const QList<Scene> &scenes, const QDir &output)
 {
@@ -81,7 +81,8 @@ int main(int argc, char *argv[])
     const QCommandLineOption sheet(u"sheet"_s, u"write OUTPUT/index.png of what is in OUTPUT"_s);
     const QCommandLineOption photographs(u"photographs"_s, u"JPEG files for thumbnails"_s,
                                          u"directory"_s);
-    parser.addOptions({golden, sheet, photographs});
+    const QCommandLineOption only(u"only"_s, u"only scenes whose names contain this"_s, u"text"_s);
+    parser.addOptions({golden, sheet, photographs, only});
     parser.addPositionalArgument(u"output"_s, u"an existing directory"_s);
     parser.addHelpOption();
     parser.process(application);
@@ -98,6 +99,8 @@ int main(int argc, char *argv[])
         scenes.removeIf([](const Scene &scene) { return !scene.golden; });
     if (parser.isSet(photographs))
         scenes = photographScenes(parser.value(photographs)) + scenes;
+    scenes.removeIf(
+        [text = parser.value(only)](const Scene &scene) { return !scene.name.contains(text); });
     return (parser.isSet(sheet) ? writeSheet(scenes, output) : takePictures(scenes, output)) ? 0
                                                                                              : 1;
 }
