@@ -8,6 +8,7 @@
 #include "UI/AboutDialog.h"
 #include "UI/BVPreferencesDialog.h"
 #include "UI/DisabledIcon.h"
+#include "UI/FocusReturn.h"
 
 #include "ui_BVMainWindow.h"
 
@@ -25,6 +26,7 @@ void showSharp(QLabel *label, const QString &path)
 }
 
 } // namespace
+#include <QShortcut>
 
 BVMainWindow::BVMainWindow(ApplicationModel *applicationModel)
     : ui(std::make_unique<Ui::BVMainWindow>())
@@ -33,6 +35,7 @@ BVMainWindow::BVMainWindow(ApplicationModel *applicationModel)
     ui->setupUi(this);
     showSharp(ui->label, u":/bitmaps/Bin/bitmap/bitmaps/zorvikLogo.png"_s);
     showSharp(ui->unsyncServers, u":/icons/Bin/bitmap/icons/unsynced.png"_s);
+    connectKeys();
     dimDisabledIcon(ui->leftToRightButton);
     dimDisabledIcon(ui->rightToLeftButton);
     ui->listModeButton->setChecked(true);
@@ -62,6 +65,19 @@ void BVMainWindow::connectButtons()
     connectClick(ui->smallSizeButton, &UIController::setSmallSize);
     connectClick(ui->mediumSizeButton, &UIController::setMediumSize);
     connectClick(ui->largeSizeButton, &UIController::setLargeSize);
+}
+
+void BVMainWindow::connectKeys()
+{
+    new FocusReturn(this, ui->serverBankA->keyboardStart());
+    connect(new QShortcut(Qt::Key_F10, this), &QShortcut::activated, ui->menuBar,
+            [this] { ui->menuBar->setActiveAction(ui->menuFile->menuAction()); });
+    // Tab stops at the button that is checked; the arrow keys choose another of its group.
+    for (const auto *group : {ui->listViewModeButtonGroup, ui->iconSizeButtonGroup}) {
+        connect(group, &QButtonGroup::buttonToggled, this, [](QAbstractButton *button, bool on) {
+            button->setFocusPolicy(on ? Qt::TabFocus : Qt::NoFocus);
+        });
+    }
 }
 
 void BVMainWindow::setSyncWarning(bool visible)

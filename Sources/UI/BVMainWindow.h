@@ -42,6 +42,7 @@ public:
 
 private:
     void connectButtons();
+    void connectKeys();
 
     std::unique_ptr<Ui::BVMainWindow> ui;
     ApplicationModel *model;

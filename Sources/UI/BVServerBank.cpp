@@ -14,6 +14,7 @@
 #include <QAbstractItemView>
 #include <QScrollBar>
 #include <QSignalBlocker>
+#include <QTabBar>
 
 #include <algorithm>
 
@@ -59,6 +60,8 @@ BVServerBank::BVServerBank(QWidget *parent)
     // Patches, Mapper and Cues; the pages themselves stay, hidden, with the tab widget.
     for (int i = 0; i < 3; ++i)
         ui->serverTabWidget->removeTab(1);
+    // With a single tab there is nothing to choose.
+    ui->serverTabWidget->tabBar()->setFocusPolicy(Qt::NoFocus);
 
     dimDisabledIcon(ui->removeButton);
     dimDisabledIcon(ui->addButton);
@@ -81,6 +84,7 @@ void BVServerBank::setupBank(UIController *uiController, QNetworkAccessManager *
     serverDeck = deck;
     controller = std::make_unique<ServerBankController>(uiController, this, network, deck);
     connectBank(uiController);
+    connectKeys();
 }
 
 void BVServerBank::connectBank(UIController *uiController)

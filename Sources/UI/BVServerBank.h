@@ -104,6 +104,8 @@ public:
     /// Selects exactly these rows without reporting it; rows past the end are passed over.
     void selectRows(const QList<int> &rows);
 
+    /// The widget of this bank that the keyboard is most used in: its list.
+    [[nodiscard]] QWidget *keyboardStart() const;
     /// The list's vertical slider position, in the units of the scroll bar.
     [[nodiscard]] int scrollPosition() const;
     /// Moves the list's vertical slider. A position that it does not have yet is reported.
@@ -148,6 +150,7 @@ public slots:
 
 private:
     void connectBank(UIController *uiController);
+    void connectKeys();
     void describeControls();
     void mirrorBottomRow();
 
@@ -155,6 +158,14 @@ private:
     /// Position of that folder in the selected server's library, -1 if it has none.
     [[nodiscard]] int folderPosition(int folderSlot) const;
     [[nodiscard]] QList<VisualRef> visualsOfFolder(int folderSlot, bool onlyExisting) const;
+
+    /// As a double click on that row does; nothing if there is no such row.
+    void openRow(int row);
+    /// The row to be current once the slots are drawn: the top of a folder just entered, else the
+    /// present one.
+    [[nodiscard]] int rowAfterRebuild();
+    /// Makes a row the one that the keyboard starts from. It is neither selected nor scrolled to.
+    void placeCurrentRow(int row);
 
     void clearRows();
     void rebuildFolderList();
@@ -178,6 +189,7 @@ private:
     ServerDeck serverDeck = ServerDeckA;
     std::unique_ptr<ServerBankController> controller;
     bool folderNameDiffers = false;
+    bool isEnteringFolder = false; ///< until the rows of the folder are there
     // Those of the rows on show, which the next ones may already be different from.
     Marks drawnMarks;
     bool foldersDrawn = true;

@@ -45,14 +45,17 @@ int scaled(int length, float factor)
 
 void BVServerBank::showFolders()
 {
+    const int row = currentFolder == -1 ? ui->mediaListWidget->currentRow() : currentFolder;
     ui->mediaListFolder->setTextFormat(Qt::PlainText);
     ui->mediaListFolder->setText(tr("Library"));
     ui->mediaListFolder->setAccessibleDescription({});
     ui->mediaListWidget->clear();
     currentFolder = -1;
     folderNameDiffers = false;
+    isEnteringFolder = false;
     if (!currentServerUuid().isNull())
         rebuildFolderList();
+    placeCurrentRow(row);
 }
 
 void BVServerBank::clearRows()
@@ -114,10 +117,12 @@ void BVServerBank::refreshFolder()
     }
 
     showPath(defaultFolderName(currentFolder));
+    const int row = rowAfterRebuild();
     clearRows();
     addHeaderItems();
     for (int slot = 1; slot < slotCount; ++slot)
         addEmptySlotItem(slot);
+    placeCurrentRow(row);
     setEnabled(true);
 }
 
@@ -147,6 +152,7 @@ void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pix
         return;
     }
     const MediaFolder folder = currentServer().folderAt(mediaFolderIndex);
+    const int row = rowAfterRebuild();
     clearRows();
     addHeaderItems();
     for (int slot = 1; slot < slotCount; ++slot) {
@@ -159,6 +165,7 @@ void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pix
         addItem(markedPixmap(slot, visual.hash, pixmaps.value(slot)), visual.name,
                 ui->mediaListWidget->count());
     }
+    placeCurrentRow(row);
     setEnabled(true);
 }
 

@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+// What the keyboard does in the list of a bank, beyond the keys that every list knows.
+
+#include "UI/BVServerBank.h"
+
+#include "Controller/ServerBankController.h"
+
+#include "ui_BVServerBank.h"
+
+#include <QShortcut>
+
+#include <algorithm>
+#include <utility>
+
+void BVServerBank::connectKeys()
+{
+    auto *const list = ui->mediaListWidget;
+    const auto onKeys = [this, list](const QList<QKeySequence> &keys, auto action) {
+        auto *const shortcut = new QShortcut(list);
+        shortcut->setKeys(keys);
+        shortcut->setContext(Qt::WidgetShortcut);
+        shortcut->setAutoRepeat(false); // a key held down would open, go back, and open again
+        connect(shortcut, &QShortcut::activated, this, action);
+    };
+    const QList<QKeySequence> back = QKeySequence::keyBindings(QKeySequence::Back)
+                                     << QKeySequence(Qt::Key_Backspace);
+
+    onKeys({Qt::Key_Return, Qt::Key_Enter}, [this, list] { openRow(list->currentRow()); });
+    onKeys(back, [this] {
+        if (currentFolder != -1)
+            openRow(0);
+    });
+    onKeys({Qt::Key_Delete}, [this] { ui->removeButton->click(); });
+    onKeys({Qt::Key_Insert}, [this] { ui->addButton->click(); });
+}
+
+QWidget *BVServerBank::keyboardStart() const
+{
+    return ui->mediaListWidget;
+}
+
+void BVServerBank::openRow(int row)
+{
+    if (auto *const item = ui->mediaListWidget->item(row))
+        controller->serverToFolder(item);
+}
+
+int BVServerBank::rowAfterRebuild()
+{
+    return std::exchange(isEnteringFolder, false) ? 0 : ui->mediaListWidget->currentRow();
+}
+
+void BVServerBank::placeCurrentRow(int row)
+{
+    auto *const list = ui->mediaListWidget;
+    // The list would scroll to its current row, and the other bank with it.
+    const bool scrolls = list->hasAutoScroll();
+    list->setAutoScroll(false);
+    list->setCurrentRow(std::max(row, 0), QItemSelectionModel::NoUpdate);
+    list->setAutoScroll(scrolls);
+}
