@@ -13,6 +13,7 @@
 #include "ui_BVMainWindow.h"
 
 #include <QLabel>
+#include <QShortcut>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -26,7 +27,6 @@ void showSharp(QLabel *label, const QString &path)
 }
 
 } // namespace
-#include <QShortcut>
 
 BVMainWindow::BVMainWindow(ApplicationModel *applicationModel)
     : ui(std::make_unique<Ui::BVMainWindow>())

@@ -163,7 +163,7 @@ private:
     void openRow(int row);
     /// The row to be current once the slots are drawn: the top of a folder just entered, else the
     /// present one.
-    [[nodiscard]] int rowAfterRebuild();
+    [[nodiscard]] int rowAfterRebuild() const;
     /// Makes a row the one that the keyboard starts from. It is neither selected nor scrolled to.
     void placeCurrentRow(int row);
 
@@ -189,7 +189,6 @@ private:
     ServerDeck serverDeck = ServerDeckA;
     std::unique_ptr<ServerBankController> controller;
     bool folderNameDiffers = false;
-    bool isEnteringFolder = false; ///< until the rows of the folder are there
     // Those of the rows on show, which the next ones may already be different from.
     Marks drawnMarks;
     bool foldersDrawn = true;

@@ -12,7 +12,6 @@
 #include <QShortcut>
 
 #include <algorithm>
-#include <utility>
 
 void BVServerBank::connectKeys()
 {
@@ -24,8 +23,10 @@ void BVServerBank::connectKeys()
         shortcut->setAutoRepeat(false); // a key held down would open, go back, and open again
         connect(shortcut, &QShortcut::activated, this, action);
     };
-    const QList<QKeySequence> back = QKeySequence::keyBindings(QKeySequence::Back)
-                                     << QKeySequence(Qt::Key_Backspace);
+    QList<QKeySequence> back = QKeySequence::keyBindings(QKeySequence::Back);
+    // On some platforms it is among them; a key that is given twice is ambiguous.
+    if (!back.contains(QKeySequence(Qt::Key_Backspace)))
+        back.append(Qt::Key_Backspace);
 
     onKeys({Qt::Key_Return, Qt::Key_Enter}, [this, list] { openRow(list->currentRow()); });
     onKeys(back, [this] {
@@ -47,9 +48,9 @@ void BVServerBank::openRow(int row)
         controller->serverToFolder(item);
 }
 
-int BVServerBank::rowAfterRebuild()
+int BVServerBank::rowAfterRebuild() const
 {
-    return std::exchange(isEnteringFolder, false) ? 0 : ui->mediaListWidget->currentRow();
+    return foldersDrawn ? 0 : ui->mediaListWidget->currentRow();
 }
 
 void BVServerBank::placeCurrentRow(int row)

@@ -52,7 +52,6 @@ void BVServerBank::showFolders()
     ui->mediaListWidget->clear();
     currentFolder = -1;
     folderNameDiffers = false;
-    isEnteringFolder = false;
     if (!currentServerUuid().isNull())
         rebuildFolderList();
     placeCurrentRow(row);
