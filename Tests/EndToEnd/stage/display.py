@@ -9,6 +9,8 @@ import shutil
 import subprocess
 import tempfile
 
+from gi.repository import Gio
+
 from .waiting import wait_for
 
 _BUS_LAUNCHERS = ("/usr/libexec/at-spi-bus-launcher", "/usr/lib/at-spi2-core/at-spi-bus-launcher")
@@ -46,12 +48,15 @@ class Display:
         bus = self._run(["dbus-daemon", "--session", "--nofork", "--print-address"],
                         stdout=subprocess.PIPE, text=True)
         os.environ["DBUS_SESSION_BUS_ADDRESS"] = bus.stdout.readline().strip()
-        launcher = next(path for path in _BUS_LAUNCHERS if os.path.exists(path))
-        self._run([launcher, "--launch-immediately"])
         os.environ["QT_LINUX_ACCESSIBILITY_ALWAYS_ON"] = "1"
         os.environ["QT_QPA_PLATFORM"] = "xcb"
         os.environ["XDG_RUNTIME_DIR"] = self._scratch
         os.environ.pop("AT_SPI_BUS_ADDRESS", None)
+        # Only now: the socket of the accessibility bus lies in the runtime directory, or else in
+        # one that all displays of that number share, where the end of the last takes it away.
+        launcher = next(path for path in _BUS_LAUNCHERS if os.path.exists(path))
+        self._run([launcher, "--launch-immediately"])
+        wait_for(self._accessibility_bus_is_up, "the accessibility bus")
 
         self._run(["openbox", "--config-file", self._window_manager_configuration()])
         wait_for(self._window_manager_is_up, "the window manager")
@@ -63,6 +68,19 @@ class Display:
                         "<focus><focusNew>yes</focusNew></focus>"
                         "<theme><name>Clearlooks</name></theme></openbox_config>")
         return str(path)
+
+    @staticmethod
+    def _accessibility_bus_is_up():
+        flags = (Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT
+                 | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION)
+
+        def connect(address):
+            return Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
+
+        session = connect(os.environ["DBUS_SESSION_BUS_ADDRESS"])
+        answer = session.call_sync("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress",
+                                   None, None, Gio.DBusCallFlags.NO_AUTO_START, -1, None)
+        return connect(answer.unpack()[0])
 
     @staticmethod
     def _window_manager_is_up():
