@@ -8,6 +8,7 @@
 #include "Log/ZorLog.h"
 #include "Model/Server.h"
 #include "UI/DisabledIcon.h"
+#include "UI/RowDelegate.h"
 
 #include "ui_BVServerBank.h"
 
@@ -74,6 +75,7 @@ BVServerBank::BVServerBank(QWidget *parent)
     updateItemSizes();
     setConnectionStatus(false, 0, 0);
     ui->mediaListWidget->setMovement(QListView::Static);
+    ui->mediaListWidget->setItemDelegate(new RowDelegate(this));
 }
 
 BVServerBank::~BVServerBank() = default;

@@ -4,6 +4,7 @@
 #include "UI/TransferDialog.h"
 
 #include "UI/DarkBase.h"
+#include "UI/RowDelegate.h"
 #include "ui_TransferDialog.h"
 
 #include <algorithm>
@@ -28,6 +29,7 @@ TransferDialog::TransferDialog(QWidget *parent)
     useDarkBase(*ui->progressBar);
     useDarkBase(*ui->ckAutoScroll);
     ui->statusList->setColumnCount(2);
+    ui->statusList->setItemDelegate(new RowDelegate(this));
     // Not on show; a screen reader tells by them what a cell is about.
     ui->statusList->setHorizontalHeaderLabels({tr("Visual"), tr("State")});
     ui->statusList->horizontalHeader()->setSectionResizeMode(labelColumn, QHeaderView::Stretch);

@@ -1,0 +1,266 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/WindowRig.h"
+
+#include <QComboBox>
+#include <QHelpEvent>
+#include <QLabel>
+#include <QTextDocument>
+#include <QToolTip>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int row = 8; // of slot 7
+
+bool isText(QRgb pixel)
+{
+    return std::max({qRed(pixel), qGreen(pixel), qBlue(pixel)}) > 140;
+}
+
+/// Where the letters of a text are, relative to its left edge.
+QList<QPoint> letters(const QImage &image)
+{
+    QList<QPoint> points;
+    int left = image.width();
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (!isText(image.pixel(x, y)))
+                continue;
+            points.append({x, y});
+            left = qMin(left, x);
+        }
+    }
+    for (QPoint &point : points)
+        point.rx() -= left;
+    return points;
+}
+
+/// Whether a line begins as another, give or take where a letter falls between two pixels.
+bool beginsLike(const QImage &line, const QImage &beginning)
+{
+    const QList<QPoint> shown = letters(line);
+    const QList<QPoint> wanted = letters(beginning);
+    const auto missing = std::count_if(wanted.begin(), wanted.end(), [&](QPoint point) {
+        return !shown.contains(point) && !shown.contains(point + QPoint(1, 0)) &&
+               !shown.contains(point - QPoint(1, 0));
+    });
+    return wanted.size() > 10 && missing * 8 < wanted.size();
+}
+
+/// Whether the right end of a line shows an ellipsis: dots on the ground, and nothing above.
+bool endsWithEllipsis(const QImage &line)
+{
+    int right = 0;
+    for (int y = 0; y < line.height(); ++y) {
+        for (int x = 0; x < line.width(); ++x) {
+            if (isText(line.pixel(x, y)))
+                right = qMax(right, x);
+        }
+    }
+    for (int y = 0; y < line.height() / 2; ++y) {
+        for (int x = right - 5; x <= right; ++x) {
+            if (isText(line.pixel(x, y)))
+                return false;
+        }
+    }
+    return right > line.width() - 20;
+}
+
+QString numbered(const QString &title)
+{
+    return u"007: "_s + title;
+}
+
+} // namespace
+
+/// Names as the network gives them: whatever is in them, rows and boxes keep their shape.
+class tst_BVServerBankNames final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        QPixmapCache::clear();
+    }
+
+    void theNumberStaysOnShow_data();
+    void theNumberStaysOnShow();
+    void nothingIsDrawnBetweenRows_data();
+    void nothingIsDrawnBetweenRows();
+    void folderRowsKeepTheirNumber();
+    void rowsThatAreCutOffHaveAToolTip();
+    void longNamesAreElided();
+    void rowsLookTheSameWhileTheBankIsDisabled();
+
+private:
+    /// A window with one server, whose folder 0 holds this name in slot 7.
+    static void openFolderWith(WindowRig &rig, const QString &name)
+    {
+        Server server = sampleServer(u"Stage left"_s, u"127.50.2.30"_s);
+        Visual odd = visual(7, {}, 7);
+        odd.name = name;
+        server.folders[0].files = {odd};
+        rig.connectServer(server);
+        QVERIFY(rig.show());
+        rig.controller().folderChanged(0);
+        QVERIFY(rig.bankA().isEnabled());
+    }
+
+    /// The part of a drawn row that holds its text.
+    static QImage textOf(const WindowRig &rig, int number)
+    {
+        MediaListWidget &list = listOf(rig.bankA());
+        list.scrollToItem(list.item(number));
+        QRect place = list.visualItemRect(list.item(number)).adjusted(2, 2, -2, -2);
+        if (list.viewMode() == QListView::ListMode)
+            place.setLeft(place.left() + list.iconSize().width() + 2);
+        else
+            place.setTop(place.top() + list.iconSize().height());
+        return list.viewport()->grab(place).toImage();
+    }
+};
+
+void tst_BVServerBankNames::theNumberStaysOnShow_data()
+{
+    QTest::addColumn<QString>("title");
+    QTest::newRow("long words") << u"A very long name "_s.repeated(20);
+    QTest::newRow("one long word") << u"W"_s.repeated(5000);
+    QTest::newRow("Cyrillic") << u"Очень длинное название "_s.repeated(8);
+    QTest::newRow("Arabic") << u"اسم"_s;
+    QTest::newRow("long Arabic") << u"اسم طويل جدا "_s.repeated(20);
+    QTest::newRow("lines") << u"line\n"_s.repeated(1000);
+    QTest::newRow("separators") << u"one\u2028two\u2029three"_s;
+    QTest::newRow("tabs") << u"\t\t\t\t\tfar away"_s;
+    QTest::newRow("NUL") << u"\0\0nothing"_s;
+    QTest::newRow("override") << u"\u202Ereversed"_s;
+}
+
+/// The digits and the colon look as in a row whose name is that number and nothing else.
+void tst_BVServerBankNames::theNumberStaysOnShow()
+{
+    QFETCH(const QString, title);
+    WindowRig rig;
+    openFolderWith(rig, numbered(title));
+    MediaListWidget &list = listOf(rig.bankA());
+    for (const bool listView : {true, false}) {
+        for (const int size : {0, 1, 2}) {
+            rig.bankA().setListMode(listView);
+            rig.bankA().setIconSizeIndex(size);
+            const QImage shown = textOf(rig, row);
+            list.item(row)->setText(u"007:"_s);
+            const QImage number = textOf(rig, row);
+            list.item(row)->setText(numbered(title));
+            QVERIFY2(beginsLike(shown, number), qPrintable(QString::number(size)));
+        }
+    }
+}
+
+void tst_BVServerBankNames::nothingIsDrawnBetweenRows_data()
+{
+    theNumberStaysOnShow_data();
+}
+
+void tst_BVServerBankNames::nothingIsDrawnBetweenRows()
+{
+    QFETCH(const QString, title);
+    WindowRig rig;
+    openFolderWith(rig, numbered(title));
+    MediaListWidget &list = listOf(rig.bankA());
+    const QColor ground(73, 83, 96);
+    for (const bool listView : {true, false}) {
+        rig.bankA().setListMode(listView);
+        list.scrollToItem(list.item(row));
+        const QRect place = list.visualItemRect(list.item(row));
+        QCOMPARE(place.height(), list.visualItemRect(list.item(row - 1)).height());
+        const QImage around = list.viewport()->grab(place.adjusted(-2, -2, 2, 2)).toImage();
+        for (int x = 0; x < around.width(); ++x) {
+            QCOMPARE(around.pixelColor(x, 0), ground);
+            QCOMPARE(around.pixelColor(x, around.height() - 1), ground);
+        }
+        for (int y = 0; y < around.height(); ++y) {
+            QCOMPARE(around.pixelColor(0, y), ground);
+            QCOMPARE(around.pixelColor(around.width() - 1, y), ground);
+        }
+    }
+}
+
+void tst_BVServerBankNames::folderRowsKeepTheirNumber()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"Stage left"_s, u"127.50.2.31"_s);
+    server.folders[1].name = u"001_"_s + u"اسم طويل جدا\n"_s.repeated(50);
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    for (const bool listView : {true, false}) {
+        rig.bankA().setListMode(listView);
+        const QImage shown = textOf(rig, 1);
+        listOf(rig.bankA()).item(1)->setText(u"001_"_s);
+        const QImage number = textOf(rig, 1);
+        listOf(rig.bankA()).item(1)->setText(server.folders[1].name);
+        QVERIFY(beginsLike(shown, number));
+    }
+}
+
+void tst_BVServerBankNames::rowsThatAreCutOffHaveAToolTip()
+{
+    WindowRig rig;
+    const QString name = numbered(u"<b>bold</b> "_s.repeated(9));
+    openFolderWith(rig, name);
+    rig.bankA().setListMode(false);
+    MediaListWidget &list = listOf(rig.bankA());
+    const auto tipOf = [&](int number) {
+        QToolTip::hideText();
+        const QPoint place = list.visualItemRect(list.item(number)).center();
+        QHelpEvent event(QEvent::ToolTip, place, list.viewport()->mapToGlobal(place));
+        QCoreApplication::sendEvent(list.viewport(), &event);
+        QTextDocument tip;
+        tip.setHtml(QToolTip::text());
+        return tip.toPlainText().remove(QChar(0x200b));
+    };
+    QCOMPARE(tipOf(row), name);
+    QVERIFY(!tipOf(0).contains(u"Back"));
+    QToolTip::hideText();
+}
+
+void tst_BVServerBankNames::longNamesAreElided()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"W"_s.repeated(115), u"127.50.2.32"_s);
+    server.folders[1].name = u"W"_s.repeated(5000);
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    const auto picture = [&](const char *name) {
+        auto &widget = childOf<QWidget>(rig.bankA(), name);
+        const QPoint corner = widget.mapTo(rig.window.get(), QPoint());
+        return rig.window->grab(QRect(corner, widget.size())).toImage();
+    };
+    const QImage box = picture("serverComboBox");
+    QVERIFY(endsWithEllipsis(box.copy(3, 3, box.width() - 22, box.height() - 6)));
+    for (const bool red : {false, true}) {
+        rig.bankA().showFolder(1, red);
+        QVERIFY(endsWithEllipsis(picture("mediaListFolder")));
+    }
+}
+
+void tst_BVServerBankNames::rowsLookTheSameWhileTheBankIsDisabled()
+{
+    WindowRig rig;
+    openFolderWith(rig, numbered(u"Sunset"_s));
+    MediaListWidget &list = listOf(rig.bankA());
+    rig.find<QWidget>("listModeButton").setFocus(); // a disabled list has no frame of focus
+    list.scrollToItem(list.item(row));              // lays the rows out
+    const QPoint picture = list.visualItemRect(list.item(row)).topLeft() + QPoint(20, 10);
+    const QImage enabled = list.viewport()->grab().toImage();
+    QCOMPARE(enabled.pixelColor(picture), thumbnailOf(7).toImage().pixelColor(0, 0));
+    rig.bankA().setEnabled(false);
+    QCOMPARE(list.viewport()->grab().toImage(), enabled);
+}
+
+QTEST_MAIN(tst_BVServerBankNames)
+#include "tst_BVServerBankNames.moc"
