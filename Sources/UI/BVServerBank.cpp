@@ -173,6 +173,16 @@ void BVServerBank::setServers(const QList<QUuid> &uuids)
     for (const QUuid &uuid : uuids)
         ui->serverComboBox->addItem(serverRecord(uuid).name, uuid);
     ui->serverComboBox->setCurrentIndex(-1);
+    widenServerList();
+}
+
+// To the longest name, which the list would cut off at the width of the box.
+void BVServerBank::widenServerList()
+{
+    constexpr int broadest = 700;
+    constexpr int tickAndMargins = 60; // which the hint leaves out
+    auto *const list = ui->serverComboBox->view();
+    list->setMinimumWidth(qMin(list->sizeHintForColumn(0) + tickAndMargins, broadest));
 }
 
 void BVServerBank::selectServer(const QUuid &uuid)

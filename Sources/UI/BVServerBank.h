@@ -153,6 +153,7 @@ private:
     void connectKeys();
     void describeControls();
     void mirrorBottomRow();
+    void widenServerList();
 
     [[nodiscard]] const Server &serverRecord(const QUuid &uuid) const;
     /// Position of that folder in the selected server's library, -1 if it has none.

@@ -36,6 +36,14 @@ QString emptySlotText(int slot)
     return QString::fromLatin1(text);
 }
 
+/// Shows itself in a selected row as well, where Qt would tint it until its mark can't be told.
+QIcon rowIcon(const QPixmap &pixmap)
+{
+    QIcon icon(pixmap);
+    icon.addPixmap(pixmap, QIcon::Selected);
+    return icon;
+}
+
 int scaled(int length, float factor)
 {
     return int(float(length) * factor);
@@ -82,7 +90,7 @@ void BVServerBank::rebuildFolderList()
         const int position = folderPosition(slot);
         const QString name =
             position == -1 ? defaultFolderName(slot) : server.folders.at(position).name;
-        addItem(markedPixmap(slot, u"folder"_s, folderPixmap), name, slot + 1);
+        addItem(rowIcon(markedPixmap(slot, u"folder"_s, folderPixmap)), name, slot + 1);
     }
     updateItemSizes();
 }
@@ -161,7 +169,7 @@ void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pix
             continue;
         }
         const Visual &visual = folder.files.at(index);
-        addItem(markedPixmap(slot, visual.hash, pixmaps.value(slot)), visual.name,
+        addItem(rowIcon(markedPixmap(slot, visual.hash, pixmaps.value(slot))), visual.name,
                 ui->mediaListWidget->count());
     }
     placeCurrentRow(row);
@@ -171,12 +179,13 @@ void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pix
 void BVServerBank::addHeaderItems()
 {
     addItem(backIcon, tr("Back"), 0);
-    addItem(noVisualPixmap, tr("000: NO VISUAL"), 0);
+    addItem(rowIcon(noVisualPixmap), tr("000: NO VISUAL"), 0);
 }
 
 void BVServerBank::addEmptySlotItem(int slot)
 {
-    addItem(markedPixmap(slot, u"background"_s, backgroundPixmap), emptySlotText(slot), slot);
+    addItem(rowIcon(markedPixmap(slot, u"background"_s, backgroundPixmap)), emptySlotText(slot),
+            slot);
 }
 
 void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)

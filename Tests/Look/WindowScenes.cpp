@@ -72,8 +72,8 @@ QList<Server> fullServers()
     QStringList titles;
     for (int i = 0; i < 256; ++i)
         names.append(u"Folder number %1"_s.arg(i));
-    for (int i = 0; i < 204; ++i)
-        titles.append(u"Visual %1 of many"_s.arg(i));
+    for (int i = 0; i < 255; ++i)
+        titles.append(u"Visual %1 of many"_s.arg(i + 1));
     Server left = stageServer(u"Full left"_s, 1, names, titles);
     Server right = left;
     right.uuid = QUuid::createUuidV5(QUuid(), u"Full right"_s);

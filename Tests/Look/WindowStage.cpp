@@ -43,9 +43,10 @@ QPixmap drawnThumbnail(int number)
 Server stageServer(const QString &name, int number, const QStringList &folderNames,
                    const QStringList &titles)
 {
+    const bool isFull = titles.size() == 255;
     QList<Visual> files;
     for (int i = 0; i < titles.size(); ++i) {
-        const int slot = i + 1 + i / 4;
+        const int slot = i + 1 + (isFull ? 0 : i / 4);
         const QString hash = hashOf(i + 1);
         QPixmapCache::insert(u"thumbnail+"_s + hash, drawnThumbnail(i + 1));
         files.append({hash, u"%1: %2"_s.arg(slot, 3, 10, QLatin1Char('0')).arg(titles[i]), slot});

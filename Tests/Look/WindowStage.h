@@ -13,7 +13,7 @@
 [[nodiscard]] QPixmap drawnThumbnail(int number);
 
 /// A server with folders of those names, from slot 0 on. Each holds all titles, from slot 1 on but
-/// for every fifth slot, with a drawn thumbnail in memory.
+/// for every fifth slot unless there are titles for all, with drawn thumbnails in memory.
 [[nodiscard]] Server stageServer(const QString &name, int number, const QStringList &folderNames,
                                  const QStringList &titles);
 
