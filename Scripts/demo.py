@@ -18,7 +18,7 @@ sys.path.insert(0, str(ROOT / "Tests" / "EndToEnd"))
 from stage.banks import FOLDERS, SLOTS, Bank            # noqa: E402
 from stage.display import Display                       # noqa: E402
 from stage.library import GREEN, picture                # noqa: E402
-from stage.program import Program, press, write         # noqa: E402
+from stage.program import Program, press                # noqa: E402
 from stage.rehearsal import Rehearsal                   # noqa: E402
 from stage.waiting import wait_for                      # noqa: E402
 
@@ -115,8 +115,7 @@ class Demonstration:
         path.write_bytes(picture(GREEN))
         bank.select(slot + 1)
         bank.upload()
-        self.program.wait_for_dialog("Select file for upload")
-        write(str(path))
+        self.program.fill_in_file(path)
         self.show("file-dialog")
         press("Return")
         wait_for(lambda: f"{slot:03d}: {path.stem}" in bank.rows(), "the row of the new visual")

@@ -3,14 +3,13 @@
 
 """Servers that disappear while something is done to them, in each of the four ways."""
 
-import threading
 import time
 import unittest
 
 from stage.banks import SLOTS
 from stage.case import EndToEndCase
 from stage.library import clips, lay_out
-from stage.program import press, write
+from stage.program import press
 from stage.waiting import wait_for
 
 ENDS = {"shutdown": 'Server "{}" was shut down.', "end-stream": "",
@@ -58,8 +57,7 @@ class Losses(EndToEndCase):
     def upload(self, guest):
         self.bank.select(8)
         self.bank.upload()
-        self.program.wait_for_dialog("Select file for upload")
-        write(str(self.large))
+        self.program.fill_in_file(self.large)
         press("Return")
         wait_for(guest.incoming, "the first bytes")
 
@@ -98,19 +96,18 @@ class Losses(EndToEndCase):
         begin = time.monotonic()
         self.lose(*rest.pop(), self.guest())
         pace = time.monotonic() - begin
-        # The silent ones are lost one after the other, with time for an operation between them;
-        # the wait for the first is spent on others.
-        for number, guest in enumerate(silent):
-            timer = threading.Timer(3 * pace * number, guest.tell, ("silence",))
-            self.addCleanup(timer.cancel)
-            timer.start()
+        # Others are lost in the first half of a silence. In the second half an operation begins on
+        # the silent one, and the next falls silent: it has as long for its own.
+        silent[0].tell("silence")
         begin = time.monotonic()
-        while rest and time.monotonic() - begin < SILENCE - 5 * pace:
+        while rest and time.monotonic() - begin < SILENCE / 2 - pace:
             self.lose(*rest.pop(), self.guest())
-        for operation, guest in zip(self.operations, silent):
-            before = self.begin(operation, guest)
-            self.hold_gone(guest, "became unresponsive while an operation was in progress.",
-                           before)
+        for number, operation in enumerate(self.operations):
+            before = self.begin(operation, silent[number])
+            for following in silent[number + 1:number + 2]:
+                following.tell("silence")
+            self.hold_gone(silent[number],
+                           "became unresponsive while an operation was in progress.", before)
         for way, operation in rest:
             self.lose(way, operation, self.guest())
         self.end_program(self.program)

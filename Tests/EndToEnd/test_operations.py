@@ -9,7 +9,7 @@ import unittest
 from stage.banks import SLOTS
 from stage.case import SANITIZED, EndToEndCase
 from stage.library import CYAN, GREEN, MAGENTA, clips, lay_out, picture
-from stage.program import click, press, write
+from stage.program import click, press
 from stage.waiting import wait_for
 
 
@@ -33,6 +33,19 @@ class Operations(EndToEndCase):
         warning = self.program.wait_for_dialog(title)
         self.assertIn(text, " ".join(self.program.dialog_texts(warning)))
         self.program.press_button(warning, button)
+
+    def wait_for_the_notice(self):
+        """Until the change that the server tells of is drawn, which takes a selection or a drag
+        away. A stream's messages come in order: with later rates, the notice has come."""
+        wait_for(lambda: self.left.ask("told?") == "told", "the notice of the change")
+        rates = self.bank.rates()
+        wait_for(lambda: self.bank.rates() != rates, "later rates")
+        wait_for(self.libraries_have_come, "the libraries")
+        wait_for(lambda: self.bank.list.enabled, "the bank")
+
+    def libraries_have_come(self):
+        log = self.program.log_text()
+        return log.count("Downloading server info") == log.count("Downloaded server info")
 
     def end(self):
         self.program.wait_until_no_dialog()
@@ -64,6 +77,7 @@ class Removal(Operations):
                           for folder, slot in asked])
         kept = {asked[number - 1] for number in reasons}
         self.assertEqual(set(self.left.slots()), kept | {(2, 5)})
+        self.wait_for_the_notice()
         self.open_folder(0)
         self.assertEqual([row for row in self.bank.rows() if "Clip" in row],
                          [name for (folder, _), (name, _) in sorted(self.left.slots().items())
@@ -102,6 +116,7 @@ class Move(Operations):
             self.bank.drag(source + 1, target + 1)
             self.answer("Visual remove", self.SURE, "Yes")
             wait_for(lambda: f"{target:03d}: One" in self.bank.rows(), "the visual in its new row")
+            self.wait_for_the_notice()
             self.keep_picture(f"moved-to-{target}")
         self.assertEqual([name for name, _ in self.left.slots().values()], ["010: One"])
         self.bank.drag(11, 0)
@@ -130,9 +145,7 @@ class Move(Operations):
 
 class Upload(Operations):
     def choose(self, path):
-        """Types a path into the file dialog."""
-        self.program.wait_for_dialog("Select file for upload")
-        write(str(path))
+        self.program.fill_in_file(path)
         self.keep_picture("file-dialog")
         press("Return")
 

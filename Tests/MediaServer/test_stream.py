@@ -3,6 +3,7 @@
 
 """The notification stream: what it says, in which order, and how it ends."""
 
+import itertools
 import json
 import socket
 import unittest
@@ -73,6 +74,15 @@ class StreamTest(MediaServerTest):
         server.order("library-changed")
         stream.wait_for_type(6, 2)
         self.assertLess(len(stream.of_type(6)), 20)
+
+    def test_a_change_that_is_not_told_yet_can_be_asked_for(self):
+        server = self.server("127.10.4.14")
+        self.assertEqual(server.ask("told?"), "told")
+        numbers = itertools.count()
+        eventually(lambda: server.rename(0, f"Act{next(numbers)}") and
+                   server.ask("told?") == "untold",
+                   "a change to be asked for before it is told")
+        eventually(lambda: server.ask("told?") == "told", "the change to be told")
 
     def test_each_kind_of_change_is_told(self):
         server = self.server("127.10.4.8")

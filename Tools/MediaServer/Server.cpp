@@ -107,6 +107,8 @@ void Server::command(const QString &line)
         importPause.callOff();
     else if (word == "quiet?"_L1)
         say(transfers.isQuiet() ? u"quiet"_s : u"busy"_s);
+    else if (word == "told?"_L1)
+        say(libraryChangeTimer.isActive() ? u"untold"_s : u"told"_s);
     else
         say(u"unknown command \"%1\""_s.arg(line));
 }

@@ -3,7 +3,9 @@
 
 """The two banks as an operator uses them: by mouse and keys, read through the screen's names."""
 
-from .program import click, drag, pointer, press, walk
+import re
+
+from .program import click, pointer, press, walk
 from .waiting import TimedOut, steady, wait_for
 
 FOLDERS = 256      # rows at the folders level
@@ -68,6 +70,13 @@ class Bank:
         return entries[0] if entries else None
 
     @steady
+    def rates(self):
+        """The two frame rates as they are shown."""
+        labels = [widget.name for widget in walk(self._program.main()) if widget.role == "label"]
+        numbers = [name for name in labels if re.fullmatch(r"\d+\.\d\d", name)]
+        return numbers[2 * self._index:2 * self._index + 2]
+
+    @steady
     def rows(self):
         return [row.name for row in self.list.children()]
 
@@ -102,7 +111,8 @@ class Bank:
     def drag(self, index, to, target=None):
         """Drags a row, and what is selected with it, onto a row of this bank or of another; both
         rows can be seen."""
-        drag(self.place(index), (target or self).place(to))
+        self._program.drag(self.place(index), (target or self).place(to),
+                           lambda: self.row(index).has_state("SELECTED"))
 
     def remove(self):
         self._button("remove the selected visuals from the server").click()

@@ -3,6 +3,7 @@
 
 """The program in its window: found through the accessibility tree, driven by real input."""
 
+import itertools
 import os
 import pathlib
 import signal
@@ -114,18 +115,6 @@ def write(text):
     pointer("type", "--delay", 5, text)
 
 
-def drag(source, target):
-    """Drags with the left button from one place of the screen to another, as a hand does: on the
-    way there are several places, and the last one is reached before the button is let go."""
-    (x, y), (to_x, to_y) = source, target
-    steps = [(x + (to_x - x) * step // 8, y + (to_y - y) * step // 8) for step in range(1, 9)]
-    pointer("mousemove", "--sync", x, y)
-    pointer("mousedown", 1)
-    for place in (*steps, (to_x, to_y - 1), (to_x, to_y)):
-        pointer("mousemove", *place)
-    pointer("mouseup", 1)
-
-
 class Program:
     """One run of the program with a home directory of its own."""
 
@@ -157,10 +146,7 @@ class Program:
 
     def wait_for_window(self):
         wait_for(lambda: self.window("main"), "the main window")
-        wait_for(lambda: subprocess.run(["xdotool", "search", "--onlyvisible", "--pid",
-                                         str(self.process.pid)],
-                                        capture_output=True, check=False).returncode == 0,
-                 "the main window on the display")
+        wait_for(self._windows, "the main window on the display")
         return self
 
     @steady
@@ -209,13 +195,53 @@ class Program:
         button = wait_for(lambda: dialog.find("push button", name), f"the button {name}")
         button.click()
 
-    def is_idle(self):
-        """Whether the program has no dialog open, asked of the display and not of its tree: the
-        tree of a table with 65,280 rows would take its time to be walked."""
+    def fill_in_file(self, path):
+        """Types a path into the file dialog, once the dialog takes the keys."""
+        dialog = self.wait_for_dialog("Select file for upload")
+        line = wait_for(lambda: dialog.find("text"), "the line for a path")
+        wait_for(lambda: line.has_state("FOCUSED"), "the focus of the line")
+        write(str(path))
+        wait_for(lambda: line.text == str(path), "the path in the line")
+
+    def drag(self, source, target, is_held):
+        """Drags with the left button from one place of the screen to another, as a hand does that
+        looks at the screen: what is pressed is held, then its picture hangs on the pointer, and
+        then the picture has come along to the target."""
+        (x, y), (to_x, to_y) = source, target
+        before = self._windows()
+        pointer("mousemove", "--sync", *source)
+        pointer("mousedown", 1)
+        try:
+            wait_for(is_held, "what is dragged to be held")
+            # Moves that the program meets as one are too few for the beginning of a drag.
+            way = itertools.cycle((x + (to_x - x) * step // 8, y + (to_y - y) * step // 8)
+                                  for step in range(3, 7))
+            picture, = wait_for(lambda: pointer("mousemove", *next(way)) or
+                                self._windows() - before, "the picture of what is dragged")
+            pointer("mousemove", *target)
+            wait_for(lambda: self._covers(picture, target), "the picture at the target")
+        finally:
+            pointer("mouseup", 1)
+
+    def _windows(self):
+        """The windows of the program that the display shows."""
         windows = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid",
                                   str(self.process.pid)],
                                  capture_output=True, text=True, check=False)
-        return len(windows.stdout.split()) == 1
+        return set(windows.stdout.split())
+
+    @staticmethod
+    def _covers(window, place):
+        answer = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window],
+                                capture_output=True, text=True, check=False)
+        box = dict(line.split("=") for line in answer.stdout.splitlines())
+        return box and all(0 <= point - int(box[start]) < int(box[length])
+                           for start, length, point in zip("XY", ("WIDTH", "HEIGHT"), place))
+
+    def is_idle(self):
+        """Whether the program has no dialog open, asked of the display and not of its tree: the
+        tree of a table with 65,280 rows would take its time to be walked."""
+        return len(self._windows()) == 1
 
     def button(self, words):
         """A button of the main window by words of its accessible name, such as "left to right"."""

@@ -87,9 +87,13 @@ class MediaServer:
         self.process.stdin.write(command + "\n")
         self.process.stdin.flush()
 
+    def ask(self, question):
+        """Its answer to a command such as "quiet?"."""
+        self.tell(question)
+        return self.process.stdout.readline().strip()
+
     def is_quiet(self):
-        self.tell("quiet?")
-        return self.process.stdout.readline().strip() == "quiet"
+        return self.ask("quiet?") == "quiet"
 
     def wait_until_quiet(self, timeout=60.0):
         wait_for(self.is_quiet, f"{self.name} to be quiet", timeout)
