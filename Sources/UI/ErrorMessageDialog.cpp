@@ -18,8 +18,9 @@ ErrorMessageDialog::ErrorMessageDialog(QWidget *parent)
         style()->standardIcon(QStyle::SP_MessageBoxCritical, nullptr, this).pixmap(extent);
     ui->errorIcon->setPixmap(icon);
     ui->errorIcon->setMinimumSize(icon.deviceIndependentSize().toSize());
-    connect(ui->buttonBox->button(QDialogButtonBox::Ok), &QPushButton::pressed, this,
-            &QDialog::accept);
+    auto *const ok = ui->buttonBox->button(QDialogButtonBox::Ok);
+    ok->setFocus(); // the button of the details comes before it
+    connect(ok, &QPushButton::pressed, this, &QDialog::accept);
     connect(ui->errorDetails, &QPushButton::toggled, this, &ErrorMessageDialog::showDetails);
     ui->errorDetailsList->hide();
     adjustSize();

@@ -1,0 +1,369 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/ModalDriver.h"
+#include "Support/WindowRig.h"
+#include "UI/AboutDialog.h"
+#include "UI/BVPreferencesDialog.h"
+#include "UI/BVProgressDialog.h"
+#include "UI/ErrorMessageDialog.h"
+#include "UI/TransferDialog.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTextEdit>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// The object name of what has the focus, with the letter of its bank; for a button of a button
+/// box its text.
+QString focused()
+{
+    const QWidget *const widget = QApplication::focusWidget();
+    if (!widget)
+        return u"nothing"_s;
+    QString bank;
+    for (const QWidget *parent = widget; parent; parent = parent->parentWidget()) {
+        if (parent->objectName().startsWith("serverBank"_L1))
+            bank = parent->objectName().right(1) + u'.';
+    }
+    if (const auto *const button = qobject_cast<const QPushButton *>(widget);
+        button && button->objectName().isEmpty())
+        return button->text().remove(u'&');
+    return bank + widget->objectName();
+}
+
+QStringList walk(int steps, Qt::KeyboardModifiers modifiers = {})
+{
+    QStringList way;
+    for (int step = 0; step < steps; ++step) {
+        way.append(focused());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, modifiers);
+    }
+    return way;
+}
+
+} // namespace
+
+/// Where Tab leads in the window and in its dialogs, what Escape closes, and that it can be seen
+/// where the keyboard is.
+class tst_KeyboardFocus final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void tabFollowsTheEye();
+    void tabPassesOverWhatIsDisabled();
+    void arrowsChooseAmongTheViewButtons();
+    void theMouseLeavesTheKeyboardInTheList();
+    void theListHasItFromTheFirstServerOn();
+    void aRefreshBringsItBackToTheRemoveButton();
+    void choosingAServerByKeysKeepsItInTheBox();
+    void theMenuIsReachedByF10AndAlt();
+
+    void tabOfTheDialogs_data();
+    void tabOfTheDialogs();
+    void tabLeavesTheDetailsOfAnError();
+    void escapeClosesTheDialogs_data();
+    void escapeClosesTheDialogs();
+    void theWarningIsDeclinedByEnterAndEscape();
+
+    void theFocusIsSeen_data();
+    void theFocusIsSeen();
+
+private:
+    static void connectTwo(WindowRig &rig)
+    {
+        rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.8.1"_s));
+        rig.connectServer(sampleServer(u"Stage right"_s, u"127.50.8.2"_s));
+    }
+    static QDialog *makeDialog(const QByteArray &name, QWidget *parent)
+    {
+        if (name == "preferences")
+            return new BVPreferencesDialog(15, parent);
+        if (name == "about")
+            return new AboutDialog(parent);
+        if (name == "transfer")
+            return new TransferDialog(parent);
+        if (name == "progress")
+            return new BVProgressDialog(u"Removing..."_s, false, parent);
+        auto *const error = new ErrorMessageDialog(parent);
+        error->displayErrorMessage(u"It failed."_s,
+                                   name == "error" ? QStringList() : QStringList{u"Why."_s});
+        return error;
+    }
+};
+
+void tst_KeyboardFocus::tabFollowsTheEye()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    connectTwo(rig);
+    QStringList expected{u"A.mediaListWidget"_s, u"A.removeButton"_s,    u"A.addButton"_s,
+                         u"leftToRightButton"_s, u"rightToLeftButton"_s, u"B.serverComboBox"_s,
+                         u"B.mediaListWidget"_s, u"B.removeButton"_s,    u"B.addButton"_s,
+                         u"gridModeButton"_s,    u"mediumSizeButton"_s,  u"A.serverComboBox"_s};
+    const int count = int(expected.size());
+    QCOMPARE(walk(count), expected);
+    QCOMPARE(focused(), expected.first());
+    std::reverse(expected.begin() + 1, expected.end());
+    QCOMPARE(walk(count, Qt::ShiftModifier), expected);
+}
+
+void tst_KeyboardFocus::tabPassesOverWhatIsDisabled()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.8.1"_s)); // nothing for bank B
+    listOf(rig.bankA()).setCurrentRow(3);                              // a folder takes no upload
+    QCOMPARE(walk(5), (QStringList{u"A.mediaListWidget"_s, u"A.removeButton"_s, u"gridModeButton"_s,
+                                   u"mediumSizeButton"_s, u"A.serverComboBox"_s}));
+    QCOMPARE(focused(), u"A.mediaListWidget"_s);
+}
+
+void tst_KeyboardFocus::arrowsChooseAmongTheViewButtons()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    connectTwo(rig);
+    QTest::keyClick(&listOf(rig.bankA()), Qt::Key_Tab, Qt::ShiftModifier);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
+    QCOMPARE(focused(), u"mediumSizeButton"_s);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+    QCOMPARE(focused(), u"largeSizeButton"_s);
+    QCOMPARE(rig.model.selectedIconSize, 2);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
+    QCOMPARE(focused(), u"gridModeButton"_s);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
+    QCOMPARE(focused(), u"listModeButton"_s);
+    QVERIFY(rig.model.selectedViewMode);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    QCOMPARE(focused(), u"largeSizeButton"_s);
+}
+
+void tst_KeyboardFocus::theMouseLeavesTheKeyboardInTheList()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    connectTwo(rig);
+    ModalDriver modals;
+    modals.escape();
+    clickRow(rig.bankB(), 3);
+    for (const char *const name : {"listModeButton", "largeSizeButton", "leftToRightButton"})
+        QTest::mouseClick(&rig.find<QPushButton>(name), Qt::LeftButton);
+    QTest::mouseClick(&childOf<QPushButton>(rig.bankB(), "removeButton"), Qt::LeftButton);
+    QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
+    rig.window->activateWindow(); // done by a window manager otherwise
+    QTRY_COMPARE_WITH_TIMEOUT(focused(), u"B.mediaListWidget"_s, 10000);
+}
+
+void tst_KeyboardFocus::theListHasItFromTheFirstServerOn()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    QCOMPARE(focused(), u"BVMainWindow"_s);
+    const Server server = sampleServer(u"Stage left"_s, u"127.50.8.1"_s);
+    rig.connectServer(server);
+    QCOMPARE(focused(), u"A.mediaListWidget"_s);
+    QCOMPARE(listOf(rig.bankA()).currentRow(), 0);
+
+    rig.controller().removeServer(server.uuid);
+    QCOMPARE(focused(), u"BVMainWindow"_s);
+    rig.connectServer(server);
+    QCOMPARE(focused(), u"A.mediaListWidget"_s);
+}
+
+void tst_KeyboardFocus::aRefreshBringsItBackToTheRemoveButton()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    connectTwo(rig);
+    rig.controller().folderChanged(3);
+    childOf<QPushButton>(rig.bankB(), "removeButton").setFocus();
+    connectTwo(rig); // fills the boxes anew, and both lists
+    QCOMPARE(focused(), u"B.removeButton"_s);
+}
+
+void tst_KeyboardFocus::choosingAServerByKeysKeepsItInTheBox()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    connectTwo(rig);
+    rig.connectServer(sampleServer(u"Foyer"_s, u"127.50.8.3"_s));
+    rig.controller().folderChanged(3);
+    auto &box = childOf<QComboBox>(rig.bankA(), "serverComboBox");
+    box.setFocus();
+    const QString before = box.currentText();
+    QTest::keyClick(&box, Qt::Key_Down);
+    QVERIFY(box.currentText() != before);
+    QCOMPARE(focused(), u"A.serverComboBox"_s);
+}
+
+void tst_KeyboardFocus::theMenuIsReachedByF10AndAlt()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    connectTwo(rig);
+    const auto &bar = rig.find<QMenuBar>("menuBar");
+    QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
+    QTest::ignoreMessage(QtWarningMsg, "This plugin does not support grabbing the keyboard");
+    QTest::keyClick(&listOf(rig.bankA()), Qt::Key_F10);
+    QCOMPARE(QApplication::activePopupWidget(), &rig.find<QMenu>("menuFile"));
+    QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+    QVERIFY(!QApplication::activePopupWidget());
+    QCOMPARE(bar.activeAction(), rig.find<QMenu>("menuFile").menuAction());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    QCOMPARE(focused(), u"A.mediaListWidget"_s);
+
+    QTest::keyPress(&listOf(rig.bankA()), Qt::Key_Alt);
+    QTest::keyRelease(&listOf(rig.bankA()), Qt::Key_Alt, Qt::AltModifier);
+    QCOMPARE(bar.activeAction(), rig.find<QMenu>("menuFile").menuAction());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+    QCOMPARE(bar.activeAction(), rig.find<QMenu>("menuHelp").menuAction());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    QCOMPARE(focused(), u"A.mediaListWidget"_s);
+}
+
+void tst_KeyboardFocus::tabOfTheDialogs_data()
+{
+    QTest::addColumn<QByteArray>("dialog");
+    QTest::addColumn<QStringList>("expected");
+    QTest::newRow("preferences") << QByteArray("preferences")
+                                 << QStringList{u"checkBoxWarnMove"_s,
+                                                u"checkBoxWarnDeleteAndOverwrite"_s,
+                                                u"checkBoxWarnUpload"_s,
+                                                u"checkBoxWarnLarge"_s,
+                                                u"OK"_s,
+                                                u"Cancel"_s};
+    QTest::newRow("about") << QByteArray("about") << QStringList{u"okButton"_s};
+    QTest::newRow("transfer") << QByteArray("transfer")
+                              << QStringList{u"ckAutoScroll"_s, u"cancelSync"_s};
+    QTest::newRow("progress") << QByteArray("progress") << QStringList{u"Cancel"_s};
+    QTest::newRow("error") << QByteArray("error") << QStringList{u"OK"_s};
+    QTest::newRow("error with details")
+        << QByteArray("error with details") << QStringList{u"OK"_s, u"errorDetails"_s};
+}
+
+void tst_KeyboardFocus::tabOfTheDialogs()
+{
+    QFETCH(const QByteArray, dialog);
+    QFETCH(const QStringList, expected);
+    WindowRig rig;
+    QVERIFY(rig.show());
+    QDialog *const shown = makeDialog(dialog, rig.window.get());
+    shown->show();
+    QTRY_COMPARE_WITH_TIMEOUT(QApplication::activeWindow(), shown, 10000);
+    QCOMPARE(walk(int(expected.size())), expected);
+    QCOMPARE(focused(), expected.first());
+}
+
+void tst_KeyboardFocus::tabLeavesTheDetailsOfAnError()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    QDialog *const shown = makeDialog("error with details", rig.window.get());
+    shown->show();
+    QTRY_COMPARE_WITH_TIMEOUT(QApplication::activeWindow(), shown, 10000);
+    QTest::keyClick(shown->findChild<QPushButton *>(u"errorDetails"_s), Qt::Key_Space);
+    auto *const details = shown->findChild<QTextEdit *>();
+    QVERIFY(details->isVisible());
+    details->setFocus();
+    QCOMPARE(walk(3), (QStringList{u"errorDetailsList"_s, u"errorDetails"_s, u"OK"_s}));
+    QCOMPARE(details->toPlainText(), u"Why."_s);
+}
+
+void tst_KeyboardFocus::escapeClosesTheDialogs_data()
+{
+    QTest::addColumn<QByteArray>("dialog");
+    for (const char *const name :
+         {"preferences", "about", "transfer", "progress", "error", "error with details"})
+        QTest::newRow(name) << QByteArray(name);
+}
+
+void tst_KeyboardFocus::escapeClosesTheDialogs()
+{
+    QFETCH(const QByteArray, dialog);
+    WindowRig rig;
+    QVERIFY(rig.show());
+    QDialog *const shown = makeDialog(dialog, rig.window.get());
+    shown->show();
+    QTRY_COMPARE_WITH_TIMEOUT(QApplication::activeWindow(), shown, 10000);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    QVERIFY(!shown->isVisible());
+    QCOMPARE(shown->result(), int(QDialog::Rejected));
+}
+
+void tst_KeyboardFocus::theWarningIsDeclinedByEnterAndEscape()
+{
+    WindowRig rig;
+    QVERIFY(rig.show());
+    connectTwo(rig);
+    listOf(rig.bankA()).setCurrentRow(3);
+    ModalDriver modals;
+    QStringList way;
+    modals.escape().answer([&](QDialog &box) {
+        QTRY_COMPARE_WITH_TIMEOUT(QApplication::activeWindow(), &box, 10000);
+        way = walk(3);
+        QTest::keyClick(&box, Qt::Key_Return);
+    });
+    for (int round = 0; round < 2; ++round) {
+        rig.window->activateWindow(); // done by a window manager otherwise
+        QTRY_COMPARE_WITH_TIMEOUT(focused(), u"A.mediaListWidget"_s, 10000);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Delete);
+    }
+    QCOMPARE(modals.seen().size(), 2);
+    QCOMPARE(way, (QStringList{u"No"_s, u"Yes, don't ask again"_s, u"Yes"_s}));
+    // The one dialog is that of the thumbnails: no removal has begun.
+    QCOMPARE(rig.window->findChildren<BVProgressDialog *>().size(), 1);
+}
+
+void tst_KeyboardFocus::theFocusIsSeen_data()
+{
+    QTest::addColumn<QByteArray>("name");
+    for (const char *const name :
+         {"gridModeButton", "mediumSizeButton", "leftToRightButton", "rightToLeftButton",
+          "removeButton", "addButton", "serverComboBox", "mediaListWidget"})
+        QTest::newRow(name) << QByteArray(name);
+}
+
+/// With the focus pixels near the edge of the control, or of the list's row, are as light as the
+/// ring; nothing moves or grows.
+void tst_KeyboardFocus::theFocusIsSeen()
+{
+    QFETCH(const QByteArray, name);
+    WindowRig rig;
+    QVERIFY(rig.show());
+    connectTwo(rig);
+    auto &widget = rig.find<QWidget>(name.constData());
+    const auto ringPixels = [&] {
+        const QImage image =
+            rig.window->grab(QRect(widget.mapTo(rig.window.get(), QPoint()), widget.size()))
+                .toImage();
+        int count = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                count += image.pixelColor(x, y) == QColor(220, 220, 220);
+        }
+        return count;
+    };
+    rig.window->setFocus();
+    const QRect place = widget.geometry();
+    const QSize hint = widget.sizeHint();
+    const int before = ringPixels();
+    widget.setFocus(Qt::TabFocusReason);
+    QVERIFY2(ringPixels() >= before + 60, qPrintable(QString::number(ringPixels() - before)));
+    QCOMPARE(widget.geometry(), place);
+    QCOMPARE(widget.sizeHint(), hint);
+}
+
+QTEST_MAIN(tst_KeyboardFocus)
+#include "tst_KeyboardFocus.moc"
