@@ -6,7 +6,8 @@
 # all of them on one sheet, build/screenshots/index.png. Installs and builds what is missing.
 #
 #   Scripts/screenshots.sh            # pictures and sheet
-#   Scripts/screenshots.sh --golden   # renews the pictures that the tests compare with
+#   Scripts/screenshots.sh --golden   # renews the pictures that the tests compare with, and those
+#                                     # of the pages in Docs/pictures
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -23,21 +24,25 @@ fi
 [ -f build/release/build.ninja ] || cmake --preset release "${launcher[@]}" >/dev/null
 cmake --build --preset release --target screenshots
 
-# take SCALE ARGUMENT...: the fonts, the resolution and the language are those of the tests
+# take SCALE ARGUMENT...: the fonts, the screen and the language are those of the tests
 take() {
     local scale=$1
     shift
-    env -u QT_STYLE_OVERRIDE -u QT_QPA_PLATFORMTHEME QT_QPA_PLATFORM="offscreen:configfile=$PWD/Tests/Look/screen.json" \
-        QT_SCALE_FACTOR="$scale" QT_LOGGING_RULES='qt.qpa.*=false' LC_ALL=C.UTF-8 TZ=UTC \
-        FONTCONFIG_FILE="$PWD/Tests/Look/fonts.conf" build/release/Tests/Look/screenshots "$@" \
+    env -u QT_STYLE_OVERRIDE -u QT_QPA_PLATFORMTHEME QT_SCALE_FACTOR="$scale" \
+        QT_QPA_PLATFORM="offscreen:configfile=$PWD/Tests/Look/screen.json" \
+        FONTCONFIG_FILE="$PWD/Tests/Look/fonts.conf" LC_ALL=C.UTF-8 TZ=UTC \
+        build/release/Tests/Look/screenshots --photographs "$photographs" "$@" \
         2> >(grep -vE '^(This plugin does not support|QStandardPaths: XDG_RUNTIME_DIR)' >&2)
 }
 
 if [ "${1:-}" = --golden ]; then
+    mkdir -p Tests/Look/golden Docs/pictures
     rm -f Tests/Look/golden/*.png
-    mkdir -p Tests/Look/golden
     take 1 --golden Tests/Look/golden
-    du -sh Tests/Look/golden
+    for scene in photographs-grid-large window-folders-list-medium transfer; do
+        take 1 --only "^$scene\$" Docs/pictures
+    done
+    git status --short Tests/Look/golden Docs/pictures
     exit
 fi
 
@@ -45,7 +50,7 @@ output=build/screenshots
 rm -rf "$output"
 for scale in 1 1.25 2; do
     mkdir -p "$output/$scale"
-    take "$scale" --photographs "$photographs" "$output/$scale"
+    take "$scale" "$output/$scale"
 done
-take 1 --photographs "$photographs" --sheet "$output"
+take 1 --sheet "$output"
 echo "$output/index.png: $(ls "$output/1" | wc -l) scenes at three scales"

@@ -30,37 +30,59 @@ QByteArray thumbnailOf(const QString &path)
     return buffer.data();
 }
 
-/// Photographs by the titles that their files' names give.
+struct Photograph
+{
+    const char *fileName;
+    const char *title;
+};
+
+/// Those of Debian's lomiri-wallpapers-16.04 that are free to show with the name of their author:
+/// CC BY 4.0, and CC0 for the dandelions.
+constexpr Photograph photographs[] = {
+    {"sunset_by_Aitzol_Berasategi.jpg", "Sunset"},
+    {"life_by_Aitzol_Berasategi.jpg", "Forest stream"},
+    {"Picture_0B_by_freespace.jpg", "Fig"},
+    {"picosdeeuropa_by_Aitzol_Berasategi.jpg", "Picos de Europa"},
+    {"Picture_1A_by_freespace.jpg", "Brushes"},
+    {"seeding_by_Clements_Engelhardt.jpg", "Dandelions"},
+    {"friends_by_Aitzol_Berasategi.jpg", "Friends"},
+    {"aitzgorri_by_Aitzol_Berasategi.jpg", "Aitzgorri"},
+    {"Wine_by_Jakkub_Mede.jpg", "Drum"},
+    {"umang_by_Abhishek_Mudgal.jpg", "Colours"},
+};
+
+/// The photographs that are there, as a server shows them.
 struct Album
 {
     QStringList titles;
     QList<QByteArray> thumbnails;
 };
 
-Album album(const QString &directory)
+Album album(const QDir &directory)
 {
     Album result;
-    const QFileInfoList files =
-        QDir(directory).entryInfoList({u"*.jpg"_s}, QDir::Files, QDir::Name);
-    for (const QFileInfo &file : files) {
-        QString title = file.baseName().section(u"_by_"_s, 0, 0).replace(u'_', u' ');
-        title[0] = title[0].toUpper();
-        result.titles.append(title);
-        result.thumbnails.append(thumbnailOf(file.filePath()));
+    for (const auto &[fileName, title] : photographs) {
+        const QString path = directory.filePath(QString::fromLatin1(fileName));
+        if (!QFile::exists(path))
+            continue;
+        result.titles.append(QString::fromLatin1(title));
+        result.thumbnails.append(thumbnailOf(path));
     }
     return result;
 }
 
-QList<MediaFolder> foldersOf(const Album &album, int leftOut)
+/// Two folders, of which the first has that name and all photographs but one.
+QList<MediaFolder> foldersOf(const Album &album, const QString &name, int missing)
 {
     QList<Visual> files;
     for (int i = 0; i < album.titles.size(); ++i) {
-        if (i != leftOut)
-            files.append({hashOf(5000 + i),
-                          u"%1: %2"_s.arg(i + 1, 3, 10, QLatin1Char('0')).arg(album.titles[i]),
-                          i + 1});
+        const int slot = i + 1;
+        if (i != missing)
+            files.append(Visual{hashOf(5000 + i),
+                                u"%1: %2"_s.arg(slot, 3, 10, QLatin1Char('0')).arg(album.titles[i]),
+                                slot});
     }
-    return {folder(0, u"Photographs"_s, files), folder(1, u"Loops"_s)};
+    return {folder(0, name, files), folder(1, u"Loops"_s)};
 }
 
 /// Two servers with photographs, opened in the main window as an operator opens them.
@@ -75,8 +97,9 @@ public:
                 request.answer(album.thumbnails.value(slot - 1), "Content-Type: image/png\r\n");
             });
         }
-        if (!rig.bringUp(left, u"Stage left"_s, foldersOf(album, -1)) ||
-            !rig.bringUp(right, u"Stage right"_s, foldersOf(album, 6)) || !rig.rig.show())
+        if (!rig.bringUp(left, u"Stage left"_s, foldersOf(album, u"Photographs"_s, -1)) ||
+            !rig.bringUp(right, u"Stage right"_s, foldersOf(album, u"Photographs 2025"_s, 4)) ||
+            !rig.rig.show())
             return false;
         rig.controller().serverUpdateFpsStats(left.uuid, 59.94F, 60, 60, true);
         rig.controller().serverUpdateFpsStats(right.uuid, 59.94F, 60, 60, true);
@@ -96,14 +119,14 @@ public:
 
 QList<Scene> photographScenes(const QString &directory)
 {
-    const Album photographs = album(directory);
-    if (photographs.titles.isEmpty())
+    const Album shown = album(directory);
+    if (shown.titles.isEmpty())
         return {};
     QList<Scene> scenes;
     for (const View &view : allViews()) {
-        const auto take = [photographs, view] {
+        const auto take = [shown, view] {
             PhotographStage stage;
-            if (!stage.open(photographs))
+            if (!stage.open(shown))
                 return QImage();
             view.choose(*stage.rig.rig.window);
             return pictureOf(*stage.rig.rig.window);

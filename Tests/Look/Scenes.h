@@ -23,6 +23,6 @@ struct Scene
 /// Every dialog and every kind of message.
 [[nodiscard]] QList<Scene> dialogScenes();
 
-/// The main window with the thumbnails of the photographs (JPEG) of a directory, fetched from two
-/// servers; none if there are no photographs.
+/// The main window with the thumbnails of real photographs, fetched from two servers; none if the
+/// directory has none of them.
 [[nodiscard]] QList<Scene> photographScenes(const QString &directory);

@@ -7,8 +7,8 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
-#include <QImageReader>
 #include <QPainter>
+#include <QRegularExpression>
 #include <QTextStream>
 
 using namespace Qt::Literals::StringLiterals;
@@ -81,7 +81,7 @@ int main(int argc, char *argv[])
     const QCommandLineOption sheet(u"sheet"_s, u"write OUTPUT/index.png of what is in OUTPUT"_s);
     const QCommandLineOption photographs(u"photographs"_s, u"JPEG files for thumbnails"_s,
                                          u"directory"_s);
-    const QCommandLineOption only(u"only"_s, u"only scenes whose names contain this"_s, u"text"_s);
+    const QCommandLineOption only(u"only"_s, u"only scenes whose names match this"_s, u"regex"_s);
     parser.addOptions({golden, sheet, photographs, only});
     parser.addPositionalArgument(u"output"_s, u"an existing directory"_s);
     parser.addHelpOption();
@@ -95,12 +95,12 @@ int main(int argc, char *argv[])
 
     const QDir output(parser.positionalArguments().first());
     QList<Scene> scenes = windowScenes() + dialogScenes();
-    if (parser.isSet(golden))
-        scenes.removeIf([](const Scene &scene) { return !scene.golden; });
     if (parser.isSet(photographs))
         scenes = photographScenes(parser.value(photographs)) + scenes;
-    scenes.removeIf(
-        [text = parser.value(only)](const Scene &scene) { return !scene.name.contains(text); });
+    const QRegularExpression pattern(parser.value(only));
+    scenes.removeIf([&](const Scene &scene) {
+        return (parser.isSet(golden) && !scene.golden) || !pattern.match(scene.name).hasMatch();
+    });
     return (parser.isSet(sheet) ? writeSheet(scenes, output) : takePictures(scenes, output)) ? 0
                                                                                              : 1;
 }

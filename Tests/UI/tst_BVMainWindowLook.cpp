@@ -6,10 +6,13 @@
 #include "Support/WindowRig.h"
 
 #include <QDialog>
+#include <QFileDialog>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QPushButton>
 #include <QToolTip>
+#include <QTreeView>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -25,6 +28,7 @@ private slots:
     void disabledButtonsLookDisabled_data();
     void disabledButtonsLookDisabled();
     void toolTipsCanBeRead();
+    void fileDialogIsDark();
     void textsCanBeRead_data();
     void textsCanBeRead();
 
@@ -84,6 +88,28 @@ void tst_BVMainWindowLook::toolTipsCanBeRead()
     QCOMPARE(inside.pixelColor(0, 0), QColor(39, 44, 51));
     QVERIFY(contrast(inside) >= 4.5);
     QToolTip::hideText();
+}
+
+/// Where the desktop brings no file dialog of its own, Qt's stands in the dark window.
+void tst_BVMainWindowLook::fileDialogIsDark()
+{
+    WindowRig rig;
+    rig.sandbox.directory().mkpath(u"Loops"_s);
+    QFileDialog dialog(rig.window.get(), {}, rig.sandbox.directory().path());
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    const auto *files = dialog.findChild<QTreeView *>(u"treeView"_s);
+    QTRY_VERIFY(files->model()->rowCount(files->rootIndex()) > 0);
+    const auto *name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
+    for (const QWidget *field : std::initializer_list<const QWidget *>{files->viewport(), name}) {
+        const QRect area(field->mapTo(&dialog, QPoint(4, 4)), field->size() - QSize(8, 8));
+        const QImage image = dialog.grab(area).toImage();
+        QCOMPARE(image.pixelColor(image.width() - 1, image.height() - 1), QColor(39, 44, 51));
+    }
+    QTRY_VERIFY(
+        contrast(dialog.grab({files->viewport()->mapTo(&dialog, QPoint(30, 2)), QSize(80, 20)})
+                     .toImage()) >= 4.5);
 }
 
 void tst_BVMainWindowLook::textsCanBeRead_data()
