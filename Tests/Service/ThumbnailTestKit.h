@@ -5,6 +5,7 @@
 
 #include "Model/MediaFolder.h"
 #include "Service/ThumbnailService.h"
+#include "Support/PictureMemory.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -57,6 +58,7 @@ struct Listener
     explicit Listener(QNetworkAccessManager *manager)
         : service({128, 96}, manager)
     {
+        PictureMemory::keep();
     }
 
     /// The pictures of the latest `finished`.

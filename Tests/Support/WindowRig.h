@@ -5,6 +5,7 @@
 
 #include "Controller/UIController.h"
 #include "Model/ApplicationModel.h"
+#include "Support/PictureMemory.h"
 #include "Support/Sandbox.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVServerBank.h"
@@ -33,6 +34,7 @@ inline QPixmap thumbnailOf(int number)
 /// Makes the thumbnail known, so that a folder opens at once and without a request.
 inline void cacheThumbnail(int number)
 {
+    PictureMemory::keep();
     QPixmapCache::insert(QStringLiteral("thumbnail+") + hashOf(number), thumbnailOf(number));
 }
 
