@@ -191,6 +191,16 @@ class Program:
         self.wait_until_no_dialog()
         return lines
 
+    @steady
+    def focus(self):
+        """Role and name of what has the keyboard, or None.
+
+        What stands around it may say that it has it, and the tab that is open always does.
+        """
+        having = [widget for widget in walk(self.application())
+                  if widget.has_state("FOCUSED") and widget.role != "page tab"]
+        return (having[-1].role, having[-1].name) if having else None
+
     def press_button(self, dialog, name):
         button = wait_for(lambda: dialog.find("push button", name), f"the button {name}")
         button.click()
