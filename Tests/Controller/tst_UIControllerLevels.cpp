@@ -4,6 +4,7 @@
 #include "BrowsingStage.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -282,23 +283,17 @@ void tst_UIControllerLevels::theHeaderKeepsItsColourWhileBothStay()
 
 void tst_UIControllerLevels::joiningAsksForEachThumbnailOnce()
 {
-    PlayedServer one(u"127.60.5.1"_s);
-    PlayedServer two(u"127.60.5.2"_s);
-    ControllerRig rig;
-    const QList<MediaFolder> folders = LevelStage::library(u"Stage"_s, {visual(3, u"x"_s, 3)});
-    QVERIFY(rig.bringUp(one, u"One"_s, folders));
-    QVERIFY(rig.bringUp(two, u"Two"_s, folders));
-    rig.controller().folderChanged(3);
-    rig.controller().removeServer(two.uuid);
+    LevelStage stage;
+    stage.enter(3);
+    stage.lose(stage.two);
+    stage.rig.connectServer(stage.two);
     QPixmapCache::clear();
-    QVERIFY(rig.discover(two, u"Two"_s));
-    QVERIFY(one.wire.waitForRequests(1, "/brenvoka/thumbnails/"));
-    one.wire.forgetRequests();
-    ControllerRig::choose(rig.bankB(), u"Two"_s);
-    QVERIFY(one.wire.waitForRequests(1, "/brenvoka/thumbnails/"));
-    QVERIFY(two.wire.waitForRequests(1, "/brenvoka/thumbnails/"));
-    for (PlayedServer *const server : {&one, &two})
-        QCOMPARE(server->wire.requests("/brenvoka/thumbnails/").size(), 1);
+    LogCapture log;
+    ControllerRig::choose(stage.bankB, u"Two"_s);
+    const QStringList asked = log.texts().filter(u"Downloading thumbnail from: "_s);
+    QCOMPARE(asked.filter(u"//127.60.5.1:"_s).size(), 2);
+    QCOMPARE(asked.filter(u"//127.60.5.2:"_s).size(), 1);
+    QCOMPARE(asked.size(), 3);
 }
 
 QTEST_MAIN(tst_UIControllerLevels)
