@@ -161,6 +161,9 @@ private:
     void redrawBanks();
     void setIconSize(int index);
     void setViewMode(bool listView);
+    /// What stands at the top of the banks, so that it stays there when rows change their size.
+    [[nodiscard]] int firstRowOnShow() const;
+    void showRowFirst(int row);
 
     ServerListenerService listener;
     QNetworkAccessManager thumbnailNetwork;

@@ -154,9 +154,11 @@ void UIController::setLargeSize()
 
 void UIController::setIconSize(int index)
 {
+    const int row = firstRowOnShow();
     model->selectedIconSize = index;
     bankA->setIconSizeIndex(index);
     bankB->setIconSizeIndex(index);
+    showRowFirst(row);
 }
 
 void UIController::setListMode()
@@ -171,7 +173,22 @@ void UIController::setGridMode()
 
 void UIController::setViewMode(bool listView)
 {
+    const int row = firstRowOnShow();
     model->selectedViewMode = listView;
     bankA->setListMode(listView);
     bankB->setListMode(listView);
+    showRowFirst(row);
+}
+
+int UIController::firstRowOnShow() const
+{
+    const int row = bankA->firstRowOnShow();
+    return row == -1 ? bankB->firstRowOnShow() : row;
+}
+
+void UIController::showRowFirst(int row)
+{
+    // Only one bank is moved: the other follows, and where it is of another width, an answer of
+    // its own would move the first one again.
+    (bankA->firstRowOnShow() == -1 ? bankB : bankA)->showRowFirst(row);
 }

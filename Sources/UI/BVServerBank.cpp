@@ -363,6 +363,24 @@ void BVServerBank::setScrollPosition(int position)
     ui->mediaListWidget->verticalScrollBar()->setSliderPosition(position);
 }
 
+int BVServerBank::firstRowOnShow() const
+{
+    const auto *const list = ui->mediaListWidget;
+    // Where the top edge is between two rows, the next one begins within the gap.
+    const int gap = 2 * list->spacing();
+    for (const int y : {0, gap}) {
+        if (const auto *const item = list->itemAt({gap, y}))
+            return list->row(item);
+    }
+    return -1;
+}
+
+void BVServerBank::showRowFirst(int row)
+{
+    if (const auto *const item = ui->mediaListWidget->item(row))
+        ui->mediaListWidget->scrollToItem(item, QAbstractItemView::PositionAtTop);
+}
+
 void BVServerBank::setDragDropEnabled(bool enabled)
 {
     ui->mediaListWidget->setDragEnabled(enabled);

@@ -110,6 +110,10 @@ public:
     [[nodiscard]] int scrollPosition() const;
     /// Moves the list's vertical slider. A position that it does not have yet is reported.
     void setScrollPosition(int position);
+    /// The first row on show, if only in part; -1 without rows.
+    [[nodiscard]] int firstRowOnShow() const;
+    /// Scrolls that row to the top.
+    void showRowFirst(int row);
     /// Whether rows can be dragged, and dropped in this list.
     void setDragDropEnabled(bool enabled);
 
@@ -168,6 +172,8 @@ private:
     /// Makes a row the one that the keyboard starts from. It is neither selected nor scrolled to.
     void placeCurrentRow(int row);
 
+    /// To be called once the list is empty.
+    void forgetScrollPosition();
     void clearRows();
     void rebuildFolderList();
     void refreshFolder();

@@ -12,6 +12,8 @@
 
 #include <QPainter>
 #include <QPixmapCache>
+#include <QScrollBar>
+#include <QSignalBlocker>
 
 #include <cstdio>
 
@@ -62,7 +64,17 @@ void BVServerBank::showFolders()
     folderNameDiffers = false;
     if (!currentServerUuid().isNull())
         rebuildFolderList();
+    else
+        forgetScrollPosition();
     placeCurrentRow(row);
+}
+
+void BVServerBank::forgetScrollPosition()
+{
+    // The bar would tell that it is back at 0, and the other bank would follow.
+    auto *const bar = ui->mediaListWidget->verticalScrollBar();
+    const QSignalBlocker blocker(bar);
+    bar->setValue(0);
 }
 
 void BVServerBank::clearRows()
@@ -226,6 +238,7 @@ void BVServerBank::setIconSizeIndex(int index)
     }
     updateItemSizes();
     ui->mediaListWidget->setIconSize(iconSize);
+    ui->mediaListWidget->doItemsLayout();
 }
 
 void BVServerBank::setListMode(bool listMode)
@@ -233,6 +246,7 @@ void BVServerBank::setListMode(bool listMode)
     ui->mediaListWidget->setViewMode(listMode ? QListView::ListMode : QListView::IconMode);
     setDragDropEnabled(currentFolder != -1);
     updateItemSizes();
+    ui->mediaListWidget->doItemsLayout();
 }
 
 void BVServerBank::updateItemSizes()

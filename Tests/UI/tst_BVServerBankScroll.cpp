@@ -1,0 +1,220 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Support/WindowRig.h"
+
+#include <QScrollBar>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// How many rows there were at each painting of a list.
+class PaintLog final : public QObject
+{
+public:
+    explicit PaintLog(const MediaListWidget &watched)
+        : list(watched)
+    {
+        list.viewport()->installEventFilter(this);
+    }
+
+    QList<int> rows;
+
+protected:
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            rows.append(list.count());
+        return false;
+    }
+
+private:
+    const MediaListWidget &list;
+};
+
+/// Two servers with full folders in a window, in list view or in icon view.
+class ScrollStage final
+{
+public:
+    explicit ScrollStage(bool listView)
+    {
+        rig.model.selectedViewMode = listView;
+        rig.connectServer(one);
+        rig.connectServer(two);
+        one.connected = two.connected = true;
+        listView ? rig.controller().setListMode() : rig.controller().setGridMode();
+    }
+
+    [[nodiscard]] bool open() { return rig.show() && scrollTo(100); }
+    [[nodiscard]] bool scrollTo(int row)
+    {
+        rig.bankA().showRowFirst(row);
+        return barA.value() > 0 && inStep();
+    }
+    [[nodiscard]] bool inStep() const { return barA.value() == barB.value(); }
+    /// Changes the record of the first server, as a library that is fetched anew does.
+    void changeLibrary(const QString &name)
+    {
+        one.folders[0].name = name;
+        rig.model.upsertServer(one);
+    }
+
+    Server one = sampleServer(u"One"_s, u"127.50.8.1"_s);
+    Server two = sampleServer(u"Two"_s, u"127.50.8.2"_s);
+    WindowRig rig;
+    QScrollBar &barA = *listOf(rig.bankA()).verticalScrollBar();
+    QScrollBar &barB = *listOf(rig.bankB()).verticalScrollBar();
+};
+
+} // namespace
+
+/// What a bank shows of its rows stays where it is, and is never seen half made.
+class tst_BVServerBankScroll final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void newContentKeepsThePosition_data() { addViews(); }
+    void newContentKeepsThePosition();
+    void enteringAFolderShowsItsTop_data() { addViews(); }
+    void enteringAFolderShowsItsTop();
+    void sizeAndViewKeepTheFirstRow_data() { addViews(); }
+    void sizeAndViewKeepTheFirstRow();
+    void aLostServerLeavesTheOtherBankInPlace_data() { addViews(); }
+    void aLostServerLeavesTheOtherBankInPlace();
+    void noPaintingSeesHalfARebuild_data() { addViews(); }
+    void noPaintingSeesHalfARebuild();
+    void iconsFlowAnewWhenTheWindowGrows();
+
+private:
+    static void addViews()
+    {
+        QTest::addColumn<bool>("listView");
+        QTest::newRow("list") << true;
+        QTest::newRow("icons") << false;
+    }
+};
+
+void tst_BVServerBankScroll::newContentKeepsThePosition()
+{
+    QFETCH(const bool, listView);
+    ScrollStage stage(listView);
+    QVERIFY(stage.open());
+    for (const int folder : {-1, 3, 77}) {
+        if (folder != -1)
+            stage.rig.controller().folderChanged(folder);
+        QVERIFY(stage.scrollTo(60));
+        const int position = stage.barA.value();
+        for (const QUuid &server : {stage.one.uuid, stage.two.uuid}) {
+            stage.changeLibrary(server.toString());
+            emit stage.rig.controller().serverContentChanged(server);
+            QCoreApplication::processEvents(); // the rows are laid out
+            QCOMPARE(stage.barA.value(), position);
+            QCOMPARE(stage.barB.value(), position);
+        }
+        stage.rig.controller().serverConnected(stage.one.uuid, QHostAddress(u"127.50.8.1"_s));
+        QCoreApplication::processEvents();
+        QCOMPARE(stage.barA.value(), position);
+        QCOMPARE(stage.barB.value(), position);
+    }
+}
+
+void tst_BVServerBankScroll::enteringAFolderShowsItsTop()
+{
+    QFETCH(const bool, listView);
+    ScrollStage stage(listView);
+    QVERIFY(stage.open());
+    const int position = stage.barA.value();
+    for (const int folder : {3, 77}) {
+        stage.rig.controller().folderChanged(folder);
+        QCoreApplication::processEvents();
+        QCOMPARE(stage.barA.value(), 0);
+        QCOMPARE(stage.barB.value(), 0);
+        QVERIFY(stage.scrollTo(60));
+        stage.rig.controller().backToFolders();
+        QCoreApplication::processEvents();
+        QCOMPARE(stage.barA.value(), position);
+        QCOMPARE(stage.barB.value(), position);
+    }
+}
+
+void tst_BVServerBankScroll::sizeAndViewKeepTheFirstRow()
+{
+    QFETCH(const bool, listView);
+    ScrollStage stage(listView);
+    UIController &controller = stage.rig.controller();
+    QVERIFY(stage.open());
+    const QList<void (UIController::*)()> changes{
+        &UIController::setSmallSize,  &UIController::setLargeSize, &UIController::setGridMode,
+        &UIController::setMediumSize, &UIController::setListMode,  &UIController::setLargeSize};
+    for (const auto change : changes) {
+        const int row = stage.rig.bankA().firstRowOnShow();
+        QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
+        (controller.*change)();
+        QCoreApplication::processEvents();
+        const MediaListWidget &list = listOf(stage.rig.bankA());
+        const QRect place = list.visualItemRect(list.item(row));
+        QVERIFY2(place.top() >= 0 && place.top() < 10, qPrintable(QString::number(place.top())));
+        QVERIFY(stage.inStep());
+    }
+    stage.barA.setValue(0);
+    for (const auto change : changes) {
+        (controller.*change)();
+        QCoreApplication::processEvents();
+        QCOMPARE(stage.barA.value(), 0);
+    }
+}
+
+void tst_BVServerBankScroll::aLostServerLeavesTheOtherBankInPlace()
+{
+    QFETCH(const bool, listView);
+    ScrollStage stage(listView);
+    QVERIFY(stage.open());
+    const int position = stage.barA.value();
+    stage.rig.controller().removeServer(stage.two.uuid);
+    QTRY_COMPARE_WITH_TIMEOUT(stage.barB.maximum(), 0, 10000);
+    QCOMPARE(listOf(stage.rig.bankB()).count(), 0);
+    QCOMPARE(stage.barA.value(), position);
+    QTRY_VERIFY_WITH_TIMEOUT(!stage.barB.isVisible(), 10000);
+}
+
+void tst_BVServerBankScroll::noPaintingSeesHalfARebuild()
+{
+    QFETCH(const bool, listView);
+    ScrollStage stage(listView);
+    QVERIFY(stage.open());
+    const PaintLog log(listOf(stage.rig.bankA()));
+    stage.rig.controller().folderChanged(3);
+    stage.rig.controller().backToFolders();
+    emit stage.rig.controller().serverContentChanged(stage.one.uuid);
+    QVERIFY(log.rows.isEmpty()); // a rebuild paints nothing by itself
+    QTRY_VERIFY_WITH_TIMEOUT(!log.rows.isEmpty(), 10000);
+    QCOMPARE(QSet<int>(log.rows.begin(), log.rows.end()), QSet<int>{256});
+}
+
+void tst_BVServerBankScroll::iconsFlowAnewWhenTheWindowGrows()
+{
+    ScrollStage stage(false);
+    QVERIFY(stage.open());
+    const MediaListWidget &list = listOf(stage.rig.bankA());
+    stage.barA.setValue(0);
+    int columns = 0;
+    for (const QSize size : {QSize(1163, 670), QSize(1920, 1040), QSize(3840, 2100)}) {
+        stage.rig.window->resize(size);
+        QTRY_VERIFY_WITH_TIMEOUT(list.visualItemRect(list.item(columns)).top() < 10, 10000);
+        while (columns < 255 && list.visualItemRect(list.item(columns)).top() < 10)
+            ++columns;
+        QCOMPARE(list.count(), 256);
+        QVERIFY(columns * 80 <= list.viewport()->width());
+        QCOMPARE(list.horizontalScrollBar()->maximum(), 0);
+        const QRect last = list.visualItemRect(list.item(255));
+        QVERIFY(last.bottom() - stage.barA.maximum() <= list.viewport()->height());
+    }
+}
+
+QTEST_MAIN(tst_BVServerBankScroll)
+#include "tst_BVServerBankScroll.moc"
