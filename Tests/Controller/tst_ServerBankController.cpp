@@ -209,7 +209,7 @@ void tst_ServerBankController::folderFillsFromTheServer()
 
     for (const WireRequest &request : peer.requests())
         request.answer(png(request.path().endsWith("/3.png") ? Qt::red : Qt::blue));
-    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankA()).count(), 257, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankA()).count(), 257, 30000);
     QVERIFY(rig.bankA().isEnabled());
     QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
     QCOMPARE(topLeft(rig.bankA(), 6), QColor(Qt::blue));
@@ -233,13 +233,13 @@ void tst_ServerBankController::bothBanksLoadByThemselves()
 
     // Bank B is done first; bank A waits on.
     secondPeer.requests().first().answer(png(Qt::green));
-    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankB()).count(), 257, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankB()).count(), 257, 30000);
     QVERIFY(rig.bankB().isEnabled());
     QVERIFY(!rig.bankA().isEnabled());
     QCOMPARE(listOf(rig.bankA()).count(), 256);
     for (const WireRequest &request : firstPeer.requests())
         request.answer(png(Qt::red));
-    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
     QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
     QCOMPARE(topLeft(rig.bankB(), 8), QColor(Qt::green));
 }
@@ -262,7 +262,7 @@ void tst_ServerBankController::lateThumbnailsLeaveTheFolders()
     QCOMPARE(rig.bankA().currentFolder, -1);
     for (const WireRequest &request : firstPeer.requests())
         request.answer(png(Qt::red));
-    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
     QCOMPARE(rig.bankA().currentFolder, -1);
     QCOMPARE(listOf(rig.bankA()).count(), 256);
     QCOMPARE(listOf(rig.bankA()).item(3)->text(), u"Stage"_s);
@@ -281,9 +281,9 @@ void tst_ServerBankController::failedThumbnailIsToldToNobody()
 
     peer.requests().at(0).answer({}, {}, "404 Not Found");
     QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1,
-                              10000);
+                              30000);
     peer.requests().at(1).answer(png(Qt::red));
-    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
     QCOMPARE(listOf(rig.bankA()).count(), 257);
     QVERIFY(!QApplication::activeModalWidget());
 }
@@ -315,10 +315,10 @@ void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails()
     LogCapture log;
 
     peer.requests().at(0).answer(png(Qt::red));
-    QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Downloaded was a success"_s).size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Downloaded was a success"_s).size(), 1, 30000);
     peer.requests().at(1).answer({}, {}, "404 Not Found");
     QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1,
-                              10000);
+                              30000);
     QVERIFY(!rig.bankA().isEnabled());
     QCOMPARE(listOf(rig.bankA()).count(), 256);
     remedy(rig);
@@ -335,7 +335,7 @@ void tst_ServerBankController::windowClosedDuringADownload()
     doubleClickRow(rig.bankA(), 3);
     QVERIFY(peer.waitForRequests(2));
     rig.window.reset();
-    QTRY_COMPARE_WITH_TIMEOUT(peer.openConnections(), 0, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(peer.openConnections(), 0, 30000);
 }
 
 QTEST_MAIN(tst_ServerBankController)

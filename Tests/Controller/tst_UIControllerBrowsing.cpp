@@ -177,7 +177,7 @@ void tst_UIControllerBrowsing::scrollingIsLinked()
     QVERIFY(stage.rig.show());
     QScrollBar *const barA = listOf(stage.rig.bankA()).verticalScrollBar();
     QScrollBar *const barB = listOf(stage.rig.bankB()).verticalScrollBar();
-    QTRY_VERIFY_WITH_TIMEOUT(barA->maximum() > 100 && barB->maximum() > 100, 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(barA->maximum() > 100 && barB->maximum() > 100, 30000);
     barA->setValue(80);
     QCOMPARE(barB->value(), 80);
     barB->setValue(20);
@@ -191,12 +191,12 @@ void tst_UIControllerBrowsing::goingBackRestoresTheScrollPosition()
     QVERIFY(stage.rig.show());
     QScrollBar *const barA = listOf(stage.rig.bankA()).verticalScrollBar();
     QScrollBar *const barB = listOf(stage.rig.bankB()).verticalScrollBar();
-    QTRY_VERIFY_WITH_TIMEOUT(barA->maximum() > 100 && barB->maximum() > 100, 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(barA->maximum() > 100 && barB->maximum() > 100, 30000);
     barA->setValue(70);
     stage.rig.controller().folderChanged(3);
     QCOMPARE(barA->value(), 0);
     stage.rig.controller().backToFolders();
-    QTRY_COMPARE_WITH_TIMEOUT(barA->value(), 70, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(barA->value(), 70, 30000);
     QCOMPARE(barB->value(), 70);
 }
 

@@ -214,7 +214,7 @@ void tst_UIControllerLosses::aDroppedServerIsDisconnectedFromTheService()
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
     rig.controller().removeServer(server.uuid);
     QVERIFY(log.texts().contains(u" Handler removed for server id "_s + server.uuid.toString()));
-    QTRY_VERIFY_WITH_TIMEOUT(!server.stream.isOpen(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!server.stream.isOpen(), 30000);
 }
 
 void tst_UIControllerLosses::aServerThatCameBackIsDrawnAnew()
@@ -225,7 +225,7 @@ void tst_UIControllerLosses::aServerThatCameBackIsDrawnAnew()
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     server.stream.close();
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !rig.isConnected(server), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !rig.isConnected(server), 30000);
     QVERIFY(rig.bringUp(server, u"One again"_s, library()));
     QCOMPARE(rig.offered(rig.bankA()), QStringList{u"One again"_s});
 }
@@ -239,7 +239,7 @@ void tst_UIControllerLosses::losingTheDestinationDuringATransferIsTheOnlyMessage
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     stage.two.stream.close();
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 30000);
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text,
              u"Server \"Two\" disconnected while an operation was in progress."_s);
@@ -254,12 +254,12 @@ void tst_UIControllerLosses::losingTheSourceAbortsTheTaskToo()
     modals.press(QMessageBox::Ok);
     stage.one.stream.send(Wire::frame(R"({"msg_type":4})"));
     stage.one.stream.close();
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 30000);
     QCOMPARE(modals.seen().first().text,
              u"Server \"One\" disconnected while an operation was in progress."_s);
     QCOMPARE(modals.seen().first().details, u"Server \"One\" was shut down."_s);
     // The destination may have changed.
-    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), fetched + 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), fetched + 1, 30000);
 }
 
 void tst_UIControllerLosses::losingABystanderLeavesTheTaskAlone()
@@ -297,7 +297,7 @@ void tst_UIControllerLosses::discoveryLosesAServerOfTheTask()
     QCOMPARE(modals.seen().first().text,
              u"Server \"Two\" became unresponsive while an operation was in progress."_s);
     QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 30000);
 }
 
 void tst_UIControllerLosses::discoveryLosesAServerOfTheTaskThatIsInNeitherBank()
@@ -311,7 +311,7 @@ void tst_UIControllerLosses::discoveryLosesAServerOfTheTaskThatIsInNeitherBank()
     ModalDriver modals;
     stage.rig.controller().removeServer(stage.two.uuid);
     QVERIFY(modals.seen().isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 30000);
 }
 
 void tst_UIControllerLosses::theEndOfATaskAndItsAbortAreOneEnd()
@@ -333,9 +333,9 @@ void tst_UIControllerLosses::theEndOfATaskAndItsAbortAreOneEnd()
     });
     stage.two.sendStarted({0, 1});
     stage.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 30000);
     QTRY_COMPARE_WITH_TIMEOUT(
-        log.texts().count(u"Finish notification received from invalid task"_s), 1, 10000);
+        log.texts().count(u"Finish notification received from invalid task"_s), 1, 30000);
     QCOMPARE(modals.seen().size(), 1);
 }
 

@@ -251,7 +251,7 @@ void tst_UIControllerRemoval::failuresAreShownOnceAtTheEnd()
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     OperationStage::clickRemove(stage.bankA());
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 30000);
     QCOMPARE(modals.seen().first().text, u"Failed to remove 2 visuals from a total of 2."_s);
     QCOMPARE(modals.seen().first().details,
              u"Remove visual 003 in folder 003 on server \"One\" failed: it is <locked>.\n"
@@ -272,7 +272,7 @@ void tst_UIControllerRemoval::aCancelKeepsWhatWasNotSent()
     stage.one.wire.requests(executePath).first().answer(accepted);
     // The next command comes behind all that might have been queued.
     stage.controller().handleMoveVisual(3, 4, ServerDeckA);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.commands(PlayedServer::Move).size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(stage.one.commands(PlayedServer::Move).size(), 1, 30000);
     QCOMPARE(stage.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
 }
 
@@ -293,11 +293,11 @@ void tst_UIControllerRemoval::aSecondStartLetsGoOfTheFirst()
     stage.one.accept();
     stage.one.wire.requests(executePath).first().answer(accepted);
     QTRY_VERIFY_WITH_TIMEOUT(
-        log.texts().contains(u"Finish notification received from invalid task"_s), 10000);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.libraryRequests(), 2, 10000);
+        log.texts().contains(u"Finish notification received from invalid task"_s), 30000);
+    QTRY_COMPARE_WITH_TIMEOUT(stage.one.libraryRequests(), 2, 30000);
     QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
     QTRY_COMPARE_WITH_TIMEOUT(stage.one.visuals(PlayedServer::Remove),
-                              (Refs{{3, 3}, {3, 5}, {3, 3}, {3, 5}}), 10000);
+                              (Refs{{3, 3}, {3, 5}, {3, 3}, {3, 5}}), 30000);
 }
 
 // While the first visual is on the wire, the queue holds 5, 5, 7: without its head that is 7, 7.
@@ -319,8 +319,8 @@ void tst_UIControllerRemoval::aQueueWithDuplicatesRepeatsItsLast()
     stage.one.accept();
     stage.one.wire.requests(executePath).first().answer(accepted);
     QTRY_COMPARE_WITH_TIMEOUT(stage.one.visuals(PlayedServer::Remove),
-                              (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 7}}), 10000);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.libraryRequests(), 2, 10000);
+                              (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 7}}), 30000);
+    QTRY_COMPARE_WITH_TIMEOUT(stage.one.libraryRequests(), 2, 30000);
 }
 
 void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen_data()
@@ -342,7 +342,7 @@ void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen()
             stage.one.stream.close();
         else
             stage.lose();
-        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 10000));
+        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 30000));
         qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
     });
     if (toldByTheServer)

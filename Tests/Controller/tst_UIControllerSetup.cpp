@@ -68,7 +68,7 @@ void tst_UIControllerSetup::thumbnailsHaveADiskCacheOfTheirOwn()
     server.wire.answer("/brenvoka/thumbnails/", "no picture", "Cache-Control: max-age=3600\r\n");
     QVERIFY(rig.bringUp(server, u"One"_s, {unseenFolder(1)}));
     rig.controller().folderChanged(0);
-    QTRY_VERIFY_WITH_TIMEOUT(cachedFiles(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(cachedFiles(), 30000);
 }
 
 void tst_UIControllerSetup::theDeckIsKnownToTheMetaTypeSystem()
@@ -144,7 +144,7 @@ void tst_UIControllerSetup::downloadsOfBothBanksAddUp()
     QCOMPARE(thumbnailProgress(rig).windowTitle(), u"Downloading"_s);
     rig.controller().updateProgress();
     QCOMPARE(thumbnailProgress(rig).progress(), 1);
-    QTRY_VERIFY_WITH_TIMEOUT(thumbnailProgress(rig).isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(thumbnailProgress(rig).isVisible(), 30000);
 }
 
 void tst_UIControllerSetup::aShortDownloadShowsNoDialog()
@@ -154,7 +154,7 @@ void tst_UIControllerSetup::aShortDownloadShowsNoDialog()
     rig.controller().updateProgress();
     bool passed = false;
     QTimer::singleShot(700, this, [&passed] { passed = true; });
-    QTRY_VERIFY_WITH_TIMEOUT(passed, 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(passed, 30000);
     QVERIFY(!thumbnailProgress(rig).isVisible());
 }
 
@@ -162,7 +162,7 @@ void tst_UIControllerSetup::theLastStepClosesTheDialogAndResetsIt()
 {
     WindowRig rig;
     rig.controller().increaseThumbnailDownloadSize(2);
-    QTRY_VERIFY_WITH_TIMEOUT(thumbnailProgress(rig).isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(thumbnailProgress(rig).isVisible(), 30000);
     QSignalSpy canceled(&rig.controller(), &UIController::downloadCanceled);
     rig.controller().updateProgress();
     rig.controller().updateProgress();
@@ -192,10 +192,10 @@ void tst_UIControllerSetup::aFolderIsDownloadedThroughTheDialog()
     QVERIFY(server.wire.waitForRequests(4, "/brenvoka/thumbnails/"));
     for (const WireRequest &request : server.wire.requests("/brenvoka/thumbnails/"))
         request.answer("no picture", "Cache-Control: no-store\r\n");
-    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
     QCOMPARE(listOf(rig.bankA()).count(), 257);
     // Each reply is counted by the services of both banks.
-    QTRY_COMPARE_WITH_TIMEOUT(thumbnailProgress(rig.rig).progress(), 4, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(thumbnailProgress(rig.rig).progress(), 4, 30000);
     QCOMPARE(thumbnailProgress(rig.rig).maximum(), 0);
 }
 
@@ -209,7 +209,7 @@ void tst_UIControllerSetup::aCancelledDownloadLeavesTheBanksEnabled()
     rig.controller().folderChanged(0);
     QVERIFY(!rig.bankA().isEnabled() && !rig.bankB().isEnabled());
     BVProgressDialog &dialog = thumbnailProgress(rig.rig);
-    QTRY_VERIFY_WITH_TIMEOUT(dialog.isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(dialog.isVisible(), 30000);
     QCOMPARE(dialog.maximum(), 5);
     QSignalSpy canceled(&rig.controller(), &UIController::downloadCanceled);
     QTest::keyClick(&dialog, Qt::Key_Escape);

@@ -279,7 +279,7 @@ void tst_UIControllerUploadDialogs::theFileDialogOpensWhereTheLastFileWas()
     modals.chooseFile(file.fileName());
     OperationStage::clickUpload(stage.bankA());
     QVERIFY(stage.isFetchedAnew(stage.one));
-    QTRY_VERIFY_WITH_TIMEOUT(!redrawn.isEmpty(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!redrawn.isEmpty(), 30000);
     for (int attempt = 0; attempt < 2;
          ++attempt) { // a dialog left without a choice forgets nothing
         QString directory;
@@ -311,7 +311,7 @@ void tst_UIControllerUploadDialogs::aFileWithoutASuffixIsNotOffered()
         QSignalSpy listed(dialog.findChild<QFileSystemModel *>(),
                           &QFileSystemModel::directoryLoaded);
         dynamic_cast<QFileDialog &>(dialog).setDirectory(clips);
-        QTRY_VERIFY_WITH_TIMEOUT(listed.contains(QVariantList{clips.path()}), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(listed.contains(QVariantList{clips.path()}), 30000);
         dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(file.fileName());
         QVERIFY(
             !dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->isEnabled());
@@ -346,7 +346,7 @@ void tst_UIControllerUploadDialogs::theFileDialogCanBeRead()
             return widget.rect().adjusted(4, 4, -4, -4);
         };
         auto *const files = dialog.findChild<QTreeView *>(u"treeView"_s);
-        QTRY_VERIFY_WITH_TIMEOUT(files->model()->rowCount(files->rootIndex()) > 0, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(files->model()->rowCount(files->rootIndex()) > 0, 30000);
         const QModelIndex first = files->model()->index(0, 0, files->rootIndex());
         QVERIFY(isReadable(files->viewport(), files->visualRect(first).adjusted(24, 0, 0, 0)));
         QVERIFY(isReadable(files->header()->viewport(), inside(*files->header())));

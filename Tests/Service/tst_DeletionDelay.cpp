@@ -48,7 +48,7 @@ private slots:
             QVERIFY(owner);
         }
         QVERIFY(owner);
-        QTRY_VERIFY_WITH_TIMEOUT(!owner, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!owner, 30000);
     }
 
     void ownerThatRunsAgainBeforeItsDeletionLivesOn()
@@ -64,14 +64,14 @@ private slots:
             runNestedLoop();
             QVERIFY(owner);
         }
-        QTRY_VERIFY_WITH_TIMEOUT(!owner, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!owner, 30000);
     }
 
     void idleOwnerIsDeletedLikeAnyObject()
     {
         const QPointer<Owner> owner = new Owner;
         owner->deleteLater();
-        QTRY_VERIFY_WITH_TIMEOUT(!owner, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!owner, 30000);
     }
 
     void releasedObjectsLiveAsLong()
@@ -87,7 +87,7 @@ private slots:
             runNestedLoop();
             QVERIFY(released);
         }
-        QTRY_VERIFY_WITH_TIMEOUT(!released, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!released, 30000);
     }
 
     void releaseWhileIdleIsDeleteLater()
@@ -96,7 +96,7 @@ private slots:
         const QPointer<QObject> released = new QObject;
         owner.delay.release(released);
         QVERIFY(released);
-        QTRY_VERIFY_WITH_TIMEOUT(!released, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!released, 30000);
     }
 
     void releasedObjectMayGoByItself()

@@ -56,7 +56,7 @@ void tst_MoveTask::aMoveIsOneRequest()
     QCOMPARE(rig->task->affectedServer(), rig->server.uuid);
     QVERIFY(rig->task->involvesServer(rig->server.uuid));
     QVERIFY(!rig->task->involvesServer(QUuid()));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->finished->first().first().value<TaskBase *>(), rig->task.get());
     QVERIFY(!rig->task->hasErrors());
     QCOMPARE(rig->task->errorDetails(), QStringList());
@@ -87,7 +87,7 @@ void tst_MoveTask::aMoveThatAnswersSoonShowsNoDialog()
     // A timer set now fires behind that of the dialog.
     bool isLater = false;
     QTimer::singleShot(501, Qt::PreciseTimer, rig->task.get(), [&isLater] { isLater = true; });
-    QTRY_VERIFY_WITH_TIMEOUT(isLater, 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(isLater, 30000);
     QCOMPARE(shown.count, 0);
 }
 
@@ -96,9 +96,9 @@ void tst_MoveTask::aLongMoveShowsItsDialog()
     rig->server.wire.hold(TaskRig::execute);
     start();
     QVERIFY(!rig->dialog()->isVisible());
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     QVERIFY(rig->answer(0));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(!rig->dialog()->isVisible());
 }
 
@@ -108,7 +108,7 @@ void tst_MoveTask::resultCodes()
     QFETCH(const QString, text);
     rig->server.wire.answer(TaskRig::execute, result);
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(rig->task->hasErrors());
     QCOMPARE(rig->task->errorMessage(), u"Visual could not be moved"_s);
     QCOMPARE(rig->task->errorDetails(),
@@ -121,7 +121,7 @@ void tst_MoveTask::numbersOfThreeDigitsStandAsTheyAre()
     rig->model.setServerName(rig->server.uuid, u"%5 %1"_s);
     rig->server.refuse("%2");
     rig->start<MoveTask>(255, 100, 0);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Move from 100 to 000 in folder 255 on server \"%5 %1\" failed: %2."_s});
 }
@@ -129,13 +129,13 @@ void tst_MoveTask::numbersOfThreeDigitsStandAsTheyAre()
 void tst_MoveTask::aBrokenConnectionIsAFailureAndSendsNothingTwice()
 {
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
 
     // On the connection that the first move has left open, where Qt would try again.
     rig->server.wire.on(TaskRig::execute, [](const WireRequest &request) { request.close(); });
     const QSignalSpy refused(&rig->service, &ServerConnectionService::movedFileError);
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->requests().at(1).connection, rig->requests().at(0).connection);
     const QString text = refused.first().last().toString();
     QVERIFY(!text.isEmpty());
@@ -150,7 +150,7 @@ void tst_MoveTask::aVanishedServerIsNamedByNothing()
 {
     rig->server.refuse("no");
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(rig->model.removeServer(rig->server.uuid));
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Move from 007 to 012 in folder 003 on server \"\" failed: no."_s});
@@ -160,7 +160,7 @@ void tst_MoveTask::aCancelLeavesTheMoveToTheServer()
 {
     rig->server.wire.hold(TaskRig::execute);
     start();
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     pressCancel(*rig->dialog());
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->task->hasErrors());
@@ -169,7 +169,7 @@ void tst_MoveTask::aCancelLeavesTheMoveToTheServer()
     // No cancel is sent, and the request stands.
     QSignalSpy moved(&rig->service, &ServerConnectionService::movedFileFinished);
     QVERIFY(rig->answer(0));
-    QVERIFY(moved.wait(10000));
+    QVERIFY(moved.wait(30000));
     QCOMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->requests().size(), 1);
 }
@@ -183,7 +183,7 @@ void tst_MoveTask::aFailureAfterTheCancelIsKeptAndEndsNothing()
     QCOMPARE(rig->finished->size(), 1);
     QSignalSpy refused(&rig->service, &ServerConnectionService::movedFileError);
     QVERIFY(rig->answer(0, TaskRig::inUse));
-    QVERIFY(refused.wait(10000));
+    QVERIFY(refused.wait(30000));
     QVERIFY(rig->task->hasErrors());
     QCOMPARE(rig->finished->size(), 1);
 }
@@ -192,7 +192,7 @@ void tst_MoveTask::aCancelTogetherWithTheResultEndsTwice()
 {
     rig->server.wire.answer(TaskRig::execute, TaskRig::inUse);
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     rig->dialog()->reject();
     QCOMPARE(rig->finished->size(), 2);
     QVERIFY(rig->task->hasErrors());
@@ -202,7 +202,7 @@ void tst_MoveTask::abortLeavesNothingToShow()
 {
     rig->server.wire.hold(TaskRig::execute);
     start();
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     emit rig->service.movedFileError(rig->server.uuid, u"no"_s);
     QVERIFY(rig->task->hasErrors());
     rig->dialog()->show();
@@ -230,11 +230,11 @@ void tst_MoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
     LogCapture log;
     QSignalSpy moved(&rig->service, &ServerConnectionService::movedFileFinished);
     rig->service.requestMove(other.uuid, 3, 7, 12);
-    QVERIFY(moved.wait(10000));
+    QVERIFY(moved.wait(30000));
     other.wire.answer(TaskRig::execute, TaskRig::inUse);
     QSignalSpy refused(&rig->service, &ServerConnectionService::movedFileError);
     rig->service.requestMove(other.uuid, 3, 7, 12);
-    QVERIFY(refused.wait(10000));
+    QVERIFY(refused.wait(30000));
     QCOMPARE(rig->dialog()->progress(), 0);
     QCOMPARE(rig->finished->size(), 0);
     QVERIFY(!rig->task->hasErrors());
@@ -245,13 +245,13 @@ void tst_MoveTask::deletionTakesDialogAndConnectionsAlong()
 {
     rig->server.wire.hold(TaskRig::execute);
     start();
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     const QPointer<BVProgressDialog> dialog = rig->dialog();
     rig->task.reset();
     QVERIFY(!dialog);
     QSignalSpy moved(&rig->service, &ServerConnectionService::movedFileFinished);
     QVERIFY(rig->answer(0));
-    QVERIFY(moved.wait(10000));
+    QVERIFY(moved.wait(30000));
     QCOMPARE(rig->finished->size(), 0);
 }
 

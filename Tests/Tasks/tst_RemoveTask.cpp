@@ -90,7 +90,7 @@ void tst_RemoveTask::aShortRemovalShowsNoDialog()
     // A timer set now fires behind that of the dialog.
     bool isLater = false;
     QTimer::singleShot(501, Qt::PreciseTimer, rig->task.get(), [&isLater] { isLater = true; });
-    QTRY_VERIFY_WITH_TIMEOUT(isLater, 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(isLater, 30000);
     QCOMPARE(shown.count, 0);
 }
 
@@ -101,10 +101,10 @@ void tst_RemoveTask::aLongRemovalShowsItsDialog()
     rig->start<RemoveTask>(Visuals{{3, 1}, {3, 2}});
     QVERIFY(!rig->dialog()->isVisible());
     QVERIFY(rig->answer(0));
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     QCOMPARE(rig->dialog()->progress(), 1);
     QVERIFY(rig->answer(1));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(!rig->dialog()->isVisible());
     QCOMPARE(shown.count, 1);
 }
@@ -120,7 +120,7 @@ void tst_RemoveTask::theServerGetsOneRemovalAtATime()
         });
     });
     rig->start<RemoveTask>(five);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->server.visuals(PlayedServer::Remove), five);
     QVERIFY(!rig->task->hasErrors());
     QCOMPARE(rig->task->errorDetails(), QStringList());
@@ -132,7 +132,7 @@ void tst_RemoveTask::fiveRemovalsWithOneFailure()
         request.answer(request.body.contains("visualIdx=3&") ? TaskRig::inUse : TaskRig::success);
     });
     rig->start<RemoveTask>(five);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->server.visuals(PlayedServer::Remove), five);
     QVERIFY(rig->task->hasErrors());
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 5."_s);
@@ -147,7 +147,7 @@ void tst_RemoveTask::resultCodes()
     QFETCH(const QString, text);
     rig->server.wire.answer(TaskRig::execute, result);
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(rig->task->hasErrors());
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 1."_s);
     QCOMPARE(rig->task->errorDetails(),
@@ -159,7 +159,7 @@ void tst_RemoveTask::failuresAreListedInTheOrderGiven()
 {
     rig->server.refuse("no");
     rig->start<RemoveTask>(Visuals{{200, 9}, {4, 255}, {0, 0}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 3 visuals from a total of 3."_s);
     QCOMPARE(
         rig->task->errorDetails(),
@@ -173,7 +173,7 @@ void tst_RemoveTask::namesInErrorLinesAreTakenLiterally()
     rig->model.setServerName(rig->server.uuid, u"%4 <b>%1</b>"_s);
     rig->server.refuse("%1%% %3");
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Remove visual 017 in folder 003 on server \"%4 <b>%1</b>\" failed: "
                          "%1%% %3."_s});
@@ -183,7 +183,7 @@ void tst_RemoveTask::aVanishedServerIsNamedByNothing()
 {
     rig->server.refuse("no");
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(rig->model.removeServer(rig->server.uuid));
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Remove visual 017 in folder 003 on server \"\" failed: no."_s});
@@ -200,7 +200,7 @@ void tst_RemoveTask::aBrokenConnectionFailsOneRemovalAndSendsNoneTwice()
     const Visuals three{{3, 1}, {3, 2}, {3, 3}};
     const QSignalSpy refused(&rig->service, &ServerConnectionService::visualRemoveError);
     rig->start<RemoveTask>(three);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(rig->settle());
     QCOMPARE(rig->server.visuals(PlayedServer::Remove), three);
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 3."_s);
@@ -221,14 +221,14 @@ void tst_RemoveTask::aResultForASlotNotInTheListMovesNoBar()
     QCOMPARE(rig->finished->size(), 0);
     QVERIFY(!rig->task->hasErrors());
     QVERIFY(rig->answer(0));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->dialog()->progress(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->dialog()->progress(), 1, 30000);
     QCOMPARE(rig->finished->size(), 0);
 }
 
 void tst_RemoveTask::aResultForASlotNotInTheListEndsAFullTaskAgain()
 {
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     emit rig->service.visualRemoveFinished(rig->server.uuid, 3, 18);
     QCOMPARE(rig->finished->size(), 2);
     QVERIFY(!rig->task->hasErrors());
@@ -237,7 +237,7 @@ void tst_RemoveTask::aResultForASlotNotInTheListEndsAFullTaskAgain()
 void tst_RemoveTask::aSecondResultAfterTheEndChangesNothing()
 {
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     emit rig->service.visualRemoveFinished(rig->server.uuid, 3, 17);
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
@@ -252,10 +252,10 @@ void tst_RemoveTask::aVisualGivenTwiceLeavesTheNextOneTwiceInTheQueue()
     QCOMPARE(rig->dialog()->maximum(), 3);
     QVERIFY(rig->answer(0));
     QVERIFY(rig->answer(1));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->dialog()->progress(), 2, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->dialog()->progress(), 2, 30000);
     QCOMPARE(rig->finished->size(), 0);
     QVERIFY(rig->answer(2));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(rig->settle());
     QCOMPARE(rig->server.visuals(PlayedServer::Remove), (Visuals{{3, 1}, {3, 2}, {3, 2}}));
     QCOMPARE(rig->finished->size(), 1);
@@ -265,7 +265,7 @@ void tst_RemoveTask::theFirstOfTwoEqualEntriesTakesTheResults()
 {
     rig->server.refuse("no");
     rig->start<RemoveTask>(Visuals{{3, 1}, {3, 2}, {3, 1}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 2 visuals from a total of 3."_s);
     QCOMPARE(
         rig->task->errorDetails(),
@@ -280,7 +280,7 @@ void tst_RemoveTask::aFailureStaysOneWhateverComesLater()
     QVERIFY(rig->answer(0));
     QVERIFY(rig->answer(1, TaskRig::inUse));
     QVERIFY(rig->answer(2));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 3."_s);
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Remove visual 002 in folder 003 on server \"Stage left\" failed: "
@@ -296,11 +296,11 @@ void tst_RemoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
     LogCapture log;
     QSignalSpy removed(&rig->service, &ServerConnectionService::visualRemoveFinished);
     rig->service.requestRemove(other.uuid, {{3, 1}});
-    QVERIFY(removed.wait(10000));
+    QVERIFY(removed.wait(30000));
     other.wire.answer(TaskRig::execute, TaskRig::inUse);
     QSignalSpy refused(&rig->service, &ServerConnectionService::visualRemoveError);
     rig->service.requestRemove(other.uuid, {{3, 2}});
-    QVERIFY(refused.wait(10000));
+    QVERIFY(refused.wait(30000));
     QCOMPARE(rig->dialog()->progress(), 0);
     QCOMPARE(rig->finished->size(), 0);
     QVERIFY(!rig->task->hasErrors());

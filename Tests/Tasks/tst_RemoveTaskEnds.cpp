@@ -51,7 +51,7 @@ void tst_RemoveTaskEnds::cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError()
     QVERIFY(rig->answer(0));
     QVERIFY(rig->answer(1));
     QVERIFY(rig->server.wire.waitForRequests(3, TaskRig::execute));
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     pressCancel(*rig->dialog());
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
@@ -60,7 +60,7 @@ void tst_RemoveTaskEnds::cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError()
     QVERIFY(rig->requests().last().isOpen());
     QSignalSpy removed(&rig->service, &ServerConnectionService::visualRemoveFinished);
     QVERIFY(rig->answer(2));
-    QVERIFY(removed.wait(10000));
+    QVERIFY(removed.wait(30000));
     QCOMPARE(removed.first().mid(1), (QVariantList{3, 3}));
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->task->hasErrors());
@@ -83,7 +83,7 @@ void tst_RemoveTaskEnds::aCancelKeepsTheFailuresSoFar()
 void tst_RemoveTaskEnds::escapeIsACancel()
 {
     rig->start<RemoveTask>(five);
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     QTest::keyClick(rig->dialog(), Qt::Key_Escape);
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(rig->answer(0));
@@ -95,7 +95,7 @@ void tst_RemoveTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
 {
     rig->start<RemoveTask>(five.first(1));
     QVERIFY(rig->answer(0));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     rig->dialog()->reject();
     QCOMPARE(rig->finished->size(), 2);
     QVERIFY(!rig->task->hasErrors());
@@ -105,8 +105,8 @@ void tst_RemoveTaskEnds::abortLeavesNothingToShow()
 {
     rig->start<RemoveTask>(five);
     QVERIFY(rig->answer(0, TaskRig::inUse));
-    QTRY_VERIFY_WITH_TIMEOUT(rig->task->hasErrors(), 10000);
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->task->hasErrors(), 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     rig->task->abort();
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
@@ -130,7 +130,7 @@ void tst_RemoveTaskEnds::abortBeforeTheStartEndsTheTask()
 void tst_RemoveTaskEnds::deletionTakesDialogAndConnectionsAlong()
 {
     rig->start<RemoveTask>(five);
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     const QPointer<BVProgressDialog> dialog = rig->dialog();
     rig->task.reset();
     QVERIFY(!dialog);
@@ -140,7 +140,7 @@ void tst_RemoveTaskEnds::deletionTakesDialogAndConnectionsAlong()
     QVERIFY(rig->server.wire.waitForRequests(2, TaskRig::execute));
     rig->server.accept();
     QVERIFY(rig->answer(1));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->server.visuals(PlayedServer::Remove), five, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->server.visuals(PlayedServer::Remove), five, 30000);
     QCOMPARE(rig->finished->size(), 0);
 }
 
@@ -148,7 +148,7 @@ void tst_RemoveTaskEnds::withoutAConnectionOnlyTheOperatorEndsIt()
 {
     rig->service.removeHandler(rig->server.uuid);
     rig->start<RemoveTask>(five);
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
     QCOMPARE(rig->finished->size(), 0);
     pressCancel(*rig->dialog());
     QCOMPARE(rig->finished->size(), 1);

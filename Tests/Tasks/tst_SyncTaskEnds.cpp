@@ -33,9 +33,9 @@ void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {{3, 2}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 1, 30000);
     BVProgressDialog *const renaming = rig.progressDialog(u"Renaming..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 30000);
     pressCancel(*renaming);
     QCOMPARE(rig.finished->size(), 1);
     rig.task.reset();
@@ -44,7 +44,7 @@ void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
     rig.destination.wire.requests("/brenvoka/execute.html")
         .last()
         .answer(R"({"msg_type":7,"RESULT":0})");
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 2, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 2, 30000);
     QVERIFY(rig.settle());
     QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 0);
     QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
@@ -56,9 +56,9 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Remove).size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Remove).size(), 1, 30000);
     BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 30000);
     QTest::keyClick(removing, Qt::Key_Escape);
     QCOMPARE(rig.finished->size(), 1);
 
@@ -68,7 +68,7 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
     rig.destination.wire.requests("/brenvoka/execute.html")
         .last()
         .answer(R"({"msg_type":7,"RESULT":0})");
-    QVERIFY(removed.wait(10000));
+    QVERIFY(removed.wait(30000));
     QVERIFY(rig.settle());
     QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
     QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
@@ -138,7 +138,7 @@ void tst_SyncTaskEnds::abortLeavesNoErrorsToShow()
     rig.start({}, {{3, 1}, {3, 2}}, {});
     emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"locked"_s);
     BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 30000);
     QVERIFY(rig.task->hasErrors());
     rig.task->abort();
     QCOMPARE(rig.finished->size(), 1);
@@ -151,7 +151,7 @@ void tst_SyncTaskEnds::abortLeavesTheRenameDialog()
     SyncRig rig(u"127.60.1.4"_s);
     rig.start({{3, u"Three"_s}}, {}, {});
     const QPointer<BVProgressDialog> renaming = rig.progressDialog(u"Renaming..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 30000);
     rig.task->abort();
     QCOMPARE(rig.finished->size(), 1);
     QVERIFY(renaming->isVisible());

@@ -93,12 +93,12 @@ void tst_TaskLosses::aLostServerEndsTheTaskWithoutAnError()
     QCOMPARE(rig.finished->size(), 0);
 
     lose(rig);
-    QTRY_VERIFY_WITH_TIMEOUT(!rig.dialog()->isVisible(), 10000);
-    QTRY_VERIFY_WITH_TIMEOUT(rig.finished->size() > 0, 10000);
-    QTRY_VERIFY_WITH_TIMEOUT(!rig.task->hasErrors(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!rig.dialog()->isVisible(), 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(rig.finished->size() > 0, 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(!rig.task->hasErrors(), 30000);
     QCOMPARE(rig.task->errorDetails(), QStringList());
     // The connections end with the handler.
-    QTRY_COMPARE_WITH_TIMEOUT(rig.server.wire.openConnections(), 0, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.server.wire.openConnections(), 0, 30000);
     QVERIFY(!onTheWire.isOpen());
     QVERIFY(!rig.task->hasErrors());
     QCOMPARE(rig.server.wire.requests().size(), 2);
@@ -131,13 +131,13 @@ void tst_TaskLosses::aLostServerTakesTheUploadAlong()
     rig.start<UploadTask>(3, 17, file.fileName());
     connect(&rig.service, &ServerConnectionService::serverDisconnected, rig.task.get(),
             [&rig] { rig.task->abort(); });
-    QVERIFY(progress.wait(10000));
+    QVERIFY(progress.wait(30000));
     rig.server.stream.close();
-    QTRY_COMPARE_WITH_TIMEOUT(rig.finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.finished->size(), 1, 30000);
     QVERIFY(!rig.dialog()->isVisible());
     QVERIFY(!rig.task->hasErrors());
     rig.server.wire.setReading(true);
-    QTRY_COMPARE_WITH_TIMEOUT(rig.server.wire.openConnections(), 0, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig.server.wire.openConnections(), 0, 30000);
     QCOMPARE(rig.server.wire.requests("/brenvoka/upload.html").size(), 0);
 }
 

@@ -64,7 +64,7 @@ private:
     [[nodiscard]] bool isImporting() const
     {
         return QTest::qWaitFor(
-            [this] { return rig->dialog()->isFinished() && !uploads().isEmpty(); }, 10000);
+            [this] { return rig->dialog()->isFinished() && !uploads().isEmpty(); }, 30000);
     }
 
     QTemporaryDir directory;
@@ -125,7 +125,7 @@ void tst_UploadTask::theResultEndsTheTask()
     QVERIFY(body.contains("name=\"visualIdx\"\r\n\r\n17\r\n"));
     QVERIFY(body.contains("filename=\"sunset.png\"\r\n\r\nFILE BYTES\r\n"));
     uploads().constFirst().answer(TaskRig::success);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->finished->first().first().value<TaskBase *>(), rig->task.get());
     QVERIFY(!rig->dialog()->isVisible());
     QCOMPARE(rig->dialog()->result(), int(QDialog::Accepted));
@@ -149,7 +149,7 @@ void tst_UploadTask::resultCodes()
     start();
     QVERIFY(isImporting());
     uploads().constFirst().answer(result);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(!rig->dialog()->isVisible());
     QCOMPARE(rig->dialog()->result(), int(QDialog::Accepted));
     QVERIFY(rig->task->hasErrors());
@@ -165,7 +165,7 @@ void tst_UploadTask::aNetworkFailureIsAFailure()
     start();
     QVERIFY(isImporting());
     uploads().constFirst().answer(TaskRig::success, {}, "404 Nothing");
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(!rig->dialog()->isVisible());
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Upload for visual 017 in folder 003 to server \"Stage left\" failed: "
@@ -197,7 +197,7 @@ void tst_UploadTask::aCancelEndsTheRequestAndShowsNoError()
     QSignalSpy progress(&rig->service, &ServerConnectionService::uploadedFileProgress);
     rig->server.wire.setReading(false);
     start(QByteArray(64 << 20, 'x'));
-    QVERIFY(progress.wait(10000));
+    QVERIFY(progress.wait(30000));
     QVERIFY(!rig->dialog()->isFinished());
     pressCancel(*rig->dialog());
     QCOMPARE(rig->finished->size(), 1);
@@ -205,7 +205,7 @@ void tst_UploadTask::aCancelEndsTheRequestAndShowsNoError()
     QVERIFY(!rig->task->hasErrors());
     // Only the stream stays open, and the file did not arrive.
     rig->server.wire.setReading(true);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->server.wire.openConnections(), 1, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(rig->server.wire.openConnections(), 1, 30000);
     QCOMPARE(uploads().size(), 0);
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->task->hasErrors());
@@ -230,7 +230,7 @@ void tst_UploadTask::escapeCancelsAlsoWhileTheServerImports()
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
     QVERIFY(!rig->task->hasErrors());
-    QTRY_VERIFY_WITH_TIMEOUT(!uploads().constFirst().isOpen(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!uploads().constFirst().isOpen(), 30000);
 }
 
 void tst_UploadTask::aVanishedFileLeavesTheDialogLiveAtZeroPercent()
@@ -288,11 +288,11 @@ void tst_UploadTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
     QSignalSpy sent(&rig->service, &ServerConnectionService::uploadedFileFinished);
     other.wire.answer(upload, TaskRig::success);
     rig->service.requestUpload(other.uuid, 3, 17, file);
-    QVERIFY(sent.wait(10000));
+    QVERIFY(sent.wait(30000));
     QSignalSpy refused(&rig->service, &ServerConnectionService::uploadedFileError);
     other.wire.answer(upload, TaskRig::inUse);
     rig->service.requestUpload(other.uuid, 3, 17, file);
-    QVERIFY(refused.wait(10000));
+    QVERIFY(refused.wait(30000));
     QVERIFY(progress.size() > 0);
     QCOMPARE(rig->dialog()->progress(), 0);
     QCOMPARE(rig->label(), u"Uploading visual"_s);
@@ -313,7 +313,7 @@ void tst_UploadTask::deletionTakesDialogAndConnectionsAlong()
     // The request is left alone.
     QSignalSpy sent(&rig->service, &ServerConnectionService::uploadedFileFinished);
     uploads().constFirst().answer(TaskRig::success);
-    QVERIFY(sent.wait(10000));
+    QVERIFY(sent.wait(30000));
     QCOMPARE(rig->finished->size(), 0);
 }
 

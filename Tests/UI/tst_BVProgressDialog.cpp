@@ -42,7 +42,7 @@ void letTheDelayPass()
     later.setSingleShot(true);
     QSignalSpy spy(&later, &QTimer::timeout);
     later.start(600ms);
-    QVERIFY(spy.wait(10'000));
+    QVERIFY(spy.wait(30'000));
 }
 
 } // namespace
@@ -105,7 +105,7 @@ private slots:
         clock.start();
         screen.dialog.addSteps(2, true);
         screen.dialog.advance();
-        QTRY_VERIFY_WITH_TIMEOUT(screen.dialog.isVisible(), 10'000);
+        QTRY_VERIFY_WITH_TIMEOUT(screen.dialog.isVisible(), 30'000);
         QVERIFY2(clock.elapsed() >= 500, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(screen.dialog.progress(), 1);
     }

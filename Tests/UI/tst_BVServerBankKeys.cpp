@@ -180,7 +180,7 @@ void tst_BVServerBankKeys::deleteAsksLikeTheButton()
     QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
     QCOMPARE(modals.seen().first().text, modals.seen().last().text);
     stage.rig.window->activateWindow(); // done by a window manager otherwise
-    QTRY_VERIFY_WITH_TIMEOUT(stage.list.hasFocus(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(stage.list.hasFocus(), 30000);
 }
 
 void tst_BVServerBankKeys::deleteNeedsTheButtonEnabled()

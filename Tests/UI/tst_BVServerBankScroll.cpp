@@ -176,10 +176,10 @@ void tst_BVServerBankScroll::aLostServerLeavesTheOtherBankInPlace()
     QVERIFY(stage.open());
     const int position = stage.barA.value();
     stage.rig.controller().removeServer(stage.two.uuid);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.barB.maximum(), 0, 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(stage.barB.maximum(), 0, 30000);
     QCOMPARE(listOf(stage.rig.bankB()).count(), 0);
     QCOMPARE(stage.barA.value(), position);
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.barB.isVisible(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!stage.barB.isVisible(), 30000);
 }
 
 void tst_BVServerBankScroll::noPaintingSeesHalfARebuild()
@@ -192,7 +192,7 @@ void tst_BVServerBankScroll::noPaintingSeesHalfARebuild()
     stage.rig.controller().backToFolders();
     emit stage.rig.controller().serverContentChanged(stage.one.uuid);
     QVERIFY(log.rows.isEmpty()); // a rebuild paints nothing by itself
-    QTRY_VERIFY_WITH_TIMEOUT(!log.rows.isEmpty(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(!log.rows.isEmpty(), 30000);
     QCOMPARE(QSet<int>(log.rows.begin(), log.rows.end()), QSet<int>{256});
 }
 
@@ -205,7 +205,7 @@ void tst_BVServerBankScroll::iconsFlowAnewWhenTheWindowGrows()
     int columns = 0;
     for (const QSize size : {QSize(1163, 670), QSize(1920, 1040), QSize(3840, 2100)}) {
         stage.rig.window->resize(size);
-        QTRY_VERIFY_WITH_TIMEOUT(list.visualItemRect(list.item(columns)).top() < 10, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(list.visualItemRect(list.item(columns)).top() < 10, 30000);
         while (columns < 255 && list.visualItemRect(list.item(columns)).top() < 10)
             ++columns;
         QCOMPARE(list.count(), 256);

@@ -146,14 +146,14 @@ void tst_FocusReturn::itIsNotTakenFromADialog()
     QPushButton button(&dialog);
     dialog.open();
     QVERIFY(QTest::qWaitForWindowActive(&dialog));
-    QTRY_VERIFY_WITH_TIMEOUT(button.hasFocus(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(button.hasFocus(), 30000);
     window.panel.setEnabled(true);
     QVERIFY(button.hasFocus());
     QCOMPARE(QApplication::activeWindow(), &dialog);
 
     dialog.close();
     window.activateWindow(); // done by a window manager otherwise
-    QTRY_VERIFY_WITH_TIMEOUT(window.inPanel.hasFocus(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(window.inPanel.hasFocus(), 30000);
 }
 
 void tst_FocusReturn::aDialogThatClosesMeanwhileDoesNotMoveIt()
@@ -170,7 +170,7 @@ void tst_FocusReturn::aDialogThatClosesMeanwhileDoesNotMoveIt()
         window.panel.setEnabled(false);
     }
     window.activateWindow();
-    QTRY_VERIFY_WITH_TIMEOUT(window.hasFocus(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(window.hasFocus(), 30000);
     window.panel.setEnabled(true);
     QVERIFY(window.inPanel.hasFocus());
 }
@@ -190,7 +190,7 @@ void tst_FocusReturn::aWidgetDisabledBehindADialogGetsItAfterwards()
         window.inPanel.setEnabled(true);
     }
     window.activateWindow();
-    QTRY_VERIFY_WITH_TIMEOUT(window.inPanel.hasFocus(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(window.inPanel.hasFocus(), 30000);
 }
 
 void tst_FocusReturn::aDeletedWidgetIsForgotten()
