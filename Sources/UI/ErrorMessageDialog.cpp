@@ -6,6 +6,7 @@
 #include "ui_ErrorMessageDialog.h"
 
 #include <QPushButton>
+#include <QScreen>
 #include <QStyle>
 
 ErrorMessageDialog::ErrorMessageDialog(QWidget *parent)
@@ -47,4 +48,16 @@ void ErrorMessageDialog::showDetails(bool on)
     ui->errorDetails->setText(on ? tr("Hide Details <<") : tr("Show Details >>"));
     ui->errorDetailsList->setVisible(on);
     adjustSize();
+    if (isVisible())
+        stayOnScreen();
+}
+
+void ErrorMessageDialog::stayOnScreen()
+{
+    const QRect area = screen()->availableGeometry();
+    QRect frame = frameGeometry();
+    frame.moveBottom(qMin(frame.bottom(), area.bottom()));
+    frame.moveTop(qMax(frame.top(), area.top()));
+    if (frame.topLeft() != pos())
+        move(frame.topLeft());
 }

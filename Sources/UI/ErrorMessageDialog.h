@@ -28,5 +28,8 @@ public slots:
     void showDetails(bool on);
 
 private:
+    /// The details open downwards, and take the buttons along.
+    void stayOnScreen();
+
     std::unique_ptr<Ui::ErrorMessageDialog> ui;
 };

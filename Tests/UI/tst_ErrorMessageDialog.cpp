@@ -8,6 +8,7 @@
 #include <QDialogButtonBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QStyle>
 #include <QTest>
@@ -149,6 +150,42 @@ private slots:
         QVERIFY(screen.text->wordWrap());
         QVERIFY(screen.dialog.width() < 900);
         QVERIFY(screen.text->height() >= screen.text->heightForWidth(screen.text->width()));
+    }
+
+    void longTextsKeepTheButtonsOnTheScreen_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("words") << u"word "_s.repeated(1000);
+        QTest::newRow("one word") << u"W"_s.repeated(5000);
+        QTest::newRow("lines") << u"line\n"_s.repeated(1000);
+    }
+
+    void longTextsKeepTheButtonsOnTheScreen()
+    {
+        QFETCH(const QString, text);
+        const Screen screen(text, {text, text});
+        const QRect area = screen.dialog.screen()->availableGeometry();
+        for (const bool open : {false, true}) {
+            screen.details->setChecked(open);
+            QVERIFY(area.contains(screen.dialog.frameGeometry()));
+            for (const QPushButton *button : {screen.ok, screen.details}) {
+                const QRect place(button->mapTo(&screen.dialog, QPoint()), button->size());
+                QVERIFY(screen.dialog.rect().contains(place));
+                QVERIFY(button->height() >= button->minimumSizeHint().height());
+            }
+        }
+    }
+
+    void detailsOpenWithinTheScreen()
+    {
+        Screen screen(u"It failed."_s, {u"first"_s});
+        const QRect area = screen.dialog.screen()->availableGeometry();
+        const int closedHeight = screen.dialog.frameGeometry().height();
+        screen.dialog.move(50, area.bottom() - closedHeight);
+        screen.details->setChecked(true);
+        QVERIFY(screen.dialog.frameGeometry().height() > closedHeight);
+        QVERIFY(area.contains(screen.dialog.frameGeometry()));
+        QCOMPARE(screen.dialog.x(), 50);
     }
 };
 
