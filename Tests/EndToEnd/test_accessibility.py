@@ -64,12 +64,12 @@ class Accessibility(EndToEndCase):
         bank = self.banks[0]
         first, *others = bank.rows()
         bank.select(0)
-        wait_for(lambda: (first, DIFFERS) in news.heard(), "the first row")
+        wait_for(lambda: bank.row(0).has_state("FOCUSED"), "the focus on the first row")
         press("Down")
-        wait_for(lambda: news.heard()[-1][0] in others, "another row")
-        self.assertEqual(news.heard()[-1][1], SAME)
+        wait_for(lambda: news.latest()[0] in others, "another row")
+        self.assertEqual(news.latest()[1], SAME)
         press("Up")
-        wait_for(lambda: news.heard()[-1] == (first, DIFFERS), "the first row again")
+        wait_for(lambda: news.latest() == (first, DIFFERS), "the first row again")
         self.end_program(self.program)
 
     def test_nothing_is_nameless(self):

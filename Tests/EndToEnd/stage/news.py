@@ -17,7 +17,7 @@ from .waiting import wait_for
 
 
 class FocusNews:
-    """Everything that reports the focus from now on, as pairs of name and description."""
+    """What has the focus from now on, as pairs of name and description."""
 
     def __init__(self, folder):
         self._path = folder / "focus.txt"
@@ -26,8 +26,10 @@ class FocusNews:
                                              stdout=output, cwd=pathlib.Path(__file__).parents[1])
         wait_for(lambda: self._path.read_text().startswith("listening\n"), "the listener")
 
-    def heard(self):
-        return [tuple(json.loads(line)) for line in self._path.read_text().splitlines()[1:]]
+    def latest(self):
+        """What got the focus last; two empty texts while there is no news."""
+        heard = self._path.read_text().splitlines()[1:]
+        return tuple(json.loads(heard[-1])) if heard else ("", "")
 
     def close(self):
         self._process.terminate()
