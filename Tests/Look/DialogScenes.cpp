@@ -10,6 +10,7 @@
 #include "UI/ErrorMessageDialog.h"
 #include "UI/TransferDialog.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QDateTime>
 #include <QFile>
@@ -27,7 +28,8 @@ QImage takeModal(const Call &call)
     ModalDriver modals(std::chrono::seconds(10),
                        [](const QString &text) { qFatal("%s", qPrintable(text)); });
     modals.answer([&picture](QDialog &dialog) {
-        picture = pictureOf(dialog);
+        if (QTest::qWaitFor([&] { return dialog.isAncestorOf(QApplication::focusWidget()); }))
+            picture = pictureOf(dialog);
         dialog.reject();
     });
     call();
