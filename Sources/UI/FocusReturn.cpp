@@ -37,11 +37,7 @@ void FocusReturn::hold(QWidget *widget)
 
 bool FocusReturn::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::EnabledChange && watched == holder) {
-        if (!holder->isEnabled())
-            window->setFocus();
-        else if (window->focusWidget() == window)
-            holder->setFocus();
-    }
+    if (event->type() == QEvent::EnabledChange)
+        (holder->isEnabled() ? holder.data() : window)->setFocus();
     return QObject::eventFilter(watched, event);
 }
