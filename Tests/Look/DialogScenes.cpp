@@ -10,7 +10,6 @@
 #include "UI/ErrorMessageDialog.h"
 #include "UI/TransferDialog.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QDateTime>
 #include <QFile>
@@ -28,7 +27,7 @@ QImage takeModal(const Call &call)
     ModalDriver modals(std::chrono::seconds(10),
                        [](const QString &text) { qFatal("%s", qPrintable(text)); });
     modals.answer([&picture](QDialog &dialog) {
-        if (QTest::qWaitFor([&] { return dialog.isAncestorOf(QApplication::focusWidget()); }))
+        if (waitForKeyboard(dialog))
             picture = pictureOf(dialog);
         dialog.reject();
     });
@@ -39,7 +38,7 @@ QImage takeModal(const Call &call)
 QImage takeShown(QDialog &dialog)
 {
     dialog.show();
-    return QTest::qWaitForWindowActive(&dialog) ? pictureOf(dialog) : QImage();
+    return waitForKeyboard(dialog) ? pictureOf(dialog) : QImage();
 }
 
 QStringList shortLabels()

@@ -10,6 +10,7 @@
 #include <QPainter>
 #include <QPixmapCache>
 #include <QStyle>
+#include <QTest>
 #include <QWidget>
 
 #include <algorithm>
@@ -73,6 +74,16 @@ QStringList missingFonts()
     if (QFontInfo(QFont(u"Helvetica"_s)).family() != u"Liberation Sans"_s)
         missing.append(u"Helvetica as FONTCONFIG_FILE names it"_s);
     return missing;
+}
+
+bool waitForKeyboard(const QWidget &window)
+{
+    return QTest::qWaitFor(
+        [&window] {
+            const QWidget *widget = window.focusWidget();
+            return window.isActiveWindow() && (!widget || widget->hasFocus());
+        },
+        10000);
 }
 
 QImage pictureOf(QWidget &widget)

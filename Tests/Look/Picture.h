@@ -16,6 +16,10 @@ void settleLook();
 /// are named by Tests/Look/fonts.conf, to which FONTCONFIG_FILE is to point.
 [[nodiscard]] QStringList missingFonts();
 
+/// Waits until a window that was shown has the keyboard, and with it the focus that it shows; false
+/// after ten seconds. The platform calls a window active before Qt gives it the focus.
+[[nodiscard]] bool waitForKeyboard(const QWidget &window);
+
 /// One widget as it stands on the screen, in the pixels of the screen.
 [[nodiscard]] QImage pictureOf(QWidget &widget);
 

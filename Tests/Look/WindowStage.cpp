@@ -95,7 +95,8 @@ WindowStage::WindowStage(const QList<Server> &servers, const View &view)
     view.choose(*rig.window);
     // Away from where the scene before left it.
     QCursor::setPos(QGuiApplication::primaryScreen()->geometry().bottomRight());
-    (void)rig.show();
+    rig.window->show();
+    (void)waitForKeyboard(*rig.window);
 }
 
 bool WindowStage::open(int folder)
