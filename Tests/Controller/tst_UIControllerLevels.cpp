@@ -14,7 +14,8 @@ constexpr int foldersLevel = -1;
 constexpr int folderRows = 256;
 constexpr int slotRows = 257;
 
-/// Libraries that differ at both levels: in folder 3, and there in its name and in slot 5.
+/// Libraries that differ at both levels: in folder 3, and there in its name and in slot 5. The
+/// servers are there, but never answer.
 class LevelStage final
 {
 public:
@@ -34,6 +35,8 @@ public:
     void enter(int folder) const { rig.controller().folderChanged(folder); }
     [[nodiscard]] int level() const { return rig.model.selectedFolder; }
 
+    WireServer silentOne{u"127.60.5.1"_s};
+    WireServer silentTwo{u"127.60.5.2"_s};
     BrowsingStage stage;
     WindowRig &rig = stage.rig;
     BVServerBank &bankA = rig.bankA();
