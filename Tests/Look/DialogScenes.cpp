@@ -10,8 +10,6 @@
 #include "UI/ErrorMessageDialog.h"
 #include "UI/TransferDialog.h"
 
-#include <QCheckBox>
-#include <QDateTime>
 #include <QFile>
 #include <QPushButton>
 
@@ -160,7 +158,6 @@ QImage takePreferences()
 {
     WindowStage stage({});
     BVPreferencesDialog dialog(5, stage.rig.window.get());
-    dialog.findChild<QCheckBox *>(u"checkBoxWarnLarge"_s)->setEnabled(false);
     return takeShown(dialog);
 }
 
