@@ -5,11 +5,33 @@
 
 #include "UI/SingleLine.h"
 
+#include <QHelpEvent>
 #include <QStylePainter>
+#include <QToolTip>
 
 ElidedComboBox::ElidedComboBox(QWidget *parent)
     : QComboBox(parent)
 {
+}
+
+QString ElidedComboBox::elided(const QString &line) const
+{
+    QStyleOptionComboBox option;
+    initStyleOption(&option);
+    const QRect room =
+        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
+    return fontMetrics().elidedText(line, Qt::ElideRight, room.width());
+}
+
+bool ElidedComboBox::event(QEvent *event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QComboBox::event(event);
+    const QString line = singleLine(currentText());
+    if (elided(line) == line)
+        return QComboBox::event(event);
+    QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), toolTipOf(line), this);
+    return true;
 }
 
 void ElidedComboBox::paintEvent(QPaintEvent *)
@@ -17,10 +39,7 @@ void ElidedComboBox::paintEvent(QPaintEvent *)
     QStylePainter painter(this);
     QStyleOptionComboBox option;
     initStyleOption(&option);
-    const QRect room =
-        style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, this);
-    option.currentText =
-        fontMetrics().elidedText(singleLine(option.currentText), Qt::ElideRight, room.width());
+    option.currentText = elided(singleLine(option.currentText));
     painter.drawComplexControl(QStyle::CC_ComboBox, option);
     painter.drawControl(QStyle::CE_ComboBoxLabel, option);
 }

@@ -5,7 +5,7 @@
 
 #include <QComboBox>
 
-/// A combo box whose text is elided where it does not fit.
+/// A combo box whose text is elided where it does not fit, and then stands in its tool tip.
 class ElidedComboBox final : public QComboBox
 {
     Q_OBJECT
@@ -14,5 +14,9 @@ public:
     explicit ElidedComboBox(QWidget *parent);
 
 protected:
+    bool event(QEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
+
+private:
+    [[nodiscard]] QString elided(const QString &line) const;
 };

@@ -95,6 +95,7 @@ private slots:
     void nothingIsDrawnBetweenRows();
     void folderRowsKeepTheirNumber();
     void rowsThatAreCutOffHaveAToolTip();
+    void namesThatAreCutOffHaveAToolTip();
     void longNamesAreElided();
     void rowsLookTheSameWhileTheBankIsDisabled();
 
@@ -225,6 +226,29 @@ void tst_BVServerBankNames::rowsThatAreCutOffHaveAToolTip()
     };
     QCOMPARE(tipOf(row), name);
     QVERIFY(!tipOf(0).contains(u"Back"));
+    QToolTip::hideText();
+}
+
+void tst_BVServerBankNames::namesThatAreCutOffHaveAToolTip()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"<i>S</i>"_s.repeated(14), u"127.50.2.33"_s);
+    server.folders[1].name = u"<b>folder</b> "_s.repeated(40).chopped(1);
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    rig.controller().folderChanged(1);
+    const auto tipOf = [&](const char *name) {
+        QToolTip::hideText();
+        auto &widget = childOf<QWidget>(rig.bankA(), name);
+        const QPoint place = widget.rect().center();
+        QHelpEvent event(QEvent::ToolTip, place, widget.mapToGlobal(place));
+        QCoreApplication::sendEvent(&widget, &event);
+        QTextDocument tip;
+        tip.setHtml(QToolTip::text());
+        return tip.toPlainText().remove(QChar(0x200b));
+    };
+    QCOMPARE(tipOf("serverComboBox"), server.name);
+    QVERIFY(tipOf("mediaListFolder").startsWith(u"Library > <b>folder</b> <b>folder</b>"));
     QToolTip::hideText();
 }
 
