@@ -2,87 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
-#include "Support/WindowRig.h"
-
-#include <QAccessible>
-#include <QComboBox>
-#include <QVBoxLayout>
-
-using namespace Qt::Literals::StringLiterals;
+#include "UI/MediaListTesting.h"
 
 namespace {
-
-QAccessibleInterface &accessible(QWidget &widget)
-{
-    return *QAccessible::queryAccessibleInterface(&widget);
-}
-
-QString name(const QAccessibleInterface &row)
-{
-    return row.text(QAccessible::Name);
-}
-
-QString description(const QAccessibleInterface &row)
-{
-    return row.text(QAccessible::Description);
-}
-
-QString description(const BVServerBank &bank, int row)
-{
-    return description(*accessible(listOf(bank)).child(row));
-}
-
-const QString same = u"same on both servers"_s;
-const QString differs = u"differs"_s;
-
-/// A bank's list beside a list as Qt has it, with the same rows, size and settings.
-class Twins final : public QWidget
-{
-public:
-    Twins()
-    {
-        auto *const layout = new QHBoxLayout(this);
-        for (QListWidget *const list : {ours, qts}) {
-            layout->addWidget(list);
-            list->setAccessibleName(u"Library"_s);
-            list->setSelectionMode(QAbstractItemView::ExtendedSelection);
-            for (int row = 0; row < 40; ++row)
-                list->addItem(u"%1: Visual"_s.arg(row, 3, 10, QLatin1Char('0')));
-        }
-        resize(600, 300);
-    }
-
-    QListWidget *ours = new MediaListWidget(this);
-    QListWidget *qts = new QListWidget(this);
-};
-
-/// Folder 1 has another name on the other server, and slot 5 of folder 3 is empty there.
-Server otherServer(const Server &first)
-{
-    Server server = sampleServer(u"Stage right"_s, u"127.51.0.2"_s);
-    server.hash = hashOf(2);
-    server.folders[1].name = u"Others"_s;
-    server.folders[3] = folder(3, first.folders[3].name, {visual(3, u"Sunset"_s, 3)});
-    return server;
-}
-
-/// Two servers on show that differ in folder 1 and in slot 5 of folder 3.
-class Comparison final
-{
-public:
-    Comparison()
-    {
-        rig.connectServer(left);
-        rig.connectServer(right);
-    }
-
-    [[nodiscard]] BVServerBank &bankA() const { return rig.bankA(); }
-    [[nodiscard]] BVServerBank &bankB() const { return rig.bankB(); }
-
-    Server left = sampleServer(u"Stage left"_s, u"127.51.0.1"_s);
-    Server right = otherServer(left);
-    WindowRig rig;
-};
 
 /// Where a row is within its list.
 QRect place(QWidget &list, int row)
@@ -92,7 +14,7 @@ QRect place(QWidget &list, int row)
 
 } // namespace
 
-/// What a screen reader learns of a bank's list and of its rows.
+/// What a screen reader is told of a bank's list and of its rows: what Qt tells of any list.
 class tst_MediaListAccessible final : public QObject
 {
     Q_OBJECT
@@ -107,15 +29,6 @@ private slots:
     void currentRowIsTheFocusedOne();
     void rowsAreSelectedThroughTheTable();
     void actionTogglesTheSelection();
-
-    void foldersSpeakOfTheirMarks();
-    void slotsSpeakOfTheirMarks();
-    void rowsAboveTheSlotsHaveNoMark();
-    void marksFollowTheNextComparison();
-    void marksAreThoseOfTheRowsOnShow();
-    void oneServerIsComparedWithNothing();
-    void rowsCarryNoData();
-
     void thereIsNoRowPastTheEnd();
     void rowsThatGoWhileHeldAreNoLongerValid();
     void rowsBeforeAChangeKeepTheirInterfaces();
@@ -275,94 +188,6 @@ void tst_MediaListAccessible::actionTogglesTheSelection()
     QCOMPARE(twins.ours->item(5)->text(), u"005: Visual"_s);
 }
 
-void tst_MediaListAccessible::foldersSpeakOfTheirMarks()
-{
-    const Comparison comparison;
-    for (const BVServerBank *const bank : {&comparison.bankA(), &comparison.bankB()}) {
-        for (const int row : {0, 1, 2, 3, 4, 255})
-            QCOMPARE(description(*bank, row), row == 1 || row == 3 ? differs : same);
-    }
-    QCOMPARE(name(*accessible(listOf(comparison.bankB())).child(1)), u"Others"_s);
-}
-
-void tst_MediaListAccessible::slotsSpeakOfTheirMarks()
-{
-    const Comparison comparison;
-    comparison.rig.controller().folderChanged(3);
-    for (const BVServerBank *const bank : {&comparison.bankA(), &comparison.bankB()}) {
-        for (const int row : {2, 4, 5, 6, 7, 256})
-            QCOMPARE(description(*bank, row), row == 6 ? differs : same);
-    }
-    // A folder that only one server has is drawn in another way.
-    comparison.rig.controller().folderChanged(9);
-    QCOMPARE(description(comparison.bankA(), 2), same);
-}
-
-void tst_MediaListAccessible::rowsAboveTheSlotsHaveNoMark()
-{
-    const Comparison comparison;
-    comparison.rig.controller().folderChanged(3);
-    for (const int row : {0, 1})
-        QCOMPARE(description(comparison.bankA(), row), QString());
-    comparison.rig.controller().folderChanged(9);
-    for (const int row : {0, 1})
-        QCOMPARE(description(comparison.bankA(), row), QString());
-    comparison.rig.controller().backToFolders();
-    QCOMPARE(description(comparison.bankA(), 0), same);
-}
-
-void tst_MediaListAccessible::marksFollowTheNextComparison()
-{
-    Comparison comparison;
-    QCOMPARE(description(comparison.bankA(), 1), differs);
-    comparison.right.folders = comparison.left.folders;
-    comparison.right.folders[2].name = u"Pictures"_s;
-    comparison.rig.connectServer(comparison.right);
-    for (const BVServerBank *const bank : {&comparison.bankA(), &comparison.bankB()}) {
-        for (const int row : {0, 1, 2, 3})
-            QCOMPARE(description(*bank, row), row == 2 ? differs : same);
-    }
-}
-
-void tst_MediaListAccessible::marksAreThoseOfTheRowsOnShow()
-{
-    const Comparison comparison;
-    BVServerBank &bank = comparison.bankA();
-    // What has not been drawn yet, as while a folder's thumbnails are on their way.
-    bank.sameMarks.set().reset(0);
-    bank.currentFolder = 3;
-    QCOMPARE(description(bank, 0), same);
-    QCOMPARE(description(bank, 1), differs);
-    bank.showFolders();
-    QCOMPARE(description(bank, 0), differs);
-    QCOMPARE(description(bank, 1), same);
-}
-
-void tst_MediaListAccessible::oneServerIsComparedWithNothing()
-{
-    Comparison comparison;
-    comparison.rig.controller().removeServer(comparison.right.uuid);
-    for (const int row : {0, 1, 255})
-        QCOMPARE(description(comparison.bankA(), row), QString());
-    comparison.rig.connectServer(comparison.right);
-    childOf<QComboBox>(comparison.bankB(), "serverComboBox").setCurrentIndex(0);
-    QCOMPARE(description(comparison.bankA(), 1), differs);
-
-    // A list that stands in no bank.
-    const Twins twins;
-    QCOMPARE(description(*accessible(*twins.ours).child(0)), QString());
-}
-
-void tst_MediaListAccessible::rowsCarryNoData()
-{
-    const Comparison comparison;
-    QCOMPARE(description(comparison.bankA(), 1), differs);
-    const QListWidgetItem &row = *listOf(comparison.bankA()).item(1);
-    for (const int role : {Qt::AccessibleTextRole, Qt::AccessibleDescriptionRole, Qt::ToolTipRole,
-                           Qt::StatusTipRole, Qt::WhatsThisRole, Qt::UserRole})
-        QVERIFY(!row.data(role).isValid());
-}
-
 void tst_MediaListAccessible::thereIsNoRowPastTheEnd()
 {
     const Comparison comparison;
@@ -371,13 +196,9 @@ void tst_MediaListAccessible::thereIsNoRowPastTheEnd()
     for (const int row : {-1, 256, 257, 100000})
         QVERIFY(!accessible(list).child(row));
     QVERIFY(!accessible(list).tableInterface()->cellAt(0, 1));
-    for (const int row : {-1, 256, 257, 100000})
-        QVERIFY(!comparison.bankA().rowMark(row));
     comparison.rig.controller().folderChanged(3);
     QCOMPARE(accessible(list).childCount(), 257);
     QVERIFY(accessible(list).child(256));
-    for (const int row : {-1, 0, 1, 257})
-        QVERIFY(!comparison.bankA().rowMark(row));
 }
 
 void tst_MediaListAccessible::rowsThatGoWhileHeldAreNoLongerValid()
