@@ -31,8 +31,8 @@ class StreamTest(MediaServerTest):
         destination.sync(source.url, 0, 1)
         destination.sync(source.url, 0, 2)
         early.wait_for(lambda all: any(m["msg_type"] == 2 for m in all), "the transfer has begun")
+        started = [message["sync"] for message in early.wait_for_type(1, 2)]
         late = self.stream(destination).messages[0]["active_transfers"]
-        started = [message["sync"] for message in early.of_type(1)]
         self.assertEqual([transfer["ID"] for transfer in late], [sync["ID"] for sync in started])
         self.assertEqual([transfer["STATUS"] for transfer in late], [1, 0])
         self.assertEqual(shape(late[0]), shape(wire_frames()[1, 0]["sync"]))
