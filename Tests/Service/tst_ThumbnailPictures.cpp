@@ -51,7 +51,7 @@ private slots:
     {
         failOnAnyWarning();
         QPixmapCache::clear();
-        peer = std::make_unique<WireServer>(u"127.30.4.1"_s);
+        peer = std::make_unique<WireServer>(u"127.30.21.1"_s);
         manager = std::make_unique<QNetworkAccessManager>();
         manager->setProxy(QNetworkProxy::NoProxy);
         a = std::make_unique<Listener>(manager.get());
