@@ -2,7 +2,8 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 #
-#   Scripts/render-pictures.sh            renders the drawings of Bin/bitmap/drawings to PNG files
+#   Scripts/render-pictures.sh            renders the drawings of Bin/bitmap/drawings to PNG files,
+#                                         and the program's icon in the sizes that desktops look for
 #   Scripts/render-pictures.sh --check    says what does not belong together: a PNG file that is not
 #                                         what its drawing renders to, a file without the other, and
 #                                         a picture that Resources.qrc does not name or names in vain
@@ -15,29 +16,39 @@ cd "$(dirname "$0")/../Bin/bitmap"
 # Where Qt chooses the file by itself: in icons and in the style sheet. The others are painted on,
 # or painted themselves, pixel by pixel.
 double_density='^(back|combobox-arrows|grid.*|image.*|leftToRight|list.*|remove|rightToLeft|unsynced|upload|zorvikLogo)$'
+desktop_sizes='16 22 24 32 48 64 128 256'
 # Renderers may round an edge's colour differently, by less than anyone sees.
 tolerance=2%
 
-# render ZOOM DRAWING PNG: 8-bit RGBA, without dates and texts.
+# render SCALE DRAWING PNG: 8-bit RGBA, without dates and texts.
 render() {
-    rsvg-convert --zoom "$1" "$2" |
+    rsvg-convert "$1" "$2" |
         convert png:- -strip -define png:compression-level=9 -define png:exclude-chunks=all "PNG32:$3"
 }
 
-# render_all FOLDER: renders every drawing into FOLDER/icons and FOLDER/bitmaps.
+# render_all FOLDER: renders every drawing into FOLDER/icons and FOLDER/bitmaps, and FOLDER/hicolor.
 render_all() {
-    local drawing name png
+    local drawing name png size
     for drawing in drawings/*.svg; do
         name=$(basename "$drawing" .svg)
         png=$1/icons/$name
         [[ $name == zorvikLogo ]] && png=$1/bitmaps/$name
-        render 1 "$drawing" "$png.png"
-        [[ ! $name =~ $double_density ]] || render 2 "$drawing" "$png@2x.png"
+        render --zoom=1 "$drawing" "$png.png"
+        [[ ! $name =~ $double_density ]] || render --zoom=2 "$drawing" "$png@2x.png"
+    done
+    for size in $desktop_sizes; do
+        mkdir -p "$1/hicolor/${size}x$size/apps"
+        render --width="$size" drawings/Brenvoka.svg "$1/hicolor/${size}x$size/apps/brenvoka.png"
     done
 }
 
+# pictures FOLDER SUBFOLDER...
 pictures() {
-    (cd "$1" && find icons bitmaps -name '*.png' | LC_ALL=C sort)
+    (cd "$1" && find "${@:2}" -name '*.png' | LC_ALL=C sort)
+}
+
+all_pictures() {
+    pictures "$1" icons bitmaps hicolor
 }
 
 named_pictures() {
@@ -58,15 +69,15 @@ check() {
     mkdir "$rendered/icons" "$rendered/bitmaps"
     render_all "$rendered"
 
-    diff <(pictures "$rendered") <(pictures .) >"$rendered/files" || {
+    diff <(all_pictures "$rendered") <(all_pictures .) >"$rendered/files" || {
         sed -n 's/^< /Not rendered: /p; s/^> /Without a drawing: /p' "$rendered/files"
         failed=1
     }
-    diff <(pictures .) <(named_pictures) >"$rendered/names" || {
+    diff <(pictures . icons bitmaps) <(named_pictures) >"$rendered/names" || {
         sed -n 's/^< /Not in Resources.qrc: /p; s/^> /In Resources.qrc only: /p' "$rendered/names"
         failed=1
     }
-    for png in $(comm -12 <(pictures "$rendered") <(pictures .)); do
+    for png in $(comm -12 <(all_pictures "$rendered") <(all_pictures .)); do
         same_picture "$rendered/$png" "$png" || {
             echo "Not what its drawing shows: $png"
             failed=1

@@ -1,0 +1,13 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+# Read by CPack before it makes a package.
+
+if(CPACK_GENERATOR STREQUAL "DEB")
+    # Without it CPack would leave the libraries out of the dependencies and say so in passing.
+    find_program(DPKG_SHLIBDEPS dpkg-shlibdeps)
+    if(NOT DPKG_SHLIBDEPS)
+        message(FATAL_ERROR "A Debian package needs dpkg-shlibdeps (Debian: dpkg-dev, file)")
+    endif()
+    set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/compress.cmake)
+endif()
