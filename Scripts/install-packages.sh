@@ -16,6 +16,8 @@ packages=(
     xvfb openbox xdotool x11-utils imagemagick
     at-spi2-core dbus dbus-x11 python3 python3-pyatspi
     curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei
+    # the package and what checks it
+    dpkg-dev file desktop-file-utils appstream groff-base
     # style and pictures
     clang-format librsvg2-bin
     "$@"
@@ -28,7 +30,8 @@ This machine has no apt-get. Install by hand, then run the command again:
   Qt 6.4 or later: Core, Gui, Widgets, Network, Test, and the xcb and offscreen platform plug-ins
   spdlog 1.10 or later, fmt 9 or later, Boost.Filesystem 1.74 or later, cpp-httplib 0.11 or later
   for tests and the demonstration: Xvfb, openbox, xdotool, xwininfo, ImageMagick, curl, D-Bus,
-  at-spi2-core, Python 3 with pyatspi, DejaVu, Liberation and WenQuanYi Micro Hei fonts, rsvg-convert
+  at-spi2-core, Python 3 with pyatspi, DejaVu, Liberation and WenQuanYi Micro Hei fonts, rsvg-convert,
+  and for the Debian package: dpkg-dev, file, desktop-file-utils, appstreamcli, groff
 TEXT
     # Whoever installed these already can go on.
     command -v cmake >/dev/null && command -v ninja >/dev/null

@@ -1,0 +1,141 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""The Debian package: what is in it, and whether desktops, software centres and man can read it."""
+
+import configparser
+import gzip
+import os
+import re
+import struct
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+SIZES = (16, 22, 24, 32, 48, 64, 128, 256)
+DOCUMENTATION = "usr/share/doc/brenvoka"
+ICONS = "usr/share/icons/hicolor"
+DESKTOP_ENTRY = "usr/share/applications/brenvoka.desktop"
+METAINFO = "usr/share/metainfo/internal.zorvik.brenvoka.metainfo.xml"
+MANUAL_PAGE = "usr/share/man/man1/brenvoka.1.gz"
+FILES = {
+    "usr/bin/brenvoka",
+    DESKTOP_ENTRY,
+    METAINFO,
+    MANUAL_PAGE,
+    f"{ICONS}/scalable/apps/brenvoka.svg",
+    *(f"{ICONS}/{size}x{size}/apps/brenvoka.png" for size in SIZES),
+    *(f"{DOCUMENTATION}/{name}" for name in (
+        "operator.md", "behaviour.md", "protocol.md", "network.md", "copyright", "changelog.gz",
+        "pictures/window-folders-list-medium.png")),
+}
+
+
+def run(*command, **options):
+    """Runs a program to its end and returns what it said, both streams together."""
+    return subprocess.run(command, check=False, text=True, stdout=subprocess.PIPE,
+                          stderr=subprocess.STDOUT, **options)
+
+
+class PackageTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        folder = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(folder.cleanup)
+        made = run(os.environ["CPACK"], "--config", os.environ["CPACK_CONFIG"], "-B", folder.name)
+        if made.returncode:
+            raise AssertionError(made.stdout)
+        (cls.package,) = Path(folder.name).glob("*.deb")
+        cls.root = Path(folder.name) / "root"
+        subprocess.run(["dpkg-deb", "--extract", cls.package, cls.root], check=True)
+
+    def path(self, name):
+        return self.root / name
+
+    def field(self, name):
+        return run("dpkg-deb", "--field", self.package, name).stdout.strip()
+
+    def assert_content_to_be_read(self, *command):
+        done = run(*command)
+        self.assertEqual(done.returncode, 0, done.stdout)
+        return done.stdout
+
+    def test_holds_these_files_and_no_others(self):
+        files = {str(path.relative_to(self.root)) for path in self.root.rglob("*")
+                 if not path.is_dir()}
+        self.assertEqual(files, FILES)
+
+    def test_belongs_to_root_and_can_be_read_by_everyone(self):
+        for line in run("dpkg-deb", "--contents", self.package).stdout.splitlines():
+            folder, program = line.startswith("d"), line.endswith(" ./usr/bin/brenvoka")
+            mode = "rwxr-xr-x" if folder or program else "rw-r--r--"
+            self.assertRegex(line, f"^[-d]{mode} root/root ")
+
+    def test_has_the_version_of_the_project(self):
+        version = os.environ["BRENVOKA_VERSION"]
+        self.assertEqual(self.field("Version"), version)
+        changelog = gzip.decompress(self.path(f"{DOCUMENTATION}/changelog.gz").read_bytes())
+        self.assertTrue(changelog.decode().startswith(f"brenvoka ({version}) "), changelog)
+        page = gzip.decompress(self.path(MANUAL_PAGE).read_bytes()).decode()
+        self.assertIn(f'"Brenvoka {version}"', page)
+
+    def test_depends_on_the_libraries_that_the_program_is_linked_with(self):
+        depends = {re.split(r"[ (]", part)[0] for part in self.field("Depends").split(", ")}
+        needed = run("objdump", "--private-headers", self.path("usr/bin/brenvoka")).stdout
+        libraries = re.findall(r"NEEDED +(lib(?:Qt6\w+|spdlog|fmt|boost_\w+))", needed)
+        self.assertGreater(len(libraries), 5)
+        for library in libraries:
+            name = library.lower().replace("_", "-")
+            self.assertTrue(any(package.startswith(name) for package in depends),
+                            f"{library}: {depends}")
+
+    def test_is_under_the_licence_of_the_project(self):
+        def words(path):
+            lines = (line.strip() for line in path.read_text().splitlines())
+            return " ".join(word for line in lines if line != "." for word in line.split())
+        terms = words(Path(os.environ["BRENVOKA_LICENSE"])).partition("Permission is")[2]
+        self.assertGreater(len(terms), 500)
+        self.assertIn(terms, words(self.path(f"{DOCUMENTATION}/copyright")))
+
+    def test_desktop_entry(self):
+        said = self.assert_content_to_be_read("desktop-file-validate", self.path(DESKTOP_ENTRY))
+        self.assertEqual(said, "")
+        entry = configparser.ConfigParser(interpolation=None)
+        entry.optionxform = str
+        entry.read(self.path(DESKTOP_ENTRY))
+        values = entry["Desktop Entry"]
+        self.assertIn(f"usr/bin/{values['Exec']}", FILES)
+        self.assertIn(f"{ICONS}/scalable/apps/{values['Icon']}.svg", FILES)
+
+    def test_metainfo(self):
+        self.assert_content_to_be_read("appstreamcli", "validate", "--no-net",
+                                       self.path(METAINFO))
+        # Together with the desktop entry that it launches.
+        self.assert_content_to_be_read("appstreamcli", "validate-tree", "--no-net", self.root)
+
+    def test_manual_page(self):
+        page = gzip.decompress(self.path(MANUAL_PAGE).read_bytes()).decode()
+        done = run("groff", "-man", "-Tutf8", "-ww", "-z", input=page)
+        self.assertEqual((done.returncode, done.stdout), (0, ""))
+        text = run("groff", "-man", "-Tascii", "-P-cbou", input=page).stdout
+        self.assertRegex(text, r"NAME\n +brenvoka +- +compare")
+
+    def test_pictures_have_the_size_of_their_folder(self):
+        for size in SIZES:
+            picture = self.path(f"{ICONS}/{size}x{size}/apps/brenvoka.png").read_bytes()
+            self.assertEqual(struct.unpack(">II", picture[16:24]), (size, size))
+
+    def test_pages_lead_to_pages_that_are_there(self):
+        folder = self.path(DOCUMENTATION)
+        names = {name for page in folder.glob("*.md")
+                 for name in re.findall(r"`(\w+\.md)`|\]\(([^)#:]+)\)", page.read_text())
+                 for name in name if name}
+        self.assertIn("behaviour.md", names)
+        self.assertIn("pictures/window-folders-list-medium.png", names)
+        for name in names:
+            self.assertTrue((folder / name).is_file(), name)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
