@@ -73,8 +73,9 @@ public:
     /// Renames folders, one after the other; each is answered by `handlerRenameFinished` or
     /// `handlerRenameError`, and a failure does not stop the rest.
     void requestRename(const QList<FolderRename> &renames);
-    /// Uploads the file at `path`, read from disk as it goes out. Nothing happens, and nothing is
-    /// told, when an upload is running already or the file can't be opened.
+    /// Uploads the file at `path`, read from disk as it goes out, at the length that it has now.
+    /// Nothing happens, and nothing is told, when an upload is running already or the file can't be
+    /// opened.
     void requestUpload(int folderSlot, int fileSlot, const QString &path);
     /// Ends the upload without a signal.
     void cancelUpload();

@@ -4,8 +4,8 @@
 #include "Service/UploadForm.h"
 
 #include "Service/Protocol.h"
+#include "Service/UploadFile.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QHttpMultiPart>
 
@@ -30,7 +30,7 @@ QByteArray quotedFileName(const QString &path)
     return '"' + name + '"';
 }
 
-QHttpPart filePart(QFile *file, const QString &path)
+QHttpPart filePart(UploadFile *file, const QString &path)
 {
     QHttpPart part;
     part.setRawHeader("Content-Type", "application/octet-stream");
@@ -46,8 +46,8 @@ namespace UploadForm {
 
 QHttpMultiPart *create(int folderSlot, int fileSlot, const QString &path)
 {
-    auto file = std::make_unique<QFile>(path);
-    if (!file->open(QIODevice::ReadOnly)) {
+    auto file = std::make_unique<UploadFile>(path);
+    if (!file->isOpen()) {
         return nullptr;
     }
     auto form = std::make_unique<QHttpMultiPart>(QHttpMultiPart::FormDataType);

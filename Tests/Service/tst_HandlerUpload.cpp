@@ -44,6 +44,17 @@ private slots:
         QCOMPARE(rig->probe.pendingRequests(), 0);
     }
 
+    void emptyFileIsUploadedLikeAnyOther()
+    {
+        rig->server.answer(uploadPath, successBody);
+        rig->handler.requestUpload(3, 17, file(u"sunset.png"_s, {}));
+        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        QCOMPARE(uploads().constFirst().body,
+                 wireFile(u"upload-folder-3-slot-17.multipart"_s)
+                     .replace("BOUNDARY", boundaryOf(uploads().constFirst()))
+                     .replace("FILE BYTES", ""));
+    }
+
     void fileNames_data()
     {
         QTest::addColumn<QString>("name");
@@ -243,17 +254,55 @@ private slots:
         QCOMPARE(rig->commands().size(), 4);
     }
 
+    void cancelAtOnceSendsNothing()
+    {
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        rig->handler.cancelUpload();
+        rig->server.answer(uploadPath, successBody);
+        rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
+        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        QCOMPARE(uploads().size(), 1);
+    }
+
+    // Written to by another program while it goes out, such as one that still renders it.
+    void fileThatGrowsIsSentAtTheLengthItHad()
+    {
+        const QByteArray content(16 << 20, 'x');
+        QFile growing(file(u"growing.mov"_s, content));
+        QVERIFY(startUpload(growing.fileName()));
+        QVERIFY(growing.open(QIODevice::Append));
+        QCOMPARE(growing.write(QByteArray(1 << 20, 'y')), 1 << 20);
+        growing.close();
+        rig->server.answer(uploadPath, successBody);
+        rig->server.setReading(true);
+        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        const WireRequest request = uploads().constFirst();
+        QVERIFY(request.body.endsWith("\r\n\r\n" + content + "\r\n--" + boundaryOf(request) +
+                                      "--\r\n"));
+    }
+
+    void fileThatShrinksIsAnError()
+    {
+        QFile shrinking(file(u"shrinking.mov"_s, {}));
+        QVERIFY(shrinking.resize(16 << 20));
+        QVERIFY(startUpload(shrinking.fileName()));
+        QVERIFY(shrinking.resize(1));
+        rig->server.setReading(true);
+        EVENTUALLY(withoutProgress().size(), 1);
+        const QString line = withoutProgress().constFirst();
+        QVERIFY2(line.startsWith(u"upload error \""_s), qPrintable(line));
+        QVERIFY2(line != u"upload error \"\""_s, "the operator reads why");
+        QCOMPARE(uploads().size(), 0);
+    }
+
     // The server takes nothing, so what has been read from disk is what waits in buffers.
     void fileIsReadAsItGoesOut()
     {
         constexpr qint64 size = qint64{1} << 30;
         QFile large(file(u"large.mov"_s, {}));
         QVERIFY(large.resize(size));
-        rig->server.setReading(false);
-        rig->handler.requestUpload(3, 17, large.fileName());
+        QVERIFY(startUpload(large.fileName()));
         const auto *open = rig->probe.uploadReply()->findChild<QFile *>();
-        QVERIFY(open);
-        EVENTUALLY(open->pos() > 0, true);
         qint64 position = -1;
         QElapsedTimer unchanged;
         QVERIFY(waitUntil([&] {
@@ -271,6 +320,15 @@ private:
         if (!local.open(QIODevice::WriteOnly) || local.write(content) != content.size())
             qFatal("Cannot write %s", qPrintable(local.fileName()));
         return local.fileName();
+    }
+
+    /// Starts an upload to a server that reads nothing, and waits until it is under way.
+    [[nodiscard]] bool startUpload(const QString &path)
+    {
+        rig->server.setReading(false);
+        rig->handler.requestUpload(3, 17, path);
+        const auto *open = rig->probe.uploadReply()->findChild<QFile *>();
+        return open && waitUntil([&] { return open->pos() > 0; });
     }
 
     [[nodiscard]] QList<WireRequest> uploads() const { return rig->server.requests(uploadPath); }
