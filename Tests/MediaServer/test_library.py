@@ -1,13 +1,18 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""The library document and the thumbnails."""
+"""The library document, the thumbnails, and the files themselves."""
 
+import fcntl
 import json
+import socket
 import struct
+import termios
+import time
 import unittest
 
-from media_server import MediaServerTest, shape, uploaded_library, wire
+from media_server import (PATIENCE, PORT, MediaServerTest, eventually, library_on_disk, shape,
+                          uploaded_library, wire)
 
 
 def png_size(data):
@@ -133,6 +138,34 @@ class ThumbnailTest(MediaServerTest):
         second = server.get(path, {"If-None-Match": tag})
         self.assertEqual(second.status, 200)
         self.assertNotEqual(second.body, first.body)
+
+
+class MediaTest(MediaServerTest):
+    SIZE = 64 << 20     # more than what two sockets hold
+
+    def unread(self, server):
+        """A connection over which a file comes that nobody takes."""
+        connection = socket.create_connection((server.address, PORT), PATIENCE)
+        self.addCleanup(connection.close)
+        connection.sendall(b"GET /media/0/1 HTTP/1.1\r\nHost: x\r\n\r\n")
+        self.assertTrue(connection.recv(12).endswith(b" 200"))
+        return connection
+
+    def held_up(self, connection):
+        """Whether the sockets are full: nothing has been added to what waits here."""
+        def waiting():
+            return struct.unpack("i", fcntl.ioctl(connection, termios.FIONREAD, bytes(4)))[0]
+
+        before = waiting()
+        time.sleep(0.2)
+        return 0 < before == waiting()
+
+    def test_a_client_that_takes_nothing_does_not_hold_up_the_end(self):
+        server = self.server("127.10.3.30", directory=library_on_disk({(0, 1): bytes(self.SIZE)}))
+        connection = self.unread(server)
+        eventually(lambda: self.held_up(connection), "the sockets are full")
+        server.order("quit")
+        self.assertEqual(server.process.wait(PATIENCE), 0)
 
 
 if __name__ == "__main__":

@@ -82,12 +82,13 @@ ssize_t SocketStream::read(char *data, size_t size)
 
 ssize_t SocketStream::write(const char *data, size_t size)
 {
-    const ssize_t sent = send(handle, data, size, MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (sent >= 0 || (errno != EAGAIN && errno != EWOULDBLOCK))
-        return sent;
-    if ((waitFor(handle, POLLOUT, patience) & POLLOUT) == 0)
-        return -1;
-    return send(handle, data, size, MSG_NOSIGNAL);
+    while (true) {
+        const ssize_t sent = send(handle, data, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+        if (sent >= 0 || (errno != EAGAIN && errno != EWOULDBLOCK))
+            return sent;
+        if (!is_writable())
+            return -1;
+    }
 }
 
 void SocketStream::get_remote_ip_and_port(std::string &ip, int &port) const

@@ -29,9 +29,11 @@ public:
     void finish();
 
     [[nodiscard]] bool is_readable() const override;
-    /// Also false when the peer has closed its side.
+    /// Waits until there is room. False when there is none in time, and at once when no more is
+    /// read: the peer has closed its side, or the server ends.
     [[nodiscard]] bool is_writable() const override;
     ssize_t read(char *data, size_t size) override;
+    /// Writes as much as there is room for, and waits for room as `is_writable` does.
     ssize_t write(const char *data, size_t size) override;
     void get_remote_ip_and_port(std::string &ip, int &port) const override;
     void get_local_ip_and_port(std::string &ip, int &port) const override;
