@@ -5,6 +5,7 @@
 notification streams. Each test program takes addresses of its own, so that programs run in
 parallel."""
 
+import ctypes
 import hashlib
 import http.client
 import json
@@ -12,6 +13,7 @@ import os
 import pathlib
 import re
 import shutil
+import signal
 import socket
 import struct
 import subprocess
@@ -50,6 +52,11 @@ def shape(value):
     if isinstance(value, bool):
         return "bool"
     return "number" if isinstance(value, (int, float)) else "text"
+
+
+def end_with_the_parent():
+    """For a process that begins: a test that is killed leaves no server at its addresses."""
+    ctypes.CDLL(None).prctl(1, signal.SIGTERM)     # PR_SET_PDEATHSIG, prctl(2)
 
 
 class Response:
@@ -162,7 +169,8 @@ class MediaServer:
             [PROGRAM, "--address", address, "--name", name, "--library", self.directory,
              "--log", self.log, *options],
             env={"XDG_RUNTIME_DIR": str(self.directory), **os.environ},
-            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1,
+            preexec_fn=end_with_the_parent)
         test.addCleanup(self.check_exit, test)
         self.ready = self.process.stdout.readline()
         test.assertTrue(self.ready.startswith("ready " + self.url), self.ready)

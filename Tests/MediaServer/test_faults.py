@@ -29,7 +29,6 @@ class FaultTest(MediaServerTest):
         with self.assertRaises(json.JSONDecodeError):
             reply.json()
 
-
     def test_thumbnails_that_take_their_time(self):
         server = self.server("127.10.9.6", "--thumbnail-delay", "300",
                              "--thumbnail-delay", "700@0/2", directory=self.three_visuals())

@@ -105,10 +105,11 @@ class SyncTest(MediaServerTest):
         self.assertEqual(kinds, [1, 1, 3])
 
     def test_a_repeated_command_does_no_harm(self):
-        source, destination = self.pair(13, ("--bandwidth", 20000), (), {(0, 1): bytes(10000)})
+        source, destination = self.pair(13, (), ("--import-delay", 600000), {(0, 1): bytes(10000)})
         stream = self.stream(destination)
         for _ in range(3):
             self.assertEqual(destination.sync(source.url, 0, 1), DONE)
+        destination.order("end-imports")
         stream.ended_transfers(1)
         self.assertEqual(len(stream.of_type(1)), 1)
         self.assertEqual(destination.sync(source.url, 0, 1), DONE)
