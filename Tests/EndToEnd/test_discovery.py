@@ -73,7 +73,7 @@ class GoingAway(EndToEndCase):
     def hold_message(self, *words):
         dialog = self.program.wait_for_dialog("Error")
         texts = " ".join(self.program.dialog_texts(dialog))
-        details = dialog.find("toggle button") or dialog.find("push button", "Show Details >>")             or dialog.find("check box")
+        details = dialog.find(name="Show Details >>")
         self.assertIsNotNone(details, "the details button is missing")
         self.assertTrue(details.enabled)
         details.click()
