@@ -10,6 +10,7 @@ Usage: demo.py BUILD-DIRECTORY OUTPUT-DIRECTORY
 import contextlib
 import pathlib
 import shutil
+import signal
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -18,8 +19,11 @@ sys.path.insert(0, str(ROOT / "Tests" / "EndToEnd"))
 from stage.banks import FOLDERS, SLOTS, Bank            # noqa: E402
 from stage.display import Display                       # noqa: E402
 from stage.library import GREEN, picture                # noqa: E402
+from stage.machine import (Occupied, claim_the_demonstration,   # noqa: E402
+                           hold_that_no_program_runs)
 from stage.program import Program, press                # noqa: E402
 from stage.rehearsal import Rehearsal                   # noqa: E402
+from stage.servers import DoesNotServe                  # noqa: E402
 from stage.waiting import wait_for                      # noqa: E402
 
 FOLDER = 1         # where the work by hand is done
@@ -159,7 +163,7 @@ def perform(build, output):
             demonstration.work_by_hand()
             demonstration.make_equal()
             code = program.close_window()
-        except BaseException:
+        except Exception:
             demonstration.show("at-the-failure")
             raise
         print(f"program's exit:     {code}")
@@ -168,9 +172,17 @@ def perform(build, output):
 
 def main():
     build, output = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
-    shutil.rmtree(output, ignore_errors=True)
-    output.mkdir(parents=True)
-    equal = perform(build, output)
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
+    try:
+        with claim_the_demonstration():
+            hold_that_no_program_runs()
+            shutil.rmtree(output, ignore_errors=True)
+            output.mkdir(parents=True)
+            equal = perform(build, output)
+    except (Occupied, DoesNotServe) as reason:
+        return f"demo: {reason}"
+    except KeyboardInterrupt:
+        return "demo: stopped"
     print(f"libraries equal: {'yes' if equal else 'no'}")
     print(f"screenshots: {output}")
     return 0 if equal else 1

@@ -1,29 +1,52 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""Opens the program on three rehearsal servers and leaves the rest to the operator.
+"""Opens the program on three rehearsal servers and leaves the rest to the operator. Its settings,
+its log and its caches lie beside the servers' libraries and not among the operator's own.
 
 Usage: play.py BUILD-DIRECTORY OUTPUT-DIRECTORY
 """
 
+import contextlib
+import os
 import pathlib
-import subprocess
+import signal
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "Tests" / "EndToEnd"))
 
+from stage.children import folders_below, start         # noqa: E402
+from stage.machine import (Occupied, claim_the_demonstration,   # noqa: E402
+                           hold_that_no_program_runs)
 from stage.rehearsal import Rehearsal                   # noqa: E402
+from stage.servers import DoesNotServe                  # noqa: E402
+
+
+def play(build, output):
+    """Returns the exit code of the program."""
+    with contextlib.closing(Rehearsal(build / "media-server", output / "servers")):
+        print("Stage left and Stage right differ; Foyer stands in another subnet. Have a look.")
+        with open(output / "program.txt", "wb") as said:
+            program = start([build / "brenvoka"], stdout=said,
+                            env={**os.environ, **folders_below(output / "home")})
+        try:
+            return program.wait()
+        finally:
+            program.terminate()
 
 
 def main():
     build, output = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
-    rehearsal = Rehearsal(build / "media-server", output / "servers")
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
     try:
-        print("Stage left and Stage right differ; Foyer stands in another subnet. Have a look.")
-        return subprocess.run([str(build / "brenvoka")], check=False).returncode
-    finally:
-        rehearsal.close()
+        with claim_the_demonstration():
+            hold_that_no_program_runs()
+            return play(build, output)
+    except (Occupied, DoesNotServe) as reason:
+        return f"demo: {reason}"
+    except KeyboardInterrupt:
+        return "demo: stopped"
 
 
 if __name__ == "__main__":

@@ -11,6 +11,7 @@ import tempfile
 
 from gi.repository import Gio
 
+from .children import folders_below, start
 from .waiting import wait_for
 
 _BUS_LAUNCHERS = ("/usr/libexec/at-spi-bus-launcher", "/usr/lib/at-spi2-core/at-spi-bus-launcher")
@@ -90,8 +91,9 @@ class Display:
 
     def _run(self, command, **options):
         options.setdefault("stdout", subprocess.DEVNULL)
-        process = subprocess.Popen(command, stderr=subprocess.DEVNULL, stdin=subprocess.DEVNULL,
-                                   **options)
+        environment = {**os.environ, **folders_below(pathlib.Path(self._scratch))}
+        process = start(command, env=environment, stderr=subprocess.DEVNULL,
+                        stdin=subprocess.DEVNULL, **options)
         self._processes.append(process)
         return process
 

@@ -10,9 +10,9 @@ them all the time no longer finds what was started meanwhile.
 
 import json
 import pathlib
-import subprocess
 import sys
 
+from .children import start
 from .waiting import wait_for
 
 
@@ -22,8 +22,8 @@ class FocusNews:
     def __init__(self, folder):
         self._path = folder / "focus.txt"
         with open(self._path, "wb") as output:
-            self._process = subprocess.Popen([sys.executable, "-W", "ignore", "-m", __name__],
-                                             stdout=output, cwd=pathlib.Path(__file__).parents[1])
+            self._process = start([sys.executable, "-W", "ignore", "-m", __name__],
+                                  stdout=output, cwd=pathlib.Path(__file__).parents[1])
         wait_for(lambda: self._path.read_text().startswith("listening\n"), "the listener")
 
     def latest(self):

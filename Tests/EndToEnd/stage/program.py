@@ -11,6 +11,7 @@ import subprocess
 
 from gi.repository import GLib
 
+from .children import folders_below, start
 from .waiting import steady, wait_for
 
 
@@ -120,15 +121,10 @@ class Program:
 
     def __init__(self, binary, home, log=None):
         self.home = pathlib.Path(home)
-        for folder in ("config", "data", "cache"):
-            (self.home / folder).mkdir(parents=True, exist_ok=True)
-        environment = dict(os.environ, HOME=str(self.home),
-                           XDG_CONFIG_HOME=str(self.home / "config"),
-                           XDG_DATA_HOME=str(self.home / "data"),
-                           XDG_CACHE_HOME=str(self.home / "cache"))
+        environment = dict(os.environ, HOME=str(self.home), **folders_below(self.home))
         self._output = open(log or self.home / "output.txt", "ab")
-        self.process = subprocess.Popen([str(binary)], env=environment, stdout=self._output,
-                                        stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
+        self.process = start([binary], env=environment, stdout=self._output,
+                             stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
 
     # -- what the operator sees
 

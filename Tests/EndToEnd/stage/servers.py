@@ -8,13 +8,17 @@ import json
 import pathlib
 import shutil
 import subprocess
-import urllib.error
 import urllib.parse
 import urllib.request
 
+from .children import start
 from .waiting import wait_for
 
 VERSION = "281474976710656"
+
+
+class DoesNotServe(Exception):
+    """A server that could not be started; says why."""
 
 
 class MediaServer:
@@ -27,24 +31,17 @@ class MediaServer:
         self.log = self.library.with_suffix(".requests")
         self.log.unlink(missing_ok=True)
         self._errors = open(self.library.with_suffix(".errors"), "ab")
-        self.process = subprocess.Popen(
-            [str(binary), "--address", address, "--name", name, "--library", str(self.library),
-             "--log", str(self.log), *options],
+        self.process = start(
+            [binary, "--address", address, "--name", name, "--library", self.library,
+             "--log", self.log, *options],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self._errors, text=True)
 
     def wait_until_up(self):
-        wait_for(self._answers, f"{self.name} to answer")
+        """Until it says so: another server may be the one that answers at its address."""
+        if not self.process.stdout.readline().startswith("ready "):
+            errors = pathlib.Path(self._errors.name).read_text(errors="replace").strip()
+            raise DoesNotServe(f"{self.name} ended with {self.process.wait()}: {errors}")
         return self
-
-    def _answers(self):
-        if self.process.poll() is not None:
-            raise AssertionError(f"{self.name} ended with {self.process.returncode}: "
-                                 + pathlib.Path(self._errors.name).read_text(errors="replace"))
-        try:
-            self.document()
-            return True
-        except (urllib.error.URLError, OSError):
-            return False
 
     # -- asking and telling it over the wire, as any client could
 
