@@ -1,0 +1,111 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""The server as a client meets it that nobody here has written: curl."""
+
+import hashlib
+import json
+import subprocess
+import unittest
+
+from media_server import (DONE, PATIENCE, MediaServerTest, end_with_the_parent, eventually,
+                          library_on_disk, wire)
+
+PLACES = [(0, 1), (0, 200), (3, 17)]
+
+
+def body(name):
+    """The body of a request of the wire."""
+    return wire(name).split(b"\r\n\r\n", 1)[1]
+
+
+class Listener:
+    """A notification stream that curl writes to a file."""
+
+    def __init__(self, test, server):
+        self.path = server.directory / "stream"
+        self.process = subprocess.Popen(
+            ["curl", "-sSN", "-o", self.path, server.url + "/brenvoka/notifier.html?ver=1"],
+            preexec_fn=end_with_the_parent)
+        test.addCleanup(self.process.wait, PATIENCE)
+        test.addCleanup(self.process.terminate)
+        eventually(self.messages, "the first message")
+
+    def messages(self):
+        if not self.path.exists():
+            return []
+        return [json.loads(frame) for frame in self.path.read_bytes().split(b"\0")[:-1]]
+
+    def ends(self, count):
+        """The states in which so many transfers ended."""
+        def ended():
+            ends = [m["sync"] for m in self.messages() if m["msg_type"] == 3]
+            return len(ends) == count and ends
+
+        return {(sync["FLDIDX"], sync["VISIDX"]): sync["STATUS"]
+                for sync in eventually(ended, f"the end of {count} transfers")}
+
+
+class CurlTest(MediaServerTest):
+    def curl(self, server, page, *arguments, data=None):
+        return subprocess.run(["curl", "-sSf", *arguments, f"{server.url}/brenvoka/{page}"],
+                              check=True, stdout=subprocess.PIPE, input=data,
+                              timeout=PATIENCE).stdout
+
+    def execute(self, server, data):
+        return json.loads(self.curl(server, "execute.html", "--data-binary", "@-", data=data))
+
+    def visuals(self, server):
+        document = json.loads(self.curl(server, "library.json?ver=281474976710656"))
+        return {(folder["slot"], file["slot"]): file["hash"]
+                for folder in document["folders"] for file in folder["files"]}
+
+    def test_each_request(self):
+        server = self.server("127.10.11.1")
+        file = server.directory / "Sunset.bin"
+        file.write_bytes(bytes(100000))
+        for slot in (7, 17):
+            result = self.curl(server, "upload.html", "-F", "folderIdx=3", "-F",
+                               f"visualIdx={slot}", "-F", "ver=281474976710656", "-F",
+                               f"visualFile=@{file}")
+            self.assertEqual(json.loads(result), DONE)
+        thumbnail = self.curl(server, "thumbnails/3/17.png?ver=281474976710656")
+        self.assertEqual(thumbnail[:8], b"\x89PNG\r\n\x1a\n")
+        for name in ("rename-folder-3-to-Opening_night.http", "remove-folder-3-slot-17.http",
+                     "move-folder-3-slot-7-to-12.http", "cancel-syncs.http"):
+            self.assertEqual(self.execute(server, body(name)), DONE, name)
+        self.assertEqual(self.visuals(server),
+                         {(3, 12): hashlib.md5(file.read_bytes()).hexdigest()})
+        self.assertEqual(server.folder_names()[3], "Opening night")
+
+    def sync(self, source, destination):
+        for folder, visual in PLACES:
+            command = (f"req_type=1&serverURL={source.url}&folderIdx={folder}&visualIdx={visual}"
+                       "&ver=281474976710656")
+            self.assertEqual(self.execute(destination, command.encode()), DONE)
+
+    def test_a_sync_copies_real_bytes(self):
+        source = self.server("127.10.11.2", directory=library_on_disk(
+            {place: b"%d/%d" % place * 10000 for place in PLACES}))
+        destination = self.server("127.10.11.3")
+        listener = Listener(self, destination)
+        self.sync(source, destination)
+        self.assertEqual(listener.ends(3), {place: 6 for place in PLACES})
+        self.assertEqual(destination.files(), source.files())
+        self.assertEqual(self.visuals(destination), source.files())
+
+    def test_a_cancel_in_the_middle(self):
+        source = self.server("127.10.11.4", "--bandwidth", 20000, directory=library_on_disk(
+            {place: bytes(1000000) for place in PLACES}))
+        destination = self.server("127.10.11.5", "--workers", 2)
+        listener = Listener(self, destination)
+        self.sync(source, destination)
+        eventually(lambda: any(path.stat().st_size for path in destination.incoming()),
+                   "the first bytes")
+        self.assertEqual(self.execute(destination, body("cancel-syncs.http")), DONE)
+        self.assertEqual(listener.ends(3), {place: 5 for place in PLACES})
+        self.assertEqual((destination.files(), destination.incoming()), ({}, []))
+
+
+if __name__ == "__main__":
+    unittest.main()
