@@ -75,7 +75,7 @@ void ServerConnectionHandler::canRead()
     if (!std::exchange(connectedEmitted, true)) {
         emit handlerServerConnected(uuid, address);
     }
-    if (streamReply != nullptr) {
+    if (streamReply != nullptr && !closing) {
         waitingMessages += StreamFraming::takeDocuments(receiveBuffer, streamReply->readAll());
         handleWaitingMessages();
     }

@@ -227,6 +227,18 @@ private slots:
         QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
     }
 
+    // Here nothing was read before the stream ended.
+    void stopInsideConnectedAtTheEnd()
+    {
+        disconnect(rig->probe.streamReply(), &QNetworkReply::readyRead, &rig->handler, nullptr);
+        connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this,
+                [this] { rig->handler.stop(); });
+        rig->sendFrame(libraryChanged);
+        rig->stream.send(Wire::lastChunk());
+        EVENTUALLY(rig->probe.streamReply(), nullptr);
+        QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
+    }
+
     void stopInsideTheListOfTransfers()
     {
         connect(&rig->handler, &ServerConnectionHandler::handlerSyncProgressUpdate, this,
