@@ -188,13 +188,13 @@ private slots:
         EVENTUALLY(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->events.lines.size(), 2000);
 
-        // Four connections may deliver in any order among themselves, and one of them a few turns
-        // late.
+        // Four connections deliver in any order among themselves, so three may still be on their
+        // way that were sent before.
         const QByteArrayList bodies = rig->commandBodies();
         QCOMPARE(bodies.size(), 2000);
         for (qsizetype i = 0; i < all.size(); ++i) {
             const qsizetype at = bodies.indexOf(CommandBodies::sync(source, all.at(i)));
-            QVERIFY2(at >= 0 && std::abs(at - i) < 16, qPrintable(QString::number(at - i)));
+            QVERIFY2(at >= 0 && i <= at + 3, qPrintable(u"%1 came as %2"_s.arg(i).arg(at)));
         }
         QVERIFY(rig->server.connectionCount() <= 5);
     }

@@ -183,6 +183,27 @@ private slots:
         }
     }
 
+    void serverThatIsLostWhileAllAreCancelledIsPassedOver()
+    {
+        rig->service->addHandler(firstAddress, firstId);
+        rig->service->addHandler(secondAddress, secondId);
+        const QPointer<ServerConnectionHandler> lost = rig->handlers().last();
+        rig->sendFromFirst(Wire::frame(
+            json("{'msg_type':1,'sync':{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'}}")));
+        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first 127.20.7.1"_s,
+                                                   u"syncProgressUpdate first 0 0 0 0"_s}));
+        connect(rig->service.get(), &ServerConnectionService::syncProgressUpdate,
+                rig->service.get(), [&] {
+                    rig->service->removeHandler(secondId);
+                    QVERIFY(waitUntil([&] { return lost.isNull(); }));
+                });
+        rig->service->cancelAllSyncs();
+        QVERIFY(lost.isNull());
+        QCOMPARE(rig->events.lines.last(), u"syncProgressUpdate first 0 0 0 4"_s);
+        QVERIFY(rig->first.waitForRequests(1, executePath));
+        QCOMPARE(rig->second.requests(executePath).size(), 0);
+    }
+
     void removeHandlerTellsQueuedRemovalsFirst()
     {
         rig->service->addHandler(firstAddress, firstId);

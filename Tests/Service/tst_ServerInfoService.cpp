@@ -205,6 +205,30 @@ private slots:
         QVERIFY(QDir(ServerInfoRig::cacheDirectory()).exists());
     }
 
+    void diskCacheHasEightMebibytes_data()
+    {
+        QTest::addColumn<qsizetype>("bytes");
+        QTest::addColumn<qsizetype>("requests");
+        // Qt keeps what takes three quarters of the cache at most.
+        QTest::newRow("largest that is kept") << qsizetype{6291456} << qsizetype{1};
+        QTest::newRow("a byte more") << qsizetype{6291457} << qsizetype{2};
+    }
+
+    void diskCacheHasEightMebibytes()
+    {
+        QFETCH(const qsizetype, bytes);
+        QFETCH(const qsizetype, requests);
+        rig->peer.answer(libraryPath, emptyLibrary.leftJustified(bytes),
+                         versionHeader + "Cache-Control: max-age=3600\r\nDate: " + httpDate() +
+                             "\r\n");
+        const Server server = rig->server();
+        for (int i = 1; i <= 2; ++i) {
+            rig->service.requestLibrary(server);
+            QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), i, 30000);
+        }
+        QCOMPARE(rig->peer.requests().size(), requests);
+    }
+
     void receiverMayAskAgain()
     {
         rig->peer.answer(libraryPath, emptyLibrary, versionHeader);

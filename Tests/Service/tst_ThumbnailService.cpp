@@ -162,6 +162,33 @@ private slots:
         QVERIFY(!QPixmapCache::find(u"thumbnail+x"_s, nullptr));
     }
 
+    void signalsComeInOrder()
+    {
+        QStringList lines;
+        const auto record = [&](auto signal, const QString &line) {
+            connect(&a->service, signal, &a->service, [&lines, line] { lines.append(line); });
+        };
+        record(&ThumbnailService::increaseDownloadSize, u"downloads"_s);
+        record(&ThumbnailService::progress, u"progress"_s);
+        record(&ThumbnailService::error, u"error"_s);
+        record(&ThumbnailService::finished, u"finished"_s);
+        record(&ThumbnailService::aborted, u"aborted"_s);
+
+        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
+        QCOMPARE(lines, QStringList{u"downloads"_s});
+        QVERIFY(peer->waitForRequests(2));
+        peer->requests().at(0).answer({}, {}, "404 Not Found");
+        QTRY_COMPARE_WITH_TIMEOUT(lines.mid(1), (QStringList{u"progress"_s, u"error"_s}), 30000);
+        peer->requests().at(1).answer(picture({4, 4}, Qt::red));
+        QTRY_COMPARE_WITH_TIMEOUT(lines.mid(3), (QStringList{u"progress"_s, u"finished"_s}), 30000);
+
+        load(*a, {});
+        QCOMPARE(lines.mid(5), (QStringList{u"downloads"_s, u"finished"_s}));
+        load(*a, {{3, u"z"_s}});
+        a->service.abort();
+        QCOMPARE(lines.mid(7), (QStringList{u"downloads"_s, u"progress"_s, u"aborted"_s}));
+    }
+
     void loadWhoseLastReplyFailsIsNeverFinished()
     {
         load(*a, {{1, u"x"_s}, {2, u"y"_s}});
