@@ -23,17 +23,23 @@ packages=(
     "$@"
 )
 
-if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+by_hand() {
     cat >&2 <<'TEXT'
-This machine has no apt-get. Install by hand, then run the command again:
+These have to be installed by hand, if they are not there:
   a C++20 compiler (GCC 12 or later), CMake 3.25 or later, Ninja, git, clang-format 14
   Qt 6.4 or later: Core, Gui, Widgets, Network, Test, and the xcb and offscreen platform plug-ins
   spdlog 1.10 or later, fmt 9 or later, Boost.Filesystem 1.74 or later, cpp-httplib 0.11 or later
-  for tests and the demonstration: Xvfb, openbox, xdotool, xwininfo, ImageMagick, curl, D-Bus,
-  at-spi2-core, Python 3 with pyatspi, DejaVu, Liberation and WenQuanYi Micro Hei fonts, rsvg-convert,
-  and for the Debian package: dpkg-dev, file, desktop-file-utils, appstreamcli, groff
+  for tests and the demonstration: Xvfb, openbox, xdotool, xdpyinfo, xprop, xwininfo, ImageMagick,
+  curl, D-Bus, at-spi2-core, /usr/bin/python3 with pyatspi, rsvg-convert, and the fonts DejaVu,
+  Liberation and WenQuanYi Micro Hei
+  for the Debian package: dpkg-dev, file, desktop-file-utils, appstreamcli, groff
 TEXT
-    # Whoever installed these already can go on.
+}
+
+if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+    echo "This machine has no apt-get." >&2
+    by_hand
+    # Whoever installed them already can go on.
     command -v cmake >/dev/null && command -v ninja >/dev/null
     exit
 fi
@@ -54,6 +60,13 @@ if [ "$(id -u)" -ne 0 ]; then
     as_root=(sudo)
 fi
 echo "Installing ${missing[*]}"
-"${as_root[@]}" apt-get update -qq
-"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+install() {
+    "${as_root[@]}" apt-get update -qq &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+            apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+install || {
+    echo "apt-get could not install them: these are the names of Debian 12." >&2
+    by_hand
+    exit 1
+}
