@@ -112,6 +112,27 @@ private slots:
         QVERIFY(screen.dialog.isHidden());
     }
 
+    void enterPressesNothing()
+    {
+        TransferScreen screen(1);
+        QSignalSpy spy(&screen.dialog, &TransferDialog::cancelSync);
+        screen.dialog.show();
+        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog, 30000));
+        for (const QWidget *const start :
+             std::initializer_list<QWidget *>{screen.autoScroll, screen.cancel}) {
+            QTRY_COMPARE_WITH_TIMEOUT(QApplication::focusWidget(), start, 30000);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Enter);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        }
+        QCOMPARE(spy.size(), 0);
+        QVERIFY(screen.dialog.isVisible());
+
+        screen.cancel->setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
+        QCOMPARE(spy.size(), 1);
+    }
+
     void closingTheWindowHidesItAndCancelsNothing()
     {
         TransferScreen screen(1);
