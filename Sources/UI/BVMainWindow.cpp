@@ -7,6 +7,7 @@
 #include "Model/ApplicationModel.h"
 #include "UI/AboutDialog.h"
 #include "UI/BVPreferencesDialog.h"
+#include "UI/CompletionsLook.h"
 #include "UI/DisabledIcon.h"
 #include "UI/FocusReturn.h"
 
@@ -35,6 +36,7 @@ BVMainWindow::BVMainWindow(ApplicationModel *applicationModel)
     ui->setupUi(this);
     showSharp(ui->label, u":/bitmaps/Bin/bitmap/bitmaps/zorvikLogo.png"_s);
     showSharp(ui->unsyncServers, u":/icons/Bin/bitmap/icons/unsynced.png"_s);
+    new CompletionsLook(this);
     connectKeys();
     dimDisabledIcon(ui->leftToRightButton);
     dimDisabledIcon(ui->rightToLeftButton);

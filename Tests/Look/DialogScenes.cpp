@@ -10,23 +10,27 @@
 #include "UI/ErrorMessageDialog.h"
 #include "UI/TransferDialog.h"
 
+#include <QCompleter>
 #include <QFile>
+#include <QLineEdit>
 #include <QPushButton>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+using TakeDialog = std::function<QImage(QDialog &)>;
+
 /// The dialog that opens in `call`, which returns once the dialog is closed.
 template <typename Call>
-QImage takeModal(const Call &call)
+QImage takeModal(const Call &call, const TakeDialog &take = pictureOf)
 {
     QImage picture;
     ModalDriver modals(std::chrono::seconds(10),
                        [](const QString &text) { qFatal("%s", qPrintable(text)); });
-    modals.answer([&picture](QDialog &dialog) {
+    modals.answer([&picture, &take](QDialog &dialog) {
         if (waitForKeyboard(dialog))
-            picture = pictureOf(dialog);
+            picture = take(dialog);
         dialog.reject();
     });
     call();
@@ -169,7 +173,7 @@ QImage takeAbout()
 }
 
 /// The file dialog in a folder with some files, opened as for an upload.
-QImage takeFileDialog()
+QImage takeFileDialog(const TakeDialog &take)
 {
     WindowStage stage(usualServers());
     const QDir documents = stage.rig.sandbox.directory();
@@ -183,7 +187,16 @@ QImage takeFileDialog()
     if (!stage.open(0))
         return {};
     clickRow(stage.rig.bankA(), 6);
-    return takeModal([&] { childOf<QPushButton>(stage.rig.bankA(), "addButton").click(); });
+    return takeModal([&] { childOf<QPushButton>(stage.rig.bankA(), "addButton").click(); }, take);
+}
+
+/// What the dialog offers once the name of a file is begun.
+QImage takeCompletions(QDialog &dialog)
+{
+    auto *const name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
+    QTest::keyClicks(name, u"S"_s);
+    const auto isOffering = [name] { return name->completer()->popup()->isVisible(); };
+    return QTest::qWaitFor(isOffering, 10000) ? screenPicture() : QImage();
 }
 
 QList<Scene> transferScenes()
@@ -244,7 +257,8 @@ QList<Scene> messageScenes()
          [] { return takeSyncWarning(u"A server whose name is much longer than any box"_s); }},
         {u"preferences"_s, takePreferences, true},
         {u"about"_s, takeAbout, true},
-        {u"file-dialog"_s, takeFileDialog},
+        {u"file-dialog"_s, [] { return takeFileDialog(pictureOf); }},
+        {u"file-dialog-completions"_s, [] { return takeFileDialog(takeCompletions); }},
     };
 }
 

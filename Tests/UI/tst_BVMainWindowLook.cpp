@@ -5,12 +5,14 @@
 #include "Support/Pixels.h"
 #include "Support/WindowRig.h"
 
+#include <QCompleter>
 #include <QDialog>
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QToolTip>
 #include <QTreeView>
 
@@ -29,6 +31,7 @@ private slots:
     void disabledButtonsLookDisabled();
     void toolTipsCanBeRead();
     void fileDialogIsDark();
+    void completionsOfTheFileDialogAreDark();
     void textsCanBeRead_data();
     void textsCanBeRead();
 
@@ -98,18 +101,49 @@ void tst_BVMainWindowLook::fileDialogIsDark()
     QFileDialog dialog(rig.window.get(), {}, rig.sandbox.directory().path());
     dialog.setOption(QFileDialog::DontUseNativeDialog);
     dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
     const auto *files = dialog.findChild<QTreeView *>(u"treeView"_s);
-    QTRY_VERIFY(files->model()->rowCount(files->rootIndex()) > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(files->model()->rowCount(files->rootIndex()) > 0, 30000);
     const auto *name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
     for (const QWidget *field : std::initializer_list<const QWidget *>{files->viewport(), name}) {
         const QRect area(field->mapTo(&dialog, QPoint(4, 4)), field->size() - QSize(8, 8));
         const QImage image = dialog.grab(area).toImage();
         QCOMPARE(image.pixelColor(image.width() - 1, image.height() - 1), QColor(39, 44, 51));
     }
-    QTRY_VERIFY(
-        contrast(dialog.grab({files->viewport()->mapTo(&dialog, QPoint(30, 2)), QSize(80, 20)})
-                     .toImage()) >= 4.5);
+    const QRect firstName(files->viewport()->mapTo(&dialog, QPoint(30, 2)), QSize(80, 20));
+    QTRY_VERIFY_WITH_TIMEOUT(contrast(dialog.grab(firstName).toImage()) >= 4.5, 30000);
+}
+
+/// What is offered under the name box stands in a window of its own.
+void tst_BVMainWindowLook::completionsOfTheFileDialogAreDark()
+{
+    WindowRig rig;
+    const QDir directory(rig.sandbox.directory().filePath(u"clips"_s));
+    for (int number = 0; number < 12; ++number)
+        directory.mkpath(u"Loops %1"_s.arg(number));
+    QFileDialog dialog(rig.window.get(), {}, directory.path());
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    dialog.show();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
+    const auto *files = dialog.findChild<QTreeView *>(u"treeView"_s);
+    QTRY_COMPARE_WITH_TIMEOUT(files->model()->rowCount(files->rootIndex()), 12, 30000);
+    auto *const name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
+    QTest::keyClicks(name, u"Loops"_s);
+    auto *const list = name->completer()->popup();
+    QTRY_VERIFY_WITH_TIMEOUT(list->isVisible(), 30000);
+    QVERIFY(list->isWindow());
+
+    const auto picture = [list] { return list->viewport()->grab().toImage(); };
+    QCOMPARE(picture().pixelColor(list->viewport()->width() - 2, 1), QColor(39, 44, 51));
+    QTRY_VERIFY_WITH_TIMEOUT(contrast(picture()) >= 4.5, 30000);
+    QVERIFY(list->verticalScrollBar()->isVisible());
+    QCOMPARE(list->verticalScrollBar()->width(), 10);
+
+    QTest::keyClick(list, Qt::Key_Down);
+    QCOMPARE(name->text(), u"Loops 0"_s);
+    QTest::keyClick(list, Qt::Key_Escape);
+    QVERIFY(!list->isVisible());
+    QVERIFY(dialog.isVisible());
 }
 
 void tst_BVMainWindowLook::textsCanBeRead_data()
