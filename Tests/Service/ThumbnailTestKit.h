@@ -5,14 +5,24 @@
 
 #include "Model/MediaFolder.h"
 #include "Service/ThumbnailService.h"
+#include "Support/FailOnWarning.h"
 #include "Support/PictureMemory.h"
+#include "Support/WireServer.h"
 
 #include <QBuffer>
 #include <QImage>
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
+#include <QPixmapCache>
 #include <QSignalSpy>
+
+#include <memory>
 
 /// What the tests of the thumbnails share.
 namespace ThumbnailTestKit {
+
+/// What the path of every thumbnail begins with.
+inline const QByteArray thumbnails = "/brenvoka/thumbnails/";
 
 /// The bytes of a picture's file.
 inline QByteArray encoded(const QImage &image, const char *format)
@@ -73,6 +83,35 @@ struct Listener
     QSignalSpy error{&service, &ThumbnailService::error};
     QSignalSpy aborted{&service, &ThumbnailService::aborted};
     QSignalSpy downloads{&service, &ThumbnailService::increaseDownloadSize};
+};
+
+/// A service, and the server that it loads from. Each test function starts them and stops them.
+class Fixture : public QObject
+{
+protected:
+    void start(const QString &address)
+    {
+        failOnAnyWarning();
+        QPixmapCache::clear();
+        peer = std::make_unique<WireServer>(address);
+        manager = std::make_unique<QNetworkAccessManager>();
+        manager->setProxy(QNetworkProxy::NoProxy);
+        a = std::make_unique<Listener>(manager.get());
+    }
+    void stop()
+    {
+        a.reset();
+        manager.reset();
+        peer.reset();
+    }
+    void load(Listener &listener, const Visuals &visuals, int index = 0)
+    {
+        listener.service.loadThumbnails(folderOf(visuals), index, peer->address());
+    }
+
+    std::unique_ptr<WireServer> peer;
+    std::unique_ptr<QNetworkAccessManager> manager;
+    std::unique_ptr<Listener> a;
 };
 
 } // namespace ThumbnailTestKit

@@ -2,13 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ThumbnailTestKit.h"
-#include "Support/FailOnWarning.h"
-#include "Support/WireServer.h"
 
 #include <QFile>
-#include <QNetworkAccessManager>
-#include <QNetworkProxy>
-#include <QPixmapCache>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -17,16 +12,12 @@ using namespace ThumbnailTestKit;
 
 namespace {
 
-const QByteArray thumbnails = "/brenvoka/thumbnails/";
-
 /// A square picture with one bit a pixel, packed into very few bytes.
 QByteArray whitePicture(int side)
 {
     QImage image(side, side, QImage::Format_Mono);
     image.fill(1);
-    QBuffer buffer;
-    image.save(&buffer, "PNG");
-    return buffer.data();
+    return encoded(image, "PNG");
 }
 
 /// The most memory that this process ever had, in MB.
@@ -42,27 +33,13 @@ qint64 peakMemory()
 } // namespace
 
 /// What becomes of the bytes of a picture, and of bytes that are none.
-class tst_ThumbnailPictures : public QObject
+class tst_ThumbnailPictures : public Fixture
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        QPixmapCache::clear();
-        peer = std::make_unique<WireServer>(u"127.30.21.1"_s);
-        manager = std::make_unique<QNetworkAccessManager>();
-        manager->setProxy(QNetworkProxy::NoProxy);
-        a = std::make_unique<Listener>(manager.get());
-    }
-
-    void cleanup()
-    {
-        a.reset();
-        manager.reset();
-        peer.reset();
-    }
+    void init() { start(u"127.30.21.1"_s); }
+    void cleanup() { stop(); }
 
     void anyProportionsComeOutAt128By96_data()
     {
@@ -188,16 +165,6 @@ private slots:
         QCOMPARE(a->pixmaps().at(1).toImage(), ThumbnailService::noThumbnailPixmap().toImage());
         QCOMPARE(colorOf(a->pixmaps().at(2)), QColor(Qt::red));
     }
-
-private:
-    void load(Listener &listener, const Visuals &visuals, int index = 0)
-    {
-        listener.service.loadThumbnails(folderOf(visuals), index, peer->address());
-    }
-
-    std::unique_ptr<WireServer> peer;
-    std::unique_ptr<QNetworkAccessManager> manager;
-    std::unique_ptr<Listener> a;
 };
 
 QTEST_MAIN(tst_ThumbnailPictures)

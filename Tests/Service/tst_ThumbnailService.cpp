@@ -4,13 +4,9 @@
 #include "Service/ThumbnailService.h"
 
 #include "Service/ThumbnailTestKit.h"
-#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
-#include "Support/WireServer.h"
 
 #include <QFile>
-#include <QNetworkAccessManager>
-#include <QNetworkProxy>
 #include <QNetworkReply>
 #include <QPixmapCache>
 #include <QRegularExpression>
@@ -20,35 +16,18 @@
 using namespace Qt::Literals::StringLiterals;
 using namespace ThumbnailTestKit;
 
-namespace {
-
-const QByteArray thumbnails = "/brenvoka/thumbnails/";
-
-} // namespace
-
 /// Loads of single folders by one service.
-class tst_ThumbnailService : public QObject
+class tst_ThumbnailService : public Fixture
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnAnyWarning();
-        QPixmapCache::clear();
+        start(u"127.30.2.1"_s);
         QPixmapCache::setCacheLimit(40960);
-        peer = std::make_unique<WireServer>(u"127.30.2.1"_s);
-        manager = std::make_unique<QNetworkAccessManager>();
-        manager->setProxy(QNetworkProxy::NoProxy);
-        a = std::make_unique<Listener>(manager.get());
     }
-
-    void cleanup()
-    {
-        a.reset();
-        manager.reset();
-        peer.reset();
-    }
+    void cleanup() { stop(); }
 
     void requestIsAPlainGet()
     {
@@ -269,16 +248,6 @@ private slots:
         QVERIFY(a->pixmaps().at(1).isNull());
         QCOMPARE(colorOf(a->pixmaps().at(3)), QColor(Qt::blue));
     }
-
-private:
-    void load(Listener &listener, const Visuals &visuals, int index = 0)
-    {
-        listener.service.loadThumbnails(folderOf(visuals), index, peer->address());
-    }
-
-    std::unique_ptr<WireServer> peer;
-    std::unique_ptr<QNetworkAccessManager> manager;
-    std::unique_ptr<Listener> a;
 };
 
 QTEST_MAIN(tst_ThumbnailService)

@@ -2,13 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ThumbnailTestKit.h"
-#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
-#include "Support/WireServer.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkDiskCache>
-#include <QNetworkProxy>
 #include <QNetworkReply>
 #include <QPixmapCache>
 #include <QTemporaryDir>
@@ -17,36 +14,22 @@
 using namespace Qt::Literals::StringLiterals;
 using namespace ThumbnailTestKit;
 
-namespace {
-
-const QByteArray thumbnails = "/brenvoka/thumbnails/";
-
-} // namespace
-
 /// Two services on one manager, as the two banks have them, and receivers that start or end loads
 /// while a signal goes out.
-class tst_ThumbnailServicePair : public QObject
+class tst_ThumbnailServicePair : public Fixture
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnAnyWarning();
-        QPixmapCache::clear();
-        peer = std::make_unique<WireServer>(u"127.30.3.1"_s);
-        manager = std::make_unique<QNetworkAccessManager>();
-        manager->setProxy(QNetworkProxy::NoProxy);
-        a = std::make_unique<Listener>(manager.get());
+        start(u"127.30.3.1"_s);
         b = std::make_unique<Listener>(manager.get());
     }
-
     void cleanup()
     {
-        a.reset();
         b.reset();
-        manager.reset();
-        peer.reset();
+        stop();
     }
 
     void eachReplyBringsProgressFromBoth()
@@ -193,11 +176,6 @@ private slots:
 private:
     void answerWith(const QColor &color) { peer->answer(thumbnails, picture({4, 4}, color)); }
 
-    void load(Listener &listener, const Visuals &visuals, int index = 0)
-    {
-        listener.service.loadThumbnails(folderOf(visuals), index, peer->address());
-    }
-
     static void nextLoads()
     {
         QTest::addColumn<Visuals>("visuals");
@@ -229,9 +207,6 @@ private:
         QCOMPARE(a->finished.constLast().constFirst().toInt(), 9);
     }
 
-    std::unique_ptr<WireServer> peer;
-    std::unique_ptr<QNetworkAccessManager> manager;
-    std::unique_ptr<Listener> a;
     std::unique_ptr<Listener> b;
     Visuals next;
 };

@@ -255,7 +255,7 @@ void tst_AccessibleNames::transferDialogHasItsNames()
         dialog.addTransfer(3, slot, u"Stage - Visual "_s);
     dialog.updateTransfer(3, 2, 40, Brenvoka::SyncTransferring);
     dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog, 30000));
     const Walk walk(dialog);
     QCOMPARE(walk.missing, QString());
     QCOMPARE(walk.sayings.filter(u"Stage - Visual"_s).size(), 5);
@@ -267,7 +267,7 @@ void tst_AccessibleNames::progressDialogHasItsNames()
 {
     BVProgressDialog dialog(u"Removing visuals"_s, true, nullptr);
     dialog.addSteps(3, false);
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog, 30000));
     const Walk walk(dialog);
     QCOMPARE(walk.missing, QString());
     QVERIFY(walk.sayings.contains(u"Removing visuals | "_s));

@@ -27,7 +27,15 @@ public:
     [[nodiscard]] bool open()
     {
         show();
-        return QTest::qWaitForWindowActive(this);
+        return QTest::qWaitForWindowActive(this, 30000);
+    }
+    /// Opens with the keyboard on the first button of the panel, where the operator has put it.
+    [[nodiscard]] bool openInPanel()
+    {
+        new FocusReturn(this, &first);
+        const bool isOpen = open();
+        inPanel.setFocus();
+        return isOpen;
     }
 
     QVBoxLayout layout{this};
@@ -87,9 +95,7 @@ void tst_FocusReturn::theOperatorsChoiceComesBeforeTheFirstWidget()
 void tst_FocusReturn::itComesBackAfterItsPanelWasDisabled()
 {
     Window window;
-    new FocusReturn(&window, &window.first);
-    QVERIFY(window.open());
-    window.inPanel.setFocus();
+    QVERIFY(window.openInPanel());
     for (int round = 0; round < 2; ++round) {
         window.panel.setEnabled(false);
         QVERIFY(window.hasFocus());
@@ -101,9 +107,7 @@ void tst_FocusReturn::itComesBackAfterItsPanelWasDisabled()
 void tst_FocusReturn::itComesBackAfterTheWidgetItselfWasDisabled()
 {
     Window window;
-    new FocusReturn(&window, &window.first);
-    QVERIFY(window.open());
-    window.inPanel.setFocus();
+    QVERIFY(window.openInPanel());
     window.inPanel.setEnabled(false);
     QVERIFY(!window.besideInPanel.hasFocus());
     window.besideInPanel.setEnabled(false);
@@ -125,9 +129,7 @@ void tst_FocusReturn::aWidgetThatNeverHadItDoesNotGetIt()
 void tst_FocusReturn::itIsNotTakenFromWhatTheOperatorChose()
 {
     Window window;
-    new FocusReturn(&window, &window.first);
-    QVERIFY(window.open());
-    window.inPanel.setFocus();
+    QVERIFY(window.openInPanel());
     window.panel.setEnabled(false);
     window.other.setFocus();
     window.panel.setEnabled(true);
@@ -137,15 +139,13 @@ void tst_FocusReturn::itIsNotTakenFromWhatTheOperatorChose()
 void tst_FocusReturn::itIsNotTakenFromADialog()
 {
     Window window;
-    new FocusReturn(&window, &window.first);
-    QVERIFY(window.open());
-    window.inPanel.setFocus();
+    QVERIFY(window.openInPanel());
     window.panel.setEnabled(false);
 
     QDialog dialog(&window);
     QPushButton button(&dialog);
     dialog.open();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
     QTRY_VERIFY_WITH_TIMEOUT(button.hasFocus(), 30000);
     window.panel.setEnabled(true);
     QVERIFY(button.hasFocus());
@@ -159,14 +159,12 @@ void tst_FocusReturn::itIsNotTakenFromADialog()
 void tst_FocusReturn::aDialogThatClosesMeanwhileDoesNotMoveIt()
 {
     Window window;
-    new FocusReturn(&window, &window.first);
-    QVERIFY(window.open());
-    window.inPanel.setFocus();
+    QVERIFY(window.openInPanel());
     {
         QDialog dialog(&window);
         QPushButton button(&dialog);
         dialog.open();
-        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
         window.panel.setEnabled(false);
     }
     window.activateWindow();
@@ -178,14 +176,12 @@ void tst_FocusReturn::aDialogThatClosesMeanwhileDoesNotMoveIt()
 void tst_FocusReturn::aWidgetDisabledBehindADialogGetsItAfterwards()
 {
     Window window;
-    new FocusReturn(&window, &window.first);
-    QVERIFY(window.open());
-    window.inPanel.setFocus();
+    QVERIFY(window.openInPanel());
     {
         QDialog dialog(&window);
         QPushButton button(&dialog);
         dialog.open();
-        QVERIFY(QTest::qWaitForWindowActive(&dialog));
+        QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
         window.inPanel.setEnabled(false);
         window.inPanel.setEnabled(true);
     }
@@ -196,8 +192,7 @@ void tst_FocusReturn::aWidgetDisabledBehindADialogGetsItAfterwards()
 void tst_FocusReturn::aDeletedWidgetIsForgotten()
 {
     Window window;
-    new FocusReturn(&window, &window.first);
-    QVERIFY(window.open());
+    QVERIFY(window.openInPanel());
     auto passing = std::make_unique<QPushButton>(&window);
     passing->show();
     passing->setFocus();

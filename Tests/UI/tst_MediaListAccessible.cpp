@@ -40,7 +40,7 @@ void tst_MediaListAccessible::listIsWhatQtMakesOfAList()
 {
     Twins twins;
     twins.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&twins));
+    QVERIFY(QTest::qWaitForWindowExposed(&twins, 30000));
     auto &ours = accessible(*twins.ours);
     auto &qts = accessible(*twins.qts);
 
@@ -80,7 +80,7 @@ void tst_MediaListAccessible::rowIsWhatQtMakesOfARow()
     QFETCH(const int, row);
     Twins twins;
     twins.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&twins));
+    QVERIFY(QTest::qWaitForWindowExposed(&twins, 30000));
     for (QListWidget *const list : {twins.ours, twins.qts}) {
         list->setCurrentRow(3);
         list->item(2)->setSelected(true);
@@ -112,7 +112,7 @@ void tst_MediaListAccessible::rowIsFoundByItsPlace()
 {
     Twins twins;
     twins.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&twins));
+    QVERIFY(QTest::qWaitForWindowExposed(&twins, 30000));
     auto &list = accessible(*twins.ours);
     auto *const row = list.child(3);
     const QPoint middle = row->rect().center();
@@ -131,7 +131,7 @@ void tst_MediaListAccessible::currentRowIsTheFocusedOne()
     auto &list = accessible(*twins.ours);
     QVERIFY(!list.focusChild() && !accessible(*twins.qts).focusChild());
     twins.show();
-    QVERIFY(QTest::qWaitForWindowActive(&twins));
+    QVERIFY(QTest::qWaitForWindowActive(&twins, 30000));
     twins.ours->setCurrentRow(4);
     QTest::keyClick(twins.ours, Qt::Key_Down);
     QCOMPARE(list.focusChild(), list.child(5));
