@@ -5,9 +5,8 @@
 
 #include "Model/Server.h"
 
-#include <QHash>
-
 #include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -46,31 +45,57 @@ bool sameName(const MediaFolder *first, const MediaFolder *second)
     return first && second && first->name == second->name;
 }
 
+// A library has folders 0 to 256, each with visuals 0 to 255.
+constexpr int folderCount = 257;
+constexpr int visualCount = 256;
+
+bool isVisual(const VisualRef &ref)
+{
+    return ref.first >= 0 && ref.first < folderCount && ref.second >= 0 && ref.second < visualCount;
+}
+
 /// Finds the folders and visuals of one server in constant time, for as long as the server lives
-/// unchanged.
+/// unchanged. By plain tables: hashes of 65,280 visuals would cost more than the rest of a plan.
 class LibraryIndex final
 {
 public:
     explicit LibraryIndex(const Server &server)
+        : folders(folderCount)
+        , visuals(std::size_t(folderCount) * visualCount)
     {
-        for (const MediaFolder &folder : server.folders) {
-            if (folders.contains(folder.slot))
-                continue;
-            folders.insert(folder.slot, &folder);
-            for (const Visual &visual : folder.files) {
-                const VisualRef ref(folder.slot, visual.slot);
-                if (!visuals.contains(ref))
-                    visuals.insert(ref, &visual);
-            }
+        for (const MediaFolder &folder : server.folders)
+            add(folder);
+    }
+
+    [[nodiscard]] const MediaFolder *folder(int slot) const
+    {
+        return isVisual({slot, 0}) ? folders[std::size_t(slot)] : nullptr;
+    }
+    [[nodiscard]] const Visual *visual(const VisualRef &ref) const
+    {
+        return isVisual(ref) ? visuals[position(ref)] : nullptr;
+    }
+
+private:
+    static std::size_t position(const VisualRef &ref)
+    {
+        return std::size_t(ref.first) * visualCount + std::size_t(ref.second);
+    }
+
+    void add(const MediaFolder &folder)
+    {
+        if (!isVisual({folder.slot, 0}) || folders[std::size_t(folder.slot)])
+            return;
+        folders[std::size_t(folder.slot)] = &folder;
+        for (const Visual &visual : folder.files) {
+            const VisualRef ref(folder.slot, visual.slot);
+            if (isVisual(ref) && !visuals[position(ref)])
+                visuals[position(ref)] = &visual;
         }
     }
 
-    [[nodiscard]] const MediaFolder *folder(int slot) const { return folders.value(slot); }
-    [[nodiscard]] const Visual *visual(const VisualRef &ref) const { return visuals.value(ref); }
-
-private:
-    QHash<int, const MediaFolder *> folders;
-    QHash<VisualRef, const Visual *> visuals;
+    std::vector<const MediaFolder *> folders;
+    std::vector<const Visual *> visuals;
 };
 
 QList<int> touchedFolders(const QList<VisualRef> &candidates)

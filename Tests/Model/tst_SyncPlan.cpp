@@ -78,6 +78,18 @@ void tst_SyncPlan::planned_data()
         << Folders{folder(3, u"Three"_s, {visual(6), visual(7), visual(8)})} << other
         << Refs{{3, 6}, {3, 7}, {3, 8}} << Renames() << Refs() << Refs{{3, 6}, {3, 7}, {3, 8}}
         << true;
+    QTest::newRow("the highest numbers")
+        << Folders{folder(256, u"Last"_s, {visual(0), visual(255)})} << Folders()
+        << Refs{{256, 0}, {256, 255}} << Renames{{256, u"Last"_s}} << Refs()
+        << Refs{{256, 0}, {256, 255}} << false;
+    QTest::newRow("records with numbers that no library can hold")
+        << Folders{folder(-1, u"a"_s, {visual(7)}), folder(257, u"b"_s, {visual(7)}),
+                   folder(3, u"Three"_s, {visual(-1), visual(256)})}
+        << Folders() << Refs{{-1, 7}, {257, 7}, {3, -1}, {3, 256}, {2, 255}, {4, 0}}
+        << Renames{{3, u"Three"_s}} << Refs() << Refs() << false;
+    QTest::newRow("not the visual of the next folder")
+        << Folders{folder(3, u"Three"_s), folder(4, u"Four"_s, {visual(0)})} << Folders()
+        << Refs{{3, 256}} << Renames{{3, u"Three"_s}} << Refs() << Refs() << false;
     QTest::newRow("no such numbers") << filled << empty << Refs{{-1, 7}, {3, 256}, {256, -1}}
                                      << Renames() << Refs() << Refs() << false;
     QTest::newRow("asked for twice")
