@@ -81,10 +81,12 @@ void closeHandle(int handle)
     ::close(handle);
 }
 
-// A program without standard input may be given descriptor 0, which here means closed.
+// Must not wait from its first moment: a socket that `open` could not finish is polled all the
+// same, and outside Windows reading from one without a port waits for ever. A program without
+// standard input may be given descriptor 0, which here means closed.
 int createSocket()
 {
-    const int handle = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_UDP);
+    const int handle = ::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_UDP);
     if (handle != 0)
         return handle;
     const int duplicate = ::fcntl(handle, F_DUPFD_CLOEXEC, 1);

@@ -75,14 +75,14 @@ void init(DiscoverySocket &socket);
 /// Binds to UDP port 3001 on every interface, shared and non-blocking. A failed step ends it and
 /// is recorded; a socket that was created by then stays open.
 void open(DiscoverySocket &socket);
-void close(DiscoverySocket &socket);
+void close(DiscoverySocket &socket); ///< does nothing if it is not open
 /// Clears the `seen` flags, then reads at most one datagram. True only for an announcement, also
 /// if the table had no room for it; so anything else ends a loop that drains the socket.
 [[nodiscard]] bool poll(DiscoverySocket &socket);
-void resetTable(DiscoverySocket &socket);
+void resetTable(DiscoverySocket &socket); ///< forgets the senders; the counts go on
 void clearSeen(DiscoverySocket &socket);
 [[nodiscard]] int serverCount(const DiscoverySocket &socket);
-/// Gives the table and the number of entries in use.
+/// Lends the table, and gives the number of entries in use.
 void servers(DiscoverySocket &socket, DiscoveredServer *&table, std::size_t &count);
 /// The first entry of that name, byte for byte, else null.
 [[nodiscard]] const DiscoveredServer *findByName(const DiscoverySocket &socket, const char *name);

@@ -9,32 +9,9 @@
 
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-/// While it lives the process can open no more files and sockets.
-class NoMoreDescriptors
-{
-public:
-    NoMoreDescriptors()
-    {
-        getrlimit(RLIMIT_NOFILE, &before);
-        rlimit none = before;
-        none.rlim_cur = 0;
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoMoreDescriptors() { setrlimit(RLIMIT_NOFILE, &before); }
-    Q_DISABLE_COPY_MOVE(NoMoreDescriptors)
-
-private:
-    rlimit before{};
-};
-
-} // namespace
 
 class tst_DiscoverySocket final : public QObject
 {
@@ -47,8 +24,6 @@ private slots:
     void openBindsToPort3001OfEveryInterface();
     void openDoesNotWaitAndIsNotInherited();
     void twoSocketsShareThePort();
-    void failureToCreateIsRecorded();
-    void failureToBindIsRecordedAndLeavesTheSocketOpen();
     void neverUsesDescriptorZero();
 
     void emptySocketLeavesTheErrorUntouched();
@@ -102,26 +77,6 @@ void tst_DiscoverySocket::twoSocketsShareThePort()
     const OpenSocket second;
     QCOMPARE(second.lastError, 0);
     QVERIFY(second.socket > 0);
-}
-
-void tst_DiscoverySocket::failureToCreateIsRecorded()
-{
-    const NoMoreDescriptors none;
-    const OpenSocket socket;
-    QCOMPARE(socket.lastError, -1);
-    QCOMPARE(socket.lastSocketError, EMFILE);
-    QCOMPARE(socket.socket, 0);
-}
-
-void tst_DiscoverySocket::failureToBindIsRecordedAndLeavesTheSocketOpen()
-{
-    // A socket that does not share the port keeps it from all others.
-    const Announcer holder(u"0.0.0.0"_s, Discovery::port);
-    QVERIFY(holder.isBound());
-    const OpenSocket socket;
-    QCOMPARE(socket.lastError, -2);
-    QCOMPARE(socket.lastSocketError, EADDRINUSE);
-    QVERIFY(socket.socket > 0);
 }
 
 void tst_DiscoverySocket::neverUsesDescriptorZero()

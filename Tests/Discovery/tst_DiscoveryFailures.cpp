@@ -1,0 +1,127 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "OpenSocket.h"
+#include "Support/Announcer.h"
+#include "Support/FailOnWarning.h"
+#include "Support/NoMoreDescriptors.h"
+
+#include <QTest>
+
+#include <cerrno>
+#include <cstdarg>
+#include <fcntl.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// A system call that a healthy system grants to every socket, and a sandbox may refuse.
+enum class Call { None, SetSocketOption, SetFileFlags };
+
+Call refused = Call::None;
+
+/// The system refuses a call for as long as it lives.
+class Refusal final
+{
+public:
+    explicit Refusal(Call call) { refused = call; }
+    ~Refusal() { refused = Call::None; }
+    Q_DISABLE_COPY_MOVE(Refusal)
+};
+
+int refuse()
+{
+    errno = EPERM;
+    return -1;
+}
+
+} // namespace
+
+// The linker's --wrap puts these between the program and the system, and chooses their names.
+// NOLINTBEGIN(bugprone-reserved-identifier)
+extern "C" {
+int __real_setsockopt(int handle, int level, int option, const void *value, socklen_t size);
+int __wrap_setsockopt(int handle, int level, int option, const void *value, socklen_t size)
+{
+    return refused == Call::SetSocketOption ? refuse()
+                                            : __real_setsockopt(handle, level, option, value, size);
+}
+
+int __real_fcntl(int handle, int command, ...);
+int __wrap_fcntl(int handle, int command, ...)
+{
+    if (refused == Call::SetFileFlags && command == F_SETFL)
+        return refuse();
+    std::va_list arguments;
+    va_start(arguments, command);
+    const int argument = va_arg(arguments, int);
+    va_end(arguments);
+    return __real_fcntl(handle, command, argument);
+}
+}
+// NOLINTEND(bugprone-reserved-identifier)
+
+Q_DECLARE_METATYPE(Call)
+
+/// What is left when the system refuses a step of opening the socket.
+class tst_DiscoveryFailures final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void failureToCreateLeavesNoSocket();
+    void failureToPrepareLeavesTheSocketOpenAndUnbound_data();
+    void failureToPrepareLeavesTheSocketOpenAndUnbound();
+    void failureToBindLeavesTheSocketOpen();
+};
+
+void tst_DiscoveryFailures::failureToCreateLeavesNoSocket()
+{
+    const NoMoreDescriptors none;
+    const OpenSocket socket;
+    QCOMPARE(socket.lastError, -1);
+    QCOMPARE(socket.lastSocketError, EMFILE);
+    QCOMPARE(socket.socket, 0);
+}
+
+void tst_DiscoveryFailures::failureToPrepareLeavesTheSocketOpenAndUnbound_data()
+{
+    QTest::addColumn<Call>("call");
+    QTest::addColumn<int>("error");
+    QTest::newRow("the port can't be shared") << Call::SetSocketOption << -6;
+    QTest::newRow("waiting can't be switched off") << Call::SetFileFlags << -13;
+}
+
+void tst_DiscoveryFailures::failureToPrepareLeavesTheSocketOpenAndUnbound()
+{
+    QFETCH(const Call, call);
+    QFETCH(const int, error);
+    const Refusal refusal(call);
+    OpenSocket socket;
+    QCOMPARE(socket.lastError, error);
+    QCOMPARE(socket.lastSocketError, EPERM);
+    QVERIFY(socket.socket > 0);
+    QVERIFY(Announcer(u"0.0.0.0"_s, Discovery::port).isBound());
+
+    // The first tick already asks it, on the thread that draws the window.
+    QVERIFY(!Discovery::poll(socket));
+    QCOMPARE(socket.lastError, error);
+    QCOMPARE(socket.datagramsReceived, 0);
+}
+
+void tst_DiscoveryFailures::failureToBindLeavesTheSocketOpen()
+{
+    // A socket that does not share the port keeps it from all others.
+    const Announcer holder(u"0.0.0.0"_s, Discovery::port);
+    QVERIFY(holder.isBound());
+    const OpenSocket socket;
+    QCOMPARE(socket.lastError, -2);
+    QCOMPARE(socket.lastSocketError, EADDRINUSE);
+    QVERIFY(socket.socket > 0);
+}
+
+QTEST_GUILESS_MAIN(tst_DiscoveryFailures)
+#include "tst_DiscoveryFailures.moc"
