@@ -28,6 +28,7 @@ private slots:
     void serverHeardWithinTheLossOfItsLastConnectionStays();
     void tickWithinTheLossOfAConnectionIsHarmless();
     void tickWithinANewConnectionIsHarmless();
+    void newServerIsToldBeforeItIsKnown();
 };
 
 void tst_ServerListenerExpiry::connectionStays120TicksAndGoesAtThe121st()
@@ -221,6 +222,22 @@ void tst_ServerListenerExpiry::tickWithinANewConnectionIsHarmless()
         listener.take(),
         (QStringList{u"connection stage 127.10.2.2/24"_s, u"lost connection stage 127.10.2.1/24"_s,
                      u"lost connection stage 127.10.2.2/24"_s, u"lost stage"_s}));
+}
+
+void tst_ServerListenerExpiry::newServerIsToldBeforeItIsKnown()
+{
+    Listener listener;
+    connect(
+        &listener.service, &ServerListenerService::addServer, &listener.service,
+        [&] {
+            Announcer(firstAddress).send(announcement({.name = "Again"}));
+            listener.tick();
+        },
+        Qt::SingleShotConnection);
+    Announcer(firstAddress).send(announcement({.name = "First"}));
+    listener.tick();
+    QCOMPARE(listener.take(), (QStringList{u"server stage 127.10.2.1/24 First"_s,
+                                           u"server stage 127.10.2.1/24 Again"_s}));
 }
 
 QTEST_GUILESS_MAIN(tst_ServerListenerExpiry)

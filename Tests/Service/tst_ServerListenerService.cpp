@@ -50,6 +50,7 @@ private slots:
     void eleventhSenderIsHeardInALaterTick();
     void otherTypeEndsTheDrainingOfATick();
     void logsWhatAppears();
+    void logsBeforeItTells();
     void ticksComeByThemselves();
     void ticksStandStillWhileAReceiverRunsAnEventLoop();
     void withoutThePortNothingIsHeard();
@@ -266,6 +267,24 @@ void tst_ServerListenerService::logsWhatAppears()
                                        form.arg(u"Found new server connection"_s, secondAddress)}));
     for (const QString &line : log.lines())
         QVERIFY2(line.startsWith(u"[ServerListenerService:"_s), qPrintable(line));
+}
+
+void tst_ServerListenerService::logsBeforeItTells()
+{
+    LogCapture log;
+    Listener listener;
+    const auto note = [] { ZOR_LOG(info, "told"); };
+    connect(&listener.service, &ServerListenerService::addServer, this, note);
+    connect(&listener.service, &ServerListenerService::addServerConnection, this, note);
+    connect(&listener.service, &ServerListenerService::serverNameChanged, this, note);
+    Announcer(firstAddress).send(announcement({.name = "Old"}));
+    Announcer(secondAddress).send(announcement({.name = "New"}));
+    listener.tick();
+    const QString form = u"%1: {1b4e28ba-2fa1-11d2-883f-0016d3cca427} | %2 | 24 | Old"_s;
+    QCOMPARE(log.texts(),
+             (QStringList{form.arg(u"Found new server"_s, firstAddress), u"told"_s,
+                          form.arg(u"Found new server connection"_s, secondAddress), u"told"_s,
+                          u"server name changed from New to New"_s, u"told"_s}));
 }
 
 void tst_ServerListenerService::ticksComeByThemselves()
