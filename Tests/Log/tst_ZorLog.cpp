@@ -51,7 +51,7 @@ private slots:
     void textOfAnyLengthArrivesWhole();
     void formatsLikePrintf();
     void textIsNeverAFormat();
-    void unformattableTextIsReplacedAtTheErrorLevel();
+    void unformattableTextIsReplaced();
     void sourceIsCutAfterTheLastBackslash_data();
     void sourceIsCutAfterTheLastBackslash();
     void controlCharactersAreEscaped_data();
@@ -137,7 +137,7 @@ void tst_ZorLog::textIsNeverAFormat()
     QCOMPARE(capture.texts(), QStringList(u"%s %n {0} {} {{"_s));
 }
 
-void tst_ZorLog::unformattableTextIsReplacedAtTheErrorLevel()
+void tst_ZorLog::unformattableTextIsReplaced()
 {
     const std::wstring noCharacter(1, wchar_t(0xD800));
     LogCapture capture;
@@ -176,6 +176,10 @@ void tst_ZorLog::controlCharactersAreEscaped_data()
     QTest::newRow("tab") << "a\tb"_ba << u"a\\tb"_s;
     QTest::newRow("escape sequence") << "\x1b[31mred"_ba << u"\\x1B[31mred"_s;
     QTest::newRow("delete") << "\x7f"_ba << u"\\x7F"_s;
+    QTest::newRow("control sequence introducer") << "a\xc2\x9bm"_ba << u"a\\x9Bm"_s;
+    QTest::newRow("next line") << "a\xc2\x85"_ba << u"a\\x85"_s;
+    QTest::newRow("neighbours of controls")
+        << " ~\xc2\xa0\xc3\x9b\xe2\x80\x9b"_ba << u" ~\u00A0\u00DB\u201B"_s;
     QTest::newRow("UTF-8 is left alone") << "Bühne 舞台"_ba << u"Bühne 舞台"_s;
     QTest::newRow("backslash is left alone") << "a\\nb"_ba << u"a\\nb"_s;
 }
