@@ -3,8 +3,6 @@
 
 """One server is made equal to another: whole, with a failure, cancelled, refused, killed."""
 
-import os
-import subprocess
 import unittest
 
 from stage import library
@@ -142,18 +140,6 @@ class Sync(EndToEndCase):
         program.press_button(dialog, "OK")
         program.wait_until_no_dialog()
         self.end_program(program)
-
-
-class Restart(EndToEndCase):
-    def test_a_second_start_ends_silently(self):
-        program = self.start_program()
-        log = program.log_text()
-        second = subprocess.run([BUILD / "brenvoka"], env=dict(os.environ, HOME=str(program.home)),
-                                capture_output=True, timeout=60, check=False)
-        self.assertEqual((second.returncode, second.stdout, second.stderr), (0, b"", b""))
-        self.assertEqual(program.log_text(), log)
-        self.end_program(program)
-        self.assertEqual(len(list(program.home.rglob("settings.ini"))), 1)
 
 
 if __name__ == "__main__":

@@ -38,6 +38,22 @@ public:
 };
 
 const QString program = QStringLiteral(BRENVOKA_PROGRAM);
+const QString programWithoutData = QStringLiteral(BRENVOKA_PROGRAM_WITHOUT_DATA);
+
+QProcessEnvironment withTemporaryDirectory(const QString &path)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(u"TMPDIR"_s, path);
+    return environment;
+}
+
+void write(const QString &path, const QByteArray &content)
+{
+    QVERIFY(QFileInfo(path).dir().mkpath(u"."_s));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), content.size());
+}
 
 QByteArray contentOf(const QString &path)
 {
@@ -61,6 +77,9 @@ private slots:
     void killedProgramWritesNothingAndStartsAgainAtOnce();
     void runsWithoutALog_data();
     void runsWithoutALog();
+    void logGoesToTheTemporaryDirectoryWhereThereIsNoOther();
+    void runsWithoutALogWhereThereIsNoDirectoryAtAll();
+    void closingTheWindowWritesTheSettings_data();
     void closingTheWindowWritesTheSettings();
 
 private:
@@ -171,10 +190,8 @@ void tst_Start::runsWithoutALog()
     QFETCH(const bool, directory);
     const QFileInfo obstacle(path(inTheWay));
     QVERIFY(QDir().mkpath(directory ? obstacle.filePath() : obstacle.path()));
-    if (!directory) {
-        QFile file(obstacle.filePath());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-    }
+    if (!directory)
+        write(obstacle.filePath(), {});
 
     Child child(program);
     QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
@@ -184,8 +201,52 @@ void tst_Start::runsWithoutALog()
         QVERIFY2(!file.contains("Brenvoka.log"_L1), qPrintable(file));
 }
 
+void tst_Start::logGoesToTheTemporaryDirectoryWhereThereIsNoOther()
+{
+    QVERIFY(QDir().mkpath(path(u"temporary"_s)));
+    const Child child(programWithoutData, {}, withTemporaryDirectory(path(u"temporary"_s)));
+    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    QVERIFY(QFile::exists(path(u"temporary/logs/Brenvoka.log"_s)));
+    QCOMPARE(files(), QStringList());
+}
+
+void tst_Start::runsWithoutALogWhereThereIsNoDirectoryAtAll()
+{
+    QVERIFY(!QFile::exists(u"/logs"_s));
+    const Child child(programWithoutData, {}, withTemporaryDirectory(QString()));
+    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    QCOMPARE(child.state(), QProcess::Running);
+    QVERIFY(!QFile::exists(u"/logs"_s));
+    QCOMPARE(files(), QStringList());
+}
+
+void tst_Start::closingTheWindowWritesTheSettings_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    QTest::newRow("first run") << QByteArray()
+                               << "[General]\n"
+                                  "selectedIconSize=1\n"
+                                  "selectedViewMode=false\n"
+                                  "warningLevel=4294967295\n"_ba;
+    QTest::newRow("later run") << "[General]\n"
+                                  "selectedIconSize=2\n"
+                                  "selectedServerA=x\n"
+                                  "selectedViewMode=true\n"
+                                  "warningLevel=5\n"_ba
+                               << "[General]\n"
+                                  "selectedIconSize=2\n"
+                                  "selectedViewMode=true\n"
+                                  "warningLevel=5\n"_ba;
+}
+
 void tst_Start::closingTheWindowWritesTheSettings()
 {
+    QFETCH(const QByteArray, before);
+    const QString settings = path(u"config/Zorvik/Brenvoka/settings.ini"_s);
+    if (!before.isNull())
+        write(settings, before);
+
     Child display(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-nolisten"_s, u"tcp"_s});
     QTRY_VERIFY_WITH_TIMEOUT(display.canReadLine() || display.state() == QProcess::NotRunning,
                              patience);
@@ -197,7 +258,7 @@ void tst_Start::closingTheWindowWritesTheSettings()
     environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
     Child child(program, {}, environment);
     QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
-    QVERIFY(!QFile::exists(path(u"config/Zorvik/Brenvoka/settings.ini"_s)));
+    QCOMPARE(contentOf(settings), before);
     Child quit(u"xdotool"_s,
                {u"search"_s, u"--sync"_s, u"--onlyvisible"_s, u"--name"_s, u"Brenvoka"_s,
                 u"windowfocus"_s, u"--sync"_s, u"key"_s, u"ctrl+q"_s},
@@ -205,11 +266,7 @@ void tst_Start::closingTheWindowWritesTheSettings()
     QVERIFY2(child.waitForFinished(patience), quit.readAll().constData());
     QCOMPARE(child.exitStatus(), QProcess::NormalExit);
     QCOMPARE(child.exitCode(), 0);
-    QCOMPARE(contentOf(path(u"config/Zorvik/Brenvoka/settings.ini"_s)),
-             QByteArray("[General]\n"
-                        "selectedIconSize=1\n"
-                        "selectedViewMode=false\n"
-                        "warningLevel=4294967295\n"));
+    QTEST(contentOf(settings), "after");
 }
 
 QTEST_GUILESS_MAIN(tst_Start)
