@@ -34,9 +34,9 @@ public:
     /// Writes the three options and drops every other key of the file. Always true.
     bool save();
 
-    /// Replaces the record with the same uuid in its place, or appends a new one.
+    /// Replaces the whole record with the same uuid in its place, or appends a new one.
     void upsertServer(const Server &server);
-    void setServerName(const QUuid &uuid, const QString &name);
+    void setServerName(const QUuid &uuid, const QString &name); ///< connected or not
     /// Returns the server, connected or not; the invalid one if it is unknown.
     const Server &addConnection(const QUuid &uuid, const QHostAddress &address, int netmask);
     /// Marks the server as connected, over `address` if it has that.
