@@ -1,0 +1,90 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "ControllerRig.h"
+
+#include "Service/ServerListenerService.h"
+#include "Support/FailOnWarning.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+/// Whom the controller listens to, and what it tells by signals of its own.
+class tst_UIControllerSignals : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void whatDiscoveryTellsReachesTheRegistry();
+    void aRefreshTellsTheServerOfBankABeforeThatOfBankB();
+    void aRefreshTellsOfAnEmptyBankToo();
+    void aChoiceRedrawsTheBanksWithoutASignal();
+};
+
+void tst_UIControllerSignals::whatDiscoveryTellsReachesTheRegistry()
+{
+    PlayedServer server(u"127.60.7.1"_s);
+    ControllerRig rig;
+    server.setLibrary({folder(0, u"Intro"_s)});
+    auto *const listener = rig.controller().findChild<ServerListenerService *>();
+    QVERIFY(listener);
+    emit listener->addServer(server.uuid, server.wire.address(), 8, u"One"_s);
+    QVERIFY(server.openStream());
+    QTRY_VERIFY_WITH_TIMEOUT(rig.isConnected(server), 30000);
+
+    const Server &record = rig.controller().connectedServer(server.uuid);
+    const ServerConnection first(server.wire.address(), 8);
+    const ServerConnection second(QHostAddress(u"127.60.7.9"_s), 16);
+    QCOMPARE(record.connections, QList<ServerConnection>{first});
+    emit listener->addServerConnection(server.uuid, second.first, second.second);
+    QCOMPARE(record.connections, (QList<ServerConnection>{first, second}));
+    emit listener->removeServerConnection(server.uuid, first.first, first.second);
+    QCOMPARE(record.connections, QList<ServerConnection>{second});
+    emit listener->serverNameChanged(server.uuid, u"Uno"_s);
+    QCOMPARE(rig.offered(rig.bankA()), QStringList{u"Uno"_s});
+    emit listener->removeServer(server.uuid);
+    QVERIFY(rig.model().servers.isEmpty());
+}
+
+void tst_UIControllerSignals::aRefreshTellsTheServerOfBankABeforeThatOfBankB()
+{
+    WindowRig rig;
+    const Server one = sampleServer(u"One"_s, u"127.60.7.1"_s);
+    const Server two = sampleServer(u"Two"_s, u"127.60.7.2"_s);
+    const Server three = sampleServer(u"Three"_s, u"127.60.7.3"_s);
+    rig.connectServer(one);
+    rig.connectServer(two);
+    const QSignalSpy told(&rig.controller(), &UIController::serverContentChanged);
+    rig.connectServer(three);
+    QCOMPARE(told, (QList<QVariantList>{{one.uuid}, {two.uuid}}));
+}
+
+void tst_UIControllerSignals::aRefreshTellsOfAnEmptyBankToo()
+{
+    WindowRig rig;
+    const QSignalSpy told(&rig.controller(), &UIController::serverContentChanged);
+    const Server one = sampleServer(u"One"_s, u"127.60.7.1"_s);
+    rig.connectServer(one);
+    QCOMPARE(told, (QList<QVariantList>{{one.uuid}, {QUuid()}}));
+}
+
+void tst_UIControllerSignals::aChoiceRedrawsTheBanksWithoutASignal()
+{
+    // It takes the stream's connection and says nothing.
+    const WireServer silent(u"127.60.7.3"_s);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"One"_s, u"127.60.7.1"_s));
+    rig.connectServer(sampleServer(u"Two"_s, u"127.60.7.2"_s));
+    rig.connectServer(sampleServer(u"Three"_s, u"127.60.7.3"_s));
+    const QSignalSpy told(&rig.controller(), &UIController::serverContentChanged);
+    const QSignalSpy redrawnA(listOf(rig.bankA()).model(), &QAbstractItemModel::modelReset);
+    const QSignalSpy redrawnB(listOf(rig.bankB()).model(), &QAbstractItemModel::modelReset);
+    ControllerRig::choose(rig.bankB(), u"Three"_s);
+    QVERIFY(!redrawnA.isEmpty());
+    QVERIFY(!redrawnB.isEmpty());
+    QCOMPARE(told.size(), 0);
+}
+
+QTEST_MAIN(tst_UIControllerSignals)
+#include "tst_UIControllerSignals.moc"
