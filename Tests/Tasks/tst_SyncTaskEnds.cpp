@@ -19,6 +19,7 @@ private slots:
     void cancellingTheRemovalsStartsNoTransfer();
     void noPhaseStartsAfterACancel();
     void noPhaseStartsAfterAnAbort();
+    void removalsThatWaitedAreToldAsDoneAndStartNoTransfer();
     void aCancelTogetherWithTheLastResultEndsTwice();
     void errorsBeforeACancelAreKept();
     void abortLeavesNoErrorsToShow();
@@ -110,6 +111,23 @@ void tst_SyncTaskEnds::noPhaseStartsAfterAnAbort()
     rig.task->abort();
     emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
     QVERIFY(!rig.dialog<TransferDialog>());
+}
+
+// As a destination goes that has fallen silent: the one on the wire is told to nobody.
+void tst_SyncTaskEnds::removalsThatWaitedAreToldAsDoneAndStartNoTransfer()
+{
+    SyncRig rig(u"127.60.1.4"_s);
+    QVERIFY(rig.connectDestination());
+    rig.destination.wire.hold("/brenvoka/execute.html");
+    rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
+    QVERIFY(rig.destination.wire.waitForRequests(1, "/brenvoka/execute.html"));
+    rig.service.removeHandler(rig.destinationUuid);
+    QCOMPARE(rig.progressDialog(u"Removing..."_s)->progress(), 2);
+    QCOMPARE(rig.finished->size(), 0);
+    rig.task->abort();
+    QCOMPARE(rig.finished->size(), 1);
+    QVERIFY(!rig.dialog<TransferDialog>());
+    QVERIFY(!rig.task->hasErrors());
 }
 
 void tst_SyncTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()

@@ -1,0 +1,160 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "ControllerRig.h"
+
+#include "Support/FailOnWarning.h"
+#include "Support/ModalDriver.h"
+#include "UI/BVProgressDialog.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto executePath = "/brenvoka/execute.html";
+constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
+/// The commands of the phases, in the order of the phases.
+constexpr PlayedServer::CommandType phases[]{PlayedServer::Rename, PlayedServer::Remove,
+                                             PlayedServer::Sync};
+
+/// Two servers on show, and a synchronisation from One to Two that has something to do in each
+/// phase, and more than the server gets at once.
+class PhaseStage final
+{
+public:
+    /// Starts it, and waits until the destination has a command of that phase, which it leaves
+    /// unanswered.
+    [[nodiscard]] bool startUntil(PlayedServer::CommandType phase)
+    {
+        const bool isOpen = stage.open(
+            {folder(0, u"a"_s, {visual(1, u"x"_s, 1)}), folder(1, u"b"_s)},
+            {folder(0, u"c"_s, {visual(2, u"y"_s, 2), visual(3, u"z"_s, 3)}), folder(1, u"d"_s)});
+        stage.two.wire.on(executePath, [phase](const WireRequest &request) {
+            if (!request.body.startsWith("req_type=" + QByteArray::number(phase) + '&'))
+                request.answer(accepted);
+        });
+        stage.rig.clickLeftToRight();
+        return isOpen &&
+               QTest::qWaitFor([&] { return !stage.two.commands(phase).isEmpty(); }, 30000);
+    }
+    /// Whether a dialog of the task is left; that of the thumbnails always is.
+    [[nodiscard]] bool isOver() const
+    {
+        return !stage.transferDialog() &&
+               stage.rig.rig.window->findChildren<BVProgressDialog *>().size() == 1;
+    }
+
+    SyncStage stage;
+};
+
+} // namespace
+
+/// Servers that go away in the course of a synchronisation, and under the messages at its end.
+class tst_UIControllerSyncLosses : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void aLossInAnyPhaseIsTheEndAndTheOnlyMessage_data();
+    void aLossInAnyPhaseIsTheEndAndTheOnlyMessage();
+    void theDestinationGoesUnderTheErrorsOfItsTask();
+    void theSecondServerGoesUnderTheMessageOfTheFirst();
+};
+
+void tst_UIControllerSyncLosses::aLossInAnyPhaseIsTheEndAndTheOnlyMessage_data()
+{
+    QTest::addColumn<int>("phase");
+    QTest::addColumn<bool>("isSource");
+    QTest::addColumn<bool>("isSilent");
+    const char *names[]{"renames", "removals", "transfers"};
+    for (int phase = 0; phase < 3; ++phase) {
+        for (const bool isSource : {false, true}) {
+            for (const bool isSilent : {false, true}) {
+                QTest::addRow("%s, the %s %s", names[phase], isSource ? "source" : "destination",
+                              isSilent ? "falls silent" : "ends its stream")
+                    << phase << isSource << isSilent;
+            }
+        }
+    }
+}
+
+void tst_UIControllerSyncLosses::aLossInAnyPhaseIsTheEndAndTheOnlyMessage()
+{
+    QFETCH(const int, phase);
+    QFETCH(const bool, isSource);
+    QFETCH(const bool, isSilent);
+    PhaseStage sync;
+    SyncStage &stage = sync.stage;
+    QVERIFY(sync.startUntil(phases[phase]));
+    PlayedServer &lost = isSource ? stage.one : stage.two;
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    if (isSilent)
+        stage.rig.controller().removeServer(lost.uuid);
+    else
+        lost.stream.close();
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && sync.isOver(), 30000);
+    QCOMPARE(modals.seen().size(), 1);
+    QCOMPARE(modals.seen().first().text,
+             u"Server \"%1\" %2 while an operation was in progress."_s.arg(
+                 isSource ? u"One"_s : u"Two"_s,
+                 isSilent ? u"became unresponsive"_s : u"disconnected"_s));
+    // The destination may have changed, if it is still there.
+    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), isSource ? 2 : 1, 30000);
+    QCOMPARE(stage.one.libraryRequests(), 1);
+    for (int other = 0; other < 3; ++other)
+        QCOMPARE(stage.two.commands(phases[other]).isEmpty(), other > phase);
+}
+
+void tst_UIControllerSyncLosses::theDestinationGoesUnderTheErrorsOfItsTask()
+{
+    SyncStage stage;
+    QVERIFY(stage.open() && stage.start());
+    ModalDriver modals;
+    modals.answer([&](QDialog &errors) {
+        stage.two.stream.close();
+        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 30000));
+        errors.accept();
+    });
+    modals.press(QMessageBox::Ok);
+    stage.two.sendStarted({0, 1});
+    stage.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
+    QTRY_COMPARE_WITH_TIMEOUT(modals.seen().size(), 2, 30000);
+    QCOMPARE(modals.seen().first().text, u"Folder synchronization completed with errors"_s);
+    // Its operation is over.
+    QCOMPARE(modals.seen().last().text, u"Server \"Two\" disconnected."_s);
+    QTRY_VERIFY_WITH_TIMEOUT(!QApplication::activeModalWidget(), 30000);
+    QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
+    QCOMPARE(stage.rig.bankA().currentServerUuid(), stage.one.uuid);
+}
+
+void tst_UIControllerSyncLosses::theSecondServerGoesUnderTheMessageOfTheFirst()
+{
+    PhaseStage sync;
+    SyncStage &stage = sync.stage;
+    QVERIFY(sync.startUntil(PlayedServer::Remove));
+    ModalDriver modals;
+    modals.answer([&](QDialog &first) {
+        stage.one.stream.close();
+        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 30000));
+        first.accept();
+    });
+    modals.press(QMessageBox::Ok);
+    stage.rig.controller().removeServer(stage.two.uuid);
+    QCOMPARE(modals.seen().size(), 2);
+    QCOMPARE(modals.seen().first().text,
+             u"Server \"Two\" became unresponsive while an operation was in progress."_s);
+    // The task has ended under the first message already.
+    QCOMPARE(modals.seen().last().text, u"Server \"One\" disconnected."_s);
+    QVERIFY(sync.isOver());
+    QVERIFY(stage.rig.model().servers.isEmpty());
+    QVERIFY(stage.rig.bankA().currentServerUuid().isNull());
+    QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
+    QVERIFY(!stage.rig.isTransferEnabled());
+    QVERIFY(stage.rig.isSyncWarningShown());
+}
+
+QTEST_MAIN(tst_UIControllerSyncLosses)
+#include "tst_UIControllerSyncLosses.moc"
