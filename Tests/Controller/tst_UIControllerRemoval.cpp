@@ -49,6 +49,7 @@ private slots:
 
     void failuresAreShownOnceAtTheEnd();
     void aCancelKeepsWhatWasNotSent();
+    void aCancelTogetherWithTheLastResultIsOneEnd();
     void aSecondStartLetsGoOfTheFirst();
     void aQueueWithDuplicatesRepeatsItsLast();
     void theServerGoesWhileTheWarningIsOpen_data();
@@ -274,6 +275,27 @@ void tst_UIControllerRemoval::aCancelKeepsWhatWasNotSent()
     stage.controller().handleMoveVisual(3, 4, ServerDeckA);
     QTRY_COMPARE_WITH_TIMEOUT(stage.one.commands(PlayedServer::Move).size(), 1, 30000);
     QCOMPARE(stage.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
+}
+
+void tst_UIControllerRemoval::aCancelTogetherWithTheLastResultIsOneEnd()
+{
+    LogCapture log;
+    OperationStage stage(u"127.81.1.1"_s);
+    QVERIFY(stage.openInside(3));
+    stage.one.refuse("it is locked");
+    stage.bankA().selectRows({4});
+    ModalDriver modals;
+    modals.press(QMessageBox::Ok);
+    OperationStage::clickRemove(stage.bankA());
+    // Cancelled after the task's end was posted and before that is received.
+    BVProgressDialog *const dialog = stage.dialog(u"Removing..."_s);
+    connect(dialog, &QDialog::accepted, dialog, &QDialog::reject, Qt::QueuedConnection);
+    QTRY_COMPARE_WITH_TIMEOUT(
+        log.texts().count(u"Finish notification received from invalid task"_s), 1, 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !QApplication::activeModalWidget(), 30000);
+    QCOMPARE(modals.seen().size(), 1);
+    QCOMPARE(modals.seen().first().text, u"Failed to remove 1 visuals from a total of 1."_s);
+    QVERIFY(stage.isFetchedAnew(stage.one));
 }
 
 // Both ask one queue, and an answer counts for both: they end together, and only one is known.
