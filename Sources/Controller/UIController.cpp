@@ -258,10 +258,8 @@ void UIController::serverUpdateFpsStats(const QUuid &uuid, float graphFps, float
     model->setFpsStats(uuid, graphFps, totalFps, monitorFps, isFullScreen);
     if (connectedServer(uuid).uuid.isNull())
         return;
-    if (bankA->currentServerUuid() == uuid)
-        bankA->setConnectionStatus(true, graphFps, totalFps);
-    else if (bankB->currentServerUuid() == uuid)
-        bankB->setConnectionStatus(true, graphFps, totalFps);
+    if (BVServerBank *const bank = bankShowing(uuid))
+        bank->setConnectionStatus(true, graphFps, totalFps);
 }
 
 void UIController::showErrorMessage(const QString &message)

@@ -13,8 +13,6 @@
 
 #include <algorithm>
 
-using namespace Qt::Literals::StringLiterals;
-
 SyncTask::SyncTask(const QUuid &source, const QHostAddress &sourceIp, const QUuid &destination,
                    const QHostAddress &destinationIp, const QList<FolderRename> &foldersToRename,
                    const QList<VisualRef> &visualsToTransfer,
