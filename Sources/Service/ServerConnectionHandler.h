@@ -99,19 +99,26 @@ signals:
     void handlerSyncRequestFinished(const QUuid &uuid, int folderSlot, int fileSlot);
     /// The last of the server's running transfers ended, well or not.
     void handlerSyncOperationFinished(const QUuid &uuid);
+    /// The server says that its library is another now; what changed is not told.
     void connectedServerLibraryChanged(const QHostAddress &address, const QUuid &uuid);
     /// The server's three frame rates, in frames per second, and its flag "FS".
     void connectedServerUpdateStats(const QHostAddress &address, const QUuid &uuid, float gfps,
                                     float tfps, float mfps, bool fs);
 
+    /// One removal was refused, or its reply failed: `error` is for the operator, and may be empty
+    /// when the server gave no reason. The next removal goes out when this has returned.
     void handlerRemoveError(const QUuid &uuid, int folderSlot, int fileSlot, const QString &error);
+    /// One removal is done, or was dropped by `stop` before it was sent.
     void handlerRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot);
+    /// The latest move was refused or its reply failed; see handlerRemoveError.
     void handlerMoveFileError(const QUuid &uuid, const QString &error);
     void handlerMoveFileFinished(const QUuid &uuid);
+    /// One rename was refused or its reply failed; see handlerRemoveError.
     void handlerRenameError(const QUuid &uuid, int folderSlot, const QString &error);
     void handlerRenameFinished(const QUuid &uuid, int folderSlot);
     /// How much of the upload has been sent, in percent; not throttled.
     void uploadedFileProgress(const QUuid &uuid, int progress);
+    /// The upload failed, was refused, or its answer is no result; nothing more comes of it.
     void uploadedFileError(const QUuid &uuid, const QString &error);
     void uploadedFileFinished(const QUuid &uuid);
 

@@ -128,6 +128,24 @@ private slots:
         EVENTUALLY(rig->probe.pendingRequests(), -1);
     }
 
+    // A kept-alive connection may break under it, and Qt then begins anew.
+    void repeatedUploadIsSentFromItsStart()
+    {
+        rig->server.on(uploadPath, [this](const WireRequest &request) {
+            if (uploads().size() == 2)
+                request.close();
+            else
+                request.answer(successBody);
+        });
+        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        rig->handler.requestUpload(3, 18, file(u"b.png"_s, QByteArray(1 << 18, 'y')));
+        EVENTUALLY(withoutProgress(), (QStringList{u"uploaded"_s, u"uploaded"_s}));
+        QCOMPARE(uploads().size(), 3);
+        QCOMPARE(uploads().at(1).connection, uploads().at(0).connection);
+        QVERIFY(uploads().at(2).bytes() == uploads().at(1).bytes());
+    }
+
     void fileThatCannotBeOpenedIsSilent()
     {
         rig->handler.requestUpload(3, 17, directory.filePath(u"missing"_s));
