@@ -19,9 +19,8 @@ QByteArray form(int type, std::initializer_list<std::pair<QString, QString>> fie
 {
     QUrlQuery query;
     query.addQueryItem(u"req_type"_s, QString::number(type));
-    for (const auto &[key, value] : fields) {
+    for (const auto &[key, value] : fields)
         query.addQueryItem(key, value);
-    }
     query.addQueryItem(u"ver"_s, Protocol::versionText());
     return query.toString(QUrl::FullyEncoded).toLatin1();
 }

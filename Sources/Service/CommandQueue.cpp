@@ -17,9 +17,8 @@ QNetworkReply *postBody(QNetworkAccessManager &manager, QNetworkRequest request,
                         const QByteArray &body, CommandQueue::Delivery delivery)
 {
     request.setHeader(QNetworkRequest::ContentTypeHeader, u"application/x-www-form-urlencoded"_s);
-    if (delivery != CommandQueue::Delivery::Once) {
+    if (delivery != CommandQueue::Delivery::Once)
         return manager.post(request, body);
-    }
     request.setHeader(QNetworkRequest::ContentLengthHeader, body.size());
     request.setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
     auto *device = new OneShotBody(body);
@@ -43,18 +42,16 @@ quint64 CommandQueue::append(const QByteArray &body, Delivery delivery)
 
 bool CommandQueue::headMayGo() const
 {
-    if (waiting.isEmpty() || aloneOnTheWire) {
+    if (waiting.isEmpty() || aloneOnTheWire)
         return false;
-    }
     return waiting.head().delivery == Delivery::Alone ? onTheWire.isEmpty()
                                                       : onTheWire.size() < limit;
 }
 
 CommandQueue::Sent CommandQueue::sendNext(QNetworkAccessManager &manager)
 {
-    if (!headMayGo()) {
+    if (!headMayGo())
         return {};
-    }
     const Waiting command = waiting.dequeue();
     QNetworkReply *reply = postBody(manager, serverRequest(url), command.body, command.delivery);
     onTheWire.append(reply);
@@ -64,9 +61,8 @@ CommandQueue::Sent CommandQueue::sendNext(QNetworkAccessManager &manager)
 
 void CommandQueue::ended(QNetworkReply *reply)
 {
-    if (onTheWire.removeOne(reply)) {
+    if (onTheWire.removeOne(reply))
         aloneOnTheWire = false;
-    }
 }
 
 void CommandQueue::clear()

@@ -17,17 +17,14 @@ DeletionDelay::Scope::Scope(DeletionDelay &owned)
 
 DeletionDelay::Scope::~Scope()
 {
-    if (--delay.running > 0) {
+    if (--delay.running > 0)
         return;
-    }
     for (const QPointer<QObject> &object : std::exchange(delay.released, {})) {
-        if (object) {
+        if (object)
             object->deleteLater();
-        }
     }
-    if (std::exchange(delay.ownerDue, false)) {
+    if (std::exchange(delay.ownerDue, false))
         delay.deleteOwner();
-    }
 }
 
 DeletionDelay::DeletionDelay(QObject *object)
@@ -37,9 +34,8 @@ DeletionDelay::DeletionDelay(QObject *object)
 
 bool DeletionDelay::postpones(const QEvent *event)
 {
-    if (event->type() != QEvent::DeferredDelete || running == 0) {
+    if (event->type() != QEvent::DeferredDelete || running == 0)
         return false;
-    }
     ownerDue = true;
     return true;
 }
@@ -54,11 +50,10 @@ void DeletionDelay::release(QObject *object)
 void DeletionDelay::deleteOwner()
 {
     const auto tryAgain = [this] {
-        if (running > 0) {
+        if (running > 0)
             ownerDue = true;
-        } else {
+        else
             delete owner;
-        }
     };
     QMetaObject::invokeMethod(owner, tryAgain, Qt::QueuedConnection);
 }

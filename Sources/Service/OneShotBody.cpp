@@ -21,9 +21,8 @@ qint64 OneShotBody::bytesAvailable() const
 qint64 OneShotBody::readData(char *data, qint64 maxSize)
 {
     const qint64 count = std::min<qint64>(maxSize, body.size() - position);
-    if (count == 0 && maxSize > 0) {
+    if (count == 0 && maxSize > 0)
         return -1;
-    }
     std::memcpy(data, body.constData() + position, static_cast<size_t>(count));
     position += count;
     return count;

@@ -31,9 +31,8 @@ ServerConnectionHandler::ServerConnectionHandler(const QHostAddress &serverAddre
     const QUrl url = Protocol::notifierUrl(address);
     ZOR_LOG(info, "Connecting to notification stream of server : %s", qPrintable(url.toString()));
     streamReply = networkManager.get(serverRequest(url));
-    if (streamReply != nullptr) {
+    if (streamReply != nullptr)
         connect(streamReply, &QNetworkReply::readyRead, this, &ServerConnectionHandler::canRead);
-    }
 }
 
 bool ServerConnectionHandler::event(QEvent *event)
@@ -50,31 +49,25 @@ void ServerConnectionHandler::stop()
     waitingMessages.clear();
     if (streamReply != nullptr) {
         streamReply->abort();
-        if (streamReply != nullptr) {
+        if (streamReply != nullptr)
             deletionDelay.release(streamReply);
-        }
     }
-    for (const auto &[folderSlot, fileSlot] : std::exchange(removeQueue, {})) {
+    for (const auto &[folderSlot, fileSlot] : std::exchange(removeQueue, {}))
         emit handlerRemoveFinished(uuid, folderSlot, fileSlot);
-    }
-    if (removeInFlight.reply != nullptr) {
+    if (removeInFlight.reply != nullptr)
         std::exchange(removeInFlight, {}).reply->abort();
-    }
-    if (moveInFlight.reply != nullptr) {
+    if (moveInFlight.reply != nullptr)
         std::exchange(moveInFlight, {}).reply->abort();
-    }
     cancelUpload();
 }
 
 void ServerConnectionHandler::canRead()
 {
     const DeletionDelay::Scope scope(deletionDelay);
-    if (streamReply == nullptr) {
+    if (streamReply == nullptr)
         return;
-    }
-    if (!std::exchange(connectedEmitted, true)) {
+    if (!std::exchange(connectedEmitted, true))
         emit handlerServerConnected(uuid, address);
-    }
     if (streamReply != nullptr && !closing) {
         waitingMessages += StreamFraming::takeDocuments(receiveBuffer, streamReply->readAll());
         handleWaitingMessages();
@@ -84,9 +77,8 @@ void ServerConnectionHandler::canRead()
 // A receiver's own event loop may enter this again: it then goes on where the outer call stands.
 void ServerConnectionHandler::handleWaitingMessages()
 {
-    while (!waitingMessages.isEmpty()) {
+    while (!waitingMessages.isEmpty())
         handleMessage(waitingMessages.takeFirst());
-    }
 }
 
 void ServerConnectionHandler::handleMessage(const QJsonDocument &document)
@@ -122,18 +114,16 @@ void ServerConnectionHandler::handleMessage(const QJsonDocument &document)
 void ServerConnectionHandler::transfersListed(const QJsonArray &transfers)
 {
     for (const QJsonValue &transfer : transfers) {
-        if (transfer.isObject() && !closing) {
+        if (transfer.isObject() && !closing)
             transferStarted(transfer.toObject());
-        }
     }
 }
 
 void ServerConnectionHandler::transferStarted(const QJsonObject &sync)
 {
     const QUuid id(sync["ID"_L1].toString());
-    if (id.isNull()) {
+    if (id.isNull())
         return;
-    }
     ActiveTransfer transfer;
     transfer.state = sync["STATUS"_L1].toInt(0);
     transfer.folderSlot = sync["FLDIDX"_L1].toInt(0);
@@ -149,9 +139,8 @@ void ServerConnectionHandler::transferProgress(const QJsonObject &sync)
 {
     const QUuid id(sync["ID"_L1].toString());
     const auto entry = activeTransfers.find(id);
-    if (id.isNull() || entry == activeTransfers.end()) {
+    if (id.isNull() || entry == activeTransfers.end())
         return;
-    }
     entry->state = sync["STATUS"_L1].toInt(0);
     entry->progressPercent = sync["CPERCENT"_L1].toInt(0);
     entry->speedBps = sync["SPEEDBPS"_L1].toInt(0);
@@ -162,9 +151,8 @@ void ServerConnectionHandler::transferProgress(const QJsonObject &sync)
 void ServerConnectionHandler::transferFinished(const QJsonObject &sync)
 {
     const QUuid id(sync["ID"_L1].toString());
-    if (id.isNull() || !activeTransfers.contains(id)) {
+    if (id.isNull() || !activeTransfers.contains(id))
         return;
-    }
     const int state = sync["STATUS"_L1].toInt(0);
     const int folderSlot = sync["FLDIDX"_L1].toInt(0);
     const int fileSlot = sync["VISIDX"_L1].toInt(0);
@@ -181,9 +169,8 @@ void ServerConnectionHandler::transferFinished(const QJsonObject &sync)
                               sync["ERROR"_L1].toString(), sync["SERVER"_L1].toString());
         break;
     }
-    if (activeTransfers.remove(id) && activeTransfers.isEmpty() && !closing) {
+    if (activeTransfers.remove(id) && activeTransfers.isEmpty() && !closing)
         emit handlerSyncOperationFinished(uuid);
-    }
 }
 
 void ServerConnectionHandler::serverStats(const QJsonObject &message)
@@ -198,13 +185,12 @@ void ServerConnectionHandler::serverStats(const QJsonObject &message)
 void ServerConnectionHandler::connectionTerminated(QNetworkReply *reply)
 {
     const DeletionDelay::Scope scope(deletionDelay);
-    if (reply == streamReply) {
+    if (reply == streamReply)
         streamEnded(reply);
-    } else if (reply == uploadReply) {
+    else if (reply == uploadReply)
         uploadEnded(reply);
-    } else {
+    else
         commandEnded(reply);
-    }
     deletionDelay.release(reply);
 }
 
@@ -220,13 +206,11 @@ void ServerConnectionHandler::streamEnded(QNetworkReply *reply)
                 error = reply->errorString();
                 disconnectReason = Brenvoka::DisconnectNetworkError;
             }
-            if (reply->bytesAvailable() > 0) {
+            if (reply->bytesAvailable() > 0)
                 canRead();
-            }
         }
-        if (!closing) {
+        if (!closing)
             emit handlerServerDisconnected(address, uuid, disconnectReason, error);
-        }
     }
     activeTransfers = {};
     streamReply = nullptr;

@@ -28,16 +28,14 @@ void ServerConnectionHandler::sendWaitingCommands()
 {
     for (;;) {
         const auto [number, reply] = commands.sendNext(networkManager);
-        if (reply == nullptr) {
+        if (reply == nullptr)
             return;
-        }
-        if (number == removeInFlight.command) {
+        if (number == removeInFlight.command)
             removeInFlight.reply = reply;
-        } else if (number == moveInFlight.command) {
+        else if (number == moveInFlight.command)
             moveInFlight.reply = reply;
-        } else if (number == renameInFlight.command) {
+        else if (number == renameInFlight.command)
             renameInFlight.reply = reply;
-        }
     }
 }
 
@@ -59,9 +57,8 @@ void ServerConnectionHandler::cancelSyncs()
     const QList<QUuid> ids = activeTransfers.keys();
     for (const QUuid &id : ids) {
         const auto entry = activeTransfers.find(id);
-        if (entry == activeTransfers.end() || entry->state >= Brenvoka::SyncImporting) {
+        if (entry == activeTransfers.end() || entry->state >= Brenvoka::SyncImporting)
             continue;
-        }
         entry->state = Brenvoka::SyncCanceling;
         emit handlerSyncProgressUpdate(uuid, entry->folderSlot, entry->fileSlot,
                                        entry->progressPercent, Brenvoka::SyncCanceling);
@@ -74,9 +71,8 @@ void ServerConnectionHandler::cancelSyncs()
 void ServerConnectionHandler::requestRemove(const QList<VisualRef> &visuals)
 {
     removeQueue += visuals;
-    if (removeInFlight.command == 0) {
+    if (removeInFlight.command == 0)
         sendNextRemoval();
-    }
 }
 
 void ServerConnectionHandler::cancelRemoves()
@@ -102,9 +98,8 @@ void ServerConnectionHandler::sendNextRemoval()
 void ServerConnectionHandler::requestRename(const QList<FolderRename> &renames)
 {
     renameQueue += renames;
-    if (renameInFlight.command == 0) {
+    if (renameInFlight.command == 0)
         sendNextRename();
-    }
 }
 
 void ServerConnectionHandler::sendNextRename()
@@ -132,13 +127,11 @@ void ServerConnectionHandler::requestMove(int folderSlot, int fromSlot, int toSl
 
 void ServerConnectionHandler::requestUpload(int folderSlot, int fileSlot, const QString &path)
 {
-    if (uploadReply != nullptr) {
+    if (uploadReply != nullptr)
         return;
-    }
     QHttpMultiPart *form = UploadForm::create(folderSlot, fileSlot, path);
-    if (form == nullptr) {
+    if (form == nullptr)
         return;
-    }
     uploadReply = networkManager.post(serverRequest(Protocol::uploadUrl(address)), form);
     form->setParent(uploadReply);
     connect(uploadReply, &QNetworkReply::errorOccurred, this,
@@ -149,9 +142,8 @@ void ServerConnectionHandler::requestUpload(int folderSlot, int fileSlot, const 
 
 void ServerConnectionHandler::cancelUpload()
 {
-    if (uploadReply == nullptr) {
+    if (uploadReply == nullptr)
         return;
-    }
     const DeletionDelay::Scope scope(deletionDelay);
     QNetworkReply *reply = std::exchange(uploadReply, nullptr);
     disconnect(reply, &QNetworkReply::errorOccurred, this, &ServerConnectionHandler::uploadError);
@@ -163,9 +155,8 @@ void ServerConnectionHandler::cancelUpload()
 
 void ServerConnectionHandler::uploadProgress(qlonglong bytesSent, qlonglong bytesTotal)
 {
-    if (bytesSent <= 0 || bytesTotal <= 0) {
+    if (bytesSent <= 0 || bytesTotal <= 0)
         return;
-    }
     const DeletionDelay::Scope scope(deletionDelay);
     const float share = static_cast<float>(bytesSent) / static_cast<float>(bytesTotal);
     emit uploadedFileProgress(uuid, static_cast<int>(share * 100.0));
@@ -177,9 +168,8 @@ void ServerConnectionHandler::uploadError(QNetworkReply::NetworkError error)
 {
     const DeletionDelay::Scope scope(deletionDelay);
     ZOR_LOG(error, "File upload error: %d", static_cast<int>(error));
-    if (uploadReply == nullptr) {
+    if (uploadReply == nullptr)
         return;
-    }
     const QNetworkReply *reply = std::exchange(uploadReply, nullptr);
     emit uploadedFileError(uuid, reply->errorString());
 }
@@ -187,9 +177,8 @@ void ServerConnectionHandler::uploadError(QNetworkReply::NetworkError error)
 void ServerConnectionHandler::uploadEnded(QNetworkReply *reply)
 {
     uploadReply = nullptr;
-    if (closing) {
+    if (closing)
         return;
-    }
     bool success = false;
     QString message;
     parseResult(reply, success, message);
@@ -209,16 +198,14 @@ void ServerConnectionHandler::commandEnded(QNetworkReply *reply)
     --pendingRequests;
     commands.ended(reply);
     sendWaitingCommands();
-    if (closing) {
+    if (closing)
         return;
-    }
-    if (reply == moveInFlight.reply) {
+    if (reply == moveInFlight.reply)
         moveEnded(reply);
-    } else if (reply == removeInFlight.reply) {
+    else if (reply == removeInFlight.reply)
         removeEnded(reply);
-    } else if (reply == renameInFlight.reply) {
+    else if (reply == renameInFlight.reply)
         renameEnded(reply);
-    }
 }
 
 void ServerConnectionHandler::moveEnded(QNetworkReply *reply)
@@ -232,14 +219,12 @@ void ServerConnectionHandler::moveEnded(QNetworkReply *reply)
                 qPrintable(address.toString()), moveInFlight.folderSlot, moveInFlight.fromSlot,
                 moveInFlight.toSlot, qUtf8Printable(message));
     }
-    if (success) {
+    if (success)
         emit handlerMoveFileFinished(uuid);
-    } else {
+    else
         emit handlerMoveFileError(uuid, message);
-    }
-    if (moveInFlight.reply == reply) {
+    if (moveInFlight.reply == reply)
         moveInFlight = {};
-    }
 }
 
 void ServerConnectionHandler::removeEnded(QNetworkReply *reply)
@@ -260,9 +245,8 @@ void ServerConnectionHandler::removeEnded(QNetworkReply *reply)
                 qPrintable(address.toString()), folderSlot, fileSlot, qUtf8Printable(message));
         emit handlerRemoveError(uuid, folderSlot, fileSlot, message);
     }
-    if (!closing) {
+    if (!closing)
         sendNextRemoval();
-    }
 }
 
 void ServerConnectionHandler::renameEnded(QNetworkReply *reply)
@@ -282,19 +266,17 @@ void ServerConnectionHandler::renameEnded(QNetworkReply *reply)
                 qPrintable(address.toString()), folderSlot, qUtf8Printable(message));
         emit handlerRenameError(uuid, folderSlot, message);
     }
-    if (!closing) {
+    if (!closing)
         sendNextRename();
-    }
 }
 
 /// The result in the body, or else the text of the network error.
 void ServerConnectionHandler::readOutcome(QNetworkReply *reply, bool &success, QString &message)
 {
-    if (reply->error() == QNetworkReply::NoError) {
+    if (reply->error() == QNetworkReply::NoError)
         parseResult(reply, success, message);
-    } else {
+    else
         message = reply->errorString();
-    }
 }
 
 void ServerConnectionHandler::parseResult(QNetworkReply *reply, bool &success, QString &message)

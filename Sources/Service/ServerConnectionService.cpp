@@ -29,9 +29,8 @@ void ServerConnectionService::addHandler(const QHostAddress &address, const QUui
 void ServerConnectionService::removeHandler(const QUuid &uuid)
 {
     ServerConnectionHandler *handler = requireHandler(uuid);
-    if (handler == nullptr) {
+    if (handler == nullptr)
         return;
-    }
     ZOR_LOG(info, " Handler removed for server id %s", qPrintable(uuid.toString()));
     handler->stop();
     takeOut(handler);
@@ -42,9 +41,8 @@ void ServerConnectionService::onServerDisconnected(const QHostAddress &address, 
                                                    const QString &error)
 {
     ServerConnectionHandler *handler = requireHandler(uuid);
-    if (handler == nullptr) {
+    if (handler == nullptr)
         return;
-    }
     ZOR_LOG(info, "Handler removed for id %s address %s", qPrintable(uuid.toString()),
             qPrintable(address.toString()));
     takeOut(handler);
@@ -102,82 +100,71 @@ ServerConnectionService::findHandlerByAddress(const QHostAddress &address) const
 ServerConnectionHandler *ServerConnectionService::requireHandler(const QUuid &id) const
 {
     ServerConnectionHandler *handler = findHandler(id);
-    if (handler == nullptr) {
+    if (handler == nullptr)
         ZOR_LOG(info, "Handler not found for id %s", qPrintable(id.toString()));
-    }
     return handler;
 }
 
 ServerConnectionHandler *ServerConnectionService::requireTarget(const QUuid &id) const
 {
     ServerConnectionHandler *handler = findHandler(id);
-    if (handler == nullptr) {
+    if (handler == nullptr)
         ZOR_LOG(info, "Handler not found for id: %s", qPrintable(id.toString()));
-    }
     return handler;
 }
 
 bool ServerConnectionService::requireAddress(const QHostAddress &address) const
 {
     const bool found = findHandlerByAddress(address) != nullptr;
-    if (!found) {
+    if (!found)
         ZOR_LOG(info, "Handler not found for address %s", qPrintable(address.toString()));
-    }
     return found;
 }
 
 void ServerConnectionService::requestRemove(const QUuid &uuid, const QList<VisualRef> &visuals)
 {
-    if (ServerConnectionHandler *handler = requireHandler(uuid)) {
+    if (ServerConnectionHandler *handler = requireHandler(uuid))
         handler->requestRemove(visuals);
-    }
 }
 
 void ServerConnectionService::cancelRemoves(const QUuid &uuid)
 {
-    if (ServerConnectionHandler *handler = requireHandler(uuid)) {
+    if (ServerConnectionHandler *handler = requireHandler(uuid))
         handler->cancelRemoves();
-    }
 }
 
 void ServerConnectionService::clearPendingRemoves(const QUuid &uuid)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+    if (ServerConnectionHandler *handler = requireTarget(uuid))
         handler->cancelRemoves();
-    }
 }
 
 void ServerConnectionService::requestMove(const QUuid &uuid, int folderSlot, int fromSlot,
                                           int toSlot)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+    if (ServerConnectionHandler *handler = requireTarget(uuid))
         handler->requestMove(folderSlot, fromSlot, toSlot);
-    }
 }
 
 void ServerConnectionService::cancelAllSyncs()
 {
     const QList<QPointer<ServerConnectionHandler>> all(handlers.begin(), handlers.end());
-    for (const QPointer<ServerConnectionHandler> &handler : all) {
-        if (handler != nullptr) {
+    for (const QPointer<ServerConnectionHandler> &handler : all)
+        if (handler != nullptr)
             handler->cancelSyncs();
-        }
-    }
 }
 
 void ServerConnectionService::requestUpload(const QUuid &uuid, int folderSlot, int fileSlot,
                                             const QString &path)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+    if (ServerConnectionHandler *handler = requireTarget(uuid))
         handler->requestUpload(folderSlot, fileSlot, path);
-    }
 }
 
 void ServerConnectionService::cancelUpload(const QUuid &uuid)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+    if (ServerConnectionHandler *handler = requireTarget(uuid))
         handler->cancelUpload();
-    }
 }
 
 void ServerConnectionService::requestSync(const QHostAddress &sourceAddress,
@@ -194,9 +181,8 @@ void ServerConnectionService::requestSync(const QHostAddress &sourceAddress,
 
 void ServerConnectionService::requestRename(const QUuid &uuid, const QList<FolderRename> &renames)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid)) {
+    if (ServerConnectionHandler *handler = requireTarget(uuid))
         handler->requestRename(renames);
-    }
 }
 
 void ServerConnectionService::onSyncProgressUpdate(const QUuid &uuid, int folderSlot, int fileSlot,
@@ -220,93 +206,80 @@ void ServerConnectionService::onSyncRequestFinished(const QUuid &uuid, int folde
 
 void ServerConnectionService::onSyncOperationFinished(const QUuid &uuid)
 {
-    if (requireHandler(uuid) != nullptr) {
+    if (requireHandler(uuid) != nullptr)
         emit syncOperationFinished(uuid);
-    }
 }
 
 void ServerConnectionService::onServerConnected(const QUuid &uuid, const QHostAddress &address)
 {
-    if (requireHandler(uuid) != nullptr) {
+    if (requireHandler(uuid) != nullptr)
         emit serverConnected(uuid, address);
-    }
 }
 
 void ServerConnectionService::onUploadedFileProgress(const QUuid &address, int progress)
 {
-    if (requireHandler(address) != nullptr) {
+    if (requireHandler(address) != nullptr)
         emit uploadedFileProgress(address, progress);
-    }
 }
 
 void ServerConnectionService::onUploadedFileError(const QUuid &address, const QString &err)
 {
-    if (requireHandler(address) != nullptr) {
+    if (requireHandler(address) != nullptr)
         emit uploadedFileError(address, err);
-    }
 }
 
 void ServerConnectionService::onUploadedFileFinished(const QUuid &address)
 {
-    if (requireHandler(address) != nullptr) {
+    if (requireHandler(address) != nullptr)
         emit uploadedFileFinished(address);
-    }
 }
 
 void ServerConnectionService::onMoveFileError(const QUuid &serverId, const QString &err)
 {
-    if (requireHandler(serverId) != nullptr) {
+    if (requireHandler(serverId) != nullptr)
         emit movedFileError(serverId, err);
-    }
 }
 
 void ServerConnectionService::onMoveFileFinished(const QUuid &serverId)
 {
-    if (requireHandler(serverId) != nullptr) {
+    if (requireHandler(serverId) != nullptr)
         emit movedFileFinished(serverId);
-    }
 }
 
 void ServerConnectionService::onServerLibraryChanged(const QHostAddress &address, const QUuid &uuid)
 {
-    if (requireAddress(address)) {
+    if (requireAddress(address))
         emit serverLibraryChanged(uuid);
-    }
 }
 
 void ServerConnectionService::onServerUpdateStats(const QHostAddress &address, const QUuid &uuid,
                                                   float gf, float tf, float mf, bool fs)
 {
-    if (requireAddress(address)) {
+    if (requireAddress(address))
         emit serverUpdateStats(uuid, gf, tf, mf, fs);
-    }
 }
 
 void ServerConnectionService::onRemoveError(const QUuid &uuid, int folderSlot, int fileSlot,
                                             const QString &error)
 {
-    if (requireHandler(uuid) != nullptr) {
+    if (requireHandler(uuid) != nullptr)
         emit visualRemoveError(uuid, folderSlot, fileSlot, error);
-    }
 }
 
 void ServerConnectionService::onRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot)
 {
-    if (requireHandler(uuid) != nullptr) {
+    if (requireHandler(uuid) != nullptr)
         emit visualRemoveFinished(uuid, folderSlot, fileSlot);
-    }
 }
 
 void ServerConnectionService::onRenameError(const QUuid &uuid, int folderSlot, const QString &error)
 {
-    if (requireHandler(uuid) != nullptr) {
+    if (requireHandler(uuid) != nullptr)
         emit folderRenameError(uuid, folderSlot, error);
-    }
 }
 
 void ServerConnectionService::onRenameFinished(const QUuid &uuid, int folderSlot)
 {
-    if (requireHandler(uuid) != nullptr) {
+    if (requireHandler(uuid) != nullptr)
         emit folderRenameFinished(uuid, folderSlot);
-    }
 }

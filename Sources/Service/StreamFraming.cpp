@@ -10,14 +10,12 @@ namespace {
 /// Whether the piece is done with: it is empty or gave a document.
 bool takePiece(const QByteArray &piece, QList<QJsonDocument> &documents)
 {
-    if (piece.isEmpty()) {
+    if (piece.isEmpty())
         return true;
-    }
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(piece, &error);
-    if (error.error != QJsonParseError::NoError) {
+    if (error.error != QJsonParseError::NoError)
         return false;
-    }
     documents.append(document);
     return true;
 }
@@ -35,17 +33,15 @@ QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &chunk)
         return documents;
     }
     buffer.append(chunk.constData(), end);
-    if (takePiece(buffer, documents)) {
+    if (takePiece(buffer, documents))
         buffer.clear();
-    }
     while (end < chunk.size()) {
         const qsizetype begin = end + 1;
         const qsizetype next = chunk.indexOf('\0', begin);
         end = next < 0 ? chunk.size() : next;
         const QByteArray piece = QByteArray::fromRawData(chunk.constData() + begin, end - begin);
-        if (!takePiece(piece, documents)) {
+        if (!takePiece(piece, documents))
             buffer.append(piece);
-        }
     }
     return documents;
 }

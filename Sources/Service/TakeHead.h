@@ -14,9 +14,8 @@
 template <typename Entry>
 void takeHead(QList<Entry> &queue)
 {
-    if (queue.isEmpty()) {
+    if (queue.isEmpty())
         return;
-    }
     qsizetype end = 0;
     for (qsizetype later = 1; later < queue.size(); ++later) {
         if (!(queue.at(later) == queue.at(0))) {

@@ -47,9 +47,8 @@ namespace UploadForm {
 QHttpMultiPart *create(int folderSlot, int fileSlot, const QString &path)
 {
     auto file = std::make_unique<UploadFile>(path);
-    if (!file->isOpen()) {
+    if (!file->isOpen())
         return nullptr;
-    }
     auto form = std::make_unique<QHttpMultiPart>(QHttpMultiPart::FormDataType);
     file->setParent(form.get());
     form->append(field("folderIdx"_ba, QString::number(folderSlot)));
