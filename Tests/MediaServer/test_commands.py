@@ -48,6 +48,9 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.remove(3, 17), IN_USE)
         self.assertEqual(server.upload(3, 17, "x.bin", b"x"),
                          {"msg_type": 7, "RESULT": 3, "ERROR": "No more room"})
+        reply = server.request("POST", "/brenvoka/upload.html", "no form",
+                               {"Content-Type": "text/plain"})
+        self.assertEqual((reply.status, reply.json()["RESULT"]), (200, 3))
         self.assertEqual(server.rename(3, "Name"), DONE)
 
     def test_single_requests_are_refused_by_their_number(self):

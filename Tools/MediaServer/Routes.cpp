@@ -162,8 +162,7 @@ void Routes::upload(const Request &request, Response &response,
     const auto refused = refusal("upload");
     CommandResult result;
     if (refused) {
-        reader([](const httplib::MultipartFormData &) { return true; },
-               [](const char *, std::size_t) { return true; });
+        UploadHandler::readToTheEnd(request, reader);
         result = *refused;
     } else {
         result = uploads.take(request, reader, fields);

@@ -89,7 +89,7 @@ CommandResult UploadHandler::take(const httplib::Request &request,
                                   const httplib::ContentReader &reader, FormFields &fields)
 {
     if (!request.is_multipart_form_data()) {
-        reader([](const char *, std::size_t) { return true; });
+        readToTheEnd(request, reader);
         return CommandResult::failure(u"An upload is a multipart form"_s);
     }
     const QString path = library.newIncomingPath();
@@ -109,6 +109,16 @@ CommandResult UploadHandler::take(const httplib::Request &request,
                                                 : CommandResult::failure(form.error);
     QFile::remove(path);
     return result;
+}
+
+void UploadHandler::readToTheEnd(const httplib::Request &request,
+                                 const httplib::ContentReader &reader)
+{
+    const auto ignore = [](const char *, std::size_t) { return true; };
+    if (request.is_multipart_form_data())
+        reader([](const httplib::MultipartFormData &) { return true; }, ignore);
+    else
+        reader(ignore);
 }
 
 CommandResult UploadHandler::store(const FormFields &fields, const QString &hash,

@@ -23,6 +23,9 @@ public:
     [[nodiscard]] CommandResult take(const httplib::Request &request,
                                      const httplib::ContentReader &reader, FormFields &fields);
 
+    /// Reads whatever comes and keeps nothing of it.
+    static void readToTheEnd(const httplib::Request &request, const httplib::ContentReader &reader);
+
 private:
     [[nodiscard]] CommandResult store(const FormFields &fields, const QString &hash,
                                       const QString &path);
