@@ -94,9 +94,14 @@ class Removal(Operations):
         self.keep_picture("removing")
         self.program.press_button(removing, "Cancel")
         self.program.wait_until_no_dialog()
-        self.assertEqual(len(self.left.commands(2)), 1)
-        wait_for(lambda: self.bank.list.enabled, "the bank")
+        # The one on the wire completes; the others are not sent behind it.
+        wait_for(lambda: len(self.left.commands(2)) == 1, "the order to remove")
+        self.left.tell("end-stall")
+        wait_for(lambda: len(self.left.slots()) == 7, "the first visual to go")
+        self.wait_for_the_notice()
         self.end()
+        self.assertEqual(len(self.left.commands(2)), 1)
+        self.assertEqual(len(self.left.slots()), 7)
 
     def test_the_warning_comes_even_with_nothing_to_remove(self):
         self.stage(clips(0, (1,)))

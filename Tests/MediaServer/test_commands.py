@@ -152,6 +152,10 @@ class CommandTest(MediaServerTest):
             connection.setblocking(False)
             with self.assertRaises(BlockingIOError):
                 connection.recv(1)
+            server.order("end-stall")
+            connection.settimeout(PATIENCE)
+            self.assertIn(b"200 OK", connection.recv(4096))
+        self.assertEqual(server.rename(0, "Name"), DONE)
 
 
 class MalformedTest(MediaServerTest):

@@ -57,7 +57,7 @@ const QList<QCommandLineOption> &definitions()
         {u"fail-thumbnail"_s, u"Fail the thumbnail of FOLDER/SLOT."_s, u"place"_s},
         {u"thumbnail-delay"_s, u"MS[@FOLDER/SLOT]: time that each or one thumbnail takes."_s,
          u"ms"_s},
-        {u"stall"_s, u"Take commands and never answer them."_s},
+        {u"stall"_s, u"Take commands and answer none."_s},
         {u"drop-stream-after"_s, u"Cut each notification stream."_s, u"ms"_s},
         {u"die-after"_s, u"Die when so many bytes of media have passed."_s, u"bytes"_s, u"0"_s},
         {u"bad-json"_s, u"Break the library document off in the middle."_s},

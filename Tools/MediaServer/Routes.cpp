@@ -85,6 +85,7 @@ std::string summary(const FormFields &fields)
 Routes::Routes(const Parts &serverParts, const Options &serverOptions)
     : parts(serverParts)
     , options(serverOptions)
+    , stalling(options.faults.stall)
     , refusals(options.faults.refuse)
     , document(parts.library, {.sparse = options.faults.sparse, .broken = options.faults.badJson})
     , thumbnails(parts.library)
@@ -142,11 +143,12 @@ void Routes::notifier(Response &response)
 void Routes::execute(const Request &request, Response &response)
 {
     parts.log.add(request.method, request.target, request.body);
-    if (options.faults.stall) {
-        while (!parts.http.isShuttingDown())
-            std::this_thread::sleep_for(50ms);
-        response.status = 503;
-        return;
+    while (stalling) {
+        if (parts.http.isShuttingDown()) {
+            response.status = 503;
+            return;
+        }
+        std::this_thread::sleep_for(50ms);
     }
     const auto refused = refusal(request.get_param_value("req_type"));
     const CommandResult result = refused ? *refused : commands.execute(request.params);

@@ -14,6 +14,8 @@
 #include "MediaServer/ThumbnailMaker.h"
 #include "MediaServer/UploadHandler.h"
 
+#include <atomic>
+
 /// What each address answers. The handlers run on the threads of the connections and hold no
 /// lock of their own.
 class Routes
@@ -33,6 +35,9 @@ public:
     /// Registers the handlers; `parts` must outlive the server.
     Routes(const Parts &serverParts, const Options &serverOptions);
 
+    /// Carries out and answers the commands that were taken so far, and later ones at once.
+    void endStall() { stalling = false; }
+
 private:
     using Request = httplib::Request;
     using Response = httplib::Response;
@@ -47,6 +52,7 @@ private:
 
     const Parts parts;
     const Options &options;
+    std::atomic_bool stalling;
     Refusals refusals;
     LibraryDocument document;
     ThumbnailMaker thumbnails;

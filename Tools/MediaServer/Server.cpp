@@ -105,6 +105,8 @@ void Server::command(const QString &line)
         reportLibraryChange();
     else if (word == "end-imports"_L1)
         importPause.callOff();
+    else if (word == "end-stall"_L1)
+        routes.endStall();
     else if (word == "quiet?"_L1)
         say(transfers.isQuiet() ? u"quiet"_s : u"busy"_s);
     else if (word == "told?"_L1)
