@@ -144,6 +144,7 @@ private slots:
         screen.toggle(1);
         screen.toggle(2);
         screen.press(QDialogButtonBox::Cancel);
+        QVERIFY(screen.dialog.isHidden());
         QCOMPARE(screen.dialog.result(), int(QDialog::Rejected));
         QCOMPARE(screen.dialog.warningLevel, 5U);
         QCOMPARE(Screen(screen.dialog.warningLevel).ticked(), 5U);
