@@ -1,11 +1,55 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Benchmarks/Comparison.h"
 #include "Support/WindowRig.h"
+
+#include <QStyledItemDelegate>
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What it costs to rebuild the rows of one bank in a window that is shown, layout included.
+namespace {
+
+/// Lays the rows out and paints them.
+void showNow(QListWidget &list)
+{
+    QCoreApplication::processEvents();
+    list.viewport()->repaint();
+}
+
+/// A list of Qt's with the rows of a bank: the same pictures, texts, sizes, fonts and style sheet.
+class BareList final : public QListWidget
+{
+public:
+    explicit BareList(const BVServerBank &bank)
+    {
+        const MediaListWidget &list = listOf(bank);
+        setStyleSheet(bank.styleSheet());
+        setViewMode(list.viewMode());
+        setResizeMode(list.resizeMode());
+        setIconSize(list.iconSize());
+        setSelectionMode(list.selectionMode());
+        resize(list.size());
+        for (int row = 0; row < list.count(); ++row)
+            rows.append(*list.item(row));
+    }
+
+    void rebuild()
+    {
+        clear();
+        for (const QListWidgetItem &row : rows)
+            addItem(new QListWidgetItem(row));
+        showNow(*this);
+    }
+
+private:
+    QList<QListWidgetItem> rows;
+};
+
+} // namespace
+
+/// What it costs to rebuild the rows of one bank in a window that is shown, layout included, and to
+/// paint them.
 class tst_BVServerBankBenchmark final : public QObject
 {
     Q_OBJECT
@@ -15,10 +59,13 @@ private slots:
     {
         QPixmapCache::setCacheLimit(40960); // as the program does; the full folder fits twice
         QList<Visual> files;
-        for (int slot = 1; slot < 256; ++slot)
+        QList<Visual> longFiles;
+        for (int slot = 1; slot < 256; ++slot) {
             files.append(visual(slot, u"Sunset"_s, slot));
+            longFiles.append(visual(slot, u"Sunset over the sea "_s.repeated(500), slot));
+        }
         Server server = sampleServer(u"Stage left"_s, u"127.50.6.1"_s);
-        server.folders = {folder(0, u"Full"_s, files)};
+        server.folders = {folder(0, u"Full"_s, files), folder(1, u"Long names"_s, longFiles)};
         rig.connectServer(server);
         QVERIFY(rig.show());
     }
@@ -28,11 +75,7 @@ private slots:
     {
         QFETCH(const bool, listView);
         rig.bankA().setListMode(listView);
-        QBENCHMARK
-        {
-            rig.bankA().showFolders();
-            QCoreApplication::processEvents();
-        }
+        compareWithBareList([this] { rig.bankA().showFolders(); });
         QCOMPARE(listOf(rig.bankA()).count(), 256);
     }
 
@@ -41,12 +84,38 @@ private slots:
     {
         QFETCH(const bool, listView);
         rig.bankA().setListMode(listView);
-        QBENCHMARK
-        {
-            rig.bankA().showFolder(0, false);
-            QCoreApplication::processEvents();
-        }
+        compareWithBareList([this] { rig.bankA().showFolder(0, false); });
         QCOMPARE(listOf(rig.bankA()).count(), 257);
+    }
+
+    void painting_data()
+    {
+        QTest::addColumn<int>("folderSlot");
+        QTest::newRow("names of 11 characters") << 0;
+        QTest::newRow("names of 10,000 characters") << 1;
+    }
+    void painting()
+    {
+        QFETCH(const int, folderSlot);
+        rig.bankA().setListMode(true);
+        rig.bankA().showFolder(folderSlot, false);
+        MediaListWidget &list = listOf(rig.bankA());
+        QStyledItemDelegate plain;
+        QAbstractItemDelegate *const own = list.itemDelegate();
+        const Comparison time = compare(
+            [&] {
+                list.setItemDelegate(own);
+                paint(list);
+            },
+            [&] {
+                list.setItemDelegate(&plain);
+                paint(list);
+            });
+        list.setItemDelegate(own);
+        // A long name is cut before it is laid out.
+        const double limit = folderSlot == 0 ? 2 : 1;
+        time.tell("20 paintings of a list with the bank's delegate", "with Qt's");
+        QVERIFY(time.ratio() < limit);
     }
 
 private:
@@ -55,6 +124,31 @@ private:
         QTest::addColumn<bool>("listView");
         QTest::newRow("list view") << true;
         QTest::newRow("icon view") << false;
+    }
+
+    static void paint(MediaListWidget &list)
+    {
+        for (int time = 0; time < 20; ++time)
+            QVERIFY(!list.viewport()->grab().isNull());
+    }
+
+    template <typename Rebuild>
+    void compareWithBareList(Rebuild rebuild)
+    {
+        rebuild();
+        const BVServerBank &bank = rig.bankA();
+        BareList bare(bank);
+        bare.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&bare));
+        const Comparison time = compare(
+            [&] {
+                rebuild();
+                showNow(listOf(bank));
+            },
+            [&] { bare.rebuild(); }, 21);
+        QCOMPARE(bare.count(), listOf(bank).count());
+        time.tell("rebuild of a bank", "of a bare QListWidget with the same rows");
+        QVERIFY(time.ratio() < 8);
     }
 
     WindowRig rig;

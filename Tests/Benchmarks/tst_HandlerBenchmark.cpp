@@ -1,17 +1,24 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Benchmarks/Comparison.h"
+#include "Service/CommandBodies.h"
+#include "Service/Protocol.h"
 #include "Service/ServerConnectionHandler.h"
+#include "Service/ServerRequest.h"
 #include "Service/StreamFraming.h"
 
-#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QNetworkAccessManager>
+#include <QNetworkProxy>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTest>
 #include <QTimer>
+
+#include <malloc.h>
 
 #include <functional>
 
@@ -60,15 +67,135 @@ qint64 processMemory(const QString &name)
     return line.match(QString::fromLatin1(status.readAll())).captured(1).toLongLong();
 }
 
-qint64 framingTime(const QByteArray &stream, qsizetype chunkSize)
+/// Lets the memory's peak begin anew at what is used now.
+bool forgetMemoryPeak()
 {
-    QElapsedTimer timer;
-    timer.start();
+    QFile file(u"/proc/self/clear_refs"_s);
+    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write("5") == 1;
+}
+
+/// A message with that many transfers, as the stream carries it.
+QByteArray frameOf(int transfers)
+{
+    QByteArray frame = "{\"msg_type\":0,\"active_transfers\":[";
+    for (int i = 0; i < transfers; ++i)
+        frame += "{\"ID\":\"{7d444840-9dc0-11d1-b245-5ffdce74fad2}\",\"STATUS\":0,"
+                 "\"FLDIDX\":3,\"VISIDX\":17,\"SERVER\":\"http://127.0.0.2:4567\"},";
+    frame.chop(1);
+    frame += "]}";
+    frame.append('\0');
+    return frame;
+}
+
+using TakeDocuments = QList<QJsonDocument> (*)(QByteArray &, const QByteArray &);
+
+/// Splits all that has come so far at each chunk, and tries whether the tail is a document.
+QList<QJsonDocument> takeDocumentsNaively(QByteArray &buffer, const QByteArray &chunk)
+{
+    QList<QJsonDocument> documents;
+    const QList<QByteArray> pieces = (buffer + chunk).split('\0');
+    buffer.clear();
+    for (const QByteArray &piece : pieces) {
+        const QJsonDocument document = QJsonDocument::fromJson(piece);
+        if (document.isNull())
+            buffer += piece;
+        else
+            documents.append(document);
+    }
+    return documents;
+}
+
+/// The number of documents that come out of the stream when it arrives in chunks of that size.
+qsizetype frame(TakeDocuments take, const QByteArray &stream, qsizetype chunkSize)
+{
     QByteArray buffer;
     qsizetype documents = 0;
     for (qsizetype at = 0; at < stream.size(); at += chunkSize)
-        documents += StreamFraming::takeDocuments(buffer, stream.mid(at, chunkSize)).size();
-    return documents == 1 ? timer.nsecsElapsed() : -1;
+        documents += take(buffer, stream.mid(at, chunkSize)).size();
+    return documents;
+}
+
+QList<VisualRef> visualsOfFolders(int folders)
+{
+    QList<VisualRef> visuals;
+    for (int folder = 0; folder < folders; ++folder) {
+        for (int slot = 1; slot < 256; ++slot)
+            visuals.append({folder, slot});
+    }
+    return visuals;
+}
+
+/// Runs the event loop until the server has answered that many commands, counted from now.
+void waitForAnswers(AnsweringServer &server, qsizetype commands)
+{
+    server.commands = 0;
+    // Not by qWait, which sleeps between its rounds.
+    QEventLoop loop;
+    QTimer::singleShot(240000, &loop, &QEventLoop::quit);
+    server.whenAnswered = [&](qsizetype answered) {
+        if (answered == commands)
+            loop.quit();
+    };
+    loop.exec();
+    server.whenAnswered = [](qsizetype) {};
+    QCOMPARE(server.commands, commands);
+}
+
+void syncByHandler(AnsweringServer &server, const QList<VisualRef> &visuals)
+{
+    ServerConnectionHandler handler(server.serverAddress(), QUuid::createUuid());
+    handler.requestSync(server.serverAddress(), visuals);
+    waitForAnswers(server, visuals.size());
+}
+
+void syncAllAtOnce(AnsweringServer &server, const QList<VisualRef> &visuals)
+{
+    QNetworkAccessManager manager;
+    manager.setProxy(QNetworkProxy::NoProxy);
+    for (const VisualRef &visual : visuals) {
+        QNetworkRequest request = serverRequest(Protocol::executeUrl(server.serverAddress()));
+        request.setHeader(QNetworkRequest::ContentTypeHeader,
+                          u"application/x-www-form-urlencoded"_s);
+        manager.post(request, CommandBodies::sync(server.serverAddress(), visual));
+    }
+    waitForAnswers(server, visuals.size());
+}
+
+/// The least that a client can do: one socket, one command after the other.
+void syncBySocket(AnsweringServer &server, const QList<VisualRef> &visuals)
+{
+    QTcpSocket socket;
+    socket.setProxy(QNetworkProxy::NoProxy);
+    qsizetype sent = 0;
+    const auto sendNext = [&] {
+        if (sent == visuals.size())
+            return;
+        const QByteArray body = CommandBodies::sync(server.serverAddress(), visuals.at(sent++));
+        socket.write("POST /brenvoka/execute.html HTTP/1.1\r\nHost: 127.20.9.1:4567\r\n"
+                     "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
+                     QByteArray::number(body.size()) + "\r\n\r\n" + body);
+    };
+    QObject::connect(&socket, &QTcpSocket::connected, &socket, sendNext);
+    QObject::connect(&socket, &QTcpSocket::readyRead, &socket, [&] {
+        (void)socket.readAll();
+        sendNext();
+    });
+    socket.connectToHost(server.serverAddress(), 4567);
+    socket.setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    waitForAnswers(server, visuals.size());
+}
+
+/// By how much the work lets the memory grow at its peak, in MB.
+template <typename Work>
+double memoryGrowth(Work work)
+{
+    // What was once used stays with the process, and would be used again unseen.
+    malloc_trim(0);
+    if (!forgetMemoryPeak())
+        qFatal("The peak of the memory cannot be reset");
+    const qint64 before = processMemory(u"VmRSS"_s);
+    work();
+    return double(processMemory(u"VmHWM"_s) - before) / 1024;
 }
 
 } // namespace
@@ -82,54 +209,65 @@ private slots:
     // One message with all the transfers of a full library, as it trickles in.
     void longFrameInManyChunks()
     {
-        QByteArray frame = "{\"msg_type\":0,\"active_transfers\":[";
-        for (int i = 0; i < 65280; ++i)
-            frame += "{\"ID\":\"{7d444840-9dc0-11d1-b245-5ffdce74fad2}\",\"STATUS\":0,"
-                     "\"FLDIDX\":3,\"VISIDX\":17,\"SERVER\":\"http://127.0.0.2:4567\"},";
-        frame.chop(1);
-        frame += "]}";
-        frame.append('\0');
-        const qint64 whole = framingTime(frame, frame.size());
-        const qint64 chunks = framingTime(frame, 1000);
-        QVERIFY(whole > 0 && chunks > 0);
-        const double ratio = static_cast<double>(chunks) / static_cast<double>(whole);
-        qInfo("A frame of %.1f MB: %.0f ms in one chunk, %.0f ms in chunks of 1000 bytes, %.2f "
-              "times",
-              static_cast<double>(frame.size()) / 1e6, static_cast<double>(whole) / 1e6,
-              static_cast<double>(chunks) / 1e6, ratio);
-        QVERIFY(ratio < 3);
+        const QByteArray stream = frameOf(65280);
+        const Comparison time = compare(
+            [&] { QCOMPARE(frame(StreamFraming::takeDocuments, stream, 1000), 1); },
+            [&] { QCOMPARE(frame(StreamFraming::takeDocuments, stream, stream.size()), 1); });
+        qInfo("A frame of %.1f MB", static_cast<double>(stream.size()) / 1e6);
+        time.tell("in chunks of 1000 bytes", "in one chunk");
+        QVERIFY(time.ratio() < 3);
+    }
+
+    void longFrameAgainstNaiveFraming()
+    {
+        const QByteArray stream = frameOf(8160);
+        const Comparison time =
+            compare([&] { QCOMPARE(frame(StreamFraming::takeDocuments, stream, 1000), 1); },
+                    [&] { QCOMPARE(frame(takeDocumentsNaively, stream, 1000), 1); }, 3);
+        qInfo("A frame of %.1f MB in chunks of 1000 bytes",
+              static_cast<double>(stream.size()) / 1e6);
+        time.tell("framing", "a trial at each chunk");
+        QVERIFY(time.ratio() < 0.1);
     }
 
     void largestSynchronisation()
     {
         AnsweringServer server(QHostAddress(u"127.20.9.1"_s));
-        ServerConnectionHandler handler(server.serverAddress(), QUuid::createUuid());
-        QList<VisualRef> visuals;
-        for (int folder = 0; folder < 256; ++folder) {
-            for (int slot = 1; slot < 256; ++slot)
-                visuals.append({folder, slot});
-        }
-        const qint64 before = processMemory(u"VmRSS"_s);
-        QElapsedTimer timer;
-        timer.start();
-        handler.requestSync(server.serverAddress(), visuals);
-        const qint64 call = timer.elapsed();
-        // Not by qWait, which sleeps between its rounds.
-        QEventLoop loop;
-        QTimer::singleShot(240000, &loop, &QEventLoop::quit);
-        server.whenAnswered = [&](qsizetype commands) {
-            if (commands == visuals.size())
-                loop.quit();
-        };
-        loop.exec();
-        QCOMPARE(server.commands, visuals.size());
-        const qint64 all = timer.elapsed();
-        const qint64 growth = processMemory(u"VmHWM"_s) - before;
-        qInfo("%lld commands: the call took %lld ms, all of them %lld ms; memory grew by %.1f MB "
-              "at its peak",
-              static_cast<long long>(visuals.size()), call, all,
-              static_cast<double>(growth) / 1024);
-        QVERIFY(growth < 200 * 1024);
+        const QList<VisualRef> visuals = visualsOfFolders(256);
+        double time = 0;
+        const double growth =
+            memoryGrowth([&] { time = processorTime([&] { syncByHandler(server, visuals); }); });
+        qInfo("%lld commands: %.0f ms, the server's part included; memory grew by %.1f MB at its "
+              "peak",
+              static_cast<long long>(visuals.size()), time, growth);
+        QVERIFY(growth < 200);
+    }
+
+    void handlerAgainstBareSocket()
+    {
+        AnsweringServer server(QHostAddress(u"127.20.9.1"_s));
+        const QList<VisualRef> visuals = visualsOfFolders(64);
+        const Comparison time = compare([&] { syncByHandler(server, visuals); },
+                                        [&] { syncBySocket(server, visuals); }, 3);
+        qInfo("%lld commands, the server's part included", static_cast<long long>(visuals.size()));
+        time.tell("handler", "one bare socket");
+        QVERIFY(time.ratio() < 15);
+    }
+
+    void queueAgainstAllAtOnce()
+    {
+        AnsweringServer server(QHostAddress(u"127.20.9.1"_s));
+        const QList<VisualRef> visuals = visualsOfFolders(64);
+        const double queued = memoryGrowth([&] { syncByHandler(server, visuals); });
+        const double atOnce = memoryGrowth([&] { syncAllAtOnce(server, visuals); });
+        const Comparison time = compare([&] { syncByHandler(server, visuals); },
+                                        [&] { syncAllAtOnce(server, visuals); }, 3);
+        qInfo("%lld commands; memory grew by %.1f MB with the queue, by %.1f MB all at once, "
+              "ratio %.3f",
+              static_cast<long long>(visuals.size()), queued, atOnce, queued / atOnce);
+        time.tell("queue", "all handed to Qt at once");
+        QVERIFY(queued < 0.2 * atOnce);
+        QVERIFY(time.ratio() < 0.8);
     }
 };
 

@@ -1,16 +1,16 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Benchmarks/Comparison.h"
 #include "Support/Libraries.h"
 
-#include <QElapsedTimer>
 #include <QTest>
 
 using namespace Libraries;
 using namespace Qt::Literals::StringLiterals;
 
-/// How long the operator waits for the warning after a click on a transfer button, with two full
-/// libraries and nothing selected.
+/// How long the operator waits for the marks, and for the warning after a click on a transfer
+/// button, with two full libraries and nothing selected.
 class tst_SyncPlanBenchmark : public QObject
 {
     Q_OBJECT
@@ -18,6 +18,7 @@ class tst_SyncPlanBenchmark : public QObject
 private slots:
     void indexAgainstLinearSearch_data();
     void indexAgainstLinearSearch();
+    void marksAgainstLinearSearch();
 };
 
 void tst_SyncPlanBenchmark::indexAgainstLinearSearch_data()
@@ -36,21 +37,39 @@ void tst_SyncPlanBenchmark::indexAgainstLinearSearch()
     QFETCH(const Server, destination);
     const QList<VisualRef> candidates = allSlots();
 
-    QElapsedTimer timer;
-    timer.start();
-    const LibraryComparison::SyncPlan plan =
-        LibraryComparison::planSync(source, destination, candidates);
-    const qint64 indexed = timer.nsecsElapsed();
-    timer.start();
-    const LibraryComparison::SyncPlan expected = literalPlan(source, destination, candidates);
-    const qint64 linear = timer.nsecsElapsed();
+    LibraryComparison::SyncPlan plan;
+    LibraryComparison::SyncPlan expected;
+    const Comparison time =
+        compare([&] { plan = LibraryComparison::planSync(source, destination, candidates); },
+                [&] { expected = literalPlan(source, destination, candidates); }, 3);
 
     QCOMPARE(plan.transfers, expected.transfers);
     QCOMPARE(plan.removals, expected.removals);
     QCOMPARE(plan.renames, expected.renames);
-    qInfo("%lld candidates: indexed %.1f ms, linear %.1f ms", qlonglong(candidates.size()),
-          double(indexed) / 1e6, double(linear) / 1e6);
-    QVERIFY(indexed < linear);
+    time.tell("plan by index", "by linear search");
+    QVERIFY(time.ratio() < 0.5);
+}
+
+void tst_SyncPlanBenchmark::marksAgainstLinearSearch()
+{
+    const Server source = fullServer(u"a"_s);
+    const Server destination = fullServer(u"a"_s);
+    const QList<VisualRef> candidates = allSlots();
+    Marks marks;
+    qsizetype equal = 0;
+    const Comparison time = compare(
+        [&] { marks = LibraryComparison::folderSameMarks(source, destination); },
+        [&] {
+            equal = std::ranges::count_if(candidates, [&](const VisualRef &slot) {
+                return LibraryComparison::slotsEqual(source, destination, slot.first, slot.second);
+            });
+        },
+        3);
+
+    QVERIFY(marks.all());
+    QCOMPARE(equal, candidates.size());
+    time.tell("marks of the folders", "slot by slot");
+    QVERIFY(time.ratio() < 0.5);
 }
 
 QTEST_APPLESS_MAIN(tst_SyncPlanBenchmark)
