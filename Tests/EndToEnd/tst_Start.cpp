@@ -10,7 +10,9 @@
 #include <QProcess>
 #include <QTest>
 
+#include <csignal>
 #include <memory>
+#include <sys/prctl.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -18,7 +20,7 @@ namespace {
 
 constexpr int patience = 30000;
 
-/// A process of the test's own, which does not outlive it.
+/// A process of the test's own, which does not outlive it, not even when the test is killed.
 class Child final : public QProcess
 {
 public:
@@ -26,6 +28,7 @@ public:
         const QString &command, const QStringList &arguments = {},
         const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
     {
+        setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
         setProcessEnvironment(environment);
         setProcessChannelMode(QProcess::MergedChannels);
         start(command, arguments);
