@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QList>
 #include <QPair>
+#include <QSettings>
 #include <QTemporaryDir>
 
 /// A private home for as long as it lives: HOME and the XDG base directories, from which
@@ -21,6 +22,9 @@ public:
         point("XDG_CONFIG_HOME", QStringLiteral("config"));
         point("XDG_DATA_HOME", QStringLiteral("data"));
         point("XDG_CACHE_HOME", QStringLiteral("cache"));
+        // Where Qt keeps settings of its own, such as the file dialog's, it asks only once.
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
+                           home.filePath(QStringLiteral("config")));
     }
 
     ~Sandbox()
