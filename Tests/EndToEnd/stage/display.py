@@ -21,7 +21,8 @@ class Display:
     """Xvfb, openbox, a session bus and the accessibility bus; all end with close().
 
     The environment of this process is pointed at them, so that pyatspi, which reads it when it is
-    imported, and every program that is started later find them. One display a process.
+    imported, and every program that is started later find them. A process that reads the
+    accessibility tree therefore has one display and no second one.
     """
 
     def __init__(self, size="1400x900"):
