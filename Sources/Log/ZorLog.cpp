@@ -111,10 +111,11 @@ Log::Log(const fs::path &logFile)
 {
     rotate(logFile);
     const std::shared_ptr<ThreadPool> worker = startWorker();
-    start(worker,
-          {std::make_shared<msvc_wide_sink_mt>(),
-           std::make_shared<spdlog::sinks::basic_file_sink_mt>(logFile.string())},
-          "[%Y-%m-%d %H:%M:%S T:%t]%v");
+    start(
+        worker,
+        {std::make_shared<msvc_wide_sink_mt>(),
+         std::make_shared<spdlog::sinks::basic_file_sink_mt>(logFile.string<spdlog::filename_t>())},
+        "[%Y-%m-%d %H:%M:%S T:%t]%v");
 }
 
 Log::Log()
