@@ -5,9 +5,7 @@
 
 #include "Discovery/DiscoverySocket.h"
 
-#include <QtGlobal>
-
-/// An open discovery socket that is closed again.
+/// An open discovery socket that is closed again. Without Qt, for the tests under Windows as well.
 struct OpenSocket : Discovery::DiscoverySocket
 {
     OpenSocket()
@@ -18,5 +16,6 @@ struct OpenSocket : Discovery::DiscoverySocket
         Discovery::resetTable(*this);
     }
     ~OpenSocket() { Discovery::close(*this); }
-    Q_DISABLE_COPY_MOVE(OpenSocket)
+    OpenSocket(const OpenSocket &) = delete;
+    OpenSocket &operator=(const OpenSocket &) = delete;
 };

@@ -2,28 +2,13 @@
 // SPDX-License-Identifier: MIT
 
 #include "Check.h"
-#include "Discovery/DiscoverySocket.h"
+#include "OpenSocket.h"
 
 #include <ws2tcpip.h>
 
 #include <string>
 
 namespace {
-
-/// An open discovery socket that is closed again.
-struct OpenSocket : Discovery::DiscoverySocket
-{
-    OpenSocket()
-        : Discovery::DiscoverySocket{}
-    {
-        Discovery::init(*this);
-        Discovery::open(*this);
-        Discovery::resetTable(*this);
-    }
-    ~OpenSocket() { Discovery::close(*this); }
-    OpenSocket(const OpenSocket &) = delete;
-    OpenSocket &operator=(const OpenSocket &) = delete;
-};
 
 sockaddr_in ipv4(const char *address, std::uint16_t port)
 {
