@@ -11,12 +11,6 @@
 const QHostAddress firstAddress(u"127.20.7.1"_s);
 const QHostAddress secondAddress(u"127.20.7.2"_s);
 
-namespace {
-
-using Operation = std::function<void(ServerConnectionService &, const QUuid &)>;
-
-} // namespace
-
 /// The gate to the servers: what it hands on, what it logs and whom it keeps.
 class tst_ServerConnectionService : public QObject
 {
@@ -63,47 +57,6 @@ private slots:
         QVERIFY(rig->first.waitForRequests(2, notifierPath));
         emit rig->handlers().last()->connectedServerLibraryChanged(firstAddress, secondId);
         QCOMPARE(rig->events.lines, QStringList{u"serverLibraryChanged second"_s});
-    }
-
-    void missingHandler_data()
-    {
-        using S = ServerConnectionService;
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<Operation>("operation");
-        const QString text = u"Handler not found for id %1"_s.arg(unknownId.toString());
-        const QString textWithColon = u"Handler not found for id: %1"_s.arg(unknownId.toString());
-        const auto row = [](const char *name, const QString &logged, const Operation &operation) {
-            QTest::newRow(name) << logged << operation;
-        };
-        row("removeHandler", text, [](S &s, const QUuid &id) { s.removeHandler(id); });
-        row("requestRemove", text, [](S &s, const QUuid &id) { s.requestRemove(id, {{1, 2}}); });
-        row("cancelRemoves", text, [](S &s, const QUuid &id) { s.cancelRemoves(id); });
-        row("requestMove", textWithColon,
-            [](S &s, const QUuid &id) { s.requestMove(id, 1, 2, 3); });
-        row("requestUpload", textWithColon,
-            [](S &s, const QUuid &id) { s.requestUpload(id, 1, 2, u"/dev/null"_s); });
-        row("cancelUpload", textWithColon, [](S &s, const QUuid &id) { s.cancelUpload(id); });
-        row("requestSync", textWithColon, [](S &s, const QUuid &id) {
-            s.requestSync(secondAddress, id, {{1, 2}});
-        });
-        row("requestRename", textWithColon, [](S &s, const QUuid &id) {
-            s.requestRename(id, {{1, u"a"_s}});
-        });
-        row("clearPendingRemoves", textWithColon,
-            [](S &s, const QUuid &id) { s.clearPendingRemoves(id); });
-    }
-
-    void missingHandler()
-    {
-        QFETCH(const QString, text);
-        QFETCH(const Operation, operation);
-        rig->service->addHandler(firstAddress, firstId);
-        QVERIFY(rig->first.waitForRequests(1, notifierPath));
-        LogCapture log;
-        operation(*rig->service, unknownId);
-        QCOMPARE(log.texts(), QStringList{text});
-        QCOMPARE(rig->events.lines, QStringList());
-        QCOMPARE(rig->handlers().size(), 1);
     }
 
     void operationsReachTheirHandler()

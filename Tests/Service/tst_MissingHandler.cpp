@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/ServiceTesting.h"
+#include "Support/EnteredLog.h"
+#include "Support/FailOnWarning.h"
+
+const QHostAddress firstAddress(u"127.20.10.1"_s);
+const QHostAddress secondAddress(u"127.20.10.2"_s);
+
+/// What is asked of a server that is not connected.
+class tst_MissingHandler : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        rig = std::make_unique<ServiceRig>();
+    }
+
+    void cleanup() { rig.reset(); }
+
+    void isLoggedAndDropped_data()
+    {
+        using S = ServerConnectionService;
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<Operation>("operation");
+        const QString text = u"2 Handler not found for id %1"_s.arg(unknownId.toString());
+        const QString textWithColon = u"2 Handler not found for id: %1"_s.arg(unknownId.toString());
+        const QString error = u"4 Handler not found for id: %1"_s.arg(unknownId.toString());
+        const auto row = [](const char *name, const QString &logged, const Operation &operation) {
+            QTest::newRow(name) << logged << operation;
+        };
+        row("removeHandler", text, [](S &s, const QUuid &id) { s.removeHandler(id); });
+        row("requestRemove", text, [](S &s, const QUuid &id) { s.requestRemove(id, {{1, 2}}); });
+        row("cancelRemoves", text, [](S &s, const QUuid &id) { s.cancelRemoves(id); });
+        row("requestMove", textWithColon,
+            [](S &s, const QUuid &id) { s.requestMove(id, 1, 2, 3); });
+        row("requestUpload", textWithColon,
+            [](S &s, const QUuid &id) { s.requestUpload(id, 1, 2, u"/dev/null"_s); });
+        row("cancelUpload", textWithColon, [](S &s, const QUuid &id) { s.cancelUpload(id); });
+        row("requestSync", error, [](S &s, const QUuid &id) {
+            s.requestSync(secondAddress, id, {{1, 2}});
+        });
+        row("requestRename", textWithColon, [](S &s, const QUuid &id) {
+            s.requestRename(id, {{1, u"a"_s}});
+        });
+        row("clearPendingRemoves", textWithColon,
+            [](S &s, const QUuid &id) { s.clearPendingRemoves(id); });
+    }
+
+    void isLoggedAndDropped()
+    {
+        QFETCH(const QString, entry);
+        QFETCH(const Operation, operation);
+        rig->service->addHandler(firstAddress, firstId);
+        QVERIFY(rig->first.waitForRequests(1, notifierPath));
+        const EnteredLog log;
+        operation(*rig->service, unknownId);
+        QCOMPARE(log.lines, QStringList{entry});
+        QCOMPARE(rig->events.lines, QStringList());
+        QCOMPARE(rig->handlers().size(), 1);
+    }
+
+private:
+    std::unique_ptr<ServiceRig> rig;
+};
+
+QTEST_GUILESS_MAIN(tst_MissingHandler)
+#include "tst_MissingHandler.moc"
