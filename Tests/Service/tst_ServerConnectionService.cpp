@@ -120,6 +120,9 @@ private slots:
         operation(*rig->service, firstId);
         rig->first.requests(executePath).constFirst().answer(successBody);
         EVENTUALLY(rig->events.lines, QStringList{u"visualRemoveFinished first 1 1"_s});
+        rig->service->requestRename(firstId, {{3, u"Next"_s}});
+        QVERIFY(rig->first.waitForRequests(2, executePath));
+        QVERIFY(rig->first.requests(executePath).at(1).body.startsWith("req_type=5&"));
         rig->service->removeHandler(firstId);
         QCOMPARE(rig->events.lines.size(), 1);
     }
