@@ -225,6 +225,7 @@ class Upload(Operations):
                          ["content"])
         sent = [line for line in self.left.requests() if "upload.html" in line]
         self.assertIn('visualFile=Bühne %22舞台%22%0A' + "x" * 200 + ".bin&", sent[0])
+        self.wait_for_the_notice()
         self.end()
 
     def test_a_refused_upload_is_told(self):

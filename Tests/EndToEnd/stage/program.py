@@ -237,6 +237,11 @@ class Program:
         return set(windows.stdout.split())
 
     @staticmethod
+    def _active_window():
+        return subprocess.run(["xdotool", "getactivewindow"], capture_output=True, text=True,
+                              check=False).stdout.strip()
+
+    @staticmethod
     def _covers(window, place):
         answer = subprocess.run(["xdotool", "getwindowgeometry", "--shell", window],
                                 capture_output=True, text=True, check=False)
@@ -284,8 +289,9 @@ class Program:
         return 0.0
 
     def close_window(self):
-        """As the operator does: by the shortcut of File, Quit."""
-        self.main()
+        """As the operator does: by the shortcut of File, Quit, once the main window has the keyboard
+        back from the last dialog."""
+        wait_for(lambda: self._windows() == {self._active_window()}, "the main window in front", 60)
         press("ctrl+q")
         return self.process.wait(30)
 
