@@ -9,6 +9,8 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -65,7 +67,7 @@ void CommandQueue::ended(QNetworkReply *reply)
         aloneOnTheWire = false;
 }
 
-void CommandQueue::clear()
+qsizetype CommandQueue::clear()
 {
-    waiting.clear();
+    return std::exchange(waiting, {}).size();
 }

@@ -57,8 +57,8 @@ public:
     Sent sendNext(QNetworkAccessManager &manager);
     /// Tells that a reply has ended, which makes room for another. Foreign replies are ignored.
     void ended(QNetworkReply *reply);
-    /// Drops what waits. What is on the wire goes on.
-    void clear();
+    /// Drops what waits and returns how many that were. What is on the wire stays.
+    qsizetype clear();
 
 private:
     struct Waiting

@@ -44,8 +44,7 @@ bool ServerConnectionHandler::event(QEvent *event)
 void ServerConnectionHandler::stop()
 {
     const DeletionDelay::Scope scope(deletionDelay);
-    closing = true;
-    commands.clear();
+    close();
     waitingMessages.clear();
     if (streamReply != nullptr) {
         streamReply->abort();
@@ -59,6 +58,14 @@ void ServerConnectionHandler::stop()
     if (moveInFlight.reply != nullptr)
         std::exchange(moveInFlight, {}).reply->abort();
     cancelUpload();
+}
+
+// Replies that finish later find nothing to send and are not reported.
+void ServerConnectionHandler::close()
+{
+    closing = true;
+    pendingRequests -= static_cast<int>(commands.clear());
+    activeTransfers = {};
 }
 
 void ServerConnectionHandler::canRead()
@@ -209,9 +216,12 @@ void ServerConnectionHandler::streamEnded(QNetworkReply *reply)
             if (reply->bytesAvailable() > 0)
                 canRead();
         }
-        if (!closing)
+        if (!closing) {
+            close();
+            removeQueue = {};
+            renameQueue = {};
             emit handlerServerDisconnected(address, uuid, disconnectReason, error);
+        }
     }
-    activeTransfers = {};
     streamReply = nullptr;
 }

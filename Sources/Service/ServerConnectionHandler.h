@@ -34,6 +34,9 @@ class QJsonObject;
 /// queue (see CommandQueue); `pendingRequests` and the signals of a request come at the moment of
 /// the call all the same, as if it had been sent.
 ///
+/// When the stream has ended or `stop` was called, nothing is sent or reported any more: what waits
+/// in the queues is dropped, requests do nothing, and answers to what is on the wire are ignored.
+///
 /// All signals are emitted directly, from the GUI thread. A receiver may do what it likes: call any
 /// operation, `stop` and `deleteLater` included, or run an event loop of its own in which the
 /// stream goes on. Messages are then handled in order, each once, and the handler puts off its own
@@ -51,9 +54,8 @@ public:
     [[nodiscard]] const QUuid &serverId() const { return uuid; }
     [[nodiscard]] const QHostAddress &serverAddress() const { return address; }
 
-    /// Ends the connection from this side. Removals that have not been sent are reported as
-    /// finished; all else ends without a signal, and none follows. Commands that still wait are
-    /// dropped.
+    /// Ends the connection from this side. Removals behind the one in flight are reported as
+    /// finished; all else ends without a signal.
     void stop();
 
     /// Asks the server to fetch each visual from the server at `source`. One
@@ -86,7 +88,8 @@ public:
 signals:
     /// The first bytes of the stream have arrived; comes before they are handled.
     void handlerServerConnected(const QUuid &uuid, const QHostAddress &address);
-    /// The stream has ended by itself. `error` is empty unless a network error was met.
+    /// The stream has ended by itself; the last signal of this handler. `error` is empty unless a
+    /// network error was met.
     void handlerServerDisconnected(const QHostAddress &address, const QUuid &uuid,
                                    Brenvoka::ServerDisconnectReason reason, const QString &error);
     /// How far a transfer is, in percent.
@@ -134,6 +137,7 @@ private slots:
 private:
     friend struct ServerConnectionHandlerProbe; // the tests' view of the fields
 
+    void close();
     void handleWaitingMessages();
     void handleMessage(const QJsonDocument &document);
     void transfersListed(const QJsonArray &transfers);
@@ -162,10 +166,10 @@ private:
     QNetworkReply *streamReply = nullptr;
     QNetworkReply *uploadReply = nullptr;
     QByteArray receiveBuffer; ///< never holds a NUL
-    bool closing = false;
+    bool closing = false;     ///< nothing is sent or reported any more
     Brenvoka::ServerDisconnectReason disconnectReason = Brenvoka::DisconnectNone;
     QHash<QUuid, ActiveTransfer> activeTransfers;
-    int pendingRequests = 0;
+    int pendingRequests = 0; ///< commands without an answer; nothing reads it
     QList<VisualRef> removeQueue;
     QList<FolderRename> renameQueue;
     RemoveRequest removeInFlight;

@@ -21,7 +21,10 @@ using Delivery = CommandQueue::Delivery;
 /// Records of what is in flight take the number that this gives before the command is sent.
 quint64 ServerConnectionHandler::enqueue(const QByteArray &body, Delivery delivery)
 {
-    return closing ? 0 : commands.append(body, delivery);
+    if (closing)
+        return 0;
+    ++pendingRequests;
+    return commands.append(body, delivery);
 }
 
 void ServerConnectionHandler::sendWaitingCommands()
@@ -44,10 +47,11 @@ void ServerConnectionHandler::requestSync(const QHostAddress &source,
 {
     const DeletionDelay::Scope scope(deletionDelay);
     for (const VisualRef &visual : visuals) {
+        if (closing)
+            return;
         enqueue(CommandBodies::sync(source, visual), Delivery::Repeatable);
         sendWaitingCommands();
         emit handlerSyncProgressUpdate(uuid, visual.first, visual.second, 0, Brenvoka::SyncQueued);
-        ++pendingRequests;
     }
 }
 
@@ -65,11 +69,12 @@ void ServerConnectionHandler::cancelSyncs()
     }
     enqueue(CommandBodies::cancelSyncs(), Delivery::Alone);
     sendWaitingCommands();
-    ++pendingRequests;
 }
 
 void ServerConnectionHandler::requestRemove(const QList<VisualRef> &visuals)
 {
+    if (closing)
+        return;
     removeQueue += visuals;
     if (removeInFlight.command == 0)
         sendNextRemoval();
@@ -92,11 +97,12 @@ void ServerConnectionHandler::sendNextRemoval()
     removeInFlight = {nullptr, visual.first, visual.second,
                       enqueue(CommandBodies::remove(visual), Delivery::Once)};
     sendWaitingCommands();
-    ++pendingRequests;
 }
 
 void ServerConnectionHandler::requestRename(const QList<FolderRename> &renames)
 {
+    if (closing)
+        return;
     renameQueue += renames;
     if (renameInFlight.command == 0)
         sendNextRename();
@@ -114,20 +120,20 @@ void ServerConnectionHandler::sendNextRename()
     renameInFlight = {nullptr, rename.folderSlot, rename.name,
                       enqueue(CommandBodies::rename(rename), Delivery::Once)};
     sendWaitingCommands();
-    ++pendingRequests;
 }
 
 void ServerConnectionHandler::requestMove(int folderSlot, int fromSlot, int toSlot)
 {
+    if (closing)
+        return;
     moveInFlight = {nullptr, folderSlot, fromSlot, toSlot,
                     enqueue(CommandBodies::move(folderSlot, fromSlot, toSlot), Delivery::Once)};
     sendWaitingCommands();
-    ++pendingRequests;
 }
 
 void ServerConnectionHandler::requestUpload(int folderSlot, int fileSlot, const QString &path)
 {
-    if (uploadReply != nullptr)
+    if (closing || uploadReply != nullptr)
         return;
     QHttpMultiPart *form = UploadForm::create(folderSlot, fileSlot, path);
     if (form == nullptr)
@@ -155,7 +161,7 @@ void ServerConnectionHandler::cancelUpload()
 
 void ServerConnectionHandler::uploadProgress(qlonglong bytesSent, qlonglong bytesTotal)
 {
-    if (bytesSent <= 0 || bytesTotal <= 0)
+    if (closing || bytesSent <= 0 || bytesTotal <= 0)
         return;
     const DeletionDelay::Scope scope(deletionDelay);
     const float share = static_cast<float>(bytesSent) / static_cast<float>(bytesTotal);
@@ -171,7 +177,8 @@ void ServerConnectionHandler::uploadError(QNetworkReply::NetworkError error)
     if (uploadReply == nullptr)
         return;
     const QNetworkReply *reply = std::exchange(uploadReply, nullptr);
-    emit uploadedFileError(uuid, reply->errorString());
+    if (!closing)
+        emit uploadedFileError(uuid, reply->errorString());
 }
 
 void ServerConnectionHandler::uploadEnded(QNetworkReply *reply)

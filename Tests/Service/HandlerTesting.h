@@ -12,6 +12,7 @@
 #include <QTest>
 #include <QTimer>
 
+#include <algorithm>
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -85,6 +86,12 @@ struct ServerConnectionHandlerProbe
     }
     [[nodiscard]] QNetworkReply *streamReply() const { return handler.streamReply; }
     [[nodiscard]] QNetworkReply *uploadReply() const { return handler.uploadReply; }
+    /// How many requests have been given to Qt and have not ended, whatever they are for.
+    [[nodiscard]] int runningReplies() const
+    {
+        return static_cast<int>(std::ranges::count_if(
+            handler.networkManager.findChildren<QNetworkReply *>(), &QNetworkReply::isRunning));
+    }
 
 private:
     ServerConnectionHandler &handler;

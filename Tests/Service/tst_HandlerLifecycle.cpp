@@ -133,18 +133,6 @@ private slots:
         QVERIFY(rig->probe.activeTransfers().isEmpty());
     }
 
-    void streamThatEndsLeavesCommandsWithoutASignal()
-    {
-        rig->handler.requestRemove({{1, 1}, {1, 2}});
-        rig->handler.requestMove(1, 2, 3);
-        rig->handler.requestRename({{1, u"a"_s}, {2, u"b"_s}});
-        QVERIFY(rig->waitForCommands(3));
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines, QStringList{u"disconnected 0 \"\""_s});
-        QCOMPARE(rig->probe.removeQueue().size(), 1);
-        QCOMPARE(rig->probe.renameQueue().size(), 1);
-    }
-
     void beginningAndEndAreLogged()
     {
         LogCapture log;

@@ -309,20 +309,9 @@ private slots:
         QCOMPARE(rig->events.lines, QStringList{u"removed 1 2"_s});
         for (const WireRequest &request : rig->commands())
             request.answer(successBody);
-        EVENTUALLY(rig->probe.pendingRequests(), 9);
+        EVENTUALLY(rig->probe.pendingRequests(), 0);
         QCOMPARE(commandsAfterAPause(), 4);
         QCOMPARE(rig->events.lines.size(), 1);
-    }
-
-    void commandsAfterStopAreDropped()
-    {
-        rig->handler.stop();
-        rig->handler.requestMove(1, 2, 3);
-        rig->handler.requestRemove({{1, 1}});
-        rig->handler.requestRename({{1, u"a"_s}});
-        rig->handler.cancelSyncs();
-        QCOMPARE(commandsAfterAPause(), 0);
-        QCOMPARE(rig->events.lines, QStringList());
     }
 
     void destructionDropsWhatWaits()
