@@ -16,7 +16,8 @@ ServerConnectionService::ServerConnectionService(QObject *parent)
 void ServerConnectionService::addHandler(const QHostAddress &address, const QUuid &uuid)
 {
     if (const ServerConnectionHandler *existing = findHandler(uuid)) {
-        emit serverConnected(uuid, existing->serverAddress());
+        const QHostAddress known = existing->serverAddress(); // a receiver may remove the handler
+        emit serverConnected(uuid, known);
         return;
     }
     ZOR_LOG(info, "Adding handler for %s", qPrintable(address.toString()));

@@ -49,6 +49,18 @@ private slots:
         QCOMPARE(rig->second.connectionCount(), 0);
     }
 
+    // A receiver may remove the handler before the next one reads the address.
+    void knownServerIsReportedWithACopyOfItsAddress()
+    {
+        rig->service->addHandler(firstAddress, firstId);
+        const QHostAddress &field = rig->handlers().constFirst()->serverAddress();
+        const QHostAddress *reported = &field;
+        connect(rig->service.get(), &ServerConnectionService::serverConnected, rig->service.get(),
+                [&](const QUuid &, const QHostAddress &address) { reported = &address; });
+        rig->service->addHandler(firstAddress, firstId);
+        QVERIFY(reported != &field);
+    }
+
     void twoIdsMayShareAnAddress()
     {
         rig->service->addHandler(firstAddress, firstId);
