@@ -37,6 +37,11 @@ void ServerConnectionService::removeHandler(const QUuid &uuid)
     takeOut(handler);
 }
 
+bool ServerConnectionService::hasHandler(const QUuid &uuid) const
+{
+    return findHandler(uuid) != nullptr;
+}
+
 void ServerConnectionService::onServerDisconnected(const QHostAddress &address, const QUuid &uuid,
                                                    Brenvoka::ServerDisconnectReason reason,
                                                    const QString &error)

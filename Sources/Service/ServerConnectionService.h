@@ -33,6 +33,8 @@ public:
     /// Drops a server. Removals that were not yet sent to it are told as `visualRemoveFinished`
     /// before this returns; no `serverDisconnected` comes.
     void removeHandler(const QUuid &uuid);
+    /// Whether an operation on this id would reach a server.
+    [[nodiscard]] bool hasHandler(const QUuid &uuid) const;
 
     /// Asks the destination to fetch each visual from the server at `sourceAddress`.
     /// `syncProgressUpdate` with SyncQueued comes for each before this returns.

@@ -54,6 +54,8 @@ void SyncTask::abort()
         removeDialog->hide();
     if (transferDialog)
         transferDialog->hide();
+    if (connections->hasHandler(destinationServer))
+        connections->cancelRemoves(destinationServer);
     emit taskFinished(this);
 }
 

@@ -43,6 +43,7 @@ public:
 
     /// With nothing to do `taskFinished` is emitted at once.
     bool start() override;
+    /// When only the source was lost, the destination's removals that wait are dropped as well.
     void abort() override;
     [[nodiscard]] bool hasErrors() const override;
     [[nodiscard]] QString errorMessage() const override;

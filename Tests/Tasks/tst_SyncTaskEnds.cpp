@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
 #include "Support/ProgressDialogs.h"
 #include "Support/SyncRig.h"
 
@@ -24,6 +25,8 @@ private slots:
     void errorsBeforeACancelAreKept();
     void abortLeavesNoErrorsToShow();
     void abortLeavesTheRenameDialog();
+    void abortDropsTheRemovalsThatWait();
+    void abortForALostDestinationAsksTheServiceForNothing();
     void deletionTakesDialogsAndConnectionsAlong();
     void aVanishedDestinationIsNamedByNothing();
 };
@@ -175,6 +178,37 @@ void tst_SyncTaskEnds::abortLeavesTheRenameDialog()
     QVERIFY(renaming->isVisible());
     rig.task.reset();
     QVERIFY(!renaming);
+}
+
+// The source is lost; the destination is still connected.
+void tst_SyncTaskEnds::abortDropsTheRemovalsThatWait()
+{
+    SyncRig rig(u"127.60.1.4"_s);
+    QVERIFY(rig.connectDestination());
+    rig.destination.wire.hold("/brenvoka/execute.html");
+    rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
+    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Remove).size(), 1, 30000);
+    rig.task->abort();
+    QCOMPARE(rig.finished->size(), 1);
+
+    QSignalSpy removed(&rig.service, &ServerConnectionService::visualRemoveFinished);
+    rig.destination.accept();
+    rig.destination.wire.requests("/brenvoka/execute.html")
+        .last()
+        .answer(R"({"msg_type":7,"RESULT":0})");
+    QVERIFY(removed.wait(30000));
+    QVERIFY(rig.settle());
+    QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
+    QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
+}
+
+void tst_SyncTaskEnds::abortForALostDestinationAsksTheServiceForNothing()
+{
+    SyncRig rig(u"127.60.1.4"_s);
+    rig.start({}, {{3, 1}}, {});
+    LogCapture log;
+    rig.task->abort();
+    QCOMPARE(log.texts(), QStringList());
 }
 
 void tst_SyncTaskEnds::deletionTakesDialogsAndConnectionsAlong()

@@ -1,0 +1,116 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "OperationStage.h"
+
+#include "Support/FailOnWarning.h"
+#include "Support/ModalDriver.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr auto executePath = "/brenvoka/execute.html";
+constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
+constexpr int answered = 5;
+
+/// Four folders, the last with thirty visuals.
+QList<MediaFolder> thirtyVisuals()
+{
+    QList<MediaFolder> folders = OperationStage::library();
+    folders.last().files.clear();
+    for (int slot = 1; slot <= 30; ++slot)
+        folders.last().files.append(visual(slot, u"Sunset"_s, slot));
+    return folders;
+}
+
+/// Answers the first five removals and leaves the next one on the wire.
+void answerFive(PlayedServer &server)
+{
+    server.wire.on(executePath, [&server](const WireRequest &request) {
+        if (server.commands(PlayedServer::Remove).size() <= answered)
+            request.answer(accepted);
+    });
+}
+
+[[nodiscard]] bool waitForTheSixth(const PlayedServer &server)
+{
+    return QTest::qWaitFor(
+        [&server] { return server.commands(PlayedServer::Remove).size() > answered; }, 30000);
+}
+
+/// Answers the removal on the wire and all that follow, and waits until the program has had the
+/// time for one more: for as long as it closes the connection of the answer and then fetches
+/// another server's library five times.
+[[nodiscard]] bool answerTheRest(PlayedServer &server, PlayedServer &other)
+{
+    server.accept();
+    const WireRequest sixth = server.wire.requests(executePath).last();
+    sixth.answer(accepted, "Connection: close\r\n");
+    const qsizetype wanted = other.libraryRequests() + 5;
+    // A change is ignored while the library is being fetched.
+    const auto fetched = [&] {
+        other.sendLibraryChanged();
+        return other.libraryRequests() >= wanted;
+    };
+    return QTest::qWaitFor([&] { return !sixth.isOpen(); }, 30000) &&
+           QTest::qWaitFor(fetched, 30000);
+}
+
+} // namespace
+
+/// Removals that wait when a server is lost, while the message about that stays open.
+class tst_UIControllerLostRemovals : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void lostServerGetsNoRemovalUnderTheMessage();
+    void lostSourceEndsTheRemovalsOfASync();
+};
+
+void tst_UIControllerLostRemovals::lostServerGetsNoRemovalUnderTheMessage()
+{
+    OperationStage stage(u"127.60.43.1"_s);
+    QVERIFY(stage.openInside(3, 0, thirtyVisuals()));
+    answerFive(stage.one);
+    listOf(stage.bankA()).selectAll();
+    stage.clickRemove(stage.bankA());
+    QVERIFY(waitForTheSixth(stage.one));
+    ModalDriver modals;
+    modals.answer([&](QDialog &message) {
+        QVERIFY(answerTheRest(stage.one, stage.two));
+        message.accept();
+    });
+    stage.one.stream.reset();
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 30000);
+    QCOMPARE(modals.seen().first().text,
+             u"Server \"One\" disconnected while an operation was in progress."_s);
+    QCOMPARE(stage.one.commands(PlayedServer::Remove).size(), answered + 1);
+}
+
+void tst_UIControllerLostRemovals::lostSourceEndsTheRemovalsOfASync()
+{
+    PlayedServer three(u"127.60.43.3"_s);
+    SyncStage stage;
+    QVERIFY(stage.open(OperationStage::library().first(3), thirtyVisuals()));
+    QVERIFY(stage.rig.bringUp(three, u"Three"_s, OperationStage::library()));
+    answerFive(stage.two);
+    stage.rig.clickLeftToRight();
+    QVERIFY(waitForTheSixth(stage.two));
+    ModalDriver modals;
+    modals.answer([&](QDialog &message) {
+        QVERIFY(answerTheRest(stage.two, three));
+        message.accept();
+    });
+    stage.one.stream.reset();
+    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 30000);
+    QCOMPARE(modals.seen().first().text,
+             u"Server \"One\" disconnected while an operation was in progress."_s);
+    QCOMPARE(stage.two.commands(PlayedServer::Remove).size(), answered + 1);
+}
+
+QTEST_MAIN(tst_UIControllerLostRemovals)
+#include "tst_UIControllerLostRemovals.moc"
