@@ -181,7 +181,12 @@ void Log::start(const std::shared_ptr<ThreadPool> &worker,
     logger->set_level(spdlog::level::trace);
     // A timer of spdlog's would be one more thread; the worker can well afford a flush per line.
     logger->flush_on(spdlog::level::trace);
+    announceWorker();
+}
 
+/// Says nothing of a worker that takes its time: the start does not wait for it.
+void Log::announceWorker()
+{
     for (int pass = 0; pass < startupPasses && asyncThreadId == 0; ++pass) {
     }
     if (asyncThreadId != 0) {

@@ -60,9 +60,12 @@ public:
     void error(const char *file, int line, const char *text);
 
 private:
+    friend struct LogProbe; // the tests' view of levels and of the worker's announcement
+
     [[nodiscard]] std::shared_ptr<spdlog::details::thread_pool> startWorker();
     void start(const std::shared_ptr<spdlog::details::thread_pool> &worker,
                const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, const char *pattern);
+    void announceWorker();
 
     std::shared_ptr<spdlog::logger> logger;
     std::atomic<std::uint32_t> asyncThreadId{0};

@@ -13,6 +13,7 @@
 
 #include <memory>
 
+#include <ctime>
 #include <fcntl.h>
 #include <pty.h>
 #include <unistd.h>
@@ -94,12 +95,20 @@ class tst_DebuggerSink final : public QObject
     Q_OBJECT
 
 private slots:
+    void initTestCase();
     void init() { failOnAnyWarning(); }
 
     void logWithoutAFileShowsTheTimeZone();
     void logWithAFileShowsTheSameLineAsTheFile();
     void pipeStaysSilent();
 };
+
+/// The machine of a test runs in UTC more often than not, where local time shows nothing.
+void tst_DebuggerSink::initTestCase()
+{
+    qputenv("TZ", "TEST-05:45");
+    tzset();
+}
 
 void tst_DebuggerSink::logWithoutAFileShowsTheTimeZone()
 {
@@ -111,8 +120,7 @@ void tst_DebuggerSink::logWithoutAFileShowsTheTimeZone()
         log.debug("Source", 7, "Bühne");
     }
     const QRegularExpression form(
-        u"\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d [+-]\\d\\d:\\d\\d\\]\\[T:%1\\]"_s.arg(
-            gettid()) +
+        u"\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+05:45\\]\\[T:%1\\]"_s.arg(gettid()) +
         u"\\[Source:7\\] Bühne\\n$"_s);
     const QString output = channel->readUntil(u"Bühne\n"_s);
     QVERIFY2(form.match(output).hasMatch(), qPrintable(output));

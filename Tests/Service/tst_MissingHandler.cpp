@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ServiceTesting.h"
-#include "Support/EnteredLog.h"
 #include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
 
 const QHostAddress firstAddress(u"127.20.10.1"_s);
 const QHostAddress secondAddress(u"127.20.10.2"_s);
@@ -27,9 +27,10 @@ private slots:
         using S = ServerConnectionService;
         QTest::addColumn<QString>("entry");
         QTest::addColumn<Operation>("operation");
-        const QString text = u"2 Handler not found for id %1"_s.arg(unknownId.toString());
-        const QString textWithColon = u"2 Handler not found for id: %1"_s.arg(unknownId.toString());
-        const QString error = u"4 Handler not found for id: %1"_s.arg(unknownId.toString());
+        const QString text = u"info: Handler not found for id %1"_s.arg(unknownId.toString());
+        const QString textWithColon =
+            u"info: Handler not found for id: %1"_s.arg(unknownId.toString());
+        const QString error = u"error: Handler not found for id: %1"_s.arg(unknownId.toString());
         const auto row = [](const char *name, const QString &logged, const Operation &operation) {
             QTest::newRow(name) << logged << operation;
         };
@@ -57,9 +58,9 @@ private slots:
         QFETCH(const Operation, operation);
         rig->service->addHandler(firstAddress, firstId);
         QVERIFY(rig->first.waitForRequests(1, notifierPath));
-        const EnteredLog log;
+        LogCapture log;
         operation(*rig->service, unknownId);
-        QCOMPARE(log.lines, QStringList{entry});
+        QCOMPARE(log.entries(), QStringList{entry});
         QCOMPARE(rig->events.lines, QStringList());
         QCOMPARE(rig->handlers().size(), 1);
     }

@@ -4,8 +4,10 @@
 #pragma once
 
 #include "Log/ZorLog.h"
+#include "Support/LogProbe.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QTest>
@@ -14,28 +16,25 @@
 class LogCapture final
 {
 public:
-    LogCapture() { Zor::Log::init(path().toStdString()); }
+    LogCapture()
+    {
+        Zor::Log::init(path().toStdString());
+        Zor::LogProbe::showLevels(*Zor::Log::instance());
+    }
     ~LogCapture() { Zor::Log::release(); }
     Q_DISABLE_COPY_MOVE(LogCapture)
 
-    /// Everything logged so far, a line each, in the form "[Source:LINE] text": without the date,
-    /// the time and the thread. The log's own first line is left out.
+    /// Everything logged so far, a line each, in the form "[Source:LINE] text". The log's own first
+    /// line is left out.
     [[nodiscard]] QStringList lines()
     {
-        const QByteArray mark = "mark " + QByteArray::number(++marks);
-        Zor::Log::instance()->debug("LogCapture", 0, mark.constData());
-        const QString last = QStringLiteral("[LogCapture:0] ") + QString::fromUtf8(mark);
-        QStringList all;
-        if (!QTest::qWaitFor([&] { return (all = readLines()).contains(last); }, 30000))
-            QTest::qFail("The log did not reach its file", __FILE__, __LINE__);
-        all.removeIf([](const QString &line) {
-            return line.startsWith(QLatin1String("[LogCapture:0]")) ||
-                   line.startsWith(QLatin1String("[ZorLog:216]"));
-        });
+        QStringList all = linesWithLevel();
+        for (QString &line : all)
+            line.remove(0, line.indexOf(QLatin1Char(']')) + 1);
         return all;
     }
 
-    /// The same without the source: only what was said.
+    /// The same without the source: only the text.
     [[nodiscard]] QStringList texts()
     {
         QStringList all = lines();
@@ -44,19 +43,40 @@ public:
         return all;
     }
 
+    /// Level and text: "error: text". The levels are debug, info and error.
+    [[nodiscard]] QStringList entries()
+    {
+        static const QRegularExpression form(QStringLiteral("^\\[(\\w+)\\]\\[[^]]*\\] "));
+        return linesWithLevel().replaceInStrings(form, QStringLiteral("\\1: "));
+    }
+
     [[nodiscard]] QString path() const { return directory.filePath(QStringLiteral("test.log")); }
 
 private:
+    /// In the form "[level][Source:LINE] text".
+    [[nodiscard]] QStringList linesWithLevel()
+    {
+        const QByteArray mark = "mark " + QByteArray::number(++marks);
+        Zor::Log::instance()->debug("LogCapture", 0, mark.constData());
+        const QString last = QStringLiteral("[debug][LogCapture:0] ") + QString::fromUtf8(mark);
+        QStringList all;
+        if (!QTest::qWaitFor([&] { return (all = readLines()).contains(last); }, 30000))
+            QTest::qFail("The log did not reach its file", __FILE__, __LINE__);
+        all.removeIf([](const QString &line) {
+            return line.contains(QLatin1String("][LogCapture:0] ")) ||
+                   line.contains(QLatin1String("][ZorLog:216] "));
+        });
+        return all;
+    }
+
     [[nodiscard]] QStringList readLines() const
     {
         QFile file(path());
         QStringList all;
         if (!file.open(QIODevice::ReadOnly))
             return all;
-        while (file.canReadLine() || !file.atEnd()) {
-            const QString line = QString::fromUtf8(file.readLine()).chopped(1);
-            all.append(line.mid(line.indexOf(QLatin1Char(']')) + 1));
-        }
+        while (file.canReadLine() || !file.atEnd())
+            all.append(QString::fromUtf8(file.readLine()).chopped(1));
         return all;
     }
 
