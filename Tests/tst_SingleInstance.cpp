@@ -6,8 +6,13 @@
 #include "Support/FailOnWarning.h"
 #include "Support/NoMoreDescriptors.h"
 
+#include <QDir>
 #include <QTest>
 
+#include <cstddef>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,6 +32,21 @@ bool anotherProcessAcquires(uid_t user)
     return status == 0;
 }
 
+/// Those of the socket that has the name, -1 if this process has none.
+int descriptorFlagsOfTheName()
+{
+    const QByteArray name("\0Global\\Brenvoka", 16);
+    for (const QString &entry :
+         QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System)) {
+        sockaddr_un address{};
+        socklen_t length = sizeof address;
+        if (getsockname(entry.toInt(), reinterpret_cast<sockaddr *>(&address), &length) == 0 &&
+            QByteArray(address.sun_path, int(length - offsetof(sockaddr_un, sun_path))) == name)
+            return fcntl(entry.toInt(), F_GETFD);
+    }
+    return -1;
+}
+
 } // namespace
 
 /// The tests build on each other: what a process holds it holds to its end.
@@ -40,6 +60,7 @@ private slots:
     void nameIsFreeAgainWhenItsProcessEnds();
     void programRunsUnprotectedWhereTheNameCannotBeTaken();
     void nameIsTakenOnce();
+    void nameIsNotInheritedByOtherPrograms();
     void othersFindItTakenWhoeverTheyAre();
 };
 
@@ -62,6 +83,11 @@ void tst_SingleInstance::nameIsTakenOnce()
 {
     QVERIFY(SingleInstance::acquire());
     QVERIFY(!SingleInstance::acquire());
+}
+
+void tst_SingleInstance::nameIsNotInheritedByOtherPrograms()
+{
+    QCOMPARE(descriptorFlagsOfTheName(), FD_CLOEXEC);
 }
 
 void tst_SingleInstance::othersFindItTakenWhoeverTheyAre()

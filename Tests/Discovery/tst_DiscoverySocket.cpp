@@ -88,6 +88,7 @@ void tst_DiscoverySocket::neverUsesDescriptorZero()
         QVERIFY(socket.socket > 0);
         QCOMPARE(socket.lastError, 0);
         QCOMPARE(fcntl(0, F_GETFD), -1);
+        QCOMPARE(fcntl(socket.socket, F_GETFD), FD_CLOEXEC);
     }
     if (standardInput >= 0) {
         dup2(standardInput, 0);
