@@ -1,0 +1,97 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/HandlerTesting.h"
+#include "Service/ServerInfoRig.h"
+#include "Support/ApplicationProxy.h"
+#include "Support/FailOnWarning.h"
+
+#include <QTemporaryFile>
+
+#include <algorithm>
+
+using namespace LibraryWire;
+
+namespace {
+
+const QString address = u"127.20.12.1"_s;
+const QString proxyAddress = u"127.20.12.9"_s;
+const QByteArray cookie = "Set-Cookie: id=7\r\n";
+
+/// Whether no request of the server's brought a cookie.
+bool noCookieCame(const WireServer &server)
+{
+    const QList<WireRequest> requests = server.requests();
+    return std::ranges::all_of(
+        requests, [](const WireRequest &request) { return request.header("Cookie").isNull(); });
+}
+
+} // namespace
+
+/// Libraries, the stream, commands and uploads go straight to the server, and nothing that a server
+/// sets comes back to it.
+class tst_DirectRequests : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void libraryIsFetchedPastTheProxy()
+    {
+        ServerInfoRig rig(address);
+        rig.peer.answer(libraryPath, emptyLibrary, versionHeader);
+        const ApplicationProxy proxy(proxyAddress);
+        rig.service.requestLibrary(rig.server());
+        QVERIFY(waitUntil([&] { return proxy.wasUsed() || !rig.spy.isEmpty(); }));
+        QVERIFY(!proxy.wasUsed());
+    }
+
+    void handlerSpeaksPastTheProxy()
+    {
+        WireServer server(address);
+        const ApplicationProxy proxy(proxyAddress);
+        ServerConnectionHandler handler(server.address(), QUuid::createUuid());
+        handler.requestMove(3, 7, 12);
+        QVERIFY(waitUntil([&] { return proxy.wasUsed() || server.requests().size() == 2; }));
+        QVERIFY(!proxy.wasUsed());
+    }
+
+    void libraryIsFetchedWithoutACookie()
+    {
+        ServerInfoRig rig(address);
+        rig.peer.answer(libraryPath, emptyLibrary, versionHeader + cookie);
+        for (int count = 1; count <= 2; ++count) {
+            rig.service.requestLibrary(rig.server());
+            EVENTUALLY(rig.spy.size(), count);
+        }
+        QCOMPARE(rig.peer.requests().size(), 2);
+        QVERIFY(noCookieCame(rig.peer));
+    }
+
+    void handlerSpeaksWithoutACookie()
+    {
+        HandlerRig rig(address);
+        rig.server.on(notifierPath,
+                      [](const WireRequest &request) { request.send(Wire::chunkedHead(cookie)); });
+        rig.server.answer(executePath, successBody, cookie);
+        rig.server.answer(uploadPath, successBody, cookie);
+        QVERIFY(rig.open());
+        rig.sendFrame(json("{'msg_type':6}"));
+        EVENTUALLY(rig.events.lines.contains(u"library changed"_s), true); // the cookie has arrived
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        for (int round = 1; round <= 2; ++round) {
+            rig.events.lines.clear();
+            rig.handler.requestMove(3, 7, 12);
+            EVENTUALLY(rig.events.lines, QStringList{u"moved"_s});
+            rig.handler.requestUpload(3, 17, file.fileName());
+            EVENTUALLY(rig.events.lines.contains(u"uploaded"_s), true);
+        }
+        QCOMPARE(rig.server.requests().size(), 5);
+        QVERIFY(noCookieCame(rig.server));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_DirectRequests)
+#include "tst_DirectRequests.moc"
