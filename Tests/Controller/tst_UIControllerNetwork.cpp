@@ -1,0 +1,103 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "BrowsingStage.h"
+
+#include "Support/ApplicationProxy.h"
+#include "Support/FailOnWarning.h"
+#include "Support/WireServer.h"
+
+#include <QNetworkDiskCache>
+#include <QNetworkReply>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString serverAddress = u"127.60.10.1"_s;
+const QByteArray thumbnails = "/brenvoka/thumbnails/";
+
+/// A server whose folders 0 and 1 have a visual each. Their thumbnails are not in memory.
+Server oneVisualAFolder()
+{
+    Server server = sampleServer(u"One"_s, serverAddress);
+    server.folders = {folder(0, u"Intro"_s, {{hashOf(901), u"003: Sunset"_s, 3}}),
+                      folder(1, u"Loops"_s, {{hashOf(902), u"003: Harbour"_s, 3}})};
+    return server;
+}
+
+/// The size of the disk cache of the latest reply that was deleted.
+class CacheOfReplies final : public QObject
+{
+public:
+    CacheOfReplies() { QCoreApplication::instance()->installEventFilter(this); }
+    bool eventFilter(QObject *object, QEvent *event) override
+    {
+        const auto *reply = qobject_cast<QNetworkReply *>(object);
+        if (reply && event->type() == QEvent::DeferredDelete)
+            maximumSize =
+                qobject_cast<QNetworkDiskCache *>(reply->manager()->cache())->maximumCacheSize();
+        return false;
+    }
+
+    qint64 maximumSize = 0;
+};
+
+} // namespace
+
+/// How the thumbnails of the two banks are fetched, and where they are kept.
+class tst_UIControllerNetwork : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        QPixmapCache::clear();
+    }
+
+    void thumbnailsAreFetchedPastTheProxy();
+    void thumbnailsAreFetchedWithoutACookie();
+    void thumbnailCacheHas64Mebibytes();
+};
+
+void tst_UIControllerNetwork::thumbnailsAreFetchedPastTheProxy()
+{
+    const WireServer server(serverAddress);
+    const ApplicationProxy proxy(u"127.60.10.9"_s);
+    WindowRig rig;
+    rig.connectServer(oneVisualAFolder());
+    rig.controller().folderChanged(0);
+    QTRY_VERIFY_WITH_TIMEOUT(proxy.wasUsed() || server.requests(thumbnails).size() == 1, 30000);
+    QVERIFY(!proxy.wasUsed());
+}
+
+void tst_UIControllerNetwork::thumbnailsAreFetchedWithoutACookie()
+{
+    WireServer server(serverAddress);
+    server.answer(thumbnails, "no picture", "Set-Cookie: id=7\r\n");
+    WindowRig rig;
+    rig.connectServer(oneVisualAFolder());
+    for (int number = 0; number < 2; ++number) {
+        rig.controller().folderChanged(number);
+        QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
+    }
+    QCOMPARE(server.requests(thumbnails).size(), 2);
+    for (const WireRequest &request : server.requests(thumbnails))
+        QVERIFY(request.header("Cookie").isNull());
+}
+
+void tst_UIControllerNetwork::thumbnailCacheHas64Mebibytes()
+{
+    WireServer server(serverAddress);
+    server.answer(thumbnails, "no picture");
+    WindowRig rig;
+    rig.connectServer(oneVisualAFolder());
+    CacheOfReplies cache;
+    rig.controller().folderChanged(0);
+    QTRY_COMPARE_WITH_TIMEOUT(cache.maximumSize, 67108864, 30000);
+}
+
+QTEST_MAIN(tst_UIControllerNetwork)
+#include "tst_UIControllerNetwork.moc"
