@@ -86,6 +86,11 @@ struct ServerConnectionHandlerProbe
     }
     [[nodiscard]] QNetworkReply *streamReply() const { return handler.streamReply; }
     [[nodiscard]] QNetworkReply *uploadReply() const { return handler.uploadReply; }
+    /// Those that have not been deleted, in the order of their requests.
+    [[nodiscard]] QList<QNetworkReply *> replies() const
+    {
+        return handler.networkManager.findChildren<QNetworkReply *>();
+    }
     /// How many requests have been given to Qt and have not ended, whatever they are for.
     [[nodiscard]] int runningReplies() const
     {

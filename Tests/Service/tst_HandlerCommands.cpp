@@ -224,10 +224,10 @@ private slots:
         expect(u"rename error 3 \"Visual is in use\""_s);
         rig->handler.requestMove(3, 7, 12);
         expect(u"move error \"Visual is in use\""_s);
-        QCOMPARE(log.texts(),
-                 (QStringList{u"Element remove failed on server 127.20.3.1 folder 3 file 17 "
+        QCOMPARE(log.entries(),
+                 (QStringList{u"error: Element remove failed on server 127.20.3.1 folder 3 file 17 "
                               "reason: Visual is in use"_s,
-                              u"Folder rename failed on server 127.20.3.1 folder 3 "
+                              u"error: Folder rename failed on server 127.20.3.1 folder 3 "
                               "reason: Visual is in use"_s}));
     }
 
@@ -253,15 +253,17 @@ private slots:
         QCOMPARE(rig->probe.pendingRequests(), 0);
         QVERIFY(rig->probe.nothingInFlight());
 
-        const QStringList lines = log.texts();
+        const QStringList lines = log.entries();
         QCOMPARE(lines.size(), 5);
         QVERIFY(lines.contains(
-            u"Element remove failed on server 127.20.3.1 folder 3 file 18 reason: "_s + text));
-        QVERIFY(lines.contains(u"Folder rename failed on server 127.20.3.1 folder 4 reason: "_s +
-                               text));
-        QCOMPARE(lines.last(), u"Element move failed on server 127.20.3.1 folder 3 from file 7 to "
-                               "file 12 reason: "_s +
-                                   text);
+            u"error: Element remove failed on server 127.20.3.1 folder 3 file 18 reason: "_s +
+            text));
+        QVERIFY(lines.contains(
+            u"error: Folder rename failed on server 127.20.3.1 folder 4 reason: "_s + text));
+        QCOMPARE(lines.last(),
+                 u"error: Element move failed on server 127.20.3.1 folder 3 from file 7 to "
+                 "file 12 reason: "_s +
+                     text);
     }
 
     void errorWithoutATextIsInternal()
@@ -280,7 +282,7 @@ private slots:
         const QString rename = u"Internal error. Folder rename failed on server"_s;
         QCOMPARE(rig->events.lines, (QStringList{u"remove error 3 17 \"%1\""_s.arg(removal),
                                                  u"rename error 4 \"%1\""_s.arg(rename)}));
-        QCOMPARE(log.texts(), (QStringList{removal, rename}));
+        QCOMPARE(log.entries(), (QStringList{u"error: "_s + removal, u"error: "_s + rename}));
         QVERIFY(rig->probe.nothingInFlight());
     }
 

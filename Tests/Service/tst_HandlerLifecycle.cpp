@@ -139,10 +139,10 @@ private slots:
         ServerConnectionHandler handler(QHostAddress(u"127.20.2.3"_s), QUuid::createUuid());
         const HandlerEvents events(handler);
         EVENTUALLY(events.lines.size(), 1);
-        QCOMPARE(log.texts(),
-                 (QStringList{u"Connecting to notification stream of server : "
+        QCOMPARE(log.entries(),
+                 (QStringList{u"info: Connecting to notification stream of server : "
                               "http://127.20.2.3:4567/brenvoka/notifier.html?ver=281474976710656"_s,
-                              u"Connection to server "
+                              u"info: Connection to server "
                               "http://127.20.2.3:4567/brenvoka/notifier.html?%2 terminated"_s}));
     }
 
@@ -156,9 +156,9 @@ private slots:
         QVERIFY(rig->probe.activeTransfers().isEmpty());
         EVENTUALLY(rig->server.openConnections(), 0);
         QCOMPARE(rig->events.lines, QStringList());
-        QCOMPARE(log.texts().last(), u"Connection to server "
-                                     "http://127.20.2.1:4567/brenvoka/notifier.html?%2 "
-                                     "terminated"_s);
+        QCOMPARE(log.entries().last(), u"info: Connection to server "
+                                       "http://127.20.2.1:4567/brenvoka/notifier.html?%2 "
+                                       "terminated"_s);
     }
 
     void stopBeforeTheFirstByteIsSilent()

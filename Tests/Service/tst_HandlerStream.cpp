@@ -271,8 +271,8 @@ private slots:
         LogCapture log;
         expect(Wire::frame(started(transferId, 3, 17)) + Wire::frame(ended(transferId, 6)),
                {u"progress 3 17 0 0"_s, u"sync finished 5 6"_s, u"all syncs finished"_s});
-        QCOMPARE(log.texts(), (QStringList{u"Sync started folder 3 visual 17"_s,
-                                           u"Sync finished 5 visual 6 progress 100"_s}));
+        QCOMPARE(log.entries(), (QStringList{u"info: Sync started folder 3 visual 17"_s,
+                                             u"info: Sync finished 5 visual 6 progress 100"_s}));
     }
 
 private:

@@ -109,8 +109,8 @@ private slots:
         rig->server.answer(uploadPath, json("{'msg_type':7,'RESULT':3,'ERROR':'Disk is full'}"));
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         EVENTUALLY(withoutProgress(), QStringList{u"upload error \"Disk is full\""_s});
-        QCOMPARE(log.texts(),
-                 QStringList{u"Upload failed on server 127.20.6.1 reason: Disk is full"_s});
+        QCOMPARE(log.entries(),
+                 QStringList{u"error: Upload failed on server 127.20.6.1 reason: Disk is full"_s});
     }
 
     void networkFailure()
@@ -123,7 +123,7 @@ private slots:
             QStringList{
                 u"upload error \"Error transferring "
                 "http://127.20.6.1:4567/brenvoka/upload.html - server replied: Nothing\""_s});
-        QCOMPARE(log.texts(), QStringList{u"File upload error: 203"_s});
+        QCOMPARE(log.entries(), QStringList{u"error: File upload error: 203"_s});
         QCOMPARE(rig->probe.uploadReply(), nullptr);
         EVENTUALLY(rig->probe.pendingRequests(), -1);
     }

@@ -105,10 +105,11 @@ private slots:
             QCOMPARE(log.texts(), QStringList());
         } else {
             QCOMPARE(rig->events.lines, QStringList());
-            QCOMPARE(log.texts(),
-                     QStringList{check == "id"_L1
-                                     ? u"Handler not found for id %1"_s.arg(unknownId.toString())
-                                     : u"Handler not found for address 127.20.8.2"_s});
+            QCOMPARE(
+                log.entries(),
+                QStringList{check == "id"_L1
+                                ? u"info: Handler not found for id %1"_s.arg(unknownId.toString())
+                                : u"info: Handler not found for address 127.20.8.2"_s});
         }
         rig->events.lines.clear();
 

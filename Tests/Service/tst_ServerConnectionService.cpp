@@ -29,7 +29,7 @@ private slots:
     {
         LogCapture log;
         rig->service->addHandler(firstAddress, firstId);
-        QCOMPARE(log.texts().constFirst(), u"Adding handler for 127.20.7.1"_s);
+        QCOMPARE(log.entries().constFirst(), u"info: Adding handler for 127.20.7.1"_s);
         QCOMPARE(rig->handlers().size(), 1);
         QCOMPARE(rig->events.lines, QStringList());
         rig->sendFromFirst(Wire::frame(libraryChanged));
@@ -183,8 +183,8 @@ private slots:
         rig->service->removeHandler(firstId);
         QCOMPARE(rig->events.lines, (QStringList{u"visualRemoveFinished first 1 2"_s,
                                                  u"visualRemoveFinished first 1 3"_s}));
-        QCOMPARE(log.texts().constFirst(),
-                 u" Handler removed for server id %1"_s.arg(firstId.toString()));
+        QCOMPARE(log.entries().constFirst(),
+                 u"info:  Handler removed for server id %1"_s.arg(firstId.toString()));
         EVENTUALLY(handler.isNull(), true);
         EVENTUALLY(rig->first.openConnections(), 0);
         QCOMPARE(rig->events.lines.size(), 2);
@@ -203,8 +203,8 @@ private slots:
         rig->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
         EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first 127.20.7.1"_s,
                                                    u"serverDisconnected first 1 "_s}));
-        QVERIFY(log.texts().contains(
-            u"Handler removed for id %1 address 127.20.7.1"_s.arg(firstId.toString())));
+        QVERIFY(log.entries().contains(
+            u"info: Handler removed for id %1 address 127.20.7.1"_s.arg(firstId.toString())));
         EVENTUALLY(handler.isNull(), true);
         QVERIFY(rig->second.waitForRequests(1, notifierPath));
         QCOMPARE(rig->handlers().size(), 1);

@@ -41,11 +41,13 @@ private slots:
     void malformedFeatureListClosesTheDoor()
     {
         QFETCH(QByteArray, headers);
+        const QString malformed = u"error: Discarding library.json from server Stage left for "
+                                  "malformed feature list: invalid bitset<N> char"_s;
         LogCapture log;
         rig->peer.answer(libraryPath, emptyLibrary, headers);
         const Server server = rig->server();
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"invalid bitset<N> char"_s).size(), 1, 30000);
+        QTRY_COMPARE_WITH_TIMEOUT(log.entries().filter(malformed).size(), 1, 30000);
         verifyDoorIsClosed(server);
     }
 
@@ -70,9 +72,10 @@ private slots:
         const Server server = rig->server();
         rig->service.requestLibrary(server);
         QTRY_COMPARE_WITH_TIMEOUT(
-            log.texts()
-                .filter(u"Failed to download server info from http://127.30.5.1:4567/brenvoka/"
-                        "library.json?ver=281474976710656 error: "_s)
+            log.entries()
+                .filter(
+                    u"error: Failed to download server info from http://127.30.5.1:4567/brenvoka/"
+                    "library.json?ver=281474976710656 error: "_s)
                 .size(),
             1, 30000);
         verifyDoorIsClosed(server);
@@ -131,8 +134,10 @@ private slots:
         const Server server = rig->server(u"Büro"_s);
         rig->service.requestLibrary(server);
         QTRY_COMPARE_WITH_TIMEOUT(
-            log.texts().filter(u"Error while parsing library.json from server Büro"_s).size(), 1,
-            30000);
+            log.entries()
+                .filter(u"error: Error while parsing library.json from server Büro"_s)
+                .size(),
+            1, 30000);
         QCOMPARE(rig->spy.size(), 0);
 
         rig->peer.answer(libraryPath, emptyLibrary + '\0' + "rest", versionHeader);
@@ -160,7 +165,7 @@ private slots:
         QVERIFY(QMetaObject::invokeMethod(&rig->service, "downloadFinished",
                                           Q_ARG(QNetworkReply *, reply)));
         QTRY_COMPARE_WITH_TIMEOUT(
-            log.texts().filter(u"Reply was not found for server info"_s).size(), 1, 30000);
+            log.entries().filter(u"error: Reply was not found for server info"_s).size(), 1, 30000);
         QTRY_COMPARE_WITH_TIMEOUT(destroyed.size(), 1, 30000);
         QCOMPARE(rig->spy.size(), 0);
     }

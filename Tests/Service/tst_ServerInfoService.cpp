@@ -46,8 +46,8 @@ private slots:
         rig->service.requestLibrary(rig->server());
         QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
         const QString url = u"http://127.30.1.1:4567/brenvoka/library.json?ver=281474976710656"_s;
-        QCOMPARE(log.texts(), (QStringList{u"Downloading server info from: "_s + url,
-                                           u"Downloaded server info from: "_s + url}));
+        QCOMPARE(log.entries(), (QStringList{u"info: Downloading server info from: "_s + url,
+                                             u"info: Downloaded server info from: "_s + url}));
     }
 
     void requestGoesToTheFirstConnection()
@@ -157,8 +157,9 @@ private slots:
             return;
         }
         QTRY_COMPARE_WITH_TIMEOUT(
-            log.texts()
-                .filter(u"Discarding library.json from server 50% %s for unsupported version"_s)
+            log.entries()
+                .filter(
+                    u"error: Discarding library.json from server 50% %s for unsupported version"_s)
                 .size(),
             1, 30000);
         // The entry is gone: the next call asks again.
@@ -227,6 +228,22 @@ private slots:
             QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), i, 30000);
         }
         QCOMPARE(rig->peer.requests().size(), requests);
+    }
+
+    void receiverKeepsItsRecordWhenItAsksAgain()
+    {
+        rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
+        const Server server = rig->server(u"first"_s);
+        QString name;
+        connect(&rig->service, &ServerInfoService::receivedServer, &rig->service,
+                [&](const Server &complete) {
+                    Server later = server;
+                    later.name = u"second"_s;
+                    rig->service.requestLibrary(later); // replaces the record under way
+                    name = complete.name;
+                });
+        rig->service.requestLibrary(server);
+        QTRY_COMPARE_WITH_TIMEOUT(name, u"first"_s, 30000);
     }
 
     void receiverMayAskAgain()

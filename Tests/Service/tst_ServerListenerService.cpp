@@ -202,7 +202,7 @@ void tst_ServerListenerService::changedNameIsTold()
         listener.tick();
     }
     QCOMPARE(listener.take(), QStringList{u"name stage New"_s});
-    QCOMPARE(log.texts().last(), u"server name changed from New to New"_s);
+    QCOMPARE(log.entries().last(), u"info: server name changed from New to New"_s);
 }
 
 void tst_ServerListenerService::newConnectionComesBeforeTheChangedName()
@@ -216,8 +216,9 @@ void tst_ServerListenerService::newConnectionComesBeforeTheChangedName()
     listener.tick();
     QCOMPARE(listener.take(),
              (QStringList{u"connection stage 127.10.2.2/24"_s, u"name stage New"_s}));
-    QVERIFY(log.texts().contains(
-        u"Found new server connection: %1 | 127.10.2.2 | 24 | Old"_s.arg(stageId.toString())));
+    QVERIFY(log.entries().contains(
+        u"info: Found new server connection: %1 | 127.10.2.2 | 24 | Old"_s.arg(
+            stageId.toString())));
 }
 
 void tst_ServerListenerService::twoServersBehindOneAddress()
@@ -262,9 +263,10 @@ void tst_ServerListenerService::logsWhatAppears()
     Announcer(firstAddress).send(announcement({.name = "B\xc3\xbchne %s"}));
     Announcer(secondAddress).send(announcement({.name = "B\xc3\xbchne %s"}));
     listener.tick();
-    const QString form = u"%1: {1b4e28ba-2fa1-11d2-883f-0016d3cca427} | %2 | 24 | Bühne %s"_s;
-    QCOMPARE(log.texts(), (QStringList{form.arg(u"Found new server"_s, firstAddress),
-                                       form.arg(u"Found new server connection"_s, secondAddress)}));
+    const QString form = u"info: %1: {1b4e28ba-2fa1-11d2-883f-0016d3cca427} | %2 | 24 | Bühne %s"_s;
+    QCOMPARE(log.entries(),
+             (QStringList{form.arg(u"Found new server"_s, firstAddress),
+                          form.arg(u"Found new server connection"_s, secondAddress)}));
     for (const QString &line : log.lines())
         QVERIFY2(line.startsWith(u"[ServerListenerService:"_s), qPrintable(line));
 }

@@ -13,6 +13,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 using namespace ThumbnailTestKit;
 
@@ -124,19 +126,21 @@ private slots:
         QCOMPARE(a->error.constFirst().at(0).toInt(), 1);
         QCOMPARE(a->error.constFirst().at(1).value<QHostAddress>(), peer->address());
         QCOMPARE(a->finished.size(), 0);
-        QCOMPARE(log.texts()
-                     .filter(QRegularExpression(
-                         u"^Error while getting thumbnail: .+ for: http://127\\.30\\.2\\.1:4567/"
-                         "brenvoka/thumbnails/3/1\\.png\\?ver=281474976710656$"_s))
-                     .size(),
-                 1);
+        QCOMPARE(
+            log.entries()
+                .filter(QRegularExpression(
+                    u"^error: Error while getting thumbnail: .+ for: http://127\\.30\\.2\\.1:4567/"
+                    "brenvoka/thumbnails/3/1\\.png\\?ver=281474976710656$"_s))
+                .size(),
+            1);
 
         peer->requests("/brenvoka/thumbnails/3/2.png")
             .constFirst()
             .answer(picture({4, 4}, Qt::red));
         QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
-        QVERIFY(!ThumbnailService::noThumbnailPixmap().isNull());
-        QCOMPARE(a->pixmaps().at(1).toImage(), ThumbnailService::noThumbnailPixmap().toImage());
+        const QPixmap fallback(u":/icons/Bin/bitmap/icons/no_thumbnail.png"_s);
+        QVERIFY(!fallback.isNull());
+        QCOMPARE(a->pixmaps().at(1).toImage(), fallback.toImage());
         QCOMPARE(colorOf(a->pixmaps().at(2)), QColor(Qt::red));
         QVERIFY(!QPixmapCache::find(u"thumbnail+x"_s, nullptr));
     }
@@ -196,7 +200,7 @@ private slots:
             QCOMPARE(colorOf(a->pixmaps().at(5)), QColor(Qt::red));
         }
         QCOMPARE(peer->requests().size(), 2);
-        QCOMPARE(log.texts().count(u"Failed to add thumbnail+abc thumbnail to cache"_s), 2);
+        QCOMPARE(log.entries().count(u"info: Failed to add thumbnail+abc thumbnail to cache"_s), 2);
     }
 
     void downloadsAreLogged()
@@ -207,9 +211,10 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         const QString url =
             u"http://127.30.2.1:4567/brenvoka/thumbnails/3/9.png?ver=281474976710656"_s;
-        QCOMPARE(log.texts(), (QStringList{u"Downloading thumbnail from: "_s + url,
-                                           u"Download finished for thumbnail from: "_s + url,
-                                           u"Downloaded was a success"_s}));
+        QCOMPARE(log.entries(),
+                 (QStringList{u"info: Downloading thumbnail from: "_s + url,
+                              u"info: Download finished for thumbnail from: "_s + url,
+                              u"info: Downloaded was a success"_s}));
     }
 
     void abortWithNothingRunning()
@@ -218,7 +223,7 @@ private slots:
         a->service.abort();
         QCOMPARE(a->aborted.size(), 1);
         QCOMPARE(a->progress.size(), 0);
-        QVERIFY(log.texts().contains(u"Abort thumbnail download"_s));
+        QVERIFY(log.entries().contains(u"info: Abort thumbnail download"_s));
     }
 
     void abortEndsTheLoad()
@@ -231,6 +236,19 @@ private slots:
         QCOMPARE(a->error.size(), 0);
         QTRY_COMPARE_WITH_TIMEOUT(peer->openConnections(), 0, 30000);
         QCOMPARE(a->finished.size(), 0);
+    }
+
+    void receiversAfterOneThatAbortsGetAllPictures()
+    {
+        qsizetype count = -1;
+        connect(&a->service, &ThumbnailService::finished, &a->service, &ThumbnailService::abort);
+        connect(&a->service, &ThumbnailService::finished, this,
+                [&count](int, const QList<QPixmap> &pixmaps) { count = pixmaps.size(); });
+        load(*a, {});
+        QCOMPARE(std::exchange(count, -1), 256);
+        peer->answer(thumbnails, picture({4, 4}, Qt::red));
+        load(*a, {{1, u"x"_s}});
+        QTRY_COMPARE_WITH_TIMEOUT(count, 256, 30000);
     }
 
     void newLoadReplacesTheRunningOne()

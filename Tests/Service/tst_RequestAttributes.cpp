@@ -18,7 +18,7 @@
 using namespace Qt::Literals::StringLiterals;
 
 /// What Qt does with a request of the program, and what it leaves alone.
-class tst_ServerRequest : public QObject
+class tst_RequestAttributes : public QObject
 {
     Q_OBJECT
 
@@ -80,5 +80,5 @@ private:
     std::unique_ptr<QNetworkAccessManager> manager;
 };
 
-QTEST_GUILESS_MAIN(tst_ServerRequest)
-#include "tst_ServerRequest.moc"
+QTEST_GUILESS_MAIN(tst_RequestAttributes)
+#include "tst_RequestAttributes.moc"

@@ -1,0 +1,95 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/HandlerTesting.h"
+#include "Service/OneShotBody.h"
+#include "Support/FailOnWarning.h"
+
+#include <QPointer>
+#include <QTemporaryFile>
+
+#include <memory>
+
+using Order = std::function<void(ServerConnectionHandler &)>;
+
+/// Requests leave nothing behind: a synchronisation has tens of thousands of them.
+class tst_HandlerMemory : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        rig = std::make_unique<HandlerRig>(u"127.20.13.1"_s);
+        rig->server.answer(executePath, successBody);
+        rig->server.answer(uploadPath, successBody);
+        QVERIFY(rig->open());
+        QVERIFY(upload.open());
+    }
+
+    void cleanup() { rig.reset(); }
+
+    void replyIsDeletedOnceItHasFinished_data()
+    {
+        QTest::addColumn<Order>("order");
+        const auto row = [](const char *name, const Order &order) { QTest::newRow(name) << order; };
+        row("sync", [](auto &handler) { handler.requestSync(handler.serverAddress(), {{1, 2}}); });
+        row("cancel", [](auto &handler) { handler.cancelSyncs(); });
+        row("remove", [](auto &handler) { handler.requestRemove({{1, 2}}); });
+        row("rename", [](auto &handler) { handler.requestRename({{1, u"a"_s}}); });
+        row("move", [](auto &handler) { handler.requestMove(1, 2, 3); });
+        row("upload", [this](auto &handler) { handler.requestUpload(1, 2, upload.fileName()); });
+        row("cancelled upload", [this](auto &handler) {
+            handler.requestUpload(1, 2, upload.fileName());
+            handler.cancelUpload();
+        });
+    }
+
+    void replyIsDeletedOnceItHasFinished()
+    {
+        QFETCH(const Order, order);
+        order(rig->handler);
+        QCOMPARE(rig->probe.replies().size(), 2);
+        EVENTUALLY(rig->probe.replies(), QList{rig->probe.streamReply()});
+    }
+
+    void streamIsDeletedOnceItHasFinished()
+    {
+        rig->stream.send(Wire::lastChunk());
+        EVENTUALLY(rig->probe.replies().size(), 0);
+    }
+
+    void stoppedStreamIsDeleted()
+    {
+        rig->handler.stop();
+        EVENTUALLY(rig->probe.replies().size(), 0);
+    }
+
+    void bodyIsDeletedWithItsReply_data()
+    {
+        QTest::addColumn<Order>("order");
+        QTest::newRow("remove") << Order([](auto &handler) { handler.requestRemove({{1, 2}}); });
+        QTest::newRow("rename") << Order([](auto &handler) {
+            handler.requestRename({{1, u"a"_s}});
+        });
+        QTest::newRow("move") << Order([](auto &handler) { handler.requestMove(1, 2, 3); });
+    }
+
+    void bodyIsDeletedWithItsReply()
+    {
+        QFETCH(const Order, order);
+        order(rig->handler);
+        const QPointer<OneShotBody> body =
+            rig->probe.replies().constLast()->findChild<OneShotBody *>();
+        QVERIFY(body);
+        EVENTUALLY(body.isNull(), true);
+    }
+
+private:
+    QTemporaryFile upload;
+    std::unique_ptr<HandlerRig> rig;
+};
+
+QTEST_GUILESS_MAIN(tst_HandlerMemory)
+#include "tst_HandlerMemory.moc"
