@@ -65,10 +65,6 @@ class GoingAway(EndToEndCase):
         self.banks = self.show(self.program, self.left, self.right)
         wait_for(lambda: "Spare" in self.banks[0].servers(), "the third server")
 
-    def tearDown(self):
-        if self.program.window("dialog") is None:
-            self.end_program(self.program)
-
     def leave(self, server, command):
         """The server leaves, and stays away because it no longer announces itself."""
         server.tell("silence")
@@ -85,11 +81,13 @@ class GoingAway(EndToEndCase):
         self.hold_gone("Right")
         self.assertEqual(self.banks[1].server(), "")
         self.assertTrue(self.program.out_of_sync())
+        self.end_program(self.program)
 
     def test_a_server_on_show_ends_its_stream(self):
         self.leave(self.right, "end-stream")
         self.assertEqual(self.program.close_error('Server "Right" disconnected.'), [])
         self.hold_gone("Right")
+        self.end_program(self.program)
 
     def test_a_server_on_show_resets_the_connection(self):
         self.leave(self.left, "reset-stream")
@@ -97,6 +95,7 @@ class GoingAway(EndToEndCase):
         self.assertRegex(line, r"^Network error: .+\.$")
         self.hold_gone("Left")
         self.assertEqual(self.banks[0].server(), "")
+        self.end_program(self.program)
 
     def test_servers_fall_silent_on_show_or_not_and_leave_without_a_word(self):
         self.right.tell("silence")
@@ -108,6 +107,7 @@ class GoingAway(EndToEndCase):
         # Whoever announces itself again after the silence is a new server.
         self.right.tell("announce")
         wait_for(lambda: "Right" in self.banks[0].servers(), "the server to come back")
+        self.end_program(self.program)
 
     def test_a_server_not_on_show_leaves_without_a_word(self):
         for index, command in enumerate(("shutdown", "end-stream", "reset-stream")):
@@ -118,6 +118,7 @@ class GoingAway(EndToEndCase):
                 self.leave(guest, command)
                 self.hold_gone(name)
                 self.assertIsNone(self.program.window("dialog"))
+        self.end_program(self.program)
 
 
 if __name__ == "__main__":

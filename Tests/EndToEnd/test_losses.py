@@ -3,7 +3,6 @@
 
 """Servers that disappear while something is done to them, in each of the four ways."""
 
-import time
 import unittest
 
 from stage.banks import SLOTS
@@ -14,8 +13,6 @@ from stage.waiting import wait_for
 
 ENDS = {"shutdown": 'Server "{}" was shut down.', "end-stream": "",
         "reset-stream": "Network error: "}
-# After 121 ticks of 250 ms without an announcement a server is lost.
-SILENCE = 30.25
 
 
 class Losses(EndToEndCase):
@@ -84,32 +81,23 @@ class Losses(EndToEndCase):
         detail = self.hold_gone(guest, "disconnected while an operation was in progress.", before)
         self.assertTrue(detail.startswith(ENDS[way].format(guest.name)), detail)
 
+    def fall_silent(self, operation, guest):
+        before = self.begin(operation, guest)
+        guest.tell("silence")
+        self.hold_gone(guest, "became unresponsive while an operation was in progress.", before)
+
     def test_each_way_during_each_operation(self):
         self.left = self.serve("127.70.6.2", "Left", "--generate", "3", "--folders", "1",
                                "--visuals", "3")
-        silent = [self.guest() for _ in self.operations]
+        guest = self.guest()
         self.program = self.start_program()
-        _, self.bank = self.show(self.program, self.left, silent[-1])
+        _, self.bank = self.show(self.program, self.left, guest)
         self.bank.open(0)
         self.bank.wait_for_rows(SLOTS)
-        rest = [(way, operation) for operation in self.operations for way in ENDS]
-        begin = time.monotonic()
-        self.lose(*rest.pop(), self.guest())
-        pace = time.monotonic() - begin
-        # Others are lost in the first half of a silence. In the second half an operation begins on
-        # the silent one, and the next falls silent: it has as long for its own.
-        silent[0].tell("silence")
-        begin = time.monotonic()
-        while rest and time.monotonic() - begin < SILENCE / 2 - pace:
-            self.lose(*rest.pop(), self.guest())
-        for number, operation in enumerate(self.operations):
-            before = self.begin(operation, silent[number])
-            for following in silent[number + 1:number + 2]:
-                following.tell("silence")
-            self.hold_gone(silent[number],
-                           "became unresponsive while an operation was in progress.", before)
-        for way, operation in rest:
-            self.lose(way, operation, self.guest())
+        for operation in self.operations:
+            for way in ENDS:
+                self.lose(way, operation, self.guest())
+            self.fall_silent(operation, self.guest())
         self.end_program(self.program)
 
 
