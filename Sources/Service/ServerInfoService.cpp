@@ -4,6 +4,7 @@
 #include "Service/ServerInfoService.h"
 
 #include "Log/ZorLog.h"
+#include "Service/FeatureList.h"
 #include "Service/JsonBody.h"
 #include "Service/Protocol.h"
 #include "Service/ServerRequest.h"
@@ -13,7 +14,6 @@
 #include <QNetworkReply>
 #include <QStandardPaths>
 
-#include <algorithm>
 #include <stdexcept>
 
 using namespace Qt::Literals::StringLiterals;
@@ -21,15 +21,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr qint64 maximumCacheSize = 0x800000;
-
-std::bitset<1> featureListFromText(const QByteArray &text)
-{
-    // All of the text is judged here: a bitset looks only at as many characters as it has bits.
-    const auto isBit = [](char character) { return character == '0' || character == '1'; };
-    if (!std::all_of(text.cbegin(), text.cend(), isBit))
-        throw std::invalid_argument("invalid bitset<N> char");
-    return text.startsWith('1') ? 1 : 0;
-}
 
 ProtocolInfo protocolInfoFromHeaders(const QNetworkReply &reply)
 {

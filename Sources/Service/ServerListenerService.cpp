@@ -4,9 +4,9 @@
 #include "Service/ServerListenerService.h"
 
 #include "Log/ZorLog.h"
+#include "Service/Announcement.h"
 
 #include <QTimer>
-#include <QtEndian>
 
 #include <algorithm>
 #include <chrono>
@@ -60,20 +60,8 @@ void ServerListenerService::listServers()
     std::size_t count = 0;
     Discovery::servers(socket, table, count);
     for (const Discovery::DiscoveredServer &entry : std::span(table, count))
-        process(announcementFrom(entry));
+        process(Announcement::from(entry));
     expire();
-}
-
-ServerListenerService::Announcement
-ServerListenerService::announcementFrom(const Discovery::DiscoveredServer &entry)
-{
-    const QHostAddress address(ntohl(entry.source.sin_addr.s_addr));
-    const QHostAddress mask(qbswap(entry.netmask));
-    const QString subnet = address.toString() + u'/' + mask.toString();
-    const auto uuid = QByteArrayView(entry.uuid.data(), qsizetype(entry.uuid.size()));
-    const std::string_view name = Discovery::name(entry);
-    return {QUuid::fromRfc4122(uuid), address, QHostAddress::parseSubnet(subnet).second,
-            QString::fromUtf8(name.data(), qsizetype(name.size()))};
 }
 
 void ServerListenerService::process(const Announcement &announcement)

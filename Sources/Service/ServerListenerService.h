@@ -10,6 +10,8 @@
 #include <QObject>
 #include <QUuid>
 
+struct Announcement;
+
 /// Turns announcements on the network into servers and connections that come and go.
 ///
 /// A server is one uuid; a connection is one of its interfaces, a source address with a netmask
@@ -61,15 +63,6 @@ private:
         QList<KnownConnection> connections;
     };
 
-    struct Announcement
-    {
-        QUuid uuid;
-        QHostAddress address;
-        int netmask = 0;
-        QString name;
-    };
-
-    static Announcement announcementFrom(const Discovery::DiscoveredServer &entry);
     void process(const Announcement &announcement);
     void noteConnection(const Announcement &announcement);
     void noteName(const Announcement &announcement);

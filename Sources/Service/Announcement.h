@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <QHostAddress>
+#include <QString>
+#include <QUuid>
+
+namespace Discovery {
+struct DiscoveredServer;
+}
+
+/// One announcement in the program's own types.
+struct Announcement
+{
+    QUuid uuid;           ///< null if all its bytes are 0
+    QHostAddress address; ///< where the datagram came from
+    int netmask = 0;      ///< length in bits, -1 if the mask is invalid
+    QString name;
+
+    [[nodiscard]] static Announcement from(const Discovery::DiscoveredServer &entry);
+};
