@@ -60,7 +60,7 @@ inline QByteArray wireFile(const QString &name)
     return file.readAll();
 }
 
-/// Reads the fields of a handler that nothing else shows.
+/// Reads the fields of a handler that nothing else shows, and hands it messages without a stream.
 struct ServerConnectionHandlerProbe
 {
     explicit ServerConnectionHandlerProbe(ServerConnectionHandler &probed)
@@ -68,6 +68,8 @@ struct ServerConnectionHandlerProbe
     {
     }
 
+    void handle(const QJsonDocument &message) { handler.handleMessage(message); }
+    void forgetTransfers() { handler.activeTransfers.clear(); }
     [[nodiscard]] int pendingRequests() const { return handler.pendingRequests; }
     [[nodiscard]] QByteArray receiveBuffer() const { return handler.receiveBuffer; }
     [[nodiscard]] QHash<QUuid, ActiveTransfer> activeTransfers() const

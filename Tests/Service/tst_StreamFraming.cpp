@@ -3,45 +3,15 @@
 
 #include "Service/StreamFraming.h"
 
+#include "Support/FramingModel.h"
+
 #include <QFile>
 #include <QJsonObject>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-QByteArrayList compact(const QList<QJsonDocument> &documents)
-{
-    QByteArrayList texts;
-    for (const QJsonDocument &document : documents)
-        texts.append(document.toJson(QJsonDocument::Compact));
-    return texts;
-}
-
-/// The framing as it is told, without regard to cost: everything is split anew each time.
-QByteArrayList takeByTheBook(QByteArray &buffer, const QByteArray &chunk)
-{
-    buffer.append(chunk);
-    const QByteArrayList pieces = buffer.split('\0');
-    if (pieces.size() == 1 && pieces.constFirst().size() == buffer.size())
-        return {};
-    buffer.clear();
-    QByteArrayList texts;
-    for (const QByteArray &piece : pieces) {
-        if (piece.isEmpty())
-            continue;
-        QJsonParseError error;
-        const QJsonDocument document = QJsonDocument::fromJson(piece, &error);
-        if (error.error == QJsonParseError::NoError)
-            texts.append(document.toJson(QJsonDocument::Compact));
-        else if (!piece.endsWith('\0'))
-            buffer.append(piece);
-    }
-    return texts;
-}
-
-} // namespace
+using FramingModel::compact;
 
 /// How bytes of the notification stream become documents, with an N for each NUL in the tables.
 class tst_StreamFraming : public QObject
@@ -126,7 +96,7 @@ private slots:
                 for (qsizetype at = start; at < bytes.size(); at += size) {
                     const QByteArray chunk = bytes.mid(at, size);
                     QCOMPARE(compact(StreamFraming::takeDocuments(buffer, chunk)),
-                             takeByTheBook(bookBuffer, chunk));
+                             compact(FramingModel::takeDocuments(bookBuffer, chunk)));
                     QCOMPARE(buffer, bookBuffer);
                 }
             }
