@@ -3,8 +3,9 @@
 # SPDX-License-Identifier: MIT
 #
 # Installs what is missing, builds the program optimised and again with the address and
-# undefined-behaviour sanitizers (warnings are errors), runs every test on both, and checks the
-# style. Ends with the closing lines of both test runs; the exit code is 0 only if all passed.
+# undefined-behaviour sanitizers (warnings are errors), runs every test on both, runs each fuzzer for
+# 20 seconds, and checks the style. Ends with the closing lines of the test runs; the exit code is 0
+# only if all passed.
 set -euo pipefail
 cd "$(dirname "$0")"
 
@@ -19,7 +20,7 @@ jobs=$(nproc)
 failed=0
 summaries=()
 
-for preset in release asan; do
+for preset in release asan fuzz; do
     echo "== $preset: build"
     mkdir -p "build/$preset"
     cmake --preset "$preset" "${launcher[@]}" >"build/$preset/configure.log" 2>&1 || {
@@ -30,9 +31,12 @@ for preset in release asan; do
     echo "== $preset: test"
     log=build/$preset/tests.log
     # Most tests wait for sockets and not for the processor, so more run at once than it has cores.
-    ctest --preset "$preset" --parallel $((jobs * 2)) 2>&1 | tee "$log" || failed=1
+    parallel=$((jobs * 2))
+    [ "$preset" != fuzz ] || parallel=$jobs
+    ctest --preset "$preset" --parallel "$parallel" 2>&1 | tee "$log" || failed=1
     summaries+=("== $preset" "$(sed -n '/% tests passed/,$p' "$log")")
 done
+summaries+=("$(cat build/fuzz/Tests/Fuzz/*.figures)")
 
 echo "== style"
 Scripts/check-style.sh || failed=1

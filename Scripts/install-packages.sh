@@ -16,6 +16,8 @@ packages=(
     xvfb openbox xdotool x11-utils imagemagick
     at-spi2-core dbus dbus-x11 python3 python3-pyatspi
     curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei
+    # fuzzers
+    clang libclang-rt-dev
     # the package and what checks it
     dpkg-dev file desktop-file-utils appstream groff-base
     # style and pictures
@@ -32,6 +34,7 @@ These have to be installed by hand, if they are not there:
   for tests and the demonstration: Xvfb, openbox, xdotool, xdpyinfo, xprop, xwininfo, ImageMagick,
   curl, D-Bus, at-spi2-core, /usr/bin/python3 with pyatspi, rsvg-convert, and the fonts DejaVu,
   Liberation and WenQuanYi Micro Hei
+  for the fuzzers: clang 14 or later with libFuzzer and the sanitizers
   for the Debian package: dpkg-dev, file, desktop-file-utils, appstreamcli, groff
 TEXT
 }

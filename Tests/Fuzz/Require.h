@@ -1,0 +1,17 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+
+/// Ends the program, which libFuzzer reports together with the input, unless the condition is true.
+inline void require(bool condition, const char *file = __builtin_FILE(),
+                    int line = __builtin_LINE())
+{
+    if (condition)
+        return;
+    std::fprintf(stderr, "%s:%d: a requirement is not met\n", file, line);
+    std::abort();
+}

@@ -1,0 +1,106 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Input.h"
+#include "Log/ZorLog.h"
+#include "Require.h"
+
+#include <QString>
+#include <QTemporaryDir>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+
+namespace {
+
+const QByteArray end = "end of the run\n";
+
+/// A log that writes into a pipe, from which each line can be read as soon as it is written.
+class PipedLog final
+{
+public:
+    PipedLog()
+    {
+        const QByteArray path = directory.filePath(QStringLiteral("pipe")).toLocal8Bit();
+        require(::mkfifo(path.constData(), 0600) == 0);
+        // Open for both, so that neither end waits for the other.
+        pipe = ::open(path.constData(), O_RDWR | O_CLOEXEC);
+        require(pipe > 0);
+        Zor::Log::init(path.toStdString());
+        (void)finish(); // the log's own first line
+    }
+    ~PipedLog() { Zor::Log::release(); }
+    PipedLog(const PipedLog &) = delete;
+    PipedLog &operator=(const PipedLog &) = delete;
+
+    /// Everything written since the last call, and a line that ends with `end`.
+    [[nodiscard]] QByteArray finish() const
+    {
+        ZOR_LOG(debug, "%s", end.chopped(1).constData());
+        QByteArray text;
+        std::array<char, 4096> buffer;
+        while (!text.endsWith(end)) {
+            const ssize_t count = ::read(pipe, buffer.data(), buffer.size());
+            require(count > 0);
+            text.append(buffer.data(), count);
+        }
+        return text;
+    }
+
+private:
+    QTemporaryDir directory;
+    int pipe = 0;
+};
+
+bool breaksLine(char32_t character)
+{
+    const auto category = QChar::category(character);
+    return category == QChar::Other_Control || category == QChar::Separator_Line ||
+           category == QChar::Separator_Paragraph;
+}
+
+/// The explicit embeddings, overrides and isolates of UAX 9.
+bool setsDirection(char32_t character)
+{
+    return (character >= 0x202A && character <= 0x202E) ||
+           (character >= 0x2066 && character <= 0x2069);
+}
+
+/// Its implicit marks may be written either way.
+bool marksDirection(char32_t character)
+{
+    return character == 0x061C || character == 0x200E || character == 0x200F;
+}
+
+bool mayBeEscaped(char32_t character)
+{
+    return breaksLine(character) || setsDirection(character) || marksDirection(character);
+}
+
+} // namespace
+
+/// One call is one line, in which no character breaks it or changes its direction; a text without
+/// such characters is written as it is.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    static const PipedLog pipedLog;
+    const QByteArray bytes = Input(data, size).all();
+    const QByteArray text(bytes.constData()); // up to its first NUL
+
+    ZOR_LOG(info, "<%s>", text.constData());
+    const QByteArray written = pipedLog.finish();
+    require(written.count('\n') == 2);
+
+    const QByteArray line = written.first(written.indexOf('\n'));
+    const auto characters = QString::fromUtf8(line).toUcs4();
+    require(std::ranges::none_of(characters, breaksLine));
+    require(std::ranges::none_of(characters, setsDirection));
+
+    const auto original = QString::fromUtf8(text).toUcs4();
+    if (std::ranges::none_of(original, mayBeEscaped))
+        require(line.endsWith('<' + text + '>'));
+    return 0;
+}

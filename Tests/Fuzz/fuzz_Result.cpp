@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Input.h"
+#include "Require.h"
+#include "Service/JsonBody.h"
+#include "Service/ResultDocument.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QString expected(const QJsonObject &document, const QString &earlier)
+{
+    if (document["msg_type"_L1].toInt() != 7)
+        return u"Invalid response data"_s;
+    switch (document["RESULT"_L1].toInt()) {
+    case 0:
+        return {};
+    case 1:
+        return u"Visual is in use"_s;
+    case 2:
+        return u"Unknown failure"_s;
+    case 3:
+        return document["ERROR"_L1].toString();
+    case 4:
+        return u"Media library folder is in use"_s;
+    case 5:
+        return u"Reserved or read-only folder"_s;
+    default:
+        return earlier;
+    }
+}
+
+} // namespace
+
+/// Any body is a success only if it says so, and gives the operator the text of its result.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    const QByteArray body = Input(data, size).all();
+    const QJsonObject document = jsonObjectFromBody(body);
+    const QString earlier = u"earlier"_s;
+    for (const bool before : {false, true}) {
+        bool success = before;
+        QString message = earlier;
+        ResultDocument::parse(body, success, message);
+        require(success ==
+                (document["msg_type"_L1].toInt() == 7 && document["RESULT"_L1].toInt() == 0));
+        require(message == expected(document, earlier));
+    }
+    return 0;
+}
