@@ -29,6 +29,16 @@ else()
         target_compile_options(brenvoka-build INTERFACE -Wno-restrict)
     endif()
 endif()
+# What makes faults of memory harder to use. A sanitizer brings checks of its own.
+if(UNIX AND NOT APPLE AND NOT BRENVOKA_SANITIZERS)
+    include(CheckPIESupported)
+    check_pie_supported()
+    set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+    # Some distributions define _FORTIFY_SOURCE themselves.
+    target_compile_options(brenvoka-build INTERFACE
+        "$<$<CONFIG:Release>:-fstack-protector-strong;-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+    target_link_options(brenvoka-build INTERFACE $<$<CONFIG:Release>:-Wl,-z,relro,-z,now>)
+endif()
 if(BRENVOKA_SANITIZERS)
     target_compile_options(brenvoka-build INTERFACE
         -fsanitize=${BRENVOKA_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
