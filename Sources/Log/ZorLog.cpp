@@ -4,6 +4,7 @@
 #include "Log/ZorLog.h"
 
 #include "Log/DebuggerSink.h"
+#include "Log/LogText.h"
 
 #include <boost/filesystem/operations.hpp>
 #include <spdlog/async_logger.h>
@@ -50,59 +51,11 @@ void rotate(const fs::path &logFile)
         fs::rename(logFile, numbered(1), ignored);
 }
 
-/// How many bytes at the beginning of the text are a control character: one of ASCII, or two of
-/// U+0080 to U+009F, which a terminal obeys as well.
-std::size_t controlSize(std::string_view text)
-{
-    const auto byte = [text](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-    if (byte(0) < 0x20 || byte(0) == 0x7F)
-        return 1;
-    return text.size() > 1 && byte(0) == 0xC2 && byte(1) >= 0x80 && byte(1) < 0xA0 ? 2 : 0;
-}
-
-bool hasControl(std::string_view text)
-{
-    while (!text.empty() && controlSize(text) == 0)
-        text.remove_prefix(1);
-    return !text.empty();
-}
-
-void appendEscaped(std::string &result, unsigned char control)
-{
-    if (control == '\n')
-        result += "\\n";
-    else if (control == '\r')
-        result += "\\r";
-    else if (control == '\t')
-        result += "\\t";
-    else
-        fmt::format_to(std::back_inserter(result), "\\x{:02X}", control);
-}
-
-/// The text with its control characters written out, so that one call stays one line.
-std::string escaped(std::string_view text)
-{
-    std::string result;
-    while (!text.empty()) {
-        const std::size_t size = controlSize(text);
-        if (size == 0)
-            result += text.front();
-        else
-            appendEscaped(result, static_cast<unsigned char>(text[size - 1]));
-        text.remove_prefix(std::max<std::size_t>(size, 1));
-    }
-    return result;
-}
-
 void write(spdlog::logger *logger, spdlog::level::level_enum level, const char *file, int line,
            std::string_view text)
 {
-    if (!logger)
-        return;
-    if (hasControl(text))
-        logger->log(level, "[{0}:{1}] {2}", file, line, escaped(text));
-    else
-        logger->log(level, "[{0}:{1}] {2}", file, line, text);
+    if (logger)
+        logger->log(level, "[{0}:{1}] {2}", file, line, logText(text));
 }
 
 } // namespace

@@ -193,7 +193,25 @@ void tst_ZorLog::controlCharactersAreEscaped_data()
     QTest::newRow("next line") << "a\xc2\x85"_ba << u"a\\x85"_s;
     QTest::newRow("neighbours of controls")
         << " ~\xc2\xa0\xc3\x9b\xe2\x80\x9b"_ba << u" ~\u00A0\u00DB\u201B"_s;
-    QTest::newRow("UTF-8 is left alone") << "Bühne 舞台"_ba << u"Bühne 舞台"_s;
+    QTest::newRow("separators") << "a\u2028b\u2029"_ba << u"a\\u2028b\\u2029"_s;
+    QTest::newRow("direction marks") << "\u061C\u200E\u200F"_ba << u"\\u061C\\u200E\\u200F"_s;
+    QTest::newRow("embeddings and overrides")
+        << "\u202A\u202B\u202C\u202D\u202E"_ba << u"\\u202A\\u202B\\u202C\\u202D\\u202E"_s;
+    QTest::newRow("isolates") << "\u2066\u2067\u2068\u2069"_ba << u"\\u2066\\u2067\\u2068\\u2069"_s;
+    QTest::newRow("neighbours of direction marks")
+        << "\u061B\u061D\u200D\u2010\u2027\u202F\u2065\u206A"_ba
+        << u"\u061B\u061D\u200D\u2010\u2027\u202F\u2065\u206A"_s;
+    QTest::newRow("stray bytes") << "\x80 \xBF \xFE"_ba << u"\\x80 \\xBF \\xFE"_s;
+    QTest::newRow("too long forms") << "\xC0\x8A \xE0\x80\x8A \xF0\x80\x80\x8A"_ba
+                                    << u"\\xC0\\x8A \\xE0\\x80\\x8A \\xF0\\x80\\x80\\x8A"_s;
+    QTest::newRow("surrogate") << "\xED\xA0\x80"_ba << u"\\xED\\xA0\\x80"_s;
+    QTest::newRow("beyond Unicode") << "\xF4\x90\x80\x80"_ba << u"\\xF4\\x90\\x80\\x80"_s;
+    QTest::newRow("cut off") << "\xE2\x80"_ba << u"\\xE2\\x80"_s;
+    QTest::newRow("cut off by a letter") << "\xE2\x80x\xE2\x80\xA8"_ba << u"\\xE2\\x80x\\u2028"_s;
+    QTest::newRow("the ends of each length")
+        << "~\u00A0\u07FF\u0800\uD7FF\uE000\uFFFD\U00010000\U0010FFFD"_ba
+        << u"~\u00A0\u07FF\u0800\uD7FF\uE000\uFFFD\U00010000\U0010FFFD"_s;
+    QTest::newRow("UTF-8 is left alone") << "Bühne 舞台 😀"_ba << u"Bühne 舞台 😀"_s;
     QTest::newRow("backslash is left alone") << "a\\nb"_ba << u"a\\nb"_s;
 }
 
