@@ -5,6 +5,7 @@
 
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
+#include "Model/ShownText.h"
 #include "Tasks/TaskBase.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVProgressDialog.h"
@@ -189,7 +190,7 @@ void UIController::serverDisconnected(const QUuid &uuid, Brenvoka::ServerDisconn
         ZOR_LOG(info, "Disconnect notification received for an invalid server");
         return;
     }
-    const QString name = server.name;
+    const QString name = shownName(server.name);
     const QHostAddress address = firstAddress(server);
 
     QString headline = tr("Server \"%1\" disconnected.").arg(name);
@@ -218,7 +219,7 @@ QString UIController::disconnectDetail(const QString &name, const QHostAddress &
         break;
     }
     case Brenvoka::DisconnectNetworkError:
-        detail = tr("Network error: %1.").arg(error);
+        detail = tr("Network error: %1.").arg(shownText(error));
         break;
     case Brenvoka::DisconnectServerShutdown:
         detail = tr("Server \"%1\" was shut down.").arg(name);
@@ -231,7 +232,7 @@ QString UIController::disconnectDetail(const QString &name, const QHostAddress &
 
 void UIController::dropServer(const QUuid &uuid, bool tellService)
 {
-    const QString name = connectedServer(uuid).name;
+    const QString name = shownName(connectedServer(uuid).name);
     if (!model->removeServer(uuid))
         return;
     updateSyncWarning();

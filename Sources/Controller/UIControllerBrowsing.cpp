@@ -5,6 +5,7 @@
 
 #include "Model/ApplicationModel.h"
 #include "Model/LibraryComparison.h"
+#include "Model/ShownText.h"
 #include "Tasks/ThreeDigits.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVProgressDialog.h"
@@ -134,7 +135,7 @@ void UIController::thumbnailError(int fileSlot, const QHostAddress &serverIp)
     if (server.uuid.isNull() || !isOnShow(server.uuid))
         return;
     showErrorMessage(tr("Download of thumbnail for visual %1 from server \"%2\" failed.")
-                         .arg(threeDigits(fileSlot), server.name));
+                         .arg(threeDigits(fileSlot), shownName(server.name)));
 }
 
 void UIController::setSmallSize()

@@ -6,6 +6,7 @@
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
 #include "Model/LibraryComparison.h"
+#include "Model/ShownText.h"
 #include "Tasks/MoveTask.h"
 #include "Tasks/RemoveTask.h"
 #include "Tasks/SyncTask.h"
@@ -76,7 +77,8 @@ bool UIController::confirmSync(const LibraryComparison::SyncPlan &plan, const QS
     const QString title = tr("Visual synchronize");
     if (plan.visualCount() >= largeSyncCount && (model->warningLevel & largeSyncWarning)) {
         QString text = tr("You are trying to synchronize %1 visuals from server %2 to server %3.\n")
-                           .arg(QString::number(plan.visualCount()), source, destination);
+                           .arg(QString::number(plan.visualCount()), shownName(source),
+                                shownName(destination));
         if (plan.isDestructive())
             text += tr("The operation may permanently remove or replace visuals in destination "
                        "slots.");

@@ -3,6 +3,7 @@
 
 #include "Tasks/MoveTask.h"
 
+#include "Model/ShownText.h"
 #include "Service/ServerConnectionService.h"
 #include "Tasks/ThreeDigits.h"
 #include "UI/BVProgressDialog.h"
@@ -47,7 +48,7 @@ void MoveTask::visualMoveError(const QUuid &uuid, const QString &message)
     if (!isResultOf(server, uuid))
         return;
     failed = true;
-    error = message;
+    error = shownText(message);
     advance();
 }
 

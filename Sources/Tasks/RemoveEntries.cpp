@@ -3,6 +3,7 @@
 
 #include "Tasks/RemoveEntries.h"
 
+#include "Model/ShownText.h"
 #include "Tasks/ThreeDigits.h"
 
 #include <algorithm>
@@ -50,7 +51,7 @@ bool RemoveEntries::record(int folderSlot, int fileSlot, const std::optional<QSt
     entry.done = true;
     if (error) {
         entry.failed = true;
-        entry.error = *error;
+        entry.error = shownText(*error);
     }
     return true;
 }

@@ -19,7 +19,7 @@ struct RemoveEntry
     int fileSlot = -1;
     bool done = false;
     bool failed = false;
-    QString error;
+    QString error; ///< as shown
 };
 
 /// The visuals that a task removes, in the order given. A visual that is given twice has two
@@ -35,7 +35,7 @@ public:
     [[nodiscard]] qsizetype size() const { return entries.size(); }
     [[nodiscard]] qsizetype failedCount() const;
     [[nodiscard]] QList<VisualRef> visuals() const;
-    /// A line for each failed entry, for the error dialog. `server` is the server's name.
+    /// A line for each failed entry, for the error dialog. `server` is its name as shown.
     [[nodiscard]] QStringList failureLines(const QString &server) const;
 
     /// Takes a result: a failure if there is an `error`, be it empty. A failure stays one, whatever

@@ -5,6 +5,7 @@
 
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
+#include "Model/ShownText.h"
 #include "Service/ServerConnectionService.h"
 #include "Tasks/ThreeDigits.h"
 #include "UI/BVMainWindow.h"
@@ -210,7 +211,7 @@ void SyncTask::takeRenameResult(const QUuid &uuid, int folderSlot,
         entry->done = true;
         if (error) {
             entry->failed = true;
-            entry->error = *error;
+            entry->error = shownText(*error);
         }
         renameDialog->advance();
     }
@@ -258,9 +259,12 @@ void SyncTask::visualTransferError(const QUuid &serverId, int folderSlot, int fi
     const Server &server = model->connectedServer(serverId);
     if (server.uuid.isNull())
         return;
-    const QString line = transferErrorLine(server.name, folderSlot, fileSlot, state, error, url);
-    ZOR_LOG(error, "%s", qUtf8Printable(line));
-    transferErrors.append(line);
+    const QString source = model->connectedServer(sourceServer).name;
+    ZOR_LOG(error, "%s",
+            qUtf8Printable(
+                transferErrorLine(server.name, source, folderSlot, fileSlot, state, error, url)));
+    transferErrors.append(transferErrorLine(shownName(server.name), shownName(source), folderSlot,
+                                            fileSlot, state, shownText(error), shownText(url)));
 }
 
 void SyncTask::fileTransferFinished(const QUuid & /*serverId*/)
@@ -295,7 +299,8 @@ QStringList SyncTask::errorDetails() const
     for (const RenameEntry &entry : renames) {
         if (entry.failed)
             lines.append(tr("Rename folder index %1 to %2 on server \"%3\" failed: %4.")
-                             .arg(threeDigits(entry.folderSlot), entry.name, server, entry.error));
+                             .arg(threeDigits(entry.folderSlot), shownName(entry.name), server,
+                                  entry.error));
     }
     return lines + transferErrors;
 }
@@ -318,14 +323,13 @@ QString SyncTask::transferLabel(int folderSlot, int fileSlot) const
         return tr("%1 - %2 ").arg(QString(), QString());
     const int index = folder->indexOfSlot(fileSlot);
     const QString visualName = index < 0 ? QString() : folder->files.at(index).name;
-    return tr("%1 - %2 ").arg(folder->name, visualName);
+    return tr("%1 - %2 ").arg(shownName(folder->name), shownName(visualName));
 }
 
-QString SyncTask::transferErrorLine(const QString &destination, int folderSlot, int fileSlot,
-                                    Brenvoka::SyncStates state, const QString &error,
-                                    const QString &url) const
+QString SyncTask::transferErrorLine(const QString &destination, const QString &source,
+                                    int folderSlot, int fileSlot, Brenvoka::SyncStates state,
+                                    const QString &error, const QString &url)
 {
-    const QString source = serverName(sourceServer);
     const QString folder = threeDigits(folderSlot);
     const QString file = threeDigits(fileSlot);
     switch (state) {

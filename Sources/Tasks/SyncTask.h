@@ -76,7 +76,7 @@ private:
         QString name;
         bool done = false;
         bool failed = false;
-        QString error;
+        QString error; ///< as shown
     };
 
     void startRenames();
@@ -91,9 +91,10 @@ private:
                           const std::optional<QString> &error);
 
     [[nodiscard]] QString transferLabel(int folderSlot, int fileSlot) const;
-    [[nodiscard]] QString transferErrorLine(const QString &destination, int folderSlot,
-                                            int fileSlot, Brenvoka::SyncStates state,
-                                            const QString &error, const QString &url) const;
+    [[nodiscard]] static QString transferErrorLine(const QString &destination,
+                                                   const QString &source, int folderSlot,
+                                                   int fileSlot, Brenvoka::SyncStates state,
+                                                   const QString &error, const QString &url);
 
     BVProgressDialog *renameDialog = nullptr;
     BVProgressDialog *removeDialog = nullptr;

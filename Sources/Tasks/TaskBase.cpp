@@ -5,6 +5,7 @@
 
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
+#include "Model/ShownText.h"
 
 TaskBase::TaskBase(ApplicationModel *applicationModel, BVMainWindow *window,
                    ServerConnectionService *service)
@@ -24,5 +25,5 @@ bool TaskBase::isResultOf(const QUuid &server, const QUuid &uuid)
 
 QString TaskBase::serverName(const QUuid &uuid) const
 {
-    return model->connectedServer(uuid).name;
+    return shownName(model->connectedServer(uuid).name);
 }

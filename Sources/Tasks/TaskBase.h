@@ -48,7 +48,7 @@ signals:
 protected:
     /// Whether a result that names `uuid` is one of `server`. Logs it if it is not.
     [[nodiscard]] static bool isResultOf(const QUuid &server, const QUuid &uuid);
-    /// The name of a connected server, else an empty text.
+    /// The name of a connected server as shown, else an empty text.
     [[nodiscard]] QString serverName(const QUuid &uuid) const;
 
     ApplicationModel *model;

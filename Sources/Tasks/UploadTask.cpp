@@ -3,6 +3,7 @@
 
 #include "Tasks/UploadTask.h"
 
+#include "Model/ShownText.h"
 #include "Service/ServerConnectionService.h"
 #include "Tasks/ThreeDigits.h"
 #include "UI/BVProgressDialog.h"
@@ -62,7 +63,7 @@ void UploadTask::uploadVisualError(const QUuid &serverId, const QString &message
     if (!isResultOf(server, serverId))
         return;
     failed = true;
-    error = message;
+    error = shownText(message);
     finish();
 }
 

@@ -7,6 +7,7 @@
 #include "Controller/UIController.h"
 #include "Log/ZorLog.h"
 #include "Model/Server.h"
+#include "Model/ShownText.h"
 #include "UI/DisabledIcon.h"
 #include "UI/RowDelegate.h"
 
@@ -171,7 +172,7 @@ void BVServerBank::setServers(const QList<QUuid> &uuids)
     ui->serverComboBox->clear();
     updateActionButtons();
     for (const QUuid &uuid : uuids)
-        ui->serverComboBox->addItem(serverRecord(uuid).name, uuid);
+        ui->serverComboBox->addItem(shownName(serverRecord(uuid).name), uuid);
     ui->serverComboBox->setCurrentIndex(-1);
     widenServerList();
 }

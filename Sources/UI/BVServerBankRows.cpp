@@ -7,6 +7,7 @@
 
 #include "Controller/ServerBankController.h"
 #include "Model/Server.h"
+#include "Model/ShownText.h"
 
 #include "ui_BVServerBank.h"
 
@@ -130,7 +131,7 @@ void BVServerBank::refreshFolder()
     if (position != -1) {
         const Server &server = currentServer();
         const MediaFolder folder = server.folders.at(position);
-        showPath(folder.name);
+        showPath(shownName(folder.name));
         emit changeFolder(folder, position, server.currentAddress());
         return;
     }
@@ -202,7 +203,7 @@ void BVServerBank::addEmptySlotItem(int slot)
 
 void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)
 {
-    applyItemLook(new QListWidgetItem(icon, text, ui->mediaListWidget, type));
+    applyItemLook(new QListWidgetItem(icon, shownName(text), ui->mediaListWidget, type));
 }
 
 QPixmap BVServerBank::markedPixmap(int number, const QString &keyWord, QPixmap pixmap) const

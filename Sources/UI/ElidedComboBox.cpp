@@ -3,7 +3,7 @@
 
 #include "UI/ElidedComboBox.h"
 
-#include "UI/SingleLine.h"
+#include "UI/ToolTip.h"
 
 #include <QHelpEvent>
 #include <QStylePainter>
@@ -27,7 +27,7 @@ bool ElidedComboBox::event(QEvent *event)
 {
     if (event->type() != QEvent::ToolTip)
         return QComboBox::event(event);
-    const QString line = singleLine(currentText());
+    const QString line = currentText();
     if (elided(line) == line)
         return QComboBox::event(event);
     QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), toolTipOf(line), this);
@@ -39,7 +39,7 @@ void ElidedComboBox::paintEvent(QPaintEvent *)
     QStylePainter painter(this);
     QStyleOptionComboBox option;
     initStyleOption(&option);
-    option.currentText = elided(singleLine(option.currentText));
+    option.currentText = elided(option.currentText);
     painter.drawComplexControl(QStyle::CC_ComboBox, option);
     painter.drawControl(QStyle::CE_ComboBoxLabel, option);
 }

@@ -5,7 +5,8 @@
 
 #include <QComboBox>
 
-/// A combo box whose text is elided where it does not fit, and then stands in its tool tip.
+/// A combo box whose text is elided where it does not fit, and then is its tool tip. Its items
+/// are one line each.
 class ElidedComboBox final : public QComboBox
 {
     Q_OBJECT

@@ -3,7 +3,7 @@
 
 #include "UI/ElidedLabel.h"
 
-#include "UI/SingleLine.h"
+#include "UI/ToolTip.h"
 
 #include <QHelpEvent>
 #include <QPainter>
@@ -30,7 +30,7 @@ QList<ElidedLabel::Piece> ElidedLabel::pieces() const
 {
     const QColor color = palette().color(foregroundRole());
     if (textFormat() == Qt::PlainText)
-        return {{singleLine(text()), font(), color}};
+        return {{text(), font(), color}};
     QTextDocument document;
     document.setHtml(text());
     QList<Piece> all;
@@ -38,7 +38,7 @@ QList<ElidedLabel::Piece> ElidedLabel::pieces() const
         for (auto it = block.begin(); !it.atEnd(); ++it) {
             const QTextCharFormat format = it.fragment().charFormat();
             const bool colored = format.foreground().style() != Qt::NoBrush;
-            all.append({singleLine(it.fragment().text()), format.font().resolve(font()),
+            all.append({it.fragment().text(), format.font().resolve(font()),
                         colored ? format.foreground().color() : color});
         }
     }

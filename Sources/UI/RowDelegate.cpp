@@ -3,21 +3,19 @@
 
 #include "UI/RowDelegate.h"
 
-#include "UI/SingleLine.h"
+#include "Model/ShownText.h"
+#include "UI/ToolTip.h"
 
 #include <QAbstractItemView>
 #include <QHelpEvent>
 #include <QToolTip>
 
-QString RowDelegate::displayText(const QVariant &value, const QLocale &) const
-{
-    return singleLine(value.toString());
-}
-
 void RowDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const
 {
     QStyledItemDelegate::initStyleOption(option, index);
     option->state |= QStyle::State_Enabled;
+    if (option->rect.width() > 0)
+        option->text = beginningOf(option->text, option->rect.width());
 }
 
 bool RowDelegate::helpEvent(QHelpEvent *event, QAbstractItemView *view,
@@ -28,8 +26,9 @@ bool RowDelegate::helpEvent(QHelpEvent *event, QAbstractItemView *view,
     QStyleOptionViewItem row = option;
     initStyleOption(&row, index);
     const int room = view->style()->subElementRect(QStyle::SE_ItemViewItemText, &row, view).width();
-    if (row.fontMetrics.horizontalAdvance(row.text) <= room)
+    const QString text = displayText(index.data(), option.locale);
+    if (row.fontMetrics.horizontalAdvance(text) <= room)
         return QStyledItemDelegate::helpEvent(event, view, option, index);
-    QToolTip::showText(event->globalPos(), toolTipOf(row.text), view->viewport(), option.rect);
+    QToolTip::showText(event->globalPos(), toolTipOf(text), view->viewport(), option.rect);
     return true;
 }

@@ -5,8 +5,9 @@
 
 #include <QStyledItemDelegate>
 
-/// Draws rows whose texts come from the network: whatever is in a name, it stays within its row and
-/// is elided where it does not fit, and then a tool tip tells all of it.
+/// Draws rows of one line each, with texts of up to `longestShownText`. A text is elided where it
+/// does not fit, and then a tool tip shows more of it. No more letters are laid out than the row
+/// has pixels: all rows of a folder may be visible, with long names.
 ///
 /// A row looks the same while its view is disabled. A bank is, from the opening of a folder until
 /// its thumbnails are there, mostly for some milliseconds, and all its pictures would flicker.
@@ -16,8 +17,6 @@ class RowDelegate final : public QStyledItemDelegate
 
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
-
-    [[nodiscard]] QString displayText(const QVariant &value, const QLocale &locale) const override;
 
 public slots:
     bool helpEvent(QHelpEvent *event, QAbstractItemView *view, const QStyleOptionViewItem &option,

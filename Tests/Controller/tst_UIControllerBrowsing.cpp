@@ -235,12 +235,12 @@ void tst_UIControllerBrowsing::viewSettingsReachModelAndBanks()
 void tst_UIControllerBrowsing::aFailedThumbnailHasAMessage()
 {
     BrowsingStage stage({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
-    stage.rig.model.setServerName(stage.two.uuid, u"%1 <b>Two</b>"_s);
+    stage.rig.model.setServerName(stage.two.uuid, u"%1\n<b>Two</b>\u202E"_s);
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     stage.rig.controller().thumbnailError(7, QHostAddress(u"127.60.5.2"_s));
     QCOMPARE(modals.seen().value(0).text,
-             u"Download of thumbnail for visual 007 from server \"%1 <b>Two</b>\" failed."_s);
+             u"Download of thumbnail for visual 007 from server \"%1 <b>Two</b> \" failed."_s);
 }
 
 void tst_UIControllerBrowsing::aFailedThumbnailOfAHiddenServerHasNone()

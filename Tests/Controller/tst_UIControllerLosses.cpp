@@ -55,6 +55,7 @@ private slots:
     void theOperatorIsToldWhy_data();
     void theOperatorIsToldWhy();
     void anotherClientIsNotNamedAndDetailsStayOpen();
+    void namesAndErrorsAreShownAsTheyAre_data();
     void namesAndErrorsAreShownAsTheyAre();
     void aServerInNeitherBankDisappearsWithoutAWord();
     void aDisconnectOfAnUnknownServerIsLogged();
@@ -121,17 +122,35 @@ void tst_UIControllerLosses::anotherClientIsNotNamedAndDetailsStayOpen()
     QCOMPARE(modals.seen().value(0).details, QString());
 }
 
+void tst_UIControllerLosses::namesAndErrorsAreShownAsTheyAre_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("shownName");
+    QTest::addColumn<QString>("error");
+    QTest::addColumn<QString>("shownError");
+    const QString w = u"W"_s;
+    QTest::newRow("markup and markers")
+        << u"<b>%1</b>"_s << u"<b>%1</b>"_s << u"<i>%1</i>"_s << u"<i>%1</i>"_s;
+    QTest::newRow("lines") << u"a\nb\u202E"_s << u"a b "_s << u"first\nsecond"_s
+                           << u"first\nsecond"_s;
+    QTest::newRow("enormous") << w.repeated(300'000) << w.repeated(4096) + u'…'
+                              << w.repeated(300'000) << w.repeated(4096) + u'…';
+}
+
 void tst_UIControllerLosses::namesAndErrorsAreShownAsTheyAre()
 {
+    QFETCH(const QString, name);
+    QFETCH(const QString, shownName);
+    QFETCH(const QString, error);
+    QFETCH(const QString, shownError);
     ControllerRig rig;
-    const Server server = sampleServer(u"<b>%1</b>"_s, u"127.60.3.9"_s);
+    const Server server = sampleServer(name, u"127.60.3.9"_s);
     rig.rig.connectServer(server);
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
-    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError,
-                                        u"<i>%1</i>"_s);
-    QCOMPARE(modals.seen().value(0).text, u"Server \"<b>%1</b>\" disconnected."_s);
-    QCOMPARE(modals.seen().value(0).details, u"Network error: <i>%1</i>."_s);
+    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError, error);
+    QCOMPARE(modals.seen().value(0).text, u"Server \""_s + shownName + u"\" disconnected."_s);
+    QCOMPARE(modals.seen().value(0).details, u"Network error: "_s + shownError + u'.');
 }
 
 void tst_UIControllerLosses::aServerInNeitherBankDisappearsWithoutAWord()
@@ -280,6 +299,7 @@ void tst_UIControllerLosses::discoveryLosesAServerOfTheTask()
     QVERIFY(stage.open() && stage.start());
     Server record = stage.rig.controller().connectedServer(stage.two.uuid);
     record.hash = stage.rig.controller().connectedServer(stage.one.uuid).hash;
+    record.name = u"Two\nservers"_s;
     stage.rig.model().upsertServer(record);
     stage.rig.controller().serverConnected(record.uuid, stage.two.wire.address());
     QVERIFY(!stage.rig.isSyncWarningShown());
@@ -295,7 +315,7 @@ void tst_UIControllerLosses::discoveryLosesAServerOfTheTask()
     stage.rig.controller().removeServer(stage.two.uuid);
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text,
-             u"Server \"Two\" became unresponsive while an operation was in progress."_s);
+             u"Server \"Two servers\" became unresponsive while an operation was in progress."_s);
     QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
     QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 30000);
 }

@@ -82,6 +82,7 @@ private slots:
     void yesStartsAndKeepsTheWarning();
     void askingNoMoreIsSavedAtOnce_data();
     void askingNoMoreIsSavedAtOnce();
+    void namesAreShownAsTheyAre_data();
     void namesAreShownAsTheyAre();
     void theAnswerCountsForWhatWasComparedBefore();
     void theBoxGoesWithItsWindow();
@@ -223,16 +224,28 @@ void tst_UIControllerWarnings::askingNoMoreIsSavedAtOnce()
     QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), left);
 }
 
+void tst_UIControllerWarnings::namesAreShownAsTheyAre_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("markup and marker") << u"<b>%3</b>"_s << u"<b>%3</b>"_s;
+    QTest::newRow("lines") << u"A to server B.\n\nNothing is lost."_s
+                           << u"A to server B.  Nothing is lost."_s;
+    QTest::newRow("direction") << u"\u202Eowt\u2067"_s << u" owt "_s;
+    QTest::newRow("enormous") << u"W"_s.repeated(2'000'000) << u"W"_s.repeated(4096) + u'…';
+}
+
 void tst_UIControllerWarnings::namesAreShownAsTheyAre()
 {
+    QFETCH(const QString, name);
+    QFETCH(const QString, shown);
     WarningStage stage;
     stage.open({numbered(0, 1, 11, 1)}, {numbered(0, 1, 0, 1)});
-    stage.rig.model.setServerName(stage.rig.model.servers.first()->uuid, u"<b>%3</b>"_s);
+    stage.rig.model.setServerName(stage.rig.model.servers.first()->uuid, name);
     ModalDriver modals;
     modals.press(QMessageBox::No);
     stage.click();
-    QVERIFY(modals.seen().value(0).text.startsWith(
-        u"You are trying to synchronize 11 visuals from server <b>%3</b> to server Two.\n"_s));
+    QCOMPARE(modals.seen().value(0).text, largeText(11, false).replace(u"One"_s, shown));
 }
 
 void tst_UIControllerWarnings::theAnswerCountsForWhatWasComparedBefore()

@@ -34,6 +34,7 @@ private slots:
     void resultCodes();
     void numbersOfThreeDigitsStandAsTheyAre();
     void aBrokenConnectionIsAFailureAndSendsNothingTwice();
+    void namesInErrorLinesAreTakenLiterally();
     void aVanishedServerIsNamedByNothing();
     void aCancelLeavesTheMoveToTheServer();
     void aFailureAfterTheCancelIsKeptAndEndsNothing();
@@ -144,6 +145,16 @@ void tst_MoveTask::aBrokenConnectionIsAFailureAndSendsNothingTwice()
                          text + u'.'});
     QVERIFY(rig->settle());
     QCOMPARE(rig->server.commands(PlayedServer::Move).size(), 2);
+}
+
+void tst_MoveTask::namesInErrorLinesAreTakenLiterally()
+{
+    rig->model.setServerName(rig->server.uuid, u"%5\n%1"_s);
+    rig->start<MoveTask>(3, 7, 12);
+    emit rig->service.movedFileError(rig->server.uuid, u"%2\n%%%"_s.repeated(1000));
+    QCOMPARE(rig->task->errorDetails(),
+             QStringList{u"Move from 007 to 012 in folder 003 on server \"%5 %1\" failed: "_s +
+                         u"%2\n%%%"_s.repeated(1000).left(4096) + u"…."_s});
 }
 
 void tst_MoveTask::aVanishedServerIsNamedByNothing()

@@ -170,13 +170,14 @@ void tst_RemoveTask::failuresAreListedInTheOrderGiven()
 
 void tst_RemoveTask::namesInErrorLinesAreTakenLiterally()
 {
-    rig->model.setServerName(rig->server.uuid, u"%4 <b>%1</b>"_s);
-    rig->server.refuse("%1%% %3");
+    rig->model.setServerName(rig->server.uuid, u"%4\n<b>%1</b>"_s);
+    rig->server.refuse("%1%% %3" + QByteArray(5000, 'W'));
     rig->start<RemoveTask>(Visuals{{3, 17}});
     QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Remove visual 017 in folder 003 on server \"%4 <b>%1</b>\" failed: "
-                         "%1%% %3."_s});
+                         "%1%% %3"_s +
+                         u"W"_s.repeated(4096 - 7) + u"…."_s});
 }
 
 void tst_RemoveTask::aVanishedServerIsNamedByNothing()

@@ -266,12 +266,12 @@ void tst_SyncTask::aFailureWithoutATextCounts()
 void tst_SyncTask::namesInErrorLinesAreTakenLiterally()
 {
     SyncRig rig(u"127.60.1.1"_s);
-    rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"%1 %2"_s);
-    rig.start({{3, u"%3 %4"_s}}, {}, {});
-    emit rig.service.folderRenameError(rig.destinationUuid, 3, u"%1%%"_s);
-    QCOMPARE(
-        rig.task->errorDetails(),
-        (QStringList{u"Rename folder index 003 to %3 %4 on server \"%1 %2\" failed: %1%%."_s}));
+    rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"%1\n%2"_s);
+    rig.start({{3, u"%3\u202E%4"_s}}, {}, {});
+    emit rig.service.folderRenameError(rig.destinationUuid, 3, u"%1%%\n"_s.repeated(5000));
+    QCOMPARE(rig.task->errorDetails(),
+             QStringList{u"Rename folder index 003 to %3 %4 on server \"%1 %2\" failed: "_s +
+                         u"%1%%\n"_s.repeated(5000).left(4096) + u"…."_s});
 }
 
 QTEST_MAIN(tst_SyncTask)

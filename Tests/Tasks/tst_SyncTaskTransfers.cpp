@@ -30,6 +30,7 @@ private slots:
     void aFailedTransferIsStoredWithAHundredPercent();
     void errorLines_data();
     void errorLines();
+    void namesInErrorLinesAreCleanAndWholeInTheLog();
     void aFailureOfAnUnknownServerLeavesNoLine();
     void cancelAsksEveryServer();
     void cancelledRowsReadCanceledAndAnImportGoesOn();
@@ -43,6 +44,8 @@ void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource_data()
     QTest::addColumn<QString>("label");
     QTest::newRow("folder and visual") << VisualRef(3, 7) << u"Three - 007: clip "_s;
     QTest::newRow("names with markers") << VisualRef(4, 7) << u"%2 %1 - %1 "_s;
+    QTest::newRow("long names of many lines")
+        << VisualRef(5, 7) << u"W "_s.repeated(2048) + u"… - 007: a b "_s;
     QTest::newRow("unknown visual") << VisualRef(3, 8) << u"Three -  "_s;
     QTest::newRow("unknown folder") << VisualRef(9, 7) << u" -  "_s;
     QTest::newRow("no such number") << VisualRef(-1, 256) << u" -  "_s;
@@ -55,6 +58,7 @@ void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource()
     QVERIFY(rig.connectDestination());
     rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Stage left"_s,
                   {folder(4, u"%2 %1"_s, {{QString(32, u'0'), u"%1"_s, 7}}),
+                   folder(5, u"W\n"_s.repeated(9000), {{QString(32, u'0'), u"007: a\nb"_s, 7}}),
                    folder(3, u"Three"_s, {visual(7), visual(1)})});
     rig.start({}, {}, {ref});
     QTEST(rig.transferTexts(0).value(0), "label");
@@ -188,6 +192,23 @@ void tst_SyncTaskTransfers::errorLines()
     QCOMPARE(rig.task->errorDetails(), QStringList{line});
     QCOMPARE(rig.finished->size(), 0);
     QVERIFY(log.texts().contains(line.left(127)));
+}
+
+void tst_SyncTaskTransfers::namesInErrorLinesAreCleanAndWholeInTheLog()
+{
+    LogCapture log;
+    SyncRig rig(u"127.60.1.2"_s);
+    QVERIFY(rig.connectDestination());
+    rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Left\u202E"_s);
+    rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"Ri\nght"_s);
+    rig.start({}, {}, {{3, 17}});
+    const QString error = u"W"_s.repeated(5000);
+    emit rig.service.syncError(rig.destinationUuid, 3, 17, Brenvoka::SyncFailed, error, {});
+    const auto line = u"Visual sync from \"%1\" on server \"%2\" in folder 003 at index 017 "
+                      "failed: %3."_s;
+    QCOMPARE(rig.task->errorDetails(),
+             QStringList{line.arg(u"Left "_s, u"Ri ght"_s, error.left(4096) + u'…')});
+    QVERIFY(log.texts().contains(line.arg(u"Left\\u202E"_s, u"Ri\\nght"_s, error)));
 }
 
 void tst_SyncTaskTransfers::aFailureOfAnUnknownServerLeavesNoLine()

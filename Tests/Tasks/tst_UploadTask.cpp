@@ -175,12 +175,12 @@ void tst_UploadTask::aNetworkFailureIsAFailure()
 
 void tst_UploadTask::namesInErrorLinesAreTakenLiterally()
 {
-    rig->model.setServerName(rig->server.uuid, u"%4 %1"_s);
+    rig->model.setServerName(rig->server.uuid, u"%4\n%1"_s);
     rig->start<UploadTask>(0, 255, directory.filePath(u"missing"_s));
-    emit rig->service.uploadedFileError(rig->server.uuid, u"%2 %%"_s);
-    QCOMPARE(
-        rig->task->errorDetails(),
-        QStringList{u"Upload for visual 255 in folder 000 to server \"%4 %1\" failed: %2 %%."_s});
+    emit rig->service.uploadedFileError(rig->server.uuid, u"%2\n%%%"_s.repeated(1000));
+    QCOMPARE(rig->task->errorDetails(),
+             QStringList{u"Upload for visual 255 in folder 000 to server \"%4 %1\" failed: "_s +
+                         u"%2\n%%%"_s.repeated(1000).left(4096) + u"…."_s});
 }
 
 void tst_UploadTask::aVanishedServerIsNamedByNothing()

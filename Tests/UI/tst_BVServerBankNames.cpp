@@ -5,6 +5,7 @@
 #include "Support/WindowRig.h"
 
 #include <QComboBox>
+#include <QElapsedTimer>
 #include <QHelpEvent>
 #include <QLabel>
 #include <QTextDocument>
@@ -98,6 +99,9 @@ private slots:
     void namesThatAreCutOffHaveAToolTip();
     void longNamesAreElided();
     void rowsLookTheSameWhileTheBankIsDisabled();
+    void namesAreShownOnOneLine();
+    void anEnormousFolderNameFreezesNothing();
+    void aFolderOfEnormousNamesIsDrawnAtOnce();
 
 private:
     /// A window with one server, whose folder 0 holds this name in slot 7.
@@ -154,9 +158,10 @@ void tst_BVServerBankNames::theNumberStaysOnShow()
             rig.bankA().setListMode(listView);
             rig.bankA().setIconSizeIndex(size);
             const QImage shown = textOf(rig, row);
+            const QString text = list.item(row)->text();
             list.item(row)->setText(u"007:"_s);
             const QImage number = textOf(rig, row);
-            list.item(row)->setText(numbered(title));
+            list.item(row)->setText(text);
             QVERIFY2(beginsLike(shown, number), qPrintable(QString::number(size)));
         }
     }
@@ -201,9 +206,10 @@ void tst_BVServerBankNames::folderRowsKeepTheirNumber()
     for (const bool listView : {true, false}) {
         rig.bankA().setListMode(listView);
         const QImage shown = textOf(rig, 1);
+        const QString text = listOf(rig.bankA()).item(1)->text();
         listOf(rig.bankA()).item(1)->setText(u"001_"_s);
         const QImage number = textOf(rig, 1);
-        listOf(rig.bankA()).item(1)->setText(server.folders[1].name);
+        listOf(rig.bankA()).item(1)->setText(text);
         QVERIFY(beginsLike(shown, number));
     }
 }
@@ -284,6 +290,77 @@ void tst_BVServerBankNames::rowsLookTheSameWhileTheBankIsDisabled()
     QCOMPARE(enabled.pixelColor(picture), thumbnailOf(7).toImage().pixelColor(0, 0));
     rig.bankA().setEnabled(false);
     QCOMPARE(list.viewport()->grab().toImage(), enabled);
+}
+
+void tst_BVServerBankNames::namesAreShownOnOneLine()
+{
+    const auto odd = u"One\n\u202Etwo\u2028"_s;
+    const auto shown = u"One  two "_s;
+    WindowRig rig;
+    Server server = sampleServer(odd, u"127.50.2.34"_s);
+    server.folders[1] = folder(1, odd);
+    server.folders[1].files = {visual(7, odd, 7)};
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    const auto &box = childOf<QComboBox>(rig.bankA(), "serverComboBox");
+    QCOMPARE(box.currentText(), shown);
+    QCOMPARE(listOf(rig.bankA()).item(1)->text(), shown);
+    rig.controller().folderChanged(1);
+    QCOMPARE(listOf(rig.bankA()).item(row)->text(), numbered(shown));
+    const auto &header = childOf<QLabel>(rig.bankA(), "mediaListFolder");
+    rig.bankA().showFolder(1, false);
+    QCOMPARE(header.text(), u"Library > "_s + shown);
+    rig.bankA().showFolder(1, true);
+    QVERIFY(header.text().contains(shown));
+    QCOMPARE(rig.bankA().currentServer().name, odd);
+    QCOMPARE(rig.bankA().currentServer().folders.at(1).name, odd);
+}
+
+/// Unbounded, each of these steps takes tens of seconds.
+void tst_BVServerBankNames::anEnormousFolderNameFreezesNothing()
+{
+    const QString enormous = u"W"_s.repeated(20'000'000);
+    const QString shown = u"W"_s.repeated(4096) + u'…';
+    WindowRig rig;
+    Server server = sampleServer(u"Stage left"_s, u"127.50.2.35"_s);
+    server.folders[1].name = enormous;
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    const auto &header = childOf<QLabel>(rig.bankA(), "mediaListFolder");
+    QCOMPARE(listOf(rig.bankA()).item(1)->text(), shown);
+    for (const bool red : {false, true}) {
+        QElapsedTimer timer;
+        timer.start();
+        rig.bankA().showFolder(1, red);
+        QVERIFY(!rig.window->grab().isNull());
+        QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(header.text().contains(shown));
+        QVERIFY(header.text().size() < 4200);
+    }
+}
+
+/// What is laid out is bounded by the width of a row, whatever a letter costs.
+void tst_BVServerBankNames::aFolderOfEnormousNamesIsDrawnAtOnce()
+{
+    WindowRig rig;
+    Server server = sampleServer(u"Stage left"_s, u"127.50.2.36"_s);
+    server.folders[0].files.clear();
+    for (int slot = 1; slot < 256; ++slot)
+        server.folders[0].files.append(visual(slot, u"ก"_s.repeated(100'000), 7));
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    rig.window->resize(2000, 2000);
+    rig.bankA().setListMode(false);
+    rig.bankA().setIconSizeIndex(0);
+    rig.controller().folderChanged(0);
+    MediaListWidget &list = listOf(rig.bankA());
+    QCOMPARE(list.item(255)->text().size(), 4097);
+    QVERIFY(list.viewport()->rect().contains(list.visualItemRect(list.item(255)).center()));
+    list.viewport()->grab(); // loads the font
+    QElapsedTimer timer;
+    timer.start();
+    list.viewport()->grab();
+    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
 }
 
 QTEST_MAIN(tst_BVServerBankNames)
