@@ -22,7 +22,9 @@ public:
     ~ErrorMessageDialog() override;
 
 public slots:
-    /// Sets the texts. Without details the details button goes away.
+    /// Sets the texts. Without details the details button goes away. A text of 20,480 UTF-16 units
+    /// is cut there. Details of more than 16 Mi units or 256 Ki lines in all are shown on one line
+    /// each, cut to equal shares of 16 Mi, at most 4,096: none is left out.
     void displayErrorMessage(const QString &message, const QStringList &details);
     /// Opens or closes the details; the dialog grows and shrinks with them.
     void showDetails(bool on);

@@ -6,12 +6,14 @@
 #include "Support/FailOnWarning.h"
 
 #include <QDialogButtonBox>
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QStyle>
 #include <QTest>
+#include <QTextBlock>
 #include <QTextEdit>
 
 using namespace Qt::Literals::StringLiterals;
@@ -174,6 +176,71 @@ private slots:
                 QVERIFY(button->height() >= button->minimumSizeHint().height());
             }
         }
+    }
+
+    void anUnbrokenWordOpensAtOnce_data()
+    {
+        QTest::addColumn<QString>("word");
+        QTest::newRow("letters") << u"W"_s.repeated(2'000'000);
+        QTest::newRow("pairs") << u"😀"_s.repeated(1'000'000);
+    }
+
+    /// Unbounded, laying it out takes minutes.
+    void anUnbrokenWordOpensAtOnce()
+    {
+        QFETCH(const QString, word);
+        QElapsedTimer timer;
+        timer.start();
+        const Screen screen(word, {u"first"_s, word, u"last"_s});
+        screen.details->setChecked(true);
+        QCoreApplication::processEvents();
+        QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+        const QString cut = word.left(20480) + u'…';
+        QCOMPARE(screen.text->text(), cut);
+        QCOMPARE(screen.list->toPlainText(), u"first\n"_s + cut + u"\nlast"_s);
+    }
+
+    void aFullLibraryOfFailuresIsAllThere()
+    {
+        QStringList lines;
+        for (int line = 0; line < 65280; ++line)
+            lines.append(u"%1 "_s.arg(line) + u"ordinary words "_s.repeated(15));
+        const Screen screen(u"It failed."_s, lines);
+        QCOMPARE(screen.list->toPlainText(), lines.join(u'\n'));
+    }
+
+    void longFailuresShareTheRoom_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("unbroken") << u"W"_s.repeated(4096);
+        QTest::newRow("lines") << u"\n"_s.repeated(4096);
+    }
+
+    /// None is left out, but more than 16 Mi characters or 256 Ki lines are too much for a window.
+    void longFailuresShareTheRoom()
+    {
+        QFETCH(const QString, text);
+        QStringList lines;
+        for (int line = 0; line < 16384; ++line)
+            lines.append(QString::number(line) + u' ' + text);
+        QElapsedTimer timer;
+        timer.start();
+        const Screen screen(u"It failed."_s, lines);
+        screen.details->setChecked(true);
+        QCoreApplication::processEvents();
+        QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE(screen.list->document()->blockCount(), 16384);
+        const QTextBlock last = screen.list->document()->lastBlock();
+        QVERIFY(last.text().startsWith(u"16383 "_s));
+        QCOMPARE(last.text().size(), 1025);
+    }
+
+    void fewFailuresOfManyLinesAreOneLineEach()
+    {
+        const QString text = u"line\n"_s.repeated(800);
+        const Screen screen(u"It failed."_s, QStringList(400, text));
+        QCOMPARE(screen.list->document()->blockCount(), 400);
+        QCOMPARE(screen.list->document()->firstBlock().text(), u"line "_s.repeated(800));
     }
 
     void detailsOpenWithinTheScreen()
