@@ -45,8 +45,14 @@ bool sameName(const MediaFolder *first, const MediaFolder *second)
     return first && second && first->name == second->name;
 }
 
+/// Null for a position of -1.
+const MediaFolder *folderAt(const Server &server, int position)
+{
+    return position == -1 ? nullptr : &server.folders.at(position);
+}
+
 // A library has folders 0 to 256, each with visuals 0 to 255.
-constexpr int folderCount = 257;
+constexpr int folderCount = std::tuple_size_v<FolderPositions>;
 constexpr int visualCount = 256;
 
 bool isVisual(const VisualRef &ref)
@@ -63,8 +69,10 @@ public:
         : folders(folderCount)
         , visuals(std::size_t(folderCount) * visualCount)
     {
-        for (const MediaFolder &folder : server.folders)
-            add(folder);
+        for (const int position : server.folderPositions()) {
+            if (const MediaFolder *const folder = folderAt(server, position))
+                add(*folder);
+        }
     }
 
     [[nodiscard]] const MediaFolder *folder(int slot) const
@@ -84,8 +92,6 @@ private:
 
     void add(const MediaFolder &folder)
     {
-        if (!isVisual({folder.slot, 0}) || folders[std::size_t(folder.slot)])
-            return;
         folders[std::size_t(folder.slot)] = &folder;
         for (const Visual &visual : folder.files) {
             const VisualRef ref(folder.slot, visual.slot);
@@ -137,9 +143,11 @@ Marks LibraryComparison::folderSameMarks(const Server &first, const Server &seco
     marks.set();
     if (isMissing(first, second))
         return marks;
-    for (int slot = 0; slot < static_cast<int>(marks.size()); ++slot) {
-        marks.set(static_cast<std::size_t>(slot),
-                  sameFolder(findSlot(first.folders, slot), findSlot(second.folders, slot)));
+    const FolderPositions firstPositions = first.folderPositions();
+    const FolderPositions secondPositions = second.folderPositions();
+    for (std::size_t slot = 0; slot < marks.size(); ++slot) {
+        marks.set(slot, sameFolder(folderAt(first, firstPositions[slot]),
+                                   folderAt(second, secondPositions[slot])));
     }
     return marks;
 }

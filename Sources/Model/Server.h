@@ -10,6 +10,8 @@
 #include <QPair>
 #include <QUuid>
 
+#include <array>
+
 /// One IPv4 address under which a server answers, and the netmask length of that interface in bits.
 using ServerConnection = QPair<QHostAddress, int>;
 
@@ -20,6 +22,9 @@ struct SubnetMatch
     bool found = false;
     QPair<QHostAddress, QHostAddress> addresses;
 };
+
+/// Positions in the list of folders by slot number, 0 to 256; -1 where no folder has that slot.
+using FolderPositions = std::array<int, 257>;
 
 /// One media server. Identified by its uuid; with a null uuid it is the invalid server.
 struct Server
@@ -50,6 +55,8 @@ struct Server
 
     /// A copy of the folder, or a default one if there is no such index.
     [[nodiscard]] MediaFolder folderAt(int index) const;
+    /// Of several folders with one slot the first counts. Takes one pass, however many there are.
+    [[nodiscard]] FolderPositions folderPositions() const;
     /// Whether any folder holds media of this hash.
     [[nodiscard]] bool containsHash(const QString &wanted) const;
 

@@ -47,6 +47,7 @@ private slots:
     void folderOutsideTheLibraryIsADefaultOne();
     void folderIsACopy();
     void findsSlots();
+    void findsTheFoldersOfAllSlots();
     void findsHashesInAnyFolder();
     void addedConnectionsGoToTheEndAndMayRepeat();
     void removesTheFirstThatMatchesInBoth();
@@ -135,6 +136,18 @@ void tst_Server::findsSlots()
     QCOMPARE(folder.indexOfSlot(3), 1);
     QCOMPARE(folder.indexOfSlot(0), -1);
     QCOMPARE(MediaFolder().indexOfSlot(0), -1);
+}
+
+void tst_Server::findsTheFoldersOfAllSlots()
+{
+    Server server;
+    for (const int slot : {7, 256, 0, 7, -1, 257})
+        server.folders.append({{}, {}, slot});
+    const FolderPositions positions = server.folderPositions();
+    QCOMPARE(positions[7], 0); // the first of two
+    QCOMPARE(positions[256], 1);
+    QCOMPARE(positions[0], 2);
+    QCOMPARE(std::ranges::count(positions, -1), 254);
 }
 
 void tst_Server::findsHashesInAnyFolder()
