@@ -54,6 +54,11 @@ const Server &ServerBankController::connectedServer(const QUuid &uuid) const
     return uiController->connectedServer(uuid);
 }
 
+QHash<QUuid, QString> ServerBankController::connectedServerNames() const
+{
+    return uiController->connectedServerNames();
+}
+
 bool ServerBankController::isComparing() const
 {
     return uiController->isComparing();

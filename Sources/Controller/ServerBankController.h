@@ -7,6 +7,7 @@
 #include "Model/ServerDeck.h"
 #include "Service/ThumbnailService.h"
 
+#include <QHash>
 #include <QHostAddress>
 #include <QObject>
 #include <QUuid>
@@ -36,6 +37,7 @@ public:
 
     /// UIController's record of that server, or the invalid server.
     [[nodiscard]] const Server &connectedServer(const QUuid &uuid) const;
+    [[nodiscard]] QHash<QUuid, QString> connectedServerNames() const;
     /// Whether both banks show a server.
     [[nodiscard]] bool isComparing() const;
 

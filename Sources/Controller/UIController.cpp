@@ -129,6 +129,11 @@ const Server &UIController::connectedServer(const QUuid &uuid) const
     return model->connectedServer(uuid);
 }
 
+QHash<QUuid, QString> UIController::connectedServerNames() const
+{
+    return model->connectedServerNames();
+}
+
 void UIController::addServer(const QUuid &uuid, const QHostAddress &ipAddress, int netmask,
                              const QString &name)
 {

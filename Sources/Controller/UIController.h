@@ -9,6 +9,7 @@
 #include "Service/ServerInfoService.h"
 #include "Service/ServerListenerService.h"
 
+#include <QHash>
 #include <QHostAddress>
 #include <QNetworkAccessManager>
 #include <QObject>
@@ -48,6 +49,7 @@ public:
     /// The record of a connected server, else the invalid server. Valid until the next change of
     /// the model.
     [[nodiscard]] const Server &connectedServer(const QUuid &uuid) const;
+    [[nodiscard]] QHash<QUuid, QString> connectedServerNames() const;
     /// Whether both banks show a server, so that there is something to compare.
     [[nodiscard]] bool isComparing() const;
 

@@ -108,6 +108,16 @@ QList<QUuid> ApplicationModel::connectedServersWithLibrary() const
     return uuids;
 }
 
+QHash<QUuid, QString> ApplicationModel::connectedServerNames() const
+{
+    QHash<QUuid, QString> names;
+    for (const Server *server : servers) {
+        if (server->connected && !names.contains(server->uuid))
+            names.insert(server->uuid, server->name);
+    }
+    return names;
+}
+
 void ApplicationModel::setFpsStats(const QUuid &uuid, float graphFps, float totalFps,
                                    float monitorFps, bool isFullScreen)
 {

@@ -5,6 +5,8 @@
 
 #include "Model/Server.h"
 
+#include <QHash>
+
 /// The full path of the settings file.
 [[nodiscard]] QString settingsFilePath();
 
@@ -52,6 +54,8 @@ public:
     [[nodiscard]] const Server &connectedServerByAddress(const QHostAddress &address) const;
     /// The connected servers that have at least one folder, in list order.
     [[nodiscard]] QList<QUuid> connectedServersWithLibrary() const;
+    /// The names of the connected servers.
+    [[nodiscard]] QHash<QUuid, QString> connectedServerNames() const;
     /// Connected servers only.
     void setFpsStats(const QUuid &uuid, float graphFps, float totalFps, float monitorFps,
                      bool isFullScreen);

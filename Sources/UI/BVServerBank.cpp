@@ -15,6 +15,7 @@
 
 #include <QAbstractItemView>
 #include <QScrollBar>
+#include <QSet>
 #include <QSignalBlocker>
 #include <QTabBar>
 
@@ -37,10 +38,13 @@ QString iconPath(QLatin1StringView fileName)
 void showRate(QLabel *label, float rate, QFont font)
 {
     const QString text = QString::number(double(rate), 'f', 2);
+    if (label->text() == text)
+        return;
     while (QFontMetrics(font).horizontalAdvance(text) > label->maximumWidth() &&
            font.pointSize() > 4)
         font.setPointSize(font.pointSize() - 1);
-    label->setFont(font);
+    if (label->font() != font)
+        label->setFont(font); // polishes the label again
     label->setText(text);
 }
 
@@ -169,21 +173,33 @@ void BVServerBank::setServers(const QList<QUuid> &uuids)
     const QSignalBlocker blocker(ui->serverComboBox);
     setEnabled(!uuids.isEmpty());
     sameMarks.set();
-    ui->serverComboBox->clear();
-    updateActionButtons();
-    for (const QUuid &uuid : uuids)
-        ui->serverComboBox->addItem(shownName(serverRecord(uuid).name), uuid);
+    fillServerList(uuids);
     ui->serverComboBox->setCurrentIndex(-1);
-    widenServerList();
+    updateActionButtons();
 }
 
-// To the longest name, which the list would cut off at the width of the box.
-void BVServerBank::widenServerList()
+// Changes only the entries that differ: most refills follow the arrival or the loss of one server
+// among many.
+void BVServerBank::fillServerList(const QList<QUuid> &uuids)
 {
-    constexpr int broadest = 700;
-    constexpr int tickAndMargins = 60; // which the hint leaves out
-    auto *const list = ui->serverComboBox->view();
-    list->setMinimumWidth(qMin(list->sizeHintForColumn(0) + tickAndMargins, broadest));
+    auto *const box = ui->serverComboBox;
+    const QHash<QUuid, QString> names =
+        controller ? controller->connectedServerNames() : QHash<QUuid, QString>();
+    const QSet<QUuid> wanted(uuids.begin(), uuids.end());
+    for (int row = box->count() - 1; row >= 0; --row) {
+        if (!wanted.contains(box->itemData(row).toUuid()))
+            box->removeItem(row);
+    }
+    for (int row = 0; row < uuids.size(); ++row) {
+        const QUuid uuid = uuids.at(row);
+        const QString name = shownName(names.value(uuid));
+        if (box->itemData(row).toUuid() != uuid)
+            box->insertItem(row, name, uuid);
+        else if (box->itemText(row) != name)
+            box->setItemText(row, name);
+    }
+    while (box->count() > uuids.size())
+        box->removeItem(box->count() - 1);
 }
 
 void BVServerBank::selectServer(const QUuid &uuid)
@@ -241,9 +257,12 @@ void BVServerBank::serverContentChanged(const QUuid &serverId)
 
 void BVServerBank::setConnectionStatus(bool connected, float first, float second)
 {
-    ui->serverStatusLabel->setStyleSheet(connected ? u"color :rgb(40, 200, 40);"_s
-                                                   : u"color : rgb(205, 40, 40);"_s);
-    ui->serverStatusLabel->setText(connected ? tr("Connected") : tr("Disconnected"));
+    const QString color =
+        connected ? u"color :rgb(40, 200, 40);"_s : u"color : rgb(205, 40, 40);"_s;
+    if (ui->serverStatusLabel->styleSheet() != color) {
+        ui->serverStatusLabel->setStyleSheet(color);
+        ui->serverStatusLabel->setText(connected ? tr("Connected") : tr("Disconnected"));
+    }
     showRate(ui->cpuValueLabel, first, ui->startCpuGpuLabel->font());
     showRate(ui->gpuValueLabel, second, ui->startCpuGpuLabel->font());
 }
@@ -302,8 +321,9 @@ QList<VisualRef> BVServerBank::selectedVisuals(bool onlyExisting) const
     QList<VisualRef> visuals;
     const QList<int> rows = selectedRows();
     if (currentFolder == -1) {
+        const FolderPositions positions = currentServer().folderPositions();
         for (const int row : rows)
-            visuals += visualsOfFolder(row, onlyExisting);
+            visuals += visualsOfFolder(row, positions[size_t(row)], onlyExisting);
         return visuals;
     }
 
@@ -319,10 +339,10 @@ QList<VisualRef> BVServerBank::selectedVisuals(bool onlyExisting) const
     return visuals;
 }
 
-QList<VisualRef> BVServerBank::visualsOfFolder(int folderSlot, bool onlyExisting) const
+QList<VisualRef> BVServerBank::visualsOfFolder(int folderSlot, int position,
+                                               bool onlyExisting) const
 {
     QList<VisualRef> visuals;
-    const int position = folderPosition(folderSlot);
     if (onlyExisting && position == -1)
         return visuals;
     const MediaFolder folder = currentServer().folderAt(position);

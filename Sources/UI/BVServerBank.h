@@ -157,12 +157,13 @@ private:
     void connectKeys();
     void describeControls();
     void mirrorBottomRow();
-    void widenServerList();
+    void fillServerList(const QList<QUuid> &uuids);
 
     [[nodiscard]] const Server &serverRecord(const QUuid &uuid) const;
     /// Position of that folder in the selected server's library, -1 if it has none.
     [[nodiscard]] int folderPosition(int folderSlot) const;
-    [[nodiscard]] QList<VisualRef> visualsOfFolder(int folderSlot, bool onlyExisting) const;
+    [[nodiscard]] QList<VisualRef> visualsOfFolder(int folderSlot, int position,
+                                                   bool onlyExisting) const;
 
     /// As a double click on that row does; nothing if there is no such row.
     void openRow(int row);

@@ -99,8 +99,9 @@ void BVServerBank::rebuildFolderList()
     setDragDropEnabled(false);
     clearRows();
     const Server &server = currentServer();
+    const FolderPositions positions = server.folderPositions();
     for (int slot = 0; slot < folderCount; ++slot) {
-        const int position = folderPosition(slot);
+        const int position = positions[size_t(slot)];
         const QString name =
             position == -1 ? defaultFolderName(slot) : server.folders.at(position).name;
         addItem(rowIcon(markedPixmap(slot, u"folder"_s, folderPixmap)), name, slot + 1);
@@ -203,7 +204,10 @@ void BVServerBank::addEmptySlotItem(int slot)
 
 void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)
 {
-    applyItemLook(new QListWidgetItem(icon, shownName(text), ui->mediaListWidget, type));
+    // It joins the list complete: each later change of a row is a signal of its own.
+    auto *const item = new QListWidgetItem(icon, shownName(text), nullptr, type);
+    applyItemLook(item);
+    ui->mediaListWidget->addItem(item);
 }
 
 QPixmap BVServerBank::markedPixmap(int number, const QString &keyWord, QPixmap pixmap) const

@@ -5,6 +5,7 @@
 
 #include "UI/ToolTip.h"
 
+#include <QAbstractItemView>
 #include <QHelpEvent>
 #include <QStylePainter>
 #include <QToolTip>
@@ -12,6 +13,15 @@
 ElidedComboBox::ElidedComboBox(QWidget *parent)
     : QComboBox(parent)
 {
+}
+
+// Only here: to measure the entries takes long, and a refill may come a thousand times a second.
+void ElidedComboBox::showPopup()
+{
+    constexpr int broadest = 700;
+    constexpr int tickAndMargins = 60; // which the hint leaves out
+    view()->setMinimumWidth(qMin(view()->sizeHintForColumn(0) + tickAndMargins, broadest));
+    QComboBox::showPopup();
 }
 
 QString ElidedComboBox::elided(const QString &line) const

@@ -5,14 +5,16 @@
 
 #include <QComboBox>
 
-/// A combo box whose text is elided where it does not fit, and then is its tool tip. Its items
-/// are one line each.
+/// A combo box whose text is elided where it does not fit, and is then shown in its tool tip. Its
+/// items are one line each. Its list opens as wide as its longest entry, up to 700 pixels.
 class ElidedComboBox final : public QComboBox
 {
     Q_OBJECT
 
 public:
     explicit ElidedComboBox(QWidget *parent);
+
+    void showPopup() override;
 
 protected:
     bool event(QEvent *event) override;

@@ -1,0 +1,175 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Benchmarks/Comparison.h"
+#include "ControllerRig.h"
+#include "Model/LibraryComparison.h"
+#include "Support/EventCount.h"
+#include "Support/FailOnWarning.h"
+
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include <numeric>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// The longest time between two turns of the event loop, in milliseconds.
+class LongestStop final : public QObject
+{
+public:
+    LongestStop()
+    {
+        connect(&beat, &QTimer::timeout, this, [this] { longest = qMax(longest, turn.restart()); });
+        turn.start();
+        beat.start(0);
+    }
+    qint64 longest = 0;
+
+private:
+    QElapsedTimer turn;
+    QTimer beat;
+};
+
+QByteArray report(qint64 rate)
+{
+    return Wire::frame(R"({"msg_type":5,"GFPS":)" + QByteArray::number(rate) + R"(,"TFPS":60})");
+}
+
+/// A library of a million folders in slot 256, which no row shows.
+Server hugeServer(const QString &name)
+{
+    Server server(QUuid::createUuid(), QHostAddress(u"127.60.21.2"_s), 8, name);
+    server.folders = QList<MediaFolder>(1000000, folder(256, u"Past the end"_s));
+    return server;
+}
+
+constexpr int crowd = 1196;
+
+} // namespace
+
+/// What much work at a time costs: reports without a pause, many servers, huge libraries. The
+/// limits are far above what a slow machine needs, and far below what a search per row takes.
+class tst_UIControllerLoad final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void aThousandReportsASecondLeaveTheWindowAnswering();
+    void reportsThatArriveTogetherAreDrawnOnce();
+    void manyServersLeaveAtOnce_data();
+    void manyServersLeaveAtOnce();
+    void aMillionFoldersAreReadInOnePass();
+};
+
+void tst_UIControllerLoad::aThousandReportsASecondLeaveTheWindowAnswering()
+{
+    constexpr int count = 2000;
+    PlayedServer server(u"127.60.21.1"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(server, u"One"_s, {folder(0, u"Intro"_s)}));
+    QVERIFY(rig.rig.show());
+    const auto &cpu = childOf<QLabel>(rig.bankA(), "cpuValueLabel");
+    const EventCount changes(childOf<QLabel>(rig.bankA(), "serverStatusLabel"));
+    const LongestStop stop;
+
+    QElapsedTimer clock;
+    clock.start();
+    int sent = 0;
+    QTimer sender;
+    connect(&sender, &QTimer::timeout, &sender, [&] {
+        for (; sent < qMin<qint64>(count, clock.elapsed()); ++sent)
+            server.stream.send(report(sent % 60));
+    });
+    sender.start(1);
+    QTRY_COMPARE_WITH_TIMEOUT(sent, count, 60000);
+    server.stream.send(report(77));
+    QTRY_COMPARE_WITH_TIMEOUT(cpu.text(), u"77.00"_s, 60000);
+    qInfo("%d reports in %lld ms, longest stop %lld ms", count, clock.elapsed(), stop.longest);
+    QVERIFY(stop.longest < 1000);
+    QVERIFY(changes.of(QEvent::StyleChange) < 10);
+}
+
+void tst_UIControllerLoad::reportsThatArriveTogetherAreDrawnOnce()
+{
+    WindowRig rig;
+    const Server server = sampleServer(u"One"_s, u"127.60.21.1"_s);
+    rig.connectServer(server);
+    QVERIFY(rig.show());
+    auto &cpu = childOf<QLabel>(rig.bankA(), "cpuValueLabel");
+    QCoreApplication::processEvents();
+    const EventCount changes(cpu);
+    for (int rate = 1; rate <= 1000; ++rate)
+        rig.controller().serverUpdateFpsStats(server.uuid, float(rate % 100), 60, 60, false);
+    rig.controller().serverUpdateFpsStats(server.uuid, 59.94F, 60, 60, false);
+    QTRY_VERIFY_WITH_TIMEOUT(changes.of(QEvent::Paint) > 0, 30000);
+    QCoreApplication::processEvents();
+    QCOMPARE(changes.of(QEvent::Paint), 1);
+    QCOMPARE(cpu.text(), u"59.94"_s);
+}
+
+void tst_UIControllerLoad::manyServersLeaveAtOnce_data()
+{
+    QTest::addColumn<bool>("shownOnesFirst");
+    QTest::newRow("those that are shown leave first") << true;
+    QTest::newRow("those that are shown leave last") << false;
+}
+
+void tst_UIControllerLoad::manyServersLeaveAtOnce()
+{
+    QFETCH(const bool, shownOnesFirst);
+    WindowRig rig;
+    QList<QUuid> uuids;
+    for (int number = 0; number < crowd; ++number) {
+        Server server = sampleServer(u"Server %1"_s.arg(number), u"127.60.21.2"_s);
+        server.connected = true;
+        rig.model.upsertServer(server);
+        uuids.append(server.uuid);
+    }
+    rig.controller().serverConnected(uuids.first(), QHostAddress(u"127.60.21.2"_s));
+    QVERIFY(rig.show());
+    QCOMPARE(ControllerRig::offered(rig.bankA()).size(), crowd);
+    QCOMPARE(ControllerRig::offered(rig.bankB()).size(), crowd - 1);
+    if (!shownOnesFirst)
+        std::ranges::reverse(uuids);
+
+    const double time = processorTime([&] {
+        for (const QUuid &uuid : std::as_const(uuids))
+            rig.controller().removeServer(uuid);
+    });
+    qInfo("%d servers leave: %.0f ms", crowd, time);
+    QCOMPARE(ControllerRig::offered(rig.bankA()).size(), 0);
+    QCOMPARE(ControllerRig::offered(rig.bankB()).size(), 0);
+    QVERIFY(time < 8000);
+}
+
+void tst_UIControllerLoad::aMillionFoldersAreReadInOnePass()
+{
+    WindowRig rig;
+    const Server one = hugeServer(u"One"_s);
+    rig.connectServer(one);
+    rig.connectServer(hugeServer(u"Two"_s));
+    QVERIFY(rig.show());
+    QList<int> rows(256);
+    std::iota(rows.begin(), rows.end(), 0);
+
+    const auto select = [&] {
+        rig.bankA().selectRows(rows);
+        QVERIFY(rig.bankA().selectedVisuals(true).isEmpty());
+    };
+    const auto compareAndDraw = [&] { rig.controller().backToFolders(); };
+    const auto search = [&] { QVERIFY(LibraryComparison::slotEmpty(one, 3, 7)); };
+    const Comparison selection = compare(select, search, 3);
+    selection.tell("selection of all rows", "search of one folder");
+    QVERIFY(selection.ratio() < 100);
+    const Comparison drawing = compare(compareAndDraw, search, 3);
+    drawing.tell("comparison and drawing of two libraries", "search of one folder");
+    QVERIFY(drawing.ratio() < 100);
+}
+
+QTEST_MAIN(tst_UIControllerLoad)
+#include "tst_UIControllerLoad.moc"

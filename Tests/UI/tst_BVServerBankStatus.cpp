@@ -1,0 +1,140 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/EventCount.h"
+#include "Support/FailOnWarning.h"
+#include "Support/WindowRig.h"
+
+#include <QAbstractItemView>
+#include <QComboBox>
+#include <QLabel>
+
+using namespace Qt::Literals::StringLiterals;
+
+/// What surrounds the list of a bank: the servers to choose from, the connection and the rates.
+class tst_BVServerBankStatus final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void refillsOfferTheServersInTheirOrder();
+    void aRefillShowsANewName();
+    void theOpenListIsAsWideAsItsNames_data();
+    void theOpenListIsAsWideAsItsNames();
+    void theSameReportSetsNothingAgain();
+    void aRateOfAsManyDigitsKeepsItsFont();
+    void aLongRateIsShownInSmallerDigits();
+};
+
+void tst_BVServerBankStatus::refillsOfferTheServersInTheirOrder()
+{
+    WindowRig rig;
+    QList<QUuid> known;
+    for (const QString &name : {u"One"_s, u"Two"_s, u"Three"_s, u"Four"_s}) {
+        rig.connectServer(sampleServer(name, u"127.50.10.1"_s));
+        known.append(rig.model.servers.last()->uuid);
+    }
+    BVServerBank &bank = rig.bankA();
+    const auto &box = childOf<QComboBox>(bank, "serverComboBox");
+    const QList<QList<int>> refills{{0, 1, 2, 3}, {1, 3},       {3, 1},    {0, 3, 2, 1}, {2},
+                                    {},           {3, 2, 1, 0}, {0, 2, 0}, {0, 2},       {1, 3, 0}};
+    for (const QList<int> &refill : refills) {
+        QList<QUuid> wanted;
+        for (const int number : refill)
+            wanted.append(known.at(number));
+        bank.setServers(wanted);
+        QList<QUuid> offered;
+        for (int row = 0; row < box.count(); ++row) {
+            offered.append(box.itemData(row).toUuid());
+            QCOMPARE(box.itemText(row), rig.model.connectedServer(offered.last()).name);
+        }
+        QCOMPARE(offered, wanted);
+        QCOMPARE(box.currentIndex(), -1);
+        QCOMPARE(bank.isEnabled(), !refill.isEmpty());
+    }
+}
+
+void tst_BVServerBankStatus::aRefillShowsANewName()
+{
+    WindowRig rig;
+    const Server server = sampleServer(u"One"_s, u"127.50.10.1"_s);
+    rig.connectServer(server);
+    rig.model.setServerName(server.uuid, u"Uno"_s);
+    rig.bankA().setServers({server.uuid});
+    QCOMPARE(childOf<QComboBox>(rig.bankA(), "serverComboBox").itemText(0), u"Uno"_s);
+}
+
+void tst_BVServerBankStatus::theOpenListIsAsWideAsItsNames_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<int>("narrowest");
+    QTest::addColumn<int>("broadest");
+    QTest::newRow("short") << u"One"_s << 350 << 350;
+    QTest::newRow("wider than the box") << u"W"_s.repeated(40) << 450 << 700;
+    QTest::newRow("wider than it may be") << u"W"_s.repeated(115) << 700 << 700;
+}
+
+void tst_BVServerBankStatus::theOpenListIsAsWideAsItsNames()
+{
+    QFETCH(const QString, name);
+    QFETCH(const int, narrowest);
+    QFETCH(const int, broadest);
+    WindowRig rig;
+    rig.connectServer(sampleServer(name, u"127.50.10.1"_s));
+    QVERIFY(rig.show());
+    auto &box = childOf<QComboBox>(rig.bankA(), "serverComboBox");
+    box.showPopup();
+    QTRY_VERIFY_WITH_TIMEOUT(box.view()->isVisible(), 30000);
+    const int width = box.view()->width();
+    box.hidePopup();
+    QVERIFY2(width >= narrowest && width <= broadest, qPrintable(QString::number(width)));
+}
+
+void tst_BVServerBankStatus::theSameReportSetsNothingAgain()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"One"_s, u"127.50.10.1"_s));
+    QVERIFY(rig.show());
+    for (const bool connected : {true, false}) {
+        rig.bankA().setConnectionStatus(connected, 59.94F, 1234567);
+        QCoreApplication::processEvents();
+        for (const char *name : {"serverStatusLabel", "cpuValueLabel", "gpuValueLabel"}) {
+            const EventCount events(childOf<QLabel>(rig.bankA(), name));
+            rig.bankA().setConnectionStatus(connected, 59.94F, 1234567);
+            QCoreApplication::processEvents();
+            QCOMPARE(events.of(QEvent::StyleChange), 0);
+            QCOMPARE(events.of(QEvent::FontChange), 0);
+            QCOMPARE(events.of(QEvent::Paint), 0);
+        }
+    }
+}
+
+void tst_BVServerBankStatus::aRateOfAsManyDigitsKeepsItsFont()
+{
+    WindowRig rig;
+    rig.bankA().setConnectionStatus(true, 59.94F, 60);
+    auto &cpu = childOf<QLabel>(rig.bankA(), "cpuValueLabel");
+    const EventCount events(cpu);
+    for (int rate = 10; rate < 90; ++rate)
+        rig.bankA().setConnectionStatus(true, float(rate), 60);
+    QCOMPARE(cpu.text(), u"89.00"_s);
+    QCOMPARE(events.of(QEvent::FontChange), 0);
+    QCOMPARE(events.of(QEvent::StyleChange), 0);
+}
+
+void tst_BVServerBankStatus::aLongRateIsShownInSmallerDigits()
+{
+    WindowRig rig;
+    const auto &gpu = childOf<QLabel>(rig.bankA(), "gpuValueLabel");
+    rig.bankA().setConnectionStatus(true, 60, 9);
+    const int size = gpu.font().pointSize();
+    rig.bankA().setConnectionStatus(true, 60, 12345);
+    QVERIFY(gpu.font().pointSize() < size);
+    rig.bankA().setConnectionStatus(true, 60, 9);
+    QCOMPARE(gpu.font().pointSize(), size);
+}
+
+QTEST_MAIN(tst_BVServerBankStatus)
+#include "tst_BVServerBankStatus.moc"
