@@ -35,6 +35,7 @@ private slots:
     void typesOfSignalsAreKnownByName();
     void upsertAppendsACopy();
     void upsertReplacesTheWholeRecordInItsPlace();
+    void upsertTakesTheActiveConnectionOver();
     void nameIsSetOnAnyServer();
     void connectionIsAddedToAnyServer();
     void markConnectedSetsTheAddress();
@@ -44,7 +45,9 @@ private slots:
     void unconnectedServerIsInvalidToLookups();
     void lookupByAddressFindsTheFirstConnected();
     void listsConnectedServersWithALibrary();
+    void namesAreThoseOfConnectedServers();
     void frameRatesReachConnectedServersOnly();
+    void aServerLeavesFullScreen();
     void everyMatchIsMarkedAndTheFirstIsChanged();
     void unknownServersChangeNothing();
 
@@ -112,6 +115,16 @@ void tst_ApplicationModel::upsertReplacesTheWholeRecordInItsPlace()
     QCOMPARE(stage().folders.size(), 3);
     QCOMPARE(stage().connections, QList<ServerConnection>({{otherAddress, 16}}));
     QVERIFY(!stage().connected);
+}
+
+void tst_ApplicationModel::upsertTakesTheActiveConnectionOver()
+{
+    model->addConnection(stageId, otherAddress, 16);
+    model->markConnected(stageId, otherAddress);
+    QCOMPARE(stage().activeConnection, 1);
+    model->upsertServer(Server(stageId, stageAddress, 24, u"Stage"_s));
+    QCOMPARE(stage().activeConnection, 0);
+    QCOMPARE(stage().currentAddress(), stageAddress);
 }
 
 void tst_ApplicationModel::nameIsSetOnAnyServer()
@@ -209,6 +222,17 @@ void tst_ApplicationModel::listsConnectedServersWithALibrary()
     QCOMPARE(model->connectedServersWithLibrary(), QList<QUuid>{hallId});
 }
 
+void tst_ApplicationModel::namesAreThoseOfConnectedServers()
+{
+    using Names = QHash<QUuid, QString>;
+    QCOMPARE(model->connectedServerNames(), Names());
+    model->markConnected(hallId, hallAddress);
+    QCOMPARE(model->connectedServerNames(), (Names{{hallId, u"Hall"_s}}));
+    model->servers.append(new Server(hallId, otherAddress, 24, u"Twin"_s));
+    model->markConnected(hallId, otherAddress);
+    QCOMPARE(model->connectedServerNames(), (Names{{hallId, u"Hall"_s}}));
+}
+
 void tst_ApplicationModel::frameRatesReachConnectedServersOnly()
 {
     model->setFpsStats(stageId, 1.5F, 2.5F, 3.5F, true);
@@ -221,6 +245,15 @@ void tst_ApplicationModel::frameRatesReachConnectedServersOnly()
     QCOMPARE(stage().totalFps, 2.5F);
     QCOMPARE(stage().monitorFps, 3.5F);
     QVERIFY(!hall().hasFpsStats);
+}
+
+void tst_ApplicationModel::aServerLeavesFullScreen()
+{
+    model->markConnected(stageId, stageAddress);
+    model->setFpsStats(stageId, 1, 2, 3, true);
+    model->setFpsStats(stageId, 1, 2, 3, false);
+    QVERIFY(!stage().isFullScreen);
+    QVERIFY(stage().hasFpsStats);
 }
 
 void tst_ApplicationModel::everyMatchIsMarkedAndTheFirstIsChanged()

@@ -100,6 +100,8 @@ private slots:
     void visualRefusalChangesNothing();
     void folderRefusalChangesNothing();
     void recordsWriteWhatTheyRead();
+    void namesAreTakenAsTheyAre();
+    void hashesAreFoundInAFolder();
     void visualsCompareByEveryField();
 };
 
@@ -365,6 +367,27 @@ void tst_Library::recordsWriteWhatTheyRead()
     QVERIFY(folder.fromJson(folderObject(sorted, 256)));
     QCOMPARE(folder.toJson(), folderObject(sorted, 256));
     QCOMPARE(folder.files.first().toJson(), sorted.first().toObject());
+}
+
+void tst_Library::namesAreTakenAsTheyAre()
+{
+    for (const QString &name : {u""_s, u"  017:\tSunset \n"_s, u"\u202EtesnuS"_s}) {
+        MediaFolder folder;
+        const QJsonArray file{with(fileObject(), u"name"_s, name)};
+        QVERIFY(folder.fromJson(with(folderObject(file), u"name"_s, name)));
+        QCOMPARE(folder.name, name);
+        QCOMPARE(folder.files.first().name, name);
+    }
+}
+
+void tst_Library::hashesAreFoundInAFolder()
+{
+    MediaFolder folder;
+    QVERIFY(folder.fromJson(folderObject(
+        {with(fileObject(9), u"hash"_s, hashOf(4)), with(fileObject(2), u"hash"_s, hashOf(2))})));
+    QVERIFY(folder.containsHash(hashOf(2)) && folder.containsHash(hashOf(4)));
+    for (const int number : {1, 3, 5})
+        QVERIFY(!folder.containsHash(hashOf(number)));
 }
 
 void tst_Library::visualsCompareByEveryField()

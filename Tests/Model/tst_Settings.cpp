@@ -49,6 +49,7 @@ private slots:
     void whatWasSavedIsLoaded_data();
     void whatWasSavedIsLoaded();
     void changeIsOnDiskWhenSaveReturns();
+    void savingReplacesTheFileInOneStep();
     void changeWithoutSaveIsLost();
     void serversAndFolderAreNotStored();
     void unwritableFileIsNotReported();
@@ -191,6 +192,19 @@ void tst_Settings::changeIsOnDiskWhenSaveReturns()
     model.warningLevel &= ~2U;
     QVERIFY(model.save());
     QVERIFY(readSettings().contains("warningLevel=4294967293\n"));
+}
+
+/// Whoever reads the old file has it whole, and so has the next start after a crash.
+void tst_Settings::savingReplacesTheFileInOneStep()
+{
+    const Sandbox sandbox;
+    const QByteArray old("[General]\nwarningLevel=6\n");
+    writeSettings(old);
+    QFile file(settingsFilePath());
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(ApplicationModel().save());
+    QCOMPARE(file.readAll(), old);
+    QVERIFY(readSettings() != old);
 }
 
 void tst_Settings::changeWithoutSaveIsLost()
