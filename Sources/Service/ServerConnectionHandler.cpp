@@ -16,6 +16,14 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+/// How many bytes of the stream Qt reads ahead. A server that sends messages faster than they are
+/// handled is then slowed down by TCP. A longer frame still arrives: its parts are joined here.
+constexpr qint64 streamReadAhead = 64 * 1024;
+
+} // namespace
+
 ServerConnectionHandler::ServerConnectionHandler(const QHostAddress &serverAddress,
                                                  const QUuid &serverUuid, QObject *parent)
     : QObject(parent)
@@ -31,8 +39,10 @@ ServerConnectionHandler::ServerConnectionHandler(const QHostAddress &serverAddre
     const QUrl url = Protocol::notifierUrl(address);
     ZOR_LOG(info, "Connecting to notification stream of server : %s", qPrintable(url.toString()));
     streamReply = networkManager.get(serverRequest(url));
-    if (streamReply != nullptr)
+    if (streamReply != nullptr) {
+        streamReply->setReadBufferSize(streamReadAhead);
         connect(streamReply, &QNetworkReply::readyRead, this, &ServerConnectionHandler::canRead);
+    }
 }
 
 bool ServerConnectionHandler::event(QEvent *event)

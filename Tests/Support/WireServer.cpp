@@ -85,6 +85,14 @@ void WireRequest::send(const QByteArray &bytes) const
     socket->flush();
 }
 
+qint64 WireRequest::unsent() const
+{
+    if (!isOpen())
+        return 0;
+    socket->flush();
+    return socket->bytesToWrite();
+}
+
 void WireRequest::answer(const QByteArray &responseBody, const QByteArray &headers,
                          const QByteArray &status) const
 {

@@ -61,6 +61,9 @@ public:
     /// Sends bytes as they are, at once and in a segment of their own.
     void send(const QByteArray &bytes) const;
 
+    /// How many of the sent bytes the system does not take, as the client does not read them.
+    [[nodiscard]] qint64 unsent() const;
+
     /// Sends a whole response; the connection stays open for the next request.
     void answer(const QByteArray &responseBody, const QByteArray &headers = {},
                 const QByteArray &status = "200 OK") const;

@@ -1,0 +1,174 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/HandlerTesting.h"
+#include "Support/FailOnWarning.h"
+
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <memory>
+#include <utility>
+
+namespace {
+
+const QString address = u"127.20.42.1"_s;
+const QByteArray libraryChanged = Wire::frame(json("{'msg_type':6}"));
+const QByteArray shutdown = Wire::frame(json("{'msg_type':4}"));
+
+QByteArray padded(qsizetype size)
+{
+    return Wire::frame(json("{'msg_type':6,'x':'") + QByteArray(size, 'x') + json("'}"));
+}
+
+} // namespace
+
+/// A stream with more to read than the program handles at once.
+class tst_HandlerStreamLoad : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init()
+    {
+        failOnAnyWarning();
+        server = std::make_unique<WireServer>(address);
+    }
+
+    void cleanup()
+    {
+        handler.reset();
+        server.reset();
+    }
+
+    void everythingArrives_data()
+    {
+        QTest::addColumn<bool>("chunked");
+        QTest::addColumn<QByteArray>("message");
+        QTest::addColumn<int>("count");
+        for (const bool chunked : {true, false}) {
+            const char *form = chunked ? "chunked" : "until the end";
+            QTest::addRow("a frame of 8 MB, %s", form) << chunked << padded(8 << 20) << 1;
+            QTest::addRow("frames of 64 KiB, %s", form) << chunked << padded(64 << 10) << 40;
+            QTest::addRow("many frames, %s", form) << chunked << libraryChanged << 100'000;
+        }
+    }
+
+    void everythingArrives()
+    {
+        QFETCH(const bool, chunked);
+        QFETCH(const QByteArray, message);
+        QFETCH(const int, count);
+        open(chunked);
+        send(message.repeated(count));
+        EVENTUALLY(changes, count);
+        // The stream goes on afterwards, and its last messages are not lost with its end.
+        send(message.repeated(count) + shutdown);
+        if (chunked)
+            stream.send(Wire::lastChunk());
+        else
+            stream.close();
+        EVENTUALLY(ends, 1);
+        QCOMPARE(changes, 2 * count);
+        QCOMPARE(reason, Brenvoka::DisconnectServerShutdown);
+    }
+
+    // More than is read ahead is on its way when the connection is closed.
+    void closeInTheMiddleOfABurstLosesNothing_data()
+    {
+        QTest::addColumn<bool>("chunked");
+        QTest::newRow("chunked") << true;
+        QTest::newRow("until the end") << false;
+    }
+
+    void closeInTheMiddleOfABurstLosesNothing()
+    {
+        QFETCH(const bool, chunked);
+        open(chunked);
+        connect(handler.get(), &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
+            if (changes != 1)
+                return;
+            send(libraryChanged.repeated(50'000) + shutdown);
+            if (chunked)
+                stream.send(Wire::lastChunk());
+            stream.close();
+            // No event loop runs here: what Qt's thread reads by itself is limited.
+            QThread::msleep(200);
+        });
+        send(libraryChanged);
+        EVENTUALLY(ends, 1);
+        QCOMPARE(changes, 50'001);
+        QCOMPARE(reason, Brenvoka::DisconnectServerShutdown);
+    }
+
+    void serverIsSlowedDownWhileTheProgramIsBusy()
+    {
+        open(true);
+        qint64 unsent = -1;
+        connect(handler.get(), &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
+            if (changes != 1)
+                return;
+            // 32 MB, of which the system's buffers take some. Half a second without progress is
+            // the end of that.
+            send(padded(64 << 10).repeated(512));
+            QElapsedTimer quiet;
+            for (quiet.start(); quiet.elapsed() < 500 && unsent != 0; QThread::msleep(1)) {
+                if (std::exchange(unsent, stream.unsent()) != unsent)
+                    quiet.restart();
+            }
+        });
+        send(libraryChanged);
+        EVENTUALLY(changes, 513);
+        QVERIFY2(unsent > 16 << 20, qPrintable(QString::number(unsent)));
+    }
+
+    void nestedLoopReadsOn()
+    {
+        open(true);
+        bool nested = false;
+        connect(handler.get(), &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
+            if (changes == 1)
+                nested = waitUntil([&] { return changes == 20'000; });
+        });
+        send(libraryChanged.repeated(10'000));
+        send(libraryChanged.repeated(10'000));
+        EVENTUALLY(changes, 20'000);
+        QVERIFY(nested);
+    }
+
+private:
+    void open(bool chunked)
+    {
+        changes = ends = 0;
+        server->on(notifierPath, [chunked](const WireRequest &request) {
+            request.send(chunked ? Wire::chunkedHead() : Wire::streamHead());
+        });
+        handler = std::make_unique<ServerConnectionHandler>(server->address(), QUuid::createUuid());
+        connect(handler.get(), &ServerConnectionHandler::connectedServerLibraryChanged, this,
+                [this] { ++changes; });
+        connect(handler.get(), &ServerConnectionHandler::handlerServerDisconnected, this,
+                [this](const auto &, const auto &, Brenvoka::ServerDisconnectReason why) {
+                    reason = why;
+                    ++ends;
+                });
+        isChunked = chunked;
+        QVERIFY(server->waitForRequests(1, notifierPath));
+        stream = server->requests(notifierPath).constFirst();
+    }
+
+    void send(const QByteArray &bytes) const
+    {
+        stream.send(isChunked ? Wire::chunk(bytes) : bytes);
+    }
+
+    std::unique_ptr<WireServer> server;
+    std::unique_ptr<ServerConnectionHandler> handler;
+    WireRequest stream;
+    bool isChunked = false;
+    int changes = 0;
+    int ends = 0;
+    Brenvoka::ServerDisconnectReason reason = Brenvoka::DisconnectNone;
+};
+
+QTEST_GUILESS_MAIN(tst_HandlerStreamLoad)
+#include "tst_HandlerStreamLoad.moc"
