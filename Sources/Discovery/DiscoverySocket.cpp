@@ -3,6 +3,8 @@
 
 #include "Discovery/DiscoverySocket.h"
 
+#include "StandardStreams.h"
+
 #ifdef _WIN32
 #include <ws2tcpip.h>
 #else
@@ -14,7 +16,6 @@
 #endif
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 namespace Discovery {
@@ -168,8 +169,10 @@ void apply(DiscoverySocket &socket, const DiscoveredServer &announcement)
         return;
     socket.servers[static_cast<std::size_t>(socket.serverCount)] = announcement;
     ++socket.serverCount;
-    std::printf("Received discovery message from %s adding to the list of servers\n",
-                inet_ntoa(announcement.source.sin_addr));
+    StandardStreams::writeAtOnce(StandardStreams::output,
+                                 std::string("Received discovery message from ") +
+                                     inet_ntoa(announcement.source.sin_addr) +
+                                     " adding to the list of servers\n");
 }
 
 } // namespace

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "StandardStreams.h"
+
 #include <spdlog/sinks/base_sink.h>
 
 #include <mutex>
@@ -13,7 +15,6 @@
 #include <algorithm>
 #include <array>
 #else
-#include <cstdio>
 #include <unistd.h>
 #endif
 
@@ -53,7 +54,8 @@ private:
 #else
 
 /// Shows each line on the terminal that the program was started from. Without a terminal it is
-/// silent: a pipe that nobody reads would block the worker, and with it the program.
+/// silent. A line that would have to wait, as at a stopped terminal, is dropped: a worker that
+/// waits would stop the program once the queue is full.
 template <typename Mutex>
 class msvc_wide_sink final : public spdlog::sinks::base_sink<Mutex>
 {
@@ -64,13 +66,13 @@ protected:
             return;
         spdlog::memory_buf_t text;
         this->formatter_->format(message, text);
-        std::fwrite(text.data(), 1, text.size(), stderr);
+        StandardStreams::writeAtOnce(StandardStreams::error, {text.data(), text.size()});
     }
 
     void flush_() override {}
 
 private:
-    const bool onTerminal = isatty(STDERR_FILENO) != 0;
+    const bool onTerminal = isatty(StandardStreams::error) != 0;
 };
 
 #endif

@@ -3,6 +3,7 @@
 
 #include "Log/ZorLog.h"
 
+#include "Support/Channels.h"
 #include "Support/FailOnWarning.h"
 
 #include <QByteArray>
@@ -14,8 +15,6 @@
 #include <memory>
 
 #include <ctime>
-#include <fcntl.h>
-#include <pty.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -42,52 +41,11 @@ private:
     int before;
 };
 
-/// Both ends of a pipe or of a terminal; reading never waits.
-class Channel final
-{
-public:
-    Channel(int readEnd, int writeEnd)
-        : reader(readEnd)
-        , writer(writeEnd)
-    {
-        fcntl(reader, F_SETFL, O_NONBLOCK);
-    }
-    ~Channel()
-    {
-        close(reader);
-        close(writer);
-    }
-    Q_DISABLE_COPY_MOVE(Channel)
-
-    [[nodiscard]] QString readAll() const
-    {
-        QByteArray all(65536, '\0');
-        all.truncate(qMax<qsizetype>(0, read(reader, all.data(), size_t(all.size()))));
-        return QString::fromUtf8(all).remove(u'\r');
-    }
-    /// Reads until there is a line that ends so: a terminal hands on what was written at its own
-    /// time.
-    [[nodiscard]] QString readUntil(const QString &ending) const
-    {
-        QString all;
-        (void)QTest::qWaitFor([&] { return (all += readAll()).endsWith(ending); }, 30000);
-        return all;
-    }
-
-    const int reader;
-    const int writer;
-};
-
-std::unique_ptr<Channel> terminal()
-{
-    int controller = -1;
-    int user = -1;
-    if (openpty(&controller, &user, nullptr, nullptr, nullptr) != 0)
-        return nullptr;
-    return std::make_unique<Channel>(controller, user);
-}
+using OpenChannel = std::unique_ptr<Channel> (*)();
 
 } // namespace
+
+Q_DECLARE_METATYPE(OpenChannel)
 
 /// The debugger output where there is no debugger to speak to: the terminal.
 class tst_DebuggerSink final : public QObject
@@ -101,6 +59,8 @@ private slots:
     void logWithoutAFileShowsTheTimeZone();
     void logWithAFileShowsTheSameLineAsTheFile();
     void pipeStaysSilent();
+    void terminalThatStopsDoesNotStopTheLog_data();
+    void terminalThatStopsDoesNotStopTheLog();
 };
 
 /// The machine of a test runs in UTC more often than not, where local time shows nothing.
@@ -112,7 +72,7 @@ void tst_DebuggerSink::initTestCase()
 
 void tst_DebuggerSink::logWithoutAFileShowsTheTimeZone()
 {
-    const std::unique_ptr<Channel> channel = terminal();
+    const std::unique_ptr<Channel> channel = openTerminal();
     QVERIFY(channel);
     {
         const StandardError redirected(channel->writer);
@@ -122,13 +82,13 @@ void tst_DebuggerSink::logWithoutAFileShowsTheTimeZone()
     const QRegularExpression form(
         u"\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+05:45\\]\\[T:%1\\]"_s.arg(gettid()) +
         u"\\[Source:7\\] Bühne\\n$"_s);
-    const QString output = channel->readUntil(u"Bühne\n"_s);
+    const QString output = QString::fromUtf8(channel->readUntil("Bühne\n"));
     QVERIFY2(form.match(output).hasMatch(), qPrintable(output));
 }
 
 void tst_DebuggerSink::logWithAFileShowsTheSameLineAsTheFile()
 {
-    const std::unique_ptr<Channel> channel = terminal();
+    const std::unique_ptr<Channel> channel = openTerminal();
     QVERIFY(channel);
     const QTemporaryDir directory;
     const QString path = directory.filePath(u"Brenvoka.log"_s);
@@ -139,22 +99,46 @@ void tst_DebuggerSink::logWithAFileShowsTheSameLineAsTheFile()
     }
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
-    const QString content = QString::fromUtf8(file.readAll());
-    QVERIFY(content.endsWith(u"[Source:7] text\n"_s));
-    QCOMPARE(channel->readUntil(u"[Source:7] text\n"_s), content);
+    const QByteArray content = file.readAll();
+    QVERIFY(content.endsWith("[Source:7] text\n"));
+    QCOMPARE(channel->readUntil("[Source:7] text\n"), content);
 }
 
 void tst_DebuggerSink::pipeStaysSilent()
 {
-    int ends[2];
-    QCOMPARE(pipe(ends), 0);
-    const Channel channel(ends[0], ends[1]);
+    const std::unique_ptr<Channel> channel = openPipe();
+    QVERIFY(channel);
     {
-        const StandardError redirected(channel.writer);
+        const StandardError redirected(channel->writer);
         Zor::Log log;
         log.error("Source", 7, "text");
     }
-    QCOMPARE(channel.readAll(), QString());
+    QCOMPARE(channel->readAll(), QByteArray());
+}
+
+void tst_DebuggerSink::terminalThatStopsDoesNotStopTheLog_data()
+{
+    QTest::addColumn<OpenChannel>("open");
+    QTest::newRow("nobody reads it") << &openTerminal;
+    QTest::newRow("stopped") << &openStoppedTerminal;
+}
+
+void tst_DebuggerSink::terminalThatStopsDoesNotStopTheLog()
+{
+    QFETCH(const OpenChannel, open);
+    const std::unique_ptr<Channel> channel = open();
+    QVERIFY(channel);
+    const QTemporaryDir directory;
+    const QString path = directory.filePath(u"Brenvoka.log"_s);
+    {
+        const StandardError redirected(channel->writer);
+        Zor::Log log(path.toStdString());
+        for (int line = 0; line < 5000; ++line)
+            log.info("Source", line, "text");
+    }
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll().endsWith("[Source:4999] text\n"));
 }
 
 QTEST_GUILESS_MAIN(tst_DebuggerSink)
