@@ -3,6 +3,7 @@
 
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
+#include "ProcessSetup.h"
 #include "SingleInstance.h"
 #include "UI/BVMainWindow.h"
 
@@ -76,6 +77,7 @@ int run()
 
 int main(int argc, char *argv[])
 {
+    ProcessSetup::prepare();
     if (!SingleInstance::acquire())
         std::exit(0);
 

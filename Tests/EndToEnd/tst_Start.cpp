@@ -1,44 +1,17 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "ProgramStage.h"
 #include "Support/FailOnWarning.h"
-#include "Support/Sandbox.h"
 
 #include <QDirIterator>
-#include <QFile>
-#include <QFileInfo>
-#include <QProcess>
 #include <QTest>
 
-#include <csignal>
 #include <memory>
-#include <sys/prctl.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-constexpr int patience = 30000;
-
-/// A process of the test's own, which does not outlive it, not even when the test is killed.
-class Child final : public QProcess
-{
-public:
-    explicit Child(
-        const QString &command, const QStringList &arguments = {},
-        const QProcessEnvironment &environment = QProcessEnvironment::systemEnvironment())
-    {
-        setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
-        setProcessEnvironment(environment);
-        setProcessChannelMode(QProcess::MergedChannels);
-        start(command, arguments);
-    }
-    ~Child() override
-    {
-        kill();
-        waitForFinished(patience);
-    }
-};
 
 const QString program = QStringLiteral(BRENVOKA_PROGRAM);
 const QString programWithoutData = QStringLiteral(BRENVOKA_PROGRAM_WITHOUT_DATA);
@@ -73,7 +46,7 @@ class tst_Start final : public QObject
 
 private slots:
     void init();
-    void cleanup();
+    void cleanup() { home.reset(); }
 
     void startsWithALogAndWithoutSettings();
     void secondInstanceEndsSilentlyAndTouchesNothing();
@@ -86,37 +59,17 @@ private slots:
     void closingTheWindowWritesTheSettings();
 
 private:
-    [[nodiscard]] QString path(const QString &relative) const;
-    [[nodiscard]] bool isUp() const;
+    [[nodiscard]] QString path(const QString &relative) const { return home->path(relative); }
+    [[nodiscard]] bool isUp() const { return home->isProgramUp(); }
     [[nodiscard]] QStringList files() const;
 
-    std::unique_ptr<Sandbox> sandbox;
+    std::unique_ptr<ProgramHome> home;
 };
 
 void tst_Start::init()
 {
     failOnAnyWarning();
-    sandbox = std::make_unique<Sandbox>();
-    const QString runtime = path(u"runtime"_s);
-    QVERIFY(QDir().mkpath(runtime));
-    QVERIFY(QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
-}
-
-void tst_Start::cleanup()
-{
-    sandbox.reset();
-}
-
-QString tst_Start::path(const QString &relative) const
-{
-    return sandbox->directory().filePath(relative);
-}
-
-/// The second disk cache is made while the window is constructed, after log and settings.
-bool tst_Start::isUp() const
-{
-    return QFileInfo(path(u"cache/Zorvik/Brenvokathumbnails"_s)).isDir();
+    home = std::make_unique<ProgramHome>();
 }
 
 /// Every file of the program's log and settings with its size and time.
@@ -127,7 +80,7 @@ QStringList tst_Start::files() const
         QDirIterator iterator(path(root), QDir::Files, QDirIterator::Subdirectories);
         while (iterator.hasNext()) {
             const QFileInfo file(iterator.next());
-            all << u"%1 %2 %3"_s.arg(sandbox->directory().relativeFilePath(file.filePath()),
+            all << u"%1 %2 %3"_s.arg(home->directory().relativeFilePath(file.filePath()),
                                      QString::number(file.size()),
                                      file.lastModified().toString(Qt::ISODateWithMs));
         }
