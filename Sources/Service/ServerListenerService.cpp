@@ -70,9 +70,9 @@ void ServerListenerService::process(const Announcement &announcement)
     if (netmask == -1 || uuid.isNull())
         return;
 
-    if (knownServers.contains(uuid)) {
-        noteConnection(announcement);
-        noteName(announcement);
+    if (const auto server = knownServers.find(uuid); server != knownServers.end()) {
+        noteConnection(*server, announcement);
+        noteName(*server, announcement);
         return;
     }
     ZOR_LOG(info, "Found new server: %s | %s | %d | %s", qPrintable(uuid.toString()),
@@ -81,10 +81,9 @@ void ServerListenerService::process(const Announcement &announcement)
     knownServers.insert(uuid, {name, {{address, netmask, qint32(pollCount)}}});
 }
 
-void ServerListenerService::noteConnection(const Announcement &announcement)
+void ServerListenerService::noteConnection(KnownServer &server, const Announcement &announcement)
 {
     const auto &[uuid, address, netmask, name] = announcement;
-    KnownServer &server = knownServers[uuid];
     const auto known = std::ranges::find(server.connections, address, &KnownConnection::address);
     if (known != server.connections.end()) {
         known->lastSeen = qint32(pollCount);
@@ -96,44 +95,40 @@ void ServerListenerService::noteConnection(const Announcement &announcement)
     emit addServerConnection(uuid, address, netmask);
 }
 
-void ServerListenerService::noteName(const Announcement &announcement)
+void ServerListenerService::noteName(KnownServer &server, const Announcement &announcement)
 {
-    const auto server = knownServers.find(announcement.uuid);
-    if (server == knownServers.end() || server->name == announcement.name)
+    if (server.name == announcement.name)
         return;
-    server->name = announcement.name;
-    ZOR_LOG(info, "server name changed from %s to %s", qUtf8Printable(server->name),
+    server.name = announcement.name;
+    ZOR_LOG(info, "server name changed from %s to %s", qUtf8Printable(server.name),
             qUtf8Printable(announcement.name));
     emit serverNameChanged(announcement.uuid, announcement.name);
 }
 
 void ServerListenerService::expire()
 {
-    const QList<QUuid> uuids = knownServers.keys();
-    for (const QUuid &uuid : uuids) {
-        while (loseConnection(uuid)) {
+    for (auto server = knownServers.begin(); server != knownServers.end();) {
+        const QUuid uuid = server.key();
+        expireConnections(uuid, server->connections);
+        if (!server->connections.isEmpty()) {
+            ++server;
+            continue;
         }
-        const auto server = knownServers.find(uuid);
-        if (server != knownServers.end() && server->connections.isEmpty()) {
-            knownServers.erase(server);
-            emit removeServer(uuid);
-        }
+        emit removeServer(uuid);
+        server = knownServers.erase(server);
     }
 }
 
-bool ServerListenerService::loseConnection(const QUuid &uuid)
+void ServerListenerService::expireConnections(const QUuid &uuid,
+                                              QList<KnownConnection> &connections)
 {
-    const auto server = knownServers.find(uuid);
-    if (server == knownServers.end())
-        return false;
-    const auto silent =
-        std::ranges::find_if(server->connections, [this](const KnownConnection &connection) {
-            return pollCount - connection.lastSeen > silentTicks;
-        });
-    if (silent == server->connections.end())
-        return false;
-    const KnownConnection lost = *silent;
-    server->connections.erase(silent);
-    emit removeServerConnection(uuid, lost.address, lost.netmask);
-    return true;
+    for (qsizetype index = 0; index < connections.size();) {
+        const KnownConnection connection = connections.at(index);
+        if (pollCount - connection.lastSeen <= silentTicks) {
+            ++index;
+            continue;
+        }
+        emit removeServerConnection(uuid, connection.address, connection.netmask);
+        connections.removeAt(index);
+    }
 }

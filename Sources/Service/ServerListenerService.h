@@ -21,7 +21,8 @@ struct Announcement;
 /// last. In one tick everything that comes is told before everything that goes.
 ///
 /// Qt fires no timer inside its own slot. So while a receiver runs an event loop, as a message box
-/// does, discovery stands still, and goes on with what the socket has kept.
+/// does, discovery stands still, and goes on with what the socket has kept. A receiver therefore
+/// never meets a second tick within the first.
 ///
 /// If the port can't be opened, nothing is ever heard, and nothing is reported.
 class ServerListenerService final : public QObject
@@ -41,9 +42,10 @@ signals:
                    const QString &name);
     /// A known server announced from another address.
     void addServerConnection(const QUuid &uuid, const QHostAddress &ipAddress, int netmask);
-    /// A connection timed out. The netmask is the one it was added with.
+    /// A connection timed out; it is still known here. The netmask is the one it was added with.
     void removeServerConnection(const QUuid &uuid, const QHostAddress &ipAddress, int netmask);
-    /// The last connection timed out; follows its `removeServerConnection`.
+    /// The last connection timed out; follows its `removeServerConnection`. The server is still
+    /// known here.
     void removeServer(const QUuid &uuid);
 
 private slots:
@@ -64,11 +66,10 @@ private:
     };
 
     void process(const Announcement &announcement);
-    void noteConnection(const Announcement &announcement);
-    void noteName(const Announcement &announcement);
+    void noteConnection(KnownServer &server, const Announcement &announcement);
+    void noteName(KnownServer &server, const Announcement &announcement);
     void expire();
-    /// Tells the loss of the first connection that has been silent for too long. False if none has.
-    bool loseConnection(const QUuid &uuid);
+    void expireConnections(const QUuid &uuid, QList<KnownConnection> &connections);
 
     Discovery::DiscoverySocket socket;
     QHash<QUuid, KnownServer> knownServers;
