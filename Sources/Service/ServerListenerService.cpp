@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::chrono::milliseconds pollInterval{250};
 constexpr qint64 silentTicks = 120;
+constexpr int datagramsPerTick = 4096;
 
 void startSocketLibrary()
 {
@@ -52,7 +53,7 @@ ServerListenerService::~ServerListenerService()
 void ServerListenerService::listServers()
 {
     Discovery::resetTable(socket);
-    while (Discovery::poll(socket)) {
+    for (int read = 0; read < datagramsPerTick && Discovery::poll(socket); ++read) {
     }
     ++pollCount;
 

@@ -15,10 +15,12 @@ struct Announcement;
 /// Turns announcements on the network into servers and connections that come and go.
 ///
 /// A server is one uuid; a connection is one of its interfaces, a source address with a netmask
-/// length in bits. Four times a second the socket is drained and compared with what is known. A
-/// connection goes on the 121st tick without an announcement, about 30 seconds after it was last
-/// heard; there is no other way out. A server comes with its first connection and goes with its
-/// last. In one tick everything that comes is told before everything that goes.
+/// length in bits. Four times a second the socket is drained and compared with what is known. One
+/// tick reads at most 4096 datagrams, so that a flood of them cannot keep it from ending; the rest
+/// waits for the next tick. A connection goes on the 121st tick without an announcement, about 30
+/// seconds after it was last heard; there is no other way out. A server comes with its first
+/// connection and goes with its last. In one tick everything that comes is told before everything
+/// that goes.
 ///
 /// Qt fires no timer inside its own slot. So while a receiver runs an event loop, as a message box
 /// does, discovery stands still, and goes on with what the socket has kept. A receiver therefore
