@@ -63,9 +63,7 @@ void write(spdlog::logger *logger, spdlog::level::level_enum level, const char *
 Log::Log(const fs::path &logFile)
 {
     rotate(logFile);
-    const std::shared_ptr<ThreadPool> worker = startWorker();
     start(
-        worker,
         {std::make_shared<msvc_wide_sink_mt>(),
          std::make_shared<spdlog::sinks::basic_file_sink_mt>(logFile.string<spdlog::filename_t>())},
         "[%Y-%m-%d %H:%M:%S T:%t]%v");
@@ -73,7 +71,7 @@ Log::Log(const fs::path &logFile)
 
 Log::Log()
 {
-    start(startWorker(), {std::make_shared<msvc_wide_sink_mt>()}, "[%Y-%m-%d %H:%M:%S %z][T:%t]%v");
+    start({std::make_shared<msvc_wide_sink_mt>()}, "[%Y-%m-%d %H:%M:%S %z][T:%t]%v");
 }
 
 Log::~Log() = default;
@@ -108,16 +106,11 @@ void Log::error(const char *file, int line, const char *text)
     write(logger.get(), spdlog::level::err, file, line, text);
 }
 
-std::shared_ptr<ThreadPool> Log::startWorker()
+void Log::start(const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, const char *pattern)
 {
-    return std::make_shared<ThreadPool>(queueSize, 1, [this] {
+    const auto worker = std::make_shared<ThreadPool>(queueSize, 1, [this] {
         asyncThreadId = static_cast<std::uint32_t>(spdlog::details::os::thread_id());
     });
-}
-
-void Log::start(const std::shared_ptr<ThreadPool> &worker,
-                const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, const char *pattern)
-{
     // The logger knows its worker only weakly. The worker goes first and empties the queue.
     struct Machinery
     {

@@ -12,9 +12,6 @@
 
 namespace spdlog {
 class logger;
-namespace details {
-class thread_pool;
-}
 namespace sinks {
 class sink;
 }
@@ -62,9 +59,8 @@ public:
 private:
     friend struct LogProbe; // the tests' view of levels and of the worker's announcement
 
-    [[nodiscard]] std::shared_ptr<spdlog::details::thread_pool> startWorker();
-    void start(const std::shared_ptr<spdlog::details::thread_pool> &worker,
-               const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, const char *pattern);
+    /// Starts the worker on sinks that exist, so that a file that can't be opened starts no thread.
+    void start(const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, const char *pattern);
     void announceWorker();
 
     std::shared_ptr<spdlog::logger> logger;

@@ -38,7 +38,18 @@ QStringList threadsOfThisProcess()
     return QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
 }
 
+/// The threads at the time that a log's first sink was last made: it asks what it writes to.
+QStringList threadsAtTheSink;
+
 } // namespace
+
+// The linker's --wrap puts this between the program and the system, and chooses its name.
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
+extern "C" int __wrap_isatty(int)
+{
+    threadsAtTheSink = threadsOfThisProcess();
+    return 0;
+}
 
 class tst_ZorLog final : public QObject
 {
@@ -67,6 +78,7 @@ private slots:
     void releaseWritesEverything();
     void copiedInstanceOutlivesRelease();
     void oneWorkerAndNoOtherThread();
+    void sinksAreMadeBeforeTheWorker();
     void startIsToldAsFromItsOwnSource();
     void unopenableFileThrowsAndKeepsTheEarlierLog();
 };
@@ -303,6 +315,16 @@ void tst_ZorLog::oneWorkerAndNoOtherThread()
     QStringList added = threadsOfThisProcess();
     added.removeIf([&before](const QString &thread) { return before.contains(thread); });
     QCOMPARE(added.size(), 1);
+}
+
+void tst_ZorLog::sinksAreMadeBeforeTheWorker()
+{
+    threadsAtTheSink.clear();
+    const QStringList before = threadsOfThisProcess();
+    const LogCapture capture;
+    QVERIFY(!threadsAtTheSink.isEmpty());
+    for (const QString &thread : threadsAtTheSink)
+        QVERIFY(before.contains(thread));
 }
 
 void tst_ZorLog::startIsToldAsFromItsOwnSource()
