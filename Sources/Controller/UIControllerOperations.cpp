@@ -253,6 +253,6 @@ void UIController::updateTransferButtons()
         return;
     }
     ZOR_LOG(info, "Server don't share a subnet");
-    mainWindow->setTransferEnabled(false);
     showErrorMessage(tr("The servers don't share a subnet"));
+    mainWindow->setTransferEnabled(false);
 }
