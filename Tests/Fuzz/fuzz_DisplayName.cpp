@@ -1,0 +1,75 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Input.h"
+#include "Model/ShownText.h"
+#include "Require.h"
+
+#include <QList>
+
+#include <algorithm>
+
+namespace {
+
+bool breaksLine(char32_t character)
+{
+    const auto category = QChar::category(character);
+    return category == QChar::Other_Control || category == QChar::Separator_Line ||
+           category == QChar::Separator_Paragraph;
+}
+
+/// The marks, embeddings, overrides and isolates of UAX 9.
+bool setsDirection(char32_t character)
+{
+    return character == 0x061C || character == 0x200E || character == 0x200F ||
+           (character >= 0x202A && character <= 0x202E) ||
+           (character >= 0x2066 && character <= 0x2069);
+}
+
+bool isBlanked(char32_t character)
+{
+    return breaksLine(character) || setsDirection(character);
+}
+
+bool isLetterOrBlank(char32_t character)
+{
+    return QChar::isLetterOrNumber(character) || character == U' ';
+}
+
+/// Names come as UTF-8, and JSON can state half a pair of surrogates as well.
+QString nameFrom(Input &input)
+{
+    if (input.byte() % 2 == 0)
+        return QString::fromUtf8(input.all());
+    const QByteArray bytes = input.all();
+    QString name;
+    for (qsizetype index = 0; index + 1 < bytes.size(); index += 2)
+        name += QChar(uchar(bytes[index]), uchar(bytes[index + 1]));
+    return name;
+}
+
+void requireShown(const QString &shown, const QString &text)
+{
+    const bool isCut = text.size() > longestShownText;
+    require(shown.size() <= longestShownText + (isCut ? 1 : 0));
+    require(shown.isValidUtf16());
+    require(!isCut || shown.endsWith(u'\u2026'));
+    if (!isCut && std::ranges::all_of(text.toUcs4(), isLetterOrBlank) && text.isValidUtf16())
+        require(shown == text);
+}
+
+} // namespace
+
+/// What is shown of a name is short and one line in one direction, and nothing in it is changed
+/// again. A text of letters is shown as it is.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    Input input(data, size);
+    const QString text = nameFrom(input);
+    const QString name = shownName(text);
+    requireShown(name, text);
+    require(std::ranges::none_of(name.toUcs4(), isBlanked));
+    require(name.size() > longestShownText || shownName(name) == name);
+    requireShown(shownText(text), text);
+    return 0;
+}
