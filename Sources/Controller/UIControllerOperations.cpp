@@ -152,7 +152,7 @@ QString UIController::askForUpload()
             ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
             : lastUploadDirectory;
     QString filter = tr("All files (*.*)");
-    const QString path = QFileDialog::getOpenFileName(
+    QString path = QFileDialog::getOpenFileName(
         mainWindow, tr("Select file for upload"), directory,
         tr("All files (*.*);;JPEG (*.jpg *.jpeg);;BMP (*.bmp);;GIF (*.gif);;PNG (*.png);;"
            "AVI (*.avi);;MOV (*.mov);;MP4 (*.mp4);;MPEG (*.mpg *.mpeg);;M2V (*.m2v);;"
