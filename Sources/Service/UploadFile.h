@@ -16,7 +16,8 @@ class UploadFile final : public QFile
     Q_OBJECT
 
 public:
-    /// Opens the file for reading; `isOpen` tells whether that succeeded.
+    /// Opens the file for reading; `isOpen` tells whether that succeeded. What is no regular file,
+    /// behind a symbolic link too, is not opened and never waited for.
     explicit UploadFile(const QString &path);
 
     /// In bytes, whatever has become of the file since it was opened.
@@ -26,5 +27,7 @@ protected:
     qint64 readData(char *data, qint64 maxSize) override;
 
 private:
+    [[nodiscard]] bool openRegularFile();
+
     qint64 length = 0;
 };

@@ -5,8 +5,38 @@
 
 #include "Support/FailOnWarning.h"
 
+#include <QDir>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QTest>
+
+#ifdef Q_OS_UNIX
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+#endif
+
+using namespace Qt::Literals::StringLiterals;
+
+#ifdef Q_OS_UNIX
+namespace {
+
+/// A socket of the file system, which stays there after it was closed.
+bool makeSocket(const QByteArray &path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    qstrncpy(address.sun_path, path.constData(), sizeof address.sun_path);
+    const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    const bool bound =
+        bind(socket, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+    close(socket);
+    return bound;
+}
+
+} // namespace
+#endif
 
 /// Files that others write to while they are read.
 class tst_UploadFile : public QObject
@@ -64,6 +94,41 @@ private slots:
         char byte = 0;
         QCOMPARE(file.read(&byte, 1), -1);
     }
+
+#ifdef Q_OS_UNIX
+    void onlyRegularFilesAreOpened_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("named pipe") << u"pipe"_s;
+        QTest::newRow("directory") << u"directory"_s;
+        QTest::newRow("socket") << u"socket"_s;
+        QTest::newRow("device") << u"/dev/zero"_s;
+    }
+
+    void onlyRegularFilesAreOpened()
+    {
+        QFETCH(QString, name);
+        const QTemporaryDir directory;
+        QVERIFY(QDir(directory.path()).mkdir(u"directory"_s));
+        QCOMPARE(mkfifo(QFile::encodeName(directory.filePath(u"pipe"_s)).constData(), 0600), 0);
+        QVERIFY(makeSocket(QFile::encodeName(directory.filePath(u"socket"_s))));
+        const QString path = QDir(directory.path()).filePath(name);
+        const QString link = directory.filePath(u"link"_s);
+        QVERIFY(QFile::link(path, link));
+        QVERIFY(!UploadFile(path).isOpen());
+        QVERIFY(!UploadFile(link).isOpen());
+    }
+
+    void linkToAFileIsOpened()
+    {
+        const QTemporaryDir directory;
+        const QString link = directory.filePath(u"link"_s);
+        QVERIFY(QFile::link(disk->fileName(), link));
+        UploadFile file(link);
+        QCOMPARE(file.readAll(), "one upload");
+        QVERIFY(!file.isSequential());
+    }
+#endif
 
     void fileThatCannotBeOpenedIsNotOpen()
     {
