@@ -4,10 +4,10 @@
 #include "Service/ServerInfoService.h"
 
 #include "Log/ZorLog.h"
+#include "Service/BoundedDownload.h"
 #include "Service/FeatureList.h"
 #include "Service/JsonBody.h"
 #include "Service/Protocol.h"
-#include "Service/ServerRequest.h"
 
 #include <QNetworkDiskCache>
 #include <QNetworkProxy>
@@ -21,6 +21,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr qint64 maximumCacheSize = 0x800000;
+constexpr qint64 maximumLibrarySize = 256 << 20;
 
 ProtocolInfo protocolInfoFromHeaders(const QNetworkReply &reply)
 {
@@ -54,7 +55,7 @@ void ServerInfoService::requestLibrary(const Server &server)
         return;
     const QUrl url = Protocol::libraryUrl(server.connections.constFirst().first);
     ZOR_LOG(info, "Downloading server info from: %s", qUtf8Printable(url.toString()));
-    pendingReplies.insert(networkManager.get(serverRequest(url)), server);
+    pendingReplies.insert(BoundedDownload::get(networkManager, url, maximumLibrarySize), server);
 }
 
 void ServerInfoService::downloadFinished(QNetworkReply *reply)

@@ -17,8 +17,9 @@ class QNetworkReply;
 /// server speaks.
 ///
 /// There is at most one request per server at a time. A download that fails at the network or HTTP
-/// level, or whose feature list is malformed, closes the door for that server: until the program is
-/// started again nothing is requested from it any more. A refused version or document does not.
+/// level, a body of more than 256 MiB included, or whose feature list is malformed, closes the door
+/// for that server: until the program is started again nothing is requested from it any more. A
+/// refused version or document does not.
 class ServerInfoService final : public QObject
 {
     Q_OBJECT

@@ -5,9 +5,10 @@
 
 #include "Log/ZorLog.h"
 #include "Model/MediaFolder.h"
+#include "Service/BoundedDownload.h"
 #include "Service/Protocol.h"
-#include "Service/ServerRequest.h"
 
+#include <QBuffer>
 #include <QImageReader>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -20,10 +21,32 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int slotCount = 256;
+constexpr qint64 maximumBodySize = 16 << 20;
+/// 4096 x 4096. With 8 bytes for each, the deepest that Qt reads, they take just the 128 MB of
+/// QImageReader's allocation limit, so that within this bound that limit refuses nothing.
+constexpr qint64 maximumPixelCount = 1 << 24;
 
 QByteArray encodedUrl(const QNetworkReply &reply)
 {
     return reply.request().url().toEncoded();
+}
+
+bool isWithinBounds(QSize size)
+{
+    return qint64{size.width()} * size.height() <= maximumPixelCount;
+}
+
+/// Null when the body is no image or has too many pixels. A size that the format states decides
+/// before anything is unpacked; otherwise the allocation limit bounds what is.
+QImage imageFromBody(QByteArray body)
+{
+    QBuffer buffer(&body);
+    QImageReader reader(&buffer);
+    reader.setAutoTransform(true);
+    if (!isWithinBounds(reader.size()))
+        return {};
+    QImage image = reader.read();
+    return isWithinBounds(image.size()) ? image : QImage();
 }
 
 } // namespace
@@ -68,7 +91,8 @@ void ThumbnailService::requestThumbnail(int folderSlot, int fileSlot, const QStr
 {
     const QUrl url = Protocol::thumbnailUrl(serverAddress, folderSlot, fileSlot);
     ZOR_LOG(info, "Downloading thumbnail from: %s", url.toEncoded().constData());
-    pendingThumbnails.insert(networkManager->get(serverRequest(url)), {fileSlot, cacheKey});
+    pendingThumbnails.insert(BoundedDownload::get(*networkManager, url, maximumBodySize),
+                             {fileSlot, cacheKey});
 }
 
 void ThumbnailService::abort()
@@ -111,9 +135,7 @@ void ThumbnailService::downloadFinished(QNetworkReply *reply)
 void ThumbnailService::storeThumbnail(QNetworkReply *reply, const PendingThumbnail &thumbnail)
 {
     ZOR_LOG(info, "Downloaded was a success");
-    QImageReader reader(reply);
-    reader.setAutoTransform(true);
-    QPixmap pixmap = QPixmap::fromImage(reader.read());
+    QPixmap pixmap = QPixmap::fromImage(imageFromBody(reply->readAll()));
     if (!pixmap.isNull())
         pixmap = pixmap.scaled(thumbnailSize, Qt::IgnoreAspectRatio, Qt::FastTransformation);
     if (!QPixmapCache::insert(thumbnail.cacheKey, pixmap))

@@ -17,8 +17,9 @@ struct MediaFolder;
 /// Gets the pictures of one folder of one server, from the process-wide QPixmapCache or over HTTP.
 ///
 /// One load at a time: a new one replaces a running one without a word. All requests of a load go
-/// out at once. Two services share one network manager, and each sees every reply of it; therefore
-/// `progress` comes from both for each reply of either.
+/// out at once. A body of more than 16 MiB is a failed download, and a picture of more than 2^24
+/// pixels is no picture. Two services share one network manager, and each sees every reply of it;
+/// therefore `progress` comes from both for each reply of either.
 ///
 /// A receiver may start or end a load while a signal goes out, but must not run an event loop.
 class ThumbnailService final : public QObject

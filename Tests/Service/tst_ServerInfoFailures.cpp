@@ -58,6 +58,8 @@ private slots:
         QTest::newRow("500") << Wire::response(emptyLibrary, versionHeader, "500 Oops");
         QTest::newRow("closed without an answer") << QByteArray();
         QTest::newRow("half a head") << QByteArray("HTTP/1.1 200 OK\r\nX-BVProto");
+        QTest::newRow("of the longest body")
+            << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 268435456\r\n\r\n{");
         QTest::newRow("half a body") << Wire::response(emptyLibrary, versionHeader).chopped(5);
     }
 
@@ -78,6 +80,36 @@ private slots:
                     "library.json?ver=281474976710656 error: "_s)
                 .size(),
             1, 30000);
+        verifyDoorIsClosed(server);
+    }
+
+    void libraryPastItsBoundClosesTheDoor_data()
+    {
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<QByteArray>("piece");
+        QTest::newRow("stated length")
+            << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 268435457\r\n\r\n") << QByteArray();
+        QTest::newRow("without an end")
+            << Wire::chunkedHead(versionHeader) << Wire::chunk(QByteArray(1 << 18, ' '));
+    }
+
+    void libraryPastItsBoundClosesTheDoor()
+    {
+        QFETCH(QByteArray, head);
+        QFETCH(QByteArray, piece);
+        LogCapture log;
+        rig->peer.on(libraryPath, [head, piece](const WireRequest &request) {
+            request.send(head);
+            if (!piece.isEmpty())
+                request.sendWithoutEnd(piece);
+        });
+        const Server server = rig->server();
+        rig->service.requestLibrary(server);
+        QTRY_COMPARE_WITH_TIMEOUT(
+            log.texts().filter(u"ver=281474976710656: more than 268435456 bytes"_s).size(), 1,
+            60000);
+        QCOMPARE(log.texts().filter(u"error: Operation canceled"_s).size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->peer.openConnections(), 0, 30000);
         verifyDoorIsClosed(server);
     }
 

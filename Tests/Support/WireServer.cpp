@@ -93,6 +93,18 @@ qint64 WireRequest::unsent() const
     return socket->bytesToWrite();
 }
 
+void WireRequest::sendWithoutEnd(const QByteArray &piece) const
+{
+    if (!isOpen())
+        return;
+    const auto refill = [peer = socket.data(), piece] {
+        while (peer->bytesToWrite() < 1 << 20 && peer->write(piece) > 0) {
+        }
+    };
+    QObject::connect(socket, &QTcpSocket::bytesWritten, socket, refill);
+    refill();
+}
+
 void WireRequest::answer(const QByteArray &responseBody, const QByteArray &headers,
                          const QByteArray &status) const
 {

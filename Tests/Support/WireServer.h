@@ -64,6 +64,9 @@ public:
     /// How many of the sent bytes the system does not take, as the client does not read them.
     [[nodiscard]] qint64 unsent() const;
 
+    /// Sends the piece again and again, as fast as the client reads, until the connection ends.
+    void sendWithoutEnd(const QByteArray &piece) const;
+
     /// Sends a whole response; the connection stays open for the next request.
     void answer(const QByteArray &responseBody, const QByteArray &headers = {},
                 const QByteArray &status = "200 OK") const;
