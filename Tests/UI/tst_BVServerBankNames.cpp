@@ -11,6 +11,8 @@
 #include <QTextDocument>
 #include <QToolTip>
 
+#include <ctime>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -356,11 +358,11 @@ void tst_BVServerBankNames::aFolderOfEnormousNamesIsDrawnAtOnce()
     MediaListWidget &list = listOf(rig.bankA());
     QCOMPARE(list.item(255)->text().size(), 4097);
     QVERIFY(list.viewport()->rect().contains(list.visualItemRect(list.item(255)).center()));
-    list.viewport()->grab(); // loads the font
-    QElapsedTimer timer;
-    timer.start();
+    list.viewport()->grab();                 // loads the font
+    const std::clock_t start = std::clock(); // other programs don't count
     list.viewport()->grab();
-    QVERIFY2(timer.elapsed() < 1000, qPrintable(QString::number(timer.elapsed())));
+    const double seconds = double(std::clock() - start) / CLOCKS_PER_SEC;
+    QVERIFY2(seconds < 1, qPrintable(QString::number(seconds)));
 }
 
 QTEST_MAIN(tst_BVServerBankNames)
