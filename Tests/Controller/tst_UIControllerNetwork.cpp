@@ -5,6 +5,7 @@
 
 #include "Support/ApplicationProxy.h"
 #include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
 #include "Support/WireServer.h"
 
 #include <QNetworkDiskCache>
@@ -18,9 +19,9 @@ const QString serverAddress = u"127.60.10.1"_s;
 const QByteArray thumbnails = "/brenvoka/thumbnails/";
 
 /// A server whose folders 0 and 1 have a visual each. Their thumbnails are not in memory.
-Server oneVisualAFolder()
+Server oneVisualAFolder(const QString &address = serverAddress)
 {
-    Server server = sampleServer(u"One"_s, serverAddress);
+    Server server = sampleServer(u"One"_s, address);
     server.folders = {folder(0, u"Intro"_s, {{hashOf(901), u"003: Sunset"_s, 3}}),
                       folder(1, u"Loops"_s, {{hashOf(902), u"003: Harbour"_s, 3}})};
     return server;
@@ -64,19 +65,21 @@ private slots:
 
 void tst_UIControllerNetwork::thumbnailsAreFetchedPastTheProxy()
 {
-    const WireServer server(serverAddress);
     const ApplicationProxy proxy(u"127.60.10.9"_s);
     WindowRig rig;
-    rig.connectServer(oneVisualAFolder());
+    rig.connectServer(oneVisualAFolder(ApplicationProxy::thisMachine().toString()));
+    LogCapture log;
     rig.controller().folderChanged(0);
-    QTRY_VERIFY_WITH_TIMEOUT(proxy.wasUsed() || server.requests(thumbnails).size() == 1, 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(proxy.wasUsed() ||
+                                 !log.texts().filter(u"Error while getting thumbnail"_s).isEmpty(),
+                             30000);
     QVERIFY(!proxy.wasUsed());
 }
 
 void tst_UIControllerNetwork::thumbnailsAreFetchedWithoutACookie()
 {
     WireServer server(serverAddress);
-    server.answer(thumbnails, "no picture", "Set-Cookie: id=7\r\n");
+    server.answer(thumbnails, "no picture", "Set-Cookie: id=7; Path=/\r\n");
     WindowRig rig;
     rig.connectServer(oneVisualAFolder());
     for (int number = 0; number < 2; ++number) {
