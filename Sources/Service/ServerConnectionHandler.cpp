@@ -130,7 +130,7 @@ void ServerConnectionHandler::handleMessage(const QJsonDocument &document)
 
 void ServerConnectionHandler::transfersListed(const QJsonArray &transfers)
 {
-    for (const QJsonValue &transfer : transfers) {
+    for (const auto transfer : transfers) {
         if (transfer.isObject() && !closing)
             transferStarted(transfer.toObject());
     }

@@ -17,8 +17,10 @@ CompletionsLook::CompletionsLook(QWidget *window)
 bool CompletionsLook::eventFilter(QObject *watched, QEvent *event)
 {
     if (event->type() == QEvent::ChildPolished) {
+        // A polished child is constructed.
+        QObject *const child = static_cast<QChildEvent *>(event)->child();
         auto *const dialog =
-            qobject_cast<QFileDialog *>(static_cast<QChildEvent *>(event)->child());
+            qobject_cast<QFileDialog *>(child); // clazy:exclude=child-event-qobject-cast
         // The desktop's own file dialog has none.
         if (const auto *const completer = dialog ? dialog->findChild<QCompleter *>() : nullptr)
             completer->popup()->setParent(dialog, Qt::Popup);
