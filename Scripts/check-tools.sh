@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+#
+# What other programs find in Sources: clang-tidy, clazy and cppcheck in the text, the thread
+# sanitizer in the tests of the log, valgrind in a selection of tests. Installs what it needs and
+# prints a line for each; what they found is in build/tools. The exit code is 0 only if all are
+# clean. Arguments name some of them: clang-tidy clazy cppcheck threads valgrind
+set -uo pipefail
+cd "$(dirname "$0")/.."
+
+Scripts/install-packages.sh clang clang-tidy clazy cppcheck valgrind || exit 1
+
+logs=build/tools
+mkdir -p "$logs"
+jobs=$(nproc)
+launcher=()
+if command -v ccache >/dev/null; then
+    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    export CCACHE_BASEDIR=$PWD
+fi
+mapfile -t sources < <(git ls-files --cached --others --exclude-standard 'Sources/*.cpp')
+
+# build PRESET TARGET...
+build() {
+    local preset=$1
+    shift
+    cmake --preset "$preset" "${launcher[@]}" &&
+        cmake --build --preset "$preset" --parallel "$jobs" --target "$@"
+}
+
+# How each source is compiled, and the headers of the forms. The build would compile all of a
+# library before it makes those.
+prepare_sources() {
+    local form uic
+    uic=$(qmake6 -query QT_HOST_LIBEXECS)/uic
+    cmake --preset tidy || return
+    for form in Sources/UI/*.ui; do
+        "$uic" "$form" -o "build/tidy/Sources/ui_$(basename "$form" .ui).h" || return
+    done
+}
+
+clang_tidy() {
+    prepare_sources >/dev/null &&
+        printf '%s\0' "${sources[@]}" |
+        xargs -0 -P "$jobs" -n 1 clang-tidy -p build/tidy --quiet '--warnings-as-errors=*'
+}
+
+clazy() {
+    prepare_sources >/dev/null || return
+    # strict-iterators: `erase` of Qt 6 takes the constant ones, which the others become, and the
+    # compiler sees the rest (QT_STRICT_ITERATORS). qstring-ref: Qt 6 has no references to strings.
+    printf '%s\0' "${sources[@]}" |
+        CLAZY_HEADER_FILTER="$PWD/Sources/.*" xargs -0 -P "$jobs" -n 8 \
+            clazy-standalone -p build/tidy -checks=level0,level1,no-strict-iterators,no-qstring-ref 2>&1 |
+        tee "$logs/clazy.found" &&
+        # What it found does not show in the exit code of all versions.
+        ! grep -qE 'warning:|error:' "$logs/clazy.found"
+}
+
+cppcheck_sources() {
+    # Its description of Qt lacks the one macro.
+    cppcheck --quiet -j "$jobs" --language=c++ --std=c++20 --library=qt -I Sources \
+        '-DQ_DISABLE_COPY_MOVE(Class)=' --enable=warning,performance,portability \
+        --suppressions-list=Scripts/cppcheck-suppressions.txt --error-exitcode=1 Sources
+}
+
+threads() {
+    local tests=(tst_ZorLog tst_LogHistory tst_LogLevels tst_DebuggerSink)
+    build threads "${tests[@]}" &&
+        TSAN_OPTIONS=suppressions=$PWD/Scripts/threads-suppressions.txt ctest --preset threads --tests-regex "^($(IFS='|' && echo "${tests[*]}"))\$"
+}
+
+memory() {
+    local tests=(
+        tst_Server tst_Library tst_LibraryComparison tst_SyncPlan tst_ApplicationModel tst_Settings
+        tst_Announcement tst_ZorLog tst_StreamFraming tst_ResultDocument tst_CommandBodies
+        tst_OneShotBody tst_DeletionDelay tst_HandlerLifecycle tst_HandlerUpload tst_ThumbnailService
+        tst_ErrorMessageDialog
+    )
+    local test program found=0
+    build release "${tests[@]}" || return
+    for test in "${tests[@]}"; do
+        program=$(find build/release/Tests -name "$test" -type f -executable)
+        echo "== $test"
+        QT_QPA_PLATFORM=offscreen valgrind --quiet --error-exitcode=1 --num-callers=40 \
+            --leak-check=full --show-leak-kinds=definite --errors-for-leak-kinds=definite \
+            --suppressions=Scripts/valgrind-suppressions.txt "$program" -silent || found=1
+    done
+    return $found
+}
+
+failed=0
+# check NAME FUNCTION
+check() {
+    local name=$1 start=$SECONDS result=clean
+    shift
+    "$@" >"$logs/$name.log" 2>&1 || {
+        result="not clean, see $logs/$name.log"
+        failed=1
+    }
+    echo "$name: $result ($((SECONDS - start)) s)"
+}
+
+[ $# -gt 0 ] || set -- clang-tidy clazy cppcheck threads valgrind
+for tool in "$@"; do
+    case $tool in
+        clang-tidy) check "$tool" clang_tidy ;;
+        clazy) check "$tool" clazy ;;
+        cppcheck) check "$tool" cppcheck_sources ;;
+        threads) check "$tool" threads ;;
+        valgrind) check "$tool" memory ;;
+        *)
+            echo "No such tool: $tool" >&2
+            exit 2
+            ;;
+    esac
+done
+exit $failed
