@@ -64,6 +64,11 @@ bool ServerBankController::isComparing() const
     return uiController->isComparing();
 }
 
+QList<int> ServerBankController::selectionOfOtherBank() const
+{
+    return uiController->selectionOfOtherBank(serverDeck);
+}
+
 void ServerBankController::serverItemSelectionChanged()
 {
     emit sendServerItemsSelectionChanged(serverDeck);

@@ -40,6 +40,8 @@ public:
     [[nodiscard]] QHash<QUuid, QString> connectedServerNames() const;
     /// Whether both banks show a server.
     [[nodiscard]] bool isComparing() const;
+    /// The rows selected in the other bank if it shows the same level, else none.
+    [[nodiscard]] QList<int> selectionOfOtherBank() const;
 
 signals:
     void sendServerItemsSelectionChanged(ServerDeck serverDeck);

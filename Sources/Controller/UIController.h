@@ -52,6 +52,9 @@ public:
     [[nodiscard]] QHash<QUuid, QString> connectedServerNames() const;
     /// Whether both banks show a server, so that there is something to compare.
     [[nodiscard]] bool isComparing() const;
+    /// The rows selected in the bank beside that deck's, if it shows the same level, else none. A
+    /// bank takes them over that gets its server or its rows later.
+    [[nodiscard]] QList<int> selectionOfOtherBank(ServerDeck deck) const;
 
 public slots:
     // The registry of servers.

@@ -98,6 +98,12 @@ void UIController::serverItemsSelectionChanged(ServerDeck serverDeck)
         bankA->selectRows(bankB->selectedRows());
 }
 
+QList<int> UIController::selectionOfOtherBank(ServerDeck deck) const
+{
+    const BVServerBank *const other = deck == ServerDeckA ? bankB : bankA;
+    return other->selectedRowsIn(bankOf(deck)->currentFolder);
+}
+
 void UIController::redrawBanks()
 {
     bankA->serverContentChanged(bankA->currentServerUuid());

@@ -56,8 +56,11 @@ void UIController::startTransfer(BVServerBank *source, BVServerBank *destination
         showErrorMessage(tr("The servers don't share a subnet"));
         return;
     }
+    // A bank that is still loading may lack the rows that the other one shows as selected.
+    const BVServerBank *const selected = source->selectedRowCount() < 1 ? destination : source;
     const QList<VisualRef> candidates =
-        source->selectedRowCount() < 1 ? source->allVisuals() : source->selectedVisuals(false);
+        selected->selectedRowCount() < 1 ? source->allVisuals()
+                                         : source->visualsOfRows(selected->selectedRows(), false);
     const LibraryComparison::SyncPlan plan =
         LibraryComparison::planSync(sourceRecord, destinationRecord, candidates);
 

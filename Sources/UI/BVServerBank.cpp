@@ -318,8 +318,12 @@ void BVServerBank::selectRows(const QList<int> &rows)
 
 QList<VisualRef> BVServerBank::selectedVisuals(bool onlyExisting) const
 {
+    return visualsOfRows(selectedRows(), onlyExisting);
+}
+
+QList<VisualRef> BVServerBank::visualsOfRows(const QList<int> &rows, bool onlyExisting) const
+{
     QList<VisualRef> visuals;
-    const QList<int> rows = selectedRows();
     if (currentFolder == -1) {
         const FolderPositions positions = currentServer().folderPositions();
         for (const int row : rows)

@@ -91,6 +91,8 @@ public:
     /// The numbers of the selected rows, in the list's own order of selection.
     [[nodiscard]] QList<int> selectedRows() const;
     [[nodiscard]] int selectedRowCount() const;
+    /// The selected rows if that folder is shown (-1: the folders level), else none.
+    [[nodiscard]] QList<int> selectedRowsIn(int folder) const;
     /// The slots that the selection stands for: at the folders level all 255 slots of each selected
     /// folder, at the slots level the selected slots. With `onlyExisting` those without a visual
     /// are left out.
@@ -98,6 +100,8 @@ public:
     /// The first number of a pair is the folder's slot at the folders level, and the folder's
     /// position in the library (-1 for none) at the slots level.
     [[nodiscard]] QList<VisualRef> selectedVisuals(bool onlyExisting) const;
+    /// The same for these rows, selected or not.
+    [[nodiscard]] QList<VisualRef> visualsOfRows(const QList<int> &rows, bool onlyExisting) const;
     /// Every slot of the level on show, whether it holds a visual or not: 256 x 255 at the folders
     /// level; at the slots level slots 1 to 254, with the folder's position as in selectedVisuals.
     [[nodiscard]] QList<VisualRef> allVisuals() const;
@@ -149,7 +153,8 @@ public slots:
     void folderChanged(int mediaFolderIndex, const QList<QPixmap> &pixmaps);
     void serverIndexChanged(int index);
     /// Redraws the level on show if that server is the selected one; two null uuids count as equal,
-    /// and then the panel falls back to the folders level.
+    /// and then the panel falls back to the folders level. The selected rows stay selected, without
+    /// a report, if server and folder are those of the last redraw.
     void serverContentChanged(const QUuid &serverId);
 
 private:
@@ -173,10 +178,25 @@ private:
     /// Makes a row the one that the keyboard starts from. It is neither selected nor scrolled to.
     void placeCurrentRow(int row);
 
+    /// The folder of a server, or with folder -1 its folders level.
+    struct Place
+    {
+        QUuid server;
+        int folder = -1;
+        bool operator==(const Place &) const = default;
+    };
+    /// With a null server if none is selected, or if the selected one is gone.
+    [[nodiscard]] Place currentPlace() const;
+    /// Clears the selection, and reports it, unless it was made at the current place. A bank that
+    /// gets its first server, or its former one again, leaves the other bank its selection.
+    void dropSelectionOfFormerPlace();
+
     /// To be called once the list is empty.
     void forgetScrollPosition();
-    void clearRows();
+    /// Returns the rows to select once they are rebuilt. Nothing is reported.
+    QList<int> clearRows();
     void rebuildFolderList();
+    void rebuildSlotList(const MediaFolder &folder, const QList<QPixmap> &pixmaps);
     void refreshFolder();
     void showPath(const QString &folderName);
     void addHeaderItems();
@@ -200,4 +220,6 @@ private:
     // Those of the rows on show, which the next ones may already be different from.
     Marks drawnMarks;
     bool foldersDrawn = true;
+    // Of the last redraw with a server. The rows follow it only once the thumbnails are there.
+    Place shownPlace;
 };

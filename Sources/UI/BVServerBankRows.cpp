@@ -17,6 +17,7 @@
 #include <QSignalBlocker>
 
 #include <cstdio>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -60,14 +61,39 @@ void BVServerBank::showFolders()
     ui->mediaListFolder->setTextFormat(Qt::PlainText);
     ui->mediaListFolder->setText(tr("Library"));
     ui->mediaListFolder->setAccessibleDescription({});
-    ui->mediaListWidget->clear();
     currentFolder = -1;
     folderNameDiffers = false;
-    if (!currentServerUuid().isNull())
+    if (!currentServerUuid().isNull()) {
+        dropSelectionOfFormerPlace();
         rebuildFolderList();
-    else
+    } else {
+        clearRows(); // not reported: the other bank keeps its selection
         forgetScrollPosition();
+    }
     placeCurrentRow(row);
+}
+
+BVServerBank::Place BVServerBank::currentPlace() const
+{
+    return {currentServer().uuid, currentFolder};
+}
+
+void BVServerBank::dropSelectionOfFormerPlace()
+{
+    const Place former = std::exchange(shownPlace, currentPlace());
+    if (former == shownPlace)
+        return;
+    ui->mediaListWidget->clearSelection();
+    // A bank that was empty in between has no selection of its own to report as cleared.
+    const bool isOtherServer = !former.server.isNull() && former.server != shownPlace.server;
+    if (isOtherServer && ui->mediaListWidget->count() == 0)
+        emit controller->sendServerItemsSelectionChanged(serverDeck);
+}
+
+QList<int> BVServerBank::selectedRowsIn(int folder) const
+{
+    return shownPlace == currentPlace() && shownPlace.folder == folder ? selectedRows()
+                                                                       : QList<int>();
 }
 
 void BVServerBank::forgetScrollPosition()
@@ -78,11 +104,16 @@ void BVServerBank::forgetScrollPosition()
     bar->setValue(0);
 }
 
-void BVServerBank::clearRows()
+QList<int> BVServerBank::clearRows()
 {
+    QList<int> selection = selectedRows();
+    if (selection.isEmpty() && controller)
+        selection = controller->selectionOfOtherBank();
+    const QSignalBlocker blocker(ui->mediaListWidget);
     ui->mediaListWidget->clear();
     drawnMarks = sameMarks;
     foldersDrawn = currentFolder == -1;
+    return selection;
 }
 
 std::optional<bool> BVServerBank::rowMark(int row) const
@@ -97,7 +128,7 @@ std::optional<bool> BVServerBank::rowMark(int row) const
 void BVServerBank::rebuildFolderList()
 {
     setDragDropEnabled(false);
-    clearRows();
+    const QList<int> selection = clearRows();
     const Server &server = currentServer();
     const FolderPositions positions = server.folderPositions();
     for (int slot = 0; slot < folderCount; ++slot) {
@@ -106,6 +137,7 @@ void BVServerBank::rebuildFolderList()
             position == -1 ? defaultFolderName(slot) : server.folders.at(position).name;
         addItem(rowIcon(markedPixmap(slot, u"folder"_s, folderPixmap)), name, slot + 1);
     }
+    selectRows(selection);
     updateItemSizes();
 }
 
@@ -127,6 +159,7 @@ void BVServerBank::enterFolder(int folderSlot, bool red)
 void BVServerBank::refreshFolder()
 {
     const int position = folderPosition(currentFolder);
+    dropSelectionOfFormerPlace();
     setDragDropEnabled(true);
     setEnabled(false);
     if (position != -1) {
@@ -138,13 +171,7 @@ void BVServerBank::refreshFolder()
     }
 
     showPath(defaultFolderName(currentFolder));
-    const int row = rowAfterRebuild();
-    clearRows();
-    addHeaderItems();
-    for (int slot = 1; slot < slotCount; ++slot)
-        addEmptySlotItem(slot);
-    placeCurrentRow(row);
-    setEnabled(true);
+    rebuildSlotList({}, {});
 }
 
 void BVServerBank::showPath(const QString &folderName)
@@ -168,13 +195,16 @@ void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pix
 {
     // The operator may have gone back in the other bank. Slots in the place of folders would let a
     // removal of one visual empty a whole folder.
-    if (currentFolder == -1) {
+    if (currentFolder == -1)
         setEnabled(true);
-        return;
-    }
-    const MediaFolder folder = currentServer().folderAt(mediaFolderIndex);
+    else
+        rebuildSlotList(currentServer().folderAt(mediaFolderIndex), pixmaps);
+}
+
+void BVServerBank::rebuildSlotList(const MediaFolder &folder, const QList<QPixmap> &pixmaps)
+{
     const int row = rowAfterRebuild();
-    clearRows();
+    const QList<int> selection = clearRows();
     addHeaderItems();
     for (int slot = 1; slot < slotCount; ++slot) {
         const int index = folder.indexOfSlot(slot);
@@ -186,6 +216,7 @@ void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pix
         addItem(rowIcon(markedPixmap(slot, visual.hash, pixmaps.value(slot))), visual.name,
                 ui->mediaListWidget->count());
     }
+    selectRows(selection);
     placeCurrentRow(row);
     setEnabled(true);
 }
