@@ -148,8 +148,9 @@ signals:
 public slots:
     /// Asks for an upload into the one selected slot.
     void addFile();
-    /// Fills the slots level and enables the panel; at the folders level the rows stay. The index
-    /// is the one that came with changeFolder; `pixmaps` holds one picture for each slot number.
+    /// Fills the slots level and enables the panel; nothing happens if the panel has left the
+    /// folder or the server of the last changeFolder. The index is the one that came with it;
+    /// `pixmaps` holds one picture for each slot number.
     void folderChanged(int mediaFolderIndex, const QList<QPixmap> &pixmaps);
     void serverIndexChanged(int index);
     /// Redraws the level on show if that server is the selected one; two null uuids count as equal,
@@ -222,4 +223,5 @@ private:
     bool foldersDrawn = true;
     // Of the last redraw with a server. The rows follow it only once the thumbnails are there.
     Place shownPlace;
+    bool thumbnailsAwaited = false;
 };

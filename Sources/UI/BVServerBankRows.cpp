@@ -63,9 +63,11 @@ void BVServerBank::showFolders()
     ui->mediaListFolder->setAccessibleDescription({});
     currentFolder = -1;
     folderNameDiffers = false;
+    thumbnailsAwaited = false;
     if (!currentServerUuid().isNull()) {
         dropSelectionOfFormerPlace();
         rebuildFolderList();
+        setEnabled(true); // the folder that was left may still be loading
     } else {
         clearRows(); // not reported: the other bank keeps its selection
         forgetScrollPosition();
@@ -162,7 +164,8 @@ void BVServerBank::refreshFolder()
     dropSelectionOfFormerPlace();
     setDragDropEnabled(true);
     setEnabled(false);
-    if (position != -1) {
+    thumbnailsAwaited = position != -1;
+    if (thumbnailsAwaited) {
         const Server &server = currentServer();
         const MediaFolder folder = server.folders.at(position);
         showPath(shownName(folder.name));
@@ -193,11 +196,9 @@ void BVServerBank::showPath(const QString &folderName)
 
 void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pixmaps)
 {
-    // The operator may have gone back in the other bank. Slots in the place of folders would let a
-    // removal of one visual empty a whole folder.
-    if (currentFolder == -1)
-        setEnabled(true);
-    else
+    // The bank may have left the folder or its server since: operations would then act on other
+    // slots than the rows show.
+    if (thumbnailsAwaited && shownPlace == currentPlace())
         rebuildSlotList(currentServer().folderAt(mediaFolderIndex), pixmaps);
 }
 
