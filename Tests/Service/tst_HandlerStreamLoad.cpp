@@ -4,9 +4,10 @@
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
-#include <QThread>
 
+#include <chrono>
 #include <memory>
 #include <utility>
 
@@ -19,6 +20,13 @@ const QByteArray shutdown = Wire::frame(json("{'msg_type':4}"));
 QByteArray padded(qsizetype size)
 {
     return Wire::frame(json("{'msg_type':6,'x':'") + QByteArray(size, 'x') + json("'}"));
+}
+
+/// Runs no event loop for so long, as a program that has other things to do.
+void keepBusy(std::chrono::milliseconds time)
+{
+    for (const QDeadlineTimer end(time); !end.hasExpired();) {
+    }
 }
 
 } // namespace
@@ -93,7 +101,7 @@ private slots:
                 stream.send(Wire::lastChunk());
             stream.close();
             // No event loop runs here: what Qt's thread reads by itself is limited.
-            QThread::msleep(200);
+            keepBusy(std::chrono::milliseconds(200));
         });
         send(libraryChanged);
         EVENTUALLY(ends, 1);
@@ -108,18 +116,19 @@ private slots:
         connect(handler.get(), &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
             if (changes != 1)
                 return;
-            // 32 MB, of which the system's buffers take some. Half a second without progress is
-            // the end of that.
-            send(padded(64 << 10).repeated(512));
+            // 96 MB, of which the system's buffers take some: up to 36 with Linux's usual limits.
+            // Half a second without progress is the end of that.
+            send(padded(64 << 10).repeated(1536));
             QElapsedTimer quiet;
-            for (quiet.start(); quiet.elapsed() < 500 && unsent != 0; QThread::msleep(1)) {
+            for (quiet.start(); quiet.elapsed() < 500 && unsent != 0;) {
+                keepBusy(std::chrono::milliseconds(1));
                 if (std::exchange(unsent, stream.unsent()) != unsent)
                     quiet.restart();
             }
         });
         send(libraryChanged);
-        EVENTUALLY(changes, 513);
-        QVERIFY2(unsent > 16 << 20, qPrintable(QString::number(unsent)));
+        EVENTUALLY(changes, 1537);
+        QVERIFY2(unsent > 32 << 20, qPrintable(QString::number(unsent)));
     }
 
     void nestedLoopReadsOn()
