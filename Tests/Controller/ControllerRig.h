@@ -37,6 +37,15 @@ public:
         return !controller().connectedServer(server.uuid).uuid.isNull();
     }
 
+    /// Waits for a library that is asked for now: what was asked before has arrived then. Only
+    /// while no task runs.
+    [[nodiscard]] bool settle(const PlayedServer &server) const
+    {
+        const qsizetype before = server.libraryRequests();
+        controller().serverLibraryChanged(server.uuid);
+        return QTest::qWaitFor([&] { return server.libraryRequests() > before; }, 30000);
+    }
+
     /// The servers that a bank offers, by name.
     [[nodiscard]] static QStringList offered(const BVServerBank &bank)
     {
@@ -101,6 +110,8 @@ public:
         return QTest::qWaitFor([&] { return two.commands(PlayedServer::Sync).size() >= count; },
                                30000);
     }
+    /// As ControllerRig::settle.
+    [[nodiscard]] bool settle(const PlayedServer &server) const { return rig.settle(server); }
     /// Null before and after the transfers.
     [[nodiscard]] TransferDialog *transferDialog() const
     {

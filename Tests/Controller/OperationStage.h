@@ -87,6 +87,8 @@ public:
         return QTest::qWaitFor([&] { return !hasStarted() && server.libraryRequests() == 2; },
                                30000);
     }
+    /// As ControllerRig::settle.
+    [[nodiscard]] bool settle(const PlayedServer &server) const { return rig.settle(server); }
     /// Takes bank A's server away, as the announcements' silence does.
     void lose() { rig.controller().removeServer(one.uuid); }
 

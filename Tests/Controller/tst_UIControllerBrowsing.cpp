@@ -30,6 +30,7 @@ private slots:
     void rowsPastTheEndAreNotMirrored();
     void scrollingIsLinked();
     void goingBackRestoresTheScrollPosition();
+    void goingBackRestoresThePositionOfBankA();
     void viewSettingsReachModelAndBanks_data();
     void viewSettingsReachModelAndBanks();
     void aFailedThumbnailHasAMessage();
@@ -182,6 +183,20 @@ void tst_UIControllerBrowsing::scrollingIsLinked()
     QCOMPARE(barB->value(), 80);
     barB->setValue(20);
     QCOMPARE(barA->value(), 20);
+}
+
+/// Bank B has no server, and so no position to go back to.
+void tst_UIControllerBrowsing::goingBackRestoresThePositionOfBankA()
+{
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"One"_s, u"127.60.5.1"_s));
+    QVERIFY(rig.show());
+    QScrollBar *const bar = listOf(rig.bankA()).verticalScrollBar();
+    QTRY_VERIFY_WITH_TIMEOUT(bar->maximum() > 100, 30000);
+    bar->setValue(70);
+    rig.controller().folderChanged(3);
+    rig.controller().backToFolders();
+    QTRY_COMPARE_WITH_TIMEOUT(bar->value(), 70, 30000);
 }
 
 void tst_UIControllerBrowsing::goingBackRestoresTheScrollPosition()

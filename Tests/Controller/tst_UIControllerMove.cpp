@@ -98,6 +98,8 @@ void tst_UIControllerMove::noChangesNothing()
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
     QCOMPARE(modals.seen().size(), 1);
     QVERIFY(!stage.hasStarted());
+    QVERIFY(stage.settle(stage.one));
+    QVERIFY(stage.one.wire.requests(executePath).isEmpty());
     QCOMPARE(stage.model().warningLevel, allWarnings);
     QCOMPARE(listOf(stage.bankA()).item(4)->text(), u"003: Sunset"_s);
 }
@@ -171,6 +173,8 @@ void tst_UIControllerMove::severalRowsAreNotMoved()
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
     QVERIFY(modals.seen().isEmpty());
     QVERIFY(!stage.hasStarted());
+    QVERIFY(stage.settle(stage.one));
+    QVERIFY(stage.one.wire.requests(executePath).isEmpty());
 }
 
 void tst_UIControllerMove::theDeckDecidesTheServer()
@@ -287,6 +291,7 @@ void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen()
     QVERIFY(log.texts().contains(u"Handler not found for id: "_s + stage.one.uuid.toString()));
     QVERIFY(stage.cancel(u"Moving..."_s));
     QTRY_VERIFY_WITH_TIMEOUT(!stage.hasStarted(), 30000);
+    QVERIFY(stage.settle(stage.two));
     QCOMPARE(stage.one.libraryRequests(), 1);
 }
 

@@ -4,6 +4,7 @@
 #include "ControllerRig.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/ProgressDialogs.h"
 #include "UI/BVProgressDialog.h"
 
 #include <QDirIterator>
@@ -41,6 +42,7 @@ private slots:
     void init() { failOnAnyWarning(); }
 
     void thumbnailsHaveADiskCacheOfTheirOwn();
+    void theDiskCacheKeepsManyThumbnails();
     void theDeckIsKnownToTheMetaTypeSystem();
     void banksStartEmptyWithTheStoredView_data();
     void banksStartEmptyWithTheStoredView();
@@ -69,6 +71,29 @@ void tst_UIControllerSetup::thumbnailsHaveADiskCacheOfTheirOwn()
     QVERIFY(rig.bringUp(server, u"One"_s, {unseenFolder(1)}));
     rig.controller().folderChanged(0);
     QTRY_VERIFY_WITH_TIMEOUT(cachedFiles(), 30000);
+}
+
+void tst_UIControllerSetup::theDiskCacheKeepsManyThumbnails()
+{
+    constexpr int count = 12;
+    constexpr qint64 size = 1 << 20;
+    PlayedServer server(u"127.60.6.1"_s);
+    ControllerRig rig;
+    const auto cached = [&] {
+        const QString directory = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
+        QDirIterator files(directory + u"thumbnails"_s, {u"*.d"_s}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        qint64 bytes = 0;
+        while (files.hasNext())
+            bytes += files.nextFileInfo().size();
+        return bytes;
+    };
+    server.wire.answer("/brenvoka/thumbnails/", QByteArray(size, 'x'),
+                       "Cache-Control: max-age=3600\r\n");
+    QVERIFY(rig.bringUp(server, u"One"_s, {unseenFolder(count)}));
+    rig.controller().folderChanged(0);
+    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
+    QTRY_VERIFY_WITH_TIMEOUT(cached() > count * size, 30000);
 }
 
 void tst_UIControllerSetup::theDeckIsKnownToTheMetaTypeSystem()
@@ -128,10 +153,11 @@ void tst_UIControllerSetup::serversInTheModelAreOfferedFromTheStart()
 
 void tst_UIControllerSetup::theThumbnailDialogWaitsHidden()
 {
+    const ShownDialogs shown;
     WindowRig rig;
     QVERIFY(rig.show());
     QCOMPARE(rig.window->findChildren<BVProgressDialog *>().size(), 1);
-    QVERIFY(!thumbnailProgress(rig).isVisible());
+    QCOMPARE(shown.count, 0);
     QCOMPARE(thumbnailProgress(rig).findChild<QLabel *>()->text(), u"Downloading thumbnails"_s);
 }
 
@@ -150,12 +176,13 @@ void tst_UIControllerSetup::downloadsOfBothBanksAddUp()
 void tst_UIControllerSetup::aShortDownloadShowsNoDialog()
 {
     WindowRig rig;
+    const ShownDialogs shown;
     rig.controller().increaseThumbnailDownloadSize(1);
     rig.controller().updateProgress();
     bool passed = false;
     QTimer::singleShot(700, this, [&passed] { passed = true; });
     QTRY_VERIFY_WITH_TIMEOUT(passed, 30000);
-    QVERIFY(!thumbnailProgress(rig).isVisible());
+    QCOMPARE(shown.count, 0);
 }
 
 void tst_UIControllerSetup::theLastStepClosesTheDialogAndResetsIt()

@@ -20,6 +20,7 @@ private slots:
     void aRefreshTellsTheServerOfBankABeforeThatOfBankB();
     void aRefreshTellsOfAnEmptyBankToo();
     void aChoiceRedrawsTheBanksWithoutASignal();
+    void aChoiceOpensTheStreamOfAServerWithoutOne();
 };
 
 void tst_UIControllerSignals::whatDiscoveryTellsReachesTheRegistry()
@@ -84,6 +85,17 @@ void tst_UIControllerSignals::aChoiceRedrawsTheBanksWithoutASignal()
     QVERIFY(!redrawnA.isEmpty());
     QVERIFY(!redrawnB.isEmpty());
     QCOMPARE(told.size(), 0);
+}
+
+void tst_UIControllerSignals::aChoiceOpensTheStreamOfAServerWithoutOne()
+{
+    const WireServer silent(u"127.60.7.2"_s);
+    WindowRig rig;
+    rig.connectServer(sampleServer(u"One"_s, u"127.60.7.1"_s));
+    rig.connectServer(sampleServer(u"Two"_s, u"127.60.7.2"_s));
+    QVERIFY(silent.requests().isEmpty());
+    ControllerRig::choose(rig.bankA(), u"Two"_s);
+    QVERIFY(silent.waitForRequests(1, "/brenvoka/notifier.html"));
 }
 
 QTEST_MAIN(tst_UIControllerSignals)

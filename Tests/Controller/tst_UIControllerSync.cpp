@@ -9,6 +9,8 @@
 #include "Support/ModalDriver.h"
 #include "UI/BVProgressDialog.h"
 
+#include <QPointer>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -313,8 +315,13 @@ void tst_UIControllerSync::theWindowGoesWithItsTask()
 {
     SyncStage stage;
     QVERIFY(stage.open() && stage.start());
-    QVERIFY(stage.transferDialog()->isVisible());
+    const QPointer<TransferDialog> dialog = stage.transferDialog();
+    QVERIFY(dialog->isVisible());
+    bool isTaskDeleted = false; // which takes its dialog along, before the window does
+    connect(&stage.rig.controller(), &QObject::destroyed, this,
+            [&] { isTaskDeleted = dialog.isNull(); });
     stage.rig.rig.window.reset();
+    QVERIFY(isTaskDeleted);
     QTRY_VERIFY_WITH_TIMEOUT(!stage.two.stream.isOpen(), 30000);
     QVERIFY(QApplication::topLevelWidgets().isEmpty());
 }

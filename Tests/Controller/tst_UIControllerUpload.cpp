@@ -269,6 +269,7 @@ void tst_UIControllerUpload::theServerGoesWhileTheFileDialogIsOpen()
         log.texts().contains(u"Handler not found for id: "_s + upload.stage.one.uuid.toString()));
     QVERIFY(upload.stage.cancel(u"Uploading..."_s));
     QTRY_VERIFY_WITH_TIMEOUT(!upload.stage.hasStarted(), 30000);
+    QVERIFY(upload.stage.settle(upload.stage.two));
     QCOMPARE(upload.stage.one.libraryRequests(), 1);
 }
 

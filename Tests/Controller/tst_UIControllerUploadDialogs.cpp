@@ -32,11 +32,12 @@ const auto filters =
     "Mp3 (*.mp3);;FLAC (*.flac);;WAV (*.wav);;AIF (*.aif *.aiff);;APE (*.ape);;WMA (*.wma);;"
     "OGG (*.ogg)"_s;
 
-/// Notes the directory that a file dialog opens in, and leaves it without a choice.
+/// Notes the directory that a file dialog opens in, without a file chosen, and leaves it so.
 void expectDirectory(ModalDriver &modals, QString &directory)
 {
     modals.answer([&directory](QDialog &dialog) {
         directory = dynamic_cast<QFileDialog &>(dialog).directory().path();
+        QCOMPARE(dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->text(), QString());
         QTest::keyClick(&dialog, Qt::Key_Escape);
     });
 }
@@ -113,6 +114,7 @@ void tst_UIControllerUploadDialogs::onlyAServerOnShowIsUploadedTo()
     stage.bankB().selectRows({10});
     const ModalDriver modals;
     stage.controller().uploadFile(third.uuid, 3, 9);
+    QVERIFY(stage.settle(third));
     QVERIFY(modals.seen().isEmpty());
     QVERIFY(!stage.hasStarted());
 }

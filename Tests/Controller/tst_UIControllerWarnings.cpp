@@ -6,6 +6,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
+#include "UI/ErrorMessageDialog.h"
 
 #include <QSettings>
 
@@ -79,6 +80,7 @@ private slots:
     void asked();
     void theBoxSaysNoUnlessToldOtherwise();
     void escapeMeansNo();
+    void answeredDialogsAreDeleted();
     void yesStartsAndKeepsTheWarning();
     void askingNoMoreIsSavedAtOnce_data();
     void askingNoMoreIsSavedAtOnce();
@@ -188,6 +190,19 @@ void tst_UIControllerWarnings::escapeMeansNo()
     QCOMPARE(modals.seen().size(), 1);
     QVERIFY(!stage.hasStarted());
     QCOMPARE(stage.rig.model.warningLevel, allWarnings);
+}
+
+void tst_UIControllerWarnings::answeredDialogsAreDeleted()
+{
+    WarningStage stage;
+    stage.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
+    ModalDriver modals;
+    modals.escape().press(QMessageBox::Ok);
+    stage.click();
+    stage.rig.controller().showErrorMessage(u"It failed"_s);
+    QCOMPARE(modals.seen().size(), 2);
+    QVERIFY(stage.rig.window->findChildren<QMessageBox *>().isEmpty());
+    QVERIFY(stage.rig.window->findChildren<ErrorMessageDialog *>().isEmpty());
 }
 
 void tst_UIControllerWarnings::yesStartsAndKeepsTheWarning()
