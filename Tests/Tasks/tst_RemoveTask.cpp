@@ -101,8 +101,8 @@ void tst_RemoveTask::aLongRemovalShowsItsDialog()
     rig->start<RemoveTask>(Visuals{{3, 1}, {3, 2}});
     QVERIFY(!rig->dialog()->isVisible());
     QVERIFY(rig->answer(0));
+    QTRY_COMPARE_WITH_TIMEOUT(rig->dialog()->progress(), 1, 30000);
     QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
-    QCOMPARE(rig->dialog()->progress(), 1);
     QVERIFY(rig->answer(1));
     QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(!rig->dialog()->isVisible());

@@ -34,7 +34,10 @@ private slots:
     void aLongPhaseShowsItsDialog();
     void aStrayRenameResultMovesNoBar();
     void aStrayRenameResultAtTheEndOfTheBarStartsTheNextPhase();
+    void aStrayRenameResultLetsNoRemovalCountTwice();
     void aStrayRemovalResultMovesNoBar();
+    void aStrayRemovalResultLetsNoFailureCountTwice();
+    void aCancelledRenamePhaseCancelsTheRemovals();
     void aResultOfAnotherServerIsLoggedAndChangesNothing();
     void failedRenamesAndRemovalsStopNothingAndAreListed();
     void aFailureWithoutATextCounts();
@@ -207,6 +210,42 @@ void tst_SyncTask::aStrayRenameResultAtTheEndOfTheBarStartsTheNextPhase()
     // The second start has replaced the first: one result ends the phase, and ends it once.
     emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
     QCOMPARE(rig.finished->size(), 1);
+}
+
+void tst_SyncTask::aStrayRenameResultLetsNoRemovalCountTwice()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({{3, u"Three"_s}}, {{3, 1}, {3, 2}}, {});
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
+    emit rig.service.folderRenameFinished(rig.destinationUuid, 9);
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
+    QCOMPARE(rig.progressDialog(u"Removing..."_s)->progress(), 1);
+    QCOMPARE(rig.finished->size(), 0);
+}
+
+void tst_SyncTask::aStrayRemovalResultLetsNoFailureCountTwice()
+{
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({}, {{3, 1}}, {{3, 8}});
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
+    emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 9);
+    emit rig.service.syncError(rig.destinationUuid, 3, 8, Brenvoka::SyncFailed, u"no"_s, {});
+    QCOMPARE(rig.task->errorDetails().size(), 1);
+    emit rig.service.syncOperationFinished(rig.destinationUuid);
+    QCOMPARE(rig.finished->size(), 1);
+}
+
+/// Seen by the log alone: at a server that is not connected nothing waits that could be dropped.
+void tst_SyncTask::aCancelledRenamePhaseCancelsTheRemovals()
+{
+    LogCapture log;
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({{3, u"Three"_s}}, {{3, 1}}, {});
+    const QString line = u"Handler not found for id "_s + rig.destinationUuid.toString();
+    QVERIFY(!log.texts().contains(line));
+    rig.progressDialog(u"Renaming..."_s)->reject();
+    QCOMPARE(rig.finished->size(), 1);
+    QCOMPARE(log.texts().count(line), 1);
 }
 
 void tst_SyncTask::aStrayRemovalResultMovesNoBar()

@@ -15,6 +15,8 @@
 #include <QTest>
 #include <QTimer>
 
+#include <optional>
+
 using namespace Qt::Literals::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -108,6 +110,22 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(screen.dialog.isVisible(), 30'000);
         QVERIFY2(clock.elapsed() >= 500, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(screen.dialog.progress(), 1);
+    }
+
+    /// Timers fire in the order of their ends, however late they all are.
+    void delayIsHalfASecond()
+    {
+        Screen screen;
+        bool shownEarly = true;
+        std::optional<bool> shownLate;
+        QTimer::singleShot(450ms, Qt::PreciseTimer, &screen.dialog,
+                           [&] { shownEarly = screen.dialog.isVisible(); });
+        screen.dialog.addSteps(2, true);
+        QTimer::singleShot(600ms, Qt::PreciseTimer, &screen.dialog,
+                           [&] { shownLate = screen.dialog.isVisible(); });
+        QTRY_VERIFY_WITH_TIMEOUT(shownLate.has_value(), 30'000);
+        QVERIFY(!shownEarly);
+        QVERIFY(*shownLate);
     }
 
     void undelayedJobShowsTheDialogAtOnce()
