@@ -213,6 +213,8 @@ void tst_ServerBankController::folderFillsFromTheServer()
     QVERIFY(rig.bankA().isEnabled());
     QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
     QCOMPARE(topLeft(rig.bankA(), 6), QColor(Qt::blue));
+    const QIcon icon = listOf(rig.bankA()).item(4)->icon();
+    QCOMPARE(icon.availableSizes(), QList<QSize>{QSize(128, 96)});
     QCOMPARE(peer.requests().size(), 2);
 }
 

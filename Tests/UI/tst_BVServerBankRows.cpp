@@ -139,11 +139,18 @@ void tst_BVServerBankRows::rowsCarryNoData()
 
 void tst_BVServerBankRows::withoutServerTheListStays()
 {
-    const WindowRig rig;
+    WindowRig rig;
+    const Server server = sampleServer(u"Stage left"_s, u"127.50.2.5"_s);
+    rig.connectServer(server);
+    rig.bankA().setServers({server.uuid});
+    QVERIFY(rig.bankA().currentServerUuid().isNull());
+    const QListWidgetItem *const row = listOf(rig.bankA()).item(255);
+    QVERIFY(row);
     rig.bankA().showFolder(3, true);
     QCOMPARE(rig.bankA().currentFolder, 3);
     QCOMPARE(header(rig.bankA()), u"Library"_s);
-    QCOMPARE(listOf(rig.bankA()).count(), 0);
+    QCOMPARE(listOf(rig.bankA()).count(), 256);
+    QCOMPARE(listOf(rig.bankA()).item(255), row);
     rig.bankA().showFolders();
     QCOMPARE(rig.bankA().currentFolder, -1);
     QCOMPARE(listOf(rig.bankA()).count(), 0);
@@ -152,7 +159,10 @@ void tst_BVServerBankRows::withoutServerTheListStays()
 void tst_BVServerBankRows::staysDisabledUntilTheThumbnailsAreThere()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.6"_s));
+    Server server = sampleServer(u"Stage left"_s, u"127.50.2.4"_s);
+    server.addConnection(QHostAddress(u"127.50.2.6"_s), 8);
+    rig.model.upsertServer(server);
+    rig.controller().serverConnected(server.uuid, QHostAddress(u"127.50.2.6"_s));
     BVServerBank &bank = rig.bankA();
     disconnect(&bank, &BVServerBank::changeFolder, nullptr, nullptr);
     const QSignalSpy requests(&bank, &BVServerBank::changeFolder);
