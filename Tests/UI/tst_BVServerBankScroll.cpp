@@ -84,6 +84,8 @@ private slots:
     void enteringAFolderShowsItsTop();
     void sizeAndViewKeepTheFirstRow_data() { addViews(); }
     void sizeAndViewKeepTheFirstRow();
+    void aBankOnItsOwnKeepsItsPlace_data() { addViews(); }
+    void aBankOnItsOwnKeepsItsPlace();
     void aLostServerLeavesTheOtherBankInPlace_data() { addViews(); }
     void aLostServerLeavesTheOtherBankInPlace();
     void noPaintingSeesHalfARebuild_data() { addViews(); }
@@ -166,6 +168,28 @@ void tst_BVServerBankScroll::sizeAndViewKeepTheFirstRow()
         (controller.*change)();
         QCoreApplication::processEvents();
         QCOMPARE(stage.barA.value(), 0);
+    }
+}
+
+/// Only one bank has rows, and it may be either.
+void tst_BVServerBankScroll::aBankOnItsOwnKeepsItsPlace()
+{
+    QFETCH(const bool, listView);
+    for (const bool isBankA : {true, false}) {
+        ScrollStage stage(listView);
+        UIController &controller = stage.rig.controller();
+        QVERIFY(stage.open());
+        controller.removeServer(isBankA ? stage.two.uuid : stage.one.uuid);
+        const BVServerBank &bank = isBankA ? stage.rig.bankA() : stage.rig.bankB();
+        for (const auto change : {&UIController::setSmallSize, &UIController::setLargeSize}) {
+            const int row = bank.firstRowOnShow();
+            QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
+            (controller.*change)();
+            QCoreApplication::processEvents();
+            const QRect place = listOf(bank).visualItemRect(listOf(bank).item(row));
+            QVERIFY2(place.top() >= 0 && place.top() < 10,
+                     qPrintable(QString::number(place.top())));
+        }
     }
 }
 
