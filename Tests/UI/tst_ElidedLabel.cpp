@@ -11,7 +11,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// One line of text, whatever is in it, with a tool tip where it does not fit.
+/// One line of text, with a tool tip where it does not fit.
 class tst_ElidedLabel final : public QObject
 {
     Q_OBJECT
@@ -32,23 +32,6 @@ private slots:
         QVERIFY(!hasToolTip(label));
         label.resize(width - 1, 30);
         QVERIFY(hasToolTip(label));
-    }
-
-    void lineBreaksAreDrawnAsBlanks_data() { addFormats(); }
-    void lineBreaksAreDrawnAsBlanks()
-    {
-        QFETCH(const Qt::TextFormat, format);
-        ElidedLabel label(nullptr);
-        label.setTextFormat(format);
-        label.resize(300, 60);
-        label.setText(u"Opening night"_s);
-        const QImage line = label.grab().toImage();
-        label.setText(u"Opening\u2028night"_s);
-        QCOMPARE(label.grab().toImage(), line);
-        if (format == Qt::PlainText) {
-            label.setText(u"Opening\nnight"_s);
-            QCOMPARE(label.grab().toImage(), line);
-        }
     }
 
     void aTextThatDoesNotFitIsElided()
