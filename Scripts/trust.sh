@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+#
+# Shows what an operator has to be able to trust: hostile networks, faults, long shows. Installs
+# what is missing, builds, runs each item at full size and prints a line per item with its figures;
+# with --short it runs them at the size of ./test.sh. Arguments name single items, such as
+# trust_DialogEvents. Traffic goes to loopback addresses only. The exit code is 0 only if all passed.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+size=full
+export BRENVOKA_FUZZ_LIMIT=-runs=1000000
+if [ "${1:-}" = --short ]; then
+    size=short
+    BRENVOKA_FUZZ_LIMIT=-max_total_time=20
+    shift
+fi
+
+Scripts/install-packages.sh
+
+build() {
+    mkdir -p "build/$1"
+    cmake --preset "$1" ${launcher[@]+"${launcher[@]}"} >"build/$1/configure.log" 2>&1 || {
+        cat "build/$1/configure.log"
+        exit 1
+    }
+    cmake --build --preset "$1" --parallel "$(nproc)"
+}
+launcher=()
+if command -v ccache >/dev/null; then
+    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    export CCACHE_BASEDIR=$PWD
+fi
+build release
+[ $# -gt 0 ] || build fuzz
+
+failed=0
+# run PRESET LABEL PATTERN: one after the other, since some of them measure
+run() {
+    local log=build/$1/trust.log
+    BRENVOKA_TRUST=$size ctest --preset "$1" -L "$2" -R "$3" --verbose >"$log" 2>&1 || failed=1
+    sed -n 's/^[0-9]*: \(trust: .*\)/\1/p' "$log"
+    sed -n '/% tests passed/,$p' "$log"
+}
+if [ $# -gt 0 ]; then
+    for item in "$@"; do run release trust "^$item\$"; done
+else
+    run release trust .
+    run fuzz fuzz .
+    cat build/fuzz/Tests/Fuzz/*.figures
+fi
+exit $failed
