@@ -42,6 +42,7 @@ private slots:
     void failedRenamesAndRemovalsStopNothingAndAreListed();
     void aFailureWithoutATextCounts();
     void namesInErrorLinesAreTakenLiterally();
+    void failedTransferIsLoggedAsAnError();
 };
 
 void tst_SyncTask::nothingToDoEndsAtOnce()
@@ -300,6 +301,16 @@ void tst_SyncTask::aFailureWithoutATextCounts()
     emit rig.service.folderRenameError(rig.destinationUuid, 3, QString());
     QVERIFY(rig.task->hasErrors());
     QCOMPARE(rig.task->errorDetails().size(), 1);
+}
+
+void tst_SyncTask::failedTransferIsLoggedAsAnError()
+{
+    LogCapture log;
+    SyncRig rig(u"127.60.1.1"_s);
+    rig.start({}, {}, {{3, 17}});
+    emit rig.service.syncError(rig.destinationUuid, 3, 17, Brenvoka::SyncTransferring, {}, {});
+    QVERIFY(log.entries().contains(
+        u"error: Server Stage right failed to download URL \"Stage right\"."_s));
 }
 
 void tst_SyncTask::namesInErrorLinesAreTakenLiterally()
