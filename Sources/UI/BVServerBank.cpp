@@ -43,8 +43,7 @@ void showRate(QLabel *label, float rate, QFont font)
     while (QFontMetrics(font).horizontalAdvance(text) > label->maximumWidth() &&
            font.pointSize() > 4)
         font.setPointSize(font.pointSize() - 1);
-    if (label->font() != font)
-        label->setFont(font); // polishes the label again
+    label->setFont(font);
     label->setText(text);
 }
 

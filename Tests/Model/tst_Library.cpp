@@ -353,7 +353,9 @@ void tst_Library::folderRefusalChangesNothing()
 {
     MediaFolder folder;
     QVERIFY(folder.fromJson(folderObject({fileObject()})));
+    const QJsonArray badFile{with(fileObject(), u"hash"_s, u"short"_s)};
     QVERIFY(!folder.fromJson(with(folderObject(files(257), 9), u"name"_s, u"other"_s)));
+    QVERIFY(!folder.fromJson(with(folderObject(badFile, 9), u"name"_s, u"other"_s)));
     QCOMPARE(folder.name, u"Opening night"_s);
     QCOMPARE(folder.slot, 3);
     QCOMPARE(folder.files.size(), 1);

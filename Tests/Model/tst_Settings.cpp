@@ -10,6 +10,12 @@
 #include <QFileInfo>
 #include <QTest>
 
+#include <array>
+
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -31,6 +37,34 @@ QByteArray readSettings()
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
+/// Lets nobody create a file in a directory, root included, for as long as it lives.
+class ClosedDirectory final
+{
+public:
+    explicit ClosedDirectory(const QString &directoryPath)
+        : path(directoryPath)
+    {
+        syscall(SYS_capget, &version, saved);
+        auto reduced = std::to_array(saved);
+        reduced[0].effective &= ~(1U << CAP_DAC_OVERRIDE);
+        syscall(SYS_capset, &version, reduced.data());
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::ExeOwner);
+    }
+    ~ClosedDirectory()
+    {
+        syscall(SYS_capset, &version, saved);
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+    Q_DISABLE_COPY_MOVE(ClosedDirectory)
+
+    [[nodiscard]] bool isClosed() const { return !QFile(path + u"/new"_s).open(QFile::WriteOnly); }
+
+private:
+    QString path;
+    __user_cap_header_struct version{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct saved[_LINUX_CAPABILITY_U32S_3]{};
+};
+
 } // namespace
 
 class tst_Settings final : public QObject
@@ -50,6 +84,7 @@ private slots:
     void whatWasSavedIsLoaded();
     void changeIsOnDiskWhenSaveReturns();
     void savingReplacesTheFileInOneStep();
+    void savingNeverWritesIntoTheOldFile();
     void changeWithoutSaveIsLost();
     void serversAndFolderAreNotStored();
     void unwritableFileIsNotReported();
@@ -205,6 +240,18 @@ void tst_Settings::savingReplacesTheFileInOneStep()
     QVERIFY(ApplicationModel().save());
     QCOMPARE(file.readAll(), old);
     QVERIFY(readSettings() != old);
+}
+
+/// Where no second file can be created beside the first, nothing is written at all.
+void tst_Settings::savingNeverWritesIntoTheOldFile()
+{
+    const Sandbox sandbox;
+    const QByteArray old("[General]\nwarningLevel=6\n");
+    writeSettings(old);
+    const ClosedDirectory closed(QFileInfo(settingsFilePath()).path());
+    QVERIFY(closed.isClosed());
+    QVERIFY(ApplicationModel().save());
+    QCOMPARE(readSettings(), old);
 }
 
 void tst_Settings::changeWithoutSaveIsLost()

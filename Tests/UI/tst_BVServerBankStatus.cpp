@@ -127,13 +127,15 @@ void tst_BVServerBankStatus::aRateOfAsManyDigitsKeepsItsFont()
 void tst_BVServerBankStatus::aLongRateIsShownInSmallerDigits()
 {
     WindowRig rig;
-    const auto &gpu = childOf<QLabel>(rig.bankA(), "gpuValueLabel");
-    rig.bankA().setConnectionStatus(true, 60, 9);
-    const int size = gpu.font().pointSize();
-    rig.bankA().setConnectionStatus(true, 60, 12345);
-    QVERIFY(gpu.font().pointSize() < size);
-    rig.bankA().setConnectionStatus(true, 60, 9);
-    QCOMPARE(gpu.font().pointSize(), size);
+    for (const char *name : {"cpuValueLabel", "gpuValueLabel"}) {
+        const auto &label = childOf<QLabel>(rig.bankA(), name);
+        rig.bankA().setConnectionStatus(true, 9, 9);
+        const int size = label.font().pointSize();
+        rig.bankA().setConnectionStatus(true, 1234567, 1234567);
+        QVERIFY(label.font().pointSize() < size);
+        rig.bankA().setConnectionStatus(true, 9, 9);
+        QCOMPARE(label.font().pointSize(), size);
+    }
 }
 
 QTEST_MAIN(tst_BVServerBankStatus)
