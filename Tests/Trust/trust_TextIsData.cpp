@@ -1,0 +1,204 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Controller/OperationStage.h"
+
+#include "Support/FailOnWarning.h"
+#include "Support/LogCapture.h"
+#include "Support/LoopWatch.h"
+#include "Support/ModalDriver.h"
+#include "Support/Trust.h"
+
+#include <QTextDocument>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr qsizetype longest = 4096;
+
+/// Texts that would do something if they were anything but data.
+QStringList payloads()
+{
+    const QString alphabet = u"0123456789abcdef"_s;
+    QStringList texts{
+        u"<b>bold</b>"_s,
+        u"<h1>big</h1><hr>"_s,
+        u"<img src=/dev/zero>"_s,
+        u"<img src='file:///dev/zero'>"_s,
+        u"<img src=\"http://127.99.99.99/a.png\">"_s,
+        u"<a href=\"http://127.99.99.99/\">link</a>"_s,
+        u"<style>*{display:none}</style>"_s,
+        u"<script>alert(1)</script>"_s,
+        u"<!-- comment"_s,
+        u"</p></body></html>"_s,
+        u"<table><tr><td>"_s,
+        u"file:///etc/passwd"_s,
+        u"http://127.99.99.99/"_s,
+        u"qrc:/icons/Bin/bitmap/icons/no.png"_s,
+        u":/icons/Bin/bitmap/icons/no.png"_s,
+        u"/dev/zero"_s,
+        u"../../../../etc/passwd"_s,
+        u"C:\\Windows\\System32"_s,
+        u"&lt;&amp;&#0;&#x202e;"_s,
+        u"&File"_s,
+        u"%n%s%x%d"_s,
+        u"%1 %2 %3 %4 %5 %L1 %99"_s,
+        u"%%1%%"_s,
+        u"{0} {} {{"_s,
+        u"$(reboot) `reboot`; reboot | reboot"_s,
+        u"' OR 1=1 --"_s,
+        u"\"},{\"slot\":1"_s,
+        u"a\nb\r\nc"_s,
+        u"a\tb\vc\fd"_s,
+        u"a\u0001\u0007\u001b[31mred\u007f"_s,
+        u"a\u0085b\u009b31m"_s,
+        u"a\u2028b\u2029c"_s,
+        u"gnp.\u202egolana\u202c"_s,
+        u"a\u2066b\u2067c\u2068d\u2069"_s,
+        u"a\u200eb\u200fc\u061cd"_s,
+        u"a\u200bb\u200cc\u200dd\u2060e\ufefff"_s,
+        u"Zalgo"_s + QString(200, u'\u0301'),
+        u"\u05d0\u05d1\u05d2 007 \u0627\u0644\u0641"_s,
+        QString(300, u' ') + u"end"_s,
+        alphabet.repeated(1 << 16), // 1 MB
+    };
+    return texts;
+}
+
+/// What a name must not contain where it is shown.
+bool isHarmless(const QString &shown)
+{
+    static const QRegularExpression harmful(
+        u"[\\x{0000}-\\x{001f}\\x{007f}-\\x{009f}\\x{2028}\\x{2029}\\x{202a}-\\x{202e}"
+        "\\x{2066}-\\x{2069}\\x{200e}\\x{200f}\\x{061c}]"_s);
+    return !shown.contains(harmful);
+}
+
+/// Whether the name is there as it was sent, but for what is harmful and what is too long.
+bool showsName(const QString &text, const QString &name)
+{
+    if (!isHarmless(text))
+        return false;
+    return !isHarmless(name) || name.size() > 30 || text.contains(name);
+}
+
+MediaFolder folderNamed(const QString &name, int hashNumber)
+{
+    return folder(0, name,
+                  {visual(1, name, hashNumber), visual(2, name, hashNumber + 1),
+                   visual(3, name, hashNumber + 2)});
+}
+
+} // namespace
+
+/// Forty texts, or some of them in the short form, as the names of servers, folders and visuals and
+/// as the text of an error, in every place where one is shown: in rows, above them, in the boxes,
+/// in questions, messages and details.
+class trust_TextIsData : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+    void textIsShownAsData_data();
+    void textIsShownAsData();
+    void cleanupTestCase() const;
+
+private:
+    void checkRows(const OperationStage &stage, const QString &text) const;
+
+    int shown = 0;
+    qint64 longestGap = 0;
+};
+
+void trust_TextIsData::textIsShownAsData_data()
+{
+    QTest::addColumn<QString>("text");
+    const QStringList texts = payloads();
+    for (int number = 0; number < texts.size(); number += Trust::size(6, 1))
+        QTest::addRow("%02d", number + 1) << texts.at(number);
+}
+
+void trust_TextIsData::checkRows(const OperationStage &stage, const QString &text) const
+{
+    for (const BVServerBank *const bank : {&stage.bankA(), &stage.bankB()}) {
+        const QString row = listOf(*bank).item(bank->currentFolder == -1 ? 0 : 2)->text();
+        QVERIFY2(showsName(row, text), qPrintable(row.left(200)));
+        QVERIFY(row.size() <= longest + 1);
+        const QString server = ControllerRig::comboBox(*bank).currentText();
+        QVERIFY2(showsName(server, text.left(20)), qPrintable(server));
+    }
+}
+
+void trust_TextIsData::textIsShownAsData()
+{
+    QFETCH(const QString, text);
+    LogCapture log;
+    LoopWatch watch;
+    OperationStage stage(u"127.82.2.1"_s);
+    stage.model().warningLevel = 0xFFFFFFFF;
+    QVERIFY(stage.rig.rig.show());
+    QVERIFY(stage.rig.bringUp(stage.one, text.left(80), {folderNamed(text, 10)}));
+    QVERIFY(stage.rig.bringUp(stage.two, text.left(79), {folderNamed(u"Other"_s, 20)}));
+    stage.two.setLibrary({folderNamed(text + u"!"_s, 20)});
+    stage.two.sendLibraryChanged();
+    QTRY_VERIFY_WITH_TIMEOUT(
+        stage.controller().connectedServer(stage.two.uuid).folders.first().name != u"Other"_s,
+        30000);
+    checkRows(stage, text);
+
+    ModalDriver modals;
+    modals.press(QMessageBox::No);
+    stage.rig.clickLeftToRight();
+    QCOMPARE(modals.seen().size(), 1);
+    QCOMPARE(modals.seen().first().text,
+             u"Are you sure you want to synchronize the selected visuals?\n"
+             "The operation may permanently remove or replace visuals in destination slots\n\n"
+             "Note: The operation can not be  undone."_s);
+
+    doubleClickRow(stage.bankA(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(listOf(stage.bankA()).count(), 257, 30000);
+    QTRY_COMPARE_WITH_TIMEOUT(listOf(stage.bankB()).count(), 257, 30000);
+    checkRows(stage, text);
+    QTextDocument header;
+    header.setHtml(childOf<QLabel>(stage.bankA(), "mediaListFolder").text());
+    QVERIFY(header.toPlainText().startsWith(u"Library > "_s));
+    QVERIFY(header.toPlainText().size() <= longest + 20);
+    QVERIFY2(showsName(header.toPlainText(), text.simplified()),
+             qPrintable(header.toPlainText().left(200)));
+
+    const QByteArray error = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+    stage.one.refuse(error.sliced(2, error.size() - 4));
+    stage.model().warningLevel = 0;
+    clickRow(stage.bankA(), 2);
+    modals.press(QMessageBox::Ok);
+    OperationStage::clickRemove(stage.bankA());
+    QTRY_COMPARE_WITH_TIMEOUT(modals.seen().size(), 2, 30000);
+    QCOMPARE(modals.seen().last().text, u"Failed to remove 1 visuals from a total of 1."_s);
+    QVERIFY(
+        modals.seen().last().details.startsWith(u"Remove visual 001 in folder 000 on server \""_s));
+    QVERIFY(modals.seen().last().details.endsWith(u'.'));
+
+    modals.press(QMessageBox::Ok);
+    stage.one.stream.reset();
+    QTRY_COMPARE_WITH_TIMEOUT(modals.seen().size(), 3, 30000);
+    const QString message = modals.seen().last().text;
+    QVERIFY(message.startsWith(u"Server \""_s) && message.endsWith(u"\" disconnected."_s));
+    QVERIFY2(showsName(message, text.left(20)), qPrintable(message));
+
+    longestGap = std::max(longestGap, watch.longestGap());
+    for (const QString &line : log.lines())
+        QVERIFY2(line.startsWith(u'['), qPrintable(line.left(200)));
+    ++shown;
+}
+
+void trust_TextIsData::cleanupTestCase() const
+{
+    Trust::report(
+        "text is data",
+        u"%1 texts in 9 places, longest stop of the event loop %2 ms"_s.arg(shown).arg(longestGap));
+}
+
+QTEST_MAIN(trust_TextIsData)
+#include "trust_TextIsData.moc"
