@@ -19,7 +19,7 @@ struct Announcement;
 /// tick reads at most 4096 datagrams, so that a flood of them cannot keep it from ending; the rest
 /// waits for the next tick. A connection goes on the 121st tick without an announcement, about 30
 /// seconds after it was last heard; there is no other way out. A server comes with its first
-/// connection and goes with its last. In one tick everything that comes is told before everything
+/// connection and goes with its last. In one tick everything that comes is emitted before all
 /// that goes.
 ///
 /// Qt fires no timer inside its own slot. So while a receiver runs an event loop, as a message box
