@@ -91,6 +91,7 @@ private slots:
     void aBankThatStillLoadsSendsWhatTheOtherShowsSelected();
     void aLostServerLeavesTheOtherBankItsSelection_data();
     void aLostServerLeavesTheOtherBankItsSelection();
+    void aServerBackAtAnotherLevelTakesTheSelectionOver();
     void aFirstServerTakesTheSelectionOver();
     void serversChosenAgainAfterARenameKeepTheSelection();
     void anotherServerClearsBothSelections_data();
@@ -248,6 +249,19 @@ void tst_UIControllerSelection::aLostServerLeavesTheOtherBankItsSelection()
     ControllerRig::choose(loser, isSame ? lost.name : u"Three"_s);
     QCOMPARE(selected(loser), rows);
     QCOMPARE(selected(other), rows);
+}
+
+void tst_UIControllerSelection::aServerBackAtAnotherLevelTakesTheSelectionOver()
+{
+    SelectionStage stage;
+    QVERIFY(stage.select(3, {4}));
+    stage.rig.controller().removeServer(stage.two.uuid);
+    stage.rig.controller().backToFolders();
+    clickRow(stage.bankA, 5);
+    stage.rig.connectServer(stage.two);
+    ControllerRig::choose(stage.bankB, u"Two"_s);
+    QCOMPARE(selected(stage.bankA), Rows{5});
+    QCOMPARE(selected(stage.bankB), Rows{5});
 }
 
 void tst_UIControllerSelection::aFirstServerTakesTheSelectionOver()
