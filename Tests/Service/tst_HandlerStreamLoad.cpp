@@ -109,8 +109,8 @@ private slots:
         QCOMPARE(reason, Brenvoka::DisconnectServerShutdown);
     }
 
-    // Qt 6.4 ignores the limit for about one connection in ten, for a reason that is not known: one
-    // of several has to be slowed down.
+    // About one connection in ten is read to its end all the same, for a reason that is not known:
+    // one of several has to be slowed down.
     void serverIsSlowedDownWhileTheProgramIsBusy()
     {
         qint64 unsent = -1;
