@@ -69,15 +69,54 @@ function(brenvoka_sources target)
     endforeach()
 endfunction()
 
+# brenvoka_layer(NAME SOURCES file... [LINKS target...] [PRIVATE_LINKS target...])
+# Builds the static library brenvoka-NAME from files of the calling folder. A test that links it links
+# nothing above it.
+function(brenvoka_layer name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
+    set(target brenvoka-${name})
+    add_library(${target} STATIC)
+    brenvoka_sources(${target} ${arg_SOURCES})
+    target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/Sources)
+    target_link_libraries(${target}
+        PUBLIC ${arg_LINKS}
+        PRIVATE brenvoka-build ${arg_PRIVATE_LINKS})
+    # Rules of their own for the forms: with AUTOUIC, Ninja sees only at its next run that a form's
+    # header has changed.
+    list(FILTER arg_SOURCES INCLUDE REGEX "\\.ui$")
+    if(arg_SOURCES)
+        qt_wrap_ui(form_headers ${arg_SOURCES})
+        target_sources(${target} PRIVATE ${form_headers})
+        target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
+    endif()
+endfunction()
+
+# brenvoka_write_layers(FILE TARGET...): which libraries of the program each target links, one
+# "USER -> USED" a line, without the prefix "brenvoka-".
+function(brenvoka_write_layers file)
+    set(arrows "")
+    foreach(target IN LISTS ARGN)
+        get_target_property(links ${target} LINK_LIBRARIES)
+        list(FILTER links INCLUDE REGEX "^brenvoka-")
+        list(REMOVE_ITEM links brenvoka-build)
+        foreach(link IN LISTS links)
+            string(REPLACE "brenvoka-" "" arrow "${target} -> ${link}\n")
+            string(APPEND arrows ${arrow})
+        endforeach()
+    endforeach()
+    file(WRITE ${file} ${arrows})
+endfunction()
+
 # brenvoka_test(NAME [LABELS label...] [LIBRARIES target...] [LOCKS resource...] [TIMEOUT seconds])
-# Builds NAME.cpp of the calling folder as a Qt Test program and registers it with CTest.
+# Builds NAME.cpp of the calling folder as a Qt Test program and registers it with CTest. It links the
+# layer under test and nothing above it.
 function(brenvoka_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "LABELS;LIBRARIES;LOCKS" ${ARGN})
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 300)
     endif()
     add_executable(${name} ${name}.cpp)
-    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} brenvoka-build Qt6::Test)
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} brenvoka-test-support brenvoka-build Qt6::Test)
     target_compile_definitions(${name} PRIVATE
         BRENVOKA_WIRE_DIR="${PROJECT_SOURCE_DIR}/Tests/Wire")
     add_test(NAME ${name} COMMAND ${name})

@@ -35,7 +35,7 @@ prepare_sources() {
     local form uic
     uic=$(qmake6 -query QT_HOST_LIBEXECS)/uic
     cmake --preset tidy || return
-    for form in Sources/UI/*.ui; do
+    for form in Sources/*/*.ui; do
         "$uic" "$form" -o "build/tidy/Sources/ui_$(basename "$form" .ui).h" || return
     done
 }

@@ -3,8 +3,8 @@
 
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
-#include "ProcessSetup.h"
-#include "SingleInstance.h"
+#include "System/ProcessSetup.h"
+#include "System/SingleInstance.h"
 #include "UI/BVMainWindow.h"
 
 #include <QApplication>

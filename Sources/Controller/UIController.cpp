@@ -3,14 +3,14 @@
 
 #include "Controller/UIController.h"
 
+#include "Dialogs/BVProgressDialog.h"
+#include "Dialogs/ErrorMessageDialog.h"
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
-#include "Model/ShownText.h"
 #include "Tasks/TaskBase.h"
+#include "Text/ShownText.h"
 #include "UI/BVMainWindow.h"
-#include "UI/BVProgressDialog.h"
 #include "UI/BVServerBank.h"
-#include "UI/ErrorMessageDialog.h"
 
 #include <QNetworkDiskCache>
 #include <QNetworkProxy>

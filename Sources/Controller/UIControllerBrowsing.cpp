@@ -3,12 +3,12 @@
 
 #include "Controller/UIController.h"
 
+#include "Dialogs/BVProgressDialog.h"
 #include "Model/ApplicationModel.h"
 #include "Model/LibraryComparison.h"
-#include "Model/ShownText.h"
 #include "Tasks/ThreeDigits.h"
+#include "Text/ShownText.h"
 #include "UI/BVMainWindow.h"
-#include "UI/BVProgressDialog.h"
 #include "UI/BVServerBank.h"
 
 bool UIController::isComparing() const

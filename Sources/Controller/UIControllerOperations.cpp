@@ -6,11 +6,11 @@
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
 #include "Model/LibraryComparison.h"
-#include "Model/ShownText.h"
 #include "Tasks/MoveTask.h"
 #include "Tasks/RemoveTask.h"
 #include "Tasks/SyncTask.h"
 #include "Tasks/UploadTask.h"
+#include "Text/ShownText.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVServerBank.h"
 

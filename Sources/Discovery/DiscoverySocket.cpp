@@ -3,7 +3,7 @@
 
 #include "Discovery/DiscoverySocket.h"
 
-#include "StandardStreams.h"
+#include "System/StandardStreams.h"
 
 #ifdef _WIN32
 #include <ws2tcpip.h>

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "StandardStreams.h"
+#include "System/StandardStreams.h"
 
 #include <spdlog/sinks/base_sink.h>
 

@@ -3,8 +3,8 @@
 
 #include "Service/CommandQueue.h"
 
-#include "Service/OneShotBody.h"
-#include "Service/ServerRequest.h"
+#include "Service/Http/OneShotBody.h"
+#include "Service/Http/ServerRequest.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>

@@ -4,9 +4,9 @@
 #include "Service/ServerConnectionHandler.h"
 
 #include "Log/ZorLog.h"
-#include "Service/Protocol.h"
-#include "Service/ServerRequest.h"
-#include "Service/StreamFraming.h"
+#include "Protocol/StreamFraming.h"
+#include "Protocol/Urls.h"
+#include "Service/Http/ServerRequest.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

@@ -6,7 +6,7 @@
 #include "Model/Brenvoka.h"
 #include "Model/VisualRef.h"
 #include "Service/CommandQueue.h"
-#include "Service/DeletionDelay.h"
+#include "Service/Http/DeletionDelay.h"
 #include "Service/ServerConnectionRecords.h"
 
 #include <QHash>

@@ -5,15 +5,17 @@
 #include "Service/ServerConnectionHandler.h"
 
 #include "Log/ZorLog.h"
-#include "Service/CommandBodies.h"
-#include "Service/Protocol.h"
-#include "Service/ResultDocument.h"
-#include "Service/ServerRequest.h"
+#include "Protocol/CommandBodies.h"
+#include "Protocol/ResultDocument.h"
+#include "Protocol/UploadForm.h"
+#include "Protocol/Urls.h"
+#include "Service/Http/ServerRequest.h"
+#include "Service/Http/UploadFile.h"
 #include "Service/TakeHead.h"
-#include "Service/UploadForm.h"
 
 #include <QHttpMultiPart>
 
+#include <memory>
 #include <utility>
 
 using Delivery = CommandQueue::Delivery;
@@ -135,9 +137,11 @@ void ServerConnectionHandler::requestUpload(int folderSlot, int fileSlot, const 
 {
     if (closing || uploadReply != nullptr)
         return;
-    QHttpMultiPart *form = UploadForm::create(folderSlot, fileSlot, path);
-    if (form == nullptr)
+    auto file = std::make_unique<UploadFile>(path);
+    if (!file->isOpen())
         return;
+    QHttpMultiPart *const form =
+        UploadForm::create(folderSlot, fileSlot, std::move(file)).release();
     uploadReply = networkManager.post(serverRequest(Protocol::uploadUrl(address)), form);
     form->setParent(uploadReply);
     connect(uploadReply, &QNetworkReply::errorOccurred, this,

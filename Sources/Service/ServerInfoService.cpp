@@ -4,10 +4,10 @@
 #include "Service/ServerInfoService.h"
 
 #include "Log/ZorLog.h"
-#include "Service/BoundedDownload.h"
-#include "Service/FeatureList.h"
-#include "Service/JsonBody.h"
-#include "Service/Protocol.h"
+#include "Protocol/FeatureList.h"
+#include "Protocol/JsonBody.h"
+#include "Protocol/Urls.h"
+#include "Service/Http/BoundedDownload.h"
 
 #include <QNetworkDiskCache>
 #include <QNetworkProxy>

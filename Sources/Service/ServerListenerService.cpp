@@ -4,7 +4,7 @@
 #include "Service/ServerListenerService.h"
 
 #include "Log/ZorLog.h"
-#include "Service/Announcement.h"
+#include "Protocol/Announcement.h"
 
 #include <QTimer>
 

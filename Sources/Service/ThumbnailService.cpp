@@ -5,8 +5,8 @@
 
 #include "Log/ZorLog.h"
 #include "Model/MediaFolder.h"
-#include "Service/BoundedDownload.h"
-#include "Service/Protocol.h"
+#include "Protocol/Urls.h"
+#include "Service/Http/BoundedDownload.h"
 
 #include <QBuffer>
 #include <QImageReader>

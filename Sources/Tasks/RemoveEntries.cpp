@@ -3,8 +3,8 @@
 
 #include "Tasks/RemoveEntries.h"
 
-#include "Model/ShownText.h"
 #include "Tasks/ThreeDigits.h"
+#include "Text/ShownText.h"
 
 #include <algorithm>
 

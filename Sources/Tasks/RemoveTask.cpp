@@ -3,8 +3,8 @@
 
 #include "Tasks/RemoveTask.h"
 
+#include "Dialogs/BVProgressDialog.h"
 #include "Service/ServerConnectionService.h"
-#include "UI/BVProgressDialog.h"
 
 RemoveTask::RemoveTask(ApplicationModel *applicationModel, BVMainWindow *window,
                        ServerConnectionService *service, const QUuid &serverUuid,

@@ -3,9 +3,9 @@
 
 #include "Tasks/SingleServerTask.h"
 
+#include "Dialogs/BVProgressDialog.h"
 #include "Service/ServerConnectionService.h"
 #include "UI/BVMainWindow.h"
-#include "UI/BVProgressDialog.h"
 
 SingleServerTask::SingleServerTask(ApplicationModel *applicationModel, BVMainWindow *window,
                                    ServerConnectionService *service, const QUuid &serverUuid)

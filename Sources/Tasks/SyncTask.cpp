@@ -3,14 +3,14 @@
 
 #include "Tasks/SyncTask.h"
 
+#include "Dialogs/BVProgressDialog.h"
+#include "Dialogs/TransferDialog.h"
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
-#include "Model/ShownText.h"
 #include "Service/ServerConnectionService.h"
 #include "Tasks/ThreeDigits.h"
+#include "Text/ShownText.h"
 #include "UI/BVMainWindow.h"
-#include "UI/BVProgressDialog.h"
-#include "UI/TransferDialog.h"
 
 #include <algorithm>
 

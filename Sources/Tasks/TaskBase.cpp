@@ -5,7 +5,7 @@
 
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
-#include "Model/ShownText.h"
+#include "Text/ShownText.h"
 
 TaskBase::TaskBase(ApplicationModel *applicationModel, BVMainWindow *window,
                    ServerConnectionService *service)

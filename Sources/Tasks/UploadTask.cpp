@@ -3,10 +3,10 @@
 
 #include "Tasks/UploadTask.h"
 
-#include "Model/ShownText.h"
+#include "Dialogs/BVProgressDialog.h"
 #include "Service/ServerConnectionService.h"
 #include "Tasks/ThreeDigits.h"
-#include "UI/BVProgressDialog.h"
+#include "Text/ShownText.h"
 
 UploadTask::UploadTask(ApplicationModel *applicationModel, BVMainWindow *window,
                        ServerConnectionService *service, const QUuid &serverUuid, int folderIndex,

@@ -4,12 +4,12 @@
 #include "UI/BVMainWindow.h"
 
 #include "Controller/UIController.h"
+#include "Dialogs/AboutDialog.h"
+#include "Dialogs/BVPreferencesDialog.h"
 #include "Model/ApplicationModel.h"
-#include "UI/AboutDialog.h"
-#include "UI/BVPreferencesDialog.h"
-#include "UI/CompletionsLook.h"
-#include "UI/DisabledIcon.h"
-#include "UI/FocusReturn.h"
+#include "Widgets/CompletionsLook.h"
+#include "Widgets/DisabledIcon.h"
+#include "Widgets/FocusReturn.h"
 
 #include "ui_BVMainWindow.h"
 

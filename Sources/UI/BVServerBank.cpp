@@ -7,9 +7,9 @@
 #include "Controller/UIController.h"
 #include "Log/ZorLog.h"
 #include "Model/Server.h"
-#include "Model/ShownText.h"
-#include "UI/DisabledIcon.h"
-#include "UI/RowDelegate.h"
+#include "Text/ShownText.h"
+#include "Widgets/DisabledIcon.h"
+#include "Widgets/RowDelegate.h"
 
 #include "ui_BVServerBank.h"
 

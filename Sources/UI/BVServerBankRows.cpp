@@ -7,7 +7,7 @@
 
 #include "Controller/ServerBankController.h"
 #include "Model/Server.h"
-#include "Model/ShownText.h"
+#include "Text/ShownText.h"
 
 #include "ui_BVServerBank.h"
 

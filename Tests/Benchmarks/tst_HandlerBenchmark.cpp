@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: MIT
 
 #include "Benchmarks/Comparison.h"
-#include "Service/CommandBodies.h"
-#include "Service/Protocol.h"
+#include "Protocol/CommandBodies.h"
+#include "Protocol/StreamFraming.h"
+#include "Protocol/Urls.h"
+#include "Service/Http/ServerRequest.h"
 #include "Service/ServerConnectionHandler.h"
-#include "Service/ServerRequest.h"
-#include "Service/StreamFraming.h"
 
 #include <QEventLoop>
 #include <QFile>

@@ -3,7 +3,7 @@
 
 #include "Benchmarks/Comparison.h"
 #include "Model/Server.h"
-#include "Service/JsonBody.h"
+#include "Protocol/JsonBody.h"
 #include "Support/Libraries.h"
 
 #include <QJsonArray>

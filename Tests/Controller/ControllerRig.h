@@ -3,9 +3,9 @@
 
 #pragma once
 
+#include "Dialogs/TransferDialog.h"
 #include "Support/PlayedServer.h"
 #include "Support/WindowRig.h"
-#include "UI/TransferDialog.h"
 
 #include <QComboBox>
 #include <QLabel>

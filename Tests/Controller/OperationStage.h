@@ -5,7 +5,7 @@
 
 #include "ControllerRig.h"
 
-#include "UI/BVProgressDialog.h"
+#include "Dialogs/BVProgressDialog.h"
 
 /// A window on the screen with two played servers in its banks, and no warnings but those that the
 /// test switches on.

@@ -3,10 +3,10 @@
 
 #include "ControllerRig.h"
 
+#include "Dialogs/ErrorMessageDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
-#include "UI/ErrorMessageDialog.h"
 
 #include <functional>
 #include <utility>

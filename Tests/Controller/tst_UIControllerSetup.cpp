@@ -3,9 +3,9 @@
 
 #include "ControllerRig.h"
 
+#include "Dialogs/BVProgressDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/ProgressDialogs.h"
-#include "UI/BVProgressDialog.h"
 
 #include <QDirIterator>
 #include <QProgressBar>

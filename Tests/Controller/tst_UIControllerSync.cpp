@@ -3,11 +3,11 @@
 
 #include "ControllerRig.h"
 
+#include "Dialogs/BVProgressDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LeakAllowed.h"
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
-#include "UI/BVProgressDialog.h"
 
 #include <QPointer>
 

@@ -3,9 +3,9 @@
 
 #include "ControllerRig.h"
 
+#include "Dialogs/BVProgressDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
-#include "UI/BVProgressDialog.h"
 
 using namespace Qt::Literals::StringLiterals;
 

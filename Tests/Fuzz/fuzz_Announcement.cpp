@@ -3,8 +3,8 @@
 
 #include "Discovery/DiscoverySocket.h"
 #include "Input.h"
+#include "Protocol/Announcement.h"
 #include "Require.h"
-#include "Service/Announcement.h"
 
 #include <arpa/inet.h>
 #include <sys/socket.h>

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Input.h"
-#include "Model/ShownText.h"
 #include "Require.h"
+#include "Text/ShownText.h"
 
 #include <QList>
 

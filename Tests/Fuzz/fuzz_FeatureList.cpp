@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Input.h"
+#include "Protocol/FeatureList.h"
 #include "Require.h"
-#include "Service/FeatureList.h"
 
 #include <optional>
 #include <stdexcept>

@@ -4,8 +4,8 @@
 #include "Input.h"
 #include "Model/LibraryComparison.h"
 #include "Model/Server.h"
+#include "Protocol/JsonBody.h"
 #include "Require.h"
-#include "Service/JsonBody.h"
 
 #include <QJsonArray>
 

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include "Input.h"
+#include "Protocol/JsonBody.h"
+#include "Protocol/ResultDocument.h"
 #include "Require.h"
-#include "Service/JsonBody.h"
-#include "Service/ResultDocument.h"
 
 using namespace Qt::Literals::StringLiterals;
 

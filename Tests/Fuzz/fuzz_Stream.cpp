@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 
 #include "Input.h"
+#include "Protocol/StreamFraming.h"
 #include "Require.h"
 #include "Service/HandlerTesting.h"
-#include "Service/StreamFraming.h"
 #include "Support/FramingModel.h"
 
 #include <QCoreApplication>

@@ -1,14 +1,14 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Dialogs/AboutDialog.h"
+#include "Dialogs/BVPreferencesDialog.h"
+#include "Dialogs/BVProgressDialog.h"
+#include "Dialogs/ErrorMessageDialog.h"
+#include "Dialogs/TransferDialog.h"
 #include "Look/Scenes.h"
 #include "Look/WindowStage.h"
 #include "Support/ModalDriver.h"
-#include "UI/AboutDialog.h"
-#include "UI/BVPreferencesDialog.h"
-#include "UI/BVProgressDialog.h"
-#include "UI/ErrorMessageDialog.h"
-#include "UI/TransferDialog.h"
 
 #include <QCompleter>
 #include <QFile>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/CommandBodies.h"
+#include "Protocol/CommandBodies.h"
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/HandlerTesting.h"
-#include "Service/OneShotBody.h"
+#include "Service/Http/OneShotBody.h"
 #include "Support/FailOnWarning.h"
 
 #include <QPointer>

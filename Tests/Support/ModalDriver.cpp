@@ -3,8 +3,8 @@
 
 #include "Support/ModalDriver.h"
 
-#include "UI/BVProgressDialog.h"
-#include "UI/TransferDialog.h"
+#include "Dialogs/BVProgressDialog.h"
+#include "Dialogs/TransferDialog.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>

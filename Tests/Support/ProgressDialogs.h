@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "UI/BVProgressDialog.h"
+#include "Dialogs/BVProgressDialog.h"
 
 #include <QApplication>
 #include <QDialogButtonBox>

@@ -3,12 +3,12 @@
 
 #pragma once
 
+#include "Dialogs/BVProgressDialog.h"
+#include "Dialogs/TransferDialog.h"
 #include "Model/ApplicationModel.h"
 #include "Service/ServerConnectionService.h"
 #include "Support/PlayedServer.h"
 #include "Tasks/SyncTask.h"
-#include "UI/BVProgressDialog.h"
-#include "UI/TransferDialog.h"
 
 #include <QApplication>
 #include <QSignalSpy>

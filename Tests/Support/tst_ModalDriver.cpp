@@ -3,8 +3,8 @@
 
 #include "Support/ModalDriver.h"
 
-#include "UI/BVProgressDialog.h"
-#include "UI/ErrorMessageDialog.h"
+#include "Dialogs/BVProgressDialog.h"
+#include "Dialogs/ErrorMessageDialog.h"
 
 #include <QFile>
 #include <QFileDialog>

@@ -3,9 +3,9 @@
 
 #include "Controller/OperationStage.h"
 
+#include "Dialogs/ErrorMessageDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Trust.h"
-#include "UI/ErrorMessageDialog.h"
 
 #include <QDialogButtonBox>
 #include <QFileDialog>

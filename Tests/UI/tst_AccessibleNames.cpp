@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Dialogs/BVProgressDialog.h"
+#include "Dialogs/ErrorMessageDialog.h"
+#include "Dialogs/TransferDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
 #include "Support/WindowRig.h"
-#include "UI/BVProgressDialog.h"
-#include "UI/ErrorMessageDialog.h"
-#include "UI/TransferDialog.h"
 
 #include <QAbstractButton>
 #include <QAccessible>

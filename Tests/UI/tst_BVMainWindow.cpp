@@ -1,10 +1,10 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Dialogs/AboutDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
 #include "Support/WindowRig.h"
-#include "UI/AboutDialog.h"
 
 #include <QAction>
 #include <QButtonGroup>

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Check.h"
-#include "SingleInstance.h"
+#include "System/SingleInstance.h"
 
 #include <windows.h>
 

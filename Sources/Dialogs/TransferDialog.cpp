@@ -1,0 +1,138 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Dialogs/TransferDialog.h"
+
+#include "Widgets/DarkBase.h"
+#include "Widgets/RowDelegate.h"
+#include "ui_TransferDialog.h"
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+const QString transferringText = TransferDialog::tr("Transfer in progress...");
+const QString importingText = TransferDialog::tr("Importing in progress...");
+
+constexpr int labelColumn = 0;
+constexpr int stateColumn = 1;
+
+} // namespace
+
+TransferDialog::TransferDialog(QWidget *parent)
+    : QDialog(parent)
+    , ui(std::make_unique<Ui::TransferDialog>())
+{
+    ui->setupUi(this);
+    useDarkBase(*ui->progressBar);
+    useDarkBase(*ui->ckAutoScroll);
+    ui->statusList->setColumnCount(2);
+    ui->statusList->setItemDelegate(new RowDelegate(this));
+    // Not on show; a screen reader tells by them what a cell is about.
+    ui->statusList->setHorizontalHeaderLabels({tr("Visual"), tr("State")});
+    ui->statusList->horizontalHeader()->setSectionResizeMode(labelColumn, QHeaderView::Stretch);
+    connect(ui->cancelSync, &QPushButton::clicked, this, &TransferDialog::onCancelSync);
+}
+
+TransferDialog::~TransferDialog() = default;
+
+void TransferDialog::addTransfer(int folderSlot, int fileSlot, const QString &label)
+{
+    const int row = ui->statusList->rowCount();
+    if (!rows.try_emplace({folderSlot, fileSlot}, TransferRow{row}).second)
+        return;
+    ui->statusList->insertRow(row);
+    ui->statusList->setItem(row, labelColumn, new QTableWidgetItem(label));
+    ui->statusList->setItem(row, stateColumn,
+                            new QTableWidgetItem(stateText(Brenvoka::SyncQueued)));
+}
+
+void TransferDialog::updateTransfer(int folderSlot, int fileSlot, int percent,
+                                    Brenvoka::SyncStates state)
+{
+    const auto found = rows.find({folderSlot, fileSlot});
+    if (found == rows.end())
+        return;
+    auto &transfer = found->second;
+    if (transfer.state == Brenvoka::SyncCanceling)
+        return;
+    percent = std::clamp(percent, 0, 100);
+    percentSum += percent - transfer.percent;
+    transfer.percent = percent;
+    transfer.state = state;
+
+    auto *item = ui->statusList->item(transfer.row, stateColumn);
+    if (!item)
+        return;
+    item->setText(state == Brenvoka::SyncTransferring ? tr("%1%").arg(percent) : stateText(state));
+    updateOverallProgress();
+    if (ui->ckAutoScroll->isChecked() && state != Brenvoka::SyncCanceling &&
+        state != Brenvoka::SyncFinished)
+        ui->statusList->scrollToItem(item, QAbstractItemView::EnsureVisible);
+}
+
+void TransferDialog::finishTransfer(int folderSlot, int fileSlot)
+{
+    if (rows.empty()) {
+        hide();
+        return;
+    }
+    const auto found = rows.find({folderSlot, fileSlot});
+    if (found == rows.end())
+        return;
+    const auto &transfer = found->second;
+    if (auto *item = ui->statusList->item(transfer.row, stateColumn))
+        item->setText(stateText(transfer.state == Brenvoka::SyncCanceling
+                                    ? Brenvoka::SyncCanceled
+                                    : Brenvoka::SyncFinished));
+}
+
+QString TransferDialog::stateText(Brenvoka::SyncStates state)
+{
+    switch (state) {
+    case Brenvoka::SyncQueued:
+        return tr("queued...");
+    case Brenvoka::SyncImporting:
+        return tr("importing...");
+    case Brenvoka::SyncFailed:
+        return tr("failed");
+    case Brenvoka::SyncCanceling:
+        return tr("canceling...");
+    case Brenvoka::SyncCanceled:
+        return tr("canceled");
+    case Brenvoka::SyncFinished:
+        return tr("finished");
+    case Brenvoka::SyncTransferring: // shown by its percentage
+        break;
+    }
+    return tr("uninitialized");
+}
+
+void TransferDialog::setStateText(const QString &text)
+{
+    if (ui->transferStateLabel->text() != text)
+        ui->transferStateLabel->setText(text);
+}
+
+void TransferDialog::setProgressValue(int value)
+{
+    if (ui->progressBar->value() != value)
+        ui->progressBar->setValue(value);
+}
+
+void TransferDialog::onCancelSync(bool)
+{
+    if (finished)
+        hide();
+    else
+        emit cancelSync();
+}
+
+void TransferDialog::updateOverallProgress()
+{
+    const int mean = percentSum / static_cast<int>(rows.size());
+    setStateText(mean == 100 ? importingText : transferringText);
+    setProgressValue(mean);
+}

@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Protocol/Announcement.h"
+
+#include "Discovery/DiscoverySocket.h"
+
+#include <QtEndian>
+
+Announcement Announcement::from(const Discovery::DiscoveredServer &entry)
+{
+    const QHostAddress address(ntohl(entry.source.sin_addr.s_addr));
+    const QHostAddress mask(qbswap(entry.netmask));
+    const QString subnet = address.toString() + u'/' + mask.toString();
+    const auto uuid = QByteArrayView(entry.uuid.data(), qsizetype(entry.uuid.size()));
+    const std::string_view name = Discovery::name(entry);
+    return {QUuid::fromRfc4122(uuid), address, QHostAddress::parseSubnet(subnet).second,
+            QString::fromUtf8(name.data(), qsizetype(name.size()))};
+}

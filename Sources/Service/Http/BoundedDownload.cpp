@@ -1,0 +1,65 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/Http/BoundedDownload.h"
+
+#include "Log/ZorLog.h"
+#include "Service/Http/ServerRequest.h"
+
+#include <QAbstractNetworkCache>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+
+#include <algorithm>
+
+namespace {
+
+/// More than the largest piece that Qt passes on: it stops short of the end of its buffer by up to
+/// one piece, and then reports nothing more.
+constexpr qint64 bufferMargin = 1 << 20;
+
+void abortAbove(QNetworkReply &reply, qint64 limit)
+{
+    const qint64 stated = reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    if (std::max(stated, reply.bytesAvailable()) <= limit)
+        return;
+    ZOR_LOG(error, "Aborting the download of %s: more than %lld bytes",
+            reply.url().toEncoded().constData(), limit);
+    reply.abort();
+}
+
+/// After a failed decompression Qt goes on downloading and reports no more data.
+void abortUnreadable(QNetworkReply &reply)
+{
+    const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (reply.error() == QNetworkReply::UnknownContentError && status < 400)
+        reply.abort();
+}
+
+/// Qt keeps the file of a body that did not arrive whole until the cache is deleted.
+void dropFromCache(const QNetworkReply &reply)
+{
+    QAbstractNetworkCache *cache = reply.manager()->cache();
+    if (cache != nullptr && reply.error() != QNetworkReply::NoError)
+        cache->remove(reply.url());
+}
+
+} // namespace
+
+namespace BoundedDownload {
+
+QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit)
+{
+    QNetworkReply *reply = manager.get(serverRequest(url));
+    // Qt queues data faster than it reports them, so counting alone would not bound the memory.
+    reply->setReadBufferSize(limit + bufferMargin);
+    const auto check = [reply, limit] { abortAbove(*reply, limit); };
+    QObject::connect(reply, &QNetworkReply::metaDataChanged, reply, check);
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, check);
+    QObject::connect(reply, &QNetworkReply::errorOccurred, reply,
+                     [reply] { abortUnreadable(*reply); });
+    QObject::connect(reply, &QNetworkReply::finished, reply, [reply] { dropFromCache(*reply); });
+    return reply;
+}
+
+} // namespace BoundedDownload

@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Service/Http/UploadFile.h"
+
+#include <algorithm>
+
+#ifdef _WIN32
+#include <io.h>
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
+// Without a buffer of its own, so that the position is that of the bytes handed out.
+UploadFile::UploadFile(const QString &path)
+    : QFile(path)
+{
+    if (openRegularFile())
+        length = QFile::size();
+}
+
+#ifdef _WIN32
+bool UploadFile::openRegularFile()
+{
+    if (!open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return false;
+    const auto file = reinterpret_cast<HANDLE>(_get_osfhandle(handle()));
+    if (GetFileType(file) == FILE_TYPE_DISK)
+        return true;
+    close();
+    return false;
+}
+#else
+// The open file is looked at and not its path, which may mean another file by then. Without
+// O_NONBLOCK the open of a named pipe would wait for a writer.
+bool UploadFile::openRegularFile()
+{
+    const int file =
+        ::open(encodeName(fileName()).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0)
+        return false;
+    struct stat status = {};
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode) &&
+        open(file, QIODevice::ReadOnly | QIODevice::Unbuffered, AutoCloseHandle))
+        return true;
+    ::close(file);
+    return false;
+}
+#endif
+
+// Of nothing at all QHttpMultiPart would ask for the rest for ever.
+qint64 UploadFile::readData(char *data, qint64 maxSize)
+{
+    const qint64 wanted = std::min(maxSize, length - pos());
+    const qint64 count = QFile::readData(data, wanted);
+    return count == 0 && wanted > 0 ? -1 : count;
+}

@@ -1,0 +1,190 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Dialogs/BVPreferencesDialog.h"
+
+#include "Support/FailOnWarning.h"
+#include "Support/Pixels.h"
+
+#include <QCheckBox>
+#include <QDialogButtonBox>
+#include <QPushButton>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct Screen
+{
+    explicit Screen(quint32 level)
+        : dialog(level, nullptr)
+    {
+        dialog.show();
+    }
+
+    [[nodiscard]] QCheckBox *box(quint32 bit) const
+    {
+        const auto name = bit == 1   ? u"checkBoxWarnDeleteAndOverwrite"_s
+                          : bit == 2 ? u"checkBoxWarnMove"_s
+                          : bit == 4 ? u"checkBoxWarnUpload"_s
+                                     : u"checkBoxWarnLarge"_s;
+        return dialog.findChild<QCheckBox *>(name);
+    }
+
+    [[nodiscard]] QPushButton *button(QDialogButtonBox::StandardButton which) const
+    {
+        return dialog.findChild<QDialogButtonBox *>(u"buttonBox"_s)->button(which);
+    }
+
+    [[nodiscard]] quint32 ticked() const
+    {
+        quint32 level = 0;
+        for (const quint32 bit : {1U, 2U, 4U, 8U})
+            level |= box(bit)->isChecked() ? bit : 0;
+        return level;
+    }
+
+    void toggle(quint32 bit) const { QTest::mouseClick(box(bit), Qt::LeftButton, {}, {8, 8}); }
+    void press(QDialogButtonBox::StandardButton which) const
+    {
+        QTest::mouseClick(button(which), Qt::LeftButton);
+    }
+
+    BVPreferencesDialog dialog;
+};
+
+} // namespace
+
+class TestBVPreferencesDialog final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void looksAsDesigned()
+    {
+        const Screen screen(0);
+        QCOMPARE(screen.dialog.objectName(), u"PreferencesDialog"_s);
+        QCOMPARE(screen.dialog.windowTitle(), u"Preferences"_s);
+        QCOMPARE(screen.dialog.windowModality(), Qt::ApplicationModal);
+        QCOMPARE(screen.dialog.size(), QSize(400, 235));
+        QCOMPARE(screen.dialog.minimumWidth(), 400);
+        QCOMPARE(screen.box(1)->text(), u"Warn before delete and overwrite operations"_s);
+        QCOMPARE(screen.box(2)->text(), u"Warn before move operations"_s);
+        QCOMPARE(screen.box(4)->text(), u"Warn before upload operations"_s);
+        QCOMPARE(screen.box(8)->text(), u"Warn before large operations"_s);
+        const QList order{screen.box(2)->y(), screen.box(1)->y(), screen.box(4)->y(),
+                          screen.box(8)->y()};
+        QVERIFY(std::is_sorted(order.begin(), order.end()));
+        for (const auto which : {QDialogButtonBox::Ok, QDialogButtonBox::Cancel})
+            QCOMPARE(screen.button(which)->minimumSize(), QSize(70, 15));
+    }
+
+    void boxesShowTheBitsAndOkKeepsThem_data()
+    {
+        QTest::addColumn<quint32>("level");
+        QTest::addColumn<quint32>("boxes");
+        for (quint32 level = 0; level < 16; ++level)
+            QTest::addRow("level %u", level) << level << level;
+        QTest::newRow("unknown bits are kept") << 0xfffffff5U << 5U;
+    }
+
+    void boxesShowTheBitsAndOkKeepsThem()
+    {
+        QFETCH(quint32, level);
+        Screen screen(level);
+        QTEST(screen.ticked(), "boxes");
+        screen.press(QDialogButtonBox::Ok);
+        QCOMPARE(screen.dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(screen.dialog.warningLevel, level);
+    }
+
+    void levelFiveTicksDeleteAndUpload()
+    {
+        const Screen screen(5);
+        QVERIFY(screen.box(1)->isChecked());
+        QVERIFY(!screen.box(2)->isChecked());
+        QVERIFY(screen.box(4)->isChecked());
+        QVERIFY(!screen.box(8)->isChecked());
+    }
+
+    void eachBoxChangesItsBitAlone_data()
+    {
+        QTest::addColumn<quint32>("bit");
+        for (const quint32 bit : {1U, 2U, 4U, 8U})
+            QTest::addRow("bit %u", bit) << bit;
+    }
+
+    void eachBoxChangesItsBitAlone()
+    {
+        QFETCH(quint32, bit);
+        for (const quint32 level : {0U, 15U, 0xa5a5a5a5U}) {
+            Screen screen(level);
+            screen.toggle(bit);
+            QCOMPARE(screen.dialog.warningLevel, level);
+            screen.press(QDialogButtonBox::Ok);
+            QCOMPARE(screen.dialog.warningLevel, level ^ bit);
+        }
+    }
+
+    void clearingAllBoxesGivesZero()
+    {
+        Screen screen(15);
+        for (const quint32 bit : {1U, 2U, 4U, 8U})
+            screen.toggle(bit);
+        screen.press(QDialogButtonBox::Ok);
+        QCOMPARE(screen.dialog.warningLevel, 0U);
+    }
+
+    void cancelAfterChangesKeepsTheOldLevel()
+    {
+        Screen screen(5);
+        screen.toggle(1);
+        screen.toggle(2);
+        screen.press(QDialogButtonBox::Cancel);
+        QVERIFY(screen.dialog.isHidden());
+        QCOMPARE(screen.dialog.result(), int(QDialog::Rejected));
+        QCOMPARE(screen.dialog.warningLevel, 5U);
+        QCOMPARE(Screen(screen.dialog.warningLevel).ticked(), 5U);
+    }
+
+    void partlyCheckedBoxLeavesItsBit_data()
+    {
+        QTest::addColumn<quint32>("level");
+        QTest::newRow("set") << 15U;
+        QTest::newRow("clear") << 0U;
+    }
+
+    void partlyCheckedBoxLeavesItsBit()
+    {
+        QFETCH(quint32, level);
+        Screen screen(level);
+        for (const quint32 bit : {1U, 2U, 4U, 8U})
+            screen.box(bit)->setCheckState(Qt::PartiallyChecked);
+        screen.press(QDialogButtonBox::Ok);
+        QCOMPARE(screen.dialog.warningLevel, level);
+    }
+
+    void tickIsLegible()
+    {
+        const Screen ticked(2);
+        const Screen clear(0);
+        const int different =
+            visiblyDifferentPixels(ticked.box(2)->grab().toImage(), clear.box(2)->grab().toImage());
+        QVERIFY2(different > 10, qPrintable(QString::number(different)));
+    }
+
+    void keysTickAndAccept()
+    {
+        Screen screen(0);
+        QTest::keyClick(screen.box(2), Qt::Key_Space);
+        QTest::keyClick(&screen.dialog, Qt::Key_Return);
+        QCOMPARE(screen.dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(screen.dialog.warningLevel, 2U);
+    }
+};
+
+QTEST_MAIN(TestBVPreferencesDialog)
+#include "tst_BVPreferencesDialog.moc"

@@ -1,0 +1,121 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Protocol/StreamFraming.h"
+
+#include "Support/FramingModel.h"
+
+#include <QFile>
+#include <QJsonObject>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+using FramingModel::compact;
+
+/// How bytes of the notification stream become documents, with an N for each NUL in the tables.
+class tst_StreamFraming : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void chunks_data()
+    {
+        QTest::addColumn<QStringList>("chunks");
+        QTest::addColumn<QStringList>("documents");
+        QTest::addColumn<QString>("rest");
+
+        const auto row = [](const char *name, const QStringList &chunks,
+                            const QStringList &documents, const QString &rest) {
+            QTest::newRow(name) << chunks << documents << rest;
+        };
+        row("one frame", {u"{}N"_s}, {u"{}"_s}, {});
+        row("two terminators in a row", {u"{}NN[]N"_s}, {u"{}"_s, u"[]"_s}, {});
+        row("terminator at the very start", {u"N{}N"_s}, {u"{}"_s}, {});
+        row("nothing but terminators", {u"NNN"_s}, {}, {});
+        row("empty chunk", {u"{"_s, {}, u"}N"_s}, {u"{}"_s}, {});
+        row("two frames and half of a third", {u"{}N[]N{\"a\""_s}, {u"{}"_s, u"[]"_s}, u"{\"a\""_s);
+        row("the other half of the third", {u"{}N[]N{\"a\""_s, u":1}N"_s},
+            {u"{}"_s, u"[]"_s, u"{\"a\":1}"_s}, {});
+        row("chunk without a terminator is only appended", {u"{}"_s, u"{"_s}, {}, u"{}{"_s);
+        row("terminator alone in its chunk", {u"{}"_s, u"N"_s}, {u"{}"_s}, {});
+        row("whole document behind a terminator", {u"N{}"_s}, {u"{}"_s}, {});
+        row("frame that is not JSON deafens", {u"xN{}N"_s, u"{}N"_s, u"{}N"_s}, {u"{}"_s},
+            u"x{}{}"_s);
+        row("two documents in one frame deafen", {u"{}{}N"_s, u"[]N"_s, u"{}N"_s}, {},
+            u"{}{}[]{}"_s);
+        row("pieces that do not parse are joined", {u"xN{}NyN{}Nz"_s}, {u"{}"_s, u"{}"_s},
+            u"xyz"_s);
+        row("a kept piece may be completed", {u"{\"a\":N"_s, u"1}N"_s}, {u"{\"a\":1}"_s}, {});
+        row("a number is no document", {u"7N"_s}, {}, u"7"_s);
+    }
+
+    void chunks()
+    {
+        QFETCH(const QStringList, chunks);
+        QFETCH(const QStringList, documents);
+        QFETCH(const QString, rest);
+        QByteArray buffer;
+        QStringList taken;
+        for (const QString &chunk : chunks) {
+            const QByteArray bytes = chunk.toUtf8().replace('N', '\0');
+            for (const QByteArray &text : compact(StreamFraming::takeDocuments(buffer, bytes)))
+                taken.append(QString::fromUtf8(text));
+        }
+        QCOMPARE(taken, documents);
+        QCOMPARE(buffer, rest.toUtf8());
+    }
+
+    void everyChunkSizeGivesTheSameDocuments()
+    {
+        QFile file(QStringLiteral(BRENVOKA_WIRE_DIR "/stream.bin"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray stream = file.readAll();
+        QByteArray wholeBuffer;
+        const QByteArrayList whole = compact(StreamFraming::takeDocuments(wholeBuffer, stream));
+        QCOMPARE(whole.size(), 8);
+        for (qsizetype size = 1; size <= stream.size(); ++size) {
+            QByteArray buffer;
+            QByteArrayList documents;
+            for (qsizetype at = 0; at < stream.size(); at += size)
+                documents += compact(StreamFraming::takeDocuments(buffer, stream.mid(at, size)));
+            QCOMPARE(documents, whole);
+            QCOMPARE(buffer, QByteArray());
+        }
+    }
+
+    // Well-formed or not, in whatever chunks: the same as splitting everything anew each time.
+    void behavesLikeTheStepsTakenOneByOne()
+    {
+        const QByteArray bytes =
+            QByteArray("N{}NN[1]N{\"a\":\"bc\"}N{}{N}N {}N\xff[]NN[][]N{}N{").replace('N', '\0');
+        for (qsizetype start = 0; start < bytes.size(); ++start) {
+            for (qsizetype size = 1; size <= bytes.size(); ++size) {
+                QByteArray buffer;
+                QByteArray bookBuffer;
+                for (qsizetype at = start; at < bytes.size(); at += size) {
+                    const QByteArray chunk = bytes.mid(at, size);
+                    QCOMPARE(compact(StreamFraming::takeDocuments(buffer, chunk)),
+                             compact(FramingModel::takeDocuments(bookBuffer, chunk)));
+                    QCOMPARE(buffer, bookBuffer);
+                }
+            }
+        }
+    }
+
+    void keptPieceOutlivesItsChunk()
+    {
+        QByteArray buffer;
+        {
+            QByteArray chunk = QByteArray("N{\"key\":").replace('N', '\0');
+            QVERIFY(StreamFraming::takeDocuments(buffer, chunk).isEmpty());
+            chunk.fill('#');
+        }
+        const QList<QJsonDocument> documents =
+            StreamFraming::takeDocuments(buffer, QByteArray("1}N").replace('N', '\0'));
+        QCOMPARE(compact(documents), QByteArrayList{"{\"key\":1}"});
+    }
+};
+
+QTEST_APPLESS_MAIN(tst_StreamFraming)
+#include "tst_StreamFraming.moc"

@@ -1,0 +1,209 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Support/FailOnWarning.h"
+#include "Widgets/FocusReturn.h"
+
+#include <QDialog>
+#include <QPushButton>
+#include <QTest>
+#include <QVBoxLayout>
+
+#include <memory>
+
+namespace {
+
+/// A window with a panel of two buttons, and a button beside it.
+class Window final : public QWidget
+{
+public:
+    Window()
+    {
+        first.setObjectName(QStringLiteral("first")); // so that Tab has somewhere to begin
+        for (QPushButton *const button : {&first, &other})
+            layout.addWidget(button);
+        layout.addWidget(&panel);
+    }
+    [[nodiscard]] bool open()
+    {
+        show();
+        return QTest::qWaitForWindowActive(this, 30000);
+    }
+    /// Opens with the keyboard on the first button of the panel, where the operator has put it.
+    [[nodiscard]] bool openInPanel()
+    {
+        new FocusReturn(this, &first);
+        const bool isOpen = open();
+        inPanel.setFocus();
+        return isOpen;
+    }
+
+    QVBoxLayout layout{this};
+    QPushButton first;
+    QPushButton other;
+    QWidget panel;
+    QVBoxLayout panelLayout{&panel};
+    QPushButton inPanel{&panel};
+    QPushButton besideInPanel{&panel};
+};
+
+} // namespace
+
+/// Where the keyboard is after widgets were disabled and enabled again.
+class tst_FocusReturn final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void theFirstWidgetGetsItWhenItIsEnabled();
+    void theOperatorsChoiceComesBeforeTheFirstWidget();
+    void itComesBackAfterItsPanelWasDisabled();
+    void itComesBackAfterTheWidgetItselfWasDisabled();
+    void aWidgetThatNeverHadItDoesNotGetIt();
+    void itIsNotTakenFromWhatTheOperatorChose();
+    void itIsNotTakenFromADialog();
+    void aDialogThatClosesMeanwhileDoesNotMoveIt();
+    void aWidgetDisabledBehindADialogGetsItAfterwards();
+    void aDeletedWidgetIsForgotten();
+};
+
+void tst_FocusReturn::theFirstWidgetGetsItWhenItIsEnabled()
+{
+    Window window;
+    window.panel.setEnabled(false);
+    new FocusReturn(&window, &window.inPanel);
+    QVERIFY(window.open());
+    QVERIFY(window.hasFocus());
+    window.panel.setEnabled(true);
+    QVERIFY(window.inPanel.hasFocus());
+}
+
+void tst_FocusReturn::theOperatorsChoiceComesBeforeTheFirstWidget()
+{
+    Window window;
+    window.panel.setEnabled(false);
+    new FocusReturn(&window, &window.inPanel);
+    QVERIFY(window.open());
+    QTest::keyClick(&window, Qt::Key_Tab);
+    QVERIFY(window.first.hasFocus());
+    window.panel.setEnabled(true);
+    QVERIFY(window.first.hasFocus());
+}
+
+void tst_FocusReturn::itComesBackAfterItsPanelWasDisabled()
+{
+    Window window;
+    QVERIFY(window.openInPanel());
+    for (int round = 0; round < 2; ++round) {
+        window.panel.setEnabled(false);
+        QVERIFY(window.hasFocus());
+        window.panel.setEnabled(true);
+        QVERIFY(window.inPanel.hasFocus());
+    }
+}
+
+void tst_FocusReturn::itComesBackAfterTheWidgetItselfWasDisabled()
+{
+    Window window;
+    QVERIFY(window.openInPanel());
+    window.inPanel.setEnabled(false);
+    QVERIFY(!window.besideInPanel.hasFocus());
+    window.besideInPanel.setEnabled(false);
+    window.inPanel.setEnabled(true);
+    QVERIFY(window.inPanel.hasFocus());
+}
+
+void tst_FocusReturn::aWidgetThatNeverHadItDoesNotGetIt()
+{
+    Window window;
+    new FocusReturn(&window, &window.first);
+    QVERIFY(window.open());
+    window.other.setFocus();
+    window.panel.setEnabled(false);
+    window.panel.setEnabled(true);
+    QVERIFY(window.other.hasFocus());
+}
+
+void tst_FocusReturn::itIsNotTakenFromWhatTheOperatorChose()
+{
+    Window window;
+    QVERIFY(window.openInPanel());
+    window.panel.setEnabled(false);
+    window.other.setFocus();
+    window.panel.setEnabled(true);
+    QVERIFY(window.other.hasFocus());
+}
+
+void tst_FocusReturn::itIsNotTakenFromADialog()
+{
+    Window window;
+    QVERIFY(window.openInPanel());
+    window.panel.setEnabled(false);
+
+    QDialog dialog(&window);
+    QPushButton button(&dialog);
+    dialog.open();
+    QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
+    QTRY_VERIFY_WITH_TIMEOUT(button.hasFocus(), 30000);
+    window.panel.setEnabled(true);
+    QVERIFY(button.hasFocus());
+    QCOMPARE(QApplication::activeWindow(), &dialog);
+
+    dialog.close();
+    window.activateWindow(); // done by a window manager otherwise
+    QTRY_VERIFY_WITH_TIMEOUT(window.inPanel.hasFocus(), 30000);
+}
+
+void tst_FocusReturn::aDialogThatClosesMeanwhileDoesNotMoveIt()
+{
+    Window window;
+    QVERIFY(window.openInPanel());
+    {
+        QDialog dialog(&window);
+        QPushButton button(&dialog);
+        dialog.open();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
+        window.panel.setEnabled(false);
+    }
+    window.activateWindow();
+    QTRY_VERIFY_WITH_TIMEOUT(window.hasFocus(), 30000);
+    window.panel.setEnabled(true);
+    QVERIFY(window.inPanel.hasFocus());
+}
+
+void tst_FocusReturn::aWidgetDisabledBehindADialogGetsItAfterwards()
+{
+    Window window;
+    QVERIFY(window.openInPanel());
+    {
+        QDialog dialog(&window);
+        QPushButton button(&dialog);
+        dialog.open();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
+        window.inPanel.setEnabled(false);
+        window.inPanel.setEnabled(true);
+    }
+    window.activateWindow();
+    QTRY_VERIFY_WITH_TIMEOUT(window.inPanel.hasFocus(), 30000);
+}
+
+void tst_FocusReturn::aDeletedWidgetIsForgotten()
+{
+    Window window;
+    QVERIFY(window.openInPanel());
+    auto passing = std::make_unique<QPushButton>(&window);
+    passing->show();
+    passing->setFocus();
+    passing->setEnabled(false);
+    passing.reset();
+    QTest::keyClick(&window, Qt::Key_Tab);
+    QVERIFY(window.first.hasFocus());
+    window.first.setEnabled(false);
+    window.first.setEnabled(true);
+    QVERIFY(window.first.hasFocus());
+}
+
+QTEST_MAIN(tst_FocusReturn)
+#include "tst_FocusReturn.moc"

@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Widgets/ToolTip.h"
+
+#include "Support/FailOnWarning.h"
+
+#include <QTest>
+#include <QTextDocument>
+
+using namespace Qt::Literals::StringLiterals;
+
+/// The tool tips of lines that are cut off.
+class tst_ToolTip final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init() { failOnAnyWarning(); }
+
+    void aToolTipIsNoMarkup()
+    {
+        QTextDocument document;
+        document.setHtml(toolTipOf(u"<img src=x> <b>%1</b> &amp;"_s));
+        QCOMPARE(document.toPlainText(), u"<img src=x> <b>%1</b> &amp;"_s);
+    }
+
+    void aToolTipFitsOnAScreen()
+    {
+        QTextDocument document;
+        document.setHtml(toolTipOf(u"W"_s.repeated(5000)));
+        document.setTextWidth(600);
+        QVERIFY(document.size().width() <= 600);
+        QVERIFY(document.size().height() <= 400);
+    }
+
+    void aToolTipDividesNoSurrogatePair()
+    {
+        for (const QString &start : {u""_s, u"x"_s}) {
+            const QString line = start + u"😀"_s.repeated(400);
+            QTextDocument document;
+            document.setHtml(toolTipOf(line));
+            QString tip = document.toPlainText();
+            for (qsizetype at = 1; at < tip.size(); ++at)
+                QVERIFY(tip.at(at) != QChar(0x200b) || !tip.at(at - 1).isHighSurrogate());
+            tip.remove(QChar(0x200b));
+            QVERIFY(tip.endsWith(u'…'));
+            QVERIFY(tip.size() >= 512);
+            QVERIFY(line.startsWith(tip.chopped(1)));
+        }
+    }
+};
+
+QTEST_MAIN(tst_ToolTip)
+#include "tst_ToolTip.moc"
