@@ -22,7 +22,7 @@ namespace {
 
 constexpr int pixmapCacheKilobytes = 40960;
 
-/// Comes before any use of QStandardPaths, whose answers depend on it.
+/// Call before any use of QStandardPaths: its paths contain these names.
 void setIdentity()
 {
     QCoreApplication::setOrganizationName(u"Zorvik"_s);
@@ -46,7 +46,7 @@ boost::filesystem::path nativePath(const QString &path)
 #endif
 }
 
-/// Where the log can't be had, the program does without.
+/// Without a writable log directory the program runs without a log.
 void startLog()
 {
     const QString path = dataPath();

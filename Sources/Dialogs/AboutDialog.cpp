@@ -15,7 +15,7 @@ namespace {
 constexpr auto productName = "Zorvik Brenvoka"_L1;
 constexpr auto productVersion = "1.0.3"_L1;
 
-/// The lines of the resource are written as C++ literals; their marks are not for the reader.
+/// Removes the quotation marks: the lines of the resource are written as C++ literals.
 QString readQuotedLine(QTextStream &stream)
 {
     constexpr qint64 maxLength = 512;

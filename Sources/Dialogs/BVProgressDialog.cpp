@@ -78,7 +78,7 @@ void BVProgressDialog::setText(const QString &text)
 
 void BVProgressDialog::done(int r)
 {
-    // A maximum below the value resets the bar to -1, so the maximum goes first.
+    // A maximum below the value resets the bar to -1, so the maximum is set first.
     ui->progressBar->setMaximum(0);
     ui->progressBar->setValue(0);
     QDialog::done(r);

@@ -11,35 +11,34 @@ namespace Ui {
 class BVProgressDialog;
 }
 
-/// A bar with a Cancel button, for every operation but a transfer. It stays off the screen for a
+/// A progress bar with a Cancel button, for every operation but a transfer. It is not shown for a
 /// job that ends soon.
 ///
-/// The bar counts steps from 0; with a maximum of 0 it shows the busy state. `rejected` tells that
-/// the user cancelled. Any way of closing the dialog sets it back to 0 of 0, so that one dialog
-/// serves one batch after another.
+/// The bar counts steps from 0; with a maximum of 0 it shows the busy state. `rejected` means that
+/// the user cancelled. Closing the dialog in any way resets it to 0 of 0, so that one dialog can
+/// serve one batch after another.
 class BVProgressDialog final : public QDialog
 {
     Q_OBJECT
 
 public:
-    /// With `autoClose` the last step accepts the dialog; without, it disables the Cancel button,
-    /// since a finished job can't be cancelled, and the owner closes the dialog.
+    /// With `autoClose` the last step accepts the dialog. Without it, the last step disables the
+    /// Cancel button, because a finished job cannot be cancelled, and the owner closes the dialog.
     BVProgressDialog(const QString &text, bool autoClose, QWidget *parent);
     ~BVProgressDialog() override;
 
-    /// Lengthens the bar and shows the dialog: at once, or if `delayed` after 500 ms, unless the
+    /// Raises the maximum and shows the dialog: at once, or if `delayed` after 500 ms, unless the
     /// bar is full by then.
     void addSteps(int count, bool delayed);
     void showIfUnfinished();
 
     [[nodiscard]] int progress() const;
     [[nodiscard]] int maximum() const;
-    /// Moves the bar. A value beyond the maximum is ignored, except that the busy state (maximum 0)
-    /// takes any value.
+    /// Sets the value. A value above the maximum is ignored, except in the busy state (maximum 0).
     void setProgress(int value);
-    /// Takes one step.
+    /// Adds one step.
     void advance();
-    /// Whether the bar stands at its maximum; true also for 0 of 0.
+    /// Whether the value is the maximum; also true for 0 of 0.
     [[nodiscard]] bool isFinished() const;
 
     /// Replaces the label's text, which is shown as plain text.

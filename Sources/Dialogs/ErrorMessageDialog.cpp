@@ -14,11 +14,12 @@
 
 namespace {
 
-/// For the four texts from servers that one failure names at most, with ours around them.
+/// Enough for the four texts from servers that one failure names at most, and the words around
+/// them.
 constexpr qsizetype longestDetail = 5 * longestShownText;
 
-// What a document takes in within a second, and lays out in steps that are not noticed: some 250
-// characters for each visual of a full library.
+// A document reads this much within a second and lays it out in steps too short to notice. It is
+// about 250 characters for each visual of a full library.
 constexpr qsizetype mostCharacters = 16 * 1024 * 1024;
 constexpr qsizetype mostLines = 256 * 1024;
 
@@ -41,8 +42,8 @@ bool fits(const QStringList &details)
     return true;
 }
 
-/// Every failure in its line or lines. Where they are too much for a window, each becomes one line
-/// and has the same share of the room.
+/// Every failure on its line or lines. If they are too much for a window, each is cut to one line
+/// and to the same share of the total.
 QString shownDetails(QStringList details)
 {
     for (QString &detail : details)
@@ -68,7 +69,7 @@ ErrorMessageDialog::ErrorMessageDialog(QWidget *parent)
     ui->errorIcon->setPixmap(icon);
     ui->errorIcon->setMinimumSize(icon.deviceIndependentSize().toSize());
     auto *const ok = ui->buttonBox->button(QDialogButtonBox::Ok);
-    ok->setFocus(); // the button of the details comes before it
+    ok->setFocus(); // the details button would get it
     connect(ok, &QPushButton::pressed, this, &QDialog::accept);
     connect(ui->errorDetails, &QPushButton::toggled, this, &ErrorMessageDialog::showDetails);
     ui->errorDetailsList->hide();
@@ -86,7 +87,7 @@ void ErrorMessageDialog::displayErrorMessage(const QString &message, const QStri
         ui->errorDetails->setEnabled(false);
         ui->errorDetails->hide();
     }
-    // So that a long message is not cut off. Only an activation renews the inner layouts' hints.
+    // Otherwise a long message is cut off. Only an activation updates the hints of inner layouts.
     layout()->activate();
     adjustSize();
 }

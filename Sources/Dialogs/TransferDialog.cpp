@@ -30,7 +30,7 @@ TransferDialog::TransferDialog(QWidget *parent)
     useDarkBase(*ui->ckAutoScroll);
     ui->statusList->setColumnCount(2);
     ui->statusList->setItemDelegate(new RowDelegate(this));
-    // Not on show; a screen reader tells by them what a cell is about.
+    // Not visible; a screen reader reads them as the headers of a cell.
     ui->statusList->setHorizontalHeaderLabels({tr("Visual"), tr("State")});
     ui->statusList->horizontalHeader()->setSectionResizeMode(labelColumn, QHeaderView::Stretch);
     connect(ui->cancelSync, &QPushButton::clicked, this, &TransferDialog::onCancelSync);

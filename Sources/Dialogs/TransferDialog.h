@@ -15,7 +15,7 @@ namespace Ui {
 class TransferDialog;
 }
 
-/// What is known of one visual of a synchronisation.
+/// The state of one visual of a synchronisation.
 struct TransferRow
 {
     int row = -1;                                      ///< its row in the table
@@ -25,9 +25,9 @@ struct TransferRow
 
 /// The progress of one synchronisation: one table row for each visual and an overall bar.
 ///
-/// It holds the only record of each visual's outcome. Closing the window hides it, and the
-/// operation goes on. Every operation costs at most logarithmic time, so that 256 full folders
-/// can be transferred at once.
+/// It has the only record of each visual's outcome. Closing the window hides it; the operation
+/// continues. Every function takes at most logarithmic time, so that 256 full folders can be
+/// transferred at once.
 class TransferDialog final : public QDialog
 {
     Q_OBJECT
@@ -36,24 +36,24 @@ public:
     explicit TransferDialog(QWidget *parent = nullptr);
     ~TransferDialog() override;
 
-    /// Adds a queued row. A visual that has a row already keeps it, with its first label.
+    /// Adds a queued row. A visual that has a row keeps it with its first label.
     void addTransfer(int folderSlot, int fileSlot, const QString &label);
-    /// Takes a progress report; `percent` is clamped to 0 to 100. Without effect for a visual that
-    /// has no row, and for one in `SyncCanceling`: a cancelled row keeps that state.
+    /// Shows a progress report; `percent` is clamped to 0 to 100. Has no effect for a visual
+    /// without a row or one in `SyncCanceling`: a cancelled row keeps that state.
     void updateTransfer(int folderSlot, int fileSlot, int percent, Brenvoka::SyncStates state);
-    /// Sets a row's last text. State, percentage and the overall bar stay as they are. Without any
-    /// rows it hides the dialog.
+    /// Sets a row's final text. State, percentage and the overall bar do not change. Without any
+    /// rows, hides the dialog.
     void finishTransfer(int folderSlot, int fileSlot);
 
-    /// The text of a row in that state; a state without a text of its own is "uninitialized".
+    /// The text of a row in that state; "uninitialized" for a state without a text.
     [[nodiscard]] static QString stateText(Brenvoka::SyncStates state);
 
     void setStateText(const QString &text);
     void setProgressValue(int value);
 
-    /// The rows by folder slot, then file slot. To be read only.
+    /// The rows by folder slot, then file slot. Read only.
     std::map<VisualRef, TransferRow> rows;
-    /// Whether the operation is over, so that the Cancel button merely hides the dialog.
+    /// Whether the operation is over, so that the Cancel button only hides the dialog.
     bool finished = false;
 
 signals:

@@ -37,7 +37,7 @@ bool wouldBlock(int error)
     return error == WSAEWOULDBLOCK;
 }
 
-// Handles of the system fit into 32 bits; INVALID_SOCKET becomes -1.
+// Socket handles fit into 32 bits; INVALID_SOCKET becomes -1.
 int createSocket()
 {
     return static_cast<int>(::socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP));
@@ -82,9 +82,9 @@ void closeHandle(int handle)
     ::close(handle);
 }
 
-// Must not wait from its first moment: a socket that `open` could not finish is polled all the
-// same, and outside Windows reading from one without a port waits for ever. A program without
-// standard input may be given descriptor 0, which here means closed.
+// Non-blocking from the start: a socket that `open` could not finish is still polled, and outside
+// Windows a read from a socket without a port blocks without end. A process without standard input
+// may get descriptor 0, which means "closed" here.
 int createSocket()
 {
     const int handle = ::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_UDP);
@@ -133,7 +133,8 @@ void record(DiscoverySocket &socket, Error error, int systemError)
     socket.lastSocketError = systemError;
 }
 
-/// The sum, which starts again from below: a program that runs for weeks receives that much.
+/// The sum, which wraps around to negative numbers: a program that runs for weeks receives that
+/// much.
 std::int32_t sum(std::int32_t count, std::size_t more)
 {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(count) +
@@ -222,7 +223,7 @@ bool poll(DiscoverySocket &socket)
         return false;
     }
 
-    // One byte more than is taken: systems that cut a datagram in silence show the longer one so.
+    // One byte more than the limit: some systems cut a longer datagram without an error.
     std::array<std::uint8_t, maximumDatagram + 1> buffer;
     sockaddr_in source{};
     const int length = receive(socket.socket, buffer, source);

@@ -11,11 +11,11 @@ namespace Discovery {
 struct DiscoveredServer;
 }
 
-/// One announcement in the program's own types.
+/// One announcement in the types of the program.
 struct Announcement
 {
     QUuid uuid;           ///< null if all its bytes are 0
-    QHostAddress address; ///< where the datagram came from
+    QHostAddress address; ///< the sender of the datagram
     int netmask = 0;      ///< length in bits, -1 if the mask is invalid
     QString name;
 

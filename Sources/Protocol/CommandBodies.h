@@ -11,12 +11,12 @@ class QHostAddress;
 
 /// The form bodies of the five commands, type "application/x-www-form-urlencoded".
 ///
-/// They are the exact bytes of QUrlQuery: a blank in a folder's name becomes "%20", a "&" or "#"
-/// "%26" or "%23", while a "+" and a "%20" that stand in a name go out unchanged, and so do the
-/// ":" and "/" of the source's address.
+/// They are the exact bytes of QUrlQuery. In a folder's name a blank becomes "%20", "&" becomes
+/// "%26" and "#" becomes "%23", but "+" and "%20" are sent unchanged. So are ":" and "/" in the
+/// source's address.
 namespace CommandBodies {
 
-/// Type 1: the server shall fetch the visual in this slot from the server at `source`.
+/// Type 1: fetch the visual in this slot from the server at `source`.
 [[nodiscard]] QByteArray sync(const QHostAddress &source, const VisualRef &visual);
 /// Type 2: remove the visual in this slot.
 [[nodiscard]] QByteArray remove(const VisualRef &visual);
@@ -24,7 +24,7 @@ namespace CommandBodies {
 [[nodiscard]] QByteArray move(int folderSlot, int fromSlot, int toSlot);
 /// Type 4: cancel all transfers.
 [[nodiscard]] QByteArray cancelSyncs();
-/// Type 5: give a folder another name.
+/// Type 5: rename a folder.
 [[nodiscard]] QByteArray rename(const FolderRename &rename);
 
 } // namespace CommandBodies

@@ -10,7 +10,7 @@
 
 std::bitset<1> featureListFromText(const QByteArray &text)
 {
-    // All of the text is judged here: a bitset looks only at as many characters as it has bits.
+    // Checks the whole text: a bitset reads only as many characters as it has bits.
     const auto isBit = [](char character) { return character == '0' || character == '1'; };
     if (!std::all_of(text.cbegin(), text.cend(), isBit))
         throw std::invalid_argument("invalid bitset<N> char");

@@ -7,6 +7,6 @@
 
 class QByteArray;
 
-/// The JSON object in the body of a reply. The text ends at the first NUL byte, and what is not
-/// valid UTF-8 is replaced before parsing. A body that is no JSON object gives an empty one.
+/// The JSON object in the body of a reply. The text ends at the first NUL byte. Invalid UTF-8 is
+/// replaced before parsing. A body that is not a JSON object gives an empty object.
 [[nodiscard]] QJsonObject jsonObjectFromBody(const QByteArray &body);

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Whether the piece is done with: it is empty or gave a document.
+/// Whether the piece is finished: it is empty or is a document.
 bool takePiece(const QByteArray &piece, QList<QJsonDocument> &documents)
 {
     if (piece.isEmpty())

@@ -10,15 +10,16 @@
 /// The framing of the notification stream: JSON documents, each followed by a NUL byte.
 namespace StreamFraming {
 
-/// Adds what has just been received to `buffer` and takes out the documents that are complete.
+/// Appends the received chunk to `buffer` and removes the complete documents from it.
 ///
-/// Buffer and chunk together are split at each NUL byte, unless the chunk holds none. Each piece is
-/// parsed for itself; an empty one is skipped and one that does not parse stays in `buffer`, joined
-/// to others of its kind. So the unfinished tail waits there for its end. A frame that never parses
-/// waits there as well, and what follows is joined to it: the stream is deaf from then on.
+/// If the chunk contains a NUL byte, buffer and chunk together are split at each NUL byte. Each
+/// piece is parsed separately: empty pieces are skipped, and pieces that do not parse stay in
+/// `buffer`, joined together. So an unfinished document waits there for its end. A frame that never
+/// parses stays there as well, and everything that follows is joined to it: no document is read any
+/// more.
 ///
-/// `buffer` starts empty and never holds a NUL byte, so that only the chunk has to be searched for
-/// one, however long a frame is.
+/// `buffer` starts empty and never contains a NUL byte, so only the chunk is searched for one,
+/// however long a frame is.
 [[nodiscard]] QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &chunk);
 
 } // namespace StreamFraming

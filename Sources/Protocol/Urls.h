@@ -8,29 +8,29 @@
 
 class QHostAddress;
 
-/// Where a server listens and what its addresses look like. All traffic is plain HTTP.
+/// The port and the URLs of a server. All traffic is plain HTTP.
 namespace Protocol {
 
 /// The TCP port of every server.
 inline constexpr quint16 port = 4567;
 
-/// The version of the protocol that this client speaks. Every request carries it as "ver".
+/// The version of the protocol of this client. Every request contains it as "ver".
 inline constexpr quint64 clientProtocolVersion = 0x1000000000000;
 
 /// `clientProtocolVersion` in decimal, the value of the key "ver".
 [[nodiscard]] QString versionText();
 
-/// The query that every GET carries: "ver=281474976710656".
+/// The query of every GET: "ver=281474976710656".
 [[nodiscard]] QString versionQuery();
 
-/// "http://ADDRESS:4567", without a trailing slash: how one server is told of another.
+/// "http://ADDRESS:4567", without a trailing slash. Names one server to another.
 [[nodiscard]] QString serverUrl(const QHostAddress &address);
 
 /// The library document.
 [[nodiscard]] QUrl libraryUrl(const QHostAddress &address);
 
-/// The address of the notification stream as it appears in log lines: the host is filled in, the
-/// query still reads "%2".
+/// The URL of the notification stream as it appears in log lines: with the host, and with "%2" as
+/// the query.
 [[nodiscard]] QString notifierUrlTemplate(const QHostAddress &address);
 
 /// The notification stream.

@@ -3,17 +3,18 @@
 
 #pragma once
 
-/// What the program needs of its process.
+/// Prepares the process for the program.
 namespace ProcessSetup {
 
 /// Call first in `main`, before any thread exists and any file is open. On Unix:
-/// - The soft limit of open files becomes the hard one: every server costs a thread and several
-///   descriptors, and Qt ends the program when a thread cannot have its own.
+/// - The soft limit of open files is raised to the hard limit. Every server takes a thread and
+/// several
+///   descriptors, and Qt aborts the program when a new thread gets no descriptor.
 /// - Closed standard streams are replaced by the null device.
-/// - SIGPIPE is ignored, so that a reader or peer that goes away is an error of the call.
-/// - Qt's messages go to standard error in Qt's own form, but only if that needs no waiting.
+/// - SIGPIPE is ignored: writing to a closed pipe or socket fails instead of ending the program.
+/// - Qt's messages are written to standard error in Qt's own format, but only if that cannot block.
 ///
-/// Programs started later would inherit the limit and the ignored signal; this one starts none.
+/// Child processes would inherit the limit and the ignored signal. The program starts none.
 /// Under Windows nothing is needed.
 void prepare();
 

@@ -20,8 +20,8 @@ namespace SingleInstance {
 
 bool acquire()
 {
-    // The handle is never closed: the system drops it with the process, and until then it keeps
-    // the name taken. The global namespace covers all users of the machine.
+    // The handle is never closed: it keeps the name taken until the system closes it with the
+    // process. The global namespace covers all users of the machine.
     CreateMutexA(nullptr, FALSE, "Global\\Brenvoka");
     return GetLastError() != ERROR_ALREADY_EXISTS;
 }
@@ -31,8 +31,8 @@ bool acquire()
 bool acquire()
 {
     // A name in the abstract namespace (unix(7)) belongs to no file system and no user, and the
-    // kernel releases it with the last descriptor, at any kind of death. SOCK_CLOEXEC keeps
-    // children from holding it on. The descriptor is never closed.
+    // kernel releases it with the last descriptor, however the process ends. SOCK_CLOEXEC keeps
+    // child processes from inheriting it. The descriptor is never closed.
     constexpr std::string_view name{"\0Global\\Brenvoka", 16};
     const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (descriptor < 0)

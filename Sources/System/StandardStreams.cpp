@@ -39,14 +39,14 @@ void writeAtOnce(int stream, std::string_view text)
         write();
     } else if (type == FILE_TYPE_PIPE &&
                GetNamedPipeHandleStateA(handle, &mode, nullptr, nullptr, nullptr, nullptr, 0)) {
-        // No call waits less than the pipe's mode says.
+        // Whether a write blocks depends only on the pipe's mode.
         DWORD notWaiting = mode | PIPE_NOWAIT;
         if (SetNamedPipeHandleState(handle, &notWaiting, nullptr, nullptr)) {
             write();
             SetNamedPipeHandleState(handle, &mode, nullptr, nullptr);
         }
     }
-    // A console is left out: it waits while the operator marks text in it.
+    // A console is never written to: it blocks while the operator selects text in it.
 }
 
 #else
@@ -55,11 +55,11 @@ namespace {
 
 void writeTo(int descriptor, std::string_view text)
 {
-    // Whatever was not written is dropped.
+    // Text that was not written is dropped.
     [[maybe_unused]] const ssize_t size = ::write(descriptor, text.data(), text.size());
 }
 
-/// Whether a pipe has a reader and takes a text of up to PIPE_BUF bytes.
+/// Whether a pipe has a reader and room for a text of up to PIPE_BUF bytes.
 bool hasRoom(int pipe)
 {
     pollfd request{pipe, POLLOUT, 0};
@@ -93,15 +93,15 @@ void writeAtOnce(int stream, std::string_view text)
     const bool isPipe = S_ISFIFO(status.st_mode);
     if (isPipe && !hasRoom(stream))
         return;
-    // O_NONBLOCK belongs to the open file, not to the descriptor, and so to all processes that
-    // inherited it. A pipe or terminal is therefore opened again.
+    // O_NONBLOCK is a property of the open file, not of the descriptor, so setting it would change
+    // the stream for all processes that inherited it. A pipe or terminal is opened again instead.
     const std::string path = "/proc/self/fd/" + std::to_string(stream);
     const int own = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (own >= 0) {
         writeTo(own, text);
         close(own);
     } else if (isPipe) {
-        // Another user's pipe, as under sudo. Only another writer could take the room meanwhile.
+        // Another user's pipe, for example under sudo. Only another writer can fill it meanwhile.
         writeTo(stream, text.substr(0, PIPE_BUF));
     }
 }

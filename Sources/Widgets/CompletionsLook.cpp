@@ -21,7 +21,7 @@ bool CompletionsLook::eventFilter(QObject *watched, QEvent *event)
         QObject *const child = static_cast<QChildEvent *>(event)->child();
         auto *const dialog =
             qobject_cast<QFileDialog *>(child); // clazy:exclude=child-event-qobject-cast
-        // The desktop's own file dialog has none.
+        // The desktop's native file dialog has no such list.
         if (const auto *const completer = dialog ? dialog->findChild<QCompleter *>() : nullptr)
             completer->popup()->setParent(dialog, Qt::Popup);
     }

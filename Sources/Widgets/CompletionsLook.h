@@ -7,14 +7,14 @@
 
 class QWidget;
 
-/// Gives the file dialogs of a window the window's look down to the list of completions under
-/// their name box. Qt makes that list a window without a parent, which no style sheet reaches.
+/// Applies the window's style to the list of completions under the name box of its file dialogs. Qt
+/// creates that list as a window without a parent, so the window's style sheet does not reach it.
 class CompletionsLook final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The window becomes the parent.
+    /// `window` becomes the parent.
     explicit CompletionsLook(QWidget *window);
 
 protected:

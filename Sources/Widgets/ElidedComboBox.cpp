@@ -15,7 +15,7 @@ ElidedComboBox::ElidedComboBox(QWidget *parent)
 {
 }
 
-// Only here: to measure the entries takes long, and a refill may come a thousand times a second.
+// Measured only here: it is slow, and the box may be refilled a thousand times a second.
 void ElidedComboBox::showPopup()
 {
     constexpr int broadest = 700;

@@ -5,8 +5,8 @@
 
 #include <QComboBox>
 
-/// A combo box whose text is elided where it does not fit, and is then shown in its tool tip. Its
-/// items are one line each. Its list opens as wide as its longest entry, up to 700 pixels.
+/// A combo box that elides its text if it does not fit and then shows it in its tool tip. Items
+/// have one line. The list opens as wide as its longest entry, up to 700 pixels.
 class ElidedComboBox final : public QComboBox
 {
     Q_OBJECT

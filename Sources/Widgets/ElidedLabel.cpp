@@ -11,7 +11,7 @@
 #include <QTextDocument>
 #include <QToolTip>
 
-/// A part of the line with one look.
+/// A part of the line with one format.
 struct ElidedLabel::Piece
 {
     QString text;

@@ -5,8 +5,8 @@
 
 #include <QLabel>
 
-/// A label on one line that is elided where it does not fit, and then has all of its text as a tool
-/// tip. `text()` is what was set; rich text may change the font and its colour within the line.
+/// A label of one line that elides its text if it does not fit and then shows it in its tool tip.
+/// `text()` is the text that was set. Rich text may change font and colour within the line.
 class ElidedLabel final : public QLabel
 {
     Q_OBJECT

@@ -20,8 +20,7 @@ void FocusReturn::follow(const QWidget *former, QWidget *now)
 {
     if (!now || now == window || now->window() != window)
         return;
-    // Qt moves it on while the widget is being disabled; whatever comes after that is the
-    // operator's doing.
+    // Qt moves the focus while it disables the widget. Later changes come from the operator.
     const bool isMovedByQt = holder && former == holder && !holder->isEnabled();
     if (!isMovedByQt)
         hold(now);

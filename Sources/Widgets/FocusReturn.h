@@ -8,21 +8,21 @@
 
 class QWidget;
 
-/// Keeps the keyboard's place in a window whose widgets are disabled for a while, as a bank is
-/// while its thumbnails are loaded.
+/// Keeps the keyboard focus in a window whose widgets are disabled for a while, like a bank while
+/// its thumbnails are loaded.
 ///
 /// Qt takes the focus from a widget that is disabled, and gives it to the window's first widget
-/// when a dialog closes meanwhile. Here it waits on the window itself, where no key means anything,
-/// and returns to the widget when that is enabled again; but not when the operator has put it
-/// elsewhere in the meantime. Only the window's own focus is moved, never that of a dialog in front
+/// when a dialog closes meanwhile. This class gives the focus to the window itself, where no key
+/// has an effect, and back to the widget when that is enabled again, unless the operator has moved
+/// the focus in the meantime. It moves only the window's own focus, never that of a dialog in front
 /// of it.
 class FocusReturn final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The window becomes the parent. `first` is one of its widgets: it gets the focus as soon as
-    /// it is enabled, if the operator has not chosen before.
+    /// `window` becomes the parent. `first` is one of its widgets: it gets the focus as soon as it
+    /// is enabled, unless the operator has chosen another widget before.
     FocusReturn(QWidget *window, QWidget *first);
 
 protected:
@@ -33,5 +33,5 @@ private:
     void hold(QWidget *widget);
 
     QWidget *window;
-    QPointer<QWidget> holder; ///< the widget that the operator has put the focus on
+    QPointer<QWidget> holder; ///< the widget to which the operator gave the focus
 };

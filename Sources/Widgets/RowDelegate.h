@@ -5,12 +5,12 @@
 
 #include <QStyledItemDelegate>
 
-/// Draws rows of one line each, with texts of up to `longestShownText`. A text is elided where it
-/// does not fit, and then a tool tip shows more of it. No more letters are laid out than the row
-/// has pixels: all rows of a folder may be visible, with long names.
+/// Draws rows of one line with texts of up to `longestShownText`. A text that does not fit is
+/// elided, and a tool tip shows more of it. Only as many letters are laid out as the row has
+/// pixels, because all rows of a folder may be visible with long names.
 ///
-/// A row looks the same while its view is disabled. A bank is, from the opening of a folder until
-/// its thumbnails are there, mostly for some milliseconds, and all its pictures would flicker.
+/// A row looks the same while its view is disabled. A bank is disabled from the opening of a folder
+/// until its thumbnails are loaded, mostly for some milliseconds; its pictures would flicker.
 class RowDelegate final : public QStyledItemDelegate
 {
     Q_OBJECT
