@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Model/Server.h"
+#include "Model/Warnings.h"
 
 #include <QHash>
 
@@ -25,9 +26,9 @@ public:
     QList<Server *> servers; ///< all known servers; owned
     /// Index of the folder that is open in the banks, -1 at the folders level. Not persisted.
     int selectedFolder = -1;
-    bool selectedViewMode = false;     ///< true is list view, false is grid view
-    int selectedIconSize = 1;          ///< 0 small, 1 medium, 2 large; any number is carried along
-    quint32 warningLevel = 0xFFFFFFFF; ///< a set bit means that the warning is shown
+    bool selectedViewMode = false; ///< true is list view, false is grid view
+    int selectedIconSize = 1;      ///< 0 small, 1 medium, 2 large; any number is carried along
+    quint32 warningLevel = Warnings::all; ///< the warnings that are shown
     ProtocolInfo protocolInfo;
 
     /// Reads the three options. What is absent gets its default; a text that is no number reads as

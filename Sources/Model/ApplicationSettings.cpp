@@ -28,7 +28,7 @@ void ApplicationModel::load()
     const QSettings settings(settingsFilePath(), QSettings::IniFormat);
     selectedIconSize = settings.value(iconSizeKey, 1).toInt();
     selectedViewMode = settings.value(viewModeKey, false).toBool();
-    warningLevel = settings.value(warningLevelKey, 0xFFFFFFFF).toUInt();
+    warningLevel = settings.value(warningLevelKey, Warnings::all).toUInt();
 }
 
 bool ApplicationModel::save()

@@ -51,13 +51,10 @@ const MediaFolder *folderAt(const Server &server, int position)
     return position == -1 ? nullptr : &server.folders.at(position);
 }
 
-// A library has folders 0 to 256, each with visuals 0 to 255.
-constexpr int folderCount = std::tuple_size_v<FolderPositions>;
-constexpr int visualCount = 256;
-
 bool isVisual(const VisualRef &ref)
 {
-    return ref.first >= 0 && ref.first < folderCount && ref.second >= 0 && ref.second < visualCount;
+    return ref.first >= 0 && ref.first <= Slots::lastFolder && ref.second >= 0 &&
+           ref.second <= Slots::last;
 }
 
 /// Finds the folders and visuals of one server in constant time, for as long as the server lives
@@ -66,8 +63,8 @@ class LibraryIndex final
 {
 public:
     explicit LibraryIndex(const Server &server)
-        : folders(folderCount)
-        , visuals(std::size_t(folderCount) * visualCount)
+        : folders(std::tuple_size_v<FolderPositions>)
+        , visuals(folders.size() * Slots::count)
     {
         for (const int position : server.folderPositions()) {
             if (const MediaFolder *const folder = folderAt(server, position))
@@ -77,7 +74,7 @@ public:
 
     [[nodiscard]] const MediaFolder *folder(int slot) const
     {
-        return isVisual({slot, 0}) ? folders[std::size_t(slot)] : nullptr;
+        return isVisual({slot, 0}) ? folders[static_cast<std::size_t>(slot)] : nullptr;
     }
     [[nodiscard]] const Visual *visual(const VisualRef &ref) const
     {
@@ -87,12 +84,12 @@ public:
 private:
     static std::size_t position(const VisualRef &ref)
     {
-        return std::size_t(ref.first) * visualCount + std::size_t(ref.second);
+        return static_cast<std::size_t>(ref.first * Slots::count + ref.second);
     }
 
     void add(const MediaFolder &folder)
     {
-        folders[std::size_t(folder.slot)] = &folder;
+        folders[static_cast<std::size_t>(folder.slot)] = &folder;
         for (const Visual &visual : folder.files) {
             const VisualRef ref(folder.slot, visual.slot);
             if (isVisual(ref) && !visuals[position(ref)])

@@ -4,6 +4,7 @@
 #include "Model/MediaFolder.h"
 
 #include "Model/JsonSlot.h"
+#include "Model/Slots.h"
 
 #include <QJsonArray>
 
@@ -12,9 +13,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-constexpr int highestSlot = 256;
-constexpr qsizetype maximumFiles = 256;
 
 std::optional<QList<Visual>> filesFromJson(const QJsonArray &array)
 {
@@ -36,12 +34,12 @@ bool MediaFolder::fromJson(const QJsonObject &json)
 {
     const QJsonValue jsonFiles = json["files"_L1];
     const QJsonValue jsonName = json["name"_L1];
-    const std::optional<int> jsonSlot = slotFromJson(json["slot"_L1], highestSlot);
+    const std::optional<int> jsonSlot = slotFromJson(json["slot"_L1], Slots::lastFolder);
     if (!jsonFiles.isArray() || !jsonName.isString() || !jsonSlot)
         return false;
 
     const QJsonArray array = jsonFiles.toArray();
-    if (array.size() > maximumFiles)
+    if (array.size() > Slots::count)
         return false;
     const std::optional<QList<Visual>> newFiles = filesFromJson(array);
     if (!newFiles)

@@ -5,6 +5,7 @@
 
 #include "Model/MediaFolder.h"
 #include "Model/ProtocolInfo.h"
+#include "Model/Slots.h"
 
 #include <QHostAddress>
 #include <QPair>
@@ -24,7 +25,7 @@ struct SubnetMatch
 };
 
 /// Positions in the list of folders by slot number, 0 to 256; -1 where no folder has that slot.
-using FolderPositions = std::array<int, 257>;
+using FolderPositions = std::array<int, Slots::lastFolder + 1>;
 
 /// One media server. Identified by its uuid; with a null uuid it is the invalid server.
 struct Server

@@ -4,11 +4,11 @@
 #include "Model/Visual.h"
 
 #include "Model/JsonSlot.h"
+#include "Model/Slots.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-constexpr int highestSlot = 255;
 constexpr qsizetype hashLength = 32;
 } // namespace
 
@@ -16,7 +16,7 @@ bool Visual::fromJson(const QJsonObject &json)
 {
     const QJsonValue jsonHash = json["hash"_L1];
     const QJsonValue jsonName = json["name"_L1];
-    const std::optional<int> jsonSlot = slotFromJson(json["slot"_L1], highestSlot);
+    const std::optional<int> jsonSlot = slotFromJson(json["slot"_L1], Slots::last);
     if (!jsonHash.isString() || !jsonName.isString() || !jsonSlot)
         return false;
 

@@ -5,6 +5,7 @@
 
 #include "Log/ZorLog.h"
 #include "Model/MediaFolder.h"
+#include "Model/Slots.h"
 #include "Protocol/Urls.h"
 #include "Service/Http/BoundedDownload.h"
 
@@ -20,7 +21,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int slotCount = 256;
 constexpr qint64 maximumBodySize = 16 << 20;
 /// 4096 x 4096. With 8 bytes for each, the deepest that Qt reads, they take just the 128 MB of
 /// QImageReader's allocation limit, so that within this bound that limit refuses nothing.
@@ -76,7 +76,7 @@ void ThumbnailService::loadThumbnails(const MediaFolder &folder, int mediaFolder
     if (load != generation)
         return;
     serverAddress = serverIp;
-    pixmaps.resize(slotCount);
+    pixmaps.resize(Slots::count);
     for (const Visual &visual : folder.files) {
         const QString cacheKey = u"thumbnail+"_s + visual.hash;
         if (!QPixmapCache::find(cacheKey, &pixmaps[visual.slot]))

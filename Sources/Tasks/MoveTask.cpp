@@ -4,8 +4,8 @@
 #include "Tasks/MoveTask.h"
 
 #include "Dialogs/BVProgressDialog.h"
+#include "Model/Slots.h"
 #include "Service/ServerConnectionService.h"
-#include "Tasks/ThreeDigits.h"
 #include "Text/ShownText.h"
 
 MoveTask::MoveTask(ApplicationModel *applicationModel, BVMainWindow *window,
@@ -79,6 +79,6 @@ QStringList MoveTask::errorDetails() const
     if (!failed)
         return {};
     return {tr("Move from %1 to %2 in folder %3 on server \"%4\" failed: %5.")
-                .arg(threeDigits(from), threeDigits(to), threeDigits(folder), serverName(server),
-                     error)};
+                .arg(Slots::threeDigits(from), Slots::threeDigits(to), Slots::threeDigits(folder),
+                     serverName(server), error)};
 }

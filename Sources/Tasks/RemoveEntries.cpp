@@ -3,7 +3,7 @@
 
 #include "Tasks/RemoveEntries.h"
 
-#include "Tasks/ThreeDigits.h"
+#include "Model/Slots.h"
 #include "Text/ShownText.h"
 
 #include <algorithm>
@@ -36,8 +36,8 @@ QStringList RemoveEntries::failureLines(const QString &server) const
     for (const RemoveEntry &entry : entries) {
         if (entry.failed)
             lines.append(tr("Remove visual %1 in folder %2 on server \"%3\" failed: %4.")
-                             .arg(threeDigits(entry.fileSlot), threeDigits(entry.folderSlot),
-                                  server, entry.error));
+                             .arg(Slots::threeDigits(entry.fileSlot),
+                                  Slots::threeDigits(entry.folderSlot), server, entry.error));
     }
     return lines;
 }

@@ -7,8 +7,8 @@
 #include "Dialogs/TransferDialog.h"
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
+#include "Model/Slots.h"
 #include "Service/ServerConnectionService.h"
-#include "Tasks/ThreeDigits.h"
 #include "Text/ShownText.h"
 #include "UI/BVMainWindow.h"
 
@@ -299,8 +299,8 @@ QStringList SyncTask::errorDetails() const
     for (const RenameEntry &entry : renames) {
         if (entry.failed)
             lines.append(tr("Rename folder index %1 to %2 on server \"%3\" failed: %4.")
-                             .arg(threeDigits(entry.folderSlot), shownName(entry.name), server,
-                                  entry.error));
+                             .arg(Slots::threeDigits(entry.folderSlot), shownName(entry.name),
+                                  server, entry.error));
     }
     return lines + transferErrors;
 }
@@ -330,8 +330,8 @@ QString SyncTask::transferErrorLine(const QString &destination, const QString &s
                                     int folderSlot, int fileSlot, Brenvoka::SyncStates state,
                                     const QString &error, const QString &url)
 {
-    const QString folder = threeDigits(folderSlot);
-    const QString file = threeDigits(fileSlot);
+    const QString folder = Slots::threeDigits(folderSlot);
+    const QString file = Slots::threeDigits(fileSlot);
     switch (state) {
     case Brenvoka::SyncQueued:
         return tr("Visual sync from %2 failed while queued on server \"%1\": %3.")

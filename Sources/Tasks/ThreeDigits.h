@@ -3,10 +3,6 @@
 
 #pragma once
 
-#include <QString>
+#include "Model/Slots.h"
 
-/// How a folder or slot number stands in the operator's messages: at least three digits.
-[[nodiscard]] inline QString threeDigits(int number)
-{
-    return QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0'));
-}
+using Slots::threeDigits;

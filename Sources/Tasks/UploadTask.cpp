@@ -4,8 +4,8 @@
 #include "Tasks/UploadTask.h"
 
 #include "Dialogs/BVProgressDialog.h"
+#include "Model/Slots.h"
 #include "Service/ServerConnectionService.h"
-#include "Tasks/ThreeDigits.h"
 #include "Text/ShownText.h"
 
 UploadTask::UploadTask(ApplicationModel *applicationModel, BVMainWindow *window,
@@ -94,5 +94,6 @@ QStringList UploadTask::errorDetails() const
     if (!failed)
         return {};
     return {tr("Upload for visual %1 in folder %2 to server \"%3\" failed: %4.")
-                .arg(threeDigits(fileSlot), threeDigits(folderSlot), serverName(server), error)};
+                .arg(Slots::threeDigits(fileSlot), Slots::threeDigits(folderSlot),
+                     serverName(server), error)};
 }
