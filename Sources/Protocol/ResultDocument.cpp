@@ -14,47 +14,37 @@ namespace {
 
 constexpr int resultMessage = 7;
 
-QString text(const char *source)
+Outcome failure(const char *text)
 {
-    return QCoreApplication::translate("ServerConnectionHandler", source);
+    return {false, QCoreApplication::translate("ServerConnectionHandler", text)};
 }
 
 } // namespace
 
 namespace ResultDocument {
 
-void parse(const QByteArray &body, bool &success, QString &message)
+Outcome parse(const QByteArray &body)
 {
     const QJsonObject document = jsonObjectFromBody(body);
-    success = false;
-    if (document["msg_type"_L1].toInt(0) != resultMessage) {
-        message = text(QT_TRANSLATE_NOOP("ServerConnectionHandler", "Invalid response data"));
-        return;
-    }
+    if (document["msg_type"_L1].toInt(0) != resultMessage)
+        return failure(QT_TRANSLATE_NOOP("ServerConnectionHandler", "Invalid response data"));
     switch (document["RESULT"_L1].toInt(0)) {
     case 0:
-        success = true;
-        message.clear();
-        break;
+        return {true, {}};
     case 1:
-        message = text(QT_TRANSLATE_NOOP("ServerConnectionHandler", "Visual is in use"));
-        break;
+        return failure(QT_TRANSLATE_NOOP("ServerConnectionHandler", "Visual is in use"));
     case 2:
-        message = text(QT_TRANSLATE_NOOP("ServerConnectionHandler", "Unknown failure"));
-        break;
+        return failure(QT_TRANSLATE_NOOP("ServerConnectionHandler", "Unknown failure"));
     case 3:
-        message = document["ERROR"_L1].toString();
-        break;
+        return {false, document["ERROR"_L1].toString()};
     case 4:
-        message =
-            text(QT_TRANSLATE_NOOP("ServerConnectionHandler", "Media library folder is in use"));
-        break;
+        return failure(
+            QT_TRANSLATE_NOOP("ServerConnectionHandler", "Media library folder is in use"));
     case 5:
-        message =
-            text(QT_TRANSLATE_NOOP("ServerConnectionHandler", "Reserved or read-only folder"));
-        break;
+        return failure(
+            QT_TRANSLATE_NOOP("ServerConnectionHandler", "Reserved or read-only folder"));
     default:
-        break;
+        return {};
     }
 }
 

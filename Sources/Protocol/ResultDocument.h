@@ -6,13 +6,19 @@
 #include <QByteArray>
 #include <QString>
 
+/// How a request ended.
+struct Outcome
+{
+    bool success = false;
+    QString message; ///< for the operator; empty on success, and when no reason is known
+};
+
 /// The body of the reply to a removal, a move, a rename or an upload: a JSON object with
 /// "msg_type" 7 and the outcome under "RESULT".
 namespace ResultDocument {
 
-/// `success` becomes true for "RESULT" 0 alone. `message` becomes the operator's text, empty on
-/// success; an unknown "RESULT" is a failure that leaves it as it was. Anything but a result
-/// document is a failure with a text of its own.
-void parse(const QByteArray &body, bool &success, QString &message);
+/// Only "RESULT" 0 is a success. An unknown "RESULT" is a failure without a message; anything but
+/// a result document is a failure with a message of its own.
+[[nodiscard]] Outcome parse(const QByteArray &body);
 
 } // namespace ResultDocument

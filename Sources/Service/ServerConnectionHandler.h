@@ -20,6 +20,7 @@
 
 class QJsonArray;
 class QJsonObject;
+struct Outcome;
 
 /// One connection to one server, through one address: the notification stream that the server
 /// talks on, and the commands and the upload that are sent to it.
@@ -150,7 +151,9 @@ private:
     void sendWaitingCommands();
     void sendNextRemoval();
     void sendNextRename();
-    static void readOutcome(QNetworkReply *reply, bool &success, QString &message);
+    [[nodiscard]] static Outcome readOutcome(QNetworkReply *reply);
+    [[nodiscard]] static Outcome readLoggedOutcome(QNetworkReply *reply, const char *internalError,
+                                                   const QString &failure);
     static void parseResult(QNetworkReply *reply, bool &success, QString &message);
 
     void streamEnded(QNetworkReply *reply);

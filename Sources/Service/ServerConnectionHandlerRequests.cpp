@@ -89,15 +89,13 @@ void ServerConnectionHandler::cancelRemoves()
 
 void ServerConnectionHandler::sendNextRemoval()
 {
-    if (removeQueue.isEmpty()) {
-        removeQueue = {};
+    const std::optional<VisualRef> visual = takeHead(removeQueue);
+    if (!visual) {
         removeInFlight = {};
         return;
     }
-    const VisualRef visual = removeQueue.constFirst();
-    takeHead(removeQueue);
-    removeInFlight = {nullptr, visual.first, visual.second,
-                      enqueue(CommandBodies::remove(visual), Delivery::Once)};
+    removeInFlight = {nullptr, visual->first, visual->second,
+                      enqueue(CommandBodies::remove(*visual), Delivery::Once)};
     sendWaitingCommands();
 }
 
@@ -112,15 +110,13 @@ void ServerConnectionHandler::requestRename(const QList<FolderRename> &renames)
 
 void ServerConnectionHandler::sendNextRename()
 {
-    if (renameQueue.isEmpty()) {
-        renameQueue = {};
+    const std::optional<FolderRename> rename = takeHead(renameQueue);
+    if (!rename) {
         renameInFlight = {};
         return;
     }
-    const FolderRename rename = renameQueue.constFirst();
-    takeHead(renameQueue);
-    renameInFlight = {nullptr, rename.folderSlot, rename.name,
-                      enqueue(CommandBodies::rename(rename), Delivery::Once)};
+    renameInFlight = {nullptr, rename->folderSlot, rename->name,
+                      enqueue(CommandBodies::rename(*rename), Delivery::Once)};
     sendWaitingCommands();
 }
 
@@ -190,16 +186,15 @@ void ServerConnectionHandler::uploadEnded(QNetworkReply *reply)
     uploadReply = nullptr;
     if (closing)
         return;
-    bool success = false;
-    QString message;
-    parseResult(reply, success, message);
-    if (success) {
+    Outcome outcome;
+    parseResult(reply, outcome.success, outcome.message);
+    if (outcome.success) {
         emit uploadedFileFinished(uuid);
         return;
     }
     ZOR_LOG(error, "Upload failed on server %s reason: %s", qPrintable(address.toString()),
-            qUtf8Printable(message));
-    emit uploadedFileError(uuid, message);
+            qUtf8Printable(outcome.message));
+    emit uploadedFileError(uuid, outcome.message);
 }
 
 /// The records say which command it was; a sync, a cancel and a reply that nobody waits for any
@@ -221,19 +216,17 @@ void ServerConnectionHandler::commandEnded(QNetworkReply *reply)
 
 void ServerConnectionHandler::moveEnded(QNetworkReply *reply)
 {
-    bool success = false;
-    QString message;
-    readOutcome(reply, success, message);
+    const Outcome outcome = readOutcome(reply);
     if (reply->error() != QNetworkReply::NoError) {
         ZOR_LOG(error,
                 "Element move failed on server %s folder %d from file %d to file %d reason: %s",
                 qPrintable(address.toString()), moveInFlight.folderSlot, moveInFlight.fromSlot,
-                moveInFlight.toSlot, qUtf8Printable(message));
+                moveInFlight.toSlot, qUtf8Printable(outcome.message));
     }
-    if (success)
+    if (outcome.success)
         emit handlerMoveFileFinished(uuid);
     else
-        emit handlerMoveFileError(uuid, message);
+        emit handlerMoveFileError(uuid, outcome.message);
     if (moveInFlight.reply == reply)
         moveInFlight = {};
 }
@@ -242,20 +235,14 @@ void ServerConnectionHandler::removeEnded(QNetworkReply *reply)
 {
     const int folderSlot = removeInFlight.folderSlot;
     const int fileSlot = removeInFlight.fileSlot;
-    bool success = false;
-    QString message;
-    readOutcome(reply, success, message);
-    if (success) {
+    const Outcome outcome =
+        readLoggedOutcome(reply, QT_TR_NOOP("Internal error. Element removal failed on server"),
+                          QString::asprintf("Element remove failed on server %s folder %d file %d",
+                                            qPrintable(address.toString()), folderSlot, fileSlot));
+    if (outcome.success)
         emit handlerRemoveFinished(uuid, folderSlot, fileSlot);
-    } else if (reply->error() != QNetworkReply::NoError && message.isEmpty()) {
-        ZOR_LOG(error, "Internal error. Element removal failed on server");
-        emit handlerRemoveError(uuid, folderSlot, fileSlot,
-                                tr("Internal error. Element removal failed on server"));
-    } else {
-        ZOR_LOG(error, "Element remove failed on server %s folder %d file %d reason: %s",
-                qPrintable(address.toString()), folderSlot, fileSlot, qUtf8Printable(message));
-        emit handlerRemoveError(uuid, folderSlot, fileSlot, message);
-    }
+    else
+        emit handlerRemoveError(uuid, folderSlot, fileSlot, outcome.message);
     if (!closing)
         sendNextRemoval();
 }
@@ -263,34 +250,49 @@ void ServerConnectionHandler::removeEnded(QNetworkReply *reply)
 void ServerConnectionHandler::renameEnded(QNetworkReply *reply)
 {
     const int folderSlot = renameInFlight.folderSlot;
-    bool success = false;
-    QString message;
-    readOutcome(reply, success, message);
-    if (success) {
+    const Outcome outcome =
+        readLoggedOutcome(reply, QT_TR_NOOP("Internal error. Folder rename failed on server"),
+                          QString::asprintf("Folder rename failed on server %s folder %d",
+                                            qPrintable(address.toString()), folderSlot));
+    if (outcome.success)
         emit handlerRenameFinished(uuid, folderSlot);
-    } else if (reply->error() != QNetworkReply::NoError && message.isEmpty()) {
-        ZOR_LOG(error, "Internal error. Folder rename failed on server");
-        emit handlerRenameError(uuid, folderSlot,
-                                tr("Internal error. Folder rename failed on server"));
-    } else {
-        ZOR_LOG(error, "Folder rename failed on server %s folder %d reason: %s",
-                qPrintable(address.toString()), folderSlot, qUtf8Printable(message));
-        emit handlerRenameError(uuid, folderSlot, message);
-    }
+    else
+        emit handlerRenameError(uuid, folderSlot, outcome.message);
     if (!closing)
         sendNextRename();
 }
 
-/// The result in the body, or else the text of the network error.
-void ServerConnectionHandler::readOutcome(QNetworkReply *reply, bool &success, QString &message)
+/// A failure is logged as `failure` with its reason. A network error without a text gets
+/// `internalError` as its message.
+Outcome ServerConnectionHandler::readLoggedOutcome(QNetworkReply *reply, const char *internalError,
+                                                   const QString &failure)
 {
+    Outcome outcome = readOutcome(reply);
+    if (outcome.success)
+        return outcome;
+    if (reply->error() != QNetworkReply::NoError && outcome.message.isEmpty()) {
+        ZOR_LOG(error, "%s", internalError);
+        outcome.message = tr(internalError);
+    } else {
+        ZOR_LOG(error, "%s reason: %s", qUtf8Printable(failure), qUtf8Printable(outcome.message));
+    }
+    return outcome;
+}
+
+/// The result in the body, or else the text of the network error.
+Outcome ServerConnectionHandler::readOutcome(QNetworkReply *reply)
+{
+    Outcome outcome;
     if (reply->error() == QNetworkReply::NoError)
-        parseResult(reply, success, message);
+        parseResult(reply, outcome.success, outcome.message);
     else
-        message = reply->errorString();
+        outcome.message = reply->errorString();
+    return outcome;
 }
 
 void ServerConnectionHandler::parseResult(QNetworkReply *reply, bool &success, QString &message)
 {
-    ResultDocument::parse(reply->readAll(), success, message);
+    const Outcome outcome = ResultDocument::parse(reply->readAll());
+    success = outcome.success;
+    message = outcome.message;
 }

@@ -35,7 +35,8 @@ private slots:
         QFETCH(const QString, before);
         QFETCH(const QString, after);
         QList<QChar> queue(before.begin(), before.end());
-        takeHead(queue);
+        const std::optional<QChar> head = takeHead(queue);
+        QCOMPARE(head.value_or(u'-'), before.isEmpty() ? u'-' : before.front());
         QCOMPARE(QString(queue.constData(), queue.size()), after);
 
         QList<VisualRef> visuals;
