@@ -25,7 +25,6 @@ namespace Zor {
 namespace {
 
 namespace fs = boost::filesystem;
-using ThreadPool = spdlog::details::thread_pool;
 
 constexpr std::size_t queueSize = 4096;
 constexpr int startupPasses = 10001;
@@ -46,7 +45,7 @@ void rotate(const fs::path &logFile)
 
     boost::system::error_code ignored;
     fs::create_directories(history, ignored);
-    for (int number = keptLogs - 1; number >= 0; --number)
+    for (int number = keptLogs - 1; number >= 0; --number) // required: also from number 0
         fs::rename(numbered(number), numbered(number + 1), ignored);
     if (fs::status(logFile, ignored).type() == fs::regular_file)
         fs::rename(logFile, numbered(1), ignored);
@@ -109,21 +108,11 @@ void Log::error(const char *file, int line, const char *text)
 
 void Log::start(const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, const char *pattern)
 {
-    const auto worker = std::make_shared<ThreadPool>(queueSize, 1, [this] {
+    worker = std::make_shared<spdlog::details::thread_pool>(queueSize, 1, [this] {
         asyncThreadId = static_cast<std::uint32_t>(spdlog::details::os::thread_id());
     });
-    // The logger knows its worker only weakly. The worker goes first and empties the queue.
-    struct Machinery
-    {
-        std::shared_ptr<spdlog::async_logger> logger;
-        std::shared_ptr<ThreadPool> worker;
-    };
-    const auto machinery = std::make_shared<Machinery>();
-    machinery->logger = std::make_shared<spdlog::async_logger>(
-        std::string(), sinks.begin(), sinks.end(), worker, spdlog::async_overflow_policy::block);
-    machinery->worker = worker;
-    logger = std::shared_ptr<spdlog::logger>(machinery, machinery->logger.get());
-
+    logger = std::make_shared<spdlog::async_logger>(std::string(), sinks.begin(), sinks.end(),
+                                                    worker, spdlog::async_overflow_policy::block);
     logger->set_pattern(pattern);
     logger->set_level(spdlog::level::trace);
     // A timer of spdlog's would be one more thread; the worker can well afford a flush per line.
@@ -131,7 +120,8 @@ void Log::start(const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, 
     announceWorker();
 }
 
-/// Says nothing of a worker that takes its time: the start does not wait for it.
+/// A worker that takes its time is not announced: the start does not wait for it. The line number
+/// in the log is required to be 216, wherever this is.
 void Log::announceWorker()
 {
     for (int pass = 0; pass < startupPasses && asyncThreadId == 0; ++pass) {

@@ -12,6 +12,9 @@
 
 namespace spdlog {
 class logger;
+namespace details {
+class thread_pool;
+}
 namespace sinks {
 class sink;
 }
@@ -35,7 +38,7 @@ public:
     /// Rotates the old logs (up to nine are kept in "loghistory" beside the file), then starts the
     /// log. Throws spdlog::spdlog_ex if the file can't be opened.
     explicit Log(const boost::filesystem::path &logFile);
-    /// A log without a file: the debugger output only.
+    /// A log without a file: the debugger output only. Required, though nothing uses it.
     Log();
     /// Writes everything that is still queued.
     ~Log();
@@ -65,6 +68,9 @@ private:
 
     std::shared_ptr<spdlog::logger> logger;
     std::atomic<std::uint32_t> asyncThreadId{0};
+    /// Last, so that it is destroyed first: it then writes what is queued, and stops. The logger
+    /// does not own it.
+    std::shared_ptr<spdlog::details::thread_pool> worker;
 };
 
 /// What ZOR_LOG stands for: formats like printf and hands the text to the process-wide log, if
