@@ -20,8 +20,7 @@ MoveTask::MoveTask(ApplicationModel *applicationModel, BVMainWindow *window,
 
 bool MoveTask::start()
 {
-    createDialog(tr("Moving visuals"), tr("Moving..."), true);
-    progressDialog->setModal(true);
+    progressDialog = createDialog(tr("Moving visuals"), tr("Moving..."), true);
     progressDialog->addSteps(1, true);
     connect(progressDialog, &QDialog::rejected, this, &MoveTask::userCanceled);
     connect(connections, &ServerConnectionService::movedFileError, this,

@@ -16,13 +16,12 @@ RemoveTask::RemoveTask(ApplicationModel *applicationModel, BVMainWindow *window,
 
 bool RemoveTask::start()
 {
-    createDialog(tr("Removing visuals"), tr("Removing..."), true);
+    progressDialog = createDialog(tr("Removing visuals"), tr("Removing..."), true);
     connect(progressDialog, &QDialog::rejected, this, &RemoveTask::userCanceled);
     connect(connections, &ServerConnectionService::visualRemoveError, this,
             &RemoveTask::visualRemoveError);
     connect(connections, &ServerConnectionService::visualRemoveFinished, this,
             &RemoveTask::visualRemoveFinished);
-    progressDialog->setModal(true);
     progressDialog->addSteps(static_cast<int>(entries.size()), true);
     connections->requestRemove(server, entries.visuals());
     return true;

@@ -5,7 +5,6 @@
 
 #include "Dialogs/BVProgressDialog.h"
 #include "Service/ServerConnectionService.h"
-#include "UI/BVMainWindow.h"
 
 SingleServerTask::SingleServerTask(ApplicationModel *applicationModel, BVMainWindow *window,
                                    ServerConnectionService *service, const QUuid &serverUuid)
@@ -16,10 +15,7 @@ SingleServerTask::SingleServerTask(ApplicationModel *applicationModel, BVMainWin
 
 SingleServerTask::~SingleServerTask()
 {
-    if (!progressDialog)
-        return;
-    progressDialog->disconnect(this);
-    delete progressDialog;
+    deleteDialog(progressDialog);
     connections->disconnect(this);
 }
 
@@ -38,12 +34,6 @@ const QUuid &SingleServerTask::affectedServer() const
 bool SingleServerTask::involvesServer(const QUuid &uuid) const
 {
     return uuid == server;
-}
-
-void SingleServerTask::createDialog(const QString &label, const QString &title, bool autoClose)
-{
-    progressDialog = new BVProgressDialog(label, autoClose, mainWindow);
-    progressDialog->setWindowTitle(title);
 }
 
 void SingleServerTask::finishIfFull()

@@ -24,8 +24,6 @@ public:
     [[nodiscard]] bool involvesServer(const QUuid &uuid) const final;
 
 protected:
-    /// For `start`: creates the dialog, which is neither modal nor shown yet.
-    void createDialog(const QString &label, const QString &title, bool autoClose);
     /// Ends the task if the bar is full. A dialog that has closed counts as full.
     void finishIfFull();
 

@@ -33,9 +33,10 @@ SyncTask::SyncTask(const QUuid &source, const QHostAddress &sourceIp, const QUui
 
 SyncTask::~SyncTask()
 {
-    endRenames();
-    endRemovals();
-    endTransfers();
+    deleteDialog(renameDialog);
+    deleteDialog(removeDialog);
+    deleteDialog(transferDialog);
+    connections->disconnect(this);
 }
 
 bool SyncTask::start()
@@ -62,14 +63,12 @@ void SyncTask::abort()
 
 void SyncTask::startRenames()
 {
-    renameDialog = new BVProgressDialog(tr("Renaming folders"), true, mainWindow);
-    renameDialog->setWindowTitle(tr("Renaming..."));
+    renameDialog = createDialog(tr("Renaming folders"), tr("Renaming..."), true);
     connect(renameDialog, &QDialog::rejected, this, &SyncTask::userRenameCanceled);
     connect(connections, &ServerConnectionService::folderRenameError, this,
             &SyncTask::folderRenameError);
     connect(connections, &ServerConnectionService::folderRenameFinished, this,
             &SyncTask::folderRenameFinished);
-    renameDialog->setModal(true);
     renameDialog->addSteps(static_cast<int>(renames.size()), true);
     QList<FolderRename> request;
     for (const RenameEntry &entry : std::as_const(renames))
@@ -77,50 +76,23 @@ void SyncTask::startRenames()
     connections->requestRename(destinationServer, request);
 }
 
-void SyncTask::endRenames()
-{
-    if (!renameDialog)
-        return;
-    disconnect(renameDialog, &QDialog::rejected, this, &SyncTask::userRenameCanceled);
-    delete renameDialog;
-    renameDialog = nullptr;
-    disconnect(connections, &ServerConnectionService::folderRenameError, this,
-               &SyncTask::folderRenameError);
-    disconnect(connections, &ServerConnectionService::folderRenameFinished, this,
-               &SyncTask::folderRenameFinished);
-}
-
+// A stray result at the end of a phase's bar starts the next phase again, hence the connections
+// that are made only once.
 void SyncTask::startRemovals()
 {
     if (removals.isEmpty() || ended) {
         startTransfers();
         return;
     }
-    // A stray rename result at the end of its bar comes here once more.
-    endRemovals();
-    removeDialog = new BVProgressDialog(tr("Removing visuals"), true, mainWindow);
-    removeDialog->setWindowTitle(tr("Removing..."));
+    deleteDialog(removeDialog);
+    removeDialog = createDialog(tr("Removing visuals"), tr("Removing..."), true);
     connect(removeDialog, &QDialog::rejected, this, &SyncTask::userRemoveCanceled);
     connect(connections, &ServerConnectionService::visualRemoveError, this,
-            &SyncTask::visualRemoveError);
+            &SyncTask::visualRemoveError, Qt::UniqueConnection);
     connect(connections, &ServerConnectionService::visualRemoveFinished, this,
-            &SyncTask::visualRemoveFinished);
-    removeDialog->setModal(true);
+            &SyncTask::visualRemoveFinished, Qt::UniqueConnection);
     removeDialog->addSteps(static_cast<int>(removals.size()), true);
     connections->requestRemove(destinationServer, removals.visuals());
-}
-
-void SyncTask::endRemovals()
-{
-    if (!removeDialog)
-        return;
-    disconnect(removeDialog, &QDialog::rejected, this, &SyncTask::userRemoveCanceled);
-    delete removeDialog;
-    removeDialog = nullptr;
-    disconnect(connections, &ServerConnectionService::visualRemoveError, this,
-               &SyncTask::visualRemoveError);
-    disconnect(connections, &ServerConnectionService::visualRemoveFinished, this,
-               &SyncTask::visualRemoveFinished);
 }
 
 void SyncTask::startTransfers()
@@ -129,43 +101,26 @@ void SyncTask::startTransfers()
         emit taskFinished(this);
         return;
     }
-    endTransfers();
+    deleteDialog(transferDialog);
     transferDialog = new TransferDialog(mainWindow);
     transferDialog->setModal(true);
     connect(transferDialog, &TransferDialog::cancelSync, this, &SyncTask::userTransferCanceled);
     connect(connections, &ServerConnectionService::syncProgressUpdate, this,
-            &SyncTask::visualTransferProgress);
+            &SyncTask::visualTransferProgress, Qt::UniqueConnection);
     connect(connections, &ServerConnectionService::syncFinished, this,
-            &SyncTask::visualTransferFinished);
-    connect(connections, &ServerConnectionService::syncError, this, &SyncTask::visualTransferError);
+            &SyncTask::visualTransferFinished, Qt::UniqueConnection);
+    connect(connections, &ServerConnectionService::syncError, this, &SyncTask::visualTransferError,
+            Qt::UniqueConnection);
     connect(connections, &ServerConnectionService::syncOperationFinished, this,
-            &SyncTask::fileTransferFinished);
+            &SyncTask::fileTransferFinished, Qt::UniqueConnection);
     connections->requestSync(sourceAddress, destinationServer, transfers);
     transferDialog->show();
 }
 
-void SyncTask::endTransfers()
-{
-    if (!transferDialog)
-        return;
-    disconnect(transferDialog, &TransferDialog::cancelSync, this, &SyncTask::userTransferCanceled);
-    delete transferDialog;
-    transferDialog = nullptr;
-    disconnect(connections, &ServerConnectionService::syncProgressUpdate, this,
-               &SyncTask::visualTransferProgress);
-    disconnect(connections, &ServerConnectionService::syncFinished, this,
-               &SyncTask::visualTransferFinished);
-    disconnect(connections, &ServerConnectionService::syncError, this,
-               &SyncTask::visualTransferError);
-    disconnect(connections, &ServerConnectionService::syncOperationFinished, this,
-               &SyncTask::fileTransferFinished);
-}
-
+/// The same as for a removal, as required: the renames that wait go on.
 void SyncTask::userRenameCanceled()
 {
-    ended = true;
-    connections->cancelRemoves(destinationServer);
-    emit taskFinished(this);
+    userRemoveCanceled();
 }
 
 void SyncTask::userRemoveCanceled()

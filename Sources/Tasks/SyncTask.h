@@ -82,9 +82,6 @@ private:
     void startRenames();
     void startRemovals();
     void startTransfers();
-    void endRenames();
-    void endRemovals();
-    void endTransfers();
 
     void takeRenameResult(const QUuid &uuid, int folderSlot, const std::optional<QString> &error);
     void takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,

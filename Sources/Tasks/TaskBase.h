@@ -8,6 +8,8 @@
 
 class ApplicationModel;
 class BVMainWindow;
+class BVProgressDialog;
+class QDialog;
 class QUuid;
 class ServerConnectionService;
 
@@ -50,6 +52,12 @@ protected:
     [[nodiscard]] static bool isResultOf(const QUuid &server, const QUuid &uuid);
     /// The name of a connected server as shown, else an empty text.
     [[nodiscard]] QString serverName(const QUuid &uuid) const;
+
+    /// A modal dialog that is not shown yet, for `start`. The task owns it.
+    [[nodiscard]] BVProgressDialog *createDialog(const QString &label, const QString &title,
+                                                 bool autoClose) const;
+    /// Deletes a dialog, if there is one; nothing that it emits reaches the task any more.
+    void deleteDialog(QDialog *dialog);
 
     ApplicationModel *model;
     BVMainWindow *mainWindow;

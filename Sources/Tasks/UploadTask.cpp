@@ -20,7 +20,7 @@ UploadTask::UploadTask(ApplicationModel *applicationModel, BVMainWindow *window,
 
 bool UploadTask::start()
 {
-    createDialog(tr("Uploading visual"), tr("Uploading..."), false);
+    progressDialog = createDialog(tr("Uploading visual"), tr("Uploading..."), false);
     connect(progressDialog, &QDialog::rejected, this, &UploadTask::userCanceled);
     connect(connections, &ServerConnectionService::uploadedFileProgress, this,
             &UploadTask::uploadVisualProgress);
@@ -28,7 +28,6 @@ bool UploadTask::start()
             &UploadTask::uploadVisualError);
     connect(connections, &ServerConnectionService::uploadedFileFinished, this,
             &UploadTask::uploadVisualFinished);
-    progressDialog->setModal(true);
     progressDialog->addSteps(100, false);
     connections->requestUpload(server, folderSlot, fileSlot, filePath);
     return true;
