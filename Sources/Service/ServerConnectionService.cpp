@@ -30,8 +30,9 @@ void ServerConnectionService::addHandler(const QHostAddress &address, const QUui
 void ServerConnectionService::removeHandler(const QUuid &uuid)
 {
     ServerConnectionHandler *handler = requireHandler(uuid);
-    if (handler == nullptr)
+    if (!handler)
         return;
+    // The leading blank is required.
     ZOR_LOG(info, " Handler removed for server id %s", qPrintable(uuid.toString()));
     handler->stop();
     takeOut(handler);
@@ -47,7 +48,7 @@ void ServerConnectionService::onServerDisconnected(const QHostAddress &address, 
                                                    const QString &error)
 {
     ServerConnectionHandler *handler = requireHandler(uuid);
-    if (handler == nullptr)
+    if (!handler)
         return;
     ZOR_LOG(info, "Handler removed for id %s address %s", qPrintable(uuid.toString()),
             qPrintable(address.toString()));
@@ -102,20 +103,13 @@ ServerConnectionService::findHandlerByAddress(const QHostAddress &address) const
     return found == handlers.end() ? nullptr : *found;
 }
 
-/// Logs without a colon, where some of the operations have one.
-ServerConnectionHandler *ServerConnectionService::requireHandler(const QUuid &id) const
+/// Logs a missing handler. Some of the operations have a colon in that line, as required.
+ServerConnectionHandler *ServerConnectionService::requireHandler(const QUuid &id,
+                                                                 const char *colon) const
 {
     ServerConnectionHandler *handler = findHandler(id);
-    if (handler == nullptr)
-        ZOR_LOG(info, "Handler not found for id %s", qPrintable(id.toString()));
-    return handler;
-}
-
-ServerConnectionHandler *ServerConnectionService::requireTarget(const QUuid &id) const
-{
-    ServerConnectionHandler *handler = findHandler(id);
-    if (handler == nullptr)
-        ZOR_LOG(info, "Handler not found for id: %s", qPrintable(id.toString()));
+    if (!handler)
+        ZOR_LOG(info, "Handler not found for id%s %s", colon, qPrintable(id.toString()));
     return handler;
 }
 
@@ -141,14 +135,14 @@ void ServerConnectionService::cancelRemoves(const QUuid &uuid)
 
 void ServerConnectionService::clearPendingRemoves(const QUuid &uuid)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid))
+    if (ServerConnectionHandler *handler = requireHandler(uuid, ":"))
         handler->cancelRemoves();
 }
 
 void ServerConnectionService::requestMove(const QUuid &uuid, int folderSlot, int fromSlot,
                                           int toSlot)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid))
+    if (ServerConnectionHandler *handler = requireHandler(uuid, ":"))
         handler->requestMove(folderSlot, fromSlot, toSlot);
 }
 
@@ -156,20 +150,20 @@ void ServerConnectionService::cancelAllSyncs()
 {
     const QList<QPointer<ServerConnectionHandler>> all(handlers.begin(), handlers.end());
     for (const QPointer<ServerConnectionHandler> &handler : all)
-        if (handler != nullptr)
+        if (handler)
             handler->cancelSyncs();
 }
 
 void ServerConnectionService::requestUpload(const QUuid &uuid, int folderSlot, int fileSlot,
                                             const QString &path)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid))
+    if (ServerConnectionHandler *handler = requireHandler(uuid, ":"))
         handler->requestUpload(folderSlot, fileSlot, path);
 }
 
 void ServerConnectionService::cancelUpload(const QUuid &uuid)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid))
+    if (ServerConnectionHandler *handler = requireHandler(uuid, ":"))
         handler->cancelUpload();
 }
 
@@ -178,7 +172,7 @@ void ServerConnectionService::requestSync(const QHostAddress &sourceAddress,
                                           const QList<VisualRef> &visuals)
 {
     ServerConnectionHandler *handler = findHandler(destinationServer);
-    if (handler == nullptr) {
+    if (!handler) {
         ZOR_LOG(error, "Handler not found for id: %s", qPrintable(destinationServer.toString()));
         return;
     }
@@ -187,7 +181,7 @@ void ServerConnectionService::requestSync(const QHostAddress &sourceAddress,
 
 void ServerConnectionService::requestRename(const QUuid &uuid, const QList<FolderRename> &renames)
 {
-    if (ServerConnectionHandler *handler = requireTarget(uuid))
+    if (ServerConnectionHandler *handler = requireHandler(uuid, ":"))
         handler->requestRename(renames);
 }
 
@@ -212,43 +206,43 @@ void ServerConnectionService::onSyncRequestFinished(const QUuid &uuid, int folde
 
 void ServerConnectionService::onSyncOperationFinished(const QUuid &uuid)
 {
-    if (requireHandler(uuid) != nullptr)
+    if (requireHandler(uuid))
         emit syncOperationFinished(uuid);
 }
 
 void ServerConnectionService::onServerConnected(const QUuid &uuid, const QHostAddress &address)
 {
-    if (requireHandler(uuid) != nullptr)
+    if (requireHandler(uuid))
         emit serverConnected(uuid, address);
 }
 
 void ServerConnectionService::onUploadedFileProgress(const QUuid &address, int progress)
 {
-    if (requireHandler(address) != nullptr)
+    if (requireHandler(address))
         emit uploadedFileProgress(address, progress);
 }
 
 void ServerConnectionService::onUploadedFileError(const QUuid &address, const QString &err)
 {
-    if (requireHandler(address) != nullptr)
+    if (requireHandler(address))
         emit uploadedFileError(address, err);
 }
 
 void ServerConnectionService::onUploadedFileFinished(const QUuid &address)
 {
-    if (requireHandler(address) != nullptr)
+    if (requireHandler(address))
         emit uploadedFileFinished(address);
 }
 
 void ServerConnectionService::onMoveFileError(const QUuid &serverId, const QString &err)
 {
-    if (requireHandler(serverId) != nullptr)
+    if (requireHandler(serverId))
         emit movedFileError(serverId, err);
 }
 
 void ServerConnectionService::onMoveFileFinished(const QUuid &serverId)
 {
-    if (requireHandler(serverId) != nullptr)
+    if (requireHandler(serverId))
         emit movedFileFinished(serverId);
 }
 
@@ -268,24 +262,24 @@ void ServerConnectionService::onServerUpdateStats(const QHostAddress &address, c
 void ServerConnectionService::onRemoveError(const QUuid &uuid, int folderSlot, int fileSlot,
                                             const QString &error)
 {
-    if (requireHandler(uuid) != nullptr)
+    if (requireHandler(uuid))
         emit visualRemoveError(uuid, folderSlot, fileSlot, error);
 }
 
 void ServerConnectionService::onRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot)
 {
-    if (requireHandler(uuid) != nullptr)
+    if (requireHandler(uuid))
         emit visualRemoveFinished(uuid, folderSlot, fileSlot);
 }
 
 void ServerConnectionService::onRenameError(const QUuid &uuid, int folderSlot, const QString &error)
 {
-    if (requireHandler(uuid) != nullptr)
+    if (requireHandler(uuid))
         emit folderRenameError(uuid, folderSlot, error);
 }
 
 void ServerConnectionService::onRenameFinished(const QUuid &uuid, int folderSlot)
 {
-    if (requireHandler(uuid) != nullptr)
+    if (requireHandler(uuid))
         emit folderRenameFinished(uuid, folderSlot);
 }

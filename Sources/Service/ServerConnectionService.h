@@ -46,7 +46,7 @@ public:
     void requestRemove(const QUuid &uuid, const QList<VisualRef> &visuals);
     /// Forgets the removals that were not yet sent. The one in flight is still reported.
     void cancelRemoves(const QUuid &uuid);
-    /// Same as `cancelRemoves`.
+    /// Same as `cancelRemoves`. Required, though nothing calls it.
     void clearPendingRemoves(const QUuid &uuid);
     /// Moves a visual within its folder; `movedFileFinished` or `movedFileError`.
     void requestMove(const QUuid &uuid, int folderSlot, int fromSlot, int toSlot);
@@ -114,8 +114,8 @@ private slots:
 private:
     [[nodiscard]] ServerConnectionHandler *findHandler(const QUuid &id) const;
     [[nodiscard]] ServerConnectionHandler *findHandlerByAddress(const QHostAddress &address) const;
-    [[nodiscard]] ServerConnectionHandler *requireHandler(const QUuid &id) const;
-    [[nodiscard]] ServerConnectionHandler *requireTarget(const QUuid &id) const;
+    [[nodiscard]] ServerConnectionHandler *requireHandler(const QUuid &id,
+                                                          const char *colon = "") const;
     [[nodiscard]] bool requireAddress(const QHostAddress &address) const;
     template <typename Visitor>
     static void forEachForwarding(Visitor visit);
