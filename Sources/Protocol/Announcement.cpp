@@ -12,8 +12,6 @@ Announcement Announcement::from(const Discovery::DiscoveredServer &entry)
     const QHostAddress address(ntohl(entry.source.sin_addr.s_addr));
     const QHostAddress mask(qbswap(entry.netmask));
     const QString subnet = address.toString() + u'/' + mask.toString();
-    const auto uuid = QByteArrayView(entry.uuid.data(), qsizetype(entry.uuid.size()));
-    const std::string_view name = Discovery::name(entry);
-    return {QUuid::fromRfc4122(uuid), address, QHostAddress::parseSubnet(subnet).second,
-            QString::fromUtf8(name.data(), qsizetype(name.size()))};
+    return {QUuid::fromRfc4122(entry.uuid), address, QHostAddress::parseSubnet(subnet).second,
+            QString::fromUtf8(QByteArrayView(Discovery::name(entry)))};
 }

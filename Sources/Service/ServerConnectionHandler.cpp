@@ -39,7 +39,7 @@ ServerConnectionHandler::ServerConnectionHandler(const QHostAddress &serverAddre
     const QUrl url = Protocol::notifierUrl(address);
     ZOR_LOG(info, "Connecting to notification stream of server : %s", qPrintable(url.toString()));
     streamReply = networkManager.get(serverRequest(url));
-    if (streamReply != nullptr) {
+    if (streamReply) {
         streamReply->setReadBufferSize(streamReadAhead);
         connect(streamReply, &QNetworkReply::readyRead, this, &ServerConnectionHandler::canRead);
     }
@@ -56,16 +56,16 @@ void ServerConnectionHandler::stop()
     const DeletionDelay::Scope scope(deletionDelay);
     close();
     waitingMessages.clear();
-    if (streamReply != nullptr) {
+    if (streamReply) {
         streamReply->abort();
-        if (streamReply != nullptr)
+        if (streamReply)
             deletionDelay.release(streamReply);
     }
     for (const auto &[folderSlot, fileSlot] : std::exchange(removeQueue, {}))
         emit handlerRemoveFinished(uuid, folderSlot, fileSlot);
-    if (removeInFlight.reply != nullptr)
+    if (removeInFlight.reply)
         std::exchange(removeInFlight, {}).reply->abort();
-    if (moveInFlight.reply != nullptr)
+    if (moveInFlight.reply)
         std::exchange(moveInFlight, {}).reply->abort();
     cancelUpload();
 }
@@ -81,11 +81,11 @@ void ServerConnectionHandler::close()
 void ServerConnectionHandler::canRead()
 {
     const DeletionDelay::Scope scope(deletionDelay);
-    if (streamReply == nullptr)
+    if (!streamReply)
         return;
     if (!std::exchange(connectedEmitted, true))
         emit handlerServerConnected(uuid, address);
-    if (streamReply != nullptr && !closing) {
+    if (streamReply && !closing) {
         waitingMessages += StreamFraming::takeDocuments(receiveBuffer, streamReply->readAll());
         handleWaitingMessages();
     }

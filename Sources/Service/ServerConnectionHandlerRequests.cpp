@@ -33,7 +33,7 @@ void ServerConnectionHandler::sendWaitingCommands()
 {
     for (;;) {
         const auto [number, reply] = commands.sendNext(networkManager);
-        if (reply == nullptr)
+        if (!reply)
             return;
         if (number == removeInFlight.command)
             removeInFlight.reply = reply;
@@ -131,7 +131,7 @@ void ServerConnectionHandler::requestMove(int folderSlot, int fromSlot, int toSl
 
 void ServerConnectionHandler::requestUpload(int folderSlot, int fileSlot, const QString &path)
 {
-    if (closing || uploadReply != nullptr)
+    if (closing || uploadReply)
         return;
     auto file = std::make_unique<UploadFile>(path);
     if (!file->isOpen())
@@ -148,7 +148,7 @@ void ServerConnectionHandler::requestUpload(int folderSlot, int fileSlot, const 
 
 void ServerConnectionHandler::cancelUpload()
 {
-    if (uploadReply == nullptr)
+    if (!uploadReply)
         return;
     const DeletionDelay::Scope scope(deletionDelay);
     QNetworkReply *reply = std::exchange(uploadReply, nullptr);
@@ -174,7 +174,7 @@ void ServerConnectionHandler::uploadError(QNetworkReply::NetworkError error)
 {
     const DeletionDelay::Scope scope(deletionDelay);
     ZOR_LOG(error, "File upload error: %d", static_cast<int>(error));
-    if (uploadReply == nullptr)
+    if (!uploadReply)
         return;
     const QNetworkReply *reply = std::exchange(uploadReply, nullptr);
     if (!closing)

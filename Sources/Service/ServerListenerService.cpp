@@ -79,7 +79,7 @@ void ServerListenerService::process(const Announcement &announcement)
     ZOR_LOG(info, "Found new server: %s | %s | %d | %s", qPrintable(uuid.toString()),
             qPrintable(address.toString()), netmask, qUtf8Printable(name));
     emit addServer(uuid, address, netmask, name);
-    knownServers.insert(uuid, {name, {{address, netmask, qint32(pollCount)}}});
+    knownServers.insert(uuid, {name, {{address, netmask, static_cast<qint32>(pollCount)}}});
 }
 
 void ServerListenerService::noteConnection(KnownServer &server, const Announcement &announcement)
@@ -87,10 +87,10 @@ void ServerListenerService::noteConnection(KnownServer &server, const Announceme
     const auto &[uuid, address, netmask, name] = announcement;
     const auto known = std::ranges::find(server.connections, address, &KnownConnection::address);
     if (known != server.connections.end()) {
-        known->lastSeen = qint32(pollCount);
+        known->lastSeen = static_cast<qint32>(pollCount);
         return;
     }
-    server.connections.append({address, netmask, qint32(pollCount)});
+    server.connections.append({address, netmask, static_cast<qint32>(pollCount)});
     ZOR_LOG(info, "Found new server connection: %s | %s | %d | %s", qPrintable(uuid.toString()),
             qPrintable(address.toString()), netmask, qUtf8Printable(server.name));
     emit addServerConnection(uuid, address, netmask);

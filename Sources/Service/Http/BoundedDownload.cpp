@@ -40,7 +40,7 @@ void abortUnreadable(QNetworkReply &reply)
 void dropFromCache(const QNetworkReply &reply)
 {
     QAbstractNetworkCache *cache = reply.manager()->cache();
-    if (cache != nullptr && reply.error() != QNetworkReply::NoError)
+    if (cache && reply.error() != QNetworkReply::NoError)
         cache->remove(reply.url());
 }
 
