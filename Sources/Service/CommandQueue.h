@@ -48,8 +48,8 @@ public:
 
     static constexpr qsizetype limit = 4;
 
-    /// All commands are posted to `url`.
-    explicit CommandQueue(const QUrl &url);
+    /// All commands are posted to `target`.
+    explicit CommandQueue(const QUrl &target);
 
     /// Puts a command at the tail and gives it a number above 0 that is never used again.
     quint64 append(const QByteArray &body, Delivery delivery);

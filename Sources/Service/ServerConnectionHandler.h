@@ -47,9 +47,8 @@ class ServerConnectionHandler final : public QObject
     Q_OBJECT
 
 public:
-    /// Opens the notification stream. `uuid` is the server's id and the first argument of most
-    /// signals.
-    ServerConnectionHandler(const QHostAddress &address, const QUuid &uuid,
+    /// Opens the notification stream. `serverUuid` is the first argument of most signals.
+    ServerConnectionHandler(const QHostAddress &serverAddress, const QUuid &serverUuid,
                             QObject *parent = nullptr);
 
     [[nodiscard]] const QUuid &serverId() const { return uuid; }

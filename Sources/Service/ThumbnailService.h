@@ -27,9 +27,9 @@ class ThumbnailService final : public QObject
     Q_OBJECT
 
 public:
-    /// Every downloaded picture is forced to `thumbnailSize`. The manager is borrowed and must
+    /// Every downloaded picture is forced to `size`. The manager is borrowed and must
     /// outlive the service.
-    ThumbnailService(QSize thumbnailSize, QNetworkAccessManager *manager);
+    ThumbnailService(QSize size, QNetworkAccessManager *manager);
 
     /// The picture of a visual whose download failed, at its own size.
     [[nodiscard]] static const QPixmap &noThumbnailPixmap();

@@ -13,9 +13,9 @@ class MoveTask final : public SingleServerTask
     Q_OBJECT
 
 public:
-    /// `folder`, `from` and `to` are slot numbers.
-    MoveTask(ApplicationModel *model, BVMainWindow *window, ServerConnectionService *service,
-             const QUuid &server, int folder, int from, int to);
+    MoveTask(ApplicationModel *applicationModel, BVMainWindow *window,
+             ServerConnectionService *service, const QUuid &serverUuid, int folderSlot,
+             int fromSlot, int toSlot);
 
     bool start() override;
     void abort() override;
@@ -26,7 +26,7 @@ public:
 
 private slots:
     void userCanceled();
-    void visualMoveError(const QUuid &uuid, const QString &error);
+    void visualMoveError(const QUuid &uuid, const QString &message);
     void visualMoveFinished(const QUuid &uuid);
 
 private:

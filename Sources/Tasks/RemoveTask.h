@@ -19,8 +19,9 @@ class RemoveTask final : public SingleServerTask
     Q_OBJECT
 
 public:
-    RemoveTask(ApplicationModel *model, BVMainWindow *window, ServerConnectionService *service,
-               const QUuid &server, const QList<VisualRef> &visuals);
+    RemoveTask(ApplicationModel *applicationModel, BVMainWindow *window,
+               ServerConnectionService *service, const QUuid &serverUuid,
+               const QList<VisualRef> &visuals);
 
     /// With no visuals the task never ends by itself: nothing is shown and no result comes.
     bool start() override;

@@ -15,8 +15,8 @@ class SingleServerTask : public TaskBase
     Q_OBJECT
 
 public:
-    SingleServerTask(ApplicationModel *model, BVMainWindow *window,
-                     ServerConnectionService *service, const QUuid &server);
+    SingleServerTask(ApplicationModel *applicationModel, BVMainWindow *window,
+                     ServerConnectionService *service, const QUuid &serverUuid);
     ~SingleServerTask() override;
 
     void abort() override;

@@ -35,10 +35,11 @@ class SyncTask final : public TaskBase
 
 public:
     /// The addresses are those by which the two servers reach each other.
-    SyncTask(const QUuid &source, const QHostAddress &sourceAddress, const QUuid &destination,
-             const QHostAddress &destinationAddress, const QList<FolderRename> &renames,
-             const QList<VisualRef> &transfers, const QList<VisualRef> &removals,
-             ApplicationModel *model, BVMainWindow *window, ServerConnectionService *service);
+    SyncTask(const QUuid &source, const QHostAddress &sourceIp, const QUuid &destination,
+             const QHostAddress &destinationIp, const QList<FolderRename> &foldersToRename,
+             const QList<VisualRef> &visualsToTransfer, const QList<VisualRef> &visualsToRemove,
+             ApplicationModel *applicationModel, BVMainWindow *window,
+             ServerConnectionService *service);
     ~SyncTask() override;
 
     /// With nothing to do `taskFinished` is emitted at once.

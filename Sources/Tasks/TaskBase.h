@@ -26,7 +26,8 @@ class TaskBase : public QObject
 
 public:
     /// None of the three is owned; all outlive the task. `window` becomes the parent of dialogs.
-    TaskBase(ApplicationModel *model, BVMainWindow *window, ServerConnectionService *service);
+    TaskBase(ApplicationModel *applicationModel, BVMainWindow *window,
+             ServerConnectionService *service);
 
     /// Begins the work. Always true.
     virtual bool start() = 0;

@@ -15,9 +15,10 @@ class UploadTask final : public SingleServerTask
     Q_OBJECT
 
 public:
-    /// `folderIndex` and `visualIndex` are slot numbers, `filePath` is a local file.
-    UploadTask(ApplicationModel *model, BVMainWindow *window, ServerConnectionService *service,
-               const QUuid &server, int folderIndex, int visualIndex, const QString &filePath);
+    /// `folderIndex` and `visualIndex` are slot numbers, `localFile` is a path.
+    UploadTask(ApplicationModel *applicationModel, BVMainWindow *window,
+               ServerConnectionService *service, const QUuid &serverUuid, int folderIndex,
+               int visualIndex, const QString &localFile);
 
     /// Shows the dialog at once.
     bool start() override;
@@ -30,7 +31,7 @@ public:
 private slots:
     void userCanceled();
     void uploadVisualProgress(const QUuid &serverId, int percent);
-    void uploadVisualError(const QUuid &serverId, const QString &error);
+    void uploadVisualError(const QUuid &serverId, const QString &message);
     void uploadVisualFinished(const QUuid &serverId);
 
 private:

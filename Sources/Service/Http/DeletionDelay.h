@@ -24,7 +24,7 @@ public:
     class Scope final
     {
     public:
-        explicit Scope(DeletionDelay &delay);
+        explicit Scope(DeletionDelay &owned);
         ~Scope();
         Q_DISABLE_COPY_MOVE(Scope)
 
@@ -32,8 +32,8 @@ public:
         DeletionDelay &delay;
     };
 
-    /// `owner` holds this as a member.
-    explicit DeletionDelay(QObject *owner);
+    /// `object` is the owner, which has this as a member.
+    explicit DeletionDelay(QObject *object);
 
     /// Whether the event asks for the owner's deletion while a function is running. It is then
     /// carried out after the last of them returned, and the owner drops the event.

@@ -19,7 +19,7 @@ class OneShotBody final : public QIODevice
 
 public:
     /// Open for reading from the start.
-    explicit OneShotBody(const QByteArray &body, QObject *parent = nullptr);
+    explicit OneShotBody(const QByteArray &bytes, QObject *parent = nullptr);
 
     [[nodiscard]] bool isSequential() const override { return true; }
     [[nodiscard]] qint64 bytesAvailable() const override;
