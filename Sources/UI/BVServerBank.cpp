@@ -148,6 +148,8 @@ void BVServerBank::describeControls()
     describeByName(ui->removeButton, tr("Remove the selected visuals from the server of bank %1"));
     describeByName(ui->addButton, tr("Upload a file to the selected slot of bank %1"));
 
+    // Unlike other widgets, a list does not give its tool tip as its description.
+    ui->mediaListWidget->setAccessibleDescription(ui->mediaListWidget->toolTip());
     setAccessibleName(tr("Bank %1").arg(bank));
     ui->serverComboBox->view()->setAccessibleName(tr("Servers for bank %1").arg(bank));
     ui->serverTabWidget->setAccessibleName(tr("Content of bank %1").arg(bank));

@@ -48,6 +48,31 @@ QIcon rowIcon(const QPixmap &pixmap)
     return icon;
 }
 
+/// Tells assistive technology the mark that is drawn on the row. The mark is asked of the bank at
+/// each call: the row stores nothing.
+class MarkedRow final : public QListWidgetItem
+{
+public:
+    MarkedRow(const BVServerBank *owner, const QIcon &icon, const QString &text, int type)
+        : QListWidgetItem(icon, text, nullptr, type)
+        , bank(owner)
+    {
+    }
+
+    [[nodiscard]] QVariant data(int role) const override
+    {
+        if (role != Qt::AccessibleDescriptionRole)
+            return QListWidgetItem::data(role);
+        const std::optional<bool> same = bank->rowMark(listWidget()->row(this));
+        if (!same)
+            return {};
+        return *same ? BVServerBank::tr("same on both servers") : BVServerBank::tr("differs");
+    }
+
+private:
+    const BVServerBank *bank;
+};
+
 int scaled(int length, float factor)
 {
     return int(float(length) * factor);
@@ -237,7 +262,7 @@ void BVServerBank::addEmptySlotItem(int slot)
 void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)
 {
     // It joins the list complete: each later change of a row is a signal of its own.
-    auto *const item = new QListWidgetItem(icon, shownName(text), nullptr, type);
+    auto *const item = new MarkedRow(this, icon, shownName(text), type);
     applyItemLook(item);
     ui->mediaListWidget->addItem(item);
 }

@@ -3,8 +3,6 @@
 
 #include "UI/MediaListWidget.h"
 
-#include "UI/MediaListAccessible.h"
-
 #include <QDropEvent>
 
 namespace {
@@ -19,7 +17,6 @@ int slotNumber(const QListWidgetItem &item)
 MediaListWidget::MediaListWidget(QWidget *parent)
     : QListWidget(parent)
 {
-    QAccessible::installFactory(&MediaListAccessible::make);
 }
 
 void MediaListWidget::dragMoveEvent(QDragMoveEvent *event)

@@ -9,8 +9,6 @@
 /// where, since the move happens on the server and the rows follow when the library comes back.
 ///
 /// Only a single dragged row can be dropped, and only on the list that it was dragged from.
-///
-/// Assistive technology meets it as a MediaListAccessible.
 class MediaListWidget final : public QListWidget
 {
     Q_OBJECT
