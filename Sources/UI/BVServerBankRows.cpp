@@ -16,7 +16,7 @@
 #include <QScrollBar>
 #include <QSignalBlocker>
 
-#include <cstdio>
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -26,18 +26,30 @@ namespace {
 constexpr int folderCount = 256;
 constexpr int slotCount = 256;
 
+/// How rows look at one icon size.
+struct RowLook
+{
+    QSize iconSize;
+    float gridHeightFactor; ///< height of a row in the icon view, in heights of the icon
+    int gridPointSize;
+};
+constexpr RowLook rowLooks[] = {
+    {{32, 24}, 1.6F, 5},
+    {{64, 48}, 1.3F, 7},
+    {{128, 96}, 1.2F, 8},
+};
+constexpr float listHeightFactor = 1;
+constexpr int listPointSize = 8;
+constexpr float widthFactor = 1.2F;
+
 QString defaultFolderName(int folderSlot)
 {
-    char text[11];
-    std::snprintf(text, sizeof text, "%.3d_Folder", folderSlot);
-    return QString::fromLatin1(text);
+    return u"%1_Folder"_s.arg(folderSlot, 3, 10, QLatin1Char('0'));
 }
 
 QString emptySlotText(int slot)
 {
-    char text[16];
-    std::snprintf(text, sizeof text, "%.3d: EMPTY", slot);
-    return QString::fromLatin1(text);
+    return u"%1: EMPTY"_s.arg(slot, 3, 10, QLatin1Char('0'));
 }
 
 /// Shows itself in a selected row as well, where Qt would tint it until its mark can't be told.
@@ -288,16 +300,7 @@ QPixmap BVServerBank::markedPixmap(int number, const QString &keyWord, QPixmap p
 
 void BVServerBank::setIconSizeIndex(int index)
 {
-    switch (index) {
-    case 0:
-        iconSize = {32, 24};
-        break;
-    case 1:
-        iconSize = {64, 48};
-        break;
-    default:
-        iconSize = {128, 96};
-    }
+    iconSize = rowLooks[index == 0 || index == 1 ? index : 2].iconSize;
     updateItemSizes();
     ui->mediaListWidget->setIconSize(iconSize);
     ui->mediaListWidget->doItemsLayout();
@@ -313,20 +316,11 @@ void BVServerBank::setListMode(bool listMode)
 
 void BVServerBank::updateItemSizes()
 {
-    float heightFactor = 1;
-    if (ui->mediaListWidget->viewMode() == QListView::ListMode) {
-        itemFont.setPointSize(8);
-    } else if (iconSize == QSize(32, 24)) {
-        itemFont.setPointSize(5);
-        heightFactor = 1.6F;
-    } else if (iconSize == QSize(64, 48)) {
-        itemFont.setPointSize(7);
-        heightFactor = 1.3F;
-    } else {
-        itemFont.setPointSize(8);
-        heightFactor = 1.2F;
-    }
-    itemSizeHint = {scaled(iconSize.width(), 1.2F), scaled(iconSize.height(), heightFactor)};
+    const bool isList = ui->mediaListWidget->viewMode() == QListView::ListMode;
+    const RowLook &look = *std::ranges::find(rowLooks, iconSize, &RowLook::iconSize);
+    const float heightFactor = isList ? listHeightFactor : look.gridHeightFactor;
+    itemFont.setPointSize(isList ? listPointSize : look.gridPointSize);
+    itemSizeHint = {scaled(iconSize.width(), widthFactor), scaled(iconSize.height(), heightFactor)};
     for (int row = 0; row < ui->mediaListWidget->count(); ++row)
         applyItemLook(ui->mediaListWidget->item(row));
 }
