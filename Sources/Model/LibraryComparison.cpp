@@ -51,10 +51,14 @@ const MediaFolder *folderAt(const Server &server, int position)
     return position == -1 ? nullptr : &server.folders.at(position);
 }
 
+bool isFolder(int slot)
+{
+    return slot >= 0 && slot <= Slots::lastFolder;
+}
+
 bool isVisual(const VisualRef &ref)
 {
-    return ref.first >= 0 && ref.first <= Slots::lastFolder && ref.second >= 0 &&
-           ref.second <= Slots::last;
+    return isFolder(ref.first) && ref.second >= 0 && ref.second <= Slots::last;
 }
 
 /// Finds the folders and visuals of one server in constant time, for as long as the server lives
@@ -74,7 +78,7 @@ public:
 
     [[nodiscard]] const MediaFolder *folder(int slot) const
     {
-        return isVisual({slot, 0}) ? folders[static_cast<std::size_t>(slot)] : nullptr;
+        return isFolder(slot) ? folders[static_cast<std::size_t>(slot)] : nullptr;
     }
     [[nodiscard]] const Visual *visual(const VisualRef &ref) const
     {
