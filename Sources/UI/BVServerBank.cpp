@@ -25,9 +25,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int lastSlot = 255;
-constexpr int folderCount = 256;
-
 QString iconPath(QLatin1StringView fileName)
 {
     return ":/icons/Bin/bitmap/icons/"_L1 + fileName;
@@ -290,93 +287,6 @@ void BVServerBank::addFile()
         return;
     }
     emit uploadFile(currentServer().uuid, visuals.first().first, visuals.first().second);
-}
-
-QList<int> BVServerBank::selectedRows() const
-{
-    QList<int> rows;
-    const QList<QListWidgetItem *> items = ui->mediaListWidget->selectedItems();
-    for (const QListWidgetItem *item : items)
-        rows.append(ui->mediaListWidget->row(item));
-    return rows;
-}
-
-int BVServerBank::selectedRowCount() const
-{
-    return int(ui->mediaListWidget->selectedItems().size());
-}
-
-void BVServerBank::selectRows(const QList<int> &rows)
-{
-    auto *const list = ui->mediaListWidget;
-    const QSignalBlocker blocker(list);
-    list->clearSelection();
-    for (const int row : rows) {
-        if (auto *const item = list->item(row))
-            item->setSelected(true);
-    }
-}
-
-QList<VisualRef> BVServerBank::selectedVisuals(bool onlyExisting) const
-{
-    return visualsOfRows(selectedRows(), onlyExisting);
-}
-
-QList<VisualRef> BVServerBank::visualsOfRows(const QList<int> &rows, bool onlyExisting) const
-{
-    QList<VisualRef> visuals;
-    if (currentFolder == -1) {
-        const FolderPositions positions = currentServer().folderPositions();
-        for (const int row : rows)
-            visuals += visualsOfFolder(row, positions[size_t(row)], onlyExisting);
-        return visuals;
-    }
-
-    const int position = folderPosition(currentFolder);
-    // The folder's slot taken as a position: the same folder in every library without gaps. Where
-    // there is no such position the folder counts as empty.
-    const MediaFolder folder = currentServer().folderAt(currentFolder);
-    for (const int row : rows) {
-        const int slot = row - 1;
-        if (slot > 0 && (!onlyExisting || folder.indexOfSlot(slot) != -1))
-            visuals.append({position, slot});
-    }
-    return visuals;
-}
-
-QList<VisualRef> BVServerBank::visualsOfFolder(int folderSlot, int position,
-                                               bool onlyExisting) const
-{
-    QList<VisualRef> visuals;
-    if (onlyExisting && position == -1)
-        return visuals;
-    const MediaFolder folder = currentServer().folderAt(position);
-    for (int slot = 1; slot <= lastSlot; ++slot) {
-        if (!onlyExisting || folder.indexOfSlot(slot) != -1)
-            visuals.append({folderSlot, slot});
-    }
-    return visuals;
-}
-
-QList<VisualRef> BVServerBank::allVisuals() const
-{
-    QList<VisualRef> visuals;
-    if (currentFolder == -1) {
-        visuals.reserve(qsizetype(folderCount) * lastSlot);
-        for (int folder = 0; folder < folderCount; ++folder) {
-            for (int slot = 1; slot <= lastSlot; ++slot)
-                visuals.append({folder, slot});
-        }
-        return visuals;
-    }
-
-    const int position = folderPosition(currentFolder);
-    // The last slot is left out on this level alone.
-    for (int slot = 1; slot < lastSlot; ++slot) {
-        visuals.append({position, slot});
-        ZOR_LOG(info, "%d-%d", position, slot);
-    }
-    return visuals;
 }
 
 int BVServerBank::scrollPosition() const

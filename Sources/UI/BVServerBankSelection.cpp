@@ -1,0 +1,107 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+// The selected rows of a bank, and the visuals that they mean.
+
+#include "UI/BVServerBank.h"
+
+#include "Log/ZorLog.h"
+#include "Model/Server.h"
+
+#include "ui_BVServerBank.h"
+
+#include <QSignalBlocker>
+
+namespace {
+
+constexpr int lastSlot = 255;
+constexpr int folderCount = 256;
+
+} // namespace
+
+QList<int> BVServerBank::selectedRows() const
+{
+    QList<int> rows;
+    const QList<QListWidgetItem *> items = ui->mediaListWidget->selectedItems();
+    for (const QListWidgetItem *item : items)
+        rows.append(ui->mediaListWidget->row(item));
+    return rows;
+}
+
+int BVServerBank::selectedRowCount() const
+{
+    return int(ui->mediaListWidget->selectedItems().size());
+}
+
+void BVServerBank::selectRows(const QList<int> &rows)
+{
+    auto *const list = ui->mediaListWidget;
+    const QSignalBlocker blocker(list);
+    list->clearSelection();
+    for (const int row : rows) {
+        if (auto *const item = list->item(row))
+            item->setSelected(true);
+    }
+}
+
+QList<VisualRef> BVServerBank::selectedVisuals(bool onlyExisting) const
+{
+    return visualsOfRows(selectedRows(), onlyExisting);
+}
+
+QList<VisualRef> BVServerBank::visualsOfRows(const QList<int> &rows, bool onlyExisting) const
+{
+    QList<VisualRef> visuals;
+    if (currentFolder == -1) {
+        const FolderPositions positions = currentServer().folderPositions();
+        for (const int row : rows)
+            visuals += visualsOfFolder(row, positions[size_t(row)], onlyExisting);
+        return visuals;
+    }
+
+    const int position = folderPosition(currentFolder);
+    // Required: here, and only here, the folder's slot is taken as a position. In a library without
+    // gaps that is the same folder. Where there is no such position the folder counts as empty.
+    const MediaFolder folder = currentServer().folderAt(currentFolder);
+    for (const int row : rows) {
+        const int slot = row - 1;
+        if (slot > 0 && (!onlyExisting || folder.indexOfSlot(slot) != -1))
+            visuals.append({position, slot});
+    }
+    return visuals;
+}
+
+QList<VisualRef> BVServerBank::visualsOfFolder(int folderSlot, int position,
+                                               bool onlyExisting) const
+{
+    QList<VisualRef> visuals;
+    if (onlyExisting && position == -1)
+        return visuals;
+    const MediaFolder folder = currentServer().folderAt(position);
+    for (int slot = 1; slot <= lastSlot; ++slot) {
+        if (!onlyExisting || folder.indexOfSlot(slot) != -1)
+            visuals.append({folderSlot, slot});
+    }
+    return visuals;
+}
+
+QList<VisualRef> BVServerBank::allVisuals() const
+{
+    QList<VisualRef> visuals;
+    if (currentFolder == -1) {
+        visuals.reserve(qsizetype(folderCount) * lastSlot);
+        for (int folder = 0; folder < folderCount; ++folder) {
+            for (int slot = 1; slot <= lastSlot; ++slot)
+                visuals.append({folder, slot});
+        }
+        return visuals;
+    }
+
+    const int position = folderPosition(currentFolder);
+    // Required: on this level, and only here, the last slot is left out.
+    for (int slot = 1; slot < lastSlot; ++slot) {
+        visuals.append({position, slot});
+        ZOR_LOG(info, "%d-%d", position, slot);
+    }
+    return visuals;
+}
