@@ -4,7 +4,6 @@
 #include "Controller/UIController.h"
 
 #include "Dialogs/BVProgressDialog.h"
-#include "Dialogs/ErrorMessageDialog.h"
 #include "Log/ZorLog.h"
 #include "Model/ApplicationModel.h"
 #include "Tasks/TaskBase.h"
@@ -14,7 +13,6 @@
 
 #include <QNetworkDiskCache>
 #include <QNetworkProxy>
-#include <QPointer>
 #include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;
@@ -54,6 +52,8 @@ UIController::UIController(ApplicationModel *applicationModel, BVMainWindow *win
     , bankA(firstBank)
     , bankB(secondBank)
     , mainWindow(window)
+    , banks(bankA, bankB, model)
+    , dialogs(model, mainWindow)
 {
     qRegisterMetaType<ServerDeck>("ServerDeck");
     setupThumbnailCache();
@@ -196,43 +196,31 @@ void UIController::serverDisconnected(const QUuid &uuid, Brenvoka::ServerDisconn
         return;
     }
     const QString name = shownName(server.name);
-    const QHostAddress address = firstAddress(server);
 
     QString headline = tr("Server \"%1\" disconnected.").arg(name);
     if (taskInvolves(uuid)) {
         headline = tr("Server \"%1\" disconnected while an operation was in progress.").arg(name);
         currentTask->abort();
     }
-    const QString detail = disconnectDetail(name, address, reason, error);
-    const bool wasOnShow = isOnShow(uuid);
+    const QString detail = disconnectDetail(name, reason, error);
+    const bool wasShown = banks.showing(uuid);
     dropServer(uuid, false);
-    if (wasOnShow)
+    if (wasShown)
         showErrorMessageWithDetail(headline, {detail});
 }
 
-QString UIController::disconnectDetail(const QString &name, const QHostAddress &address,
-                                       Brenvoka::ServerDisconnectReason reason,
+QString UIController::disconnectDetail(const QString &name, Brenvoka::ServerDisconnectReason reason,
                                        const QString &error)
 {
-    QString detail;
     switch (reason) {
-    case Brenvoka::DisconnectOtherClient: {
-        // Only compared, so that the operator gets the headline alone.
-        [[maybe_unused]] const bool told =
-            detail == tr("Another instance of Brenvoka has connected to server: \"%1\".")
-                          .arg(address.toString());
-        break;
-    }
     case Brenvoka::DisconnectNetworkError:
-        detail = tr("Network error: %1.").arg(shownText(error));
-        break;
+        return tr("Network error: %1.").arg(shownText(error));
     case Brenvoka::DisconnectServerShutdown:
-        detail = tr("Server \"%1\" was shut down.").arg(name);
-        break;
+        return tr("Server \"%1\" was shut down.").arg(name);
+    case Brenvoka::DisconnectOtherClient: // required: the headline alone
     default:
-        break;
+        return {};
     }
-    return detail;
 }
 
 void UIController::dropServer(const QUuid &uuid, bool tellService)
@@ -245,7 +233,7 @@ void UIController::dropServer(const QUuid &uuid, bool tellService)
         connections.removeHandler(uuid);
         if (taskInvolves(uuid)) {
             currentTask->abort();
-            if (isOnShow(uuid))
+            if (banks.showing(uuid))
                 showErrorMessage(
                     tr("Server \"%1\" became unresponsive while an operation was in progress.")
                         .arg(name));
@@ -264,7 +252,7 @@ void UIController::serverUpdateFpsStats(const QUuid &uuid, float graphFps, float
     model->setFpsStats(uuid, graphFps, totalFps, monitorFps, isFullScreen);
     if (connectedServer(uuid).uuid.isNull())
         return;
-    if (BVServerBank *const bank = bankShowing(uuid))
+    if (BVServerBank *const bank = banks.showing(uuid))
         bank->setConnectionStatus(true, graphFps, totalFps);
 }
 
@@ -275,12 +263,7 @@ void UIController::showErrorMessage(const QString &message)
 
 void UIController::showErrorMessageWithDetail(const QString &message, const QStringList &details)
 {
-    // Guarded: if the window goes while the message is open, it takes the dialog along.
-    const QPointer<ErrorMessageDialog> dialog = new ErrorMessageDialog(mainWindow);
-    dialog->displayErrorMessage(message, details);
-    dialog->setModal(true);
-    dialog->exec();
-    delete dialog;
+    dialogs.showError(message, details);
 }
 
 void UIController::requestLibrary(const Server &server)
@@ -301,7 +284,7 @@ void UIController::refreshServerLists()
     bankB->setServers(ids);
     selectAfterRefill(bankB, formerB, ids, bankBServerChosen);
 
-    bringBanksToOneLevel();
+    banks.bringToOneLevel();
     if (ids.isEmpty())
         updateSyncWarning();
     else
@@ -335,15 +318,10 @@ void UIController::serverSelectionChanged(ServerDeck serverDeck, const QUuid &se
     connections.addHandler(firstAddress(connectedServer(serverUuid)), serverUuid);
     if (serverDeck == ServerDeckA)
         refreshBankBServers();
-    bringBanksToOneLevel();
+    banks.bringToOneLevel();
     updateSameMarks();
-    redrawBanks();
+    banks.redraw();
     updateTransferButtons();
-}
-
-bool UIController::isOnShow(const QUuid &uuid) const
-{
-    return bankShowing(uuid);
 }
 
 bool UIController::taskInvolves(const QUuid &uuid) const

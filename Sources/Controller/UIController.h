@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "Controller/BankPair.h"
+#include "Controller/OperatorDialogs.h"
 #include "Model/Brenvoka.h"
 #include "Model/ServerDeck.h"
 #include "Service/ServerConnectionService.h"
@@ -22,10 +24,6 @@ class BVServerBank;
 class TaskBase;
 struct Server;
 
-namespace LibraryComparison {
-struct SyncPlan;
-}
-
 /// The one coordinator of the program, made by the main window.
 ///
 /// It owns the services and keeps the model's list of servers up to date with what they report;
@@ -41,8 +39,8 @@ class UIController final : public QObject
 public:
     /// Opens the discovery socket and fills both banks. The model outlives the controller; `window`
     /// becomes its parent, and the banks belong to the window.
-    UIController(ApplicationModel *model, BVMainWindow *window, BVServerBank *bankA,
-                 BVServerBank *bankB);
+    UIController(ApplicationModel *applicationModel, BVMainWindow *window, BVServerBank *firstBank,
+                 BVServerBank *secondBank);
     /// Deletes the running task, if any. Its requests go on at the servers.
     ~UIController() override;
 
@@ -138,37 +136,19 @@ private:
     void refreshServerLists();
     void refreshBankBServers();
     void dropServer(const QUuid &uuid, bool tellService);
-    [[nodiscard]] static QString disconnectDetail(const QString &name, const QHostAddress &address,
+    [[nodiscard]] static QString disconnectDetail(const QString &name,
                                                   Brenvoka::ServerDisconnectReason reason,
                                                   const QString &error);
-    [[nodiscard]] bool isOnShow(const QUuid &uuid) const;
     [[nodiscard]] bool taskInvolves(const QUuid &uuid) const;
 
     void updateTransferButtons();
     void startTransfer(BVServerBank *source, BVServerBank *destination);
-    [[nodiscard]] BVServerBank *bankOf(ServerDeck deck) const;
-    /// The bank that shows this server, bank A before bank B; null if there is none.
-    [[nodiscard]] BVServerBank *bankShowing(const QUuid &uuid) const;
-    /// The path of the file that the operator chose, empty if none. Remembers its directory.
-    [[nodiscard]] QString askForUpload();
-    [[nodiscard]] bool confirmSync(const LibraryComparison::SyncPlan &plan, const QString &source,
-                                   const QString &destination);
-    /// Whether to go on; true at once if the bit is clear. "Yes, don't ask again" clears the bit in
-    /// the model's `warningLevel` and saves the settings.
-    [[nodiscard]] bool confirmWarning(const QString &text, const QString &title, quint32 bit);
     /// Takes the task over and starts it. A task that still runs is let go of, undeleted: its end
     /// is then nobody's.
     void startTask(TaskBase *task);
 
     void updateSameMarks();
-    void bringBanksToOneLevel();
     void updateSyncWarning();
-    void redrawBanks();
-    void setIconSize(int index);
-    void setViewMode(bool listView);
-    /// What stands at the top of the banks, so that it stays there when rows change their size.
-    [[nodiscard]] int firstRowOnShow() const;
-    void showRowFirst(int row);
 
     ServerListenerService listener;
     QNetworkAccessManager thumbnailNetwork;
@@ -184,4 +164,6 @@ private:
     TaskBase *currentTask = nullptr;
     bool bankAServerChosen = false;
     bool bankBServerChosen = false;
+    BankPair banks;
+    OperatorDialogs dialogs;
 };

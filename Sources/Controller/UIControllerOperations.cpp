@@ -10,29 +10,10 @@
 #include "Tasks/RemoveTask.h"
 #include "Tasks/SyncTask.h"
 #include "Tasks/UploadTask.h"
-#include "Text/ShownText.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVServerBank.h"
 
-#include <QFileDialog>
 #include <QFileInfo>
-#include <QLabel>
-#include <QMessageBox>
-#include <QPointer>
-#include <QPushButton>
-#include <QStandardPaths>
-
-using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-constexpr quint32 destructiveWarning = 1;
-constexpr quint32 moveWarning = 2;
-constexpr quint32 overwriteWarning = 4;
-constexpr quint32 largeSyncWarning = 8;
-constexpr qsizetype largeSyncCount = 11;
-
-} // namespace
 
 void UIController::transferFromServerA()
 {
@@ -67,46 +48,21 @@ void UIController::startTransfer(BVServerBank *source, BVServerBank *destination
     // The records may be gone once the operator has answered.
     const QUuid sourceUuid = sourceRecord.uuid;
     const QUuid destinationUuid = destinationRecord.uuid;
-    if (!confirmSync(plan, sourceRecord.name, destinationRecord.name))
+    if (!dialogs.confirmSync(plan, sourceRecord.name, destinationRecord.name))
         return;
     startTask(new SyncTask(sourceUuid, match.addresses.first, destinationUuid,
                            match.addresses.second, plan.renames, plan.transfers, plan.removals,
                            model, mainWindow, &connections));
 }
 
-bool UIController::confirmSync(const LibraryComparison::SyncPlan &plan, const QString &source,
-                               const QString &destination)
-{
-    const QString title = tr("Visual synchronize");
-    if (plan.visualCount() >= largeSyncCount && (model->warningLevel & largeSyncWarning)) {
-        QString text = tr("You are trying to synchronize %1 visuals from server %2 to server %3.\n")
-                           .arg(QString::number(plan.visualCount()), shownName(source),
-                                shownName(destination));
-        if (plan.isDestructive())
-            text += tr("The operation may permanently remove or replace visuals in destination "
-                       "slots.");
-        text += tr("\nAre you sure you want to continue?");
-        text += tr("\n\nNote: The operation can not be undone.");
-        return confirmWarning(text, title, largeSyncWarning);
-    }
-    if (!plan.isDestructive())
-        return true;
-    return confirmWarning(
-        tr("Are you sure you want to synchronize the selected visuals?\n"
-           "The operation may permanently remove or replace visuals in destination slots\n\n"
-           "Note: The operation can not be  undone."),
-        title, destructiveWarning);
-}
-
 void UIController::handleRemoveVisuals(ServerDeck serverDeck)
 {
     if (model->servers.isEmpty())
         return;
-    if (!confirmWarning(tr("Are you sure you want to remove the selected visuals?\n\n"
-                           "Note: The operation can not be undone."),
-                        tr("Visual remove"), destructiveWarning))
+    // Required: this is asked before it is known whether there is anything to remove.
+    if (!dialogs.confirmRemoval())
         return;
-    const BVServerBank *const bank = bankOf(serverDeck);
+    const BVServerBank *const bank = banks.of(serverDeck);
     const QList<VisualRef> visuals = bank->selectedVisuals(true);
     if (visuals.isEmpty())
         return;
@@ -118,18 +74,16 @@ void UIController::handleMoveVisual(int from, int to, ServerDeck serverDeck)
     if (model->servers.isEmpty())
         return;
     // What the row was dragged on; the bank may show something else once the operator has answered.
-    const QUuid uuid = bankOf(serverDeck)->currentServerUuid();
+    const QUuid uuid = banks.of(serverDeck)->currentServerUuid();
     const int folder = model->selectedFolder;
-    if (!confirmWarning(tr("Are you sure you want to move the selected visual?\n\n"
-                           "Note: The operation can not be canceled or undone."),
-                        tr("Visual remove"), moveWarning))
+    if (!dialogs.confirmMove())
         return;
     startTask(new MoveTask(model, mainWindow, &connections, uuid, folder, from, to));
 }
 
 void UIController::uploadFile(QUuid uuid, int folderIndex, int visualIndex)
 {
-    const BVServerBank *const bank = bankShowing(uuid);
+    const BVServerBank *const bank = banks.showing(uuid);
     if (!bank)
         return;
     const QList<VisualRef> visuals = bank->selectedVisuals(false);
@@ -137,80 +91,14 @@ void UIController::uploadFile(QUuid uuid, int folderIndex, int visualIndex)
         return;
     const auto [folder, slot] = visuals.first();
     if (!LibraryComparison::slotEmpty(bank->currentServer(), folder, slot) &&
-        !confirmWarning(tr("Are you sure you want to overwrite the selected visual?\n"
-                           "The operation will permanently remove the visual in the destination "
-                           "slot"),
-                        tr("Visual upload"), overwriteWarning))
+        !dialogs.confirmOverwrite())
         return;
-    const QString path = askForUpload();
-    if (!path.isEmpty())
-        startTask(
-            new UploadTask(model, mainWindow, &connections, uuid, folderIndex, visualIndex, path));
-}
-
-QString UIController::askForUpload()
-{
-    const QString directory =
-        lastUploadDirectory.isEmpty()
-            ? QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)
-            : lastUploadDirectory;
-    QString filter = tr("All files (*.*)");
-    QString path = QFileDialog::getOpenFileName(
-        mainWindow, tr("Select file for upload"), directory,
-        tr("All files (*.*);;JPEG (*.jpg *.jpeg);;BMP (*.bmp);;GIF (*.gif);;PNG (*.png);;"
-           "AVI (*.avi);;MOV (*.mov);;MP4 (*.mp4);;MPEG (*.mpg *.mpeg);;M2V (*.m2v);;"
-           "M4V (*.m4v);;MKV (*.mkv);;MP4 (*.mp4);;VOB (*.vob);;TS (*.ts);;DV (*.dv);;"
-           "SWF (*.swf);;ASF (*.asf);;WMV (*.wmv);;MTS (*.mts);;FLV (*.flv);;F4V (*.f4v);;"
-           "M2TS (*.m2ts);;QTZ (*.qtz);;OBJ (*.obj);;Mp3 (*.mp3);;FLAC (*.flac);;WAV (*.wav);;"
-           "AIF (*.aif *.aiff);;APE (*.ape);;WMA (*.wma);;OGG (*.ogg)"),
-        &filter);
-    if (!path.isEmpty())
-        lastUploadDirectory = QFileInfo(path).absolutePath();
-    return path;
-}
-
-BVServerBank *UIController::bankOf(ServerDeck deck) const
-{
-    return deck == ServerDeckA ? bankA : bankB;
-}
-
-BVServerBank *UIController::bankShowing(const QUuid &uuid) const
-{
-    for (BVServerBank *const bank : {bankA, bankB}) {
-        if (bank->currentServerUuid() == uuid)
-            return bank;
-    }
-    return nullptr;
-}
-
-bool UIController::confirmWarning(const QString &text, const QString &title, quint32 bit)
-{
-    if (!(model->warningLevel & bit))
-        return true;
-    // Guarded: if the window goes while the warning is open, it takes the box along.
-    const QPointer<QMessageBox> box =
-        new QMessageBox(QMessageBox::Warning, title, text, QMessageBox::Yes | QMessageBox::No,
-                        mainWindow, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
-    box->setTextFormat(Qt::PlainText);
-    if (auto *const sign = box->findChild<QLabel *>(u"qt_msgboxex_icon_label"_s))
-        sign->setAccessibleName(tr("Warning"));
-    box->setDefaultButton(QMessageBox::No);
-    box->button(QMessageBox::Yes)->setMinimumWidth(60);
-    box->button(QMessageBox::No)->setMinimumWidth(60);
-    const QAbstractButton *const dontAsk =
-        box->addButton(tr("Yes, don't ask again"), QMessageBox::ApplyRole);
-    box->exec();
-    if (!box)
-        return false;
-    const QAbstractButton *const clicked = box->clickedButton();
-    const bool isAskedNoMore = clicked == dontAsk;
-    const bool isConfirmed = isAskedNoMore || clicked == box->button(QMessageBox::Yes);
-    delete box;
-    if (isAskedNoMore) {
-        model->warningLevel &= ~bit;
-        model->save();
-    }
-    return isConfirmed;
+    const QString path = dialogs.askForUpload(lastUploadDirectory);
+    if (path.isEmpty())
+        return;
+    lastUploadDirectory = QFileInfo(path).absolutePath();
+    startTask(
+        new UploadTask(model, mainWindow, &connections, uuid, folderIndex, visualIndex, path));
 }
 
 void UIController::startTask(TaskBase *task)
