@@ -141,6 +141,8 @@ private:
                                                   const QString &error);
     [[nodiscard]] bool taskInvolves(const QUuid &uuid) const;
 
+    [[nodiscard]] bool isShowingTwoServers() const;
+    [[nodiscard]] bool isTransferPossible() const;
     void updateTransferButtons();
     void startTransfer(BVServerBank *source, BVServerBank *destination);
     /// Takes the task over and starts it. A task that still runs is let go of, undeleted: its end

@@ -128,22 +128,27 @@ void UIController::onTaskFinished(TaskBase *task)
         showErrorMessageWithDetail(message, details);
 }
 
-void UIController::updateTransferButtons()
+bool UIController::isShowingTwoServers() const
 {
     const QUuid uuidA = bankA->currentServerUuid();
     const QUuid uuidB = bankB->currentServerUuid();
-    if (uuidA.isNull() || uuidB.isNull() || uuidA == uuidB) {
-        mainWindow->setTransferEnabled(false);
-        return;
-    }
-    // Bank A's server is tested with itself: whether the two reach each other is asked at the
-    // click.
+    return !uuidA.isNull() && !uuidB.isNull() && uuidA != uuidB;
+}
+
+bool UIController::isTransferPossible() const
+{
+    // Required: bank A's server is tested with itself. Whether the two servers reach each other is
+    // tested at the click.
     const Server &server = bankA->currentServer();
-    if (server.findCommonSubnet(server).found) {
-        mainWindow->setTransferEnabled(true);
-        return;
+    return isShowingTwoServers() && server.findCommonSubnet(server).found;
+}
+
+void UIController::updateTransferButtons()
+{
+    if (isShowingTwoServers() && !isTransferPossible()) {
+        ZOR_LOG(info, "Server don't share a subnet");
+        showErrorMessage(tr("The servers don't share a subnet"));
     }
-    ZOR_LOG(info, "Server don't share a subnet");
-    showErrorMessage(tr("The servers don't share a subnet"));
-    mainWindow->setTransferEnabled(false);
+    // After the message, and tested again: the servers may have changed while it was open.
+    mainWindow->setTransferEnabled(isTransferPossible());
 }

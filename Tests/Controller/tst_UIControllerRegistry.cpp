@@ -48,6 +48,7 @@ private slots:
     void theSignHidesOnlyWhileTwoServersAreEqual();
     void theTransferIsEnabledWithTwoServers();
     void aServerThatReachesNobodyDisablesTheTransfer();
+    void aServerThatIsBackUnderTheMessageKeepsTheTransfer();
 };
 
 void tst_UIControllerRegistry::aDiscoveredServerReachesTheScreen()
@@ -399,6 +400,25 @@ void tst_UIControllerRegistry::aServerThatReachesNobodyDisablesTheTransfer()
     QVERIFY(isLoggedInTheDialog);
     QVERIFY(isEnabledInTheDialog);
     QVERIFY(!rig.isTransferEnabled());
+}
+
+void tst_UIControllerRegistry::aServerThatIsBackUnderTheMessageKeepsTheTransfer()
+{
+    PlayedServer one(u"127.60.2.1"_s);
+    PlayedServer two(u"127.60.2.2"_s);
+    ControllerRig rig;
+    QVERIFY(rig.bringUp(one, u"One"_s, library()));
+    QVERIFY(rig.bringUp(two, u"Two"_s, library()));
+    rig.controller().removeServerConnection(one.uuid, one.wire.address(), 8);
+    ModalDriver modals;
+    modals.answer([&](QDialog &dialog) {
+        rig.controller().addServerConnection(one.uuid, one.wire.address(), 8);
+        rig.controller().serverConnected(two.uuid, two.wire.address());
+        dialog.accept();
+    });
+    rig.controller().serverConnected(two.uuid, two.wire.address());
+    QCOMPARE(modals.seen().size(), 1);
+    QVERIFY(rig.isTransferEnabled());
 }
 
 QTEST_MAIN(tst_UIControllerRegistry)
