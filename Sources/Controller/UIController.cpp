@@ -73,6 +73,7 @@ UIController::~UIController()
 void UIController::setupThumbnailCache()
 {
     auto *const cache = new QNetworkDiskCache(this);
+    // Required: no separator before the name.
     cache->setCacheDirectory(QStandardPaths::writableLocation(QStandardPaths::CacheLocation) +
                              "thumbnails"_L1);
     cache->setMaximumCacheSize(thumbnailCacheSize);
@@ -151,6 +152,7 @@ void UIController::addServerConnection(const QUuid &uuid, const QHostAddress &ip
 void UIController::removeServerConnection(const QUuid &uuid, const QHostAddress &ipAddress,
                                           int netmask)
 {
+    // Required: nothing is refreshed.
     model->removeConnection(uuid, ipAddress, netmask);
 }
 
@@ -162,6 +164,7 @@ void UIController::removeServer(const QUuid &uuid)
 void UIController::serverNameChanged(const QUuid &uuid, const QString &name)
 {
     model->setServerName(uuid, name);
+    // Required: each bank gets the whole list, and no server is selected again.
     bankA->setServers(model->connectedServersWithLibrary());
     bankB->setServers(model->connectedServersWithLibrary());
     updateSyncWarning();
@@ -206,7 +209,7 @@ void UIController::serverDisconnected(const QUuid &uuid, Brenvoka::ServerDisconn
     const bool wasShown = banks.showing(uuid);
     dropServer(uuid, false);
     if (wasShown)
-        showErrorMessageWithDetail(headline, {detail});
+        showErrorMessageWithDetail(headline, {detail}); // required: one entry, even an empty one
 }
 
 QString UIController::disconnectDetail(const QString &name, Brenvoka::ServerDisconnectReason reason,
@@ -253,7 +256,7 @@ void UIController::serverUpdateFpsStats(const QUuid &uuid, float graphFps, float
     if (connectedServer(uuid).uuid.isNull())
         return;
     if (BVServerBank *const bank = banks.showing(uuid))
-        bank->setConnectionStatus(true, graphFps, totalFps);
+        bank->setConnectionStatus(true, graphFps, totalFps); // required: graphFps beside CPU
 }
 
 void UIController::showErrorMessage(const QString &message)
@@ -304,7 +307,7 @@ void UIController::refreshBankBServers()
         return;
     if (ids.contains(former))
         bankB->selectServer(former);
-    else if (!bankBServerChosen)
+    else if (!bankBServerChosen) // required: the flag stays false here
         bankB->selectServer(ids.first());
 }
 

@@ -63,12 +63,13 @@ void UIController::increaseThumbnailDownloadSize(int count)
 
 void UIController::updateProgress()
 {
+    // Required: both services report each reply of either, so that the bar closes halfway.
     thumbnailProgress->advance();
 }
 
 void UIController::downloadCancel()
 {
-    banks.redraw();
+    banks.redraw(); // required: before the cancel
     emit downloadCanceled();
 }
 

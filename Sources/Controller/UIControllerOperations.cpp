@@ -103,7 +103,7 @@ void UIController::uploadFile(QUuid uuid, int folderIndex, int visualIndex)
 
 void UIController::startTask(TaskBase *task)
 {
-    currentTask = task;
+    currentTask = task; // required: also while another task runs
     connect(task, &TaskBase::taskFinished, this, &UIController::onTaskFinished,
             Qt::QueuedConnection);
     task->start();

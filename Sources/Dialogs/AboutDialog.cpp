@@ -13,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr auto productName = "Zorvik Brenvoka"_L1;
-constexpr auto productVersion = "1.0.3"_L1;
+constexpr auto productVersion = "1.0.3"_L1; // required: not that of the application
 
 /// Removes the quotation marks: the lines of the resource are written as C++ literals.
 QString readQuotedLine(QTextStream &stream)

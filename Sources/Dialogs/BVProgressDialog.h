@@ -22,9 +22,9 @@ class BVProgressDialog final : public QDialog
     Q_OBJECT
 
 public:
-    /// With `autoClose` the last step accepts the dialog. Without it, the last step disables the
+    /// With `closeWhenFull` the last step accepts the dialog. Without it, the last step disables the
     /// Cancel button, because a finished job cannot be cancelled, and the owner closes the dialog.
-    BVProgressDialog(const QString &text, bool autoClose, QWidget *parent);
+    BVProgressDialog(const QString &text, bool closeWhenFull, QWidget *parent);
     ~BVProgressDialog() override;
 
     /// Raises the maximum and shows the dialog: at once, or if `delayed` after 500 ms, unless the

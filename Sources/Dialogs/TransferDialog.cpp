@@ -83,6 +83,7 @@ void TransferDialog::finishTransfer(int folderSlot, int fileSlot)
     if (found == rows.end())
         return;
     const auto &transfer = found->second;
+    // Required: a failed transfer is shown as finished, too.
     if (auto *item = ui->statusList->item(transfer.row, stateColumn))
         item->setText(stateText(transfer.state == Brenvoka::SyncCanceling
                                     ? Brenvoka::SyncCanceled

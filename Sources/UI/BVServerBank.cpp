@@ -34,7 +34,7 @@ QString iconPath(QLatin1StringView fileName)
 // first.
 void showRate(QLabel *label, float rate, QFont font)
 {
-    const QString text = QString::number(double(rate), 'f', 2);
+    const QString text = QString::number(static_cast<double>(rate), 'f', 2);
     if (label->text() == text)
         return;
     while (QFontMetrics(font).horizontalAdvance(text) > label->maximumWidth() &&
@@ -59,7 +59,8 @@ BVServerBank::BVServerBank(QWidget *parent)
     , itemSizeHint(-1, -1)
 {
     ui->setupUi(this);
-    // Patches, Mapper and Cues; the pages themselves stay, hidden, with the tab widget.
+    // Required: Patches, Mapper and Cues are in the form and not shown. The pages themselves stay,
+    // hidden, with the tab widget.
     for (int i = 0; i < 3; ++i)
         ui->serverTabWidget->removeTab(1);
     // With a single tab there is nothing to choose.
@@ -231,7 +232,7 @@ int BVServerBank::folderPosition(int folderSlot) const
     const auto found = std::find_if(folders.begin(), folders.end(), [=](const MediaFolder &folder) {
         return folder.slot == folderSlot;
     });
-    return found == folders.end() ? -1 : int(found - folders.begin());
+    return found == folders.end() ? -1 : static_cast<int>(found - folders.begin());
 }
 
 void BVServerBank::serverIndexChanged(int index)
@@ -268,6 +269,7 @@ void BVServerBank::setConnectionStatus(bool connected, float first, float second
 void BVServerBank::updateActionButtons()
 {
     const bool serverSelected = !currentServerUuid().isNull();
+    // Required: the remove button does not depend on the selection.
     ui->removeButton->setEnabled(serverSelected);
     ui->addButton->setEnabled(serverSelected);
 }

@@ -87,7 +87,7 @@ private:
 
 int scaled(int length, float factor)
 {
-    return int(float(length) * factor);
+    return static_cast<int>(static_cast<float>(length) * factor);
 }
 
 } // namespace
@@ -161,7 +161,7 @@ std::optional<bool> BVServerBank::rowMark(int row) const
     const bool marked = number >= (foldersDrawn ? 0 : 1) && row < ui->mediaListWidget->count();
     if (!marked || !controller || !controller->isComparing())
         return std::nullopt;
-    return drawnMarks.test(size_t(number));
+    return drawnMarks.test(static_cast<std::size_t>(number));
 }
 
 void BVServerBank::rebuildFolderList()
@@ -171,7 +171,7 @@ void BVServerBank::rebuildFolderList()
     const Server &server = currentServer();
     const FolderPositions positions = server.folderPositions();
     for (int slot = 0; slot < folderCount; ++slot) {
-        const int position = positions[size_t(slot)];
+        const int position = positions[static_cast<std::size_t>(slot)];
         const QString name =
             position == -1 ? defaultFolderName(slot) : server.folders.at(position).name;
         addItem(rowIcon(markedPixmap(slot, u"folder"_s, folderPixmap)), name, slot + 1);
@@ -273,7 +273,8 @@ void BVServerBank::addEmptySlotItem(int slot)
 
 void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)
 {
-    // It joins the list complete: each later change of a row is a signal of its own.
+    // It joins the list complete: each later change of a row is a signal of its own. Required: the
+    // type, which nothing reads.
     auto *const item = new MarkedRow(this, icon, shownName(text), type);
     applyItemLook(item);
     ui->mediaListWidget->addItem(item);
@@ -281,9 +282,10 @@ void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)
 
 QPixmap BVServerBank::markedPixmap(int number, const QString &keyWord, QPixmap pixmap) const
 {
-    if (number < 0 || size_t(number) >= sameMarks.size())
+    const auto bit = static_cast<std::size_t>(number);
+    if (bit >= sameMarks.size())
         qFatal("There is no mark %d", number);
-    const bool same = sameMarks.test(size_t(number));
+    const bool same = sameMarks.test(bit);
 
     const QString key = (same ? "+BVServerBank+"_L1 : "-BVServerBank+"_L1) + keyWord;
     if (QPixmapCache::find(key, &pixmap))

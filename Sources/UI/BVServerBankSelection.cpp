@@ -30,7 +30,7 @@ QList<int> BVServerBank::selectedRows() const
 
 int BVServerBank::selectedRowCount() const
 {
-    return int(ui->mediaListWidget->selectedItems().size());
+    return static_cast<int>(ui->mediaListWidget->selectedItems().size());
 }
 
 void BVServerBank::selectRows(const QList<int> &rows)
@@ -55,7 +55,7 @@ QList<VisualRef> BVServerBank::visualsOfRows(const QList<int> &rows, bool onlyEx
     if (currentFolder == -1) {
         const FolderPositions positions = currentServer().folderPositions();
         for (const int row : rows)
-            visuals += visualsOfFolder(row, positions[size_t(row)], onlyExisting);
+            visuals += visualsOfFolder(row, positions[static_cast<std::size_t>(row)], onlyExisting);
         return visuals;
     }
 
@@ -89,7 +89,7 @@ QList<VisualRef> BVServerBank::allVisuals() const
 {
     QList<VisualRef> visuals;
     if (currentFolder == -1) {
-        visuals.reserve(qsizetype(folderCount) * lastSlot);
+        visuals.reserve(static_cast<qsizetype>(folderCount) * lastSlot);
         for (int folder = 0; folder < folderCount; ++folder) {
             for (int slot = 1; slot <= lastSlot; ++slot)
                 visuals.append({folder, slot});

@@ -7,6 +7,7 @@
 
 namespace {
 
+/// Required: the first three characters, so that a name such as "7: Rain" means slot 0.
 int slotNumber(const QListWidgetItem &item)
 {
     return item.text().left(3).toInt();

@@ -77,7 +77,7 @@ void ElidedLabel::paintEvent(QPaintEvent *)
         painter.setFont(piece.font);
         painter.setPen(piece.color);
         painter.drawText(
-            rest, int(alignment()) | Qt::TextSingleLine,
+            rest, static_cast<int>(alignment()) | Qt::TextSingleLine,
             QFontMetrics(piece.font).elidedText(piece.text, Qt::ElideRight, rest.width()));
         rest.setLeft(rest.left() + piece.width());
     }

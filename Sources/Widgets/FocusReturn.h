@@ -21,9 +21,9 @@ class FocusReturn final : public QObject
     Q_OBJECT
 
 public:
-    /// `window` becomes the parent. `first` is one of its widgets: it gets the focus as soon as it
+    /// `topLevel` becomes the parent. `first` is one of its widgets: it gets the focus as soon as it
     /// is enabled, unless the operator has chosen another widget before.
-    FocusReturn(QWidget *window, QWidget *first);
+    FocusReturn(QWidget *topLevel, QWidget *first);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
