@@ -3,7 +3,7 @@
 
 #include "Dialogs/BVPreferencesDialog.h"
 
-#include "Widgets/DarkBase.h"
+#include "UI/DarkLook.h"
 #include "ui_BVPreferencesDialog.h"
 
 #include <QPushButton>
@@ -17,7 +17,7 @@ BVPreferencesDialog::BVPreferencesDialog(quint32 level, QWidget *parent)
     for (const auto button : {QDialogButtonBox::Ok, QDialogButtonBox::Cancel})
         ui->buttonBox->button(button)->setMinimumSize(70, 15);
     for (const auto &[bit, box] : warnings()) {
-        useDarkBase(*box);
+        useDarkBase(box);
         box->setCheckState(warningLevel & bit ? Qt::Checked : Qt::Unchecked);
     }
     connect(ui->buttonBox, &QDialogButtonBox::accepted, this, &BVPreferencesDialog::accept);

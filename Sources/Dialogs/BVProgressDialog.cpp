@@ -3,7 +3,7 @@
 
 #include "Dialogs/BVProgressDialog.h"
 
-#include "Widgets/DarkBase.h"
+#include "UI/DarkLook.h"
 #include "ui_BVProgressDialog.h"
 
 #include <QPushButton>
@@ -17,7 +17,7 @@ BVProgressDialog::BVProgressDialog(const QString &text, bool closeWhenFull, QWid
     , autoClose(closeWhenFull)
 {
     ui->setupUi(this);
-    useDarkBase(*ui->progressBar);
+    useDarkBase(ui->progressBar);
     ui->label->setText(text);
     ui->progressBar->setMaximum(0);
     ui->buttonBox->button(QDialogButtonBox::Cancel)->setMinimumSize(70, 15);

@@ -3,7 +3,7 @@
 
 #include "Dialogs/TransferDialog.h"
 
-#include "Widgets/DarkBase.h"
+#include "UI/DarkLook.h"
 #include "Widgets/RowDelegate.h"
 #include "ui_TransferDialog.h"
 
@@ -26,8 +26,8 @@ TransferDialog::TransferDialog(QWidget *parent)
     , ui(std::make_unique<Ui::TransferDialog>())
 {
     ui->setupUi(this);
-    useDarkBase(*ui->progressBar);
-    useDarkBase(*ui->ckAutoScroll);
+    useDarkBase(ui->progressBar);
+    useDarkBase(ui->ckAutoScroll);
     ui->statusList->setColumnCount(2);
     ui->statusList->setItemDelegate(new RowDelegate(this));
     // Not visible; a screen reader reads them as the headers of a cell.

@@ -1,10 +1,17 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Widgets/DisabledIcon.h"
+#include "UI/DarkLook.h"
 
 #include <QAbstractButton>
 #include <QPainter>
+
+void useDarkBase(QWidget *widget)
+{
+    auto palette = widget->palette();
+    palette.setColor(QPalette::Base, QColor(39, 44, 51));
+    widget->setPalette(palette);
+}
 
 void dimDisabledIcon(QAbstractButton *button)
 {
