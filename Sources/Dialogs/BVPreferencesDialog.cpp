@@ -3,7 +3,7 @@
 
 #include "Dialogs/BVPreferencesDialog.h"
 
-#include "UI/DarkLook.h"
+#include "Widgets/DarkLook.h"
 #include "ui_BVPreferencesDialog.h"
 
 #include <QPushButton>

@@ -3,7 +3,7 @@
 
 #include "Dialogs/BVProgressDialog.h"
 
-#include "UI/DarkLook.h"
+#include "Widgets/DarkLook.h"
 #include "ui_BVProgressDialog.h"
 
 #include <QPushButton>

@@ -3,7 +3,7 @@
 
 #include "Dialogs/TransferDialog.h"
 
-#include "UI/DarkLook.h"
+#include "Widgets/DarkLook.h"
 #include "Widgets/RowDelegate.h"
 #include "ui_TransferDialog.h"
 

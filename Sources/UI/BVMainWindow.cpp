@@ -7,8 +7,8 @@
 #include "Dialogs/AboutDialog.h"
 #include "Dialogs/BVPreferencesDialog.h"
 #include "Model/ApplicationModel.h"
-#include "UI/DarkLook.h"
 #include "Widgets/CompletionsLook.h"
+#include "Widgets/DarkLook.h"
 #include "Widgets/FocusReturn.h"
 
 #include "ui_BVMainWindow.h"

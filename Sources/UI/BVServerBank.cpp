@@ -8,7 +8,7 @@
 #include "Log/ZorLog.h"
 #include "Model/Server.h"
 #include "Text/ShownText.h"
-#include "UI/DarkLook.h"
+#include "Widgets/DarkLook.h"
 #include "Widgets/RowDelegate.h"
 
 #include "ui_BVServerBank.h"

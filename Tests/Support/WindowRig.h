@@ -9,7 +9,7 @@
 #include "Support/Sandbox.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVServerBank.h"
-#include "UI/MediaListWidget.h"
+#include "Widgets/MediaListWidget.h"
 
 #include <QPixmapCache>
 #include <QTest>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "UI/MediaListWidget.h"
+#include "Widgets/MediaListWidget.h"
 
 #include "Support/FailOnWarning.h"
 

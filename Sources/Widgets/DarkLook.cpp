@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "UI/DarkLook.h"
+#include "Widgets/DarkLook.h"
 
 #include <QAbstractButton>
 #include <QPainter>
