@@ -64,8 +64,8 @@ struct DiscoverySocket
     std::int32_t socket;            ///< the handle, above 0 while open, 0 when closed
     std::int32_t lastError;         ///< the last `Error`; never cleared by a success
     std::int32_t lastSocketError;   ///< the system's error number for it
-    std::int32_t datagramsReceived; ///< of any type; never reset
-    std::int32_t bytesReceived;     ///< their payload; never reset
+    std::int32_t datagramsReceived; ///< of any type; never reset; required, although unused
+    std::int32_t bytesReceived;     ///< their payload; never reset; required, although unused
     sockaddr_in bindAddress;
     std::array<DiscoveredServer, tableSize> servers;
     std::int32_t serverCount; ///< entries in use, from the start
@@ -78,13 +78,16 @@ void init(DiscoverySocket &socket);
 void open(DiscoverySocket &socket);
 void close(DiscoverySocket &socket); ///< does nothing if it is not open
 /// Clears the `seen` flags, then reads at most one datagram. Returns true only for an announcement,
-/// also if the table had no room for it. So any other datagram ends a loop that drains the socket.
+/// also if the table had no room for it. So any other datagram ends a loop that drains the socket, as
+/// required.
 [[nodiscard]] bool poll(DiscoverySocket &socket);
 void resetTable(DiscoverySocket &socket); ///< clears the senders, not the counts
 void clearSeen(DiscoverySocket &socket);
 [[nodiscard]] int serverCount(const DiscoverySocket &socket);
 /// Returns a pointer to the table and the number of entries in use.
 void servers(DiscoverySocket &socket, DiscoveredServer *&table, std::size_t &count);
+// Required, although nothing calls them: findByName, seenNames, allNames.
+
 /// The first entry with exactly these bytes as its name, or null.
 [[nodiscard]] const DiscoveredServer *findByName(const DiscoverySocket &socket, const char *name);
 /// Appends the names of the entries that are marked as seen, in table order.

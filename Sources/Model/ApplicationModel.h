@@ -29,7 +29,7 @@ public:
     bool selectedViewMode = false; ///< true is list view, false is grid view
     int selectedIconSize = 1;      ///< 0 small, 1 medium, 2 large; any number is carried along
     quint32 warningLevel = Warnings::all; ///< the warnings that are shown
-    ProtocolInfo protocolInfo;
+    ProtocolInfo protocolInfo;            ///< required, though nothing reads it
 
     /// Reads the three options. What is absent gets its default; a text that is no number reads as
     /// 0, and any text but an empty one, "0" and "false" as true.

@@ -24,7 +24,7 @@ enum SyncStates : int {
 enum ServerDisconnectReason : int {
     DisconnectNone = 0,           ///< it ended without a word, and without an error
     DisconnectServerShutdown = 1, ///< the server announced its shutdown
-    DisconnectOtherClient = 2,    ///< never assigned; receivers handle it all the same
+    DisconnectOtherClient = 2,    ///< required, though nothing assigns it
     DisconnectNetworkError = 3,   ///< the reply ended with a network error
 };
 

@@ -19,7 +19,7 @@ struct MediaFolder
     /// Reads one folder object of a library document and sorts its files. Returns false, and
     /// changes nothing, if the object or any one of its files is not as it must be.
     [[nodiscard]] bool fromJson(const QJsonObject &json);
-    [[nodiscard]] QJsonObject toJson() const;
+    [[nodiscard]] QJsonObject toJson() const; ///< required, though nothing calls it
 
     /// Index in `files` of the first visual with this slot, -1 if there is none.
     [[nodiscard]] int indexOfSlot(int wanted) const;

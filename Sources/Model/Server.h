@@ -39,7 +39,8 @@ struct Server
     float graphFps = 0;
     float totalFps = 0;
     float monitorFps = 0;
-    int activeConnection = 0; ///< index into `connections`, may have fallen past the end
+    /// Index into `connections`. Required: it may fall past the end, see removeConnection.
+    int activeConnection = 0;
     bool isFullScreen = false;
     bool hasFpsStats = false; ///< a frame-rate report has arrived
     bool connected = false;   ///< its notification stream has reached the client
@@ -58,13 +59,13 @@ struct Server
     [[nodiscard]] MediaFolder folderAt(int index) const;
     /// Of several folders with one slot the first counts. Takes one pass, however many there are.
     [[nodiscard]] FolderPositions folderPositions() const;
-    /// Whether any folder holds media of this hash.
+    /// Whether any folder holds media of this hash. Required, though nothing calls it.
     [[nodiscard]] bool containsHash(const QString &wanted) const;
 
     /// Appends, without a look at duplicates.
     void addConnection(const QHostAddress &address, int netmask);
-    /// Erases the first entry that matches in both. `activeConnection` is left as it is, so it may
-    /// then name another address or none.
+    /// Erases the first entry that matches in both. `activeConnection` is left as it is, as
+    /// required, so it may then name another address or none.
     void removeConnection(const QHostAddress &address, int netmask);
     [[nodiscard]] bool hasAddress(const QHostAddress &address) const;
     /// Makes the first connection with this address the active one; without one, changes nothing.

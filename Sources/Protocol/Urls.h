@@ -30,7 +30,7 @@ inline constexpr quint64 clientProtocolVersion = 0x1000000000000;
 [[nodiscard]] QUrl libraryUrl(const QHostAddress &address);
 
 /// The URL of the notification stream as it appears in log lines: with the host, and with "%2" as
-/// the query.
+/// the query, as required.
 [[nodiscard]] QString notifierUrlTemplate(const QHostAddress &address);
 
 /// The notification stream.

@@ -61,6 +61,7 @@ void ServerConnectionHandler::stop()
         if (streamReply)
             deletionDelay.release(streamReply);
     }
+    // Required: what was not sent is reported as finished.
     for (const auto &[folderSlot, fileSlot] : std::exchange(removeQueue, {}))
         emit handlerRemoveFinished(uuid, folderSlot, fileSlot);
     if (removeInFlight.reply)
@@ -148,6 +149,7 @@ void ServerConnectionHandler::transferStarted(const QJsonObject &sync)
     transfer.sourceServer = sync["SERVER"_L1].toString();
     activeTransfers.insert(id, transfer);
     ZOR_LOG(info, "Sync started folder %d visual %d", transfer.folderSlot, transfer.fileSlot);
+    // Required: SyncQueued, whatever the state is.
     emit handlerSyncProgressUpdate(uuid, transfer.folderSlot, transfer.fileSlot, 0,
                                    Brenvoka::SyncQueued);
 }
@@ -170,6 +172,7 @@ void ServerConnectionHandler::transferFinished(const QJsonObject &sync)
     const QUuid id(sync["ID"_L1].toString());
     if (id.isNull() || !activeTransfers.contains(id))
         return;
+    // Required: the slots of this message and not those of the start.
     const int state = sync["STATUS"_L1].toInt(0);
     const int folderSlot = sync["FLDIDX"_L1].toInt(0);
     const int fileSlot = sync["VISIDX"_L1].toInt(0);

@@ -125,7 +125,7 @@ signals:
     void uploadedFileError(const QUuid &uuid, const QString &error);
     void uploadedFileFinished(const QUuid &uuid);
 
-    /// Never emitted: the stream is framed where it is read.
+    /// Required, though never emitted: the stream is framed where it is read.
     void processReceivedData();
 
 private slots:
@@ -171,7 +171,7 @@ private:
     bool closing = false;     ///< nothing is sent or reported any more
     Brenvoka::ServerDisconnectReason disconnectReason = Brenvoka::DisconnectNone;
     QHash<QUuid, ActiveTransfer> activeTransfers;
-    int pendingRequests = 0; ///< commands without an answer; nothing reads it
+    int pendingRequests = 0; ///< commands without an answer; required, though nothing reads it
     QList<VisualRef> removeQueue;
     QList<FolderRename> renameQueue;
     RemoveRequest removeInFlight;

@@ -217,6 +217,7 @@ void ServerConnectionHandler::commandEnded(QNetworkReply *reply)
 void ServerConnectionHandler::moveEnded(QNetworkReply *reply)
 {
     const Outcome outcome = readOutcome(reply);
+    // Required: a refusal is not logged.
     if (reply->error() != QNetworkReply::NoError) {
         ZOR_LOG(error,
                 "Element move failed on server %s folder %d from file %d to file %d reason: %s",

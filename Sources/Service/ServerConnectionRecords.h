@@ -14,9 +14,9 @@ struct ActiveTransfer
     int folderSlot = 0;      ///< "FLDIDX", the target folder
     int fileSlot = 0;        ///< "VISIDX", the target slot
     int progressPercent = 0; ///< "CPERCENT"
-    int speedBps = 0;        ///< "SPEEDBPS"
+    int speedBps = 0;        ///< "SPEEDBPS"; required, though nothing reads it
     QString sourceServer;    ///< "SERVER", the URL of the server that the file comes from
-    QString error;           ///< stays empty
+    QString error;           ///< required, though it stays empty
 };
 
 /// The removal that is being executed. It is in flight from the moment of its request, when it may

@@ -34,6 +34,7 @@ ProtocolInfo protocolInfoFromHeaders(const QNetworkReply &reply)
 ServerInfoService::ServerInfoService()
 {
     auto *cache = new QNetworkDiskCache(this);
+    // Required: no separator before the name.
     cache->setCacheDirectory(QStandardPaths::writableLocation(QStandardPaths::CacheLocation) +
                              "serverInfo"_L1);
     cache->setMaximumCacheSize(maximumCacheSize);
@@ -53,6 +54,7 @@ void ServerInfoService::requestLibrary(const Server &server)
     }
     if (closedDoors.contains(server.uuid))
         return;
+    // Required: the first connection, not the active one.
     const QUrl url = Protocol::libraryUrl(server.connections.constFirst().first);
     ZOR_LOG(info, "Downloading server info from: %s", qUtf8Printable(url.toString()));
     pendingReplies.insert(BoundedDownload::get(networkManager, url, maximumLibrarySize), server);

@@ -87,6 +87,7 @@ void ServerListenerService::noteConnection(KnownServer &server, const Announceme
     const auto &[uuid, address, netmask, name] = announcement;
     const auto known = std::ranges::find(server.connections, address, &KnownConnection::address);
     if (known != server.connections.end()) {
+        // Required: the netmask stays the one that was announced first.
         known->lastSeen = static_cast<qint32>(pollCount);
         return;
     }
@@ -100,6 +101,7 @@ void ServerListenerService::noteName(KnownServer &server, const Announcement &an
 {
     if (server.name == announcement.name)
         return;
+    // Required: the name is stored first, so the line has the new name twice.
     server.name = announcement.name;
     ZOR_LOG(info, "server name changed from %s to %s", qUtf8Printable(server.name),
             qUtf8Printable(announcement.name));

@@ -45,13 +45,14 @@ public slots:
 
 signals:
     /// The load is complete: 256 pictures by slot, null where the folder has no visual and where
-    /// the server sent no picture. Does not come when the last reply of a load is a failed one.
+    /// the server sent no picture. Required: does not come when the last reply of a load is a
+    /// failed one.
     void finished(int mediaFolderIndex, const QList<QPixmap> &pixmaps);
 
     /// A reply of the manager ended, of this service or of another, well or badly.
     void progress();
 
-    /// The download of one visual failed.
+    /// The download of one visual failed. Required, though nothing is connected to it.
     void error(int fileSlot, const QHostAddress &serverIp);
 
     void aborted();
@@ -80,7 +81,7 @@ private:
     QList<QPixmap> pixmaps;
     QSize thumbnailSize;
     int folderIndex = 0;
-    qint64 fileCount = 0;
+    qint64 fileCount = 0; ///< of the folder; required, though nothing reads it
     QHostAddress serverAddress;
     /// Counts loads and cancels. Whoever emits compares it afterwards: a receiver may have started
     /// another load.

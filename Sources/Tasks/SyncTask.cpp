@@ -52,6 +52,7 @@ void SyncTask::abort()
 {
     aborted = true;
     ended = true;
+    // Required: the dialog of the renames stays until the task is deleted.
     if (removeDialog)
         removeDialog->hide();
     if (transferDialog)
@@ -185,6 +186,7 @@ void SyncTask::takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
         startTransfers();
 }
 
+// Required: the results of transfers count, whichever server sends them.
 void SyncTask::visualTransferProgress(const QUuid & /*serverId*/, int folderSlot, int fileSlot,
                                       int progressPercent, Brenvoka::SyncStates progressState)
 {
@@ -292,7 +294,7 @@ QString SyncTask::transferErrorLine(const QString &destination, const QString &s
         return tr("Visual sync from %2 failed while queued on server \"%1\": %3.")
             .arg(destination, source, error);
     case Brenvoka::SyncTransferring:
-        // Both markers are the first one, so the name stands twice and the URL nowhere.
+        // Required: both markers are the first one, so the line has the name twice and no URL.
         return tr("Server %1 failed to download URL \"%1\".").arg(destination);
     case Brenvoka::SyncImporting:
         return tr("Visual sync from \"%1\" on server \"%2\" in folder %3 at index %4 failed: "
@@ -301,7 +303,7 @@ QString SyncTask::transferErrorLine(const QString &destination, const QString &s
     case Brenvoka::SyncFailed:
         return tr("Visual sync from \"%1\" on server \"%2\" in folder %3 at index %4 failed: %5.")
             .arg(source, destination, folder, file, error);
-    default:
+    default: // required as spelt
         return tr("Unexpected failure message for sync op on sever \"%1\" from \"%2\".")
             .arg(destination, url);
     }

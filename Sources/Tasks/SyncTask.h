@@ -100,7 +100,7 @@ private:
     QUuid sourceServer;
     QUuid destinationServer;
     QHostAddress sourceAddress;
-    QHostAddress destinationAddress;
+    QHostAddress destinationAddress; ///< required, though nothing reads it
     QList<RenameEntry> renames;
     RemoveEntries removals;
     QList<VisualRef> transfers;
