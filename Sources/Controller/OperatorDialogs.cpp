@@ -6,6 +6,7 @@
 #include "Dialogs/ErrorMessageDialog.h"
 #include "Model/ApplicationModel.h"
 #include "Model/LibraryComparison.h"
+#include "Model/Warnings.h"
 #include "Text/ShownText.h"
 #include "UI/BVMainWindow.h"
 
@@ -21,10 +22,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // The bits of the model's `warningLevel`.
-constexpr quint32 destructiveWarning = 1;
-constexpr quint32 moveWarning = 2;
-constexpr quint32 overwriteWarning = 4;
-constexpr quint32 largeSyncWarning = 8;
 constexpr qsizetype largeSyncCount = 11;
 
 } // namespace
@@ -49,7 +46,7 @@ bool OperatorDialogs::confirmSync(const LibraryComparison::SyncPlan &plan, const
                                   const QString &destination) const
 {
     const QString title = tr("Visual synchronize");
-    if (plan.visualCount() >= largeSyncCount && (model->warningLevel & largeSyncWarning)) {
+    if (plan.visualCount() >= largeSyncCount && (model->warningLevel & Warnings::largeSync)) {
         QString text = tr("You are trying to synchronize %1 visuals from server %2 to server %3.\n")
                            .arg(QString::number(plan.visualCount()), shownName(source),
                                 shownName(destination));
@@ -58,7 +55,7 @@ bool OperatorDialogs::confirmSync(const LibraryComparison::SyncPlan &plan, const
                        "slots.");
         text += tr("\nAre you sure you want to continue?");
         text += tr("\n\nNote: The operation can not be undone.");
-        return confirmWarning(text, title, largeSyncWarning);
+        return confirmWarning(text, title, Warnings::largeSync);
     }
     if (!plan.isDestructive())
         return true;
@@ -66,14 +63,14 @@ bool OperatorDialogs::confirmSync(const LibraryComparison::SyncPlan &plan, const
         tr("Are you sure you want to synchronize the selected visuals?\n"
            "The operation may permanently remove or replace visuals in destination slots\n\n"
            "Note: The operation can not be  undone."), // required: two blanks
-        title, destructiveWarning);
+        title, Warnings::destructive);
 }
 
 bool OperatorDialogs::confirmRemoval() const
 {
     return confirmWarning(tr("Are you sure you want to remove the selected visuals?\n\n"
                              "Note: The operation can not be undone."),
-                          tr("Visual remove"), destructiveWarning);
+                          tr("Visual remove"), Warnings::destructive);
 }
 
 bool OperatorDialogs::confirmMove() const
@@ -81,7 +78,7 @@ bool OperatorDialogs::confirmMove() const
     // Required: the title is that of a removal.
     return confirmWarning(tr("Are you sure you want to move the selected visual?\n\n"
                              "Note: The operation can not be canceled or undone."),
-                          tr("Visual remove"), moveWarning);
+                          tr("Visual remove"), Warnings::move);
 }
 
 bool OperatorDialogs::confirmOverwrite() const
@@ -89,7 +86,7 @@ bool OperatorDialogs::confirmOverwrite() const
     return confirmWarning(
         tr("Are you sure you want to overwrite the selected visual?\n"
            "The operation will permanently remove the visual in the destination slot"),
-        tr("Visual upload"), overwriteWarning);
+        tr("Visual upload"), Warnings::upload);
 }
 
 QString OperatorDialogs::askForUpload(const QString &directory) const

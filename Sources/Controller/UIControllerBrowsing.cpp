@@ -5,7 +5,7 @@
 
 #include "Dialogs/BVProgressDialog.h"
 #include "Model/ApplicationModel.h"
-#include "Tasks/ThreeDigits.h"
+#include "Model/Slots.h"
 #include "Text/ShownText.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVServerBank.h"
@@ -86,7 +86,7 @@ void UIController::thumbnailError(int fileSlot, const QHostAddress &serverIp)
     if (server.uuid.isNull() || !banks.showing(server.uuid))
         return;
     showErrorMessage(tr("Download of thumbnail for visual %1 from server \"%2\" failed.")
-                         .arg(threeDigits(fileSlot), shownName(server.name)));
+                         .arg(Slots::threeDigits(fileSlot), shownName(server.name)));
 }
 
 void UIController::setSmallSize()

@@ -3,6 +3,7 @@
 
 #include "Dialogs/BVPreferencesDialog.h"
 
+#include "Model/Warnings.h"
 #include "Widgets/DarkLook.h"
 #include "ui_BVPreferencesDialog.h"
 
@@ -39,8 +40,8 @@ void BVPreferencesDialog::accept()
 
 std::array<BVPreferencesDialog::Warning, 4> BVPreferencesDialog::warnings() const
 {
-    return {{{1, ui->checkBoxWarnDeleteAndOverwrite},
-             {2, ui->checkBoxWarnMove},
-             {4, ui->checkBoxWarnUpload},
-             {8, ui->checkBoxWarnLarge}}};
+    return {{{Warnings::destructive, ui->checkBoxWarnDeleteAndOverwrite},
+             {Warnings::move, ui->checkBoxWarnMove},
+             {Warnings::upload, ui->checkBoxWarnUpload},
+             {Warnings::largeSync, ui->checkBoxWarnLarge}}};
 }

@@ -7,6 +7,7 @@
 
 #include "Controller/ServerBankController.h"
 #include "Model/Server.h"
+#include "Model/Slots.h"
 #include "Text/ShownText.h"
 
 #include "ui_BVServerBank.h"
@@ -22,9 +23,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-constexpr int folderCount = 256;
-constexpr int slotCount = 256;
 
 /// How rows look at one icon size.
 struct RowLook
@@ -44,12 +42,12 @@ constexpr float widthFactor = 1.2F;
 
 QString defaultFolderName(int folderSlot)
 {
-    return u"%1_Folder"_s.arg(folderSlot, 3, 10, QLatin1Char('0'));
+    return Slots::threeDigits(folderSlot) + u"_Folder"_s;
 }
 
 QString emptySlotText(int slot)
 {
-    return u"%1: EMPTY"_s.arg(slot, 3, 10, QLatin1Char('0'));
+    return Slots::threeDigits(slot) + u": EMPTY"_s;
 }
 
 /// Shows itself in a selected row as well, where Qt would tint it until its mark can't be told.
@@ -170,7 +168,7 @@ void BVServerBank::rebuildFolderList()
     const QList<int> selection = clearRows();
     const Server &server = currentServer();
     const FolderPositions positions = server.folderPositions();
-    for (int slot = 0; slot < folderCount; ++slot) {
+    for (int slot = 0; slot < Slots::folderCount; ++slot) {
         const int position = positions[static_cast<std::size_t>(slot)];
         const QString name =
             position == -1 ? defaultFolderName(slot) : server.folders.at(position).name;
@@ -244,7 +242,7 @@ void BVServerBank::rebuildSlotList(const MediaFolder &folder, const QList<QPixma
     const int row = rowAfterRebuild();
     const QList<int> selection = clearRows();
     addHeaderItems();
-    for (int slot = 1; slot < slotCount; ++slot) {
+    for (int slot = 1; slot < Slots::count; ++slot) {
         const int index = folder.indexOfSlot(slot);
         if (index == -1) {
             addEmptySlotItem(slot);

@@ -7,15 +7,13 @@
 
 #include "Log/ZorLog.h"
 #include "Model/Server.h"
+#include "Model/Slots.h"
 
 #include "ui_BVServerBank.h"
 
 #include <QSignalBlocker>
 
 namespace {
-
-constexpr int lastSlot = 255;
-constexpr int folderCount = 256;
 
 } // namespace
 
@@ -78,7 +76,7 @@ QList<VisualRef> BVServerBank::visualsOfFolder(int folderSlot, int position,
     if (onlyExisting && position == -1)
         return visuals;
     const MediaFolder folder = currentServer().folderAt(position);
-    for (int slot = 1; slot <= lastSlot; ++slot) {
+    for (int slot = 1; slot <= Slots::last; ++slot) {
         if (!onlyExisting || folder.indexOfSlot(slot) != -1)
             visuals.append({folderSlot, slot});
     }
@@ -89,9 +87,9 @@ QList<VisualRef> BVServerBank::allVisuals() const
 {
     QList<VisualRef> visuals;
     if (currentFolder == -1) {
-        visuals.reserve(static_cast<qsizetype>(folderCount) * lastSlot);
-        for (int folder = 0; folder < folderCount; ++folder) {
-            for (int slot = 1; slot <= lastSlot; ++slot)
+        visuals.reserve(static_cast<qsizetype>(Slots::folderCount) * Slots::last);
+        for (int folder = 0; folder < Slots::folderCount; ++folder) {
+            for (int slot = 1; slot <= Slots::last; ++slot)
                 visuals.append({folder, slot});
         }
         return visuals;
@@ -99,7 +97,7 @@ QList<VisualRef> BVServerBank::allVisuals() const
 
     const int position = folderPosition(currentFolder);
     // Required: on this level, and only here, the last slot is left out.
-    for (int slot = 1; slot < lastSlot; ++slot) {
+    for (int slot = 1; slot < Slots::last; ++slot) {
         visuals.append({position, slot});
         ZOR_LOG(info, "%d-%d", position, slot);
     }
