@@ -107,22 +107,47 @@ function(brenvoka_write_layers file)
     file(WRITE ${file} ${arrows})
 endfunction()
 
+# Tests run in a network of their own where this system allows it; then none has to wait for another
+# that needs the same port.
+set(BRENVOKA_PRIVATE_NETWORK ${PROJECT_SOURCE_DIR}/Scripts/private-network.sh)
+execute_process(COMMAND ${BRENVOKA_PRIVATE_NETWORK} true
+    RESULT_VARIABLE result OUTPUT_QUIET ERROR_QUIET)
+if(NOT result STREQUAL "0")
+    message(STATUS "No private networks here: tests that need the same port run one by one")
+    set(BRENVOKA_PRIVATE_NETWORK)
+endif()
+
+# brenvoka_add_test(NAME COMMAND command... LABELS label... [LOCKS resource...] [TIMEOUT seconds]
+#                   [ENVIRONMENT assignment...])
+# Registers a command with CTest. LOCKS are the things that exist once in a network: discovery-port,
+# single-instance. Tests that share one run one after the other, unless each has its own network.
+function(brenvoka_add_test name)
+    cmake_parse_arguments(arg "" "TIMEOUT" "COMMAND;LABELS;LOCKS;ENVIRONMENT" ${ARGN})
+    if(NOT arg_TIMEOUT)
+        set(arg_TIMEOUT 300)
+    endif()
+    if(BRENVOKA_PRIVATE_NETWORK)
+        set(arg_LOCKS)
+    endif()
+    add_test(NAME ${name} COMMAND ${BRENVOKA_PRIVATE_NETWORK} ${arg_COMMAND})
+    set_tests_properties(${name} PROPERTIES
+        LABELS "${arg_LABELS}"
+        RESOURCE_LOCK "${arg_LOCKS}"
+        TIMEOUT ${arg_TIMEOUT}
+        ENVIRONMENT "${arg_ENVIRONMENT}")
+endfunction()
+
 # brenvoka_test(NAME [LABELS label...] [LIBRARIES target...] [LOCKS resource...] [TIMEOUT seconds])
 # Builds NAME.cpp of the calling folder as a Qt Test program and registers it with CTest. It links the
 # layer under test and nothing above it.
 function(brenvoka_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "LABELS;LIBRARIES;LOCKS" ${ARGN})
-    if(NOT arg_TIMEOUT)
-        set(arg_TIMEOUT 300)
-    endif()
     add_executable(${name} ${name}.cpp)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} brenvoka-test-support brenvoka-build Qt6::Test)
     target_compile_definitions(${name} PRIVATE
         BRENVOKA_WIRE_DIR="${PROJECT_SOURCE_DIR}/Tests/Wire")
-    add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES
-        LABELS "${arg_LABELS}"
-        RESOURCE_LOCK "${arg_LOCKS}"
-        TIMEOUT ${arg_TIMEOUT}
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;QT_LOGGING_RULES=qt.qpa.*=false;UBSAN_OPTIONS=print_stacktrace=1")
+    brenvoka_add_test(${name} COMMAND $<TARGET_FILE:${name}>
+        LABELS ${arg_LABELS} LOCKS ${arg_LOCKS} TIMEOUT ${arg_TIMEOUT}
+        ENVIRONMENT QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES=qt.qpa.*=false
+            UBSAN_OPTIONS=print_stacktrace=1)
 endfunction()

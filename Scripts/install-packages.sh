@@ -12,8 +12,9 @@ packages=(
     cmake ninja-build g++ ccache git
     qt6-base-dev qt6-qpa-plugins libgl-dev
     libspdlog-dev libfmt-dev libboost-filesystem-dev libcpp-httplib-dev
-    # tests and the demonstration: a virtual display, input events, the accessibility tree, pictures
-    xvfb openbox xdotool x11-utils imagemagick
+    # tests and the demonstration: a virtual display, input events, the accessibility tree, pictures,
+    # a network of their own
+    xvfb openbox xdotool x11-utils imagemagick iproute2
     at-spi2-core dbus dbus-x11 python3 python3-pyatspi
     curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei
     # fuzzers

@@ -103,23 +103,18 @@ def tree_files():
     return [file for file in files if (ROOT / file).is_file()]
 
 
-def private_network():
-    """What a command is started with so that it shares no port with anyone, if that is allowed."""
-    for options in (["-n"], ["-rn"]):
-        prefix = ["unshare", *options, "sh", "-c", 'ip link set lo up && exec "$@"', "sh"]
-        if shutil.which("unshare") and subprocess.run(
-                [*prefix, "true"], capture_output=True, check=False).returncode == 0:
-            return prefix
-    return []
+def private_networks_work():
+    """Whether each test runs in a network of its own, and so shares no port with another."""
+    return subprocess.run([ROOT / "Scripts" / "private-network.sh", "true"], capture_output=True,
+                          check=False).returncode == 0
 
 
 class Workshop:
     """One copy of the tree, built apart, in which one fault at a time is planted and removed."""
 
-    def __init__(self, number, network):
+    def __init__(self, number):
         self.tree = AREA / f"tree{number}"
         self.build = self.tree / "build" / "dev"
-        self._network = network
         self._log = AREA / f"build{number}.log"
         self._environment = {**os.environ, "CCACHE_BASEDIR": str(self.tree), "CCACHE_NOHASHDIR": "1"}
 
@@ -156,8 +151,7 @@ class Workshop:
         test = self._tests[name]
         with tempfile.TemporaryDirectory(prefix="mutate-") as scratch:
             process = subprocess.Popen(
-                [*self._network, *test["command"]], env=self._test_environment(test, scratch),
-                cwd=scratch, text=True, errors="replace", start_new_session=True,
+                test["command"], env=self._test_environment(test, scratch), cwd=scratch, text=True, errors="replace", start_new_session=True,
                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
             late = threading.Event()
             watch = threading.Timer(120, lambda: (late.set(), self._end(process)))
@@ -306,8 +300,7 @@ def run(options):
             found = fault.plant((ROOT / fault.file).read_text(encoding="utf-8")) is not None
             print(f"{fault.file}: {fault.title}{'' if found else ' -- ' + NOT_FOUND}")
         return 0
-    network = private_network()
-    if options.jobs > 1 and not network:
+    if options.jobs > 1 and not private_networks_work():
         raise TableError("several copies at once need a private network (unshare) for each test")
 
     began = time.monotonic()
@@ -318,7 +311,7 @@ def run(options):
         fcntl.flock(lock, fcntl.LOCK_EX | fcntl.LOCK_NB)
     except BlockingIOError:
         raise TableError("another run is at work in build/mutate") from None
-    workshops = [Workshop(number, network) for number in range(1, options.jobs + 1)]
+    workshops = [Workshop(number) for number in range(1, options.jobs + 1)]
     workshops[0].prepare(tests)
     check_without_faults(workshops[0], tests)
     print(f"built, and {len(tests)} tests pass without a fault: {time.monotonic() - began:.0f} s",

@@ -3,6 +3,8 @@
 
 """A virtual display of its own, with a window manager and an accessibility bus."""
 
+import fcntl
+import itertools
 import os
 import pathlib
 import shutil
@@ -36,15 +38,7 @@ class Display:
             raise
 
     def _start(self, size):
-        reader, writer = os.pipe()
-        self._run(["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{size}x24",
-                   "-nolisten", "tcp", "-noreset"], pass_fds=(writer,))
-        os.close(writer)
-        with os.fdopen(reader) as pipe:
-            number = pipe.readline().strip()
-        if not number:
-            raise RuntimeError("Xvfb did not start")
-        os.environ["DISPLAY"] = f":{number}"
+        os.environ["DISPLAY"] = self._start_server(size)
         os.environ.pop("WAYLAND_DISPLAY", None)
 
         bus = self._run(["dbus-daemon", "--session", "--nofork", "--print-address"],
@@ -62,6 +56,26 @@ class Display:
 
         self._run(["openbox", "--config-file", self._window_manager_configuration()])
         wait_for(self._window_manager_is_up, "the window manager")
+
+    def _start_server(self, size):
+        """The name of the display.
+
+        Xvfb cannot choose it: in a network of its own every number looks free to it, and it would
+        replace the socket of another display in the folder that all share. The lock covers the time
+        from the choice of a number to the socket of that number.
+        """
+        with open(f"/tmp/brenvoka-displays-{os.getuid()}.lock", "w") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            number = next(number for number in itertools.count(100)
+                          if not os.path.lexists(f"/tmp/.X11-unix/X{number}"))
+            reader, writer = os.pipe()
+            self._run(["Xvfb", f":{number}", "-displayfd", str(writer), "-screen", "0",
+                       f"{size}x24", "-nolisten", "tcp", "-noreset"], pass_fds=(writer,))
+            os.close(writer)
+            with os.fdopen(reader) as pipe:
+                if pipe.readline().strip() != str(number):
+                    raise RuntimeError("Xvfb did not start")
+        return f":{number}"
 
     def _window_manager_configuration(self):
         """Windows appear where they ask to, with a plain border, and keep the focus they get."""
