@@ -10,6 +10,7 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <termios.h>
 #include <unistd.h>
@@ -39,14 +40,13 @@ public:
             close(reader);
         reader = -1;
     }
-    /// Puts in what there is room for.
+    /// Puts in what there is room for. The kernel moves what was written to a terminal to the other
+    /// end at its own time, which makes room again until that end is full.
     void fill() const
     {
         fcntl(writer, F_SETFL, O_NONBLOCK);
-        const QByteArray filling(4096, '.');
-        for (size_t size = 4096; size > 0;)
-            if (write(writer, filling.constData(), size) < 0)
-                size /= 2;
+        while (writeWhatFits())
+            (void)QTest::qWaitFor([&] { return !isatty(writer) || readerIsFull(); }, 30000);
         fcntl(writer, F_SETFL, 0);
     }
     /// Everything that has arrived so far.
@@ -71,6 +71,27 @@ public:
 
     int reader;
     const int writer;
+
+private:
+    /// Whether anything did.
+    [[nodiscard]] bool writeWhatFits() const
+    {
+        const QByteArray filling(4096, '.');
+        bool any = false;
+        for (size_t size = 4096; size > 0;) {
+            if (write(writer, filling.constData(), size) > 0)
+                any = true;
+            else
+                size /= 2;
+        }
+        return any;
+    }
+    /// Whether a terminal's reader has as many bytes as Linux queues for it.
+    [[nodiscard]] bool readerIsFull() const
+    {
+        int size = 0;
+        return ioctl(reader, FIONREAD, &size) == 0 && size >= 4095;
+    }
 };
 
 inline std::unique_ptr<Channel> openPipe()
