@@ -146,15 +146,17 @@ class Workshop:
     def write(self, file, text):
         (self.tree / file).write_text(text, encoding="utf-8")
 
-    def run_test(self, name):
-        """How the test failed, or None if it passed. Ends with the first failure."""
+    def run_test(self, name, limit):
+        """How the test failed, or None if it passed. Ends with the first failure, and after so many
+        seconds."""
         test = self._tests[name]
         with tempfile.TemporaryDirectory(prefix="mutate-") as scratch:
             process = subprocess.Popen(
-                test["command"], env=self._test_environment(test, scratch), cwd=scratch, text=True, errors="replace", start_new_session=True,
-                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+                test["command"], env=self._test_environment(test, scratch), cwd=scratch, text=True,
+                errors="replace", start_new_session=True, stdin=subprocess.DEVNULL,
+                stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
             late = threading.Event()
-            watch = threading.Timer(120, lambda: (late.set(), self._end(process)))
+            watch = threading.Timer(limit, lambda: (late.set(), self._end(process)))
             watch.start()
             try:
                 failure = self._first_failure(process)
@@ -215,7 +217,7 @@ class Workshop:
                                   stderr=subprocess.STDOUT, check=False).returncode == 0
 
 
-def outcome(workshop, fault):
+def outcome(workshop, fault, limits):
     """What became of the fault, and which test saw it."""
     sound = workshop.read(fault.file)
     faulty = fault.plant(sound)
@@ -226,7 +228,7 @@ def outcome(workshop, fault):
         for test in fault.tests:
             if not workshop.make(test):
                 return DOES_NOT_BUILD, test
-            failure = workshop.run_test(test)
+            failure = workshop.run_test(test, limits[test])
             if failure:
                 return SEEN_AFTER_ALL if fault.unseen else CAUGHT, failure
     finally:
@@ -234,15 +236,22 @@ def outcome(workshop, fault):
     return (UNSEEN, fault.unseen) if fault.unseen else (SURVIVED, " ".join(fault.tests))
 
 
-def check_without_faults(workshop, tests):
-    """A test that fails by itself would catch everything."""
+def limits_without_faults(workshop, tests):
+    """For each test the seconds after which it hangs; a hang is what many faults lead to.
+
+    A test that fails by itself would catch everything.
+    """
+    limits = {}
     for test in tests:
-        failure = workshop.run_test(test)
+        began = time.monotonic()
+        failure = workshop.run_test(test, 300)
         if failure:
             raise TableError(f"fails without a fault: {failure}")
+        limits[test] = 20 + 5 * (time.monotonic() - began)
+    return limits
 
 
-def plant_all(workshops, tests, faults):
+def plant_all(workshops, limits, faults):
     """Yields each fault with its outcome and its seconds, in the order in which they are known.
 
     Only the first workshop is prepared; the others join when they are.
@@ -251,14 +260,14 @@ def plant_all(workshops, tests, faults):
     free.put(workshops[0])
 
     def join(workshop):
-        workshop.prepare(tests)
+        workshop.prepare(limits)
         free.put(workshop)
 
     def work(fault):
         workshop = free.get()
         began = time.monotonic()
         try:
-            return fault, *outcome(workshop, fault), time.monotonic() - began
+            return fault, *outcome(workshop, fault, limits), time.monotonic() - began
         finally:
             free.put(workshop)
 
@@ -313,12 +322,12 @@ def run(options):
         raise TableError("another run is at work in build/mutate") from None
     workshops = [Workshop(number) for number in range(1, options.jobs + 1)]
     workshops[0].prepare(tests)
-    check_without_faults(workshops[0], tests)
+    limits = limits_without_faults(workshops[0], tests)
     print(f"built, and {len(tests)} tests pass without a fault: {time.monotonic() - began:.0f} s",
           flush=True)
 
     results = []
-    for result in plant_all(workshops, tests, faults):
+    for result in plant_all(workshops, limits, faults):
         results.append(result)
         fault, state, detail, seconds = result
         print(f"{fault.table}: {fault.title}\n    {state}: {detail} ({seconds:.0f} s)", flush=True)
