@@ -31,7 +31,7 @@ for preset in release asan fuzz; do
     echo "== $preset: test"
     log=build/$preset/tests.log
     # Most tests wait for sockets and not for the processor, so more run at once than it has cores.
-    parallel=$((jobs * 2))
+    parallel=$((jobs * 3))
     [ "$preset" != fuzz ] || parallel=$jobs
     ctest --preset "$preset" --parallel "$parallel" 2>&1 | tee "$log" || failed=1
     summaries+=("== $preset" "$(sed -n '/% tests passed/,$p' "$log")")

@@ -33,8 +33,8 @@ These have to be installed by hand, if they are not there:
   Qt 6.4 or later: Core, Gui, Widgets, Network, Test, and the xcb and offscreen platform plug-ins
   spdlog 1.10 or later, fmt 9 or later, Boost.Filesystem 1.74 or later, cpp-httplib 0.11 or later
   for tests and the demonstration: Xvfb, openbox, xdotool, xdpyinfo, xprop, xwininfo, ImageMagick,
-  curl, D-Bus, at-spi2-core, /usr/bin/python3 with pyatspi, rsvg-convert, and the fonts DejaVu,
-  Liberation and WenQuanYi Micro Hei
+  iproute2, curl, D-Bus, at-spi2-core, /usr/bin/python3 with pyatspi, rsvg-convert, and the fonts
+  DejaVu, Liberation and WenQuanYi Micro Hei
   for the fuzzers: clang 14 or later with libFuzzer and the sanitizers
   for the Debian package: dpkg-dev, file, desktop-file-utils, appstreamcli, groff
 TEXT
