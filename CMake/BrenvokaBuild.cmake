@@ -107,6 +107,25 @@ function(brenvoka_write_layers file)
     file(WRITE ${file} ${arrows})
 endfunction()
 
+# brenvoka_loopback(NAME VARIABLE): sets the variable to the first three numbers of the loopback
+# addresses that belong to the test program of that name only, such as "127.33.7". They depend on the
+# name, so that a new test does not change those of others, which would be compiled again.
+function(brenvoka_loopback name variable)
+    string(MD5 hash ${name})
+    string(SUBSTRING ${hash} 0 4 hash)
+    set(place "0x${hash}")
+    set(owner taken)
+    while(owner AND NOT owner STREQUAL name)
+        math(EXPR place "(${place} + 1) % (192 * 256)")
+        get_property(owner GLOBAL PROPERTY BRENVOKA_LOOPBACK_${place})
+    endwhile()
+    set_property(GLOBAL PROPERTY BRENVOKA_LOOPBACK_${place} ${name})
+    # Those below 127.16 are left to the demonstration and to programs that run without CTest.
+    math(EXPR second "16 + ${place} / 256")
+    math(EXPR third "${place} % 256")
+    set(${variable} 127.${second}.${third} PARENT_SCOPE)
+endfunction()
+
 # Tests run in a network of their own where this system allows it; then none has to wait for another
 # that needs the same port.
 set(BRENVOKA_PRIVATE_NETWORK ${PROJECT_SOURCE_DIR}/Scripts/private-network.sh)
@@ -129,12 +148,13 @@ function(brenvoka_add_test name)
     if(BRENVOKA_PRIVATE_NETWORK)
         set(arg_LOCKS)
     endif()
+    brenvoka_loopback(${name} loopback)
     add_test(NAME ${name} COMMAND ${BRENVOKA_PRIVATE_NETWORK} ${arg_COMMAND})
     set_tests_properties(${name} PROPERTIES
         LABELS "${arg_LABELS}"
         RESOURCE_LOCK "${arg_LOCKS}"
         TIMEOUT ${arg_TIMEOUT}
-        ENVIRONMENT "${arg_ENVIRONMENT}")
+        ENVIRONMENT "BRENVOKA_LOOPBACK=${loopback};${arg_ENVIRONMENT}")
 endfunction()
 
 # brenvoka_test(NAME [LABELS label...] [LIBRARIES target...] [LOCKS resource...] [TIMEOUT seconds])
@@ -144,7 +164,9 @@ function(brenvoka_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "LABELS;LIBRARIES;LOCKS" ${ARGN})
     add_executable(${name} ${name}.cpp)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} brenvoka-test-support brenvoka-build Qt6::Test)
+    brenvoka_loopback(${name} loopback)
     target_compile_definitions(${name} PRIVATE
+        BRENVOKA_LOOPBACK="${loopback}"
         BRENVOKA_WIRE_DIR="${PROJECT_SOURCE_DIR}/Tests/Wire")
     brenvoka_add_test(${name} COMMAND $<TARGET_FILE:${name}>
         LABELS ${arg_LABELS} LOCKS ${arg_LOCKS} TIMEOUT ${arg_TIMEOUT}

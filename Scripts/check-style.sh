@@ -49,6 +49,10 @@ report 'the rehearsal server shares no code with the program' \
 report 'a test that waits for time' \
     git grep -nE 'QTest::qWait\(|QThread::(m|u)?sleep|this_thread::sleep' -- 'Tests/*.cpp' 'Tests/*.h'
 
+# The build hands them out, so that no two test programs have the same; see Tests/Support/Loopback.h.
+report 'an address that another test may have' \
+    git grep -nE '127[\]*\.[1-8][0-9][\]*\.[0-9]+' -- 'Tests/*.cpp' 'Tests/*.h' 'Tests/*.py'
+
 for file in "${shell[@]}" demo.sh test.sh; do bash -n "$file" || breach "does not parse: $file"; done
 for file in "${python[@]}"; do
     python3 - "$file" <<'PY' || breach "does not parse: $file"

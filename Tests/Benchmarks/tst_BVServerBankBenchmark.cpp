@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Benchmarks/Comparison.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 
 #include <QStyledItemDelegate>
@@ -64,7 +65,7 @@ private slots:
             files.append(visual(slot, u"Sunset"_s, slot));
             longFiles.append(visual(slot, u"Sunset over the sea "_s.repeated(500), slot));
         }
-        Server server = sampleServer(u"Stage left"_s, u"127.50.6.1"_s);
+        Server server = sampleServer(u"Stage left"_s, loopback(1));
         server.folders = {folder(0, u"Full"_s, files), folder(1, u"Long names"_s, longFiles)};
         rig.connectServer(server);
         QVERIFY(rig.show());

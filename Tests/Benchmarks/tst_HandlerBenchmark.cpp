@@ -7,6 +7,7 @@
 #include "Protocol/Urls.h"
 #include "Service/Http/ServerRequest.h"
 #include "Service/ServerConnectionHandler.h"
+#include "Support/Loopback.h"
 
 #include <QEventLoop>
 #include <QFile>
@@ -171,8 +172,9 @@ void syncBySocket(AnsweringServer &server, const QList<VisualRef> &visuals)
         if (sent == visuals.size())
             return;
         const QByteArray body = CommandBodies::sync(server.serverAddress(), visuals.at(sent++));
-        socket.write("POST /brenvoka/execute.html HTTP/1.1\r\nHost: 127.20.9.1:4567\r\n"
-                     "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
+        socket.write("POST /brenvoka/execute.html HTTP/1.1\r\nHost: " LOOPBACK(
+                         1) ":4567\r\n"
+                            "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: " +
                      QByteArray::number(body.size()) + "\r\n\r\n" + body);
     };
     QObject::connect(&socket, &QTcpSocket::connected, &socket, sendNext);
@@ -232,7 +234,7 @@ private slots:
 
     void largestSynchronisation()
     {
-        AnsweringServer server(QHostAddress(u"127.20.9.1"_s));
+        AnsweringServer server(QHostAddress(loopback(1)));
         const QList<VisualRef> visuals = visualsOfFolders(256);
         double time = 0;
         const double growth =
@@ -245,7 +247,7 @@ private slots:
 
     void handlerAgainstBareSocket()
     {
-        AnsweringServer server(QHostAddress(u"127.20.9.1"_s));
+        AnsweringServer server(QHostAddress(loopback(1)));
         const QList<VisualRef> visuals = visualsOfFolders(64);
         const Comparison time = compare([&] { syncByHandler(server, visuals); },
                                         [&] { syncBySocket(server, visuals); }, 3);
@@ -256,7 +258,7 @@ private slots:
 
     void queueAgainstAllAtOnce()
     {
-        AnsweringServer server(QHostAddress(u"127.20.9.1"_s));
+        AnsweringServer server(QHostAddress(loopback(1)));
         const QList<VisualRef> visuals = visualsOfFolders(64);
         const double queued = memoryGrowth([&] { syncByHandler(server, visuals); });
         const double atOnce = memoryGrowth([&] { syncAllAtOnce(server, visuals); });

@@ -75,7 +75,7 @@ void tst_SyncTaskBenchmark::startLargestTransfer(SyncRig &rig)
 
 void tst_SyncTaskBenchmark::startOfTheLargestTransfer()
 {
-    SyncRig rig(u"127.60.9.1"_s);
+    SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     startLargestTransfer(rig);
     const QStringList labels = SyncRig::transferTexts(0);
@@ -100,7 +100,7 @@ void tst_SyncTaskBenchmark::newsOfTheLargestTransfer_data()
 void tst_SyncTaskBenchmark::newsOfTheLargestTransfer()
 {
     QFETCH(const bool, autoScroll);
-    SyncRig rig(u"127.60.9.1"_s);
+    SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     startLargestTransfer(rig);
     BareTable bare;
@@ -125,7 +125,7 @@ void tst_SyncTaskBenchmark::newsOfTheLargestTransfer()
 void tst_SyncTaskBenchmark::resultsOfTheLargestRemoval()
 {
     const auto removalOf = [](const QList<VisualRef> &refs) {
-        SyncRig rig(u"127.60.9.1"_s);
+        SyncRig rig(loopback(1));
         rig.start({}, refs, {});
         for (const auto &[folderSlot, fileSlot] : refs)
             emit rig.service.visualRemoveFinished(rig.destinationUuid, folderSlot, fileSlot);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ThumbnailTestKit.h"
+#include "Support/Loopback.h"
 #include "Support/WireServer.h"
 
 #include <QElapsedTimer>
@@ -25,7 +26,7 @@ private slots:
     {
         constexpr int visuals = 255;
         constexpr int rounds = 7;
-        WireServer server(u"127.30.4.1"_s);
+        WireServer server(loopback(1));
         server.answer("/brenvoka/thumbnails/", picture({128, 96}, Qt::red));
         QNetworkAccessManager manager;
         manager.setProxy(QNetworkProxy::NoProxy);

@@ -34,7 +34,7 @@ public:
         rig.connectServer(two);
     }
 
-    Server one = sampleServer(QStringLiteral("One"), QStringLiteral("127.60.5.1"));
-    Server two = sampleServer(QStringLiteral("Two"), QStringLiteral("127.60.5.2"));
+    Server one = sampleServer(QStringLiteral("One"), loopback(51));
+    Server two = sampleServer(QStringLiteral("Two"), loopback(52));
     WindowRig rig;
 };

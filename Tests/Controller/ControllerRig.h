@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Dialogs/TransferDialog.h"
+#include "Support/Loopback.h"
 #include "Support/PlayedServer.h"
 #include "Support/WindowRig.h"
 
@@ -118,7 +119,7 @@ public:
         return rig.rig.window->findChild<TransferDialog *>();
     }
 
-    PlayedServer one{QStringLiteral("127.60.3.1")};
-    PlayedServer two{QStringLiteral("127.60.3.2")};
+    PlayedServer one{loopback(101)};
+    PlayedServer two{loopback(102)};
     ControllerRig rig;
 };

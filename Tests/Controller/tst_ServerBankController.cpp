@@ -4,6 +4,7 @@
 #include "Controller/ServerBankController.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 #include "Support/WireServer.h"
 
@@ -78,7 +79,7 @@ void tst_ServerBankController::doubleClickOnAFolderRowOpensThatFolder()
 {
     QFETCH(const int, row);
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.1"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
     QVERIFY(rig.show());
     const QSignalSpy opened(&controllerOf(rig.bankA()), &ServerBankController::sendFolderChanged);
     const QSignalSpy back(&controllerOf(rig.bankA()), &ServerBankController::sendFolderBack);
@@ -95,7 +96,7 @@ void tst_ServerBankController::doubleClickOnAFolderRowOpensThatFolder()
 void tst_ServerBankController::doubleClickOnBackLeadsBack()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.2"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
     QVERIFY(rig.show());
     rig.controller().folderChanged(3);
     const QSignalSpy back(&controllerOf(rig.bankA()), &ServerBankController::sendFolderBack);
@@ -119,7 +120,7 @@ void tst_ServerBankController::doubleClickOnASlotDoesNothing()
 {
     QFETCH(const int, row);
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.3"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
     QVERIFY(rig.show());
     rig.controller().folderChanged(3);
     const QSignalSpy opened(&controllerOf(rig.bankA()), &ServerBankController::sendFolderChanged);
@@ -136,7 +137,7 @@ void tst_ServerBankController::doubleClickOnASlotDoesNothing()
 void tst_ServerBankController::selectionIsToldBeforeTheUploadButtonIsSet()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.4"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(4)));
     QVERIFY(rig.show());
     rig.controller().folderChanged(3);
     auto &button = childOf<QPushButton>(rig.bankA(), "addButton");
@@ -161,11 +162,11 @@ void tst_ServerBankController::everySignalCarriesItsDeck()
 {
     QFETCH(const ServerDeck, deck);
     // The servers take the stream's connection and say nothing.
-    const WireServer firstPeer(u"127.50.3.5"_s);
-    const WireServer secondPeer(u"127.50.3.6"_s);
+    const WireServer firstPeer(loopback(5));
+    const WireServer secondPeer(loopback(6));
     WindowRig rig;
-    const Server first = sampleServer(u"Stage left"_s, u"127.50.3.5"_s);
-    const Server second = sampleServer(u"Stage right"_s, u"127.50.3.6"_s);
+    const Server first = sampleServer(u"Stage left"_s, loopback(5));
+    const Server second = sampleServer(u"Stage right"_s, loopback(6));
     rig.connectServer(first);
     rig.connectServer(second);
     QVERIFY(rig.show());
@@ -197,9 +198,9 @@ void tst_ServerBankController::everySignalCarriesItsDeck()
 
 void tst_ServerBankController::folderFillsFromTheServer()
 {
-    WireServer peer(u"127.50.3.7"_s);
+    WireServer peer(loopback(7));
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.7"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
     QPixmapCache::clear();
     QVERIFY(rig.show());
     doubleClickRow(rig.bankA(), 3);
@@ -220,12 +221,12 @@ void tst_ServerBankController::folderFillsFromTheServer()
 
 void tst_ServerBankController::bothBanksLoadByThemselves()
 {
-    WireServer firstPeer(u"127.50.3.8"_s);
-    WireServer secondPeer(u"127.50.3.9"_s);
+    WireServer firstPeer(loopback(8));
+    WireServer secondPeer(loopback(9));
     WindowRig rig;
-    Server second = sampleServer(u"Stage right"_s, u"127.50.3.9"_s);
+    Server second = sampleServer(u"Stage right"_s, loopback(9));
     second.folders[3] = folder(3, u"Stage"_s, {visual(7, u"Bridge"_s, 7)});
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.8"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
     rig.connectServer(second);
     QPixmapCache::clear();
     QVERIFY(rig.show());
@@ -248,11 +249,11 @@ void tst_ServerBankController::bothBanksLoadByThemselves()
 
 void tst_ServerBankController::lateThumbnailsLeaveTheFolders()
 {
-    WireServer firstPeer(u"127.50.3.13"_s);
+    WireServer firstPeer(loopback(13));
     WindowRig rig;
-    Server second = sampleServer(u"Stage right"_s, u"127.50.3.14"_s);
+    Server second = sampleServer(u"Stage right"_s, loopback(14));
     second.folders[3].files.clear();
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.13"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(13)));
     rig.connectServer(second);
     QPixmapCache::clear();
     QVERIFY(rig.show());
@@ -272,9 +273,9 @@ void tst_ServerBankController::lateThumbnailsLeaveTheFolders()
 
 void tst_ServerBankController::failedThumbnailIsToldToNobody()
 {
-    WireServer peer(u"127.50.3.10"_s);
+    WireServer peer(loopback(10));
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.10"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
     QPixmapCache::clear();
     QVERIFY(rig.show());
     doubleClickRow(rig.bankA(), 3);
@@ -307,9 +308,9 @@ void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails_data()
 void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails()
 {
     QFETCH(const std::function<void(WindowRig &)>, remedy);
-    WireServer peer(u"127.50.3.12"_s);
+    WireServer peer(loopback(12));
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.12"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
     QPixmapCache::clear();
     QVERIFY(rig.show());
     doubleClickRow(rig.bankA(), 3);
@@ -329,9 +330,9 @@ void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails()
 
 void tst_ServerBankController::windowClosedDuringADownload()
 {
-    WireServer peer(u"127.50.3.11"_s);
+    WireServer peer(loopback(11));
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.3.11"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
     QPixmapCache::clear();
     QVERIFY(rig.show());
     doubleClickRow(rig.bankA(), 3);

@@ -49,7 +49,7 @@ void tst_UIControllerBrowsing::equalLibrariesShowNoDifference()
 void tst_UIControllerBrowsing::oneServerShowsTheSignAndNoDifference()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.60.5.1"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(51)));
     QVERIFY(rig.bankA().sameMarks.all());
     QVERIFY(!rig.find<QLabel>("unsyncServers").isHidden());
     rig.controller().folderChanged(3);
@@ -101,14 +101,14 @@ void tst_UIControllerBrowsing::aFolderThatBothLackHasARedHeader()
 void tst_UIControllerBrowsing::aSingleServerHasNoRedHeader()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.60.5.1"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(51)));
     rig.controller().folderChanged(9);
     QCOMPARE(headerOf(rig.bankA()), u"Library > 009_Folder"_s);
 }
 
 void tst_UIControllerBrowsing::bothBanksChangeLevelTogether()
 {
-    const Server sample = sampleServer(u"x"_s, u"127.60.5.1"_s);
+    const Server sample = sampleServer(u"x"_s, loopback(51));
     BrowsingStage stage(sample.folders, sample.folders);
     QVERIFY(stage.rig.show());
     doubleClickRow(stage.rig.bankB(), 3);
@@ -125,9 +125,9 @@ void tst_UIControllerBrowsing::bothBanksChangeLevelTogether()
 
 void tst_UIControllerBrowsing::aChangeOfServerStaysInTheFolder()
 {
-    PlayedServer server(u"127.60.5.3"_s);
+    PlayedServer server(loopback(53));
     ControllerRig rig;
-    const Server sample = sampleServer(u"One"_s, u"127.60.5.1"_s);
+    const Server sample = sampleServer(u"One"_s, loopback(51));
     rig.rig.connectServer(sample);
     rig.controller().folderChanged(3);
     QVERIFY(rig.bringUp(server, u"Other"_s, {folder(3, u"Stage"_s, {visual(3, u"Sunset"_s, 3)})}));
@@ -143,7 +143,7 @@ void tst_UIControllerBrowsing::aChangeOfServerStaysInTheFolder()
 
 void tst_UIControllerBrowsing::selectionIsMirroredByRow()
 {
-    const Server sample = sampleServer(u"x"_s, u"127.60.5.1"_s);
+    const Server sample = sampleServer(u"x"_s, loopback(51));
     BrowsingStage stage(sample.folders, sample.folders);
     QVERIFY(stage.rig.show());
     clickRow(stage.rig.bankA(), 3);
@@ -158,7 +158,7 @@ void tst_UIControllerBrowsing::selectionIsMirroredByRow()
 void tst_UIControllerBrowsing::rowsPastTheEndAreNotMirrored()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.60.5.1"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(51)));
     QCOMPARE(listOf(rig.bankB()).count(), 0);
     rig.bankA().selectRows({3, 4});
     rig.controller().serverItemsSelectionChanged(ServerDeckA);
@@ -173,7 +173,7 @@ void tst_UIControllerBrowsing::rowsPastTheEndAreNotMirrored()
 
 void tst_UIControllerBrowsing::scrollingIsLinked()
 {
-    const Server sample = sampleServer(u"x"_s, u"127.60.5.1"_s);
+    const Server sample = sampleServer(u"x"_s, loopback(51));
     BrowsingStage stage(sample.folders, sample.folders);
     QVERIFY(stage.rig.show());
     QScrollBar *const barA = listOf(stage.rig.bankA()).verticalScrollBar();
@@ -189,7 +189,7 @@ void tst_UIControllerBrowsing::scrollingIsLinked()
 void tst_UIControllerBrowsing::goingBackRestoresThePositionOfBankA()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.60.5.1"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(51)));
     QVERIFY(rig.show());
     QScrollBar *const bar = listOf(rig.bankA()).verticalScrollBar();
     QTRY_VERIFY_WITH_TIMEOUT(bar->maximum() > 100, 30000);
@@ -201,7 +201,7 @@ void tst_UIControllerBrowsing::goingBackRestoresThePositionOfBankA()
 
 void tst_UIControllerBrowsing::goingBackRestoresTheScrollPosition()
 {
-    const Server sample = sampleServer(u"x"_s, u"127.60.5.1"_s);
+    const Server sample = sampleServer(u"x"_s, loopback(51));
     BrowsingStage stage(sample.folders, sample.folders);
     QVERIFY(stage.rig.show());
     QScrollBar *const barA = listOf(stage.rig.bankA()).verticalScrollBar();
@@ -253,7 +253,7 @@ void tst_UIControllerBrowsing::aFailedThumbnailHasAMessage()
     stage.rig.model.setServerName(stage.two.uuid, u"%1\n<b>Two</b>\u202E"_s);
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
-    stage.rig.controller().thumbnailError(7, QHostAddress(u"127.60.5.2"_s));
+    stage.rig.controller().thumbnailError(7, QHostAddress(loopback(52)));
     QCOMPARE(modals.seen().value(0).text,
              u"Download of thumbnail for visual 007 from server \"%1 <b>Two</b> \" failed."_s);
 }
@@ -261,10 +261,10 @@ void tst_UIControllerBrowsing::aFailedThumbnailHasAMessage()
 void tst_UIControllerBrowsing::aFailedThumbnailOfAHiddenServerHasNone()
 {
     BrowsingStage stage({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
-    stage.rig.connectServer(sampleServer(u"Three"_s, u"127.60.5.3"_s));
+    stage.rig.connectServer(sampleServer(u"Three"_s, loopback(53)));
     ModalDriver modals;
-    stage.rig.controller().thumbnailError(7, QHostAddress(u"127.60.5.3"_s));
-    stage.rig.controller().thumbnailError(7, QHostAddress(u"127.60.5.99"_s));
+    stage.rig.controller().thumbnailError(7, QHostAddress(loopback(53)));
+    stage.rig.controller().thumbnailError(7, QHostAddress(loopback(149)));
     QVERIFY(modals.seen().isEmpty());
 }
 

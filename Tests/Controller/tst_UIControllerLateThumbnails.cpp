@@ -59,13 +59,13 @@ public:
             [&] { return log.texts().filter(u"Downloaded was a success"_s).size() >= 2; }, 30000);
     }
 
-    WireServer peerOne{u"127.60.10.1"_s};
-    WireServer peerTwo{u"127.60.10.2"_s};
-    WireServer peerThree{u"127.60.10.3"_s};
+    WireServer peerOne{loopback(1)};
+    WireServer peerTwo{loopback(2)};
+    WireServer peerThree{loopback(3)};
     LogCapture log;
     WindowRig rig;
-    Server one = sampleServer(u"One"_s, u"127.60.10.1"_s);
-    Server two = sampleServer(u"Two"_s, u"127.60.10.2"_s);
+    Server one = sampleServer(u"One"_s, loopback(1));
+    Server two = sampleServer(u"Two"_s, loopback(2));
     BVServerBank &bankA = rig.bankA();
     BVServerBank &bankB = rig.bankB();
 };
@@ -140,7 +140,7 @@ void tst_UIControllerLateThumbnails::rowsStayAsTheyAre()
 void tst_UIControllerLateThumbnails::anotherServersVisualsGetNoPicture()
 {
     SlowStage stage;
-    Server three = sampleServer(u"Three"_s, u"127.60.10.3"_s);
+    Server three = sampleServer(u"Three"_s, loopback(3));
     three.folders[3] = folder(4, u"Four"_s, {visual(9, u"Nine"_s, 9)});
     stage.rig.connectServer(three);
     QVERIFY(stage.open());

@@ -35,8 +35,8 @@ public:
     void enter(int folder) const { rig.controller().folderChanged(folder); }
     [[nodiscard]] int level() const { return rig.model.selectedFolder; }
 
-    WireServer silentOne{u"127.60.5.1"_s};
-    WireServer silentTwo{u"127.60.5.2"_s};
+    WireServer silentOne{loopback(51)};
+    WireServer silentTwo{loopback(52)};
     BrowsingStage stage;
     WindowRig &rig = stage.rig;
     BVServerBank &bankA = rig.bankA();
@@ -135,12 +135,12 @@ void tst_UIControllerLevels::bankAJoinsTheFolder()
 void tst_UIControllerLevels::aFirstServerJoinsTheFolder()
 {
     WindowRig rig;
-    const Server one = sampleServer(u"One"_s, u"127.60.5.1"_s);
+    const Server one = sampleServer(u"One"_s, loopback(51));
     rig.connectServer(one);
     rig.controller().folderChanged(3);
     rig.connectServer(one); // any refresh of the lists
     QCOMPARE(rig.bankB().currentFolder, foldersLevel);
-    Server two = sampleServer(u"Two"_s, u"127.60.5.2"_s);
+    Server two = sampleServer(u"Two"_s, loopback(52));
     two.folders = LevelStage::library(u"Other"_s, {visual(3, u"Sunset"_s, 3)});
     rig.connectServer(two);
     holdInFolder(rig.bankA());
@@ -247,8 +247,8 @@ void tst_UIControllerLevels::banksThatBothLostTheirServersToARenameMeetAtTheFold
 void tst_UIControllerLevels::aFirstServerStaysOutOfAFolderThatNobodyIsIn()
 {
     WindowRig rig;
-    const Server one = sampleServer(u"One"_s, u"127.60.5.1"_s);
-    const Server two = sampleServer(u"Two"_s, u"127.60.5.2"_s);
+    const Server one = sampleServer(u"One"_s, loopback(51));
+    const Server two = sampleServer(u"Two"_s, loopback(52));
     rig.connectServer(one);
     rig.controller().folderChanged(3);
     rig.controller().removeServer(one.uuid);
@@ -294,8 +294,8 @@ void tst_UIControllerLevels::joiningAsksForEachThumbnailOnce()
     LogCapture log;
     ControllerRig::choose(stage.bankB, u"Two"_s);
     const QStringList asked = log.texts().filter(u"Downloading thumbnail from: "_s);
-    QCOMPARE(asked.filter(u"//127.60.5.1:"_s).size(), 2);
-    QCOMPARE(asked.filter(u"//127.60.5.2:"_s).size(), 1);
+    QCOMPARE(asked.filter(u"//" LOOPBACK(51) ":"_s).size(), 2);
+    QCOMPARE(asked.filter(u"//" LOOPBACK(52) ":"_s).size(), 1);
     QCOMPARE(asked.size(), 3);
 }
 

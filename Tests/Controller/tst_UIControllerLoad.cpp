@@ -41,7 +41,7 @@ QByteArray report(qint64 rate)
 /// A library of a million folders in slot 256, which no row shows.
 Server hugeServer(const QString &name)
 {
-    Server server(QUuid::createUuid(), QHostAddress(u"127.60.21.2"_s), 8, name);
+    Server server(QUuid::createUuid(), QHostAddress(loopback(2)), 8, name);
     server.folders = QList<MediaFolder>(1000000, folder(256, u"Past the end"_s));
     return server;
 }
@@ -69,7 +69,7 @@ private slots:
 void tst_UIControllerLoad::aThousandReportsASecondLeaveTheWindowAnswering()
 {
     constexpr int count = 2000;
-    PlayedServer server(u"127.60.21.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"One"_s, {folder(0, u"Intro"_s)}));
     QVERIFY(rig.rig.show());
@@ -97,7 +97,7 @@ void tst_UIControllerLoad::aThousandReportsASecondLeaveTheWindowAnswering()
 void tst_UIControllerLoad::reportsThatArriveTogetherAreDrawnOnce()
 {
     WindowRig rig;
-    const Server server = sampleServer(u"One"_s, u"127.60.21.1"_s);
+    const Server server = sampleServer(u"One"_s, loopback(1));
     rig.connectServer(server);
     QVERIFY(rig.show());
     auto &cpu = childOf<QLabel>(rig.bankA(), "cpuValueLabel");
@@ -125,12 +125,12 @@ void tst_UIControllerLoad::manyServersLeaveAtOnce()
     WindowRig rig;
     QList<QUuid> uuids;
     for (int number = 0; number < crowd; ++number) {
-        Server server = sampleServer(u"Server %1"_s.arg(number), u"127.60.21.2"_s);
+        Server server = sampleServer(u"Server %1"_s.arg(number), loopback(2));
         server.connected = true;
         rig.model.upsertServer(server);
         uuids.append(server.uuid);
     }
-    rig.controller().serverConnected(uuids.first(), QHostAddress(u"127.60.21.2"_s));
+    rig.controller().serverConnected(uuids.first(), QHostAddress(loopback(2)));
     QVERIFY(rig.show());
     QCOMPARE(ControllerRig::offered(rig.bankA()).size(), crowd);
     QCOMPARE(ControllerRig::offered(rig.bankB()).size(), crowd - 1);

@@ -94,7 +94,7 @@ void tst_UIControllerLosses::theOperatorIsToldWhy()
     QFETCH(const Brenvoka::ServerDisconnectReason, reason);
     QFETCH(const QString, error);
     ControllerRig rig;
-    const Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    const Server server = sampleServer(u"One"_s, loopback(109));
     rig.rig.connectServer(server);
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
@@ -109,7 +109,7 @@ void tst_UIControllerLosses::theOperatorIsToldWhy()
 void tst_UIControllerLosses::anotherClientIsNotNamedAndDetailsStayOpen()
 {
     ControllerRig rig;
-    const Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    const Server server = sampleServer(u"One"_s, loopback(109));
     rig.rig.connectServer(server);
     ModalDriver modals;
     modals.answer([](QDialog &dialog) {
@@ -144,7 +144,7 @@ void tst_UIControllerLosses::namesAndErrorsAreShownAsTheyAre()
     QFETCH(const QString, error);
     QFETCH(const QString, shownError);
     ControllerRig rig;
-    const Server server = sampleServer(name, u"127.60.3.9"_s);
+    const Server server = sampleServer(name, loopback(109));
     rig.rig.connectServer(server);
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
@@ -156,9 +156,9 @@ void tst_UIControllerLosses::namesAndErrorsAreShownAsTheyAre()
 void tst_UIControllerLosses::aServerInNeitherBankDisappearsWithoutAWord()
 {
     ControllerRig rig;
-    const Server one = sampleServer(u"One"_s, u"127.60.3.9"_s);
-    const Server two = sampleServer(u"Two"_s, u"127.60.3.8"_s);
-    const Server three = sampleServer(u"Three"_s, u"127.60.3.7"_s);
+    const Server one = sampleServer(u"One"_s, loopback(109));
+    const Server two = sampleServer(u"Two"_s, loopback(108));
+    const Server three = sampleServer(u"Three"_s, loopback(107));
     for (const Server &server : {one, two, three})
         rig.rig.connectServer(server);
     ModalDriver modals;
@@ -181,7 +181,7 @@ void tst_UIControllerLosses::aDisconnectBeforeTheFirstConnectionKeepsTheServer()
 {
     LogCapture log;
     ControllerRig rig;
-    Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    Server server = sampleServer(u"One"_s, loopback(109));
     rig.model().upsertServer(server);
     rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError, u"x"_s);
     QCOMPARE(rig.model().servers.size(), 1);
@@ -191,7 +191,7 @@ void tst_UIControllerLosses::aDisconnectBeforeTheFirstConnectionKeepsTheServer()
 void tst_UIControllerLosses::theServerIsGoneBeforeItsMessageOpens()
 {
     ControllerRig rig;
-    const Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    const Server server = sampleServer(u"One"_s, loopback(109));
     rig.rig.connectServer(server);
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
@@ -207,7 +207,7 @@ void tst_UIControllerLosses::theServerIsGoneBeforeItsMessageOpens()
 void tst_UIControllerLosses::discoveryLosesAServerWithoutAWord()
 {
     ControllerRig rig;
-    const Server server = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    const Server server = sampleServer(u"One"_s, loopback(109));
     rig.rig.connectServer(server);
     ModalDriver modals;
     rig.controller().removeServer(server.uuid);
@@ -228,7 +228,7 @@ void tst_UIControllerLosses::discoveryLosesAnUnknownServer()
 void tst_UIControllerLosses::aDroppedServerIsDisconnectedFromTheService()
 {
     LogCapture log;
-    PlayedServer server(u"127.60.3.1"_s);
+    PlayedServer server(loopback(101));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
     rig.controller().removeServer(server.uuid);
@@ -238,7 +238,7 @@ void tst_UIControllerLosses::aDroppedServerIsDisconnectedFromTheService()
 
 void tst_UIControllerLosses::aServerThatCameBackIsDrawnAnew()
 {
-    PlayedServer server(u"127.60.3.1"_s);
+    PlayedServer server(loopback(101));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
     ModalDriver modals;
@@ -283,7 +283,7 @@ void tst_UIControllerLosses::losingTheSourceAbortsTheTaskToo()
 
 void tst_UIControllerLosses::losingABystanderLeavesTheTaskAlone()
 {
-    PlayedServer three(u"127.60.3.3"_s);
+    PlayedServer three(loopback(103));
     SyncStage stage;
     QVERIFY(stage.open());
     QVERIFY(stage.rig.bringUp(three, u"Three"_s, library()));
@@ -322,7 +322,7 @@ void tst_UIControllerLosses::discoveryLosesAServerOfTheTask()
 
 void tst_UIControllerLosses::discoveryLosesAServerOfTheTaskThatIsInNeitherBank()
 {
-    PlayedServer three(u"127.60.3.3"_s);
+    PlayedServer three(loopback(103));
     SyncStage stage;
     QVERIFY(stage.open());
     QVERIFY(stage.rig.bringUp(three, u"Three"_s, library()));
@@ -361,9 +361,9 @@ void tst_UIControllerLosses::theEndOfATaskAndItsAbortAreOneEnd()
 
 void tst_UIControllerLosses::aMessageSurvivesTheServersThatComeAndGoUnderIt()
 {
-    PlayedServer two(u"127.60.3.2"_s);
+    PlayedServer two(loopback(102));
     ControllerRig rig;
-    const Server one = sampleServer(u"One"_s, u"127.60.3.9"_s);
+    const Server one = sampleServer(u"One"_s, loopback(109));
     rig.rig.connectServer(one);
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {

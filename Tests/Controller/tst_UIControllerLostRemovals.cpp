@@ -73,7 +73,7 @@ private slots:
 
 void tst_UIControllerLostRemovals::lostServerGetsNoRemovalUnderTheMessage()
 {
-    OperationStage stage(u"127.60.43.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, 0, thirtyVisuals()));
     answerFive(stage.one);
     listOf(stage.bankA()).selectAll();
@@ -93,7 +93,7 @@ void tst_UIControllerLostRemovals::lostServerGetsNoRemovalUnderTheMessage()
 
 void tst_UIControllerLostRemovals::lostSourceEndsTheRemovalsOfASync()
 {
-    PlayedServer three(u"127.60.43.3"_s);
+    PlayedServer three(loopback(3));
     SyncStage stage;
     QVERIFY(stage.open(OperationStage::library().first(3), thirtyVisuals()));
     QVERIFY(stage.rig.bringUp(three, u"Three"_s, OperationStage::library()));

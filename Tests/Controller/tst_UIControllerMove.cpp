@@ -65,7 +65,7 @@ private slots:
 
 void tst_UIControllerMove::aDragAsksWithTheTitleOfTheRemoval()
 {
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     ModalDriver modals;
     modals.press(QMessageBox::Yes);
@@ -91,7 +91,7 @@ void tst_UIControllerMove::noChangesNothing_data()
 void tst_UIControllerMove::noChangesNothing()
 {
     QFETCH(const bool, escape);
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     ModalDriver modals;
     escape ? modals.escape() : modals.press(QMessageBox::No);
@@ -106,7 +106,7 @@ void tst_UIControllerMove::noChangesNothing()
 
 void tst_UIControllerMove::askingNoMoreIsSavedAtOnce()
 {
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     ModalDriver modals;
     modals.press(u"Yes, don't ask again"_s);
@@ -154,7 +154,7 @@ void tst_UIControllerMove::rowsAreDropped()
     QFETCH(const bool, listView);
     QFETCH(const int, from);
     QFETCH(const int, to);
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.bankA().setListMode(listView);
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), from, stage.bankA(), to));
@@ -165,7 +165,7 @@ void tst_UIControllerMove::rowsAreDropped()
 
 void tst_UIControllerMove::severalRowsAreNotMoved()
 {
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     clickRow(stage.bankA(), 4);
     clickRow(stage.bankA(), 6, Qt::ControlModifier);
@@ -179,7 +179,7 @@ void tst_UIControllerMove::severalRowsAreNotMoved()
 
 void tst_UIControllerMove::theDeckDecidesTheServer()
 {
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     QVERIFY(dragRow(stage.rig.rig, stage.bankB(), 4, stage.bankB(), 2));
     QVERIFY(stage.isFetchedAnew(stage.two));
@@ -190,7 +190,7 @@ void tst_UIControllerMove::theDeckDecidesTheServer()
 void tst_UIControllerMove::aNameWithoutANumberIsSlotZero()
 {
     cacheThumbnail(4);
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(
         0, 0,
         {folder(0, u"Intro"_s, {{hashOf(3), u"Sunset 003"_s, 3}, {hashOf(4), u"7: "_s, 4}}),
@@ -207,7 +207,7 @@ void tst_UIControllerMove::aNameWithoutANumberIsSlotZero()
 // Unlike removal and upload, which take the folder's place in the list for its number.
 void tst_UIControllerMove::aLibraryWithGapsKeepsTheFoldersNumber()
 {
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(2, 0, OperationStage::sparseLibrary()));
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
     QVERIFY(stage.isFetchedAnew(stage.one));
@@ -216,7 +216,7 @@ void tst_UIControllerMove::aLibraryWithGapsKeepsTheFoldersNumber()
 
 void tst_UIControllerMove::aFailureIsShownOnceAtTheEnd()
 {
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.one.refuse("it is <locked>");
     ModalDriver modals;
@@ -231,7 +231,7 @@ void tst_UIControllerMove::aFailureIsShownOnceAtTheEnd()
 
 void tst_UIControllerMove::aCancelSendsNothing()
 {
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.one.wire.hold(executePath);
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
@@ -245,7 +245,7 @@ void tst_UIControllerMove::aCancelSendsNothing()
 void tst_UIControllerMove::aSecondStartLetsGoOfTheFirst()
 {
     LogCapture log;
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.one.wire.hold(executePath);
     {
@@ -273,7 +273,7 @@ void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen()
 {
     QFETCH(const bool, toldByTheServer);
     LogCapture log;
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     ModalDriver modals;
     modals.answer([&](QDialog &warning) {
@@ -297,7 +297,7 @@ void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen()
 
 void tst_UIControllerMove::theBankIsEmptiedWhileTheWarningIsOpen()
 {
-    OperationStage stage(u"127.81.2.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     ModalDriver modals;
     modals.answer([&](QDialog &warning) {
@@ -313,7 +313,7 @@ void tst_UIControllerMove::theBankIsEmptiedWhileTheWarningIsOpen()
 void tst_UIControllerMove::theWindowGoesWhileTheWarningIsOpen()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.81.2.9"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(9)));
     ModalDriver modals;
     modals.answer([&](QDialog &) { rig.window.reset(); });
     rig.controller().handleMoveVisual(3, 1, ServerDeckA);

@@ -15,7 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QString serverAddress = u"127.60.10.1"_s;
+const QString serverAddress = loopback(1);
 const QByteArray thumbnails = "/brenvoka/thumbnails/";
 
 /// A server whose folders 0 and 1 have a visual each. Their thumbnails are not in memory.
@@ -65,7 +65,7 @@ private slots:
 
 void tst_UIControllerNetwork::thumbnailsAreFetchedPastTheProxy()
 {
-    const ApplicationProxy proxy(u"127.60.10.9"_s);
+    const ApplicationProxy proxy(loopback(9));
     WindowRig rig;
     rig.connectServer(oneVisualAFolder(ApplicationProxy::thisMachine().toString()));
     LogCapture log;

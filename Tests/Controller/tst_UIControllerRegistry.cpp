@@ -53,7 +53,7 @@ private slots:
 
 void tst_UIControllerRegistry::aDiscoveredServerReachesTheScreen()
 {
-    PlayedServer server(u"127.60.2.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     server.setLibrary(library());
     rig.controller().addServer(server.uuid, server.wire.address(), 8, u"Stage left"_s);
@@ -73,9 +73,9 @@ void tst_UIControllerRegistry::aDiscoveredServerReachesTheScreen()
 
 void tst_UIControllerRegistry::theFirstServerGoesToBankAAndTheSecondToBankB()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
-    PlayedServer three(u"127.60.2.3"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
+    PlayedServer three(loopback(3));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
     QCOMPARE(rig.bankA().currentServerUuid(), one.uuid);
@@ -92,9 +92,9 @@ void tst_UIControllerRegistry::theFirstServerGoesToBankAAndTheSecondToBankB()
 
 void tst_UIControllerRegistry::aBankLeftEmptyIsNotFilledAgain()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
-    PlayedServer three(u"127.60.2.3"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
+    PlayedServer three(loopback(3));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
     QVERIFY(rig.bringUp(two, u"Two"_s, library()));
@@ -112,8 +112,8 @@ void tst_UIControllerRegistry::aBankLeftEmptyIsNotFilledAgain()
 
 void tst_UIControllerRegistry::aServerIsNeverOfferedInBothBanksAtOnce()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
     QVERIFY(rig.bringUp(two, u"Two"_s, library()));
@@ -128,9 +128,9 @@ void tst_UIControllerRegistry::aServerIsNeverOfferedInBothBanksAtOnce()
 
 void tst_UIControllerRegistry::bankBKeepsItsServerWhenBankAChanges()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
-    PlayedServer three(u"127.60.2.3"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
+    PlayedServer three(loopback(3));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
     QVERIFY(rig.bringUp(two, u"Two"_s, library()));
@@ -148,10 +148,10 @@ void tst_UIControllerRegistry::bankBKeepsItsServerWhenBankAChanges()
 void tst_UIControllerRegistry::bankBTakesTheFirstLeftOnlyWhileItNeverHadOne()
 {
     ControllerRig rig;
-    const Server one = sampleServer(u"One"_s, u"127.60.2.1"_s);
+    const Server one = sampleServer(u"One"_s, loopback(1));
     rig.rig.connectServer(one);
     // A second server that is connected, of which the lists have not heard yet.
-    Server two = sampleServer(u"Two"_s, u"127.60.2.2"_s);
+    Server two = sampleServer(u"Two"_s, loopback(2));
     two.connected = true;
     rig.model().upsertServer(two);
     rig.controller().serverSelectionChanged(ServerDeckA, one.uuid);
@@ -160,14 +160,14 @@ void tst_UIControllerRegistry::bankBTakesTheFirstLeftOnlyWhileItNeverHadOne()
     // This choice was not the bank's first automatic one: that is still to come.
     rig.controller().removeServer(two.uuid);
     QVERIFY(rig.bankB().currentServerUuid().isNull());
-    const Server three = sampleServer(u"Three"_s, u"127.60.2.3"_s);
+    const Server three = sampleServer(u"Three"_s, loopback(3));
     rig.rig.connectServer(three);
     QCOMPARE(rig.bankB().currentServerUuid(), three.uuid);
 }
 
 void tst_UIControllerRegistry::anEmptyLibraryIsOfferedNowhere()
 {
-    PlayedServer server(u"127.60.2.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"Empty"_s, {}));
     QCOMPARE(rig.offered(rig.bankA()), QStringList());
@@ -177,7 +177,7 @@ void tst_UIControllerRegistry::anEmptyLibraryIsOfferedNowhere()
 
 void tst_UIControllerRegistry::aServerIsOfferedAsSoonAsItHasFolders()
 {
-    PlayedServer server(u"127.60.2.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"Empty"_s, {}));
     server.setLibrary(library());
@@ -187,8 +187,8 @@ void tst_UIControllerRegistry::aServerIsOfferedAsSoonAsItHasFolders()
 
 void tst_UIControllerRegistry::aRenameClearsTheSelectionOfBothBanks()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
     QVERIFY(rig.bringUp(two, u"Two"_s, library()));
@@ -202,8 +202,8 @@ void tst_UIControllerRegistry::aRenameClearsTheSelectionOfBothBanks()
 
 void tst_UIControllerRegistry::aRenameOffersTheWholeListInBothBanks()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
     QVERIFY(rig.bringUp(two, u"Two"_s, library()));
@@ -215,27 +215,27 @@ void tst_UIControllerRegistry::aRenameOffersTheWholeListInBothBanks()
 
 void tst_UIControllerRegistry::aNewInterfaceRefreshesTheLibrary()
 {
-    PlayedServer server(u"127.60.2.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
-    rig.controller().addServerConnection(server.uuid, QHostAddress(u"127.60.2.9"_s), 16);
+    rig.controller().addServerConnection(server.uuid, QHostAddress(loopback(9)), 16);
     QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
     const Server &record = rig.controller().connectedServer(server.uuid);
     QCOMPARE(record.connections.size(), 2);
-    QCOMPARE(record.connections.last(), ServerConnection(QHostAddress(u"127.60.2.9"_s), 16));
+    QCOMPARE(record.connections.last(), ServerConnection(QHostAddress(loopback(9)), 16));
 }
 
 void tst_UIControllerRegistry::anInterfaceOfAnUnknownServerChangesNothing()
 {
     ControllerRig rig;
-    rig.controller().addServerConnection(QUuid::createUuid(), QHostAddress(u"127.60.2.9"_s), 16);
-    rig.controller().removeServerConnection(QUuid::createUuid(), QHostAddress(u"127.60.2.9"_s), 16);
+    rig.controller().addServerConnection(QUuid::createUuid(), QHostAddress(loopback(9)), 16);
+    rig.controller().removeServerConnection(QUuid::createUuid(), QHostAddress(loopback(9)), 16);
     QVERIFY(rig.model().servers.isEmpty());
 }
 
 void tst_UIControllerRegistry::aLostInterfaceIsForgottenByAddressAndMask()
 {
-    PlayedServer server(u"127.60.2.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
     const Server &record = rig.controller().connectedServer(server.uuid);
@@ -252,7 +252,7 @@ void tst_UIControllerRegistry::aLostInterfaceIsForgottenByAddressAndMask()
 
 void tst_UIControllerRegistry::aServerWithoutInterfacesIsNotAsked()
 {
-    PlayedServer server(u"127.60.2.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
     rig.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
@@ -264,7 +264,7 @@ void tst_UIControllerRegistry::aServerWithoutInterfacesIsNotAsked()
 
 void tst_UIControllerRegistry::aChangedLibraryIsFetchedAndDrawn()
 {
-    PlayedServer server(u"127.60.2.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
     server.setLibrary({folder(0, u"Outro"_s)});
@@ -276,7 +276,7 @@ void tst_UIControllerRegistry::aChangedLibraryIsFetchedAndDrawn()
 
 void tst_UIControllerRegistry::aChangeOfAnUnknownServerFetchesNothing()
 {
-    PlayedServer server(u"127.60.2.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
     rig.controller().serverLibraryChanged(QUuid());
@@ -288,8 +288,8 @@ void tst_UIControllerRegistry::aChangeOfAnUnknownServerFetchesNothing()
 
 void tst_UIControllerRegistry::noServerChosenDisablesTheTransfer()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
     QVERIFY(rig.bringUp(two, u"Two"_s, library()));
@@ -302,8 +302,8 @@ void tst_UIControllerRegistry::noServerChosenDisablesTheTransfer()
 
 void tst_UIControllerRegistry::ratesAreShownByTheBankOfTheServer()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
     QVERIFY(rig.bringUp(two, u"Two"_s, library()));
@@ -339,8 +339,8 @@ void tst_UIControllerRegistry::ratesOfAnUnknownServerAreDropped()
 
 void tst_UIControllerRegistry::theSignHidesOnlyWhileTwoServersAreEqual()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     ControllerRig rig;
     QVERIFY(rig.isSyncWarningShown());
     one.setLibrary(library());
@@ -365,8 +365,8 @@ void tst_UIControllerRegistry::theSignHidesOnlyWhileTwoServersAreEqual()
 
 void tst_UIControllerRegistry::theTransferIsEnabledWithTwoServers()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     ControllerRig rig;
     QVERIFY(!rig.isTransferEnabled());
     QVERIFY(rig.bringUp(one, u"One"_s, library(), 32));
@@ -380,8 +380,8 @@ void tst_UIControllerRegistry::theTransferIsEnabledWithTwoServers()
 
 void tst_UIControllerRegistry::aServerThatReachesNobodyDisablesTheTransfer()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     LogCapture log;
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
@@ -404,8 +404,8 @@ void tst_UIControllerRegistry::aServerThatReachesNobodyDisablesTheTransfer()
 
 void tst_UIControllerRegistry::aServerThatIsBackUnderTheMessageKeepsTheTransfer()
 {
-    PlayedServer one(u"127.60.2.1"_s);
-    PlayedServer two(u"127.60.2.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, library()));
     QVERIFY(rig.bringUp(two, u"Two"_s, library()));

@@ -59,7 +59,7 @@ private slots:
 
 void tst_UIControllerRemoval::anEmptySelectionIsAskedAboutAndDoesNothing()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     ModalDriver modals;
     modals.press(QMessageBox::Yes);
@@ -84,7 +84,7 @@ void tst_UIControllerRemoval::withoutAnyServerNothingIsAsked()
 void tst_UIControllerRemoval::aServerThatIsNotConnectedIsEnoughToAsk()
 {
     WindowRig rig;
-    rig.model.upsertServer(sampleServer(u"One"_s, u"127.81.1.9"_s));
+    rig.model.upsertServer(sampleServer(u"One"_s, loopback(9)));
     ModalDriver modals;
     modals.press(QMessageBox::Yes);
     rig.controller().handleRemoveVisuals(ServerDeckA);
@@ -101,7 +101,7 @@ void tst_UIControllerRemoval::noChangesNothing_data()
 void tst_UIControllerRemoval::noChangesNothing()
 {
     QFETCH(const bool, escape);
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     clickRow(stage.bankA(), 4);
     ModalDriver modals;
@@ -115,7 +115,7 @@ void tst_UIControllerRemoval::noChangesNothing()
 
 void tst_UIControllerRemoval::yesRemovesAndKeepsTheWarning()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     clickRow(stage.bankA(), 4);
     ModalDriver modals;
@@ -131,7 +131,7 @@ void tst_UIControllerRemoval::yesRemovesAndKeepsTheWarning()
 
 void tst_UIControllerRemoval::askingNoMoreIsSavedAtOnce()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     clickRow(stage.bankA(), 4);
     ModalDriver modals;
@@ -148,7 +148,7 @@ void tst_UIControllerRemoval::askingNoMoreIsSavedAtOnce()
 
 void tst_UIControllerRemoval::withTheWarningOffNothingIsAsked()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings - removalWarning));
     clickRow(stage.bankA(), 4);
     const ModalDriver modals;
@@ -183,7 +183,7 @@ void tst_UIControllerRemoval::clickedRowsAreRemoved()
     using Click = QPair<int, Qt::KeyboardModifiers>;
     QFETCH(const QList<Click>, clicks);
     QFETCH(const Refs, removed);
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     for (const auto &[row, modifiers] : clicks)
         clickRow(stage.bankA(), row, modifiers);
@@ -199,7 +199,7 @@ void tst_UIControllerRemoval::clickedRowsAreRemoved()
 
 void tst_UIControllerRemoval::aSelectedFolderStandsForItsVisuals()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.open());
     clickRow(stage.bankA(), 3);
     clickRow(stage.bankA(), 2, Qt::ControlModifier);  // empty
@@ -211,7 +211,7 @@ void tst_UIControllerRemoval::aSelectedFolderStandsForItsVisuals()
 
 void tst_UIControllerRemoval::theDeckDecidesTheServer()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.bankA().selectRows({4});
     stage.bankB().selectRows({8});
@@ -224,7 +224,7 @@ void tst_UIControllerRemoval::theDeckDecidesTheServer()
 // Folder 2 is on show; the server is told to clear folder 1, as far as folder 3 holds the visual.
 void tst_UIControllerRemoval::aLibraryWithGapsNamesAnotherFolder()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(2, 0, OperationStage::sparseLibrary()));
     QCOMPARE(listOf(stage.bankA()).item(4)->text(), u"003: Sunset"_s);
     stage.bankA().selectRows({4, 6});
@@ -235,7 +235,7 @@ void tst_UIControllerRemoval::aLibraryWithGapsNamesAnotherFolder()
 
 void tst_UIControllerRemoval::atTheFoldersLevelGapsDoNoHarm()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.open(0, OperationStage::sparseLibrary()));
     clickRow(stage.bankA(), 2);
     OperationStage::clickRemove(stage.bankA());
@@ -245,7 +245,7 @@ void tst_UIControllerRemoval::atTheFoldersLevelGapsDoNoHarm()
 
 void tst_UIControllerRemoval::failuresAreShownOnceAtTheEnd()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.one.refuse("it is <locked>");
     stage.bankA().selectRows({4, 6});
@@ -262,7 +262,7 @@ void tst_UIControllerRemoval::failuresAreShownOnceAtTheEnd()
 
 void tst_UIControllerRemoval::aCancelKeepsWhatWasNotSent()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.one.wire.hold(executePath);
     stage.bankA().selectRows({4, 6, 8});
@@ -280,7 +280,7 @@ void tst_UIControllerRemoval::aCancelKeepsWhatWasNotSent()
 void tst_UIControllerRemoval::aCancelTogetherWithTheLastResultIsOneEnd()
 {
     LogCapture log;
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.one.refuse("it is locked");
     stage.bankA().selectRows({4});
@@ -302,7 +302,7 @@ void tst_UIControllerRemoval::aCancelTogetherWithTheLastResultIsOneEnd()
 void tst_UIControllerRemoval::aSecondStartLetsGoOfTheFirst()
 {
     LogCapture log;
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.one.wire.hold(executePath);
     stage.bankA().selectRows({4, 6});
@@ -325,7 +325,7 @@ void tst_UIControllerRemoval::aSecondStartLetsGoOfTheFirst()
 // While the first visual is on the wire, the queue holds 5, 5, 7: without its head that is 7, 7.
 void tst_UIControllerRemoval::aQueueWithDuplicatesRepeatsItsLast()
 {
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.one.wire.hold(executePath);
     {
@@ -355,7 +355,7 @@ void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen_data()
 void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen()
 {
     QFETCH(const bool, toldByTheServer);
-    OperationStage stage(u"127.81.1.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     clickRow(stage.bankA(), 4);
     ModalDriver modals;
@@ -377,7 +377,7 @@ void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen()
 void tst_UIControllerRemoval::theWindowGoesWhileTheWarningIsOpen()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.81.1.9"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(9)));
     ModalDriver modals;
     modals.answer([&](QDialog &) { rig.window.reset(); });
     rig.controller().handleRemoveVisuals(ServerDeckA);

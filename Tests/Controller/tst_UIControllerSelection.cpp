@@ -59,13 +59,13 @@ public:
         return QTest::qWaitFor([&] { return bankB.isEnabled(); }, 30000);
     }
 
-    WireServer peerOne{u"127.60.8.1"_s};
-    WireServer peerTwo{u"127.60.8.2"_s};
-    WireServer peerThree{u"127.60.8.3"_s};
+    WireServer peerOne{loopback(1)};
+    WireServer peerTwo{loopback(2)};
+    WireServer peerThree{loopback(3)};
     WindowRig rig;
-    Server one = sampleServer(u"One"_s, u"127.60.8.1"_s);
-    Server two = sampleServer(u"Two"_s, u"127.60.8.2"_s);
-    Server three = sampleServer(u"Three"_s, u"127.60.8.3"_s);
+    Server one = sampleServer(u"One"_s, loopback(1));
+    Server two = sampleServer(u"Two"_s, loopback(2));
+    Server three = sampleServer(u"Three"_s, loopback(3));
     BVServerBank &bankA = rig.bankA();
     BVServerBank &bankB = rig.bankB();
 };
@@ -114,7 +114,7 @@ void tst_UIControllerSelection::aRedrawKeepsTheSelection_data()
              stage.rig.connectServer(stage.two);
          }},
         {"a new server",
-         [](auto &stage) { stage.rig.connectServer(sampleServer(u"Four"_s, u"127.60.8.4"_s)); }},
+         [](auto &stage) { stage.rig.connectServer(sampleServer(u"Four"_s, loopback(4))); }},
         {"a third server lost",
          [](auto &stage) { stage.rig.controller().removeServer(stage.three.uuid); }},
         {"a cancelled download", [](auto &stage) { stage.rig.controller().downloadCancel(); }}};
@@ -148,7 +148,7 @@ void tst_UIControllerSelection::theLibraryOfAThirdServerLeavesTheArrowItsFolder(
     QList<MediaFolder> full = empty;
     full[1] = folder(1, u"b"_s, {visual(1, u"x"_s, 1)});
     full[3] = folder(3, u"d"_s, {visual(3, u"y"_s, 2)});
-    PlayedServer third(u"127.60.3.3"_s);
+    PlayedServer third(loopback(103));
     SyncStage stage;
     QVERIFY(stage.open(full, empty));
     QVERIFY(stage.rig.bringUp(third, u"Three"_s, empty));
@@ -267,10 +267,10 @@ void tst_UIControllerSelection::aServerBackAtAnotherLevelTakesTheSelectionOver()
 void tst_UIControllerSelection::aFirstServerTakesTheSelectionOver()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.60.8.1"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(1)));
     QVERIFY(rig.show());
     clickRow(rig.bankA(), 3);
-    rig.connectServer(sampleServer(u"Two"_s, u"127.60.8.2"_s));
+    rig.connectServer(sampleServer(u"Two"_s, loopback(2)));
     QCOMPARE(selected(rig.bankA()), Rows{3});
     QCOMPARE(selected(rig.bankB()), Rows{3});
 }

@@ -58,7 +58,7 @@ private slots:
 
 void tst_UIControllerSetup::thumbnailsHaveADiskCacheOfTheirOwn()
 {
-    PlayedServer server(u"127.60.6.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     const QString directory =
         QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + u"thumbnails"_s;
@@ -77,7 +77,7 @@ void tst_UIControllerSetup::theDiskCacheKeepsManyThumbnails()
 {
     constexpr int count = 12;
     constexpr qint64 size = 1 << 20;
-    PlayedServer server(u"127.60.6.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     const auto cached = [&] {
         const QString directory = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
@@ -141,7 +141,7 @@ void tst_UIControllerSetup::banksStartEmptyWithTheStoredView()
 void tst_UIControllerSetup::serversInTheModelAreOfferedFromTheStart()
 {
     WindowRig rig;
-    Server server = sampleServer(u"One"_s, u"127.60.6.9"_s);
+    Server server = sampleServer(u"One"_s, loopback(9));
     server.connected = true;
     rig.model.upsertServer(server);
     rig.window.reset();
@@ -210,7 +210,7 @@ void tst_UIControllerSetup::stepsAfterTheEndAreHarmless()
 
 void tst_UIControllerSetup::aFolderIsDownloadedThroughTheDialog()
 {
-    PlayedServer server(u"127.60.6.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     QVERIFY(rig.bringUp(server, u"One"_s, {unseenFolder(4)}));
     rig.controller().folderChanged(0);
@@ -228,8 +228,8 @@ void tst_UIControllerSetup::aFolderIsDownloadedThroughTheDialog()
 
 void tst_UIControllerSetup::aCancelledDownloadLeavesTheBanksEnabled()
 {
-    PlayedServer one(u"127.60.6.1"_s);
-    PlayedServer two(u"127.60.6.2"_s);
+    PlayedServer one(loopback(1));
+    PlayedServer two(loopback(2));
     ControllerRig rig;
     QVERIFY(rig.bringUp(one, u"One"_s, {unseenFolder(2)}));
     QVERIFY(rig.bringUp(two, u"Two"_s, {unseenFolder(3)}));

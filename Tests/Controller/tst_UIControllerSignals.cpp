@@ -25,7 +25,7 @@ private slots:
 
 void tst_UIControllerSignals::whatDiscoveryTellsReachesTheRegistry()
 {
-    PlayedServer server(u"127.60.7.1"_s);
+    PlayedServer server(loopback(1));
     ControllerRig rig;
     server.setLibrary({folder(0, u"Intro"_s)});
     auto *const listener = rig.controller().findChild<ServerListenerService *>();
@@ -36,7 +36,7 @@ void tst_UIControllerSignals::whatDiscoveryTellsReachesTheRegistry()
 
     const Server &record = rig.controller().connectedServer(server.uuid);
     const ServerConnection first(server.wire.address(), 8);
-    const ServerConnection second(QHostAddress(u"127.60.7.9"_s), 16);
+    const ServerConnection second(QHostAddress(loopback(9)), 16);
     QCOMPARE(record.connections, QList<ServerConnection>{first});
     emit listener->addServerConnection(server.uuid, second.first, second.second);
     QCOMPARE(record.connections, (QList<ServerConnection>{first, second}));
@@ -51,9 +51,9 @@ void tst_UIControllerSignals::whatDiscoveryTellsReachesTheRegistry()
 void tst_UIControllerSignals::aRefreshTellsTheServerOfBankABeforeThatOfBankB()
 {
     WindowRig rig;
-    const Server one = sampleServer(u"One"_s, u"127.60.7.1"_s);
-    const Server two = sampleServer(u"Two"_s, u"127.60.7.2"_s);
-    const Server three = sampleServer(u"Three"_s, u"127.60.7.3"_s);
+    const Server one = sampleServer(u"One"_s, loopback(1));
+    const Server two = sampleServer(u"Two"_s, loopback(2));
+    const Server three = sampleServer(u"Three"_s, loopback(3));
     rig.connectServer(one);
     rig.connectServer(two);
     const QSignalSpy told(&rig.controller(), &UIController::serverContentChanged);
@@ -65,7 +65,7 @@ void tst_UIControllerSignals::aRefreshTellsOfAnEmptyBankToo()
 {
     WindowRig rig;
     const QSignalSpy told(&rig.controller(), &UIController::serverContentChanged);
-    const Server one = sampleServer(u"One"_s, u"127.60.7.1"_s);
+    const Server one = sampleServer(u"One"_s, loopback(1));
     rig.connectServer(one);
     QCOMPARE(told, (QList<QVariantList>{{one.uuid}, {QUuid()}}));
 }
@@ -73,11 +73,11 @@ void tst_UIControllerSignals::aRefreshTellsOfAnEmptyBankToo()
 void tst_UIControllerSignals::aChoiceRedrawsTheBanksWithoutASignal()
 {
     // It takes the stream's connection and says nothing.
-    const WireServer silent(u"127.60.7.3"_s);
+    const WireServer silent(loopback(3));
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.60.7.1"_s));
-    rig.connectServer(sampleServer(u"Two"_s, u"127.60.7.2"_s));
-    rig.connectServer(sampleServer(u"Three"_s, u"127.60.7.3"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(1)));
+    rig.connectServer(sampleServer(u"Two"_s, loopback(2)));
+    rig.connectServer(sampleServer(u"Three"_s, loopback(3)));
     const QSignalSpy told(&rig.controller(), &UIController::serverContentChanged);
     const QSignalSpy redrawnA(listOf(rig.bankA()).model(), &QAbstractItemModel::modelReset);
     const QSignalSpy redrawnB(listOf(rig.bankB()).model(), &QAbstractItemModel::modelReset);
@@ -89,10 +89,10 @@ void tst_UIControllerSignals::aChoiceRedrawsTheBanksWithoutASignal()
 
 void tst_UIControllerSignals::aChoiceOpensTheStreamOfAServerWithoutOne()
 {
-    const WireServer silent(u"127.60.7.2"_s);
+    const WireServer silent(loopback(2));
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.60.7.1"_s));
-    rig.connectServer(sampleServer(u"Two"_s, u"127.60.7.2"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(1)));
+    rig.connectServer(sampleServer(u"Two"_s, loopback(2)));
     QVERIFY(silent.requests().isEmpty());
     ControllerRig::choose(rig.bankA(), u"Two"_s);
     QVERIFY(silent.waitForRequests(1, "/brenvoka/notifier.html"));

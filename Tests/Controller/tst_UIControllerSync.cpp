@@ -59,7 +59,7 @@ void tst_UIControllerSync::everythingIsComparedWithoutASelection()
     std::ranges::sort(visuals); // each has a connection of its own
     QCOMPARE(visuals, (Refs{{0, 2}, {1, 255}}));
     QCOMPARE(stage.two.commands(PlayedServer::Sync).first().field("serverURL"),
-             u"http://127.60.3.1:4567"_s);
+             u"http://" LOOPBACK(101) ":4567"_s);
     QVERIFY(stage.one.wire.requests("/brenvoka/execute.html").isEmpty());
 }
 
@@ -97,7 +97,7 @@ void tst_UIControllerSync::theOtherDirectionIsTheOtherButton()
     stage.rig.clickRightToLeft();
     QTRY_COMPARE_WITH_TIMEOUT(stage.one.visuals(PlayedServer::Sync), (Refs{{0, 2}}), 30000);
     QCOMPARE(stage.one.commands(PlayedServer::Sync).first().field("serverURL"),
-             u"http://127.60.3.2:4567"_s);
+             u"http://" LOOPBACK(102) ":4567"_s);
 }
 
 void tst_UIControllerSync::anEqualSlotStillTouchesItsFolder()
@@ -153,9 +153,9 @@ void tst_UIControllerSync::serversWithoutACommonSubnetAreToldAtTheClick()
 void tst_UIControllerSync::oneServerInBothBanksDisablesTheTransfer()
 {
     ControllerRig rig;
-    const Server one = sampleServer(u"One"_s, u"127.60.3.1"_s);
+    const Server one = sampleServer(u"One"_s, loopback(101));
     rig.rig.connectServer(one);
-    rig.rig.connectServer(sampleServer(u"Two"_s, u"127.60.3.2"_s));
+    rig.rig.connectServer(sampleServer(u"Two"_s, loopback(102)));
     QVERIFY(rig.isTransferEnabled());
     rig.bankB().setServers({one.uuid});
     rig.choose(rig.bankB(), u"One"_s);
@@ -166,7 +166,7 @@ void tst_UIControllerSync::oneServerInBothBanksDisablesTheTransfer()
 void tst_UIControllerSync::withoutADestinationThereIsNoCommonSubnet()
 {
     ControllerRig rig;
-    rig.rig.connectServer(sampleServer(u"One"_s, u"127.60.3.9"_s));
+    rig.rig.connectServer(sampleServer(u"One"_s, loopback(109)));
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     rig.controller().transferFromServerA();
@@ -176,7 +176,7 @@ void tst_UIControllerSync::withoutADestinationThereIsNoCommonSubnet()
 void tst_UIControllerSync::withoutASourceNothingHappens()
 {
     ControllerRig rig;
-    rig.rig.connectServer(sampleServer(u"One"_s, u"127.60.3.9"_s));
+    rig.rig.connectServer(sampleServer(u"One"_s, loopback(109)));
     ModalDriver modals;
     rig.controller().transferFromServerB();
     QVERIFY(modals.seen().isEmpty());

@@ -65,7 +65,7 @@ public:
         return *stage.dialog(title)->findChild<QDialogButtonBox *>();
     }
 
-    OperationStage stage{u"127.81.3.1"_s};
+    OperationStage stage{loopback(1)};
 };
 
 bool hasField(const QByteArray &form, const QByteArray &name, const QByteArray &value)

@@ -92,7 +92,7 @@ void tst_UIControllerUploadDialogs::onlyOneSlotIsUploadedInto()
     QFETCH(const bool, inside);
     QFETCH(const QList<int>, rows);
     QFETCH(const bool, asks);
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(inside ? stage.openInside(3) : stage.open());
     stage.bankA().selectRows(rows);
     ModalDriver modals;
@@ -105,8 +105,8 @@ void tst_UIControllerUploadDialogs::onlyOneSlotIsUploadedInto()
 
 void tst_UIControllerUploadDialogs::onlyAServerOnShowIsUploadedTo()
 {
-    PlayedServer third(u"127.81.4.3"_s);
-    OperationStage stage(u"127.81.4.1"_s);
+    PlayedServer third(loopback(3));
+    OperationStage stage(loopback(1));
     QVERIFY(stage.open());
     QVERIFY(stage.rig.bringUp(third, u"Three"_s, OperationStage::library()));
     stage.controller().folderChanged(3);
@@ -121,7 +121,7 @@ void tst_UIControllerUploadDialogs::onlyAServerOnShowIsUploadedTo()
 
 void tst_UIControllerUploadDialogs::eachBankAnswersForItsOwnServer()
 {
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     stage.bankA().selectRows({10});
     stage.bankB().selectRows({10, 11});
@@ -149,7 +149,7 @@ void tst_UIControllerUploadDialogs::onlyAnOccupiedSlotIsAskedAbout()
     QFETCH(const int, row);
     QFETCH(const quint32, level);
     QFETCH(const bool, asks);
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, level));
     clickRow(stage.bankA(), row);
     ModalDriver modals;
@@ -179,7 +179,7 @@ void tst_UIControllerUploadDialogs::noAsksForNoFile_data()
 void tst_UIControllerUploadDialogs::noAsksForNoFile()
 {
     QFETCH(const bool, escape);
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     clickRow(stage.bankA(), 4);
     ModalDriver modals;
@@ -192,7 +192,7 @@ void tst_UIControllerUploadDialogs::noAsksForNoFile()
 
 void tst_UIControllerUploadDialogs::askingNoMoreIsSavedAtOnce()
 {
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     clickRow(stage.bankA(), 4);
     ModalDriver modals;
@@ -210,7 +210,7 @@ void tst_UIControllerUploadDialogs::askingNoMoreIsSavedAtOnce()
 // Folder 3 is on show, third in the list, and so it is folder 2 that is looked at.
 void tst_UIControllerUploadDialogs::inALibraryWithGapsAnotherSlotIsAskedAbout()
 {
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings, OperationStage::sparseLibrary()));
     QCOMPARE(listOf(stage.bankA()).item(6)->text(), u"005: Harbour"_s);
     ModalDriver modals;
@@ -226,7 +226,7 @@ void tst_UIControllerUploadDialogs::inALibraryWithGapsAnotherSlotIsAskedAbout()
 
 void tst_UIControllerUploadDialogs::theServerGoesWhileTheWarningIsOpen()
 {
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3, allWarnings));
     clickRow(stage.bankA(), 4);
     ModalDriver modals;
@@ -242,7 +242,7 @@ void tst_UIControllerUploadDialogs::theServerGoesWhileTheWarningIsOpen()
 
 void tst_UIControllerUploadDialogs::theFileDialogIsAsTheOperatorKnowsIt()
 {
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     QVERIFY(QDir().mkpath(documents));
     QVERIFY(stage.openInside(3));
@@ -266,7 +266,7 @@ void tst_UIControllerUploadDialogs::theFileDialogIsAsTheOperatorKnowsIt()
 
 void tst_UIControllerUploadDialogs::theFileDialogOpensWhereTheLastFileWas()
 {
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     const QDir clips(stage.rig.rig.sandbox.directory().filePath(u"clips"_s));
     QVERIFY(QDir().mkpath(documents) && QDir().mkpath(clips.path()));
@@ -300,7 +300,7 @@ void tst_UIControllerUploadDialogs::theFileDialogOpensWhereTheLastFileWas()
 // The dialog of Qt takes the two stars of "All files (*.*)" literally.
 void tst_UIControllerUploadDialogs::aFileWithoutASuffixIsNotOffered()
 {
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     const QDir clips(stage.rig.rig.sandbox.directory().filePath(u"clips"_s));
     QVERIFY(QDir().mkpath(clips.path()));
     QFile file(clips.filePath(u"clip"_s));
@@ -335,7 +335,7 @@ void tst_UIControllerUploadDialogs::theFileDialogCanBeRead()
     QFETCH(const QPalette, palette);
     const QPalette earlier = QApplication::palette();
     QApplication::setPalette(palette);
-    OperationStage stage(u"127.81.4.1"_s);
+    OperationStage stage(loopback(1));
     QVERIFY(stage.openInside(3));
     clickRow(stage.bankA(), 10);
     ModalDriver modals;

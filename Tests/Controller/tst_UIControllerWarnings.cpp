@@ -45,10 +45,10 @@ class WarningStage final
 public:
     void open(const QList<MediaFolder> &source, const QList<MediaFolder> &destination)
     {
-        Server one = sampleServer(u"One"_s, u"127.60.4.1"_s);
+        Server one = sampleServer(u"One"_s, loopback(1));
         one.folders = source;
         rig.connectServer(one);
-        Server two = sampleServer(u"Two"_s, u"127.60.4.2"_s);
+        Server two = sampleServer(u"Two"_s, loopback(2));
         two.folders = destination;
         rig.connectServer(two);
     }

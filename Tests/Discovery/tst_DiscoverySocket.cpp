@@ -4,6 +4,7 @@
 #include "OpenSocket.h"
 #include "Support/Announcer.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 
 #include <QTest>
 
@@ -147,7 +148,7 @@ void tst_DiscoverySocket::oversizedDatagramIsAnError()
     QFETCH(const int, size);
     QFETCH(const int, error);
     OpenSocket socket;
-    Announcer(u"127.10.1.1"_s).send(announcement({}) + QByteArray(size - 128, '\0'));
+    Announcer(loopback(1)).send(announcement({}) + QByteArray(size - 128, '\0'));
     QCOMPARE(Discovery::poll(socket), error == 0);
     QCOMPARE(socket.lastError, error);
     QCOMPARE(socket.lastSocketError, error == 0 ? 0 : EMSGSIZE);

@@ -4,6 +4,7 @@
 #include "OpenSocket.h"
 #include "Support/Announcer.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 
 #include <QFile>
 #include <QTemporaryFile>
@@ -54,7 +55,7 @@ private slots:
 void tst_DiscoveryTable::announcementFillsOneEntry()
 {
     OpenSocket socket;
-    const Announcer sender(u"127.10.1.1"_s);
+    const Announcer sender(loopback(1));
     sender.send(announcement({.name = "Stage left"}));
     QVERIFY(Discovery::poll(socket));
 
@@ -62,7 +63,7 @@ void tst_DiscoveryTable::announcementFillsOneEntry()
     std::size_t count = 99;
     Discovery::servers(socket, table, count);
     QCOMPARE(count, 1U);
-    QCOMPARE(ntohl(table->source.sin_addr.s_addr), 0x7F0A0101U);
+    QCOMPARE(table->source.sin_addr.s_addr, inet_addr(LOOPBACK(1)));
     QCOMPARE(ntohs(table->source.sin_port), sender.port());
     QCOMPARE(QByteArray(table->payload.data()), "Stage left"_ba);
     QCOMPARE(table->netmask, 0x00FFFFFFU);
@@ -83,7 +84,7 @@ void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken()
 {
     QFETCH(const int, size);
     OpenSocket socket;
-    Announcer(u"127.10.1.1"_s).send(announcement({}).first(size));
+    Announcer(loopback(1)).send(announcement({}).first(size));
     QVERIFY(!Discovery::poll(socket));
     QCOMPARE(socket.datagramsReceived, 1);
     QCOMPARE(socket.bytesReceived, size);
@@ -94,8 +95,8 @@ void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken()
 void tst_DiscoveryTable::otherTypeIsCountedAndEndsTheDraining()
 {
     OpenSocket socket;
-    const Announcer first(u"127.10.1.1"_s);
-    const Announcer second(u"127.10.1.2"_s);
+    const Announcer first(loopback(1));
+    const Announcer second(loopback(2));
     first.send(announcement({.type = 2}));
     second.send(announcement({}));
 
@@ -109,7 +110,7 @@ void tst_DiscoveryTable::otherTypeIsCountedAndEndsTheDraining()
 void tst_DiscoveryTable::firstAnnouncementOfAnAddressWins()
 {
     OpenSocket socket;
-    const Announcer sender(u"127.10.1.1"_s);
+    const Announcer sender(loopback(1));
     sender.send(announcement({.name = "first"}));
     sender.send(announcement(
         {.uuid = QUuid::createUuid(), .name = "second", .mask = QByteArray("\0\0\0\xff", 4)}));
@@ -121,8 +122,8 @@ void tst_DiscoveryTable::firstAnnouncementOfAnAddressWins()
 void tst_DiscoveryTable::portOfTheSenderDoesNotCount()
 {
     OpenSocket socket;
-    const Announcer first(u"127.10.1.1"_s);
-    const Announcer second(u"127.10.1.1"_s);
+    const Announcer first(loopback(1));
+    const Announcer second(loopback(1));
     QVERIFY(first.port() != second.port());
     first.send(announcement({}));
     second.send(announcement({}));
@@ -135,13 +136,13 @@ void tst_DiscoveryTable::eleventhSenderIsDroppedAndHeardLater()
 {
     OpenSocket socket;
     for (int i = 1; i <= 11; ++i)
-        Announcer(u"127.10.1.%1"_s.arg(i)).send(announcement({.name = QByteArray::number(i)}));
+        Announcer(loopback(i)).send(announcement({.name = QByteArray::number(i)}));
     QCOMPARE(drain(socket), 11);
     QCOMPARE(Discovery::serverCount(socket), 10);
     QVERIFY(!Discovery::findByName(socket, "11"));
 
     Discovery::resetTable(socket);
-    Announcer(u"127.10.1.11"_s).send(announcement({.name = "11"}));
+    Announcer(loopback(11)).send(announcement({.name = "11"}));
     QCOMPARE(drain(socket), 1);
     QVERIFY(Discovery::findByName(socket, "11"));
 }
@@ -149,7 +150,7 @@ void tst_DiscoveryTable::eleventhSenderIsDroppedAndHeardLater()
 void tst_DiscoveryTable::countsSurviveAReset()
 {
     OpenSocket socket;
-    const Announcer sender(u"127.10.1.1"_s);
+    const Announcer sender(loopback(1));
     for (int round = 1; round <= 3; ++round) {
         sender.send(announcement({}) + "tail");
         QCOMPARE(drain(socket), 1);
@@ -167,7 +168,7 @@ void tst_DiscoveryTable::countsStartFromBelowWhenTheyAreFull()
     constexpr auto lowest = std::numeric_limits<std::int32_t>::min();
     OpenSocket socket;
     socket.datagramsReceived = socket.bytesReceived = full;
-    Announcer(u"127.10.1.1"_s).send(announcement({}));
+    Announcer(loopback(1)).send(announcement({}));
     QCOMPARE(drain(socket), 1);
     QCOMPARE(socket.datagramsReceived, lowest);
     QCOMPARE(socket.bytesReceived, lowest + 127);
@@ -176,8 +177,8 @@ void tst_DiscoveryTable::countsStartFromBelowWhenTheyAreFull()
 void tst_DiscoveryTable::everyPollClearsTheSeenFlags()
 {
     OpenSocket socket;
-    const Announcer first(u"127.10.1.1"_s);
-    const Announcer second(u"127.10.1.2"_s);
+    const Announcer first(loopback(1));
+    const Announcer second(loopback(2));
     first.send(announcement({.name = "first"}));
     second.send(announcement({.name = "second"}));
     first.send(announcement({.name = "again"}));
@@ -203,7 +204,7 @@ void tst_DiscoveryTable::listsNames()
     OpenSocket socket;
     QVERIFY(Discovery::allNames(socket).empty());
     for (const char *name : {"b", "a", "c"})
-        Announcer(u"127.10.1.%1"_s.arg(int(name[0]))).send(announcement({.name = name}));
+        Announcer(loopback(*name)).send(announcement({.name = name}));
     QCOMPARE(drain(socket), 3);
     QCOMPARE(Discovery::allNames(socket), (std::vector<std::string>{"b", "a", "c"}));
 }
@@ -211,9 +212,9 @@ void tst_DiscoveryTable::listsNames()
 void tst_DiscoveryTable::findsByExactName()
 {
     OpenSocket socket;
-    Announcer(u"127.10.1.1"_s).send(announcement({.name = "Stage left"}));
-    Announcer(u"127.10.1.2"_s).send(announcement({.name = "Stage"}));
-    Announcer(u"127.10.1.3"_s).send(announcement({.name = "Stage"}));
+    Announcer(loopback(1)).send(announcement({.name = "Stage left"}));
+    Announcer(loopback(2)).send(announcement({.name = "Stage"}));
+    Announcer(loopback(3)).send(announcement({.name = "Stage"}));
     QCOMPARE(drain(socket), 3);
     QCOMPARE(Discovery::findByName(socket, "Stage left"), &socket.servers[0]);
     QCOMPARE(Discovery::findByName(socket, "Stage"), &socket.servers[1]);
@@ -236,10 +237,10 @@ void tst_DiscoveryTable::negativeCountIsGivenAsNone()
 void tst_DiscoveryTable::newEntriesAreToldOnStandardOutput()
 {
     OpenSocket socket;
-    const Announcer first(u"127.10.1.1"_s);
+    const Announcer first(loopback(1));
     for (const Announcer *sender : {&first, &first})
         sender->send(announcement({}));
-    Announcer(u"127.10.1.2"_s).send(announcement({}));
+    Announcer(loopback(2)).send(announcement({}));
 
     QTemporaryFile output;
     QVERIFY(output.open());
@@ -252,9 +253,10 @@ void tst_DiscoveryTable::newEntriesAreToldOnStandardOutput()
 
     QCOMPARE(announcements, 3);
     QVERIFY(output.seek(0));
-    QCOMPARE(output.readAll(),
-             "Received discovery message from 127.10.1.1 adding to the list of servers\n"
-             "Received discovery message from 127.10.1.2 adding to the list of servers\n"_ba);
+    QCOMPARE(output.readAll(), "Received discovery message from " LOOPBACK(
+                                   1) " adding to the list of servers\n"
+                                      "Received discovery message from " LOOPBACK(
+                                          2) " adding to the list of servers\n"_ba);
 }
 
 QTEST_GUILESS_MAIN(tst_DiscoveryTable)

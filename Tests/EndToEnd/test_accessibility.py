@@ -6,7 +6,7 @@
 import unittest
 
 from stage.banks import SLOTS
-from stage.case import EndToEndCase
+from stage.case import EndToEndCase, loopback
 from stage.library import clips, lay_out
 from stage.news import FocusNews
 from stage.program import press
@@ -22,8 +22,8 @@ class Accessibility(EndToEndCase):
     def stage(self):
         lay_out(self.folder / "Left", {**clips(0, (1, 2)), **clips(1, (1,))})
         lay_out(self.folder / "Right", {**clips(0, (1,)), **clips(1, (1,))})
-        left = self.serve("127.70.9.2", "Left")
-        right = self.serve("127.70.9.3", "Right")
+        left = self.serve(loopback(2), "Left")
+        right = self.serve(loopback(3), "Right")
         self.program = self.start_program()
         self.banks = self.show(self.program, left, right)
 

@@ -6,7 +6,7 @@
 import unittest
 
 from stage.banks import Bank
-from stage.case import EndToEndCase
+from stage.case import EndToEndCase, loopback
 from stage.waiting import wait_for
 
 SMALL = ("--generate", "3", "--folders", "2", "--visuals", "3")
@@ -17,8 +17,8 @@ SILENCE = 90.0
 class Discovery(EndToEndCase):
     def setUp(self):
         super().setUp()
-        self.left = self.serve("127.70.0.2", "Left", *SMALL)
-        self.right = self.serve("127.70.0.3", "Right", *SMALL)
+        self.left = self.serve(loopback(2), "Left", *SMALL)
+        self.right = self.serve(loopback(3), "Right", *SMALL)
 
     def test_servers_reach_the_banks_from_their_announcements(self):
         program = self.start_program()
@@ -58,9 +58,9 @@ class GoingAway(EndToEndCase):
 
     def setUp(self):
         super().setUp()
-        self.left = self.serve("127.70.0.2", "Left", *SMALL)
-        self.right = self.serve("127.70.0.3", "Right", *SMALL)
-        self.spare = self.serve("127.70.0.4", "Spare", *SMALL)
+        self.left = self.serve(loopback(2), "Left", *SMALL)
+        self.right = self.serve(loopback(3), "Right", *SMALL)
+        self.spare = self.serve(loopback(4), "Spare", *SMALL)
         self.program = self.start_program()
         self.banks = self.show(self.program, self.left, self.right)
         wait_for(lambda: "Spare" in self.banks[0].servers(), "the third server")
@@ -113,7 +113,7 @@ class GoingAway(EndToEndCase):
         for index, command in enumerate(("shutdown", "end-stream", "reset-stream")):
             with self.subTest(command):
                 name = f"Guest {index}"
-                guest = self.serve(f"127.70.0.{10 + index}", name, *SMALL)
+                guest = self.serve(loopback(10 + index), name, *SMALL)
                 wait_for(lambda: name in self.banks[0].servers(), "the guest")
                 self.leave(guest, command)
                 self.hold_gone(name)

@@ -6,7 +6,7 @@
 import unittest
 
 from stage.banks import FOLDERS, SLOTS, Bank
-from stage.case import EndToEndCase
+from stage.case import EndToEndCase, loopback
 from stage.library import clips, lay_out
 from stage.program import press
 from stage.waiting import wait_for
@@ -19,11 +19,11 @@ class Keyboard(EndToEndCase):
     def stage(self):
         lay_out(self.folder / "Left", {**clips(0, (1, 2)), **clips(1, (1, 200))})
         lay_out(self.folder / "Right", {**clips(0, (1,)), **clips(1, (7,))})
-        self.left = self.serve("127.70.10.2", "Left")
+        self.left = self.serve(loopback(2), "Left")
         self.program = self.start_program()
         self.banks = Bank(self.program, 0), Bank(self.program, 1)
         wait_for(lambda: self.banks[0].server() == "Left", "Left in bank A", 60)
-        self.right = self.serve("127.70.10.3", "Right")
+        self.right = self.serve(loopback(3), "Right")
         wait_for(lambda: self.banks[1].server() == "Right", "Right in bank B", 60)
 
     def wait_for_focus(self, place):

@@ -6,7 +6,7 @@
 import time
 import unittest
 
-from stage.case import SANITIZED, EndToEndCase
+from stage.case import SANITIZED, EndToEndCase, loopback
 from stage.waiting import wait_for
 
 FOLDERS, VISUALS = 256, 255
@@ -30,8 +30,8 @@ class LargestSync(EndToEndCase):
 
     def test_65280_visuals_against_a_server_that_only_answers(self):
         self.full_library(self.folder / "Full")
-        source = self.serve("127.70.2.2", "Full")
-        destination = self.serve("127.70.2.3", "Answering", "--answer-only",
+        source = self.serve(loopback(2), "Full")
+        destination = self.serve(loopback(3), "Answering", "--answer-only",
                                  "--generate", "5", "--folders", "1", "--visuals", "1")
         self.assertEqual(len(source.slots()), FOLDERS * VISUALS)
         names = destination.folder_names()

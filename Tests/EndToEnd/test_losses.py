@@ -6,7 +6,7 @@
 import unittest
 
 from stage.banks import SLOTS
-from stage.case import EndToEndCase
+from stage.case import EndToEndCase, loopback
 from stage.library import clips, lay_out
 from stage.program import press
 from stage.waiting import wait_for
@@ -31,7 +31,7 @@ class Losses(EndToEndCase):
         self.guests += 1
         name = f"Guest {self.guests}"
         lay_out(self.folder / name, clips(0, (1, 2, 3)))
-        return self.serve(f"127.70.6.{10 + self.guests}", name,
+        return self.serve(loopback(10 + self.guests), name,
                           "--stall", "--bandwidth", "4000000")
 
     # -- operations that do not end by themselves
@@ -87,7 +87,7 @@ class Losses(EndToEndCase):
         self.hold_gone(guest, "became unresponsive while an operation was in progress.", before)
 
     def test_each_way_during_each_operation(self):
-        self.left = self.serve("127.70.6.2", "Left", "--generate", "3", "--folders", "1",
+        self.left = self.serve(loopback(2), "Left", "--generate", "3", "--folders", "1",
                                "--visuals", "3")
         guest = self.guest()
         self.program = self.start_program()

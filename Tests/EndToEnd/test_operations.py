@@ -7,7 +7,7 @@ import time
 import unittest
 
 from stage.banks import SLOTS
-from stage.case import SANITIZED, EndToEndCase
+from stage.case import SANITIZED, EndToEndCase, loopback
 from stage.library import CYAN, GREEN, MAGENTA, clips, lay_out, picture
 from stage.program import click, press
 from stage.waiting import wait_for
@@ -16,10 +16,10 @@ from stage.waiting import wait_for
 class Operations(EndToEndCase):
     """One server to work on in bank A, and another beside it."""
 
-    def stage(self, visuals, *options, address="127.70.4.2"):
+    def stage(self, visuals, *options, address=loopback(2)):
         lay_out(self.folder / "Left", visuals)
         self.left = self.serve(address, "Left", *options)
-        self.right = self.serve("127.70.4.3", "Right", "--generate", "3", "--folders", "2",
+        self.right = self.serve(loopback(3), "Right", "--generate", "3", "--folders", "2",
                                 "--visuals", "3")
         self.program = self.start_program()
         self.bank, self.other = self.show(self.program, self.left, self.right)

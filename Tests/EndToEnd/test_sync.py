@@ -7,7 +7,7 @@ import unittest
 
 from stage import library
 from stage.banks import Bank
-from stage.case import BUILD, EndToEndCase
+from stage.case import BUILD, EndToEndCase, loopback
 from stage.rehearsal import Rehearsal
 from stage.waiting import wait_for
 
@@ -16,8 +16,8 @@ class Sync(EndToEndCase):
     def rehearse(self, left=(), right=()):
         # A program on a busy machine may pause in the middle of a burst.
         rehearsal = Rehearsal(BUILD / "media-server", self.folder / "servers",
-                              ("127.70.1.2", *left),
-                              ("127.70.1.3", "--burst-grace", "5000", *right))
+                              (loopback(2), *left),
+                              (loopback(3), "--burst-grace", "5000", *right))
         self.addCleanup(rehearsal.close)
         return rehearsal
 

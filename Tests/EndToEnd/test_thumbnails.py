@@ -6,7 +6,7 @@
 import unittest
 
 from stage.banks import FOLDERS, SLOTS
-from stage.case import EndToEndCase
+from stage.case import EndToEndCase, loopback
 from stage.library import CYAN, MAGENTA, clips, lay_out, picture
 from stage.waiting import wait_for
 
@@ -15,8 +15,8 @@ class Thumbnails(EndToEndCase):
     def stage(self, left, right, left_options=(), right_options=()):
         lay_out(self.folder / "Left", left)
         lay_out(self.folder / "Right", right)
-        self.left = self.serve("127.70.5.2", "Left", *left_options)
-        self.right = self.serve("127.70.5.3", "Right", *right_options)
+        self.left = self.serve(loopback(2), "Left", *left_options)
+        self.right = self.serve(loopback(3), "Right", *right_options)
         self.program = self.start_program()
         self.banks = self.show(self.program, self.left, self.right)
 
@@ -54,7 +54,7 @@ class Thumbnails(EndToEndCase):
         self.stage({(0, 1): ("One.ppm", picture(MAGENTA))},
                    {**clips(0, (1, 2, 3)), (1, 1): ("Two.ppm", picture(CYAN))},
                    right_options=("--fail-thumbnail", "0/3", "--thumbnail-delay", "700@0/3"))
-        self.serve("127.70.5.4", "Spare", "--generate", "3", "--folders", "1", "--visuals", "1")
+        self.serve(loopback(4), "Spare", "--generate", "3", "--folders", "1", "--visuals", "1")
         left, right = self.banks
         wait_for(lambda: "Spare" in left.servers(), "the third server")
         left.open(0)

@@ -5,6 +5,7 @@
 #include "Support/Announcer.h"
 #include "Support/Channels.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/PlayedServer.h"
 
 #include <QTest>
@@ -68,7 +69,7 @@ void announceToTenTicks()
     const QByteArray datagram = announcement({.mask = QByteArray("\xff\xff\xff\0", 4)});
     for (int tick = 0; tick < 10; ++tick) {
         for (int sender = 1; sender <= 10; ++sender)
-            Announcer(u"127.90.1.%1"_s.arg(sender)).send(datagram);
+            Announcer(loopback(sender)).send(datagram);
         if (!QTest::qWaitFor(isDiscoveryRead, patience))
             return;
     }
@@ -142,7 +143,7 @@ void tst_ProcessSetup::standardStreamNeverStopsTheProgram()
     const Child child(program, {}, environment, [&] { dup2(channel->writer, stream); });
     QTRY_VERIFY_WITH_TIMEOUT(home->isProgramUp(), patience);
     announceToTenTicks();
-    QVERIFY(listServer(Announcer(u"127.90.1.1"_s)));
+    QVERIFY(listServer(Announcer(loopback(1))));
     QCOMPARE(child.state(), QProcess::Running);
 }
 
@@ -154,7 +155,7 @@ void tst_ProcessSetup::closedStandardStreamsAreReplaced()
     });
     QTRY_VERIFY_WITH_TIMEOUT(home->isProgramUp(), patience);
     announceToTenTicks();
-    QVERIFY(listServer(Announcer(u"127.90.1.1"_s)));
+    QVERIFY(listServer(Announcer(loopback(1))));
     for (int stream = 0; stream < 3; ++stream) {
         const QFileInfo file(u"/proc/%1/fd/%2"_s.arg(child.processId()).arg(stream));
         QCOMPARE(file.symLinkTarget(), u"/dev/null"_s);
@@ -188,7 +189,7 @@ void tst_ProcessSetup::sixtyServersAreServedWithALowSoftLimit()
 
     std::list<PlayedServer> servers;
     for (int number = 1; number <= 60; ++number) {
-        const QString address = u"127.90.2.%1"_s.arg(number);
+        const QString address = loopback(100 + number);
         PlayedServer &server = servers.emplace_back(address);
         server.setLibrary({});
         QVERIFY(listServer(Announcer(address), {.uuid = server.uuid}));

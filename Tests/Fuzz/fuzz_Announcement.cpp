@@ -5,6 +5,7 @@
 #include "Input.h"
 #include "Protocol/Announcement.h"
 #include "Require.h"
+#include "Support/Loopback.h"
 
 #include <arpa/inet.h>
 #include <sys/socket.h>

@@ -110,8 +110,8 @@ public:
         return QTest::qWaitFor([&] { return isOpen(rig.bankA()) && isOpen(rig.bankB()); }, 10000);
     }
 
-    PlayedServer left{u"127.70.1.1"_s};
-    PlayedServer right{u"127.70.1.2"_s};
+    PlayedServer left{loopback(11)};
+    PlayedServer right{loopback(12)};
     ControllerRig rig;
 };
 

@@ -3,6 +3,7 @@
 
 #include "Look/Scenes.h"
 #include "Look/WindowStage.h"
+#include "Support/Loopback.h"
 
 #include <QMenu>
 #include <QToolTip>
@@ -78,7 +79,7 @@ QList<Server> fullServers()
     Server right = left;
     right.uuid = QUuid::createUuidV5(QUuid(), u"Full right"_s);
     right.name = u"Full right"_s;
-    right.connections.first().first = QHostAddress(u"127.70.0.2"_s);
+    right.connections.first().first = QHostAddress(loopback(2));
     return {left, right};
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Look/WindowStage.h"
+#include "Support/Loopback.h"
 
 #include <QCursor>
 #include <QPainter>
@@ -52,8 +53,7 @@ Server stageServer(const QString &name, int number, const QStringList &folderNam
         files.append({hash, u"%1: %2"_s.arg(slot, 3, 10, QLatin1Char('0')).arg(titles[i]), slot});
     }
     // Fixed, so that the pictures of one run are those of the next.
-    Server server(QUuid::createUuidV5(QUuid(), name), QHostAddress(u"127.70.0.%1"_s.arg(number)), 8,
-                  name);
+    Server server(QUuid::createUuidV5(QUuid(), name), QHostAddress(loopback(number)), 8, name);
     server.hash = hashOf(1000);
     for (int slot = 0; slot < folderNames.size(); ++slot)
         server.folders.append(folder(slot, folderNames[slot], files));
@@ -62,8 +62,7 @@ Server stageServer(const QString &name, int number, const QStringList &folderNam
 
 Server differingServer(const Server &server, const QString &name, int number)
 {
-    Server other(QUuid::createUuidV5(QUuid(), name), QHostAddress(u"127.70.0.%1"_s.arg(number)), 8,
-                 name);
+    Server other(QUuid::createUuidV5(QUuid(), name), QHostAddress(loopback(number)), 8, name);
     other.hash = hashOf(1001);
     other.folders = server.folders;
     for (int slot = 1; slot < other.folders.size(); slot += 3) {

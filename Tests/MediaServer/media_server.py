@@ -2,8 +2,7 @@
 # SPDX-License-Identifier: MIT
 
 """Drives real media-server processes: starts them, speaks HTTP and raw TCP to them, reads their
-notification streams. Each test program takes addresses of its own, so that programs run in
-parallel."""
+notification streams."""
 
 import ctypes
 import hashlib
@@ -26,6 +25,12 @@ PORT = 4567
 PATIENCE = 30
 WIRE = pathlib.Path(os.environ["BRENVOKA_WIRE_DIR"])
 PROGRAM = os.environ["MEDIA_SERVER"]
+NETWORK = os.environ["BRENVOKA_LOOPBACK"]
+
+
+def loopback(number):
+    """An address, 1 to 254, that only this test program has."""
+    return f"{NETWORK}.{number}"
 
 
 def wire(name):

@@ -5,41 +5,41 @@
 
 import unittest
 
-from media_server import Announcements, MediaServerTest, eventually, wire
+from media_server import Announcements, MediaServerTest, eventually, loopback, wire
 
 UUID = "{1b4e28ba-2fa1-11d2-883f-0016d3cca427}"
 
 
 class AnnouncementTest(MediaServerTest):
     def announced(self, address, *options, **settings):
-        receiver = Announcements(self, "127.10.1.200")
-        server = self.server(address, "--announce-to", "127.10.1.200", "--announce-interval", 50,
+        receiver = Announcements(self, loopback(200))
+        server = self.server(address, "--announce-to", loopback(200), "--announce-interval", 50,
                              "--uuid", UUID, *options, **settings)
         return receiver, server
 
     def test_the_datagram_is_the_one_of_the_wire(self):
-        receiver, _ = self.announced("127.10.1.1", "--mask", "255.255.255.0")
+        receiver, _ = self.announced(loopback(1), "--mask", "255.255.255.0")
         data, sender = receiver.next()
         self.assertEqual(data, wire("announcement.bin"))
-        self.assertEqual(sender, "127.10.1.1")
+        self.assertEqual(sender, loopback(1))
 
     def test_the_default_mask_and_a_name_in_utf8(self):
-        receiver, _ = self.announced("127.10.1.2", name="Bühne – 舞台")
+        receiver, _ = self.announced(loopback(2), name="Bühne – 舞台")
         self.assertEqual(receiver.next()[0], wire("announcement-utf8-name.bin"))
 
     def test_a_mask_in_network_order_is_a_fault_that_can_be_asked_for(self):
-        receiver, _ = self.announced("127.10.1.3", "--mask", "255.255.255.0",
+        receiver, _ = self.announced(loopback(3), "--mask", "255.255.255.0",
                                      "--mask-network-order")
         self.assertEqual(receiver.next()[0], wire("announcement-mask-in-network-order.bin"))
 
     def test_a_long_name_is_cut_between_two_characters_and_ends_with_a_nul(self):
-        receiver, _ = self.announced("127.10.1.4", name="舞" * 40)
+        receiver, _ = self.announced(loopback(4), name="舞" * 40)
         data, _ = receiver.next()
         self.assertEqual(data[32:116], ("舞" * 27).encode() + bytes(3))
         self.assertEqual(len(data), 128)
 
     def test_silence_announce_and_rename(self):
-        receiver, server = self.announced("127.10.1.5", "--mask", "255.255.255.0")
+        receiver, server = self.announced(loopback(5), "--mask", "255.255.255.0")
         receiver.next()
         server.order("silence")
         self.assertEqual(server.ask("quiet?"), "quiet")
@@ -54,17 +54,17 @@ class AnnouncementTest(MediaServerTest):
             server = self.server(address, name=name)
             return server.ready.split()[2]
 
-        first = uuid("127.10.1.6", "One")
-        self.assertNotEqual(uuid("127.10.1.7", "One"), first)
-        self.assertNotEqual(uuid("127.10.1.8", "Two"), first)
+        first = uuid(loopback(6), "One")
+        self.assertNotEqual(uuid(loopback(7), "One"), first)
+        self.assertNotEqual(uuid(loopback(8), "Two"), first)
 
-        server = self.server("127.10.1.9", name="One")
+        server = self.server(loopback(9), name="One")
         server.process.terminate()
         server.process.wait()
-        self.assertEqual(uuid("127.10.1.9", "One"), server.ready.split()[2])
+        self.assertEqual(uuid(loopback(9), "One"), server.ready.split()[2])
 
     def test_shutdown_ends_the_announcements(self):
-        receiver, server = self.announced("127.10.1.10")
+        receiver, server = self.announced(loopback(10))
         receiver.next()
         server.order("shutdown")
         server.process.wait()

@@ -6,15 +6,15 @@ listens on port 3001 of any address hears them."""
 
 import unittest
 
-from media_server import Announcements, MediaServerTest, eventually
+from media_server import Announcements, MediaServerTest, eventually, loopback
 
 
 class BroadcastTest(MediaServerTest):
     def test_a_listener_on_any_address_hears_every_server(self):
         receiver = Announcements(self, "")
-        for address in ("127.10.2.1", "127.10.2.2"):
+        for address in (loopback(1), loopback(2)):
             self.server(address, "--announce-to", "127.255.255.255", "--announce-interval", 50)
-        for address in ("127.10.2.1", "127.10.2.2"):
+        for address in (loopback(1), loopback(2)):
             eventually(lambda: receiver.next()[1] == address, address + " is heard")
 
 

@@ -8,7 +8,7 @@ import socket
 import threading
 import unittest
 
-from media_server import PATIENCE, PORT, MediaServerTest
+from media_server import PATIENCE, PORT, MediaServerTest, loopback
 
 CONNECTIONS = 6
 COMMANDS = 5000
@@ -45,7 +45,7 @@ class BurstTest(MediaServerTest):
                 worker.result()
 
     def test_every_command_is_answered_and_the_table_does_not_run_empty(self):
-        server = self.server("127.10.8.1", "--answer-only", "--burst-grace", 600000)
+        server = self.server(loopback(1), "--answer-only", "--burst-grace", 600000)
         stream = self.stream(server)
         places = [(number // 255, number % 255 + 1) for number in range(COMMANDS)]
         self.post_all(server, places)
@@ -64,8 +64,8 @@ class BurstTest(MediaServerTest):
         self.assertEqual(server.visuals(), {})
 
     def test_a_cancel_of_thousands_ends_each_of_them(self):
-        server = self.server("127.10.8.2", "--workers", 1, "--import-delay", 600000)
-        source = self.server("127.10.8.3")
+        server = self.server(loopback(2), "--workers", 1, "--import-delay", 600000)
+        source = self.server(loopback(3))
         source.upload(0, 1, "x.bin", b"x")
         stream = self.stream(server)
         server.sync(source.url, 0, 1)

@@ -7,7 +7,7 @@ import json
 import socket
 import unittest
 
-from media_server import (DONE, PATIENCE, PORT, MediaServerTest, library_on_disk,
+from media_server import (DONE, PATIENCE, PORT, MediaServerTest, library_on_disk, loopback,
                           uploaded_library, wire)
 
 RESERVED = {"msg_type": 7, "RESULT": 5}
@@ -16,7 +16,7 @@ IN_USE = {"msg_type": 7, "RESULT": 1}
 
 class CommandTest(MediaServerTest):
     def test_the_commands_of_the_wire(self):
-        server = self.server("127.10.5.1")
+        server = self.server(loopback(1))
         uploaded_library(server, [(3, 7), (3, 17)])
         for name in ("remove-folder-3-slot-17.http", "move-folder-3-slot-7-to-12.http",
                      "rename-folder-3-to-Opening_night.http", "cancel-syncs.http"):
@@ -35,7 +35,7 @@ class CommandTest(MediaServerTest):
         for result in results:
             if result["RESULT"] == 0 or (result["RESULT"] == 3 and "ERROR" not in result):
                 continue
-            server = self.server("127.10.5.2", "--refuse", result["RESULT"])
+            server = self.server(loopback(2), "--refuse", result["RESULT"])
             self.assertEqual(server.remove(3, 17), result)
             self.assertEqual(server.upload(3, 17, "x.bin", b"x"), result)
             self.assertEqual(server.visuals(), {})
@@ -43,7 +43,7 @@ class CommandTest(MediaServerTest):
             server.process.wait()
 
     def test_only_the_kinds_that_were_named_are_refused(self):
-        server = self.server("127.10.5.3", "--refuse", "1@2", "--refuse", "3@upload",
+        server = self.server(loopback(3), "--refuse", "1@2", "--refuse", "3@upload",
                              "--refuse-text", "No more room")
         self.assertEqual(server.remove(3, 17), IN_USE)
         self.assertEqual(server.upload(3, 17, "x.bin", b"x"),
@@ -54,7 +54,7 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.rename(3, "Name"), DONE)
 
     def test_single_requests_are_refused_by_their_number(self):
-        server = self.server("127.10.5.15", "--refuse", "1@2#2", "--refuse", "5@2#3",
+        server = self.server(loopback(15), "--refuse", "1@2#2", "--refuse", "5@2#3",
                              "--refuse", "4#7", "--refuse", "2@upload")
         uploaded = [server.upload(3, slot, "x.bin", b"x")["RESULT"] for slot in (1, 2)]
         self.assertEqual(uploaded, [2, 2])
@@ -64,15 +64,15 @@ class CommandTest(MediaServerTest):
         self.assertEqual(removed, [3, 1, 5, 4, 3])
 
     def test_a_refused_sync_starts_nothing(self):
-        server = self.server("127.10.5.4", "--refuse", "2@1")
+        server = self.server(loopback(4), "--refuse", "2@1")
         stream = self.stream(server)
-        self.assertEqual(server.sync("http://127.10.5.4:4567", 0, 1)["RESULT"], 2)
+        self.assertEqual(server.sync(f"http://{loopback(4)}:4567", 0, 1)["RESULT"], 2)
         server.order("library-changed")
         stream.wait_for_type(6)
         self.assertEqual(stream.of_type(1), [])
 
     def test_a_moved_visual_takes_its_name_along(self):
-        server = self.server("127.10.5.5")
+        server = self.server(loopback(5))
         server.upload(3, 7, "Sunset.png", b"sunset")
         digest = server.visuals()[3, 7][1]
         self.assertEqual(server.move(3, 7, 12), DONE)
@@ -82,7 +82,7 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.visuals(), {(3, 12): ("012: Sunset", digest)})
 
     def test_a_move_replaces_what_was_there(self):
-        server = self.server("127.10.5.6")
+        server = self.server(loopback(6))
         server.upload(0, 1, "New.png", b"new")
         server.upload(0, 2, "Old.png", b"old")
         self.assertEqual(server.move(0, 1, 2), DONE)
@@ -90,7 +90,7 @@ class CommandTest(MediaServerTest):
         self.assertEqual(len(server.files()), 1)
 
     def test_a_rename_creates_a_folder(self):
-        server = self.server("127.10.5.7")
+        server = self.server(loopback(7))
         self.assertEqual(server.rename(2, "B%C3%BChne%20%E2%80%93%20%E8%88%9E%E5%8F%B0"), DONE)
         self.assertEqual(server.folder_names(), ["000_Folder", "001_Folder", "Bühne – 舞台"])
         self.assertEqual((server.directory / "002/folder.name").read_text(), "Bühne – 舞台")
@@ -98,12 +98,12 @@ class CommandTest(MediaServerTest):
         self.assertEqual(len(server.folder_names()), 256)
 
     def test_a_form_is_decoded_as_forms_are(self):
-        server = self.server("127.10.5.8")
+        server = self.server(loopback(8))
         server.rename(0, "one+two%2Bthree%26four")
         self.assertEqual(server.folder_names(), ["one two+three&four"])
 
     def test_an_emptied_folder_keeps_its_name(self):
-        server = self.server("127.10.5.9")
+        server = self.server(loopback(9))
         uploaded_library(server, [(1, 4)])
         server.rename(1, "Act")
         self.assertEqual(server.remove(1, 4), DONE)
@@ -111,12 +111,12 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.folder_names(), ["000_Folder", "Act"])
 
     def test_what_is_not_there_cannot_be_removed_or_moved(self):
-        server = self.server("127.10.5.10")
+        server = self.server(loopback(10))
         for result in (server.remove(3, 17), server.move(3, 17, 18)):
             self.assertError(result, "There is no visual in folder 003 slot 017")
 
     def test_slot_0_and_numbers_out_of_range_are_refused(self):
-        server = self.server("127.10.5.11")
+        server = self.server(loopback(11))
         for folder, visual in ((0, 0), (0, 256), (256, 1), (-1, 1), (0, -1), (99999, 1)):
             with self.subTest((folder, visual)):
                 self.assertEqual(server.remove(folder, visual), RESERVED)
@@ -128,9 +128,9 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.library()["folders"], [])
 
     def test_slots_with_a_running_transfer_are_in_use(self):
-        source = self.server("127.10.5.12", "--bandwidth", 2000,
+        source = self.server(loopback(12), "--bandwidth", 2000,
                              directory=library_on_disk({(0, 1): bytes(1000000)}))
-        server = self.server("127.10.5.13")
+        server = self.server(loopback(13))
         uploaded_library(server, [(0, 1), (0, 2)])
         self.assertEqual(server.sync(source.url, 0, 1), DONE)
         self.assertEqual(server.ask("quiet?"), "busy")
@@ -138,13 +138,13 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.move(0, 2, 1), IN_USE)
         self.assertEqual(server.move(0, 1, 3), IN_USE)
         self.assertEqual(server.upload(0, 1, "x.bin", b"x"), IN_USE)
-        self.assertEqual(server.sync("http://127.10.5.99:4567", 0, 1), IN_USE)
+        self.assertEqual(server.sync(f"http://{loopback(99)}:4567", 0, 1), IN_USE)
         self.assertEqual(server.rename(0, "Name"), {"msg_type": 7, "RESULT": 4})
         self.assertEqual(server.rename(1, "Name"), DONE)
         self.assertEqual(server.remove(0, 2), DONE)
 
     def test_a_stalled_server_takes_commands_and_goes_on_streaming(self):
-        server = self.server("127.10.5.14", "--stall", "--frame-rate-interval", 50)
+        server = self.server(loopback(14), "--stall", "--frame-rate-interval", 50)
         stream = self.stream(server)
         with socket.create_connection((server.address, PORT), PATIENCE) as connection:
             connection.sendall(wire("remove-folder-3-slot-17.http"))
@@ -160,7 +160,7 @@ class CommandTest(MediaServerTest):
 
 class MalformedTest(MediaServerTest):
     def test_forms_with_missing_or_senseless_fields(self):
-        server = self.server("127.10.5.20")
+        server = self.server(loopback(20))
         rows = (("", "req_type"), ("req_type=two", "req_type"), ("req_type=", "req_type"),
                 ("req_type=9", "no command 9"), ("req_type=2", "folderIdx"),
                 ("req_type=2&folderIdx=1", "visualIdx"),
@@ -177,18 +177,18 @@ class MalformedTest(MediaServerTest):
                 self.assertError(server.post(body), pattern)
 
     def test_a_body_of_another_kind(self):
-        server = self.server("127.10.5.21")
+        server = self.server(loopback(21))
         self.assertError(server.post("req_type=4", "text/plain"), "req_type")
         self.assertError(server.post('{"req_type": 4}', "application/json"), "req_type")
 
     def test_a_body_that_is_too_long(self):
-        server = self.server("127.10.5.22")
+        server = self.server(loopback(22))
         reply = server.request("POST", "/brenvoka/execute.html", "req_type=4&x=" + "x" * 20000,
                                {"Content-Type": "application/x-www-form-urlencoded"})
         self.assertEqual(reply.status, 413)
 
     def test_addresses_that_do_not_exist(self):
-        server = self.server("127.10.5.23", "--generate", 1, "--folders", 1)
+        server = self.server(loopback(23), "--generate", 1, "--folders", 1)
         for path in ("/", "/brenvoka/", "/brenvoka/libraryXjson", "/media/0/", "/media/0/999",
                      "/media/../media/0/1", "/media/0/..%2f..%2ffolder.name", "/media/0/-1",
                      "/brenvoka/thumbnails/0/%2e%2e.png", "/brenvoka/thumbnails/9999/1.png",
@@ -196,7 +196,7 @@ class MalformedTest(MediaServerTest):
             self.assertEqual(server.get(path).status, 404, path)
 
     def test_noise_on_the_connection(self):
-        server = self.server("127.10.5.24")
+        server = self.server(loopback(24))
         for noise in (b"\0\0\0\0\r\n\r\n", b"GET\r\n\r\n", b"HELLO / SMTP/3\r\n\r\n",
                       b"GET /" + b"x" * 100000 + b" HTTP/1.1\r\n\r\n", b""):
             with socket.create_connection((server.address, PORT), PATIENCE) as connection:

@@ -9,7 +9,7 @@ import subprocess
 import unittest
 
 from media_server import (DONE, PATIENCE, MediaServerTest, end_with_the_parent, eventually,
-                          library_on_disk, wire)
+                          library_on_disk, loopback, wire)
 
 PLACES = [(0, 1), (0, 200), (3, 17)]
 
@@ -61,7 +61,7 @@ class CurlTest(MediaServerTest):
                 for folder in document["folders"] for file in folder["files"]}
 
     def test_each_request(self):
-        server = self.server("127.10.11.1")
+        server = self.server(loopback(1))
         file = server.directory / "Sunset.bin"
         file.write_bytes(bytes(100000))
         for slot in (7, 17):
@@ -85,9 +85,9 @@ class CurlTest(MediaServerTest):
             self.assertEqual(self.execute(destination, command.encode()), DONE)
 
     def test_a_sync_copies_real_bytes(self):
-        source = self.server("127.10.11.2", directory=library_on_disk(
+        source = self.server(loopback(2), directory=library_on_disk(
             {place: b"%d/%d" % place * 10000 for place in PLACES}))
-        destination = self.server("127.10.11.3")
+        destination = self.server(loopback(3))
         listener = Listener(self, destination)
         self.sync(source, destination)
         self.assertEqual(listener.ends(3), {place: 6 for place in PLACES})
@@ -95,9 +95,9 @@ class CurlTest(MediaServerTest):
         self.assertEqual(self.visuals(destination), source.files())
 
     def test_a_cancel_in_the_middle(self):
-        source = self.server("127.10.11.4", "--bandwidth", 20000, directory=library_on_disk(
+        source = self.server(loopback(4), "--bandwidth", 20000, directory=library_on_disk(
             {place: bytes(1000000) for place in PLACES}))
-        destination = self.server("127.10.11.5", "--workers", 2)
+        destination = self.server(loopback(5), "--workers", 2)
         listener = Listener(self, destination)
         self.sync(source, destination)
         eventually(lambda: any(path.stat().st_size for path in destination.incoming()),

@@ -8,13 +8,13 @@ import subprocess
 import time
 import unittest
 
-from media_server import PROGRAM, MediaServerTest, library_on_disk
+from media_server import PROGRAM, MediaServerTest, library_on_disk, loopback
 
 
 class FaultTest(MediaServerTest):
     def test_the_protocol_headers(self):
         for value, expected in (("0", "0"), ("", None), ("18446744073709551615",) * 2):
-            server = self.server("127.10.9.1", "--version-header", value, "--features", value)
+            server = self.server(loopback(1), "--version-header", value, "--features", value)
             headers = server.get("/brenvoka/library.json").headers
             self.assertEqual(headers["X-BVProtocolVersion"], expected)
             self.assertEqual(headers["X-BVFeatureList"], expected)
@@ -22,7 +22,7 @@ class FaultTest(MediaServerTest):
             server.process.wait()
 
     def test_a_document_that_breaks_off(self):
-        server = self.server("127.10.9.2", "--bad-json", "--generate", 1, "--folders", 1)
+        server = self.server(loopback(2), "--bad-json", "--generate", 1, "--folders", 1)
         reply = server.get("/brenvoka/library.json")
         self.assertEqual(reply.status, 200)
         self.assertTrue(reply.body.startswith(b'{"folders"'))
@@ -30,7 +30,7 @@ class FaultTest(MediaServerTest):
             reply.json()
 
     def test_thumbnails_that_take_their_time(self):
-        server = self.server("127.10.9.6", "--thumbnail-delay", "300",
+        server = self.server(loopback(6), "--thumbnail-delay", "300",
                              "--thumbnail-delay", "700@0/2", directory=self.three_visuals())
         for slot, least in ((1, 0.3), (2, 0.7)):
             begin = time.monotonic()
@@ -38,7 +38,7 @@ class FaultTest(MediaServerTest):
             self.assertGreaterEqual(time.monotonic() - begin, least)
 
     def test_a_thumbnail_that_fails(self):
-        server = self.server("127.10.9.5", "--fail-thumbnail", "0/2",
+        server = self.server(loopback(5), "--fail-thumbnail", "0/2",
                              directory=self.three_visuals())
         self.assertEqual([self.thumbnail(server, slot).status for slot in (1, 2, 3)],
                          [200, 500, 200])
@@ -79,14 +79,14 @@ class CommandLineTest(MediaServerTest):
 
     def test_what_cannot_be_served_ends_the_program(self):
         self.assertEqual(self.failure("--library", "/proc/no-such-place")[0], 1)
-        server = self.server("127.10.9.3")
+        server = self.server(loopback(3))
         code, text = self.failure("--address", server.address, "--no-announce",
                                   "--library", str(server.directory) + "-other")
         self.assertEqual(code, 1)
-        self.assertIn("cannot listen on 127.10.9.3:4567", text)
+        self.assertIn(f"cannot listen on {loopback(3)}:4567", text)
 
     def test_unknown_orders_are_told(self):
-        self.assertIn("dance", self.server("127.10.9.4").ask("dance"))
+        self.assertIn("dance", self.server(loopback(4)).ask("dance"))
 
 
 if __name__ == "__main__":

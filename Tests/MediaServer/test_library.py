@@ -11,8 +11,8 @@ import termios
 import time
 import unittest
 
-from media_server import (PATIENCE, PORT, MediaServerTest, eventually, library_on_disk, shape,
-                          uploaded_library, wire)
+from media_server import (PATIENCE, PORT, MediaServerTest, eventually, library_on_disk, loopback,
+                          shape, uploaded_library, wire)
 
 
 def png_size(data):
@@ -21,12 +21,12 @@ def png_size(data):
 
 class LibraryTest(MediaServerTest):
     def test_an_empty_library(self):
-        document = self.server("127.10.3.1").library()
+        document = self.server(loopback(1)).library()
         self.assertEqual(document["folders"], [])
         self.assertRegex(document["hash"], "^[0-9a-f]{32}$")
 
     def test_the_document_has_the_form_of_the_wire(self):
-        server = self.server("127.10.3.2")
+        server = self.server(loopback(2))
         uploaded_library(server, [(0, 17)])
         reply = server.raw(wire("library.http"))
         expected = json.loads(wire("library.json"))
@@ -36,19 +36,19 @@ class LibraryTest(MediaServerTest):
         self.assertEqual(reply.json()["folders"][0].keys(), expected["folders"][0].keys())
 
     def test_headers(self):
-        reply = self.server("127.10.3.3").get("/brenvoka/library.json?ver=1")
+        reply = self.server(loopback(3)).get("/brenvoka/library.json?ver=1")
         self.assertEqual(reply.headers["X-BVProtocolVersion"], "281474976710656")
         self.assertEqual(reply.headers["X-BVFeatureList"], "1")
         self.assertEqual(reply.headers["Cache-Control"], "no-store")
 
     def test_responses_are_never_compressed(self):
-        server = self.server("127.10.3.4", "--generate", 1)
+        server = self.server(loopback(4), "--generate", 1)
         reply = server.get("/brenvoka/library.json", {"Accept-Encoding": "gzip, deflate"})
         self.assertIsNone(reply.headers["Content-Encoding"])
         self.assertEqual(len(reply.json()["folders"]), 6)
 
     def test_folders_are_listed_without_gaps_in_slot_order(self):
-        server = self.server("127.10.3.5")
+        server = self.server(loopback(5))
         uploaded_library(server, [(3, 255), (3, 1), (1, 9)])
         folders = server.library()["folders"]
         self.assertEqual([folder["slot"] for folder in folders], [0, 1, 2, 3])
@@ -58,20 +58,20 @@ class LibraryTest(MediaServerTest):
         self.assertEqual(server.visuals()[3, 1][0], "001: File 1")
 
     def test_a_sparse_library_lists_only_folders_with_visuals(self):
-        server = self.server("127.10.3.6", "--sparse")
+        server = self.server(loopback(6), "--sparse")
         uploaded_library(server, [(5, 1), (1, 9)])
         server.rename(7, "Empty")
         self.assertEqual([folder["slot"] for folder in server.library()["folders"]], [1, 5])
 
     def test_equal_libraries_have_equal_hashes(self):
-        servers = [self.server("127.10.3.7"), self.server("127.10.3.8")]
+        servers = [self.server(loopback(7)), self.server(loopback(8))]
         places = [(0, 1), (2, 200), (2, 3)]
         uploaded_library(servers[0], places)
         uploaded_library(servers[1], reversed(places))
         self.assertEqual(servers[0].library(), servers[1].library())
 
     def test_each_difference_changes_the_hash(self):
-        server = self.server("127.10.3.9")
+        server = self.server(loopback(9))
         uploaded_library(server, [(0, 1), (2, 200)])
         seen = {server.library()["hash"]}
         for change in (lambda: server.rename(1, "Named"), lambda: server.move(0, 1, 2),
@@ -87,7 +87,7 @@ class LibraryTest(MediaServerTest):
                    "--clip-bytes", 5000)
         first, same, other = [
             self.server(address, "--generate", seed, *options).library()
-            for address, seed in (("127.10.3.10", 7), ("127.10.3.11", 7), ("127.10.3.12", 8))]
+            for address, seed in ((loopback(10), 7), (loopback(11), 7), (loopback(12), 8))]
         self.assertEqual(first, same)
         self.assertNotEqual(first["hash"], other["hash"])
         self.assertEqual([len(folder["files"]) for folder in first["folders"]], [8, 8])
@@ -95,23 +95,23 @@ class LibraryTest(MediaServerTest):
         self.assertEqual(len(set(hashes)), 16)
 
     def test_a_restart_finds_the_library_again(self):
-        server = self.server("127.10.3.13", "--generate", 1, "--folders", 2, "--visuals", 3)
+        server = self.server(loopback(13), "--generate", 1, "--folders", 2, "--visuals", 3)
         server.rename(1, "Opening%20night")
         before = server.library()
         server.process.terminate()
         server.process.wait()
-        again = self.server("127.10.3.13", directory=server.directory)
+        again = self.server(loopback(13), directory=server.directory)
         self.assertEqual(again.library(), before)
 
     def test_the_hash_is_the_md5_of_the_file(self):
-        server = self.server("127.10.3.14", "--generate", 3, "--folders", 1)
+        server = self.server(loopback(14), "--generate", 3, "--folders", 1)
         self.assertEqual({place: visual[1] for place, visual in server.visuals().items()},
                          server.files())
 
 
 class ThumbnailTest(MediaServerTest):
     def test_pictures_and_clips_have_thumbnails_of_128_by_96(self):
-        server = self.server("127.10.3.20", "--generate", 1, "--folders", 1, "--visuals", 8)
+        server = self.server(loopback(20), "--generate", 1, "--folders", 1, "--visuals", 8)
         thumbnails = set()
         for folder, visual in server.visuals():
             reply = server.get(f"/brenvoka/thumbnails/{folder}/{visual}.png?ver=281474976710656")
@@ -121,14 +121,14 @@ class ThumbnailTest(MediaServerTest):
         self.assertEqual(len(thumbnails), 8)
 
     def test_the_request_of_the_wire(self):
-        server = self.server("127.10.3.21")
+        server = self.server(loopback(21))
         self.assertEqual(server.raw(wire("thumbnail-folder-3-slot-17.http")).status, 404)
         uploaded_library(server, [(3, 17)])
         reply = server.raw(wire("thumbnail-folder-3-slot-17.http"))
         self.assertEqual(png_size(reply.body), (128, 96))
 
     def test_a_cache_is_told_whether_its_copy_still_holds(self):
-        server = self.server("127.10.3.22")
+        server = self.server(loopback(22))
         server.upload(0, 1, "one.bin", b"one")
         path = "/brenvoka/thumbnails/0/1.png"
         first = server.get(path)
@@ -161,7 +161,7 @@ class MediaTest(MediaServerTest):
         return 0 < before == waiting()
 
     def test_a_client_that_takes_nothing_does_not_hold_up_the_end(self):
-        server = self.server("127.10.3.30", directory=library_on_disk({(0, 1): bytes(self.SIZE)}))
+        server = self.server(loopback(30), directory=library_on_disk({(0, 1): bytes(self.SIZE)}))
         connection = self.unread(server)
         eventually(lambda: self.held_up(connection), "the sockets are full")
         server.order("quit")

@@ -9,8 +9,8 @@ import socket
 import time
 import unittest
 
-from media_server import (PATIENCE, PORT, MediaServerTest, eventually, library_on_disk, reset,
-                          shape, uploaded_library, wire)
+from media_server import (PATIENCE, PORT, MediaServerTest, eventually, library_on_disk, loopback,
+                          reset, shape, uploaded_library, wire)
 
 
 def wire_frames():
@@ -21,13 +21,13 @@ def wire_frames():
 
 class StreamTest(MediaServerTest):
     def test_the_first_message_lists_the_running_transfers(self):
-        server = self.server("127.10.4.1")
+        server = self.server(loopback(1))
         self.assertEqual(self.stream(server).messages[0], wire_frames()[0, None])
 
     def test_a_later_stream_is_told_of_the_transfers_that_run(self):
-        source = self.server("127.10.4.2", "--bandwidth", 2000,
+        source = self.server(loopback(2), "--bandwidth", 2000,
                              directory=library_on_disk({(0, 1): bytes(1000000)}))
-        destination = self.server("127.10.4.3", "--workers", 1)
+        destination = self.server(loopback(3), "--workers", 1)
         early = self.stream(destination)
         destination.sync(source.url, 0, 1)
         destination.sync(source.url, 0, 2)
@@ -39,9 +39,9 @@ class StreamTest(MediaServerTest):
         self.assertEqual(shape(late[0]), shape(wire_frames()[1, 0]["sync"]))
 
     def test_a_transfer_has_the_messages_of_the_wire(self):
-        source = self.server("127.10.4.4", "--bandwidth", 50000,
+        source = self.server(loopback(4), "--bandwidth", 50000,
                              directory=library_on_disk({(3, 17): bytes(100000)}))
-        destination = self.server("127.10.4.5", "--import-delay", 50)
+        destination = self.server(loopback(5), "--import-delay", 50)
         stream = self.stream(destination)
         destination.sync(source.url, 3, 17)
         end = stream.ended_transfers(1)[3, 17]
@@ -62,12 +62,12 @@ class StreamTest(MediaServerTest):
         self.assertEqual((end["SERVER"], end["ERROR"]), (source.url, ""))
 
     def test_frame_rates_come_regularly(self):
-        server = self.server("127.10.4.6", "--frame-rate-interval", 50)
+        server = self.server(loopback(6), "--frame-rate-interval", 50)
         reports = self.stream(server).wait_for_type(5, 3)
         self.assertEqual(shape(reports[0]), shape(wire_frames()[5, None]))
 
     def test_changes_are_told_together(self):
-        server = self.server("127.10.4.7")
+        server = self.server(loopback(7))
         stream = self.stream(server)
         begin = time.monotonic()
         uploaded_library(server, [(0, slot) for slot in range(1, 21)])
@@ -80,7 +80,7 @@ class StreamTest(MediaServerTest):
         self.assertLessEqual(len(stream.of_type(6)), most)
 
     def test_a_change_that_is_not_told_yet_can_be_asked_for(self):
-        server = self.server("127.10.4.14")
+        server = self.server(loopback(14))
         self.assertEqual(server.ask("told?"), "told")
         numbers = itertools.count()
         eventually(lambda: server.rename(0, f"Act{next(numbers)}") and
@@ -89,7 +89,7 @@ class StreamTest(MediaServerTest):
         eventually(lambda: server.ask("told?") == "told", "the change to be told")
 
     def test_each_kind_of_change_is_told(self):
-        server = self.server("127.10.4.8")
+        server = self.server(loopback(8))
         stream = self.stream(server)
         changes = (lambda: server.upload(0, 1, "a.bin", b"a"), lambda: server.move(0, 1, 2),
                    lambda: server.rename(0, "Name"), lambda: server.remove(0, 2))
@@ -98,7 +98,7 @@ class StreamTest(MediaServerTest):
             stream.wait_for_type(6, number)
 
     def test_a_transfer_is_announced_before_its_command_is_answered(self):
-        server = self.server("127.10.4.9", "--answer-only")
+        server = self.server(loopback(9), "--answer-only")
         with socket.create_connection((server.address, PORT), PATIENCE) as connection:
             connection.sendall(wire("notifier.http"))
             received = b""
@@ -118,7 +118,7 @@ class StreamTest(MediaServerTest):
                 received += connection.recv(65536)
 
     def test_shutdown_says_goodbye_and_ends_cleanly(self):
-        server = self.server("127.10.4.10")
+        server = self.server(loopback(10))
         stream = self.stream(server)
         server.order("shutdown")
         self.assertEqual(stream.wait_for_end(), "clean")
@@ -129,7 +129,7 @@ class StreamTest(MediaServerTest):
         for order, end in (("end-stream", "clean"), ("cut-stream", "cut"), ("reset-stream", "reset"),
                            ("quit", "cut")):
             with self.subTest(order):
-                server = self.server("127.10.4.11")
+                server = self.server(loopback(11))
                 streams = [self.stream(server), self.stream(server)]
                 server.order(order)
                 self.assertEqual([stream.wait_for_end() for stream in streams], [end, end])
@@ -138,12 +138,12 @@ class StreamTest(MediaServerTest):
                 self.assertEqual(server.process.wait(PATIENCE), 0)
 
     def test_a_dropped_stream_ends_in_the_middle_and_can_be_opened_again(self):
-        server = self.server("127.10.4.12", "--drop-stream-after", 200)
+        server = self.server(loopback(12), "--drop-stream-after", 200)
         self.assertEqual(self.stream(server).wait_for_end(), "cut")
         self.stream(server)
 
     def test_clients_that_come_and_go_leave_the_others_alone(self):
-        server = self.server("127.10.4.13", "--frame-rate-interval", 20)
+        server = self.server(loopback(13), "--frame-rate-interval", 20)
         staying = self.stream(server)
         for _ in range(20):
             connection = socket.create_connection((server.address, PORT), PATIENCE)

@@ -5,7 +5,7 @@
 
 import unittest
 
-from media_server import (DONE, PATIENCE, MediaServerTest, eventually, library_on_disk,
+from media_server import (DONE, PATIENCE, MediaServerTest, eventually, library_on_disk, loopback,
                           uploaded_library)
 
 
@@ -15,9 +15,9 @@ def states(ends):
 
 class SyncTest(MediaServerTest):
     def pair(self, number, source_options=(), destination_options=(), files=None):
-        source = self.server(f"127.10.7.{number}", *source_options,
+        source = self.server(loopback(number), *source_options,
                              directory=library_on_disk(files or {}))
-        destination = self.server(f"127.10.7.{number + 1}", *destination_options)
+        destination = self.server(loopback(number + 1), *destination_options)
         return source, destination
 
     def test_one_server_is_made_equal_to_another(self):
@@ -118,8 +118,8 @@ class SyncTest(MediaServerTest):
 
 class SyncFailureTest(MediaServerTest):
     def test_a_failed_import_is_told_and_the_others_go_on(self):
-        source = self.server("127.10.7.41")
-        destination = self.server("127.10.7.42", "--fail-import", "0/2", "--fail-import", "0/4")
+        source = self.server(loopback(41))
+        destination = self.server(loopback(42), "--fail-import", "0/2", "--fail-import", "0/4")
         places = [(0, slot) for slot in range(1, 6)]
         uploaded_library(source, places, b"new")
         uploaded_library(destination, [(0, 2)])
@@ -135,12 +135,13 @@ class SyncFailureTest(MediaServerTest):
         self.assertEqual(destination.incoming(), [])
 
     def test_a_source_that_cannot_deliver(self):
-        source = self.server("127.10.7.43")
-        destination = self.server("127.10.7.44")
+        source = self.server(loopback(43))
+        destination = self.server(loopback(44))
         stream = self.stream(destination)
-        rows = (((0, 1), source.url, 1, "404"), ((0, 2), "http://127.10.7.99:4567", 1, "."),
-                ((0, 3), "ftp://127.10.7.43:4567", 0, "no address"), ((0, 4), "rubbish", 0, "rub"),
-                ((0, 5), "http://127.10.7.43", 0, "no address"))
+        rows = (((0, 1), source.url, 1, "404"), ((0, 2), f"http://{loopback(99)}:4567", 1, "."),
+                ((0, 3), f"ftp://{loopback(43)}:4567", 0, "no address"),
+                ((0, 4), "rubbish", 0, "rub"),
+                ((0, 5), f"http://{loopback(43)}", 0, "no address"))
         for place, url, _, _ in rows:
             self.assertEqual(destination.sync(url, *place), DONE)
         ends = stream.ended_transfers(len(rows))
@@ -150,10 +151,10 @@ class SyncFailureTest(MediaServerTest):
         self.assertEqual((destination.visuals(), destination.incoming()), ({}, []))
 
     def test_a_source_that_dies_in_the_middle(self):
-        dying = self.server("127.10.7.45", "--die-after", 50000, "--bandwidth", 200000,
+        dying = self.server(loopback(45), "--die-after", 50000, "--bandwidth", 200000,
                             directory=library_on_disk({(0, 1): bytes(100000)}))
         dying.exit_codes = {1}
-        destination = self.server("127.10.7.46")
+        destination = self.server(loopback(46))
         uploaded_library(destination, [(0, 1)])
         before = destination.files()
         stream = self.stream(destination)

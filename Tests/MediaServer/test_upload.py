@@ -9,8 +9,8 @@ import socket
 import time
 import unittest
 
-from media_server import (DONE, PATIENCE, PORT, MediaServerTest, Response, eventually, multipart,
-                          wire)
+from media_server import (DONE, PATIENCE, PORT, MediaServerTest, Response, eventually, loopback,
+                          multipart, wire)
 
 HEAD = (b"POST /brenvoka/upload.html HTTP/1.1\r\nHost: x\r\n"
         b"Content-Type: multipart/form-data; boundary=%s\r\nContent-Length: %d\r\n\r\n")
@@ -18,7 +18,7 @@ HEAD = (b"POST /brenvoka/upload.html HTTP/1.1\r\nHost: x\r\n"
 
 class UploadTest(MediaServerTest):
     def test_the_form_of_the_wire(self):
-        server = self.server("127.10.6.1")
+        server = self.server(loopback(1))
         form = wire("upload-folder-3-slot-17.multipart")
         for boundary in (b"BOUNDARY", b'"BOUNDARY"'):
             reply = server.raw(HEAD % (boundary, len(form)) + form)
@@ -30,14 +30,14 @@ class UploadTest(MediaServerTest):
                       "&visualFile=sunset.png&bytes=10", server.log_lines())
 
     def test_an_upload_replaces_what_was_there(self):
-        server = self.server("127.10.6.2")
+        server = self.server(loopback(2))
         for name, content in (("old.png", b"old"), ("new.mov", b"new"), ("new.mov", b"newer")):
             self.assertEqual(server.upload(1, 2, name, content), DONE)
         self.assertEqual(server.files(), {(1, 2): hashlib.md5(b"newer").hexdigest()})
         self.assertEqual(server.visuals()[1, 2][0], "002: new")
 
     def test_the_file_goes_to_disk_while_it_arrives(self):
-        server = self.server("127.10.6.3")
+        server = self.server(loopback(3))
         content = bytes(range(256)) * (32 << 12)
         form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "big.bin", content)
         with socket.create_connection((server.address, PORT), PATIENCE) as connection:
@@ -53,14 +53,14 @@ class UploadTest(MediaServerTest):
         self.assertEqual(server.incoming(), [])
 
     def test_an_import_that_takes_its_time(self):
-        server = self.server("127.10.6.20", "--import-delay", 400)
+        server = self.server(loopback(20), "--import-delay", 400)
         begin = time.monotonic()
         self.assertEqual(server.upload(0, 1, "x.bin", b"x"), DONE)
         self.assertGreaterEqual(time.monotonic() - begin, 0.4)
         self.assertEqual(server.visuals()[0, 1][0], "001: x")
 
     def test_a_shutdown_during_an_import_leaves_nothing(self):
-        server = self.server("127.10.6.21", "--import-delay", 600000)
+        server = self.server(loopback(21), "--import-delay", 600000)
         form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "x.bin", b"x")
         with socket.create_connection((server.address, PORT), PATIENCE) as connection:
             connection.sendall(HEAD % (b"EDGE", len(form)) + form)
@@ -71,7 +71,7 @@ class UploadTest(MediaServerTest):
         self.assertEqual(server.incoming(), [])
 
     def test_an_upload_that_breaks_off_leaves_nothing(self):
-        server = self.server("127.10.6.4")
+        server = self.server(loopback(4))
         server.upload(0, 1, "old.bin", b"old")
         before = server.visuals()
         form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "new.bin", bytes(100000))
@@ -82,7 +82,7 @@ class UploadTest(MediaServerTest):
         self.assertEqual(server.visuals(), before)
 
     def test_forms_that_make_no_sense(self):
-        server = self.server("127.10.6.5")
+        server = self.server(loopback(5))
         place = [("folderIdx", "0"), ("visualIdx", "1")]
         rows = ((multipart([("visualIdx", "1")], "x.bin", b"x"), "folderIdx"),
                 (multipart([("folderIdx", "x"), ("visualIdx", "1")], "x.bin", b"x"), "folderIdx"),
@@ -100,7 +100,7 @@ class UploadTest(MediaServerTest):
         self.assertEqual((server.visuals(), server.incoming()), ({}, []))
 
     def test_a_form_that_cannot_be_read_is_answered_once_and_ends_the_connection(self):
-        server = self.server("127.10.6.9")
+        server = self.server(loopback(9))
         for head in (b"X" * 200000, b'Content-Disposition: form-data; name="visualFile"; filename="'
                      + b"A" * 200000 + b'"'):
             form = b"--EDGE\r\n" + head + b"\r\n\r\nx\r\n--EDGE--\r\n" + bytes(200000)
@@ -114,7 +114,7 @@ class UploadTest(MediaServerTest):
         self.assertEqual((server.visuals(), server.incoming()), ({}, []))
 
     def test_no_file_name_leads_out_of_the_slot(self):
-        server = self.server("127.10.6.6")
+        server = self.server(loopback(6))
         for name, expected in (("../../../evil.png", "evil"), ("..\\..\\evil.png", "evil"),
                                ("/etc/passwd", "passwd"), (".hidden.png", "hidden"),
                                ("..", "Untitled"), ("a%22b.png", 'a"b'), ("a%41b.png", "a%41b"),
@@ -126,13 +126,13 @@ class UploadTest(MediaServerTest):
                 self.assertEqual(server.files().keys(), {(0, 1)})
 
     def test_a_slow_link_holds_an_upload_up(self):
-        server = self.server("127.10.6.7", "--bandwidth", 100000)
+        server = self.server(loopback(7), "--bandwidth", 100000)
         start = time.monotonic()
         self.assertEqual(server.upload(0, 1, "x.bin", bytes(50000)), DONE)
         self.assertGreater(time.monotonic() - start, 0.4)
 
     def test_an_upload_over_a_slow_link_does_not_hold_up_the_end(self):
-        server = self.server("127.10.6.8", "--bandwidth", 10)
+        server = self.server(loopback(8), "--bandwidth", 10)
         form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "x.bin", bytes(10000))
         with socket.create_connection((server.address, PORT), PATIENCE) as connection:
             connection.sendall(HEAD % (b"EDGE", len(form)) + form)

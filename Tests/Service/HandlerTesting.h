@@ -170,7 +170,7 @@ private:
 class HandlerRig
 {
 public:
-    /// `address` is the server's, such as "127.20.1.1".
+    /// `address` is the server's, such as `loopback(1)`.
     explicit HandlerRig(const QString &address)
         : server(address)
     {

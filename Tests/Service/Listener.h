@@ -6,13 +6,14 @@
 #include "Service/ServerListenerService.h"
 
 #include "Support/Announcer.h"
+#include "Support/Loopback.h"
 
 #include <QStringList>
 
 inline const QUuid stageId(QStringLiteral("1b4e28ba-2fa1-11d2-883f-0016d3cca427"));
 inline const QUuid hallId(QStringLiteral("00000000-0000-0000-0000-000000000001"));
-inline const QString firstAddress = QStringLiteral("127.10.2.1");
-inline const QString secondAddress = QStringLiteral("127.10.2.2");
+inline const QString firstAddress = loopback(1);
+inline const QString secondAddress = loopback(2);
 inline const QByteArray mask16("\0\0\xff\xff", 4);
 
 /// A service whose ticks are driven by hand, and what it told in order. The event loop does not

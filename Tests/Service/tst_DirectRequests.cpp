@@ -6,6 +6,7 @@
 #include "Support/ApplicationProxy.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QTemporaryFile>
 
@@ -15,8 +16,8 @@ using namespace LibraryWire;
 
 namespace {
 
-const QString address = u"127.20.12.1"_s;
-const QString proxyAddress = u"127.20.12.9"_s;
+const QString address = loopback(1);
+const QString proxyAddress = loopback(9);
 const QByteArray cookie = "Set-Cookie: id=7; Path=/\r\n";
 
 /// Whether no request of the server's brought a cookie.

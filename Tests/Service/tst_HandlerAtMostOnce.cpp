@@ -3,12 +3,13 @@
 
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 
 #include <memory>
 
 namespace {
 
-const QString address = u"127.20.5.1"_s;
+const QString address = loopback(1);
 using Order = std::function<void(ServerConnectionHandler &)>;
 using Break = std::function<void(const WireRequest &)>;
 

@@ -4,6 +4,7 @@
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QJsonArray>
 #include <QJsonValue>
@@ -14,7 +15,7 @@
 
 namespace {
 
-const QString address = u"127.20.3.1"_s;
+const QString address = loopback(1);
 const QHostAddress source(u"127.0.0.2"_s);
 
 QByteArray transfer(const char *id, int state, int fileSlot)
@@ -207,8 +208,8 @@ private slots:
 
     void redirectIsNotFollowed()
     {
-        rig->server.answer(executePath, successBody, "Location: http://127.20.3.1:4567/other\r\n",
-                           "302 Found");
+        rig->server.answer(executePath, successBody,
+                           "Location: http://" LOOPBACK(1) ":4567/other\r\n", "302 Found");
         rig->handler.requestRemove({{3, 17}});
         expect(u"removed 3 17"_s);
         QCOMPARE(rig->server.requests("/other").size(), 0);
@@ -224,11 +225,12 @@ private slots:
         expect(u"rename error 3 \"Visual is in use\""_s);
         rig->handler.requestMove(3, 7, 12);
         expect(u"move error \"Visual is in use\""_s);
-        QCOMPARE(log.entries(),
-                 (QStringList{u"error: Element remove failed on server 127.20.3.1 folder 3 file 17 "
-                              "reason: Visual is in use"_s,
-                              u"error: Folder rename failed on server 127.20.3.1 folder 3 "
-                              "reason: Visual is in use"_s}));
+        QCOMPARE(log.entries(), (QStringList{u"error: Element remove failed on server " LOOPBACK(
+                                                 1) " folder 3 file 17 "
+                                                    "reason: Visual is in use"_s,
+                                             u"error: Folder rename failed on server " LOOPBACK(
+                                                 1) " folder 3 "
+                                                    "reason: Visual is in use"_s}));
     }
 
     void networkFailureFeedsTheNext()
@@ -241,8 +243,9 @@ private slots:
         rig->handler.requestMove(3, 7, 12);
         EVENTUALLY(rig->events.lines.size(), 5);
 
-        const QString text = u"Error transferring http://127.20.3.1:4567/brenvoka/execute.html - "
-                             "server replied: Nothing"_s;
+        const QString text =
+            u"Error transferring http://" LOOPBACK(1) ":4567/brenvoka/execute.html - "
+                                                      "server replied: Nothing"_s;
         QCOMPARE(rig->events.lines.filter(u"remove"_s),
                  (QStringList{u"remove error 3 17 \"%1\""_s.arg(text),
                               u"remove error 3 18 \"%1\""_s.arg(text)}));
@@ -256,13 +259,13 @@ private slots:
         const QStringList lines = log.entries();
         QCOMPARE(lines.size(), 5);
         QVERIFY(lines.contains(
-            u"error: Element remove failed on server 127.20.3.1 folder 3 file 18 reason: "_s +
+            u"error: Element remove failed on server " LOOPBACK(1) " folder 3 file 18 reason: "_s +
             text));
         QVERIFY(lines.contains(
-            u"error: Folder rename failed on server 127.20.3.1 folder 4 reason: "_s + text));
+            u"error: Folder rename failed on server " LOOPBACK(1) " folder 4 reason: "_s + text));
         QCOMPARE(lines.last(),
-                 u"error: Element move failed on server 127.20.3.1 folder 3 from file 7 to "
-                 "file 12 reason: "_s +
+                 u"error: Element move failed on server " LOOPBACK(1) " folder 3 from file 7 to "
+                                                                      "file 12 reason: "_s +
                      text);
     }
 

@@ -4,6 +4,7 @@
 #include "Protocol/CommandBodies.h"
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 
 #include <QTemporaryFile>
 
@@ -11,7 +12,7 @@
 
 namespace {
 
-const QString address = u"127.20.41.1"_s;
+const QString address = loopback(1);
 const QHostAddress source(u"127.0.0.2"_s);
 const QByteArray twoTransfers =
     json("{'msg_type':0,'active_transfers':["

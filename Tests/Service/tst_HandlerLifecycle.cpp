@@ -5,6 +5,7 @@
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QPointer>
 
@@ -12,7 +13,7 @@
 
 namespace {
 
-const QString address = u"127.20.2.1"_s;
+const QString address = loopback(1);
 const QByteArray libraryChanged = json("{'msg_type':6}");
 const QByteArray shutdown = json("{'msg_type':4}");
 
@@ -44,7 +45,7 @@ private slots:
 
     void closeOfAStreamWithoutLengthHasNoReason()
     {
-        HandlerRig other(u"127.20.2.2"_s);
+        HandlerRig other(loopback(2));
         other.server.on(notifierPath, [](const WireRequest &request) {
             request.send(Wire::streamHead() + Wire::frame(libraryChanged));
             request.close();
@@ -70,7 +71,7 @@ private slots:
 
     void halfAHeadIsANetworkError()
     {
-        HandlerRig other(u"127.20.2.2"_s);
+        HandlerRig other(loopback(2));
         other.server.on(notifierPath, [](const WireRequest &request) {
             request.send("HTTP/1.1 200 OK\r\nContent-Ty");
             request.reset();
@@ -81,7 +82,7 @@ private slots:
 
     void refusedConnectionIsNeverConnected()
     {
-        ServerConnectionHandler handler(QHostAddress(u"127.20.2.3"_s), QUuid::createUuid());
+        ServerConnectionHandler handler(QHostAddress(loopback(3)), QUuid::createUuid());
         const HandlerEvents events(handler);
         EVENTUALLY(events.lines.size(), 1);
         QCOMPARE(events.lines.first(), u"disconnected 3 \"Connection refused\""_s);
@@ -106,7 +107,7 @@ private slots:
 
     void statusIsNotLookedAtWhileTheStreamLives()
     {
-        HandlerRig other(u"127.20.2.2"_s);
+        HandlerRig other(loopback(2));
         other.server.on(notifierPath, [](const WireRequest &request) {
             request.send("HTTP/1.1 503 Busy\r\nTransfer-Encoding: chunked\r\n\r\n" +
                          Wire::chunk(Wire::frame(libraryChanged)));
@@ -117,8 +118,8 @@ private slots:
 
     void redirectIsNotFollowed()
     {
-        HandlerRig other(u"127.20.2.2"_s);
-        other.server.answer(notifierPath, {}, "Location: http://127.20.2.2:4567/elsewhere\r\n",
+        HandlerRig other(loopback(2));
+        other.server.answer(notifierPath, {}, "Location: http://" LOOPBACK(2) ":4567/elsewhere\r\n",
                             "302 Found");
         EVENTUALLY(other.events.lines, QStringList{u"disconnected 0 \"\""_s});
         QCOMPARE(other.server.requests().size(), 1);
@@ -136,14 +137,15 @@ private slots:
     void beginningAndEndAreLogged()
     {
         LogCapture log;
-        ServerConnectionHandler handler(QHostAddress(u"127.20.2.3"_s), QUuid::createUuid());
+        ServerConnectionHandler handler(QHostAddress(loopback(3)), QUuid::createUuid());
         const HandlerEvents events(handler);
         EVENTUALLY(events.lines.size(), 1);
-        QCOMPARE(log.entries(),
-                 (QStringList{u"info: Connecting to notification stream of server : "
-                              "http://127.20.2.3:4567/brenvoka/notifier.html?ver=281474976710656"_s,
-                              u"info: Connection to server "
-                              "http://127.20.2.3:4567/brenvoka/notifier.html?%2 terminated"_s}));
+        QCOMPARE(
+            log.entries(),
+            (QStringList{u"info: Connecting to notification stream of server : "
+                         "http://" LOOPBACK(3) ":4567/brenvoka/notifier.html?ver=281474976710656"_s,
+                         u"info: Connection to server "
+                         "http://" LOOPBACK(3) ":4567/brenvoka/notifier.html?%2 terminated"_s}));
     }
 
     void stopEndsTheStreamWithoutASignal()
@@ -157,8 +159,8 @@ private slots:
         EVENTUALLY(rig->server.openConnections(), 0);
         QCOMPARE(rig->events.lines, QStringList());
         QCOMPARE(log.entries().last(), u"info: Connection to server "
-                                       "http://127.20.2.1:4567/brenvoka/notifier.html?%2 "
-                                       "terminated"_s);
+                                       "http://" LOOPBACK(1) ":4567/brenvoka/notifier.html?%2 "
+                                                             "terminated"_s);
     }
 
     void stopBeforeTheFirstByteIsSilent()

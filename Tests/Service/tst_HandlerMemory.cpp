@@ -4,6 +4,7 @@
 #include "Service/HandlerTesting.h"
 #include "Service/Http/OneShotBody.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 
 #include <QPointer>
 #include <QTemporaryFile>
@@ -21,7 +22,7 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<HandlerRig>(u"127.20.13.1"_s);
+        rig = std::make_unique<HandlerRig>(loopback(1));
         rig->server.answer(executePath, successBody);
         rig->server.answer(uploadPath, successBody);
         QVERIFY(rig->open());

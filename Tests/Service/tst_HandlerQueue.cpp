@@ -4,12 +4,13 @@
 #include "Protocol/CommandBodies.h"
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 
 #include <memory>
 
 namespace {
 
-const QString address = u"127.20.4.1"_s;
+const QString address = loopback(1);
 const QHostAddress source(u"127.0.0.2"_s);
 
 QByteArray removal(int folderSlot, int fileSlot)

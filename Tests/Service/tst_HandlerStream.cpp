@@ -4,6 +4,7 @@
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QRegularExpression>
 
@@ -11,7 +12,7 @@
 
 namespace {
 
-const QString address = u"127.20.1.1"_s;
+const QString address = loopback(1);
 const QString transferId = u"{7d444840-9dc0-11d1-b245-5ffdce74fad2}"_s;
 const QString otherId = u"{8d444840-9dc0-11d1-b245-5ffdce74fad2}"_s;
 
@@ -60,7 +61,7 @@ private slots:
         const QByteArray expected = wireFile(u"notifier.http"_s);
         QCOMPARE(rig->stream.head.left(rig->stream.head.indexOf("\r\n") + 2),
                  expected.left(expected.indexOf("\r\n") + 2));
-        QCOMPARE(rig->stream.header("Host"), "127.20.1.1:4567");
+        QCOMPARE(rig->stream.header("Host"), LOOPBACK(1) ":4567");
         QCOMPARE(rig->stream.body, QByteArray());
         for (const char *absent :
              {"Content-Type", "Content-Length", "Upgrade", "Authorization", "HTTP2-Settings"})

@@ -3,6 +3,7 @@
 
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -13,7 +14,7 @@
 
 namespace {
 
-const QString address = u"127.20.42.1"_s;
+const QString address = loopback(1);
 const QByteArray libraryChanged = Wire::frame(json("{'msg_type':6}"));
 const QByteArray shutdown = Wire::frame(json("{'msg_type':4}"));
 

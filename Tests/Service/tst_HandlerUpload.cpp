@@ -4,6 +4,7 @@
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QTemporaryDir>
 
@@ -12,7 +13,7 @@
 
 namespace {
 
-const QString address = u"127.20.6.1"_s;
+const QString address = loopback(1);
 
 } // namespace
 
@@ -110,8 +111,8 @@ private slots:
         rig->server.answer(uploadPath, json("{'msg_type':7,'RESULT':3,'ERROR':'Disk is full'}"));
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         EVENTUALLY(withoutProgress(), QStringList{u"upload error \"Disk is full\""_s});
-        QCOMPARE(log.entries(),
-                 QStringList{u"error: Upload failed on server 127.20.6.1 reason: Disk is full"_s});
+        QCOMPARE(log.entries(), QStringList{u"error: Upload failed on server " LOOPBACK(
+                                    1) " reason: Disk is full"_s});
     }
 
     void networkFailure()
@@ -119,11 +120,10 @@ private slots:
         LogCapture log;
         rig->server.answer(uploadPath, successBody, {}, "404 Nothing");
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
-        EVENTUALLY(
-            withoutProgress(),
-            QStringList{
-                u"upload error \"Error transferring "
-                "http://127.20.6.1:4567/brenvoka/upload.html - server replied: Nothing\""_s});
+        EVENTUALLY(withoutProgress(),
+                   QStringList{u"upload error \"Error transferring "
+                               "http://" LOOPBACK(
+                                   1) ":4567/brenvoka/upload.html - server replied: Nothing\""_s});
         QCOMPARE(log.entries(), QStringList{u"error: File upload error: 203"_s});
         QCOMPARE(rig->probe.uploadReply(), nullptr);
         EVENTUALLY(rig->probe.pendingRequests(), -1);

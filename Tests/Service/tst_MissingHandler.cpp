@@ -4,9 +4,10 @@
 #include "Service/ServiceTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
-const QHostAddress firstAddress(u"127.20.10.1"_s);
-const QHostAddress secondAddress(u"127.20.10.2"_s);
+const QHostAddress firstAddress(loopback(1));
+const QHostAddress secondAddress(loopback(2));
 
 /// What is asked of a server that is not connected.
 class tst_MissingHandler : public QObject

@@ -4,11 +4,12 @@
 #include "Service/ServiceTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QPointer>
 
-const QHostAddress firstAddress(u"127.20.8.1"_s);
-const QHostAddress secondAddress(u"127.20.8.2"_s);
+const QHostAddress firstAddress(loopback(1));
+const QHostAddress secondAddress(loopback(2));
 
 namespace {
 
@@ -55,7 +56,7 @@ private slots:
                 emit h.handlerServerDisconnected(address, id, Brenvoka::DisconnectNetworkError,
                                                  u"error"_s);
             });
-        row("serverConnected first 127.20.8.1", u"id"_s,
+        row("serverConnected first " LOOPBACK(1), u"id"_s,
             [](H &h, const A &address, const QUuid &id) {
                 emit h.handlerServerConnected(id, address);
             });
@@ -109,7 +110,7 @@ private slots:
                 log.entries(),
                 QStringList{check == "id"_L1
                                 ? u"info: Handler not found for id %1"_s.arg(unknownId.toString())
-                                : u"info: Handler not found for address 127.20.8.2"_s});
+                                : u"info: Handler not found for address " LOOPBACK(2) ""_s});
         }
         rig->events.lines.clear();
 

@@ -4,12 +4,13 @@
 #include "Service/ServiceTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QPointer>
 #include <QTemporaryDir>
 
-const QHostAddress firstAddress(u"127.20.7.1"_s);
-const QHostAddress secondAddress(u"127.20.7.2"_s);
+const QHostAddress firstAddress(loopback(1));
+const QHostAddress secondAddress(loopback(2));
 
 /// The gate to the servers: what it hands on, what it logs and whom it keeps.
 class tst_ServerConnectionService : public QObject
@@ -29,11 +30,11 @@ private slots:
     {
         LogCapture log;
         rig->service->addHandler(firstAddress, firstId);
-        QCOMPARE(log.entries().constFirst(), u"info: Adding handler for 127.20.7.1"_s);
+        QCOMPARE(log.entries().constFirst(), u"info: Adding handler for " LOOPBACK(1) ""_s);
         QCOMPARE(rig->handlers().size(), 1);
         QCOMPARE(rig->events.lines, QStringList());
         rig->sendFromFirst(Wire::frame(libraryChanged));
-        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first 127.20.7.1"_s,
+        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
                                                    u"serverLibraryChanged first"_s}));
     }
 
@@ -42,7 +43,7 @@ private slots:
         rig->service->addHandler(firstAddress, firstId);
         LogCapture log;
         rig->service->addHandler(secondAddress, firstId);
-        QCOMPARE(rig->events.lines, QStringList{u"serverConnected first 127.20.7.1"_s});
+        QCOMPARE(rig->events.lines, QStringList{u"serverConnected first " LOOPBACK(1) ""_s});
         QCOMPARE(log.texts(), QStringList());
         QCOMPARE(rig->handlers().size(), 1);
         QVERIFY(rig->first.waitForRequests(1, notifierPath));
@@ -98,7 +99,7 @@ private slots:
         const QList<WireRequest> commands = rig->second.requests(executePath);
         QCOMPARE(commands.size(), 4);
         QVERIFY(commands.at(1).body.contains("&folderIdx=1&visualIdx=2&visualToIdx=3&"));
-        QVERIFY(commands.last().body.contains("serverURL=http://127.20.7.1:"));
+        QVERIFY(commands.last().body.contains("serverURL=http://" LOOPBACK(1) ":"));
         QCOMPARE(rig->first.requests(executePath).size(), 0);
     }
 
@@ -158,7 +159,7 @@ private slots:
         const QPointer<ServerConnectionHandler> lost = rig->handlers().last();
         rig->sendFromFirst(Wire::frame(
             json("{'msg_type':1,'sync':{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'}}")));
-        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first 127.20.7.1"_s,
+        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
                                                    u"syncProgressUpdate first 0 0 0 0"_s}));
         connect(rig->service.get(), &ServerConnectionService::syncProgressUpdate,
                 rig->service.get(), [&] {
@@ -201,10 +202,10 @@ private slots:
                 rig->service.get(), [this] { rig->service->addHandler(secondAddress, firstId); });
         rig->sendFromFirst(Wire::frame(json("{'msg_type':4}")));
         rig->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first 127.20.7.1"_s,
+        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
                                                    u"serverDisconnected first 1 "_s}));
         QVERIFY(log.entries().contains(
-            u"info: Handler removed for id %1 address 127.20.7.1"_s.arg(firstId.toString())));
+            u"info: Handler removed for id %1 address " LOOPBACK(1) ""_s.arg(firstId.toString())));
         EVENTUALLY(handler.isNull(), true);
         QVERIFY(rig->second.waitForRequests(1, notifierPath));
         QCOMPARE(rig->handlers().size(), 1);
@@ -253,7 +254,7 @@ private slots:
         rig->sendFromFirst(Wire::frame(libraryChanged) + Wire::frame(libraryChanged));
         EVENTUALLY(handler.isNull(), true);
         QVERIFY(alive);
-        QCOMPARE(rig->events.lines, (QStringList{u"serverConnected first 127.20.7.1"_s,
+        QCOMPARE(rig->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
                                                  u"serverLibraryChanged first"_s}));
     }
 

@@ -4,6 +4,7 @@
 #include "Service/ServerInfoRig.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QNetworkReply>
 #include <QTest>
@@ -20,7 +21,7 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<ServerInfoRig>(u"127.30.5.1"_s);
+        rig = std::make_unique<ServerInfoRig>(loopback(1));
     }
 
     void cleanup() { rig.reset(); }
@@ -75,9 +76,9 @@ private slots:
         rig->service.requestLibrary(server);
         QTRY_COMPARE_WITH_TIMEOUT(
             log.entries()
-                .filter(
-                    u"error: Failed to download server info from http://127.30.5.1:4567/brenvoka/"
-                    "library.json?ver=281474976710656 error: "_s)
+                .filter(u"error: Failed to download server info from http://" LOOPBACK(
+                    1) ":4567/brenvoka/"
+                       "library.json?ver=281474976710656 error: "_s)
                 .size(),
             1, 30000);
         verifyDoorIsClosed(server);
@@ -117,7 +118,7 @@ private slots:
     {
         LogCapture log;
         Server server = rig->server();
-        server.connections.first().first = QHostAddress(u"127.30.5.77"_s);
+        server.connections.first().first = QHostAddress(loopback(77));
         rig->service.requestLibrary(server);
         QTRY_COMPARE_WITH_TIMEOUT(
             log.texts().filter(u"Failed to download server info from"_s).size(), 1, 30000);
@@ -180,7 +181,7 @@ private slots:
     void redirectIsNotFollowed()
     {
         LogCapture log;
-        rig->peer.answer(libraryPath, {}, "Location: http://127.30.5.1:4567/elsewhere\r\n",
+        rig->peer.answer(libraryPath, {}, "Location: http://" LOOPBACK(1) ":4567/elsewhere\r\n",
                          "302 Found");
         rig->service.requestLibrary(rig->server());
         QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"for unsupported version"_s).size(), 1,

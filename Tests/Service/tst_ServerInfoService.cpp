@@ -4,6 +4,7 @@
 #include "Service/ServerInfoRig.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QDir>
 #include <QFile>
@@ -21,7 +22,7 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<ServerInfoRig>(u"127.30.1.1"_s);
+        rig = std::make_unique<ServerInfoRig>(loopback(1));
     }
 
     void cleanup() { rig.reset(); }
@@ -34,7 +35,7 @@ private slots:
         QFile wire(QStringLiteral(BRENVOKA_WIRE_DIR "/library.http"));
         QVERIFY(wire.open(QIODevice::ReadOnly));
         QVERIFY(request.head.startsWith(wire.readLine()));
-        QCOMPARE(request.header("Host"), "127.30.1.1:4567");
+        QCOMPARE(request.header("Host"), LOOPBACK(1) ":4567");
         QVERIFY(request.header("Content-Type").isNull());
         QVERIFY(request.body.isEmpty());
     }
@@ -45,7 +46,8 @@ private slots:
         rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
         rig->service.requestLibrary(rig->server());
         QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
-        const QString url = u"http://127.30.1.1:4567/brenvoka/library.json?ver=281474976710656"_s;
+        const QString url =
+            u"http://" LOOPBACK(1) ":4567/brenvoka/library.json?ver=281474976710656"_s;
         QCOMPARE(log.entries(), (QStringList{u"info: Downloading server info from: "_s + url,
                                              u"info: Downloaded server info from: "_s + url}));
     }
@@ -53,7 +55,7 @@ private slots:
     void requestGoesToTheFirstConnection()
     {
         Server server = rig->server();
-        server.addConnection(QHostAddress(u"127.30.1.99"_s), 8);
+        server.addConnection(QHostAddress(loopback(99)), 8);
         server.activeConnection = 1;
         rig->service.requestLibrary(server);
         QVERIFY(rig->peer.waitForRequests(1));
@@ -66,7 +68,7 @@ private slots:
         rig->peer.answer(libraryPath, document.readAll(),
                          "X-BVProtocolVersion: 281474976710657\r\nX-BVFeatureList: 0\r\n");
         Server server = rig->server();
-        server.addConnection(QHostAddress(u"127.30.1.99"_s), 16);
+        server.addConnection(QHostAddress(loopback(99)), 16);
         server.activeConnection = 1;
         server.connected = true;
         server.graphFps = 50;

@@ -58,7 +58,7 @@ void tst_ServerListenerExpiry::connectionStays120TicksAndGoesAtThe121st()
     QCOMPARE(listener.take(), QStringList());
     listener.tick();
     QCOMPARE(listener.take(),
-             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
+             (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s}));
     listener.tick(300);
     QCOMPARE(listener.take(), QStringList());
 }
@@ -72,8 +72,8 @@ void tst_ServerListenerExpiry::lastConnectionsGoBeforeTheirServer()
     listener.take();
     listener.tick(121);
     QCOMPARE(listener.take(),
-             (QStringList{u"lost connection stage 127.10.2.1/24"_s,
-                          u"lost connection stage 127.10.2.2/16"_s, u"lost stage"_s}));
+             (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s,
+                          u"lost connection stage " LOOPBACK(2) "/16"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerExpiry::oneOfTwoConnectionsGoes()
@@ -86,10 +86,10 @@ void tst_ServerListenerExpiry::oneOfTwoConnectionsGoes()
     listener.tick(100);
     Announcer(secondAddress).send(announcement({}));
     listener.tick(21);
-    QCOMPARE(listener.take(), QStringList{u"lost connection stage 127.10.2.1/24"_s});
+    QCOMPARE(listener.take(), QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s});
     Announcer(firstAddress).send(announcement({}));
     listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"connection stage 127.10.2.1/24"_s});
+    QCOMPARE(listener.take(), QStringList{u"connection stage " LOOPBACK(1) "/24"_s});
 }
 
 void tst_ServerListenerExpiry::changedNetmaskIsIgnored()
@@ -103,7 +103,7 @@ void tst_ServerListenerExpiry::changedNetmaskIsIgnored()
     QCOMPARE(listener.take(), QStringList());
     listener.tick(121);
     QCOMPARE(listener.take(),
-             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
+             (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerExpiry::invalidNetmaskDoesNotRefresh()
@@ -117,7 +117,7 @@ void tst_ServerListenerExpiry::invalidNetmaskDoesNotRefresh()
     Announcer(firstAddress).send(announcement({.mask = QByteArray("\xff\xff\xff\0", 4)}));
     listener.tick();
     QCOMPARE(listener.take(),
-             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
+             (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerExpiry::lostServerReturnsAsNew()
@@ -128,7 +128,7 @@ void tst_ServerListenerExpiry::lostServerReturnsAsNew()
     listener.take();
     Announcer(firstAddress).send(announcement({}));
     listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Stage left"_s});
+    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
 void tst_ServerListenerExpiry::arrivalsAreToldBeforeLosses()
@@ -138,11 +138,11 @@ void tst_ServerListenerExpiry::arrivalsAreToldBeforeLosses()
     listener.tick(1 + 120);
     listener.take();
     Announcer(secondAddress).send(announcement({}));
-    Announcer(u"127.10.2.3"_s).send(announcement({.uuid = hallId, .name = "Hall"}));
+    Announcer(loopback(3)).send(announcement({.uuid = hallId, .name = "Hall"}));
     listener.tick();
-    QCOMPARE(listener.take(),
-             (QStringList{u"connection stage 127.10.2.2/24"_s, u"server hall 127.10.2.3/24 Hall"_s,
-                          u"lost connection stage 127.10.2.1/24"_s}));
+    QCOMPARE(listener.take(), (QStringList{u"connection stage " LOOPBACK(2) "/24"_s,
+                                           u"server hall " LOOPBACK(3) "/24 Hall"_s,
+                                           u"lost connection stage " LOOPBACK(1) "/24"_s}));
 }
 
 /// A tick by hand within a signal shows what the service knows at that moment: what it knows is
@@ -153,8 +153,8 @@ void tst_ServerListenerExpiry::newServerIsUnknownWhileItIsReported()
     tickWithin(listener, &ServerListenerService::addServer);
     Announcer(firstAddress).send(announcement({}));
     listener.tick();
-    QCOMPARE(listener.take(), (QStringList{u"server stage 127.10.2.1/24 Stage left"_s,
-                                           u"server stage 127.10.2.1/24 Stage left"_s}));
+    QCOMPARE(listener.take(), (QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s,
+                                           u"server stage " LOOPBACK(1) "/24 Stage left"_s}));
 }
 
 void tst_ServerListenerExpiry::lostConnectionIsKnownWhileItIsReported()
@@ -166,7 +166,7 @@ void tst_ServerListenerExpiry::lostConnectionIsKnownWhileItIsReported()
     tickWithin(listener, &ServerListenerService::removeServerConnection);
     listener.tick(121);
     QCOMPARE(listener.take(),
-             (QStringList{u"lost connection stage 127.10.2.1/24"_s, u"lost stage"_s}));
+             (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerExpiry::lostServerIsKnownWhileItIsReported()
@@ -177,11 +177,12 @@ void tst_ServerListenerExpiry::lostServerIsKnownWhileItIsReported()
     listener.take();
     tickWithin(listener, &ServerListenerService::removeServer);
     listener.tick(121);
-    QCOMPARE(listener.take(), (QStringList{u"lost connection stage 127.10.2.1/24"_s,
-                                           u"lost stage"_s, u"connection stage 127.10.2.1/24"_s}));
+    QCOMPARE(listener.take(),
+             (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s,
+                          u"connection stage " LOOPBACK(1) "/24"_s}));
     Announcer(firstAddress).send(announcement({}));
     listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Stage left"_s});
+    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
 QTEST_GUILESS_MAIN(tst_ServerListenerExpiry)

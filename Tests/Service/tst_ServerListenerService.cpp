@@ -68,7 +68,7 @@ void tst_ServerListenerService::announcementsOnTheWire_data()
         QStringList events;
         if (fields["listed"_L1].toBool()) {
             QCOMPARE(QUuid(fields["uuid"_L1].toString()), stageId);
-            events << u"server stage 127.10.2.1/%1 %2"_s.arg(
+            events << u"server stage " LOOPBACK(1) "/%1 %2"_s.arg(
                 QString::number(fields["prefixLength"_L1].toInt()), fields["name"_L1].toString());
         }
         QTest::newRow(qPrintable(file.key())) << wireFile(file.key()) << events;
@@ -121,7 +121,7 @@ void tst_ServerListenerService::netmasks()
     Listener listener;
     Announcer(firstAddress).send(announcement({.mask = mask}));
     listener.tick();
-    const QStringList expected{u"server stage 127.10.2.1/%1 Stage left"_s.arg(netmask)};
+    const QStringList expected{u"server stage " LOOPBACK(1) "/%1 Stage left"_s.arg(netmask)};
     QCOMPARE(listener.take(), netmask < 0 ? QStringList() : expected);
 }
 
@@ -133,7 +133,7 @@ void tst_ServerListenerService::firstAnnouncementGivesOneServer()
     sender.send(announcement({}));
     QCOMPARE(listener.take(), QStringList());
     listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Stage left"_s});
+    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
 void tst_ServerListenerService::nameIsReadAsUtf8()
@@ -141,7 +141,7 @@ void tst_ServerListenerService::nameIsReadAsUtf8()
     Listener listener;
     Announcer(firstAddress).send(announcement({.name = "B\xc3\xbchne \xff"}));
     listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Bühne \uFFFD"_s});
+    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Bühne \uFFFD"_s});
 }
 
 void tst_ServerListenerService::nullUuidIsNeverListed()
@@ -177,7 +177,7 @@ void tst_ServerListenerService::secondAddressIsAConnection()
     listener.take();
     Announcer(secondAddress).send(announcement({.mask = mask16}));
     listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"connection stage 127.10.2.2/16"_s});
+    QCOMPARE(listener.take(), QStringList{u"connection stage " LOOPBACK(2) "/16"_s});
 }
 
 void tst_ServerListenerService::bothAddressesInOneTickComeInTableOrder()
@@ -186,8 +186,8 @@ void tst_ServerListenerService::bothAddressesInOneTickComeInTableOrder()
     Announcer(secondAddress).send(announcement({}));
     Announcer(firstAddress).send(announcement({}));
     listener.tick();
-    QCOMPARE(listener.take(), (QStringList{u"server stage 127.10.2.2/24 Stage left"_s,
-                                           u"connection stage 127.10.2.1/24"_s}));
+    QCOMPARE(listener.take(), (QStringList{u"server stage " LOOPBACK(2) "/24 Stage left"_s,
+                                           u"connection stage " LOOPBACK(1) "/24"_s}));
 }
 
 void tst_ServerListenerService::changedNameIsTold()
@@ -215,10 +215,9 @@ void tst_ServerListenerService::newConnectionComesBeforeTheChangedName()
     Announcer(secondAddress).send(announcement({.name = "New"}));
     listener.tick();
     QCOMPARE(listener.take(),
-             (QStringList{u"connection stage 127.10.2.2/24"_s, u"name stage New"_s}));
-    QVERIFY(log.entries().contains(
-        u"info: Found new server connection: %1 | 127.10.2.2 | 24 | Old"_s.arg(
-            stageId.toString())));
+             (QStringList{u"connection stage " LOOPBACK(2) "/24"_s, u"name stage New"_s}));
+    QVERIFY(log.entries().contains(u"info: Found new server connection: %1 | " LOOPBACK(
+                                       2) " | 24 | Old"_s.arg(stageId.toString())));
 }
 
 void tst_ServerListenerService::twoServersBehindOneAddress()
@@ -229,20 +228,20 @@ void tst_ServerListenerService::twoServersBehindOneAddress()
     listener.tick();
     sender.send(announcement({.uuid = hallId, .name = "Hall"}));
     listener.tick();
-    QCOMPARE(listener.take(), (QStringList{u"server stage 127.10.2.1/24 Stage left"_s,
-                                           u"server hall 127.10.2.1/24 Hall"_s}));
+    QCOMPARE(listener.take(), (QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s,
+                                           u"server hall " LOOPBACK(1) "/24 Hall"_s}));
 }
 
 void tst_ServerListenerService::eleventhSenderIsHeardInALaterTick()
 {
     Listener listener;
     for (int i = 1; i <= 11; ++i)
-        Announcer(u"127.10.2.%1"_s.arg(i)).send(announcement({}));
+        Announcer(loopback(i)).send(announcement({}));
     listener.tick();
     QCOMPARE(listener.take().size(), 10);
-    Announcer(u"127.10.2.11"_s).send(announcement({}));
+    Announcer(loopback(11)).send(announcement({}));
     listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"connection stage 127.10.2.11/24"_s});
+    QCOMPARE(listener.take(), QStringList{u"connection stage " LOOPBACK(11) "/24"_s});
 }
 
 void tst_ServerListenerService::otherTypeEndsTheDrainingOfATick()
@@ -253,7 +252,7 @@ void tst_ServerListenerService::otherTypeEndsTheDrainingOfATick()
     listener.tick();
     QCOMPARE(listener.take(), QStringList());
     listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage 127.10.2.1/24 Stage left"_s});
+    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
 void tst_ServerListenerService::logsWhatAppears()

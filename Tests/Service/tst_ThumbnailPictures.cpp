@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ThumbnailTestKit.h"
+#include "Support/Loopback.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -64,7 +65,7 @@ class tst_ThumbnailPictures : public Fixture
     Q_OBJECT
 
 private slots:
-    void init() { start(u"127.30.21.1"_s); }
+    void init() { start(loopback(1)); }
     void cleanup() { stop(); }
 
     void anyProportionsComeOutAt128By96_data()

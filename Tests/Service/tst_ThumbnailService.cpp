@@ -5,6 +5,7 @@
 
 #include "Service/ThumbnailTestKit.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QFile>
 #include <QNetworkReply>
@@ -26,7 +27,7 @@ class tst_ThumbnailService : public Fixture
 private slots:
     void init()
     {
-        start(u"127.30.2.1"_s);
+        start(loopback(1));
         QPixmapCache::setCacheLimit(40960);
     }
     void cleanup() { stop(); }
@@ -126,13 +127,12 @@ private slots:
         QCOMPARE(a->error.constFirst().at(0).toInt(), 1);
         QCOMPARE(a->error.constFirst().at(1).value<QHostAddress>(), peer->address());
         QCOMPARE(a->finished.size(), 0);
-        QCOMPARE(
-            log.entries()
-                .filter(QRegularExpression(
-                    u"^error: Error while getting thumbnail: .+ for: http://127\\.30\\.2\\.1:4567/"
-                    "brenvoka/thumbnails/3/1\\.png\\?ver=281474976710656$"_s))
-                .size(),
-            1);
+        QCOMPARE(log.entries()
+                     .filter(QRegularExpression(
+                         u"^error: Error while getting thumbnail: .+ for: http://" LOOPBACK(
+                             1) ":4567/brenvoka/thumbnails/3/1\\.png\\?ver=281474976710656$"_s))
+                     .size(),
+                 1);
 
         peer->requests("/brenvoka/thumbnails/3/2.png")
             .constFirst()
@@ -210,7 +210,7 @@ private slots:
         load(*a, {{9, u"x"_s}});
         QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
         const QString url =
-            u"http://127.30.2.1:4567/brenvoka/thumbnails/3/9.png?ver=281474976710656"_s;
+            u"http://" LOOPBACK(1) ":4567/brenvoka/thumbnails/3/9.png?ver=281474976710656"_s;
         QCOMPARE(log.entries(),
                  (QStringList{u"info: Downloading thumbnail from: "_s + url,
                               u"info: Download finished for thumbnail from: "_s + url,

@@ -3,6 +3,7 @@
 
 #include "Service/ThumbnailTestKit.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkDiskCache>
@@ -23,7 +24,7 @@ class tst_ThumbnailServicePair : public Fixture
 private slots:
     void init()
     {
-        start(u"127.30.3.1"_s);
+        start(loopback(1));
         b = std::make_unique<Listener>(manager.get());
     }
     void cleanup()

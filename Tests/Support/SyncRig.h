@@ -7,6 +7,7 @@
 #include "Dialogs/TransferDialog.h"
 #include "Model/ApplicationModel.h"
 #include "Service/ServerConnectionService.h"
+#include "Support/Loopback.h"
 #include "Support/PlayedServer.h"
 #include "Tasks/SyncTask.h"
 
@@ -98,7 +99,7 @@ public:
 
     const QUuid sourceUuid = QUuid::createUuid();
     const QUuid destinationUuid = QUuid::createUuid();
-    const QHostAddress sourceAddress{QStringLiteral("127.60.0.9")};
+    const QHostAddress sourceAddress{loopback(109)};
     PlayedServer destination;
     ApplicationModel model;
     ServerConnectionService service;

@@ -88,7 +88,7 @@ private:
 /// its path. A request without a handler stays unanswered: the test finds it in `requests` and
 /// answers it when it likes, or never. Connections are kept alive until one side closes.
 ///
-///     WireServer server(u"127.30.0.1"_s);
+///     WireServer server(loopback(1));
 ///     server.answer("/brenvoka/library.json", document, "X-BVProtocolVersion: 1\r\n");
 ///     server.on("/brenvoka/execute.html", [](const WireRequest &r) { r.reset(); });
 ///     ...
@@ -104,7 +104,7 @@ class WireServer final : public QObject
 public:
     using Handler = std::function<void(const WireRequest &)>;
 
-    /// Listens on `address`, such as "127.30.0.1". Ends the program if it cannot.
+    /// Listens on `address`, such as `loopback(1)`. Ends the program if it cannot.
     explicit WireServer(const QString &address, quint16 port = 4567, QObject *parent = nullptr);
     ~WireServer() override;
 

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Support/Loopback.h"
 #include "Support/WireServer.h"
 
 #include <QNetworkAccessManager>
@@ -21,7 +22,7 @@ private slots:
 
     void recordsRequestsByteForByte()
     {
-        WireServer server(u"127.30.9.1"_s);
+        WireServer server(loopback(1));
         QTcpSocket client;
         client.connectToHost(server.address(), 4567);
         QVERIFY(client.waitForConnected());
@@ -43,7 +44,7 @@ private slots:
 
     void latestRuleWins()
     {
-        WireServer server(u"127.30.9.1"_s);
+        WireServer server(loopback(1));
         server.answer("/", "all");
         server.answer("/one", "one", "X-Name: value\r\n", "203 Fine");
         QCOMPARE(finishedReply(server, u"/one"_s)->readAll(), "one");
@@ -55,7 +56,7 @@ private slots:
 
     void heldRequestIsAnsweredPieceByPiece()
     {
-        WireServer server(u"127.30.9.1"_s);
+        WireServer server(loopback(1));
         start(server, u"/held"_s);
         QVERIFY(server.waitForRequests(1));
         const WireRequest request = server.requests().constFirst();
@@ -68,7 +69,7 @@ private slots:
 
     void streamLastsUntilClosed()
     {
-        WireServer server(u"127.30.9.1"_s);
+        WireServer server(loopback(1));
         server.on("/stream", [](const WireRequest &request) { request.send(Wire::streamHead()); });
         start(server, u"/stream"_s);
         QVERIFY(server.waitForRequests(1));
@@ -84,7 +85,7 @@ private slots:
 
     void chunkedResponse()
     {
-        WireServer server(u"127.30.9.1"_s);
+        WireServer server(loopback(1));
         server.on("/", [](const WireRequest &request) {
             request.send(Wire::chunkedHead() + Wire::chunk("0123456789abcdef") + Wire::lastChunk());
         });
@@ -93,7 +94,7 @@ private slots:
 
     void resetIsAnError()
     {
-        WireServer server(u"127.30.9.1"_s);
+        WireServer server(loopback(1));
         server.on("/", [](const WireRequest &request) {
             request.send("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf");
             request.reset();
@@ -106,7 +107,7 @@ private slots:
 
     void headHandlerAnswersBeforeTheBody()
     {
-        WireServer server(u"127.30.9.1"_s);
+        WireServer server(loopback(1));
         server.onHead("/up", [&](const WireRequest &request) {
             server.setReading(false);
             request.answer("early");
@@ -125,7 +126,7 @@ private slots:
 
     void refusesAfterStopListening()
     {
-        WireServer server(u"127.30.9.1"_s);
+        WireServer server(loopback(1));
         const QHostAddress address = server.address();
         server.stopListening();
         reply.reset(manager.get(request(address, u"/"_s)));

@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 #include "Support/TaskRig.h"
 
 #include <QPointer>
@@ -21,7 +22,7 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<TaskRig>(u"127.80.3.1"_s);
+        rig = std::make_unique<TaskRig>(loopback(1));
         QVERIFY(rig->connectServer());
     }
     void cleanup() { rig.reset(); }
@@ -234,7 +235,7 @@ void tst_MoveTask::abortBeforeTheStartEndsTheTask()
 
 void tst_MoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
 {
-    PlayedServer other(u"127.80.3.2"_s);
+    PlayedServer other(loopback(2));
     QVERIFY(rig->connectTo(other, u"Stage right"_s));
     rig->server.wire.hold(TaskRig::execute);
     start();

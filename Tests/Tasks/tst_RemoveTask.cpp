@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 #include "Support/TaskRig.h"
 
 #include <QTimer>
@@ -13,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QString address = u"127.80.1.1"_s;
+const QString address = loopback(1);
 using Visuals = QList<VisualRef>;
 const Visuals five{{3, 1}, {3, 2}, {3, 3}, {4, 1}, {4, 2}};
 
@@ -290,7 +291,7 @@ void tst_RemoveTask::aFailureStaysOneWhateverComesLater()
 
 void tst_RemoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
 {
-    PlayedServer other(u"127.80.1.2"_s);
+    PlayedServer other(loopback(2));
     QVERIFY(rig->connectTo(other, u"Stage right"_s));
     rig->server.wire.hold(TaskRig::execute);
     rig->start<RemoveTask>(Visuals{{3, 1}, {3, 2}});

@@ -4,6 +4,7 @@
 #include "Tasks/RemoveTask.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/TaskRig.h"
 
 #include <QPointer>
@@ -26,7 +27,7 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<TaskRig>(u"127.80.2.1"_s);
+        rig = std::make_unique<TaskRig>(loopback(1));
         QVERIFY(rig->connectServer());
         rig->server.wire.hold(TaskRig::execute);
     }

@@ -47,7 +47,7 @@ private slots:
 
 void tst_SyncTask::nothingToDoEndsAtOnce()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     rig.start({}, {}, {});
     QVERIFY(rig.started);
@@ -62,7 +62,7 @@ void tst_SyncTask::nothingToDoEndsAtOnce()
 
 void tst_SyncTask::knowsItsServers()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({}, {}, {});
     QCOMPARE(rig.task->affectedServer(), rig.destinationUuid);
     QVERIFY(rig.task->involvesServer(rig.sourceUuid));
@@ -74,7 +74,7 @@ void tst_SyncTask::knowsItsServers()
 
 void tst_SyncTask::phasesFollowEachOther()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({{3, u"Three"_s}}, {{3, 7}}, {{3, 8}, {4, 9}});
@@ -98,14 +98,14 @@ void tst_SyncTask::phasesFollowEachOther()
     QList<VisualRef> visuals = rig.destination.visuals(PlayedServer::Sync);
     std::ranges::sort(visuals); // each has a connection of its own
     QCOMPARE(visuals, (QList<VisualRef>{{3, 8}, {4, 9}}));
-    QCOMPARE(syncs.first().field("serverURL"), u"http://127.60.0.9:4567"_s);
+    QCOMPARE(syncs.first().field("serverURL"), u"http://" LOOPBACK(109) ":4567"_s);
     QVERIFY(rig.dialog<TransferDialog>()->isVisible());
     QCOMPARE(rig.finished->size(), 0);
 }
 
 void tst_SyncTask::renamesOnlyEndAfterTheLast()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {}, {});
     QCOMPARE(rig.finished->size(), 0);
@@ -119,7 +119,7 @@ void tst_SyncTask::renamesOnlyEndAfterTheLast()
 
 void tst_SyncTask::removalsOnlyEndAfterTheLast()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     rig.start({}, {{3, 1}, {3, 2}}, {});
     QVERIFY(rig.finished->wait(30000));
@@ -131,7 +131,7 @@ void tst_SyncTask::removalsOnlyEndAfterTheLast()
 
 void tst_SyncTask::transfersOnlyShowNoProgressDialog()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     rig.start({}, {}, {{3, 8}});
     QVERIFY(!rig.dialog<BVProgressDialog>());
@@ -141,7 +141,7 @@ void tst_SyncTask::transfersOnlyShowNoProgressDialog()
 
 void tst_SyncTask::theProgressDialogsAreModalAndSayWhatTheyDo()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {});
     const BVProgressDialog *const renaming = rig.progressDialog(u"Renaming..."_s);
     QVERIFY(renaming && renaming->isModal());
@@ -159,7 +159,7 @@ void tst_SyncTask::theProgressDialogsAreModalAndSayWhatTheyDo()
 
 void tst_SyncTask::aShortPhaseShowsNoDialog()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     ShownDialogs shown;
     rig.start({{3, u"Three"_s}}, {{3, 1}}, {});
     emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
@@ -174,7 +174,7 @@ void tst_SyncTask::aShortPhaseShowsNoDialog()
 
 void tst_SyncTask::aLongPhaseShowsItsDialog()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     ShownDialogs shown;
     rig.start({{3, u"Three"_s}}, {}, {});
     QVERIFY(!rig.progressDialog(u"Renaming..."_s)->isVisible());
@@ -187,7 +187,7 @@ void tst_SyncTask::aLongPhaseShowsItsDialog()
 
 void tst_SyncTask::aStrayRenameResultMovesNoBar()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({{3, u"Three"_s}}, {}, {});
     emit rig.service.folderRenameFinished(rig.destinationUuid, 9);
     emit rig.service.folderRenameError(rig.destinationUuid, 9, u"no"_s);
@@ -198,7 +198,7 @@ void tst_SyncTask::aStrayRenameResultMovesNoBar()
 
 void tst_SyncTask::aStrayRenameResultAtTheEndOfTheBarStartsTheNextPhase()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({{3, u"Three"_s}}, {{3, 1}}, {});
@@ -215,7 +215,7 @@ void tst_SyncTask::aStrayRenameResultAtTheEndOfTheBarStartsTheNextPhase()
 
 void tst_SyncTask::aStrayRenameResultLetsNoRemovalCountTwice()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({{3, u"Three"_s}}, {{3, 1}, {3, 2}}, {});
     emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
     emit rig.service.folderRenameFinished(rig.destinationUuid, 9);
@@ -226,7 +226,7 @@ void tst_SyncTask::aStrayRenameResultLetsNoRemovalCountTwice()
 
 void tst_SyncTask::aStrayRemovalResultLetsNoFailureCountTwice()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({}, {{3, 1}}, {{3, 8}});
     emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
     emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 9);
@@ -240,7 +240,7 @@ void tst_SyncTask::aStrayRemovalResultLetsNoFailureCountTwice()
 void tst_SyncTask::aCancelledRenamePhaseCancelsTheRemovals()
 {
     LogCapture log;
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({{3, u"Three"_s}}, {{3, 1}}, {});
     const QString line = u"Handler not found for id "_s + rig.destinationUuid.toString();
     QVERIFY(!log.texts().contains(line));
@@ -251,7 +251,7 @@ void tst_SyncTask::aCancelledRenamePhaseCancelsTheRemovals()
 
 void tst_SyncTask::aStrayRemovalResultMovesNoBar()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({}, {{3, 1}}, {});
     emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 2);
     emit rig.service.visualRemoveError(rig.destinationUuid, 1, 3, u"no"_s);
@@ -263,7 +263,7 @@ void tst_SyncTask::aStrayRemovalResultMovesNoBar()
 void tst_SyncTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
 {
     LogCapture log;
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({{3, u"Three"_s}}, {{3, 1}}, {});
     emit rig.service.folderRenameFinished(rig.sourceUuid, 3);
     emit rig.service.folderRenameError(rig.sourceUuid, 3, u"no"_s);
@@ -279,7 +279,7 @@ void tst_SyncTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
 
 void tst_SyncTask::failedRenamesAndRemovalsStopNothingAndAreListed()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     rig.destination.refuse("it is locked");
     rig.start({{3, u"Three"_s}}, {{4, 17}}, {{4, 18}});
@@ -296,7 +296,7 @@ void tst_SyncTask::failedRenamesAndRemovalsStopNothingAndAreListed()
 
 void tst_SyncTask::aFailureWithoutATextCounts()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({{3, u"Three"_s}}, {}, {});
     emit rig.service.folderRenameError(rig.destinationUuid, 3, QString());
     QVERIFY(rig.task->hasErrors());
@@ -306,7 +306,7 @@ void tst_SyncTask::aFailureWithoutATextCounts()
 void tst_SyncTask::failedTransferIsLoggedAsAnError()
 {
     LogCapture log;
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.start({}, {}, {{3, 17}});
     emit rig.service.syncError(rig.destinationUuid, 3, 17, Brenvoka::SyncTransferring, {}, {});
     QVERIFY(log.entries().contains(
@@ -315,7 +315,7 @@ void tst_SyncTask::failedTransferIsLoggedAsAnError()
 
 void tst_SyncTask::namesInErrorLinesAreTakenLiterally()
 {
-    SyncRig rig(u"127.60.1.1"_s);
+    SyncRig rig(loopback(1));
     rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"%1\n%2"_s);
     rig.start({{3, u"%3\u202E%4"_s}}, {}, {});
     emit rig.service.folderRenameError(rig.destinationUuid, 3, u"%1%%\n"_s.repeated(5000));

@@ -33,7 +33,7 @@ private slots:
 
 void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {{3, 2}});
@@ -56,7 +56,7 @@ void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
 
 void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
@@ -84,14 +84,14 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
 void tst_SyncTaskEnds::noPhaseStartsAfterACancel()
 {
     {
-        SyncRig rig(u"127.60.1.4"_s);
+        SyncRig rig(loopback(4));
         rig.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
         rig.progressDialog(u"Renaming..."_s)->reject();
         emit rig.service.folderRenameFinished(rig.destinationUuid, 9);
         QVERIFY(!rig.progressDialog(u"Removing..."_s));
         QVERIFY(!rig.dialog<TransferDialog>());
     }
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     rig.start({}, {{3, 1}}, {{3, 2}});
     rig.progressDialog(u"Removing..."_s)->reject();
     emit rig.service.visualRemoveFinished(rig.destinationUuid, 9, 9);
@@ -101,7 +101,7 @@ void tst_SyncTaskEnds::noPhaseStartsAfterACancel()
 void tst_SyncTaskEnds::noPhaseStartsAfterAnAbort()
 {
     {
-        SyncRig rig(u"127.60.1.4"_s);
+        SyncRig rig(loopback(4));
         rig.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
         // The source is lost, and the destination still answers its last rename.
         rig.task->abort();
@@ -109,7 +109,7 @@ void tst_SyncTaskEnds::noPhaseStartsAfterAnAbort()
         QVERIFY(!rig.progressDialog(u"Removing..."_s));
         QVERIFY(!rig.dialog<TransferDialog>());
     }
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     rig.start({}, {{3, 1}}, {{3, 2}});
     rig.task->abort();
     emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
@@ -119,7 +119,7 @@ void tst_SyncTaskEnds::noPhaseStartsAfterAnAbort()
 // As a destination goes that has fallen silent: the one on the wire is told to nobody.
 void tst_SyncTaskEnds::removalsThatWaitedAreToldAsDoneAndStartNoTransfer()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
@@ -135,7 +135,7 @@ void tst_SyncTaskEnds::removalsThatWaitedAreToldAsDoneAndStartNoTransfer()
 
 void tst_SyncTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     rig.start({}, {{3, 1}}, {});
     emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
     rig.progressDialog(u"Removing..."_s)->reject();
@@ -144,7 +144,7 @@ void tst_SyncTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
 
 void tst_SyncTaskEnds::errorsBeforeACancelAreKept()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     rig.start({}, {{3, 1}, {3, 2}}, {});
     emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"locked"_s);
     rig.progressDialog(u"Removing..."_s)->reject();
@@ -155,7 +155,7 @@ void tst_SyncTaskEnds::errorsBeforeACancelAreKept()
 
 void tst_SyncTaskEnds::abortLeavesNoErrorsToShow()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     rig.start({}, {{3, 1}, {3, 2}}, {});
     emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"locked"_s);
     BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
@@ -169,7 +169,7 @@ void tst_SyncTaskEnds::abortLeavesNoErrorsToShow()
 
 void tst_SyncTaskEnds::abortLeavesTheRenameDialog()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     rig.start({{3, u"Three"_s}}, {}, {});
     const QPointer<BVProgressDialog> renaming = rig.progressDialog(u"Renaming..."_s);
     QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 30000);
@@ -183,7 +183,7 @@ void tst_SyncTaskEnds::abortLeavesTheRenameDialog()
 // The source is lost; the destination is still connected.
 void tst_SyncTaskEnds::abortDropsTheRemovalsThatWait()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
@@ -204,7 +204,7 @@ void tst_SyncTaskEnds::abortDropsTheRemovalsThatWait()
 
 void tst_SyncTaskEnds::abortForALostDestinationAsksTheServiceForNothing()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     rig.start({}, {{3, 1}}, {});
     LogCapture log;
     rig.task->abort();
@@ -213,7 +213,7 @@ void tst_SyncTaskEnds::abortForALostDestinationAsksTheServiceForNothing()
 
 void tst_SyncTaskEnds::deletionTakesDialogsAndConnectionsAlong()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     rig.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
     emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
     emit rig.service.visualRemoveFinished(rig.destinationUuid, 3, 1);
@@ -232,7 +232,7 @@ void tst_SyncTaskEnds::deletionTakesDialogsAndConnectionsAlong()
 
 void tst_SyncTaskEnds::aVanishedDestinationIsNamedByNothing()
 {
-    SyncRig rig(u"127.60.1.4"_s);
+    SyncRig rig(loopback(4));
     rig.start({}, {{3, 1}}, {});
     emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"gone"_s);
     rig.model.removeServer(rig.destinationUuid);

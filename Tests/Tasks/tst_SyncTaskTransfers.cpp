@@ -74,7 +74,7 @@ void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource_data()
 void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource()
 {
     QFETCH(const VisualRef, ref);
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Stage left"_s,
                   {folder(4, u"%2 %1"_s, {{QString(32, u'0'), u"%1"_s, 7}}),
@@ -87,7 +87,7 @@ void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource()
 
 void tst_SyncTaskTransfers::everyVisualIsARowBeforeTheDialogShows()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     const RowsAtShow rows;
     rig.start({}, {}, {{3, 1}, {3, 2}, {3, 3}});
@@ -98,7 +98,7 @@ void tst_SyncTaskTransfers::everyVisualIsARowBeforeTheDialogShows()
 
 void tst_SyncTaskTransfers::rowsFollowTheStream()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.start({}, {}, {{3, 1}});
     rig.destination.sendStarted({3, 1});
@@ -115,7 +115,7 @@ void tst_SyncTaskTransfers::rowsFollowTheStream()
 
 void tst_SyncTaskTransfers::endsWithTheServersWord()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.start({}, {}, {{3, 1}, {3, 2}});
     emit rig.service.syncFinished(rig.destinationUuid, 3, 1);
@@ -131,7 +131,7 @@ void tst_SyncTaskTransfers::endsWithTheServersWord()
 
 void tst_SyncTaskTransfers::endsWithAnyServersWord()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.start({}, {}, {{3, 1}});
     emit rig.service.syncOperationFinished(QUuid::createUuid());
@@ -140,7 +140,7 @@ void tst_SyncTaskTransfers::endsWithAnyServersWord()
 
 void tst_SyncTaskTransfers::oneFailedImportIsOneRowAndOneLine()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     QList<VisualRef> refs;
     for (int slot = 1; slot <= 5; ++slot)
@@ -166,7 +166,7 @@ void tst_SyncTaskTransfers::oneFailedImportIsOneRowAndOneLine()
 
 void tst_SyncTaskTransfers::aFailedTransferIsStoredWithAHundredPercent()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.start({}, {}, {{3, 1}, {3, 2}});
     emit rig.service.syncError(rig.destinationUuid, 3, 1, Brenvoka::SyncTransferring, {}, {});
@@ -202,7 +202,7 @@ void tst_SyncTaskTransfers::errorLines()
     QFETCH(const int, state);
     QFETCH(const QString, line);
     LogCapture log;
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Left %2"_s);
     rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"Right %1"_s);
@@ -218,7 +218,7 @@ void tst_SyncTaskTransfers::errorLines()
 void tst_SyncTaskTransfers::namesInErrorLinesAreCleanAndWholeInTheLog()
 {
     LogCapture log;
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Left\u202E"_s);
     rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"Ri\nght"_s);
@@ -234,7 +234,7 @@ void tst_SyncTaskTransfers::namesInErrorLinesAreCleanAndWholeInTheLog()
 
 void tst_SyncTaskTransfers::aFailureOfAnUnknownServerLeavesNoLine()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.start({}, {}, {{3, 1}});
     emit rig.service.syncError(QUuid::createUuid(), 3, 1, Brenvoka::SyncFailed, u"x"_s, {});
@@ -245,8 +245,8 @@ void tst_SyncTaskTransfers::aFailureOfAnUnknownServerLeavesNoLine()
 
 void tst_SyncTaskTransfers::cancelAsksEveryServer()
 {
-    SyncRig rig(u"127.60.1.2"_s);
-    PlayedServer other(u"127.60.1.3"_s);
+    SyncRig rig(loopback(2));
+    PlayedServer other(loopback(3));
     QVERIFY(rig.connectDestination());
     rig.service.addHandler(other.wire.address(), QUuid::createUuid());
     QVERIFY(other.openStream());
@@ -261,7 +261,7 @@ void tst_SyncTaskTransfers::cancelAsksEveryServer()
 
 void tst_SyncTaskTransfers::cancelledRowsReadCanceledAndAnImportGoesOn()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     const QList<VisualRef> refs{{3, 1}, {3, 2}, {3, 3}};
     rig.start({}, {}, refs);
@@ -286,7 +286,7 @@ void tst_SyncTaskTransfers::cancelledRowsReadCanceledAndAnImportGoesOn()
 
 void tst_SyncTaskTransfers::abortHidesTheDialogAndLeavesNoErrors()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.start({}, {}, {{3, 1}, {3, 2}});
     emit rig.service.syncError(rig.destinationUuid, 3, 1, Brenvoka::SyncFailed, u"x"_s, {});
@@ -299,7 +299,7 @@ void tst_SyncTaskTransfers::abortHidesTheDialogAndLeavesNoErrors()
 
 void tst_SyncTaskTransfers::closingTheWindowOnlyHidesIt()
 {
-    SyncRig rig(u"127.60.1.2"_s);
+    SyncRig rig(loopback(2));
     QVERIFY(rig.connectDestination());
     rig.start({}, {}, {{3, 1}});
     rig.dialog<TransferDialog>()->close();

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/TaskRig.h"
 #include "Tasks/MoveTask.h"
 #include "Tasks/RemoveTask.h"
@@ -80,7 +81,7 @@ void tst_TaskLosses::aLostServerEndsTheTaskWithoutAnError()
     QFile file(directory.filePath(u"sunset.png"_s));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(100));
 
-    TaskRig rig(u"127.80.6.1"_s);
+    TaskRig rig(loopback(1));
     QVERIFY(rig.connectServer());
     rig.server.wire.hold(TaskRig::execute);
     start(rig, file.fileName());
@@ -111,7 +112,7 @@ void tst_TaskLosses::aLostServerEndsTheTaskWithoutAnError()
 
 void tst_TaskLosses::removalsThatWaitedAreToldAsDoneAndFillNoBar()
 {
-    TaskRig rig(u"127.80.6.1"_s);
+    TaskRig rig(loopback(1));
     QVERIFY(rig.connectServer());
     rig.server.wire.hold(TaskRig::execute);
     rig.start<RemoveTask>(QList<VisualRef>{{3, 1}, {3, 2}, {3, 3}});
@@ -129,7 +130,7 @@ void tst_TaskLosses::aLostServerTakesTheUploadAlong()
     QFile file(directory.filePath(u"sunset.mov"_s));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(64 << 20));
 
-    TaskRig rig(u"127.80.6.1"_s);
+    TaskRig rig(loopback(1));
     QVERIFY(rig.connectServer());
     QSignalSpy progress(&rig.service, &ServerConnectionService::uploadedFileProgress);
     rig.server.wire.setReading(false);

@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 #include "Support/TaskRig.h"
 
 #include <QPointer>
@@ -27,7 +28,7 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<TaskRig>(u"127.80.4.1"_s);
+        rig = std::make_unique<TaskRig>(loopback(1));
         QVERIFY(rig->connectServer());
     }
     void cleanup() { rig.reset(); }
@@ -167,10 +168,11 @@ void tst_UploadTask::aNetworkFailureIsAFailure()
     uploads().constFirst().answer(TaskRig::success, {}, "404 Nothing");
     QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
     QVERIFY(!rig->dialog()->isVisible());
-    QCOMPARE(rig->task->errorDetails(),
-             QStringList{u"Upload for visual 017 in folder 003 to server \"Stage left\" failed: "
-                         "Error transferring http://127.80.4.1:4567/brenvoka/upload.html - server "
-                         "replied: Nothing."_s});
+    QCOMPARE(
+        rig->task->errorDetails(),
+        QStringList{u"Upload for visual 017 in folder 003 to server \"Stage left\" failed: "
+                    "Error transferring http://" LOOPBACK(1) ":4567/brenvoka/upload.html - server "
+                                                             "replied: Nothing."_s});
 }
 
 void tst_UploadTask::namesInErrorLinesAreTakenLiterally()
@@ -279,7 +281,7 @@ void tst_UploadTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
 {
     start();
     QVERIFY(isImporting());
-    PlayedServer other(u"127.80.4.2"_s);
+    PlayedServer other(loopback(2));
     QVERIFY(rig->connectTo(other, u"Stage right"_s));
     rig->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
     const QString file = directory.filePath(u"sunset.png"_s);

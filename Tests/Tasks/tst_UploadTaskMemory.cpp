@@ -4,6 +4,7 @@
 #include "Model/ApplicationModel.h"
 #include "Service/ServerConnectionService.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/ProgressDialogs.h"
 #include "Tasks/UploadTask.h"
 
@@ -78,12 +79,12 @@ void tst_UploadTaskMemory::aLargeFileGoesThroughFlatMemoryAndStopsAtTheCancel()
     QFile large(directory.filePath(u"large.mov"_s));
     QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(size));
 
-    Sink sink(u"127.80.5.1"_s);
+    Sink sink(loopback(1));
     QVERIFY(sink.isListening);
     ApplicationModel model;
     ServerConnectionService service;
     const QUuid uuid = QUuid::createUuid();
-    service.addHandler(QHostAddress(u"127.80.5.1"_s), uuid);
+    service.addHandler(QHostAddress(loopback(1)), uuid);
     UploadTask task(&model, nullptr, &service, uuid, 3, 17, large.fileName());
     const QSignalSpy finished(&task, &TaskBase::taskFinished);
 

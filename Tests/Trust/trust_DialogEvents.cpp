@@ -154,9 +154,9 @@ public:
                rig.rig.window->findChild<TransferDialog *>();
     }
 
-    PlayedServer one{u"127.82.1.1"_s};
-    PlayedServer two{u"127.82.1.2"_s};
-    PlayedServer three{u"127.82.1.3"_s};
+    PlayedServer one{loopback(1)};
+    PlayedServer two{loopback(2)};
+    PlayedServer three{loopback(3)};
     ControllerRig rig;
 
 private:

@@ -136,7 +136,7 @@ void trust_TextIsData::textIsShownAsData()
     QFETCH(const QString, text);
     LogCapture log;
     LoopWatch watch;
-    OperationStage stage(u"127.82.2.1"_s);
+    OperationStage stage(loopback(1));
     stage.model().warningLevel = 0xFFFFFFFF;
     QVERIFY(stage.rig.rig.show());
     QVERIFY(stage.rig.bringUp(stage.one, text.left(80), {folderNamed(text, 10)}));

@@ -5,6 +5,7 @@
 #include "Dialogs/ErrorMessageDialog.h"
 #include "Dialogs/TransferDialog.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
 #include "Support/WindowRig.h"
 
@@ -106,8 +107,8 @@ class Stage final
 public:
     Stage()
     {
-        rig.connectServer(sampleServer(u"Stage left"_s, u"127.51.1.1"_s));
-        Server right = sampleServer(u"Stage right"_s, u"127.51.1.2"_s);
+        rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        Server right = sampleServer(u"Stage right"_s, loopback(2));
         right.hash = hashOf(2);
         right.folders[2].name = u"Pictures"_s;
         right.folders[3].files.removeLast();

@@ -3,6 +3,7 @@
 
 #include "Dialogs/AboutDialog.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
 #include "Support/WindowRig.h"
 
@@ -65,9 +66,9 @@ void tst_BVMainWindow::transferButtonsAreOffAtStart()
     WindowRig rig;
     QVERIFY(!rig.find<QPushButton>("leftToRightButton").isEnabled());
     QVERIFY(!rig.find<QPushButton>("rightToLeftButton").isEnabled());
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.4.1"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
     QVERIFY(!rig.find<QPushButton>("leftToRightButton").isEnabled());
-    rig.connectServer(sampleServer(u"Stage right"_s, u"127.50.4.2"_s));
+    rig.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
     QVERIFY(rig.find<QPushButton>("leftToRightButton").isEnabled());
     QVERIFY(rig.find<QPushButton>("rightToLeftButton").isEnabled());
 }
@@ -236,10 +237,10 @@ void tst_BVMainWindow::signIsVisibleWithOneServer()
     QVERIFY(rig.show());
     const auto &sign = rig.find<QLabel>("unsyncServers");
     QVERIFY(sign.isVisible());
-    Server first = sampleServer(u"Stage left"_s, u"127.50.4.3"_s);
+    Server first = sampleServer(u"Stage left"_s, loopback(3));
     rig.connectServer(first);
     QVERIFY(sign.isVisible());
-    rig.connectServer(sampleServer(u"Stage right"_s, u"127.50.4.4"_s)); // the same library
+    rig.connectServer(sampleServer(u"Stage right"_s, loopback(4))); // the same library
     QVERIFY(!sign.isVisible());
     first.hash = hashOf(2);
     rig.connectServer(first);

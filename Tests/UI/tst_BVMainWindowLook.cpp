@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/Pixels.h"
 #include "Support/WindowRig.h"
 
@@ -46,7 +47,7 @@ private:
 void tst_BVMainWindowLook::looksDark()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.4.5"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
     QVERIFY(rig.show());
     const QImage image = rig.window->grab().toImage();
     const QWidget *central = rig.window->centralWidget();
@@ -68,7 +69,7 @@ void tst_BVMainWindowLook::disabledButtonsLookDisabled()
 {
     QFETCH(const QByteArray, name);
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.4.7"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
     QVERIFY(rig.show());
     auto &button = rig.find<QPushButton>(name.constData());
     button.setEnabled(true);
@@ -159,7 +160,7 @@ void tst_BVMainWindowLook::textsCanBeRead()
 {
     QFETCH(const QByteArray, widget);
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.4.6"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(6)));
     QVERIFY(rig.show());
     auto &shown = rig.find<QWidget>(widget.constData());
     if (auto *menu = qobject_cast<QMenu *>(&shown)) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/Pixels.h"
 #include "Support/WindowRig.h"
 
@@ -102,7 +103,7 @@ void tst_BVMainWindowSharp::buttonsAreSharp()
 void tst_BVMainWindowSharp::backRowIsSharp()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.5.2"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
     rig.controller().folderChanged(3);
     const QPixmap shown =
         listOf(rig.bankA()).item(0)->icon().pixmap(QSize(128, 96), rig.window->devicePixelRatioF());
@@ -112,7 +113,7 @@ void tst_BVMainWindowSharp::backRowIsSharp()
 void tst_BVMainWindowSharp::comboBoxArrowsAreSharp()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.5.3"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
     QVERIFY(rig.show());
     const QImage box = pixelsOf(childOf<QComboBox>(rig.bankA(), "serverComboBox").grab());
 

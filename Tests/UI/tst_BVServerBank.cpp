@@ -3,6 +3,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 #include "Support/WireServer.h"
 
@@ -121,7 +122,7 @@ void tst_BVServerBank::tellsWhatItsControlsDo()
 void tst_BVServerBank::emptyServerListDisablesThePanel()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.1"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
     BVServerBank &bank = rig.bankA();
     QVERIFY(bank.isEnabled());
     QVERIFY(!bank.currentServerUuid().isNull());
@@ -137,8 +138,8 @@ void tst_BVServerBank::emptyServerListDisablesThePanel()
 void tst_BVServerBank::settingServersNeverReportsASelection()
 {
     WindowRig rig;
-    const Server first = sampleServer(u"Stage left"_s, u"127.50.1.2"_s);
-    const Server second = sampleServer(u"<b>%1</b>"_s, u"127.50.1.3"_s);
+    const Server first = sampleServer(u"Stage left"_s, loopback(2));
+    const Server second = sampleServer(u"<b>%1</b>"_s, loopback(3));
     rig.connectServer(first);
     rig.connectServer(second);
     BVServerBank &bank = rig.bankA();
@@ -169,8 +170,8 @@ void tst_BVServerBank::settingServersSetsAllMarks()
 void tst_BVServerBank::selectServerReportsNothing()
 {
     WindowRig rig;
-    const Server first = sampleServer(u"Stage left"_s, u"127.50.1.4"_s);
-    const Server second = sampleServer(u"Stage right"_s, u"127.50.1.5"_s);
+    const Server first = sampleServer(u"Stage left"_s, loopback(4));
+    const Server second = sampleServer(u"Stage right"_s, loopback(5));
     rig.connectServer(first);
     rig.connectServer(second);
     BVServerBank &bank = rig.bankA();
@@ -188,11 +189,11 @@ void tst_BVServerBank::selectServerReportsNothing()
 void tst_BVServerBank::choosingAServerIsReportedAndLogged()
 {
     // Held requests: both servers take the stream's connection and say nothing.
-    const WireServer firstPeer(u"127.50.1.6"_s);
-    const WireServer secondPeer(u"127.50.1.7"_s);
+    const WireServer firstPeer(loopback(6));
+    const WireServer secondPeer(loopback(7));
     WindowRig rig;
-    const Server first = sampleServer(u"Stage left"_s, u"127.50.1.6"_s);
-    const Server second = sampleServer(u"Stage right"_s, u"127.50.1.7"_s);
+    const Server first = sampleServer(u"Stage left"_s, loopback(6));
+    const Server second = sampleServer(u"Stage right"_s, loopback(7));
     rig.connectServer(first);
     rig.connectServer(second);
     QVERIFY(rig.show());
@@ -261,7 +262,7 @@ void tst_BVServerBank::uploadButtonFollowsTheSelection()
 {
     QFETCH(const QList<int>, rows);
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.8"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
     QVERIFY(rig.show());
     rig.controller().folderChanged(3);
     for (const int row : rows)
@@ -273,7 +274,7 @@ void tst_BVServerBank::uploadButtonFollowsTheSelection()
 void tst_BVServerBank::uploadButtonStaysOffAtTheFoldersLevel()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.9"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
     QVERIFY(rig.show());
     clickRow(rig.bankA(), 3);
     QCOMPARE(rig.bankA().selectedRows(), QList<int>{3});
@@ -283,7 +284,7 @@ void tst_BVServerBank::uploadButtonStaysOffAtTheFoldersLevel()
 void tst_BVServerBank::removeButtonNeedsAServerOnly()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.10"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
     const auto &button = childOf<QPushButton>(rig.bankA(), "removeButton");
     QCOMPARE(rig.bankA().selectedRowCount(), 0);
     QVERIFY(button.isEnabled());
@@ -294,7 +295,7 @@ void tst_BVServerBank::removeButtonNeedsAServerOnly()
 void tst_BVServerBank::uploadButtonIsOnAfterAChangeOfContent()
 {
     WindowRig rig;
-    const Server server = sampleServer(u"Stage left"_s, u"127.50.1.11"_s);
+    const Server server = sampleServer(u"Stage left"_s, loopback(11));
     rig.connectServer(server);
     QVERIFY(rig.show());
     rig.controller().folderChanged(3);
@@ -304,7 +305,7 @@ void tst_BVServerBank::uploadButtonIsOnAfterAChangeOfContent()
 
     // With the thumbnails outstanding the rows and their selection are still there.
     QPixmapCache::remove("thumbnail+"_L1 + hashOf(3));
-    const WireServer peer(u"127.50.1.11"_s);
+    const WireServer peer(loopback(11));
     rig.bankA().serverContentChanged(server.uuid);
     QCOMPARE(rig.bankA().selectedRows(), QList<int>{0});
     QVERIFY(!rig.bankA().isEnabled());
@@ -314,7 +315,7 @@ void tst_BVServerBank::uploadButtonIsOnAfterAChangeOfContent()
 void tst_BVServerBank::uploadWithTwoRowsSelectedIsLoggedOnly()
 {
     WindowRig rig;
-    const Server server = sampleServer(u"Stage left"_s, u"127.50.1.12"_s);
+    const Server server = sampleServer(u"Stage left"_s, loopback(12));
     rig.connectServer(server);
     QVERIFY(rig.show());
     rig.controller().folderChanged(3);
@@ -333,7 +334,7 @@ void tst_BVServerBank::uploadWithTwoRowsSelectedIsLoggedOnly()
 void tst_BVServerBank::uploadButtonAsksForTheSelectedSlot()
 {
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.1.13"_s);
+    Server server = sampleServer(u"Stage left"_s, loopback(13));
     server.folders.removeAt(1); // folder 3 now stands at position 2
     rig.connectServer(server);
     QVERIFY(rig.show());

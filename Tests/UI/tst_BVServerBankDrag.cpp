@@ -3,6 +3,7 @@
 
 #include "Controller/ServerBankController.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/RowDrag.h"
 
 #include <QListWidget>
@@ -42,7 +43,7 @@ void tst_BVServerBankDrag::dragAsksForAMoveAndMovesNoRow()
 {
     QFETCH(const bool, listView);
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.5.1"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
     rig.bankA().setListMode(listView);
     QVERIFY(rig.show());
     rig.controller().folderChanged(3);
@@ -67,7 +68,7 @@ void tst_BVServerBankDrag::nothingCanBeDraggedAtTheFoldersLevel()
 {
     QFETCH(const bool, listView);
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.5.2"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
     QVERIFY(rig.show());
     rig.controller().folderChanged(3);
     rig.controller().backToFolders();
@@ -78,8 +79,8 @@ void tst_BVServerBankDrag::nothingCanBeDraggedAtTheFoldersLevel()
 void tst_BVServerBankDrag::rowsCannotBeDroppedOnTheOtherBank()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.5.3"_s));
-    rig.connectServer(sampleServer(u"Stage right"_s, u"127.50.5.4"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
+    rig.connectServer(sampleServer(u"Stage right"_s, loopback(4)));
     QVERIFY(rig.show());
     rig.controller().folderChanged(3);
     const QSignalSpy movesA(&listOf(rig.bankA()), &MediaListWidget::moveItem);

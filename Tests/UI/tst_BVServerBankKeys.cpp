@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
 #include "Support/WindowRig.h"
 
@@ -20,8 +21,8 @@ class KeyStage final
 public:
     KeyStage()
     {
-        rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.7.1"_s));
-        rig.connectServer(sampleServer(u"Stage right"_s, u"127.50.7.2"_s));
+        rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        rig.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
     }
     [[nodiscard]] bool open() { return rig.show() && list.hasFocus(); }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 
 #include <QListWidget>
@@ -55,7 +56,7 @@ private:
 void tst_BVServerBankMarks::pictureThatCouldNotBeReadLeavesItsRow()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.8"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
     rig.controller().folderChanged(3);
     QPixmapCache::clear();
     rig.bankA().folderChanged(3, QList<QPixmap>(256));
@@ -66,7 +67,7 @@ void tst_BVServerBankMarks::pictureThatCouldNotBeReadLeavesItsRow()
 void tst_BVServerBankMarks::marksTellWhatDiffers()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.9"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
     BVServerBank &bank = rig.bankA();
     const QImage same = marked(icon(u"folder.png"_s), u"yes.png"_s);
     const QImage different = marked(icon(u"folder.png"_s), u"no.png"_s);
@@ -92,7 +93,7 @@ void tst_BVServerBankMarks::markFillsTheLowerRightQuarter()
 {
     QFETCH(const QSize, size);
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.10"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
     BVServerBank &bank = rig.bankA();
     rig.controller().folderChanged(3);
     QPixmapCache::clear();
@@ -118,7 +119,7 @@ void tst_BVServerBankMarks::markFillsTheLowerRightQuarter()
 void tst_BVServerBankMarks::headerRowsHaveNoMark()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.11"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
     rig.controller().folderChanged(3);
     QCOMPARE(picture(rig.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
     QCOMPARE(picture(rig.bankA(), 1), QPixmap::fromImage(icon(u"no_visual.png"_s)).toImage());
@@ -128,7 +129,7 @@ void tst_BVServerBankMarks::headerRowsHaveNoMark()
 void tst_BVServerBankMarks::aVisualKeepsTheFirstPictureOfItsSlot()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.12"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
     BVServerBank &bank = rig.bankA();
     rig.controller().folderChanged(3);
     QPixmapCache::clear();

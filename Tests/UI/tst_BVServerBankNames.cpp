@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 
 #include <QComboBox>
@@ -109,7 +110,7 @@ private:
     /// A window with one server, whose folder 0 holds this name in slot 7.
     static void openFolderWith(WindowRig &rig, const QString &name)
     {
-        Server server = sampleServer(u"Stage left"_s, u"127.50.2.30"_s);
+        Server server = sampleServer(u"Stage left"_s, loopback(30));
         Visual odd = visual(7, {}, 7);
         odd.name = name;
         server.folders[0].files = {odd};
@@ -201,7 +202,7 @@ void tst_BVServerBankNames::nothingIsDrawnBetweenRows()
 void tst_BVServerBankNames::folderRowsKeepTheirNumber()
 {
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.2.31"_s);
+    Server server = sampleServer(u"Stage left"_s, loopback(31));
     server.folders[1].name = u"001_"_s + u"اسم طويل جدا\n"_s.repeated(50);
     rig.connectServer(server);
     QVERIFY(rig.show());
@@ -240,7 +241,7 @@ void tst_BVServerBankNames::rowsThatAreCutOffHaveAToolTip()
 void tst_BVServerBankNames::namesThatAreCutOffHaveAToolTip()
 {
     WindowRig rig;
-    Server server = sampleServer(u"<i>S</i>"_s.repeated(14), u"127.50.2.33"_s);
+    Server server = sampleServer(u"<i>S</i>"_s.repeated(14), loopback(33));
     server.folders[1].name = u"<b>folder</b> "_s.repeated(40).chopped(1);
     rig.connectServer(server);
     QVERIFY(rig.show());
@@ -263,7 +264,7 @@ void tst_BVServerBankNames::namesThatAreCutOffHaveAToolTip()
 void tst_BVServerBankNames::longNamesAreElided()
 {
     WindowRig rig;
-    Server server = sampleServer(u"W"_s.repeated(115), u"127.50.2.32"_s);
+    Server server = sampleServer(u"W"_s.repeated(115), loopback(32));
     server.folders[1].name = u"W"_s.repeated(5000);
     rig.connectServer(server);
     QVERIFY(rig.show());
@@ -299,7 +300,7 @@ void tst_BVServerBankNames::namesAreShownOnOneLine()
     const auto odd = u"One\n\u202Etwo\u2028"_s;
     const auto shown = u"One  two "_s;
     WindowRig rig;
-    Server server = sampleServer(odd, u"127.50.2.34"_s);
+    Server server = sampleServer(odd, loopback(34));
     server.folders[1] = folder(1, odd);
     server.folders[1].files = {visual(7, odd, 7)};
     rig.connectServer(server);
@@ -324,7 +325,7 @@ void tst_BVServerBankNames::anEnormousFolderNameFreezesNothing()
     const QString enormous = u"W"_s.repeated(20'000'000);
     const QString shown = u"W"_s.repeated(4096) + u'…';
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.2.35"_s);
+    Server server = sampleServer(u"Stage left"_s, loopback(35));
     server.folders[1].name = enormous;
     rig.connectServer(server);
     QVERIFY(rig.show());
@@ -345,7 +346,7 @@ void tst_BVServerBankNames::anEnormousFolderNameFreezesNothing()
 void tst_BVServerBankNames::aFolderOfEnormousNamesIsDrawnAtOnce()
 {
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.2.36"_s);
+    Server server = sampleServer(u"Stage left"_s, loopback(36));
     server.folders[0].files.clear();
     for (int slot = 1; slot < 256; ++slot)
         server.folders[0].files.append(visual(slot, u"ก"_s.repeated(100'000), 7));

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 
 #include <QLabel>
@@ -66,7 +67,7 @@ private:
 void tst_BVServerBankRows::foldersLevelHasARowForEachFolder()
 {
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.2.1"_s);
+    Server server = sampleServer(u"Stage left"_s, loopback(1));
     server.folders.append(folder(255, u"Last"_s));
     server.folders.append(folder(256, u"One too many"_s));
     rig.connectServer(server);
@@ -86,7 +87,7 @@ void tst_BVServerBankRows::foldersLevelHasARowForEachFolder()
 void tst_BVServerBankRows::slotsLevelHasARowForEachSlot()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.2"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
     rig.controller().folderChanged(3);
 
     const QStringList rows = texts(rig.bankA());
@@ -111,9 +112,9 @@ void tst_BVServerBankRows::slotsLevelHasARowForEachSlot()
 void tst_BVServerBankRows::folderOfTheOtherServerOnly()
 {
     WindowRig rig;
-    Server other = sampleServer(u"Stage right"_s, u"127.50.2.4"_s);
+    Server other = sampleServer(u"Stage right"_s, loopback(4));
     other.folders.append(folder(7, u"Only here"_s));
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.3"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
     rig.connectServer(other);
     const QSignalSpy requests(&rig.bankA(), &BVServerBank::changeFolder);
 
@@ -131,7 +132,7 @@ void tst_BVServerBankRows::folderOfTheOtherServerOnly()
 void tst_BVServerBankRows::rowsCarryNoData()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.5"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
     rig.controller().folderChanged(3);
     for (int row = 0; row < 257; ++row)
         QVERIFY(!listOf(rig.bankA()).item(row)->data(Qt::UserRole).isValid());
@@ -140,7 +141,7 @@ void tst_BVServerBankRows::rowsCarryNoData()
 void tst_BVServerBankRows::withoutServerTheListStays()
 {
     WindowRig rig;
-    const Server server = sampleServer(u"Stage left"_s, u"127.50.2.5"_s);
+    const Server server = sampleServer(u"Stage left"_s, loopback(5));
     rig.connectServer(server);
     rig.bankA().setServers({server.uuid});
     QVERIFY(rig.bankA().currentServerUuid().isNull());
@@ -159,10 +160,10 @@ void tst_BVServerBankRows::withoutServerTheListStays()
 void tst_BVServerBankRows::staysDisabledUntilTheThumbnailsAreThere()
 {
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.2.4"_s);
-    server.addConnection(QHostAddress(u"127.50.2.6"_s), 8);
+    Server server = sampleServer(u"Stage left"_s, loopback(4));
+    server.addConnection(QHostAddress(loopback(6)), 8);
     rig.model.upsertServer(server);
-    rig.controller().serverConnected(server.uuid, QHostAddress(u"127.50.2.6"_s));
+    rig.controller().serverConnected(server.uuid, QHostAddress(loopback(6)));
     BVServerBank &bank = rig.bankA();
     disconnect(&bank, &BVServerBank::changeFolder, nullptr, nullptr);
     const QSignalSpy requests(&bank, &BVServerBank::changeFolder);
@@ -173,7 +174,7 @@ void tst_BVServerBankRows::staysDisabledUntilTheThumbnailsAreThere()
     QCOMPARE(requests.count(), 1);
     QCOMPARE(requests.first().at(0).value<MediaFolder>().name, u"Stage"_s);
     QCOMPARE(requests.first().at(1).toInt(), 3);
-    QCOMPARE(requests.first().at(2).value<QHostAddress>(), QHostAddress(u"127.50.2.6"_s));
+    QCOMPARE(requests.first().at(2).value<QHostAddress>(), QHostAddress(loopback(6)));
 
     bank.folderChanged(3, QList<QPixmap>(256, thumbnailOf(1)));
     QVERIFY(bank.isEnabled());
@@ -183,7 +184,7 @@ void tst_BVServerBankRows::staysDisabledUntilTheThumbnailsAreThere()
 void tst_BVServerBankRows::indexOutOfRangeGivesAnEmptyFolder()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.7"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
     rig.controller().folderChanged(3);
     for (const int index : {-1, 4, 100000}) {
         rig.bankA().folderChanged(index, {});
@@ -206,7 +207,7 @@ void tst_BVServerBankRows::headerShowsTheNameAsItIs()
 {
     QFETCH(const QString, name);
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.2.12"_s);
+    Server server = sampleServer(u"Stage left"_s, loopback(12));
     server.folders[1].name = name;
     rig.connectServer(server);
     const auto &label = childOf<QLabel>(rig.bankA(), "mediaListFolder");
@@ -231,7 +232,7 @@ void tst_BVServerBankRows::headerShowsTheNameAsItIs()
 void tst_BVServerBankRows::headerStaysRedUntilTheFolderIsLeft()
 {
     WindowRig rig;
-    const Server server = sampleServer(u"Stage left"_s, u"127.50.2.13"_s);
+    const Server server = sampleServer(u"Stage left"_s, loopback(13));
     rig.connectServer(server);
     rig.bankA().showFolder(3, true);
     rig.bankA().serverContentChanged(server.uuid);
@@ -244,7 +245,7 @@ void tst_BVServerBankRows::headerStaysRedUntilTheFolderIsLeft()
 void tst_BVServerBankRows::longNamesMoveNothing()
 {
     WindowRig rig;
-    Server server = sampleServer(u"S"_s.repeated(5000), u"127.50.2.14"_s);
+    Server server = sampleServer(u"S"_s.repeated(5000), loopback(14));
     server.folders[1].name = u"wide "_s.repeated(2000);
     server.folders[2].name = u"tall\n"_s.repeated(2000);
     rig.connectServer(server);
@@ -264,7 +265,7 @@ void tst_BVServerBankRows::longNamesMoveNothing()
 void tst_BVServerBankRows::contentOfAnotherServerChangesNothing()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.15"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(15)));
     rig.bankA().showFolder(3, false);
     const QListWidgetItem *row = listOf(rig.bankA()).item(0);
     rig.bankA().serverContentChanged(QUuid::createUuid());
@@ -276,7 +277,7 @@ void tst_BVServerBankRows::contentOfAnotherServerChangesNothing()
 void tst_BVServerBankRows::contentOfTheSelectedServerRedrawsItsLevel()
 {
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.2.16"_s);
+    Server server = sampleServer(u"Stage left"_s, loopback(16));
     rig.connectServer(server);
     BVServerBank &bank = rig.bankA();
     server.connected = true;
@@ -298,7 +299,7 @@ void tst_BVServerBankRows::contentOfTheSelectedServerRedrawsItsLevel()
 void tst_BVServerBankRows::bankWithoutServerFallsBackToTheFolders()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.17"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(17)));
     rig.controller().folderChanged(3);
     QCOMPARE(rig.bankB().currentFolder, 3);
     rig.bankB().serverContentChanged({});
@@ -328,7 +329,7 @@ void tst_BVServerBankRows::sizes()
     QFETCH(const bool, listView);
     QFETCH(const int, index);
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.18"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(18)));
     rig.bankA().setIconSizeIndex(index);
     rig.bankA().setListMode(listView);
     const QListWidgetItem *row = listOf(rig.bankA()).item(0);
@@ -344,7 +345,7 @@ void tst_BVServerBankRows::sizes()
 void tst_BVServerBankRows::everyRowHasTheSameLook()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.19"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(19)));
     BVServerBank &bank = rig.bankA();
     bank.setListMode(false);
     const auto check = [&](int count) {
@@ -365,7 +366,7 @@ void tst_BVServerBankRows::everyRowHasTheSameLook()
 void tst_BVServerBankRows::dragRule()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.2.20"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(20)));
     BVServerBank &bank = rig.bankA();
     QVERIFY(!listOf(bank).dragEnabled());
     QVERIFY(!listOf(bank).viewport()->acceptDrops());

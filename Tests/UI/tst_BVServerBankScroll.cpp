@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 
 #include <QScrollBar>
@@ -61,8 +62,8 @@ public:
         rig.model.upsertServer(one);
     }
 
-    Server one = sampleServer(u"One"_s, u"127.50.8.1"_s);
-    Server two = sampleServer(u"Two"_s, u"127.50.8.2"_s);
+    Server one = sampleServer(u"One"_s, loopback(1));
+    Server two = sampleServer(u"Two"_s, loopback(2));
     WindowRig rig;
     QScrollBar &barA = *listOf(rig.bankA()).verticalScrollBar();
     QScrollBar &barB = *listOf(rig.bankB()).verticalScrollBar();
@@ -118,7 +119,7 @@ void tst_BVServerBankScroll::newContentKeepsThePosition()
             QCOMPARE(stage.barA.value(), position);
             QCOMPARE(stage.barB.value(), position);
         }
-        stage.rig.controller().serverConnected(stage.one.uuid, QHostAddress(u"127.50.8.1"_s));
+        stage.rig.controller().serverConnected(stage.one.uuid, QHostAddress(loopback(1)));
         QCoreApplication::processEvents();
         QCOMPARE(stage.barA.value(), position);
         QCOMPARE(stage.barB.value(), position);

@@ -3,6 +3,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 
 #include <QListWidget>
@@ -41,7 +42,7 @@ private:
 void tst_BVServerBankSelection::selectedFolderStandsForItsSlots()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.14"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(14)));
     BVServerBank &bank = rig.bankA();
     QCOMPARE(bank.selectedVisuals(false), QList<VisualRef>{});
 
@@ -60,7 +61,7 @@ void tst_BVServerBankSelection::selectedFolderStandsForItsSlots()
 void tst_BVServerBankSelection::selectedSlots()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.15"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(15)));
     BVServerBank &bank = rig.bankA();
     rig.controller().folderChanged(3);
     bank.selectRows({0, 1, 2, 4, 6, 256});
@@ -76,7 +77,7 @@ void tst_BVServerBankSelection::selectedSlots()
 void tst_BVServerBankSelection::slotsLevelSearchesTheFolderAtThePosition()
 {
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.1.16"_s);
+    Server server = sampleServer(u"Stage left"_s, loopback(16));
     // Folder 1 stands at position 0, and at position 1 stands folder 4 with slot 9.
     server.folders = {folder(1, u"One"_s, {visual(8, u"Eight"_s, 8)}),
                       folder(4, u"Four"_s, {visual(9, u"Nine"_s, 9)})};
@@ -90,7 +91,7 @@ void tst_BVServerBankSelection::slotsLevelSearchesTheFolderAtThePosition()
 void tst_BVServerBankSelection::folderBeyondTheLibraryCountsAsEmpty()
 {
     WindowRig rig;
-    Server server = sampleServer(u"Stage left"_s, u"127.50.1.17"_s);
+    Server server = sampleServer(u"Stage left"_s, loopback(17));
     server.folders = {folder(250, u"Far"_s, {visual(8, u"Eight"_s, 8)})};
     rig.connectServer(server);
     rig.controller().folderChanged(250);
@@ -103,7 +104,7 @@ void tst_BVServerBankSelection::folderBeyondTheLibraryCountsAsEmpty()
 void tst_BVServerBankSelection::allVisualsOfTheFoldersLevel()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.18"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(18)));
     const QList<VisualRef> visuals = rig.bankA().allVisuals();
     QCOMPARE(visuals.size(), 65280);
     QCOMPARE(visuals.first(), VisualRef(0, 1));
@@ -114,7 +115,7 @@ void tst_BVServerBankSelection::allVisualsOfTheFoldersLevel()
 void tst_BVServerBankSelection::allVisualsOfTheSlotsLevel()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.19"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(19)));
     rig.controller().folderChanged(2);
     LogCapture log;
     const QList<VisualRef> visuals = rig.bankA().allVisuals();
@@ -130,7 +131,7 @@ void tst_BVServerBankSelection::allVisualsOfTheSlotsLevel()
 void tst_BVServerBankSelection::selectRowsReportsNothing()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.20"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(20)));
     BVServerBank &bank = rig.bankA();
     const QSignalSpy changes(&listOf(bank), &QListWidget::itemSelectionChanged);
     bank.selectRows({1, 2});
@@ -145,7 +146,7 @@ void tst_BVServerBankSelection::selectRowsReportsNothing()
 void tst_BVServerBankSelection::scrollPositionIsThatOfTheSlider()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.1.21"_s));
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(21)));
     QVERIFY(rig.show());
     rig.bankA().setScrollPosition(40);
     QCOMPARE(rig.bankA().scrollPosition(), 40);

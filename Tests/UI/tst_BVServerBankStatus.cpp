@@ -3,6 +3,7 @@
 
 #include "Support/EventCount.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 
 #include <QAbstractItemView>
@@ -33,7 +34,7 @@ void tst_BVServerBankStatus::refillsOfferTheServersInTheirOrder()
     WindowRig rig;
     QList<QUuid> known;
     for (const QString &name : {u"One"_s, u"Two"_s, u"Three"_s, u"Four"_s}) {
-        rig.connectServer(sampleServer(name, u"127.50.10.1"_s));
+        rig.connectServer(sampleServer(name, loopback(1)));
         known.append(rig.model.servers.last()->uuid);
     }
     BVServerBank &bank = rig.bankA();
@@ -59,7 +60,7 @@ void tst_BVServerBankStatus::refillsOfferTheServersInTheirOrder()
 void tst_BVServerBankStatus::aRefillShowsANewName()
 {
     WindowRig rig;
-    const Server server = sampleServer(u"One"_s, u"127.50.10.1"_s);
+    const Server server = sampleServer(u"One"_s, loopback(1));
     rig.connectServer(server);
     rig.model.setServerName(server.uuid, u"Uno"_s);
     rig.bankA().setServers({server.uuid});
@@ -82,7 +83,7 @@ void tst_BVServerBankStatus::theOpenListIsAsWideAsItsNames()
     QFETCH(const int, narrowest);
     QFETCH(const int, broadest);
     WindowRig rig;
-    rig.connectServer(sampleServer(name, u"127.50.10.1"_s));
+    rig.connectServer(sampleServer(name, loopback(1)));
     QVERIFY(rig.show());
     auto &box = childOf<QComboBox>(rig.bankA(), "serverComboBox");
     box.showPopup();
@@ -95,7 +96,7 @@ void tst_BVServerBankStatus::theOpenListIsAsWideAsItsNames()
 void tst_BVServerBankStatus::theSameReportSetsNothingAgain()
 {
     WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, u"127.50.10.1"_s));
+    rig.connectServer(sampleServer(u"One"_s, loopback(1)));
     QVERIFY(rig.show());
     for (const bool connected : {true, false}) {
         rig.bankA().setConnectionStatus(connected, 59.94F, 1234567);

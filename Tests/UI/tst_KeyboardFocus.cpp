@@ -7,6 +7,7 @@
 #include "Dialogs/ErrorMessageDialog.h"
 #include "Dialogs/TransferDialog.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
 #include "Support/WindowRig.h"
 
@@ -83,8 +84,8 @@ private slots:
 private:
     static void connectTwo(WindowRig &rig)
     {
-        rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.8.1"_s));
-        rig.connectServer(sampleServer(u"Stage right"_s, u"127.50.8.2"_s));
+        rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        rig.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
     }
     static QDialog *makeDialog(const QByteArray &name, QWidget *parent)
     {
@@ -123,8 +124,8 @@ void tst_KeyboardFocus::tabPassesOverWhatIsDisabled()
 {
     WindowRig rig;
     QVERIFY(rig.show());
-    rig.connectServer(sampleServer(u"Stage left"_s, u"127.50.8.1"_s)); // nothing for bank B
-    listOf(rig.bankA()).setCurrentRow(3);                              // a folder takes no upload
+    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1))); // nothing for bank B
+    listOf(rig.bankA()).setCurrentRow(3);                          // a folder takes no upload
     QCOMPARE(walk(5), (QStringList{u"A.mediaListWidget"_s, u"A.removeButton"_s, u"gridModeButton"_s,
                                    u"mediumSizeButton"_s, u"A.serverComboBox"_s}));
     QCOMPARE(focused(), u"A.mediaListWidget"_s);
@@ -171,7 +172,7 @@ void tst_KeyboardFocus::theListHasItFromTheFirstServerOn()
     WindowRig rig;
     QVERIFY(rig.show());
     QCOMPARE(focused(), u"BVMainWindow"_s);
-    const Server server = sampleServer(u"Stage left"_s, u"127.50.8.1"_s);
+    const Server server = sampleServer(u"Stage left"_s, loopback(1));
     rig.connectServer(server);
     QCOMPARE(focused(), u"A.mediaListWidget"_s);
     QCOMPARE(listOf(rig.bankA()).currentRow(), 0);
@@ -198,7 +199,7 @@ void tst_KeyboardFocus::choosingAServerByKeysKeepsItInTheBox()
     WindowRig rig;
     QVERIFY(rig.show());
     connectTwo(rig);
-    rig.connectServer(sampleServer(u"Foyer"_s, u"127.50.8.3"_s));
+    rig.connectServer(sampleServer(u"Foyer"_s, loopback(3)));
     rig.controller().folderChanged(3);
     auto &box = childOf<QComboBox>(rig.bankA(), "serverComboBox");
     box.setFocus();

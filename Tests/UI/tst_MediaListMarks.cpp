@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/WindowRig.h"
 
 #include <QAccessible>
@@ -37,7 +38,7 @@ QString description(const BVServerBank &bank, int row)
 /// Folder 1 has another name on the other server, and slot 5 of folder 3 is empty there.
 Server otherServer(const Server &first)
 {
-    Server server = sampleServer(u"Stage right"_s, u"127.51.0.2"_s);
+    Server server = sampleServer(u"Stage right"_s, loopback(102));
     server.hash = hashOf(2);
     server.folders[1].name = u"Others"_s;
     server.folders[3] = folder(3, first.folders[3].name, {visual(3, u"Sunset"_s, 3)});
@@ -57,7 +58,7 @@ public:
     [[nodiscard]] BVServerBank &bankA() const { return rig.bankA(); }
     [[nodiscard]] BVServerBank &bankB() const { return rig.bankB(); }
 
-    Server left = sampleServer(u"Stage left"_s, u"127.51.0.1"_s);
+    Server left = sampleServer(u"Stage left"_s, loopback(101));
     Server right = otherServer(left);
     WindowRig rig;
 };

@@ -19,6 +19,12 @@ from .waiting import wait_for
 
 BUILD = pathlib.Path(os.environ.get("BRENVOKA_BUILD", "build/dev")).resolve()
 SANITIZED = bool(os.environ.get("BRENVOKA_SANITIZED"))
+NETWORK = os.environ.get("BRENVOKA_LOOPBACK", "127.1.1")
+
+
+def loopback(number):
+    """An address, 1 to 254, that only this test program has."""
+    return f"{NETWORK}.{number}"
 
 
 @functools.cache

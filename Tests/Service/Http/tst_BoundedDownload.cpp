@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Loopback.h"
 #include "Support/WireServer.h"
 
 #include <QDirIterator>
@@ -100,7 +101,7 @@ private slots:
     {
         failOnAnyWarning();
         directory = std::make_unique<QTemporaryDir>();
-        peer = std::make_unique<WireServer>(u"127.30.22.1"_s);
+        peer = std::make_unique<WireServer>(loopback(1));
         manager = std::make_unique<QNetworkAccessManager>();
         manager->setProxy(QNetworkProxy::NoProxy);
         auto *cache = new QNetworkDiskCache(manager.get());
@@ -172,8 +173,9 @@ private slots:
         QSignalSpy finished(manager.get(), &QNetworkAccessManager::finished);
         QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 30000);
         QCOMPARE(reply->error(), QNetworkReply::OperationCanceledError);
-        QCOMPARE(log.texts(), QStringList{u"Aborting the download of http://127.30.22.1:4567/: "
-                                          "more than 1048576 bytes"_s});
+        QCOMPARE(log.texts(), QStringList{u"Aborting the download of http://" LOOPBACK(
+                                  1) ":4567/: "
+                                     "more than 1048576 bytes"_s});
         QTRY_COMPARE_WITH_TIMEOUT(peer->openConnections(), 0, 30000);
         QCOMPARE(finished.size(), 1);
         verifyNothingIsCached();
@@ -208,9 +210,9 @@ private slots:
 
     void busyEventLoopDoesNotFillTheMemory()
     {
-        EnormousServer enormous(QHostAddress(u"127.30.22.2"_s));
+        EnormousServer enormous(QHostAddress(loopback(2)));
         QNetworkReply *reply =
-            BoundedDownload::get(*manager, QUrl(u"http://127.30.22.2:4567/"_s), limit);
+            BoundedDownload::get(*manager, QUrl(u"http://" LOOPBACK(2) ":4567/"_s), limit);
         // The server sends until the buffers between here and there are full.
         QElapsedTimer silent;
         connect(reply, &QNetworkReply::metaDataChanged, this, [&] {
@@ -229,7 +231,7 @@ private slots:
 private:
     QNetworkReply *get(qint64 most = limit)
     {
-        return BoundedDownload::get(*manager, QUrl(u"http://127.30.22.1:4567/"_s), most);
+        return BoundedDownload::get(*manager, QUrl(u"http://" LOOPBACK(1) ":4567/"_s), most);
     }
 
     void answerWithoutEnd(const QByteArray &head, const QByteArray &piece)

@@ -4,6 +4,7 @@
 #include "Service/Http/ServerRequest.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/WireServer.h"
 
 #include <QNetworkAccessManager>
@@ -29,7 +30,7 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        peer = std::make_unique<WireServer>(u"127.20.11.1"_s);
+        peer = std::make_unique<WireServer>(loopback(1));
         manager = std::make_unique<QNetworkAccessManager>();
         manager->setProxy(QNetworkProxy::NoProxy);
     }
@@ -78,7 +79,7 @@ private:
         return finished.wait(30000) ? reply->readAll() : QByteArray();
     }
 
-    const QUrl url{u"http://127.20.11.1:4567/a"_s};
+    const QUrl url{u"http://" LOOPBACK(1) ":4567/a"_s};
     std::unique_ptr<WireServer> peer;
     std::unique_ptr<QNetworkAccessManager> manager;
 };

@@ -4,6 +4,7 @@
 #include "Service/Http/ServerRequest.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/WireServer.h"
 
 #include <QNetworkAccessManager>
@@ -37,7 +38,7 @@ private slots:
     {
         QFETCH(QByteArray, method);
         constexpr int count = 20;
-        WireServer server(u"127.30.23.1"_s);
+        WireServer server(loopback(1));
         server.answer("/", {}, "WWW-Authenticate: " + method + "\r\n", "401 Unauthorized");
         QNetworkAccessManager manager;
         manager.setProxy(QNetworkProxy::NoProxy);
@@ -47,7 +48,7 @@ private slots:
                 ++refused;
         });
         for (int i = 0; i < count; ++i)
-            manager.get(serverRequest(QUrl(u"http://127.30.23.1:4567/"_s)));
+            manager.get(serverRequest(QUrl(u"http://" LOOPBACK(1) ":4567/"_s)));
         QTRY_COMPARE_WITH_TIMEOUT(refused, count, 30000);
         QCOMPARE(server.requests().size(), count);
         for (const WireRequest &request : server.requests())
