@@ -22,8 +22,9 @@ class BVProgressDialog final : public QDialog
     Q_OBJECT
 
 public:
-    /// With `closeWhenFull` the last step accepts the dialog. Without it, the last step disables the
-    /// Cancel button, because a finished job cannot be cancelled, and the owner closes the dialog.
+    /// With `closeWhenFull` the last step accepts the dialog. Without it, the last step disables
+    /// the Cancel button, because a finished job cannot be cancelled, and the owner closes the
+    /// dialog.
     BVProgressDialog(const QString &text, bool closeWhenFull, QWidget *parent);
     ~BVProgressDialog() override;
 

@@ -69,7 +69,7 @@ ErrorMessageDialog::ErrorMessageDialog(QWidget *parent)
     ui->errorIcon->setPixmap(icon);
     ui->errorIcon->setMinimumSize(icon.deviceIndependentSize().toSize());
     auto *const ok = ui->buttonBox->button(QDialogButtonBox::Ok);
-    ok->setFocus(); // the details button would get it
+    ok->setFocus();                                             // the details button would get it
     connect(ok, &QPushButton::pressed, this, &QDialog::accept); // required: not on the click
     connect(ui->errorDetails, &QPushButton::toggled, this, &ErrorMessageDialog::showDetails);
     ui->errorDetailsList->hide();

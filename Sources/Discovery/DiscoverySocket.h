@@ -78,8 +78,8 @@ void init(DiscoverySocket &socket);
 void open(DiscoverySocket &socket);
 void close(DiscoverySocket &socket); ///< does nothing if it is not open
 /// Clears the `seen` flags, then reads at most one datagram. Returns true only for an announcement,
-/// also if the table had no room for it. So any other datagram ends a loop that drains the socket, as
-/// required.
+/// also if the table had no room for it. So any other datagram ends a loop that drains the socket,
+/// as required.
 [[nodiscard]] bool poll(DiscoverySocket &socket);
 void resetTable(DiscoverySocket &socket); ///< clears the senders, not the counts
 void clearSeen(DiscoverySocket &socket);

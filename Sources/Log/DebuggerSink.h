@@ -22,7 +22,7 @@ namespace Zor {
 
 #ifdef _WIN32
 
-/// Shows each line in the debugger, as wide characters. A line that is too long is left out.
+/// Writes each line to the debugger as wide characters. A line that is too long is dropped.
 template <typename Mutex>
 class msvc_wide_sink final : public spdlog::sinks::base_sink<Mutex>
 {
@@ -47,15 +47,15 @@ private:
     static constexpr std::size_t maximumBytes = 16384;
     static constexpr int wideCapacity = 16383;
 
-    // The longest line that is shown has 16382 characters, a line feed and the terminating zero.
+    // The longest line has 16382 characters, a line feed and the terminating zero.
     std::array<wchar_t, wideCapacity + 1> wideText;
 };
 
 #else
 
-/// Shows each line on the terminal that the program was started from. Without a terminal it is
-/// silent. A line that would have to wait, as at a stopped terminal, is dropped: a worker that
-/// waits would stop the program once the queue is full.
+/// Writes each line to the terminal from which the program was started, if there is one. A line
+/// that would block, for example at a stopped terminal, is dropped: a blocked worker would stop the
+/// whole program as soon as the queue is full.
 template <typename Mutex>
 class msvc_wide_sink final : public spdlog::sinks::base_sink<Mutex>
 {

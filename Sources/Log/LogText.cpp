@@ -11,8 +11,8 @@ namespace Zor {
 
 namespace {
 
-/// A character at the beginning of a text and how many bytes it has. What is not valid UTF-8 is one
-/// byte, and not valid.
+/// The first character of a text and its length in bytes. Invalid UTF-8 is one byte long and not
+/// `valid`.
 struct Character
 {
     char32_t code;
@@ -20,7 +20,7 @@ struct Character
     bool valid;
 };
 
-/// How many bytes a first byte announces, or 0 if no character begins with it.
+/// The length of a character that begins with this byte, or 0 if none does.
 std::size_t sizeAfter(unsigned char first)
 {
     if (first < 0x80)
@@ -34,7 +34,7 @@ std::size_t sizeAfter(unsigned char first)
     return first < 0xF5 ? 4 : 0;
 }
 
-/// Neither a longer form than needed, nor a surrogate, nor beyond Unicode (RFC 3629).
+/// Whether it is the shortest form, no surrogate and within Unicode (RFC 3629).
 bool isValid(char32_t code, std::size_t size)
 {
     if (size == 3)
@@ -58,13 +58,13 @@ Character firstOf(std::string_view text)
     return isValid(code, size) ? Character{code, size, true} : invalid;
 }
 
-/// Those of ASCII, and U+0080 to U+009F, which a terminal obeys as well.
+/// Those of ASCII, and U+0080 to U+009F, which terminals execute as well.
 bool isControl(char32_t code)
 {
     return code < 0x20 || (code >= 0x7F && code < 0xA0);
 }
 
-/// The line and the paragraph separator, and what sets the direction of letters.
+/// Line and paragraph separators, and characters that set the direction of letters.
 bool breaksLineOrDirection(char32_t code)
 {
     return code == 0x061C || code == 0x200E || code == 0x200F ||

@@ -8,11 +8,10 @@
 
 namespace Zor {
 
-/// The text as the log writes it, so that one call is always one line that reads in one direction
-/// in every viewer: control characters become `\n`, `\r`, `\t` or `\xHH`, the separators and
-/// direction marks of Unicode become `\uHHHH`, and each byte that is not part of valid UTF-8
-/// becomes
-/// `\xHH`. A backslash stays as it is, so an escape cannot be told from the same letters in a text.
+/// The text as the log writes it: one call is always one line, and every viewer shows it in the
+/// same direction. Control characters become `\n`, `\r`, `\t` or `\xHH`, the separators and
+/// direction marks of Unicode become `\uHHHH`, and each byte of invalid UTF-8 becomes `\xHH`. A
+/// backslash is not escaped, so an escape looks the same as these letters in a text.
 [[nodiscard]] std::string logText(std::string_view text);
 
 } // namespace Zor

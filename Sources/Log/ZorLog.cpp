@@ -30,11 +30,11 @@ constexpr std::size_t queueSize = 4096;
 constexpr int startupPasses = 10001;
 constexpr int keptLogs = 9;
 
-// Starts empty without code of its own; at the end of the program it writes what is queued.
+// Constant-initialised; its destructor writes what is queued when the program ends.
 std::shared_ptr<Log> theLog; // clazy:exclude=non-pod-global-static
 
-/// Moves every kept log on by one number, so that the oldest is lost, and the last run's log to
-/// number 1. What can't be moved stays; the log is then appended to.
+/// Renames every kept log to the next number, which drops the oldest, and the log of the last run
+/// to number 1. If a log cannot be renamed, it stays and is appended to.
 void rotate(const fs::path &logFile)
 {
     const fs::path history = logFile.parent_path() / "loghistory";
@@ -115,13 +115,13 @@ void Log::start(const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, 
                                                     worker, spdlog::async_overflow_policy::block);
     logger->set_pattern(pattern);
     logger->set_level(spdlog::level::trace);
-    // A timer of spdlog's would be one more thread; the worker can well afford a flush per line.
+    // A flush per line is cheap for the worker. spdlog's timer would be another thread.
     logger->flush_on(spdlog::level::trace);
     announceWorker();
 }
 
-/// A worker that takes its time is not announced: the start does not wait for it. The line number
-/// in the log is required to be 216, wherever this is.
+/// Not logged if the worker starts slowly: the program does not wait for it. The line number in the
+/// log is required to be 216, whatever the line of this code.
 void Log::announceWorker()
 {
     for (int pass = 0; pass < startupPasses && asyncThreadId == 0; ++pass) {

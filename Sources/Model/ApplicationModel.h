@@ -13,12 +13,12 @@
 
 /// The known servers, and the options that are kept between runs.
 ///
-/// Some lookups see every server and some only the connected ones, as each one says. All go through
-/// the list in order. A reference that a lookup returns is good until that server is removed.
+/// Some lookups search all servers and some only the connected ones; each one documents which. All
+/// search the list in order. A returned reference is valid until that server is removed.
 class ApplicationModel final
 {
 public:
-    /// Also makes the types that travel in signals known by their names.
+    /// Also registers the types of signal arguments by name.
     ApplicationModel();
     ~ApplicationModel();
     Q_DISABLE_COPY_MOVE(ApplicationModel)
@@ -26,32 +26,32 @@ public:
     QList<Server *> servers; ///< all known servers; owned
     /// Index of the folder that is open in the banks, -1 at the folders level. Not persisted.
     int selectedFolder = -1;
-    bool selectedViewMode = false; ///< true is list view, false is grid view
-    int selectedIconSize = 1;      ///< 0 small, 1 medium, 2 large; any number is carried along
+    bool selectedViewMode = false;        ///< true is list view, false is grid view
+    int selectedIconSize = 1;             ///< 0 small, 1 medium, 2 large; any other number is kept
     quint32 warningLevel = Warnings::all; ///< the warnings that are shown
     ProtocolInfo protocolInfo;            ///< required, though nothing reads it
 
-    /// Reads the three options. What is absent gets its default; a text that is no number reads as
-    /// 0, and any text but an empty one, "0" and "false" as true.
+    /// Reads the three options. A missing option gets its default. A text that is not a number
+    /// reads as 0. As a truth value, every text but "", "0" and "false" is true.
     void load();
-    /// Writes the three options and drops every other key of the file. Always true.
+    /// Writes the three options and removes every other key of the file. Always returns true.
     bool save();
 
-    /// Replaces the whole record with the same uuid in its place, or appends a new one.
+    /// Replaces the record with the same uuid, at its place in the list, or appends a new one.
     void upsertServer(const Server &server);
     void setServerName(const QUuid &uuid, const QString &name); ///< connected or not
-    /// Returns the server, connected or not; the invalid one if it is unknown.
+    /// Returns the server, connected or not, or the invalid one if it is unknown.
     const Server &addConnection(const QUuid &uuid, const QHostAddress &address, int netmask);
-    /// Marks the server as connected, over `address` if it has that.
+    /// Marks the server as connected, and makes `address` the active one if the server has it.
     void markConnected(const QUuid &uuid, const QHostAddress &address);
     /// Connected servers only.
     void removeConnection(const QUuid &uuid, const QHostAddress &address, int netmask);
     /// Returns false if there is no such server, connected or not.
     bool removeServer(const QUuid &uuid);
 
-    /// The connected server, else the invalid one.
+    /// The connected server, or the invalid one.
     [[nodiscard]] const Server &connectedServer(const QUuid &uuid) const;
-    /// The first connected server with any connection of that address, else the invalid one.
+    /// The first connected server that has a connection with this address, or the invalid one.
     [[nodiscard]] const Server &connectedServerByAddress(const QHostAddress &address) const;
     /// The connected servers that have at least one folder, in list order.
     [[nodiscard]] QList<QUuid> connectedServersWithLibrary() const;

@@ -7,8 +7,8 @@
 
 #include <optional>
 
-/// The slot number that a library document states: a number without a fraction, from 0 to
-/// `highest`. Anything else gives nothing.
+/// The slot number in a library document: a number without a fraction, from 0 to `highest`. Empty
+/// for anything else.
 [[nodiscard]] inline std::optional<int> slotFromJson(const QJsonValue &value, int highest)
 {
     const double number = value.toDouble(-1.0);

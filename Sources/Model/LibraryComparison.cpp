@@ -10,7 +10,7 @@
 
 namespace {
 
-/// Either server may stand for a bank without one.
+/// Whether one of the banks has no server.
 bool isMissing(const Server &first, const Server &second)
 {
     return first.uuid.isNull() || second.uuid.isNull();
@@ -61,8 +61,8 @@ bool isVisual(const VisualRef &ref)
     return isFolder(ref.first) && ref.second >= 0 && ref.second <= Slots::last;
 }
 
-/// Finds the folders and visuals of one server in constant time, for as long as the server lives
-/// unchanged. By plain tables: hashes of 65,280 visuals would cost more than the rest of a plan.
+/// Finds the folders and visuals of one server in constant time, as long as the server is
+/// unchanged. Uses plain tables: hashing 65,280 visuals would take longer than the rest of a plan.
 class LibraryIndex final
 {
 public:

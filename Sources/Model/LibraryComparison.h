@@ -10,55 +10,55 @@
 
 struct Server;
 
-/// What two servers have in common, and what would make one equal to the other.
+/// Compares two libraries, and plans what makes one equal to the other.
 ///
-/// All functions are pure. A server with a null uuid stands for a bank without a server; beside it
-/// everything counts as the same, so that an empty bank never shows a difference. Folders and
-/// visuals are found by their `slot`; of several with the same number the first one counts.
-/// Numbers that no library can hold are allowed everywhere: nothing is found there.
+/// All functions are pure. A server with a null uuid means a bank without a server: compared with
+/// it, everything is the same, so an empty bank never shows a difference. Folders and visuals are
+/// found by their `slot`; the first of several with the same number counts. Numbers outside a
+/// library are allowed everywhere: nothing is found there.
 namespace LibraryComparison {
 
-/// What a synchronisation has to do, each list in the order in which it is to be done.
+/// The steps of a synchronisation, each list in the order of its execution.
 struct SyncPlan
 {
-    /// Folders that are to carry the source's name, ascending.
+    /// Folders that get the source's name, ascending.
     QList<FolderRename> renames;
-    /// Slots that hold a visual on the destination alone.
+    /// Slots that have a visual only on the destination.
     QList<VisualRef> removals;
-    /// Slots whose visual is to come from the source.
+    /// Slots whose visual is copied from the source.
     QList<VisualRef> transfers;
-    /// Whether a transfer goes into a slot that isn't empty.
+    /// Whether a transfer overwrites a visual.
     bool replaces = false;
 
-    /// Whether something on the destination gets lost.
+    /// Whether the destination loses a visual.
     [[nodiscard]] bool isDestructive() const { return replaces || !removals.isEmpty(); }
-    /// The number of visuals to remove or to copy; renames don't count.
+    /// The number of visuals to remove or copy. Renames do not count.
     [[nodiscard]] qsizetype visualCount() const { return removals.size() + transfers.size(); }
 };
 
-/// Whether the slot holds no visual; true for a server with a null uuid.
+/// Whether the slot is empty; true for a server with a null uuid.
 [[nodiscard]] bool slotEmpty(const Server &server, int folderSlot, int fileSlot);
 
-/// Whether both slots are empty or hold equal visuals (hash, name and slot). A missing folder is as
-/// good as an empty one.
+/// Whether both slots are empty or have equal visuals (hash, name and slot). A missing folder
+/// counts as an empty one.
 [[nodiscard]] bool slotsEqual(const Server &first, const Server &second, int folderSlot,
                               int fileSlot);
 
 /// Whether the folder exists on both servers under the same name.
 [[nodiscard]] bool folderNamesEqual(const Server &first, const Server &second, int folderSlot);
 
-/// One bit for each folder slot: set when both servers lack the folder, or have it with the same
-/// name and equal visuals in the same stored order.
+/// One bit for each folder slot: set if neither server has the folder, or both have it with the
+/// same name and equal visuals in the same stored order.
 [[nodiscard]] Marks folderSameMarks(const Server &first, const Server &second);
 
-/// One bit for each slot of one folder, by the rule of `slotsEqual`.
+/// One bit for each slot of one folder: `slotsEqual`.
 [[nodiscard]] Marks visualSameMarks(const Server &first, const Server &second, int folderSlot);
 
-/// Reckons what makes the candidates' slots on `destination` equal to those on `source`, and gives
-/// every folder among them the source's name. A folder that the source lacks keeps its name. A
-/// slot that is given twice is planned twice.
+/// Plans what makes the candidate slots on `destination` equal to those on `source`, and renames
+/// their folders to the source's names. A folder that the source lacks keeps its name. A slot that
+/// is given twice is planned twice.
 ///
-/// Takes time in proportion to the libraries and the candidates, which may be 65,280.
+/// Takes linear time in the libraries and the candidates, of which there may be 65,280.
 [[nodiscard]] SyncPlan planSync(const Server &source, const Server &destination,
                                 const QList<VisualRef> &candidates);
 

@@ -7,6 +7,6 @@
 
 #include <bitset>
 
-/// What two servers have in common, one bit for each folder or slot number: a set bit means that
-/// the folder or the slot of that number is the same on both.
+/// One bit for each folder or slot number. A set bit means that the folder or slot is the same on
+/// both servers.
 using Marks = std::bitset<Slots::count>;

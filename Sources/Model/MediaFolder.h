@@ -11,13 +11,13 @@
 /// One folder of a library.
 struct MediaFolder
 {
-    /// The visuals, at most 256, sorted by hash and not by slot: `indexOfSlot` finds a slot.
+    /// The visuals, at most 256, sorted by hash, not by slot. Use `indexOfSlot` to find a slot.
     QList<Visual> files;
     QString name;
     int slot = 0; ///< 0 to 256, one more than a visual may have, as required
 
-    /// Reads one folder object of a library document and sorts its files. Returns false, and
-    /// changes nothing, if the object or any one of its files is not as it must be.
+    /// Reads one folder object of a library document and sorts its files. Returns false and changes
+    /// nothing if the object or one of its files is invalid.
     [[nodiscard]] bool fromJson(const QJsonObject &json);
     [[nodiscard]] QJsonObject toJson() const; ///< required, though nothing calls it
 

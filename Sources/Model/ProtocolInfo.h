@@ -7,7 +7,7 @@
 
 #include <bitset>
 
-/// What a server said about itself when its library was fetched.
+/// The headers of a server's library reply. Stored as required, although nothing reads them.
 struct ProtocolInfo
 {
     quint64 protocolVersion = 0x1000000000000; ///< the value of the header X-BVProtocolVersion

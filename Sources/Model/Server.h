@@ -13,21 +13,21 @@
 
 #include <array>
 
-/// One IPv4 address under which a server answers, and the netmask length of that interface in bits.
+/// One IPv4 address of a server, and the netmask length of that interface in bits.
 using ServerConnection = QPair<QHostAddress, int>;
 
-/// A pair of addresses, of the server asked and of the other, by which two servers can reach each
-/// other. Both are null if none was found.
+/// Two addresses at which two servers can reach each other: the first of the server on which
+/// `findCommonSubnet` was called. Both are null if there is no such pair.
 struct SubnetMatch
 {
     bool found = false;
     QPair<QHostAddress, QHostAddress> addresses;
 };
 
-/// Positions in the list of folders by slot number, 0 to 256; -1 where no folder has that slot.
+/// Positions in the list of folders by slot number, 0 to 256; -1 if no folder has that slot.
 using FolderPositions = std::array<int, Slots::lastFolder + 1>;
 
-/// One media server. Identified by its uuid; with a null uuid it is the invalid server.
+/// One media server, identified by its uuid. With a null uuid it is the invalid server.
 struct Server
 {
     QList<MediaFolder> folders;          ///< the library, in document order
@@ -43,38 +43,38 @@ struct Server
     int activeConnection = 0;
     bool isFullScreen = false;
     bool hasFpsStats = false; ///< a frame-rate report has arrived
-    bool connected = false;   ///< its notification stream has reached the client
+    bool connected = false;   ///< its notification stream is open
 
     Server() = default;
     Server(const QUuid &id, const QHostAddress &address, int netmask, const QString &displayName);
 
-    /// The one invalid server of the process, which lookups return that find nothing.
+    /// The invalid server of the process. Lookups that find nothing return it.
     [[nodiscard]] static const Server &invalid();
 
-    /// Reads a library document into `folders` and `hash`. Returns false, and changes nothing, if
-    /// anything in the document is not as it must be.
+    /// Reads a library document into `folders` and `hash`. Returns false and changes nothing if
+    /// anything in the document is invalid.
     [[nodiscard]] bool fromJson(const QJsonObject &json);
 
-    /// A copy of the folder, or a default one if there is no such index.
+    /// A copy of the folder at this index, or a default one.
     [[nodiscard]] MediaFolder folderAt(int index) const;
-    /// Of several folders with one slot the first counts. Takes one pass, however many there are.
+    /// The first of several folders with one slot counts. Takes one pass over all folders.
     [[nodiscard]] FolderPositions folderPositions() const;
-    /// Whether any folder holds media of this hash. Required, though nothing calls it.
+    /// Whether any folder has a visual with this hash. Required, though nothing calls it.
     [[nodiscard]] bool containsHash(const QString &wanted) const;
 
-    /// Appends, without a look at duplicates.
+    /// Appends without a check for duplicates.
     void addConnection(const QHostAddress &address, int netmask);
     /// Erases the first entry that matches in both. `activeConnection` is left as it is, as
     /// required, so it may then name another address or none.
     void removeConnection(const QHostAddress &address, int netmask);
     [[nodiscard]] bool hasAddress(const QHostAddress &address) const;
-    /// Makes the first connection with this address the active one; without one, changes nothing.
+    /// Makes the first connection with this address the active one, if there is one.
     void setActiveConnection(const QHostAddress &address);
     /// The address of the active connection, null if the index is past the end.
     [[nodiscard]] QHostAddress currentAddress() const;
 
-    /// The first pair of interfaces, in the order of the connections of this server and then of
-    /// `other`, of which each address lies in the subnet that the other declares.
+    /// The first pair of connections, in the order of this server and then of `other`, in which
+    /// each address is in the subnet of the other connection.
     [[nodiscard]] SubnetMatch findCommonSubnet(const Server &other) const;
 };
 

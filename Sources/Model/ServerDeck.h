@@ -5,7 +5,7 @@
 
 #include <QMetaType>
 
-/// Names one of the two banks. Travels in signals.
+/// Names one of the two banks. Used in signals.
 enum ServerDeck {
     ServerDeckA = 0, ///< the left-hand bank
     ServerDeckB = 1, ///< the right-hand bank

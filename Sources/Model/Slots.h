@@ -16,7 +16,7 @@ inline constexpr int last = count - 1;
 /// The last folder that a library document may have: one more than is shown, as required.
 inline constexpr int lastFolder = folderCount;
 
-/// A folder or slot number in a text for the operator: at least three digits.
+/// A folder or slot number as operators see it: at least three digits.
 [[nodiscard]] inline QString threeDigits(int number)
 {
     return QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0'));

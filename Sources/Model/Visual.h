@@ -9,15 +9,15 @@
 /// One media item in one numbered slot of a folder.
 struct Visual
 {
-    /// Content hash, 32 characters after a successful parse. Two slots hold the same media exactly
-    /// when their hashes are equal.
+    /// Content hash, 32 characters after a successful parse. Two slots have the same media exactly
+    /// if their hashes are equal.
     QString hash;
     QString name; ///< display name
     int slot = 0; ///< 0 to 255
 
-    /// Reads one file object of a library document. Returns false, and changes nothing, if a key
-    /// is missing or of another type, if the slot is not an integer of 0 to 255, or if the hash
-    /// has another length than 32.
+    /// Reads one file object of a library document. Returns false and changes nothing if a key is
+    /// missing or has another type, if the slot is not an integer from 0 to 255, or if the hash
+    /// does not have 32 characters.
     [[nodiscard]] bool fromJson(const QJsonObject &json);
     [[nodiscard]] QJsonObject toJson() const;
 

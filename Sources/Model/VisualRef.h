@@ -9,7 +9,7 @@
 /// Names a slot on a server: folder number, then slot number.
 using VisualRef = QPair<int, int>;
 
-/// An order to give a folder another name.
+/// The new name of a folder.
 struct FolderRename
 {
     int folderSlot = -1;

@@ -5,11 +5,12 @@
 
 #include <QtGlobal>
 
-/// The bits of ApplicationModel::warningLevel, each set while its warning is to be shown. They are
-/// in the settings file. The other bits have no meaning and are kept as they are.
+/// The bits of ApplicationModel::warningLevel. A set bit means that the warning is shown. They are
+/// in the settings file. The other bits have no meaning and keep their value.
 namespace Warnings {
 
-inline constexpr quint32 destructive = 1; ///< removals, and synchronisations that lose something
+inline constexpr quint32 destructive =
+    1; ///< removals, and synchronisations that remove or overwrite
 inline constexpr quint32 move = 2;
 inline constexpr quint32 upload = 4; ///< into a slot that is not empty
 inline constexpr quint32 largeSync = 8;

@@ -7,7 +7,7 @@
 
 /// Moves one visual to another slot of its folder, with one request.
 ///
-/// A move can't be stopped: Cancel ends the task, and the server carries the move out all the same.
+/// A move cannot be stopped: Cancel ends the task, but the server still completes the move.
 class MoveTask final : public SingleServerTask
 {
     Q_OBJECT
@@ -21,7 +21,7 @@ public:
     void abort() override;
     [[nodiscard]] bool hasErrors() const override;
     [[nodiscard]] QString errorMessage() const override;
-    /// One line, or none if the move has not failed.
+    /// One line if the move failed, otherwise none.
     [[nodiscard]] QStringList errorDetails() const override;
 
 private slots:

@@ -12,7 +12,7 @@
 #include <map>
 #include <optional>
 
-/// One visual to be removed, and how that came out.
+/// One visual to remove, and the outcome.
 struct RemoveEntry
 {
     int folderSlot = -1;
@@ -22,8 +22,8 @@ struct RemoveEntry
     QString error; ///< as shown
 };
 
-/// The visuals that a task removes, in the order given. A visual that is given twice has two
-/// entries, and the first takes all its results.
+/// The visuals that a task removes, in the given order. A visual that is given twice has two
+/// entries; the first gets all its results.
 class RemoveEntries final
 {
     Q_DECLARE_TR_FUNCTIONS(RemoveEntries)
@@ -35,16 +35,16 @@ public:
     [[nodiscard]] qsizetype size() const { return entries.size(); }
     [[nodiscard]] qsizetype failedCount() const;
     [[nodiscard]] QList<VisualRef> visuals() const;
-    /// A line for each failed entry, for the error dialog. `server` is its name as shown.
+    /// One line for each failed entry, for the error dialog. `server` is the name as shown.
     [[nodiscard]] QStringList failureLines(const QString &server) const;
 
-    /// Takes a result: a failure if there is an `error`, be it empty. A failure stays one, whatever
-    /// comes later. Returns false, and changes nothing, for a visual that was not given.
+    /// Records a result: a failure if there is an `error`, even an empty one. A later result does
+    /// not undo a failure. Returns false and changes nothing for a visual that was not given.
     [[nodiscard]] bool record(int folderSlot, int fileSlot, const std::optional<QString> &error);
     void clear();
 
 private:
     QList<RemoveEntry> entries;
-    /// The first entry of each visual: there may be 65,280 results.
+    /// The first entry of each visual. A search would be slow: there may be 65,280 results.
     std::map<VisualRef, qsizetype> positions;
 };

@@ -9,11 +9,11 @@
 
 #include <optional>
 
-/// Clears slots on one server. The server gets one removal at a time, and a failed one does not
-/// stop the others.
+/// Removes visuals from one server, one request at a time. A failed removal does not stop the
+/// others.
 ///
-/// Cancel keeps back what has not been sent. The removal on the wire completes on the server all
-/// the same, and the failures so far are shown.
+/// Cancel drops the removals that have not been sent. The removal on the wire still completes on
+/// the server, and the failures so far are shown.
 class RemoveTask final : public SingleServerTask
 {
     Q_OBJECT
@@ -23,9 +23,9 @@ public:
                ServerConnectionService *service, const QUuid &serverUuid,
                const QList<VisualRef> &visuals);
 
-    /// With no visuals the task never ends by itself: nothing is shown and no result comes.
+    /// Without visuals the task does not end: nothing is shown and no result arrives.
     bool start() override;
-    /// Also forgets what was to be removed.
+    /// Also clears the list of visuals.
     void abort() override;
     [[nodiscard]] bool hasErrors() const override;
     [[nodiscard]] QString errorMessage() const override;

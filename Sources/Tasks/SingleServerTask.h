@@ -9,7 +9,7 @@
 
 class BVProgressDialog;
 
-/// A task that concerns one server and has one progress dialog.
+/// A task on one server, with one progress dialog.
 class SingleServerTask : public TaskBase
 {
     Q_OBJECT
@@ -24,7 +24,7 @@ public:
     [[nodiscard]] bool involvesServer(const QUuid &uuid) const final;
 
 protected:
-    /// Ends the task if the bar is full. A dialog that has closed counts as full.
+    /// Ends the task if the bar is full or the dialog is closed.
     void finishIfFull();
 
     BVProgressDialog *progressDialog = nullptr; ///< null until `start`; owned

@@ -77,8 +77,8 @@ void SyncTask::startRenames()
     connections->requestRename(destinationServer, request);
 }
 
-// A stray result at the end of a phase's bar starts the next phase again, hence the connections
-// that are made only once.
+// An unexpected result after the last step of a phase starts the next phase again, so connections
+// are made only once.
 void SyncTask::startRemovals()
 {
     if (removals.isEmpty() || ended) {
@@ -118,7 +118,7 @@ void SyncTask::startTransfers()
     transferDialog->show();
 }
 
-/// The same as for a removal, as required: the renames that wait go on.
+/// Like the cancel of removals, as required: renames that wait are still sent.
 void SyncTask::userRenameCanceled()
 {
     userRemoveCanceled();

@@ -17,24 +17,24 @@
 class BVProgressDialog;
 class TransferDialog;
 
-/// Makes slots of a destination server equal to those of a source server, in three phases that
-/// never overlap: folders are renamed, visuals removed, visuals transferred. Each phase starts in
-/// the slot that took the last result of the one before, whether that was good or bad.
+/// Makes slots of a destination server equal to those of a source server in three phases that never
+/// overlap: folders are renamed, visuals are removed, visuals are transferred. The last result of a
+/// phase, success or failure, starts the next phase.
 ///
-/// The data never passes through this program. For each visual the destination is asked to fetch
-/// the file from the source, all at once, and it reports on its notification stream. What ends the
-/// transfer phase is its word that no transfer is left, not a count of results. A server that never
-/// reports one leaves the operator nothing but Cancel's request.
+/// No media passes through this program. It sends the destination one command for each visual, all
+/// at once, to fetch the file from the source. The destination reports on its notification stream.
+/// The transfer phase ends when it reports that no transfer is left, not by a count of results. If
+/// it never reports that, the task stays until the operator cancels.
 ///
-/// Cancelling a rename or a removal ends the task; what is under way on the server goes on, and the
-/// renames that wait there go on too. Cancelling the transfers asks every connected server to
-/// cancel, and the task ends with the destination's answer. Errors found so far are shown.
+/// Cancelling the renames or removals ends the task. The command on the server still completes, and
+/// so do renames that wait. Cancelling the transfers sends a cancel to every connected server, and
+/// the task ends when the destination reports it. The errors so far are shown.
 class SyncTask final : public TaskBase
 {
     Q_OBJECT
 
 public:
-    /// The addresses are those by which the two servers reach each other.
+    /// The addresses are those at which the two servers reach each other.
     SyncTask(const QUuid &source, const QHostAddress &sourceIp, const QUuid &destination,
              const QHostAddress &destinationIp, const QList<FolderRename> &foldersToRename,
              const QList<VisualRef> &visualsToTransfer, const QList<VisualRef> &visualsToRemove,
@@ -42,9 +42,9 @@ public:
              ServerConnectionService *service);
     ~SyncTask() override;
 
-    /// With nothing to do `taskFinished` is emitted at once.
+    /// Emits `taskFinished` at once if there is nothing to do.
     bool start() override;
-    /// When only the source was lost, the destination's removals that wait are dropped as well.
+    /// Also drops the destination's waiting removals, in case only the source was lost.
     void abort() override;
     [[nodiscard]] bool hasErrors() const override;
     [[nodiscard]] QString errorMessage() const override;
@@ -106,6 +106,6 @@ private:
     QList<VisualRef> transfers;
     QStringList transferErrors;
     bool aborted = false;
-    /// Cancelled or aborted: results that still come before the deletion start no further phase.
+    /// Cancelled or aborted: results that arrive before the deletion start no further phase.
     bool ended = false;
 };

@@ -16,48 +16,48 @@ class ServerConnectionService;
 /// A long-running operation on a server.
 ///
 /// UIController constructs a task, stores it, connects `taskFinished` as a queued connection and
-/// calls `start`. A task talks to servers through ServerConnectionService alone and shows no error
-/// box by itself: what went wrong is collected, and asked for after `taskFinished`, in the order
-/// `hasErrors`, `errorMessage`, `errorDetails`, `affectedServer`. Then the controller deletes it,
-/// and the destructor undoes what `start` did. Requests still open on a server go on.
+/// calls `start`. A task sends requests only through ServerConnectionService. It shows no error
+/// dialog but collects the errors. After `taskFinished` the controller calls `hasErrors`,
+/// `errorMessage`, `errorDetails` and `affectedServer`, in this order, and deletes the task. The
+/// destructor undoes `start`. Open requests continue on the server.
 class TaskBase : public QObject
 {
     Q_OBJECT
 
 public:
-    /// None of the three is owned; all outlive the task. `window` becomes the parent of dialogs.
+    /// None of the three is owned; all outlive the task. `window` is the parent of the dialogs.
     TaskBase(ApplicationModel *applicationModel, BVMainWindow *window,
              ServerConnectionService *service);
 
-    /// Begins the work. Always true.
+    /// Starts the work. Always returns true.
     virtual bool start() = 0;
-    /// Stops because a server went away: no errors are left to show, and `taskFinished` follows.
+    /// Stops because a server was lost: drops the errors and emits `taskFinished`.
     virtual void abort() = 0;
-    /// Whether the error dialog is to be shown.
+    /// Whether the error dialog must be shown.
     [[nodiscard]] virtual bool hasErrors() const = 0;
-    /// The error dialog's headline.
+    /// The headline of the error dialog.
     [[nodiscard]] virtual QString errorMessage() const = 0;
-    /// The error dialog's detail lines.
+    /// The details of the error dialog, one line each.
     [[nodiscard]] virtual QStringList errorDetails() const = 0;
-    /// The server whose library is fetched after the task.
+    /// The server whose library is downloaded after the task.
     [[nodiscard]] virtual const QUuid &affectedServer() const = 0;
-    /// Whether a change of that server concerns the task.
+    /// Whether a change of this server affects the task.
     [[nodiscard]] virtual bool involvesServer(const QUuid &uuid) const = 0;
 
 signals:
-    /// The only way a task ends. May be emitted twice; the receiver acts on the first.
+    /// Every task ends with it. May be emitted twice; the receiver ignores the second.
     void taskFinished(TaskBase *task);
 
 protected:
-    /// Whether a result that names `uuid` is one of `server`. Logs it if it is not.
+    /// Whether a result of `uuid` belongs to `server`. Logs it if it does not.
     [[nodiscard]] static bool isResultOf(const QUuid &server, const QUuid &uuid);
-    /// The name of a connected server as shown, else an empty text.
+    /// The name of a connected server as shown, otherwise an empty text.
     [[nodiscard]] QString serverName(const QUuid &uuid) const;
 
     /// A modal dialog that is not shown yet, for `start`. The task owns it.
     [[nodiscard]] BVProgressDialog *createDialog(const QString &label, const QString &title,
                                                  bool autoClose) const;
-    /// Deletes a dialog, if there is one; nothing that it emits reaches the task any more.
+    /// Disconnects the dialog from the task and deletes it, if there is one.
     void deleteDialog(QDialog *dialog);
 
     ApplicationModel *model;

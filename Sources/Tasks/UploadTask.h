@@ -5,10 +5,10 @@
 
 #include "Tasks/SingleServerTask.h"
 
-/// Sends one local file into one slot of one server. The bar shows the percentage of bytes sent;
-/// when all are out, the server imports the file and Cancel is disabled.
+/// Uploads one local file to one slot of one server. The bar shows the percentage of bytes sent.
+/// When all bytes are sent, the server imports the file and Cancel is disabled.
 ///
-/// Cancel ends the upload and shows no error. A file that can't be opened gives no result: the
+/// Cancel ends the upload and shows no error. If the file cannot be opened, no result arrives: the
 /// dialog stays at 0 percent until the operator cancels.
 class UploadTask final : public SingleServerTask
 {
@@ -25,7 +25,7 @@ public:
     void abort() override;
     [[nodiscard]] bool hasErrors() const override;
     [[nodiscard]] QString errorMessage() const override;
-    /// One line, or none if the upload has not failed.
+    /// One line if the upload failed, otherwise none.
     [[nodiscard]] QStringList errorDetails() const override;
 
 private slots:

@@ -21,8 +21,8 @@ class FocusReturn final : public QObject
     Q_OBJECT
 
 public:
-    /// `topLevel` becomes the parent. `first` is one of its widgets: it gets the focus as soon as it
-    /// is enabled, unless the operator has chosen another widget before.
+    /// `topLevel` becomes the parent. `first` is one of its widgets: it gets the focus as soon as
+    /// it is enabled, unless the operator has chosen another widget before.
     FocusReturn(QWidget *topLevel, QWidget *first);
 
 protected:
