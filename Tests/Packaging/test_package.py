@@ -129,7 +129,7 @@ class PackageTest(unittest.TestCase):
     def test_pages_lead_to_pages_that_are_there(self):
         folder = self.path(DOCUMENTATION)
         names = {name for page in folder.glob("*.md")
-                 for name in re.findall(r"`(\w+\.md)`|\]\(([^)#:]+)\)", page.read_text())
+                 for name in re.findall(r"`(\w+\.md)`|\]\(([^)#:]+)[#)]", page.read_text())
                  for name in name if name}
         self.assertIn("behaviour.md", names)
         self.assertIn("pictures/window-folders-list-medium.png", names)
