@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-# Compresses, in the tree that CPack is about to pack, what Debian wants compressed.
+# Compresses the files that Debian requires compressed, in the tree that CPack will pack.
 
 file(GLOB_RECURSE texts
     ${CPACK_TEMPORARY_DIRECTORY}/*.1 ${CPACK_TEMPORARY_DIRECTORY}/changelog)

@@ -4,7 +4,7 @@
 # Read by CPack before it makes a package.
 
 if(CPACK_GENERATOR STREQUAL "DEB")
-    # Without it CPack would leave the libraries out of the dependencies and say so in passing.
+    # Without it CPack would only print a message and omit the libraries from the dependencies.
     find_program(DPKG_SHLIBDEPS dpkg-shlibdeps)
     if(NOT DPKG_SHLIBDEPS)
         message(FATAL_ERROR "A Debian package needs dpkg-shlibdeps (Debian: dpkg-dev, file)")
