@@ -9,7 +9,8 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 FOLDERS = ("Docs", "Packaging", "Scripts", "Sources", "Tests", "Tools")
-PAGES = sorted([*ROOT.glob("*.md"), *(page for name in FOLDERS for page in (ROOT / name).rglob("*.md"))])
+PAGES = sorted([*ROOT.glob("*.md"),
+                *(page for name in FOLDERS for page in (ROOT / name).rglob("*.md"))])
 TOP = {entry.name for entry in ROOT.iterdir() if entry.is_dir()} - {"build"}
 FENCED = re.compile(r"^```.*?^```", re.M | re.S)
 LINK = re.compile(r"\]\(([^)]+)\)")
@@ -63,6 +64,19 @@ class Links(unittest.TestCase):
         self.assertIn("Docs/operator.md", LINK.findall(prose(ROOT / "README.md")))
         self.assertIn("Scripts/install-packages.sh", paths(ROOT / "README.md"))
         self.assertIn("Scripts/*-suppressions.txt", paths(ROOT / "CONTRIBUTING.md"))
+
+
+class Names(unittest.TestCase):
+    def test_namesOfTheCodeExist(self):
+        files = [file for name in ("Sources", "Tests") for pattern in ("*.h", "*.cpp")
+                 for file in (ROOT / name).rglob(pattern)]
+        code = "\n".join([*(file.read_text() for file in files), *(file.stem for file in files)])
+        known = {*re.findall(r"\w+(?:::\w+)*", code),
+                 *re.findall(r"(?=\b(\w+::\w+))", code)}
+        for page in (ROOT / "Docs/architecture.md", ROOT / "CONTRIBUTING.md"):
+            named = re.findall(r"`(\w+(?:::\w+)?)`", prose(page))
+            unknown = {name for name in named if re.search("::|[a-z][A-Z]", name)} - known
+            self.assertEqual(unknown, set(), name_of(page))
 
 
 class Lists(unittest.TestCase):
