@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ThumbnailTestKit.h"
+#include "Support/Wait.h"
 #include "Support/Loopback.h"
 #include "Support/WireServer.h"
 
@@ -60,7 +61,7 @@ private:
         timer.start();
         const qsizetype before = bank.finished.size();
         bank.service.loadThumbnails(folder, 0, address);
-        while (bank.finished.size() == before && timer.elapsed() < 30000)
+        while (bank.finished.size() == before && timer.elapsed() < patience)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         return timer.nsecsElapsed();
     }

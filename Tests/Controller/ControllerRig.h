@@ -6,6 +6,7 @@
 #include "Dialogs/TransferDialog.h"
 #include "Support/Loopback.h"
 #include "Support/PlayedServer.h"
+#include "Support/Wait.h"
 #include "Support/WindowRig.h"
 
 #include <QComboBox>
@@ -30,7 +31,7 @@ public:
     {
         server.wire.forgetRequests();
         controller().addServer(server.uuid, server.wire.address(), netmask, name);
-        return server.openStream() && QTest::qWaitFor([&] { return isConnected(server); }, 30000);
+        return server.openStream() && waitFor([&] { return isConnected(server); });
     }
 
     [[nodiscard]] bool isConnected(const PlayedServer &server) const
@@ -44,7 +45,7 @@ public:
     {
         const qsizetype before = server.libraryRequests();
         controller().serverLibraryChanged(server.uuid);
-        return QTest::qWaitFor([&] { return server.libraryRequests() > before; }, 30000);
+        return waitFor([&] { return server.libraryRequests() > before; });
     }
 
     /// The servers that a bank offers, by name.
@@ -108,8 +109,7 @@ public:
     [[nodiscard]] bool start(int count = 1)
     {
         rig.clickLeftToRight();
-        return QTest::qWaitFor([&] { return two.commands(PlayedServer::Sync).size() >= count; },
-                               30000);
+        return waitFor([&] { return two.commands(PlayedServer::Sync).size() >= count; });
     }
     /// As ControllerRig::settle.
     [[nodiscard]] bool settle(const PlayedServer &server) const { return rig.settle(server); }

@@ -6,6 +6,7 @@
 #include "ControllerRig.h"
 
 #include "Dialogs/BVProgressDialog.h"
+#include "Support/Wait.h"
 
 /// A window on the screen with two played servers in its banks, and no warnings but those that the
 /// test switches on.
@@ -76,7 +77,7 @@ public:
     [[nodiscard]] bool cancel(const QString &title) const
     {
         const auto shown = [&] { return dialog(title) && dialog(title)->isVisible(); };
-        if (!QTest::qWaitFor(shown, 30000))
+        if (!waitFor(shown))
             return false;
         QTest::keyClick(dialog(title), Qt::Key_Escape);
         return true;
@@ -84,8 +85,7 @@ public:
     /// Waits until the task is gone and its server's library was fetched anew.
     [[nodiscard]] bool isFetchedAnew(const PlayedServer &server) const
     {
-        return QTest::qWaitFor([&] { return !hasStarted() && server.libraryRequests() == 2; },
-                               30000);
+        return waitFor([&] { return !hasStarted() && server.libraryRequests() == 2; });
     }
     /// As ControllerRig::settle.
     [[nodiscard]] bool settle(const PlayedServer &server) const { return rig.settle(server); }

@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 #include "Support/WindowRig.h"
 #include "Support/WireServer.h"
 
@@ -210,7 +211,7 @@ void tst_ServerBankController::folderFillsFromTheServer()
 
     for (const WireRequest &request : peer.requests())
         request.answer(png(request.path().endsWith("/3.png") ? Qt::red : Qt::blue));
-    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankA()).count(), 257, 30000);
+    EVENTUALLY_COMPARE(listOf(rig.bankA()).count(), 257);
     QVERIFY(rig.bankA().isEnabled());
     QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
     QCOMPARE(topLeft(rig.bankA(), 6), QColor(Qt::blue));
@@ -236,13 +237,13 @@ void tst_ServerBankController::bothBanksLoadByThemselves()
 
     // Bank B is done first; bank A waits on.
     secondPeer.requests().first().answer(png(Qt::green));
-    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankB()).count(), 257, 30000);
+    EVENTUALLY_COMPARE(listOf(rig.bankB()).count(), 257);
     QVERIFY(rig.bankB().isEnabled());
     QVERIFY(!rig.bankA().isEnabled());
     QCOMPARE(listOf(rig.bankA()).count(), 256);
     for (const WireRequest &request : firstPeer.requests())
         request.answer(png(Qt::red));
-    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
+    EVENTUALLY(rig.bankA().isEnabled());
     QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
     QCOMPARE(topLeft(rig.bankB(), 8), QColor(Qt::green));
 }
@@ -265,7 +266,7 @@ void tst_ServerBankController::lateThumbnailsLeaveTheFolders()
     QCOMPARE(rig.bankA().currentFolder, -1);
     for (const WireRequest &request : firstPeer.requests())
         request.answer(png(Qt::red));
-    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
+    EVENTUALLY(rig.bankA().isEnabled());
     QCOMPARE(rig.bankA().currentFolder, -1);
     QCOMPARE(listOf(rig.bankA()).count(), 256);
     QCOMPARE(listOf(rig.bankA()).item(3)->text(), u"Stage"_s);
@@ -283,10 +284,9 @@ void tst_ServerBankController::failedThumbnailIsToldToNobody()
     LogCapture log;
 
     peer.requests().at(0).answer({}, {}, "404 Not Found");
-    QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1,
-                              30000);
+    EVENTUALLY_COMPARE(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1);
     peer.requests().at(1).answer(png(Qt::red));
-    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
+    EVENTUALLY(rig.bankA().isEnabled());
     QCOMPARE(listOf(rig.bankA()).count(), 257);
     QVERIFY(!QApplication::activeModalWidget());
 }
@@ -318,10 +318,9 @@ void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails()
     LogCapture log;
 
     peer.requests().at(0).answer(png(Qt::red));
-    QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Downloaded was a success"_s).size(), 1, 30000);
+    EVENTUALLY_COMPARE(log.texts().filter(u"Downloaded was a success"_s).size(), 1);
     peer.requests().at(1).answer({}, {}, "404 Not Found");
-    QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1,
-                              30000);
+    EVENTUALLY_COMPARE(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1);
     QVERIFY(!rig.bankA().isEnabled());
     QCOMPARE(listOf(rig.bankA()).count(), 256);
     remedy(rig);
@@ -338,7 +337,7 @@ void tst_ServerBankController::windowClosedDuringADownload()
     doubleClickRow(rig.bankA(), 3);
     QVERIFY(peer.waitForRequests(2));
     rig.window.reset();
-    QTRY_COMPARE_WITH_TIMEOUT(peer.openConnections(), 0, 30000);
+    EVENTUALLY_COMPARE(peer.openConnections(), 0);
 }
 
 QTEST_MAIN(tst_ServerBankController)

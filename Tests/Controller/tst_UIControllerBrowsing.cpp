@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 
 #include <QScrollBar>
 
@@ -178,7 +179,7 @@ void tst_UIControllerBrowsing::scrollingIsLinked()
     QVERIFY(stage.rig.show());
     QScrollBar *const barA = listOf(stage.rig.bankA()).verticalScrollBar();
     QScrollBar *const barB = listOf(stage.rig.bankB()).verticalScrollBar();
-    QTRY_VERIFY_WITH_TIMEOUT(barA->maximum() > 100 && barB->maximum() > 100, 30000);
+    EVENTUALLY(barA->maximum() > 100 && barB->maximum() > 100);
     barA->setValue(80);
     QCOMPARE(barB->value(), 80);
     barB->setValue(20);
@@ -192,11 +193,11 @@ void tst_UIControllerBrowsing::goingBackRestoresThePositionOfBankA()
     rig.connectServer(sampleServer(u"One"_s, loopback(51)));
     QVERIFY(rig.show());
     QScrollBar *const bar = listOf(rig.bankA()).verticalScrollBar();
-    QTRY_VERIFY_WITH_TIMEOUT(bar->maximum() > 100, 30000);
+    EVENTUALLY(bar->maximum() > 100);
     bar->setValue(70);
     rig.controller().folderChanged(3);
     rig.controller().backToFolders();
-    QTRY_COMPARE_WITH_TIMEOUT(bar->value(), 70, 30000);
+    EVENTUALLY_COMPARE(bar->value(), 70);
 }
 
 void tst_UIControllerBrowsing::goingBackRestoresTheScrollPosition()
@@ -206,12 +207,12 @@ void tst_UIControllerBrowsing::goingBackRestoresTheScrollPosition()
     QVERIFY(stage.rig.show());
     QScrollBar *const barA = listOf(stage.rig.bankA()).verticalScrollBar();
     QScrollBar *const barB = listOf(stage.rig.bankB()).verticalScrollBar();
-    QTRY_VERIFY_WITH_TIMEOUT(barA->maximum() > 100 && barB->maximum() > 100, 30000);
+    EVENTUALLY(barA->maximum() > 100 && barB->maximum() > 100);
     barA->setValue(70);
     stage.rig.controller().folderChanged(3);
     QCOMPARE(barA->value(), 0);
     stage.rig.controller().backToFolders();
-    QTRY_COMPARE_WITH_TIMEOUT(barA->value(), 70, 30000);
+    EVENTUALLY_COMPARE(barA->value(), 70);
     QCOMPARE(barB->value(), 70);
 }
 

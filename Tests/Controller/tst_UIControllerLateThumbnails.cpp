@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Wait.h"
 
 #include <QBuffer>
 
@@ -55,8 +56,8 @@ public:
         const QList<WireRequest> requests = peerOne.requests("/brenvoka/thumbnails/3/");
         for (const WireRequest &request : requests)
             request.answer(png(color));
-        return QTest::qWaitFor(
-            [&] { return log.texts().filter(u"Downloaded was a success"_s).size() >= 2; }, 30000);
+        return waitFor(
+            [&] { return log.texts().filter(u"Downloaded was a success"_s).size() >= 2; });
     }
 
     WireServer peerOne{loopback(1)};
@@ -174,7 +175,7 @@ void tst_UIControllerLateThumbnails::aFolderEnteredAgainShowsTheSecondLoad()
     QVERIFY(!stage.bankA.isEnabled());
     QVERIFY(stage.peerOne.waitForRequests(4, "/brenvoka/thumbnails/3/"));
     QVERIFY(stage.finishLoad());
-    QTRY_VERIFY_WITH_TIMEOUT(stage.bankA.isEnabled(), 30000);
+    EVENTUALLY(stage.bankA.isEnabled());
     QCOMPARE(listOf(stage.bankA).item(4)->text(), u"003: Sunset"_s);
     QCOMPARE(listOf(stage.bankA).item(4)->icon().pixmap(128, 96).toImage().pixelColor(2, 2),
              QColor(Qt::red));
@@ -190,7 +191,7 @@ void tst_UIControllerLateThumbnails::aNewLibraryDuringALoadShowsItsOwnVisuals()
     QVERIFY(!stage.bankA.isEnabled());
     QVERIFY(stage.peerOne.waitForRequests(4, "/brenvoka/thumbnails/3/"));
     QVERIFY(stage.finishLoad());
-    QTRY_VERIFY_WITH_TIMEOUT(stage.bankA.isEnabled(), 30000);
+    EVENTUALLY(stage.bankA.isEnabled());
     QCOMPARE(listOf(stage.bankA).item(4)->text(), u"003: Sunrise"_s);
     QCOMPARE(emptyRows(stage.bankA), emptySlots - 2);
 }

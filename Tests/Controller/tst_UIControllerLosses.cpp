@@ -7,6 +7,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 
 #include <functional>
 #include <utility>
@@ -233,7 +234,7 @@ void tst_UIControllerLosses::aDroppedServerIsDisconnectedFromTheService()
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
     rig.controller().removeServer(server.uuid);
     QVERIFY(log.texts().contains(u" Handler removed for server id "_s + server.uuid.toString()));
-    QTRY_VERIFY_WITH_TIMEOUT(!server.stream.isOpen(), 30000);
+    EVENTUALLY(!server.stream.isOpen());
 }
 
 void tst_UIControllerLosses::aServerThatCameBackIsDrawnAnew()
@@ -244,7 +245,7 @@ void tst_UIControllerLosses::aServerThatCameBackIsDrawnAnew()
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     server.stream.close();
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !rig.isConnected(server), 30000);
+    EVENTUALLY(!modals.pending() && !rig.isConnected(server));
     QVERIFY(rig.bringUp(server, u"One again"_s, library()));
     QCOMPARE(rig.offered(rig.bankA()), QStringList{u"One again"_s});
 }
@@ -258,7 +259,7 @@ void tst_UIControllerLosses::losingTheDestinationDuringATransferIsTheOnlyMessage
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     stage.two.stream.close();
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 30000);
+    EVENTUALLY(!modals.pending() && !stage.transferDialog());
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text,
              u"Server \"Two\" disconnected while an operation was in progress."_s);
@@ -273,12 +274,12 @@ void tst_UIControllerLosses::losingTheSourceAbortsTheTaskToo()
     modals.press(QMessageBox::Ok);
     stage.one.stream.send(Wire::frame(R"({"msg_type":4})"));
     stage.one.stream.close();
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 30000);
+    EVENTUALLY(!modals.pending() && !stage.transferDialog());
     QCOMPARE(modals.seen().first().text,
              u"Server \"One\" disconnected while an operation was in progress."_s);
     QCOMPARE(modals.seen().first().details, u"Server \"One\" was shut down."_s);
     // The destination may have changed.
-    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), fetched + 1, 30000);
+    EVENTUALLY_COMPARE(stage.two.libraryRequests(), fetched + 1);
 }
 
 void tst_UIControllerLosses::losingABystanderLeavesTheTaskAlone()
@@ -317,7 +318,7 @@ void tst_UIControllerLosses::discoveryLosesAServerOfTheTask()
     QCOMPARE(modals.seen().first().text,
              u"Server \"Two servers\" became unresponsive while an operation was in progress."_s);
     QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 30000);
+    EVENTUALLY(!stage.transferDialog());
 }
 
 void tst_UIControllerLosses::discoveryLosesAServerOfTheTaskThatIsInNeitherBank()
@@ -331,7 +332,7 @@ void tst_UIControllerLosses::discoveryLosesAServerOfTheTaskThatIsInNeitherBank()
     ModalDriver modals;
     stage.rig.controller().removeServer(stage.two.uuid);
     QVERIFY(modals.seen().isEmpty());
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 30000);
+    EVENTUALLY(!stage.transferDialog());
 }
 
 void tst_UIControllerLosses::theEndOfATaskAndItsAbortAreOneEnd()
@@ -353,9 +354,8 @@ void tst_UIControllerLosses::theEndOfATaskAndItsAbortAreOneEnd()
     });
     stage.two.sendStarted({0, 1});
     stage.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !stage.transferDialog(), 30000);
-    QTRY_COMPARE_WITH_TIMEOUT(
-        log.texts().count(u"Finish notification received from invalid task"_s), 1, 30000);
+    EVENTUALLY(!modals.pending() && !stage.transferDialog());
+    EVENTUALLY_COMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
     QCOMPARE(modals.seen().size(), 1);
 }
 

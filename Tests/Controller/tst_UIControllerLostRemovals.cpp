@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -35,8 +36,7 @@ void answerFive(PlayedServer &server)
 
 [[nodiscard]] bool waitForTheSixth(const PlayedServer &server)
 {
-    return QTest::qWaitFor(
-        [&server] { return server.commands(PlayedServer::Remove).size() > answered; }, 30000);
+    return waitFor([&server] { return server.commands(PlayedServer::Remove).size() > answered; });
 }
 
 /// Answers the removal on the wire and all that follow, and waits until the program has had the
@@ -53,8 +53,7 @@ void answerFive(PlayedServer &server)
         other.sendLibraryChanged();
         return other.libraryRequests() >= wanted;
     };
-    return QTest::qWaitFor([&] { return !sixth.isOpen(); }, 30000) &&
-           QTest::qWaitFor(fetched, 30000);
+    return waitFor([&] { return !sixth.isOpen(); }) && waitFor(fetched);
 }
 
 } // namespace
@@ -85,7 +84,7 @@ void tst_UIControllerLostRemovals::lostServerGetsNoRemovalUnderTheMessage()
         message.accept();
     });
     stage.one.stream.reset();
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 30000);
+    EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().first().text,
              u"Server \"One\" disconnected while an operation was in progress."_s);
     QCOMPARE(stage.one.commands(PlayedServer::Remove).size(), answered + 1);
@@ -106,7 +105,7 @@ void tst_UIControllerLostRemovals::lostSourceEndsTheRemovalsOfASync()
         message.accept();
     });
     stage.one.stream.reset();
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 30000);
+    EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().first().text,
              u"Server \"One\" disconnected while an operation was in progress."_s);
     QCOMPARE(stage.two.commands(PlayedServer::Remove).size(), answered + 1);

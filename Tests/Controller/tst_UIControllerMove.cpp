@@ -8,6 +8,7 @@
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
 #include "Support/RowDrag.h"
+#include "Support/Wait.h"
 
 #include <QSettings>
 
@@ -117,7 +118,7 @@ void tst_UIControllerMove::askingNoMoreIsSavedAtOnce()
     const QSettings settings(settingsFilePath(), QSettings::IniFormat);
     QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - moveWarning);
     QVERIFY(stage.isFetchedAnew(stage.one));
-    QTRY_VERIFY_WITH_TIMEOUT(!redrawn.isEmpty(), 30000);
+    EVENTUALLY(!redrawn.isEmpty());
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
     QVERIFY(stage.hasStarted());
     QCOMPARE(modals.seen().size(), 1);
@@ -198,10 +199,9 @@ void tst_UIControllerMove::aNameWithoutANumberIsSlotZero()
     const QSignalSpy redrawn(listOf(stage.bankA()).model(), &QAbstractItemModel::modelReset);
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
     QVERIFY(stage.isFetchedAnew(stage.one));
-    QTRY_VERIFY_WITH_TIMEOUT(!redrawn.isEmpty(), 30000);
+    EVENTUALLY(!redrawn.isEmpty());
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 2, stage.bankA(), 5));
-    QTRY_COMPARE_WITH_TIMEOUT(moves(stage.one), (QStringList{u"0: 0 to 1"_s, u"0: 1 to 0"_s}),
-                              30000);
+    EVENTUALLY_COMPARE(moves(stage.one), (QStringList{u"0: 0 to 1"_s, u"0: 1 to 0"_s}));
 }
 
 // Unlike removal and upload, which take the folder's place in the list for its number.
@@ -222,7 +222,7 @@ void tst_UIControllerMove::aFailureIsShownOnceAtTheEnd()
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 30000);
+    EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().first().text, u"Visual could not be moved"_s);
     QCOMPARE(modals.seen().first().details,
              u"Move from 003 to 001 in folder 003 on server \"One\" failed: it is <locked>."_s);
@@ -256,9 +256,8 @@ void tst_UIControllerMove::aSecondStartLetsGoOfTheFirst()
     QVERIFY(stage.one.wire.waitForRequests(2, executePath));
     for (const WireRequest &request : stage.one.wire.requests(executePath))
         request.answer(accepted);
-    QTRY_VERIFY_WITH_TIMEOUT(
-        log.texts().contains(u"Finish notification received from invalid task"_s), 30000);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.libraryRequests(), 2, 30000);
+    EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
+    EVENTUALLY_COMPARE(stage.one.libraryRequests(), 2);
 }
 
 void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen_data()
@@ -281,7 +280,7 @@ void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen()
             stage.one.stream.close();
         else
             stage.lose();
-        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 30000));
+        QVERIFY(waitFor([&] { return !modals.pending(); }));
         qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
     });
     if (toldByTheServer)
@@ -290,7 +289,7 @@ void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen()
     QVERIFY(!stage.rig.isConnected(stage.one));
     QVERIFY(log.texts().contains(u"Handler not found for id: "_s + stage.one.uuid.toString()));
     QVERIFY(stage.cancel(u"Moving..."_s));
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.hasStarted(), 30000);
+    EVENTUALLY(!stage.hasStarted());
     QVERIFY(stage.settle(stage.two));
     QCOMPARE(stage.one.libraryRequests(), 1);
 }

@@ -6,6 +6,7 @@
 #include "Support/ApplicationProxy.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Wait.h"
 #include "Support/WireServer.h"
 
 #include <QNetworkDiskCache>
@@ -70,9 +71,8 @@ void tst_UIControllerNetwork::thumbnailsAreFetchedPastTheProxy()
     rig.connectServer(oneVisualAFolder(ApplicationProxy::thisMachine().toString()));
     LogCapture log;
     rig.controller().folderChanged(0);
-    QTRY_VERIFY_WITH_TIMEOUT(proxy.wasUsed() ||
-                                 !log.texts().filter(u"Error while getting thumbnail"_s).isEmpty(),
-                             30000);
+    EVENTUALLY(proxy.wasUsed() ||
+               !log.texts().filter(u"Error while getting thumbnail"_s).isEmpty());
     QVERIFY(!proxy.wasUsed());
 }
 
@@ -84,7 +84,7 @@ void tst_UIControllerNetwork::thumbnailsAreFetchedWithoutACookie()
     rig.connectServer(oneVisualAFolder());
     for (int number = 0; number < 2; ++number) {
         rig.controller().folderChanged(number);
-        QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
+        EVENTUALLY(rig.bankA().isEnabled());
     }
     QCOMPARE(server.requests(thumbnails).size(), 2);
     for (const WireRequest &request : server.requests(thumbnails))
@@ -99,7 +99,7 @@ void tst_UIControllerNetwork::thumbnailCacheHas64Mebibytes()
     rig.connectServer(oneVisualAFolder());
     CacheOfReplies cache;
     rig.controller().folderChanged(0);
-    QTRY_COMPARE_WITH_TIMEOUT(cache.maximumSize, 67108864, 30000);
+    EVENTUALLY_COMPARE(cache.maximumSize, 67108864);
 }
 
 QTEST_MAIN(tst_UIControllerNetwork)

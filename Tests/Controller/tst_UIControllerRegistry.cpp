@@ -6,6 +6,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -64,7 +65,7 @@ void tst_UIControllerRegistry::aDiscoveredServerReachesTheScreen()
     QCOMPARE(rig.offered(rig.bankA()), QStringList());
 
     QVERIFY(server.openStream());
-    QTRY_COMPARE_WITH_TIMEOUT(rig.bankA().currentServerUuid(), server.uuid, 30000);
+    EVENTUALLY_COMPARE(rig.bankA().currentServerUuid(), server.uuid);
     QCOMPARE(rig.offered(rig.bankA()), QStringList{u"Stage left"_s});
     QCOMPARE(listOf(rig.bankA()).count(), 256);
     QCOMPARE(listOf(rig.bankA()).item(0)->text(), u"Intro"_s);
@@ -182,7 +183,7 @@ void tst_UIControllerRegistry::aServerIsOfferedAsSoonAsItHasFolders()
     QVERIFY(rig.bringUp(server, u"Empty"_s, {}));
     server.setLibrary(library());
     server.sendLibraryChanged();
-    QTRY_COMPARE_WITH_TIMEOUT(rig.bankA().currentServerUuid(), server.uuid, 30000);
+    EVENTUALLY_COMPARE(rig.bankA().currentServerUuid(), server.uuid);
 }
 
 void tst_UIControllerRegistry::aRenameClearsTheSelectionOfBothBanks()
@@ -246,7 +247,7 @@ void tst_UIControllerRegistry::aLostInterfaceIsForgottenByAddressAndMask()
     QCOMPARE(rig.bankA().currentServerUuid(), server.uuid);
     // The only request is that for the interface that comes back.
     rig.controller().addServerConnection(server.uuid, server.wire.address(), 8);
-    QTRY_VERIFY_WITH_TIMEOUT(server.libraryRequests() > 1, 30000);
+    EVENTUALLY(server.libraryRequests() > 1);
     QCOMPARE(server.libraryRequests(), 2);
 }
 
@@ -269,7 +270,7 @@ void tst_UIControllerRegistry::aChangedLibraryIsFetchedAndDrawn()
     QVERIFY(rig.bringUp(server, u"One"_s, library()));
     server.setLibrary({folder(0, u"Outro"_s)});
     server.sendLibraryChanged();
-    QTRY_COMPARE_WITH_TIMEOUT(listOf(rig.bankA()).item(0)->text(), u"Outro"_s, 30000);
+    EVENTUALLY_COMPARE(listOf(rig.bankA()).item(0)->text(), u"Outro"_s);
     QCOMPARE(rig.bankA().currentServerUuid(), server.uuid);
     QCOMPARE(server.wire.requests("/brenvoka/notifier.html").size(), 1);
 }
@@ -311,7 +312,7 @@ void tst_UIControllerRegistry::ratesAreShownByTheBankOfTheServer()
         return childOf<QLabel>(bank, name).text();
     };
     two.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":59.5,"TFPS":60.25,"MFPS":30,"FS":true})"));
-    QTRY_COMPARE_WITH_TIMEOUT(label(rig.bankB(), "serverStatusLabel"), u"Connected"_s, 30000);
+    EVENTUALLY_COMPARE(label(rig.bankB(), "serverStatusLabel"), u"Connected"_s);
     QCOMPARE(label(rig.bankB(), "cpuValueLabel"), u"59.50"_s);
     QCOMPARE(label(rig.bankB(), "gpuValueLabel"), u"60.25"_s);
     QCOMPARE(label(rig.bankA(), "serverStatusLabel"), u"Disconnected"_s);
@@ -320,7 +321,7 @@ void tst_UIControllerRegistry::ratesAreShownByTheBankOfTheServer()
     QCOMPARE(record.monitorFps, 30.0F);
 
     one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5,"TFPS":25.25})"));
-    QTRY_COMPARE_WITH_TIMEOUT(label(rig.bankA(), "cpuValueLabel"), u"24.50"_s, 30000);
+    EVENTUALLY_COMPARE(label(rig.bankA(), "cpuValueLabel"), u"24.50"_s);
     QCOMPARE(label(rig.bankA(), "gpuValueLabel"), u"25.25"_s);
     QCOMPARE(label(rig.bankB(), "cpuValueLabel"), u"59.50"_s);
 
@@ -352,10 +353,10 @@ void tst_UIControllerRegistry::theSignHidesOnlyWhileTwoServersAreEqual()
 
     two.setLibrary({folder(0, u"Outro"_s)});
     two.sendLibraryChanged();
-    QTRY_VERIFY_WITH_TIMEOUT(rig.isSyncWarningShown(), 30000);
+    EVENTUALLY(rig.isSyncWarningShown());
     two.setLibrary(library());
     two.sendLibraryChanged();
-    QTRY_VERIFY_WITH_TIMEOUT(!rig.isSyncWarningShown(), 30000);
+    EVENTUALLY(!rig.isSyncWarningShown());
 
     rig.controller().removeServer(two.uuid);
     QVERIFY(rig.isSyncWarningShown());

@@ -7,6 +7,7 @@
 #include "Support/LeakAllowed.h"
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 
 #include <QSettings>
 
@@ -252,7 +253,7 @@ void tst_UIControllerRemoval::failuresAreShownOnceAtTheEnd()
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     OperationStage::clickRemove(stage.bankA());
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 30000);
+    EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().first().text, u"Failed to remove 2 visuals from a total of 2."_s);
     QCOMPARE(modals.seen().first().details,
              u"Remove visual 003 in folder 003 on server \"One\" failed: it is <locked>.\n"
@@ -273,7 +274,7 @@ void tst_UIControllerRemoval::aCancelKeepsWhatWasNotSent()
     stage.one.wire.requests(executePath).first().answer(accepted);
     // The next command comes behind all that might have been queued.
     stage.controller().handleMoveVisual(3, 4, ServerDeckA);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.commands(PlayedServer::Move).size(), 1, 30000);
+    EVENTUALLY_COMPARE(stage.one.commands(PlayedServer::Move).size(), 1);
     QCOMPARE(stage.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
 }
 
@@ -290,9 +291,8 @@ void tst_UIControllerRemoval::aCancelTogetherWithTheLastResultIsOneEnd()
     // Cancelled after the task's end was posted and before that is received.
     BVProgressDialog *const dialog = stage.dialog(u"Removing..."_s);
     connect(dialog, &QDialog::accepted, dialog, &QDialog::reject, Qt::QueuedConnection);
-    QTRY_COMPARE_WITH_TIMEOUT(
-        log.texts().count(u"Finish notification received from invalid task"_s), 1, 30000);
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !QApplication::activeModalWidget(), 30000);
+    EVENTUALLY_COMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
+    EVENTUALLY(!modals.pending() && !QApplication::activeModalWidget());
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text, u"Failed to remove 1 visuals from a total of 1."_s);
     QVERIFY(stage.isFetchedAnew(stage.one));
@@ -314,12 +314,11 @@ void tst_UIControllerRemoval::aSecondStartLetsGoOfTheFirst()
     QVERIFY(stage.one.wire.waitForRequests(1, executePath));
     stage.one.accept();
     stage.one.wire.requests(executePath).first().answer(accepted);
-    QTRY_VERIFY_WITH_TIMEOUT(
-        log.texts().contains(u"Finish notification received from invalid task"_s), 30000);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.libraryRequests(), 2, 30000);
+    EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
+    EVENTUALLY_COMPARE(stage.one.libraryRequests(), 2);
     QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.visuals(PlayedServer::Remove),
-                              (Refs{{3, 3}, {3, 5}, {3, 3}, {3, 5}}), 30000);
+    EVENTUALLY_COMPARE(stage.one.visuals(PlayedServer::Remove),
+                       (Refs{{3, 3}, {3, 5}, {3, 3}, {3, 5}}));
 }
 
 // While the first visual is on the wire, the queue holds 5, 5, 7: without its head that is 7, 7.
@@ -340,9 +339,9 @@ void tst_UIControllerRemoval::aQueueWithDuplicatesRepeatsItsLast()
     QVERIFY(stage.one.wire.waitForRequests(1, executePath));
     stage.one.accept();
     stage.one.wire.requests(executePath).first().answer(accepted);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.visuals(PlayedServer::Remove),
-                              (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 7}}), 30000);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.libraryRequests(), 2, 30000);
+    EVENTUALLY_COMPARE(stage.one.visuals(PlayedServer::Remove),
+                       (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 7}}));
+    EVENTUALLY_COMPARE(stage.one.libraryRequests(), 2);
 }
 
 void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen_data()
@@ -364,7 +363,7 @@ void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen()
             stage.one.stream.close();
         else
             stage.lose();
-        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 30000));
+        QVERIFY(waitFor([&] { return !modals.pending(); }));
         qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
     });
     if (toldByTheServer)

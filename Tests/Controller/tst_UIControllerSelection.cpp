@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LeakAllowed.h"
+#include "Support/Wait.h"
 
 #include <functional>
 
@@ -56,7 +57,7 @@ public:
     [[nodiscard]] bool finishRedraw()
     {
         peerTwo.requests().last().answer("no picture");
-        return QTest::qWaitFor([&] { return bankB.isEnabled(); }, 30000);
+        return waitFor([&] { return bankB.isEnabled(); });
     }
 
     WireServer peerOne{loopback(1)};
@@ -156,13 +157,12 @@ void tst_UIControllerSelection::theLibraryOfAThirdServerLeavesTheArrowItsFolder(
     clickRow(stage.rig.bankA(), 3);
     third.setLibrary(full);
     third.sendLibraryChanged();
-    QTRY_VERIFY_WITH_TIMEOUT(
-        !stage.rig.controller().connectedServer(third.uuid).folderAt(3).files.isEmpty(), 30000);
+    EVENTUALLY(!stage.rig.controller().connectedServer(third.uuid).folderAt(3).files.isEmpty());
 
     QVERIFY(stage.start());
     stage.two.sendStarted({3, 3});
     stage.two.sendEnded({3, 3}, Brenvoka::SyncFinished);
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 30000); // nothing else was asked for
+    EVENTUALLY(!stage.transferDialog()); // nothing else was asked for
     QCOMPARE(stage.two.visuals(PlayedServer::Sync), (QList<VisualRef>{{3, 3}}));
 }
 
@@ -206,13 +206,13 @@ void tst_UIControllerSelection::aBankThatStillLoadsSendsWhatTheOtherShowsSelecte
     stage.two.wire.answer("/brenvoka/thumbnails/", "no picture"); // from the next redraw on
 
     stage.rig.clickRightToLeft();
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.one.commands(PlayedServer::Sync).isEmpty(), 30000);
+    EVENTUALLY(!stage.one.commands(PlayedServer::Sync).isEmpty());
     stage.one.sendStarted({0, 255});
     stage.one.sendEnded({0, 255}, Brenvoka::SyncFinished);
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 30000);
+    EVENTUALLY(!stage.transferDialog());
     QCOMPARE(stage.one.visuals(PlayedServer::Sync), (QList<VisualRef>{{0, 255}}));
 
-    QTRY_COMPARE_WITH_TIMEOUT(selected(stage.rig.bankB()), Rows{256}, 30000);
+    EVENTUALLY_COMPARE(selected(stage.rig.bankB()), Rows{256});
     QCOMPARE(selected(stage.rig.bankA()), Rows{256});
 }
 

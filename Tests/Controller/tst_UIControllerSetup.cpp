@@ -6,6 +6,7 @@
 #include "Dialogs/BVProgressDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/ProgressDialogs.h"
+#include "Support/Wait.h"
 
 #include <QDirIterator>
 #include <QProgressBar>
@@ -70,7 +71,7 @@ void tst_UIControllerSetup::thumbnailsHaveADiskCacheOfTheirOwn()
     server.wire.answer("/brenvoka/thumbnails/", "no picture", "Cache-Control: max-age=3600\r\n");
     QVERIFY(rig.bringUp(server, u"One"_s, {unseenFolder(1)}));
     rig.controller().folderChanged(0);
-    QTRY_VERIFY_WITH_TIMEOUT(cachedFiles(), 30000);
+    EVENTUALLY(cachedFiles());
 }
 
 void tst_UIControllerSetup::theDiskCacheKeepsManyThumbnails()
@@ -92,8 +93,8 @@ void tst_UIControllerSetup::theDiskCacheKeepsManyThumbnails()
                        "Cache-Control: max-age=3600\r\n");
     QVERIFY(rig.bringUp(server, u"One"_s, {unseenFolder(count)}));
     rig.controller().folderChanged(0);
-    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
-    QTRY_VERIFY_WITH_TIMEOUT(cached() > count * size, 30000);
+    EVENTUALLY(rig.bankA().isEnabled());
+    EVENTUALLY(cached() > count * size);
 }
 
 void tst_UIControllerSetup::theDeckIsKnownToTheMetaTypeSystem()
@@ -170,7 +171,7 @@ void tst_UIControllerSetup::downloadsOfBothBanksAddUp()
     QCOMPARE(thumbnailProgress(rig).windowTitle(), u"Downloading"_s);
     rig.controller().updateProgress();
     QCOMPARE(thumbnailProgress(rig).progress(), 1);
-    QTRY_VERIFY_WITH_TIMEOUT(thumbnailProgress(rig).isVisible(), 30000);
+    EVENTUALLY(thumbnailProgress(rig).isVisible());
 }
 
 void tst_UIControllerSetup::aShortDownloadShowsNoDialog()
@@ -181,7 +182,7 @@ void tst_UIControllerSetup::aShortDownloadShowsNoDialog()
     rig.controller().updateProgress();
     bool passed = false;
     QTimer::singleShot(700, this, [&passed] { passed = true; });
-    QTRY_VERIFY_WITH_TIMEOUT(passed, 30000);
+    EVENTUALLY(passed);
     QCOMPARE(shown.count, 0);
 }
 
@@ -189,7 +190,7 @@ void tst_UIControllerSetup::theLastStepClosesTheDialogAndResetsIt()
 {
     WindowRig rig;
     rig.controller().increaseThumbnailDownloadSize(2);
-    QTRY_VERIFY_WITH_TIMEOUT(thumbnailProgress(rig).isVisible(), 30000);
+    EVENTUALLY(thumbnailProgress(rig).isVisible());
     QSignalSpy canceled(&rig.controller(), &UIController::downloadCanceled);
     rig.controller().updateProgress();
     rig.controller().updateProgress();
@@ -219,10 +220,10 @@ void tst_UIControllerSetup::aFolderIsDownloadedThroughTheDialog()
     QVERIFY(server.wire.waitForRequests(4, "/brenvoka/thumbnails/"));
     for (const WireRequest &request : server.wire.requests("/brenvoka/thumbnails/"))
         request.answer("no picture", "Cache-Control: no-store\r\n");
-    QTRY_VERIFY_WITH_TIMEOUT(rig.bankA().isEnabled(), 30000);
+    EVENTUALLY(rig.bankA().isEnabled());
     QCOMPARE(listOf(rig.bankA()).count(), 257);
     // Each reply is counted by the services of both banks.
-    QTRY_COMPARE_WITH_TIMEOUT(thumbnailProgress(rig.rig).progress(), 4, 30000);
+    EVENTUALLY_COMPARE(thumbnailProgress(rig.rig).progress(), 4);
     QCOMPARE(thumbnailProgress(rig.rig).maximum(), 0);
 }
 
@@ -236,7 +237,7 @@ void tst_UIControllerSetup::aCancelledDownloadLeavesTheBanksEnabled()
     rig.controller().folderChanged(0);
     QVERIFY(!rig.bankA().isEnabled() && !rig.bankB().isEnabled());
     BVProgressDialog &dialog = thumbnailProgress(rig.rig);
-    QTRY_VERIFY_WITH_TIMEOUT(dialog.isVisible(), 30000);
+    EVENTUALLY(dialog.isVisible());
     QCOMPARE(dialog.maximum(), 5);
     QSignalSpy canceled(&rig.controller(), &UIController::downloadCanceled);
     QTest::keyClick(&dialog, Qt::Key_Escape);

@@ -5,6 +5,7 @@
 
 #include "Service/ServerListenerService.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Wait.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -32,7 +33,7 @@ void tst_UIControllerSignals::whatDiscoveryTellsReachesTheRegistry()
     QVERIFY(listener);
     emit listener->addServer(server.uuid, server.wire.address(), 8, u"One"_s);
     QVERIFY(server.openStream());
-    QTRY_VERIFY_WITH_TIMEOUT(rig.isConnected(server), 30000);
+    EVENTUALLY(rig.isConnected(server));
 
     const Server &record = rig.controller().connectedServer(server.uuid);
     const ServerConnection first(server.wire.address(), 8);

@@ -8,6 +8,7 @@
 #include "Support/LeakAllowed.h"
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 
 #include <QPointer>
 
@@ -73,7 +74,7 @@ void tst_UIControllerSync::aSelectedFolderIsComparedAlone()
     QVERIFY(stage.start());
     stage.two.sendStarted({0, 2});
     stage.two.sendEnded({0, 2}, Brenvoka::SyncFinished);
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.transferDialog(), 30000);
+    EVENTUALLY(!stage.transferDialog());
     QCOMPARE(stage.two.wire.requests("/brenvoka/execute.html").size(), 1);
     QCOMPARE(stage.two.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
 }
@@ -95,7 +96,7 @@ void tst_UIControllerSync::theOtherDirectionIsTheOtherButton()
     SyncStage stage;
     QVERIFY(stage.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {visual(2, u"y"_s, 2)})}));
     stage.rig.clickRightToLeft();
-    QTRY_COMPARE_WITH_TIMEOUT(stage.one.visuals(PlayedServer::Sync), (Refs{{0, 2}}), 30000);
+    EVENTUALLY_COMPARE(stage.one.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
     QCOMPARE(stage.one.commands(PlayedServer::Sync).first().field("serverURL"),
              u"http://" LOOPBACK(102) ":4567"_s);
 }
@@ -106,9 +107,9 @@ void tst_UIControllerSync::anEqualSlotStillTouchesItsFolder()
     QVERIFY(stage.open({folder(0, u"a"_s, {visual(1, u"x"_s, 1)})},
                        {folder(0, u"b"_s, {visual(1, u"x"_s, 1)})}));
     stage.rig.clickLeftToRight();
-    QTRY_COMPARE_WITH_TIMEOUT(stage.two.commands(PlayedServer::Rename).size(), 1, 30000);
+    EVENTUALLY_COMPARE(stage.two.commands(PlayedServer::Rename).size(), 1);
     QCOMPARE(stage.two.commands(PlayedServer::Rename).first().field("folderName"), u"a"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), 2, 30000);
+    EVENTUALLY_COMPARE(stage.two.libraryRequests(), 2);
     QCOMPARE(stage.two.wire.requests("/brenvoka/execute.html").size(), 1);
 }
 
@@ -130,8 +131,7 @@ void tst_UIControllerSync::whatTheSourceLacksIsRemoved()
     QVERIFY(stage.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {visual(1, u"x"_s, 1)}),
                                              folder(1, u"b"_s, {visual(9, u"x"_s, 1)})}));
     stage.rig.clickLeftToRight();
-    QTRY_COMPARE_WITH_TIMEOUT(stage.two.visuals(PlayedServer::Remove), (Refs{{0, 1}, {1, 9}}),
-                              30000);
+    EVENTUALLY_COMPARE(stage.two.visuals(PlayedServer::Remove), (Refs{{0, 1}, {1, 9}}));
     QCOMPARE(stage.two.commands(PlayedServer::Rename).size(), 0);
 }
 
@@ -188,7 +188,7 @@ void tst_UIControllerSync::nothingToDoFetchesTheLibrary()
     QVERIFY(stage.open({folder(0, u"a"_s, {visual(1, u"x"_s, 1)})},
                        {folder(0, u"a"_s, {visual(1, u"x"_s, 1)})}));
     stage.rig.clickLeftToRight();
-    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), 2, 30000);
+    EVENTUALLY_COMPARE(stage.two.libraryRequests(), 2);
     QCOMPARE(stage.one.libraryRequests(), 1);
     QVERIFY(!stage.transferDialog());
     QVERIFY(stage.two.wire.requests("/brenvoka/execute.html").isEmpty());
@@ -203,18 +203,16 @@ void tst_UIControllerSync::theLibraryIsFetchedAtTheEndAlone()
     stage.two.sendLibraryChanged();
     stage.one.sendLibraryChanged();
     stage.two.sendProgress({0, 1}, Brenvoka::SyncTransferring, 50);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.transferDialog()->rows.at({0, 1}).percent, 50, 30000);
+    EVENTUALLY_COMPARE(stage.transferDialog()->rows.at({0, 1}).percent, 50);
     // What the source says comes on a stream of its own: the rates show that all was heard.
     stage.one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5})"));
-    QTRY_VERIFY_WITH_TIMEOUT(stage.rig.controller().connectedServer(stage.one.uuid).hasFpsStats,
-                             30000);
+    EVENTUALLY(stage.rig.controller().connectedServer(stage.one.uuid).hasFpsStats);
     QCOMPARE(stage.two.libraryRequests(), 1);
     stage.two.sendEnded({0, 1}, Brenvoka::SyncFinished);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), 2, 30000);
+    EVENTUALLY_COMPARE(stage.two.libraryRequests(), 2);
     QVERIFY(!stage.transferDialog());
     // A change that is told while a library is still on its way asks for nothing new.
-    QTRY_VERIFY_WITH_TIMEOUT((stage.two.sendLibraryChanged(), stage.two.libraryRequests() > 2),
-                             30000);
+    EVENTUALLY((stage.two.sendLibraryChanged(), stage.two.libraryRequests() > 2));
     QCOMPARE(stage.one.libraryRequests(), 1);
 }
 
@@ -225,17 +223,15 @@ void tst_UIControllerSync::theLibraryIsFetchedAfterACancel()
     stage.two.wire.hold("/brenvoka/execute.html");
     stage.rig.clickLeftToRight();
     BVProgressDialog *removing = nullptr;
-    QTRY_VERIFY_WITH_TIMEOUT(
-        [&] {
-            for (auto *const dialog : stage.rig.rig.window->findChildren<BVProgressDialog *>()) {
-                if (dialog->windowTitle() == u"Removing..."_s && dialog->isVisible())
-                    removing = dialog;
-            }
-            return removing;
-        }(),
-        30000);
+    EVENTUALLY([&] {
+        for (auto *const dialog : stage.rig.rig.window->findChildren<BVProgressDialog *>()) {
+            if (dialog->windowTitle() == u"Removing..."_s && dialog->isVisible())
+                removing = dialog;
+        }
+        return removing;
+    }());
     QTest::keyClick(removing, Qt::Key_Escape);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), 2, 30000);
+    EVENTUALLY_COMPARE(stage.two.libraryRequests(), 2);
 }
 
 void tst_UIControllerSync::errorsAreShownOnceAtTheEnd()
@@ -249,11 +245,11 @@ void tst_UIControllerSync::errorsAreShownOnceAtTheEnd()
     ModalDriver modals;
     modals.answer([&](QDialog &errors) {
         // The library does not wait for the operator.
-        QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), 2, 10000);
+        EVENTUALLY_COMPARE(stage.two.libraryRequests(), 2);
         errors.accept();
     });
     stage.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && !QApplication::activeModalWidget(), 30000);
+    EVENTUALLY(!modals.pending() && !QApplication::activeModalWidget());
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text, u"Folder synchronization completed with errors"_s);
     QCOMPARE(modals.seen().first().details,
@@ -276,7 +272,7 @@ void tst_UIControllerSync::theFreshLibraryReachesTheScreen()
     stage.two.setLibrary(source);
     stage.two.sendStarted({0, 1});
     stage.two.sendEnded({0, 1}, Brenvoka::SyncFinished);
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.rig.isSyncWarningShown(), 30000);
+    EVENTUALLY(!stage.rig.isSyncWarningShown());
     QVERIFY(stage.rig.bankA().sameMarks.all());
     QVERIFY(stage.rig.bankB().sameMarks.all());
 }
@@ -305,10 +301,9 @@ void tst_UIControllerSync::aSecondStartLetsGoOfTheFirst()
     stage.two.wire.requests("/brenvoka/execute.html")
         .first()
         .answer(R"({"msg_type":7,"RESULT":0})");
-    QTRY_VERIFY_WITH_TIMEOUT(
-        log.texts().contains(u"Finish notification received from invalid task"_s), 30000);
+    EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
     // The first task's result is the second's as well: each ends with it.
-    QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), 2, 30000);
+    EVENTUALLY_COMPARE(stage.two.libraryRequests(), 2);
 }
 
 void tst_UIControllerSync::theWindowGoesWithItsTask()
@@ -322,7 +317,7 @@ void tst_UIControllerSync::theWindowGoesWithItsTask()
             [&] { isTaskDeleted = dialog.isNull(); });
     stage.rig.rig.window.reset();
     QVERIFY(isTaskDeleted);
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.two.stream.isOpen(), 30000);
+    EVENTUALLY(!stage.two.stream.isOpen());
     QVERIFY(QApplication::topLevelWidgets().isEmpty());
 }
 

@@ -6,6 +6,7 @@
 #include "Dialogs/BVProgressDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -34,8 +35,7 @@ public:
                 request.answer(accepted);
         });
         stage.rig.clickLeftToRight();
-        return isOpen &&
-               QTest::qWaitFor([&] { return !stage.two.commands(phase).isEmpty(); }, 30000);
+        return isOpen && waitFor([&] { return !stage.two.commands(phase).isEmpty(); });
     }
     /// Whether a dialog of the task is left; that of the thumbnails always is.
     [[nodiscard]] bool isOver() const
@@ -92,14 +92,14 @@ void tst_UIControllerSyncLosses::aLossInAnyPhaseIsTheEndAndTheOnlyMessage()
     ModalDriver modals;
     modals.answer([&](QDialog &message) {
         // Its stream is closed before the operator has read the message.
-        QVERIFY(QTest::qWaitFor([&] { return !lost.stream.isOpen(); }, 30000));
+        QVERIFY(waitFor([&] { return !lost.stream.isOpen(); }));
         message.accept();
     });
     if (isSilent)
         stage.rig.controller().removeServer(lost.uuid);
     else
         lost.stream.close();
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending() && sync.isOver(), 30000);
+    EVENTUALLY(!modals.pending() && sync.isOver());
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text,
              u"Server \"%1\" %2 while an operation was in progress."_s.arg(
@@ -107,7 +107,7 @@ void tst_UIControllerSyncLosses::aLossInAnyPhaseIsTheEndAndTheOnlyMessage()
                  isSilent ? u"became unresponsive"_s : u"disconnected"_s));
     // The destination may have changed, if it is still there.
     if (isSource)
-        QTRY_COMPARE_WITH_TIMEOUT(stage.two.libraryRequests(), 2, 30000);
+        EVENTUALLY_COMPARE(stage.two.libraryRequests(), 2);
     else
         QVERIFY(stage.settle(stage.one));
     QCOMPARE(stage.two.libraryRequests(), isSource ? 2 : 1);
@@ -123,17 +123,17 @@ void tst_UIControllerSyncLosses::theDestinationGoesUnderTheErrorsOfItsTask()
     ModalDriver modals;
     modals.answer([&](QDialog &errors) {
         stage.two.stream.close();
-        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 30000));
+        QVERIFY(waitFor([&] { return !modals.pending(); }));
         errors.accept();
     });
     modals.press(QMessageBox::Ok);
     stage.two.sendStarted({0, 1});
     stage.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
-    QTRY_COMPARE_WITH_TIMEOUT(modals.seen().size(), 2, 30000);
+    EVENTUALLY_COMPARE(modals.seen().size(), 2);
     QCOMPARE(modals.seen().first().text, u"Folder synchronization completed with errors"_s);
     // Its operation is over.
     QCOMPARE(modals.seen().last().text, u"Server \"Two\" disconnected."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(!QApplication::activeModalWidget(), 30000);
+    EVENTUALLY(!QApplication::activeModalWidget());
     QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
     QCOMPARE(stage.rig.bankA().currentServerUuid(), stage.one.uuid);
 }
@@ -146,7 +146,7 @@ void tst_UIControllerSyncLosses::theSecondServerGoesUnderTheMessageOfTheFirst()
     ModalDriver modals;
     modals.answer([&](QDialog &first) {
         stage.one.stream.close();
-        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 30000));
+        QVERIFY(waitFor([&] { return !modals.pending(); }));
         first.accept();
     });
     modals.press(QMessageBox::Ok);

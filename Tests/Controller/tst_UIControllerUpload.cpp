@@ -7,6 +7,7 @@
 #include "Support/LeakAllowed.h"
 #include "Support/LogCapture.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 
 #include <QDialogButtonBox>
 #include <QFile>
@@ -150,7 +151,7 @@ void tst_UIControllerUpload::fullAndNotAnsweredIsImporting()
     UploadStage upload;
     QVERIFY(upload.open());
     upload.upload();
-    QTRY_VERIFY_WITH_TIMEOUT(upload.stage.dialog(u"Importing..."_s), 30000);
+    EVENTUALLY(upload.stage.dialog(u"Importing..."_s));
     BVProgressDialog *const dialog = upload.stage.dialog(u"Importing..."_s);
     QCOMPARE(dialog->progress(), 100);
     QCOMPARE(dialog->findChild<QLabel *>()->text(), u"Importing visual"_s);
@@ -170,11 +171,11 @@ void tst_UIControllerUpload::aCancelEndsTheRequest()
     // What is left is far more than fits into the buffers on the way.
     connect(dialog->findChild<QProgressBar *>(), &QProgressBar::valueChanged, dialog,
             [&] { upload.stage.one.wire.setReading(false); });
-    QTRY_VERIFY_WITH_TIMEOUT(dialog->progress() > 0, 30000);
+    EVENTUALLY(dialog->progress() > 0);
     QVERIFY(dialog->progress() < 100);
     QTest::mouseClick(upload.buttons(u"Uploading..."_s).button(QDialogButtonBox::Cancel),
                       Qt::LeftButton);
-    QTRY_VERIFY_WITH_TIMEOUT(!upload.stage.hasStarted(), 30000);
+    EVENTUALLY(!upload.stage.hasStarted());
     upload.stage.one.wire.setReading(true);
     QVERIFY(upload.stage.isFetchedAnew(upload.stage.one));
     QVERIFY(upload.stage.one.wire.requests(uploadPath).isEmpty()); // never whole
@@ -191,7 +192,7 @@ void tst_UIControllerUpload::aFailureIsShownOnceAtTheEnd()
     ModalDriver modals;
     modals.chooseFile(upload.file()).press(QMessageBox::Ok);
     OperationStage::clickUpload(upload.stage.bankA());
-    QTRY_VERIFY_WITH_TIMEOUT(!modals.pending(), 30000);
+    EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().last().text, u"Visual could not be uploaded"_s);
     QCOMPARE(modals.seen().last().details, u"Upload for visual 009 in folder 003 to server \"One\" "
                                            "failed: it is <locked>."_s);
@@ -231,9 +232,8 @@ void tst_UIControllerUpload::aSecondStartLetsGoOfTheFirst()
     upload.upload();
     QVERIFY(upload.stage.one.wire.waitForRequests(1, uploadPath));
     upload.stage.one.wire.requests(uploadPath).first().answer(accepted);
-    QTRY_VERIFY_WITH_TIMEOUT(
-        log.texts().contains(u"Finish notification received from invalid task"_s), 30000);
-    QTRY_COMPARE_WITH_TIMEOUT(upload.stage.one.libraryRequests(), 2, 30000);
+    EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
+    EVENTUALLY_COMPARE(upload.stage.one.libraryRequests(), 2);
     QCOMPARE(upload.stage.one.wire.requests(uploadPath).size(), 1); // one at a time
 }
 
@@ -258,7 +258,7 @@ void tst_UIControllerUpload::theServerGoesWhileTheFileDialogIsOpen()
             upload.stage.one.stream.close();
         else
             upload.stage.lose();
-        QVERIFY(QTest::qWaitFor([&] { return !modals.pending(); }, 30000));
+        QVERIFY(waitFor([&] { return !modals.pending(); }));
         upload.choose(dialog);
     });
     if (toldByTheServer)
@@ -268,7 +268,7 @@ void tst_UIControllerUpload::theServerGoesWhileTheFileDialogIsOpen()
     QVERIFY(
         log.texts().contains(u"Handler not found for id: "_s + upload.stage.one.uuid.toString()));
     QVERIFY(upload.stage.cancel(u"Uploading..."_s));
-    QTRY_VERIFY_WITH_TIMEOUT(!upload.stage.hasStarted(), 30000);
+    EVENTUALLY(!upload.stage.hasStarted());
     QVERIFY(upload.stage.settle(upload.stage.two));
     QCOMPARE(upload.stage.one.libraryRequests(), 1);
 }

@@ -6,6 +6,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
 #include "Support/Pixels.h"
+#include "Support/Wait.h"
 
 #include <QDialogButtonBox>
 #include <QFile>
@@ -281,7 +282,7 @@ void tst_UIControllerUploadDialogs::theFileDialogOpensWhereTheLastFileWas()
     modals.chooseFile(file.fileName());
     OperationStage::clickUpload(stage.bankA());
     QVERIFY(stage.isFetchedAnew(stage.one));
-    QTRY_VERIFY_WITH_TIMEOUT(!redrawn.isEmpty(), 30000);
+    EVENTUALLY(!redrawn.isEmpty());
     for (int attempt = 0; attempt < 2;
          ++attempt) { // a dialog left without a choice forgets nothing
         QString directory;
@@ -313,7 +314,7 @@ void tst_UIControllerUploadDialogs::aFileWithoutASuffixIsNotOffered()
         QSignalSpy listed(dialog.findChild<QFileSystemModel *>(),
                           &QFileSystemModel::directoryLoaded);
         dynamic_cast<QFileDialog &>(dialog).setDirectory(clips);
-        QTRY_VERIFY_WITH_TIMEOUT(listed.contains(QVariantList{clips.path()}), 30000);
+        EVENTUALLY(listed.contains(QVariantList{clips.path()}));
         dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(file.fileName());
         QVERIFY(
             !dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->isEnabled());
@@ -348,7 +349,7 @@ void tst_UIControllerUploadDialogs::theFileDialogCanBeRead()
             return widget.rect().adjusted(4, 4, -4, -4);
         };
         auto *const files = dialog.findChild<QTreeView *>(u"treeView"_s);
-        QTRY_VERIFY_WITH_TIMEOUT(files->model()->rowCount(files->rootIndex()) > 0, 30000);
+        EVENTUALLY(files->model()->rowCount(files->rootIndex()) > 0);
         const QModelIndex first = files->model()->index(0, 0, files->rootIndex());
         QVERIFY(isReadable(files->viewport(), files->visualRect(first).adjusted(24, 0, 0, 0)));
         QVERIFY(isReadable(files->header()->viewport(), inside(*files->header())));

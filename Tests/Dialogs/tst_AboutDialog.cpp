@@ -4,6 +4,7 @@
 #include "Dialogs/AboutDialog.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/Wait.h"
 
 #include <QFile>
 #include <QLabel>
@@ -74,7 +75,7 @@ private slots:
         QCOMPARE(text(dialog, u"labelTeam"), u"TextLabel"_s);
         QCOMPARE(text(dialog, u"labelVersion"), u"Version 1.0.3"_s);
         dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&dialog, 30000));
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
     }
 
     void okClosesItAndItOpensAgain()

@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Pixels.h"
+#include "Support/Wait.h"
 
 #include <QDialogButtonBox>
 #include <QElapsedTimer>
@@ -44,7 +45,7 @@ void letTheDelayPass()
     later.setSingleShot(true);
     QSignalSpy spy(&later, &QTimer::timeout);
     later.start(600ms);
-    QVERIFY(spy.wait(30'000));
+    QVERIFY(spy.wait(patience));
 }
 
 } // namespace
@@ -107,7 +108,7 @@ private slots:
         clock.start();
         screen.dialog.addSteps(2, true);
         screen.dialog.advance();
-        QTRY_VERIFY_WITH_TIMEOUT(screen.dialog.isVisible(), 30'000);
+        EVENTUALLY(screen.dialog.isVisible());
         QVERIFY2(clock.elapsed() >= 500, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(screen.dialog.progress(), 1);
     }
@@ -123,7 +124,7 @@ private slots:
         screen.dialog.addSteps(2, true);
         QTimer::singleShot(600ms, Qt::PreciseTimer, &screen.dialog,
                            [&] { shownLate = screen.dialog.isVisible(); });
-        QTRY_VERIFY_WITH_TIMEOUT(shownLate.has_value(), 30'000);
+        EVENTUALLY(shownLate.has_value());
         QVERIFY(!shownEarly);
         QVERIFY(*shownLate);
     }

@@ -4,6 +4,7 @@
 #include "Dialogs/ErrorMessageDialog.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/Wait.h"
 
 #include <QDialogButtonBox>
 #include <QElapsedTimer>
@@ -140,7 +141,7 @@ private slots:
         QFETCH(QStringList, details);
         Screen screen(u"It failed."_s, details);
         QSignalSpy finished(&screen.dialog, &QDialog::finished);
-        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog, 30000));
+        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog, patience));
         QTest::keyClick(screen.dialog.focusWidget(), key);
         QCOMPARE(finished.size(), 1);
         QTEST(finished.first().first().toInt(), "result");

@@ -3,6 +3,7 @@
 
 #include "Dialogs/TransferScreen.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Wait.h"
 
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -60,7 +61,7 @@ private slots:
         TransferScreen screen(4);
         screen.dialog.updateTransfer(0, 1, 80, SyncTransferring);
         screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, 30000));
+        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, patience));
         QCoreApplication::processEvents();
         PaintCounter paints({screen.bar, screen.stateLabel, screen.table->viewport()});
         for (int i = 0; i < 100; ++i) {
@@ -69,7 +70,7 @@ private slots:
         }
         QCOMPARE(paints.count, 0);
         screen.dialog.updateTransfer(0, 1, 84, SyncTransferring);
-        QTRY_COMPARE_WITH_TIMEOUT(paints.count, 2, 30000);
+        EVENTUALLY_COMPARE(paints.count, 2);
     }
 
     void finishOnAnEmptyDialogHidesIt()
@@ -117,10 +118,10 @@ private slots:
         TransferScreen screen(1);
         QSignalSpy spy(&screen.dialog, &TransferDialog::cancelSync);
         screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog, 30000));
+        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog, patience));
         for (const QWidget *const start :
              std::initializer_list<QWidget *>{screen.autoScroll, screen.cancel}) {
-            QTRY_COMPARE_WITH_TIMEOUT(QApplication::focusWidget(), start, 30000);
+            EVENTUALLY_COMPARE(QApplication::focusWidget(), start);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Enter);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
@@ -171,7 +172,7 @@ private slots:
         QFETCH(SyncStates, state);
         TransferScreen screen(200);
         screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, 30000));
+        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, patience));
         if (autoScroll)
             QTest::mouseClick(screen.autoScroll, Qt::LeftButton, {}, {8, 8});
         QCOMPARE(screen.autoScroll->isChecked(), autoScroll);
@@ -186,7 +187,7 @@ private slots:
     {
         TransferScreen screen;
         screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, 30000));
+        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, patience));
         // The time of the processor: what else the machine does is no matter of the dialog.
         auto milliseconds = [last = std::clock()]() mutable {
             const std::clock_t now = std::clock();

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Support/Sandbox.h"
+#include "Support/Wait.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -13,8 +14,6 @@
 #include <csignal>
 #include <functional>
 #include <sys/prctl.h>
-
-inline constexpr int patience = 30000;
 
 /// A process of the test's own, which does not outlive it, not even when the test is killed.
 class Child final : public QProcess

@@ -7,6 +7,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/PlayedServer.h"
+#include "Support/Wait.h"
 
 #include <QTest>
 
@@ -70,7 +71,7 @@ void announceToTenTicks()
     for (int tick = 0; tick < 10; ++tick) {
         for (int sender = 1; sender <= 10; ++sender)
             Announcer(loopback(sender)).send(datagram);
-        if (!QTest::qWaitFor(isDiscoveryRead, patience))
+        if (!waitFor(isDiscoveryRead))
             return;
     }
 }
@@ -116,7 +117,7 @@ bool tst_ProcessSetup::listServer(const Announcer &sender, const AnnouncementFie
         sender.send(announcement(fields));
         return home->log().contains(line);
     };
-    return QTest::qWaitFor(isLogged, patience);
+    return waitFor(isLogged);
 }
 
 void tst_ProcessSetup::standardStreamNeverStopsTheProgram_data()
@@ -141,7 +142,7 @@ void tst_ProcessSetup::standardStreamNeverStopsTheProgram()
     if (stream == STDERR_FILENO)
         environment.insert(u"QT_LOGGING_RULES"_s, u"*.debug=true"_s);
     const Child child(program, {}, environment, [&] { dup2(channel->writer, stream); });
-    QTRY_VERIFY_WITH_TIMEOUT(home->isProgramUp(), patience);
+    EVENTUALLY(home->isProgramUp());
     announceToTenTicks();
     QVERIFY(listServer(Announcer(loopback(1))));
     QCOMPARE(child.state(), QProcess::Running);
@@ -153,7 +154,7 @@ void tst_ProcessSetup::closedStandardStreamsAreReplaced()
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             close(stream);
     });
-    QTRY_VERIFY_WITH_TIMEOUT(home->isProgramUp(), patience);
+    EVENTUALLY(home->isProgramUp());
     announceToTenTicks();
     QVERIFY(listServer(Announcer(loopback(1))));
     for (int stream = 0; stream < 3; ++stream) {
@@ -171,7 +172,7 @@ void tst_ProcessSetup::softLimitOfOpenFilesBecomesTheHardOne()
     limit.rlim_max -= 1;
     const Child child(program, {}, QProcessEnvironment::systemEnvironment(),
                       [limit] { setrlimit(RLIMIT_NOFILE, &limit); });
-    QTRY_VERIFY_WITH_TIMEOUT(home->isProgramUp(), patience);
+    EVENTUALLY(home->isProgramUp());
     const QString limits =
         QString::fromLatin1(contentOf(u"/proc/%1/limits"_s.arg(child.processId())).simplified());
     QVERIFY2(limits.contains(u"Max open files %1 %1 files"_s.arg(limit.rlim_max)),
@@ -185,7 +186,7 @@ void tst_ProcessSetup::sixtyServersAreServedWithALowSoftLimit()
     limit.rlim_cur = 128;
     const Child child(program, {}, QProcessEnvironment::systemEnvironment(),
                       [limit] { setrlimit(RLIMIT_NOFILE, &limit); });
-    QTRY_VERIFY_WITH_TIMEOUT(home->isProgramUp(), patience);
+    EVENTUALLY(home->isProgramUp());
 
     std::list<PlayedServer> servers;
     for (int number = 1; number <= 60; ++number) {
@@ -196,13 +197,13 @@ void tst_ProcessSetup::sixtyServersAreServedWithALowSoftLimit()
         QVERIFY(server.openStream());
     }
     for (const PlayedServer &server : servers)
-        QTRY_VERIFY_WITH_TIMEOUT(server.libraryRequests() > 0, patience);
+        EVENTUALLY(server.libraryRequests() > 0);
 }
 
 void tst_ProcessSetup::brokenPipesAreIgnored()
 {
     const Child child(program);
-    QTRY_VERIFY_WITH_TIMEOUT(home->isProgramUp(), patience);
+    EVENTUALLY(home->isProgramUp());
     const QByteArray status = contentOf(u"/proc/%1/status"_s.arg(child.processId()));
     const QByteArray ignored = status.mid(status.indexOf("SigIgn:")).mid(7, 17).trimmed();
     QVERIFY2(ignored.toULongLong(nullptr, 16) & (1ULL << (SIGPIPE - 1)), ignored.constData());

@@ -3,6 +3,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Sandbox.h"
+#include "Support/Wait.h"
 
 #include <QProcess>
 #include <QTest>
@@ -83,7 +84,7 @@ private:
     {
         QProcess process;
         process.start(program, QStringList());
-        const bool well = process.waitForFinished(30000) && process.exitCode() == 0;
+        const bool well = process.waitForFinished(patience) && process.exitCode() == 0;
         return well ? process.readAllStandardOutput() : QByteArray();
     }
 

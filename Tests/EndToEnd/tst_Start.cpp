@@ -3,6 +3,7 @@
 
 #include "ProgramStage.h"
 #include "Support/FailOnWarning.h"
+#include "Support/Wait.h"
 
 #include <QDirIterator>
 #include <QTest>
@@ -92,7 +93,7 @@ QStringList tst_Start::files() const
 void tst_Start::startsWithALogAndWithoutSettings()
 {
     const Child first(program);
-    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    EVENTUALLY(isUp());
     QVERIFY(QFile::exists(path(u"data/Zorvik/Brenvoka/logs/Brenvoka.log"_s)));
     QVERIFY(QFileInfo(path(u"data/Zorvik/Brenvoka/logs/loghistory"_s)).isDir());
     QVERIFY(!QFile::exists(path(u"config/Zorvik/Brenvoka/settings.ini"_s)));
@@ -101,7 +102,7 @@ void tst_Start::startsWithALogAndWithoutSettings()
 void tst_Start::secondInstanceEndsSilentlyAndTouchesNothing()
 {
     const Child first(program);
-    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    EVENTUALLY(isUp());
     const QStringList before = files();
     QVERIFY(!before.isEmpty());
 
@@ -118,7 +119,7 @@ void tst_Start::killedProgramWritesNothingAndStartsAgainAtOnce()
 {
     {
         Child first(program);
-        QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+        EVENTUALLY(isUp());
         first.kill();
         QVERIFY(first.waitForFinished(patience));
     }
@@ -126,7 +127,7 @@ void tst_Start::killedProgramWritesNothingAndStartsAgainAtOnce()
     QVERIFY(QDir(path(u"cache"_s)).removeRecursively());
 
     const Child second(program);
-    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    EVENTUALLY(isUp());
     QCOMPARE(second.state(), QProcess::Running);
     QVERIFY(QFile::exists(path(u"data/Zorvik/Brenvoka/logs/loghistory/Brenvoka.log.1"_s)));
 }
@@ -150,7 +151,7 @@ void tst_Start::runsWithoutALog()
         write(obstacle.filePath(), {});
 
     Child child(program);
-    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    EVENTUALLY(isUp());
     QCOMPARE(child.state(), QProcess::Running);
     QCOMPARE(QFileInfo(obstacle.filePath()).isDir(), directory);
     for (const QString &file : files())
@@ -161,7 +162,7 @@ void tst_Start::logGoesToTheTemporaryDirectoryWhereThereIsNoOther()
 {
     QVERIFY(QDir().mkpath(path(u"temporary"_s)));
     const Child child(programWithoutData, {}, withTemporaryDirectory(path(u"temporary"_s)));
-    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    EVENTUALLY(isUp());
     QVERIFY(QFile::exists(path(u"temporary/logs/Brenvoka.log"_s)));
     QCOMPARE(files(), QStringList());
 }
@@ -170,7 +171,7 @@ void tst_Start::runsWithoutALogWhereThereIsNoDirectoryAtAll()
 {
     QVERIFY(!QFile::exists(u"/logs"_s));
     const Child child(programWithoutData, {}, withTemporaryDirectory(QString()));
-    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    EVENTUALLY(isUp());
     QCOMPARE(child.state(), QProcess::Running);
     QVERIFY(!QFile::exists(u"/logs"_s));
     QCOMPARE(files(), QStringList());
@@ -204,8 +205,7 @@ void tst_Start::closingTheWindowWritesTheSettings()
         write(settings, before);
 
     Child display(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-nolisten"_s, u"tcp"_s});
-    QTRY_VERIFY_WITH_TIMEOUT(display.canReadLine() || display.state() == QProcess::NotRunning,
-                             patience);
+    EVENTUALLY(display.canReadLine() || display.state() == QProcess::NotRunning);
     const QByteArray number = display.readLine().trimmed();
     QVERIFY2(!number.isEmpty(), "no virtual display");
 
@@ -213,7 +213,7 @@ void tst_Start::closingTheWindowWritesTheSettings()
     environment.insert(u"DISPLAY"_s, u":"_s + QString::fromLatin1(number));
     environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
     Child child(program, {}, environment);
-    QTRY_VERIFY_WITH_TIMEOUT(isUp(), patience);
+    EVENTUALLY(isUp());
     QCOMPARE(contentOf(settings), before);
     Child quit(u"xdotool"_s,
                {u"search"_s, u"--sync"_s, u"--onlyvisible"_s, u"--name"_s, u"Brenvoka"_s,

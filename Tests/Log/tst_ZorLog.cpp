@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Wait.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -267,7 +268,7 @@ void tst_ZorLog::callerDoesNotWaitFor4096LinesInTheQueue()
         for (; logged < queueSize; ++logged)
             ZOR_LOG(info, "line");
     });
-    const bool done = QTest::qWaitFor([&logged] { return logged == queueSize; }, 30000);
+    const bool done = waitFor([&logged] { return logged == queueSize; });
     QVERIFY(fcntl(pipe, F_SETPIPE_SZ, 1 << 20) >= 0); // room for all of them
     caller.join();
     Zor::Log::release();
@@ -279,7 +280,7 @@ void tst_ZorLog::lineReachesTheFileWithoutAFollowingOne()
 {
     LogCapture capture;
     ZOR_LOG(info, "alone");
-    QTRY_VERIFY_WITH_TIMEOUT(rawLines(capture.path()).join(u'\n').endsWith(u"] alone"_s), 30000);
+    EVENTUALLY(rawLines(capture.path()).join(u'\n').endsWith(u"] alone"_s));
 }
 
 void tst_ZorLog::releaseWritesEverything()

@@ -9,6 +9,7 @@
 #include "Look/Scenes.h"
 #include "Look/WindowStage.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 
 #include <QCompleter>
 #include <QFile>
@@ -196,7 +197,7 @@ QImage takeCompletions(QDialog &dialog)
     auto *const name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
     QTest::keyClicks(name, u"S"_s);
     const auto isOffering = [name] { return name->completer()->popup()->isVisible(); };
-    return QTest::qWaitFor(isOffering, 10000) ? screenPicture() : QImage();
+    return waitFor(isOffering) ? screenPicture() : QImage();
 }
 
 QList<Scene> transferScenes()

@@ -4,6 +4,7 @@
 #include "Controller/ControllerRig.h"
 #include "Look/Scenes.h"
 #include "Look/WindowStage.h"
+#include "Support/Wait.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -107,7 +108,7 @@ public:
         const auto isOpen = [](const BVServerBank &bank) {
             return bank.isEnabled() && listOf(bank).count() == 257;
         };
-        return QTest::qWaitFor([&] { return isOpen(rig.bankA()) && isOpen(rig.bankB()); }, 10000);
+        return waitFor([&] { return isOpen(rig.bankA()) && isOpen(rig.bankB()); });
     }
 
     PlayedServer left{loopback(11)};

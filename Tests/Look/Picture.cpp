@@ -3,6 +3,8 @@
 
 #include "Look/Picture.h"
 
+#include "Support/Wait.h"
+
 #include <QApplication>
 #include <QFontDatabase>
 #include <QFontInfo>
@@ -78,12 +80,10 @@ QStringList missingFonts()
 
 bool waitForKeyboard(const QWidget &window)
 {
-    return QTest::qWaitFor(
-        [&window] {
-            const QWidget *widget = window.focusWidget();
-            return window.isActiveWindow() && (!widget || widget->hasFocus());
-        },
-        10000);
+    return waitFor([&window] {
+        const QWidget *widget = window.focusWidget();
+        return window.isActiveWindow() && (!widget || widget->hasFocus());
+    });
 }
 
 QImage pictureOf(QWidget &widget)

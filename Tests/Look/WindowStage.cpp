@@ -3,6 +3,7 @@
 
 #include "Look/WindowStage.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QCursor>
 #include <QPainter>
@@ -105,7 +106,7 @@ bool WindowStage::open(int folder)
         return bank.currentServerUuid().isNull() ||
                (bank.isEnabled() && listOf(bank).count() == 257);
     };
-    return QTest::qWaitFor([&] { return isOpen(rig.bankA()) && isOpen(rig.bankB()); }, 10000);
+    return waitFor([&] { return isOpen(rig.bankA()) && isOpen(rig.bankB()); });
 }
 
 QList<Server> usualServers()

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Service/ServerConnectionHandler.h"
+#include "Support/Wait.h"
 #include "Support/WireServer.h"
 
 #include <QEventLoop>
@@ -16,30 +17,6 @@
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;
-
-/// Runs an event loop until the condition holds, sixty seconds at most: a busy machine may need
-/// them for thousands of requests. Unlike QTest::qWaitFor it does not sleep while there are events.
-inline bool waitUntil(const std::function<bool()> &condition)
-{
-    QEventLoop loop;
-    QTimer check;
-    QObject::connect(&check, &QTimer::timeout, &loop, [&] {
-        if (condition())
-            loop.quit();
-    });
-    check.start(1);
-    QTimer::singleShot(60000, &loop, &QEventLoop::quit);
-    if (!condition())
-        loop.exec();
-    return condition();
-}
-
-/// QTRY_COMPARE by waitUntil.
-#define EVENTUALLY(actual, expected)                                                               \
-    do {                                                                                           \
-        (void)waitUntil([&] { return (actual) == (expected); });                                   \
-        QCOMPARE(actual, expected);                                                                \
-    } while (false)
 
 inline const QByteArray notifierPath = "/brenvoka/notifier.html";
 inline const QByteArray executePath = "/brenvoka/execute.html";
@@ -194,7 +171,7 @@ public:
     [[nodiscard]] QList<WireRequest> commands() const { return server.requests(executePath); }
     [[nodiscard]] bool waitForCommands(int count) const
     {
-        return waitUntil([&] { return commands().size() >= count; });
+        return waitFor([&] { return commands().size() >= count; });
     }
     /// The command with that body, which must have arrived. Commands that are on the wire together
     /// have a connection each, and so may arrive in any order.

@@ -7,6 +7,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QTemporaryFile>
 
@@ -46,7 +47,7 @@ private slots:
         LogCapture log;
         const ApplicationProxy proxy(proxyAddress);
         service.requestLibrary(Server(QUuid::createUuid(), ApplicationProxy::thisMachine(), 8, {}));
-        QVERIFY(waitUntil([&] {
+        QVERIFY(waitFor([&] {
             return proxy.wasUsed() || !log.texts().filter(u"Failed to download"_s).isEmpty();
         }));
         QVERIFY(!proxy.wasUsed());
@@ -57,7 +58,7 @@ private slots:
         const ApplicationProxy proxy(proxyAddress);
         ServerConnectionHandler handler(ApplicationProxy::thisMachine(), QUuid::createUuid());
         const HandlerEvents events(handler);
-        QVERIFY(waitUntil([&] { return proxy.wasUsed() || !events.lines.isEmpty(); }));
+        QVERIFY(waitFor([&] { return proxy.wasUsed() || !events.lines.isEmpty(); }));
         QVERIFY(!proxy.wasUsed());
     }
 
@@ -67,7 +68,7 @@ private slots:
         rig.peer.answer(libraryPath, emptyLibrary, versionHeader + cookie);
         for (int count = 1; count <= 2; ++count) {
             rig.service.requestLibrary(rig.server());
-            EVENTUALLY(rig.spy.size(), count);
+            EVENTUALLY_COMPARE(rig.spy.size(), count);
         }
         QCOMPARE(rig.peer.requests().size(), 2);
         QVERIFY(noCookieCame(rig.peer));
@@ -82,15 +83,16 @@ private slots:
         rig.server.answer(uploadPath, successBody, cookie);
         QVERIFY(rig.open());
         rig.sendFrame(json("{'msg_type':6}"));
-        EVENTUALLY(rig.events.lines.contains(u"library changed"_s), true); // the cookie has arrived
+        EVENTUALLY_COMPARE(rig.events.lines.contains(u"library changed"_s),
+                           true); // the cookie has arrived
         QTemporaryFile file;
         QVERIFY(file.open());
         for (int round = 1; round <= 2; ++round) {
             rig.events.lines.clear();
             rig.handler.requestMove(3, 7, 12);
-            EVENTUALLY(rig.events.lines, QStringList{u"moved"_s});
+            EVENTUALLY_COMPARE(rig.events.lines, QStringList{u"moved"_s});
             rig.handler.requestUpload(3, 17, file.fileName());
-            EVENTUALLY(rig.events.lines.contains(u"uploaded"_s), true);
+            EVENTUALLY_COMPARE(rig.events.lines.contains(u"uploaded"_s), true);
         }
         QCOMPARE(rig.server.requests().size(), 5);
         QVERIFY(noCookieCame(rig.server));

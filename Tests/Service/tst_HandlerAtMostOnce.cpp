@@ -4,6 +4,7 @@
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <memory>
 
@@ -68,12 +69,12 @@ private slots:
         if (keptAlive) {
             rig->server.answer(executePath, successBody);
             order(rig->handler);
-            EVENTUALLY(rig->events.lines.size(), 1);
+            EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
             rig->events.lines.clear();
         }
         rig->server.on(executePath, breakIt);
         order(rig->handler);
-        EVENTUALLY(rig->events.lines.size(), 1);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
         QVERIFY2(rig->events.lines.constFirst().contains(u" error "_s),
                  qPrintable(rig->events.lines.constFirst()));
         QVERIFY(!rig->events.lines.constFirst().contains(u"\"\""_s));
@@ -87,7 +88,7 @@ private slots:
         QVERIFY(rig->waitForCommands(count + 1));
         QCOMPARE(rig->commands().size(), count + 1);
         QVERIFY(rig->commands().last().body.startsWith("req_type=1&"));
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
     }
 
     void removalsGoOnAfterABrokenConnection()
@@ -99,7 +100,7 @@ private slots:
                 request.answer(successBody);
         });
         rig->handler.requestRemove({{3, 16}, {3, 17}, {3, 18}});
-        EVENTUALLY(rig->events.lines.size(), 3);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
         QCOMPARE(rig->events.lines.first(), u"removed 3 16"_s);
         QVERIFY(rig->events.lines.at(1).startsWith(u"remove error 3 17 \""_s));
         QCOMPARE(rig->events.lines.last(), u"removed 3 18"_s);
@@ -116,9 +117,9 @@ private slots:
                 request.answer(successBody);
         });
         rig->handler.requestSync(rig->server.address(), {{1, 1}});
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
         rig->handler.requestSync(rig->server.address(), {{1, 2}});
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->commands().size(), 3);
         QCOMPARE(rig->commands().at(1).bytes(), rig->commands().at(2).bytes());
     }

@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QJsonArray>
 #include <QJsonValue>
@@ -130,7 +131,7 @@ private slots:
         rig->handler.requestSync(source, {{3, 17}, {3, 18}});
         rig->handler.cancelSyncs();
         QCOMPARE(rig->probe.pendingRequests(), 3);
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->events.lines, (QStringList{u"progress 3 17 0 0"_s, u"progress 3 18 0 0"_s}));
     }
 
@@ -139,7 +140,7 @@ private slots:
         rig->server.on(executePath, [](const WireRequest &request) { request.reset(); });
         rig->handler.requestSync(source, {{3, 17}});
         rig->handler.cancelSyncs();
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->events.lines, QStringList{u"progress 3 17 0 0"_s});
     }
 
@@ -153,7 +154,7 @@ private slots:
             rig->sendFrame(started(id, ++slot));
         rig->sendFrame(transfer(transferring, Brenvoka::SyncTransferring, 2));
         rig->sendFrame(transfer(importing, Brenvoka::SyncImporting, 3));
-        EVENTUALLY(rig->events.lines.size(), 6);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 6);
         rig->events.lines.clear();
 
         rig->handler.cancelSyncs();
@@ -239,9 +240,9 @@ private slots:
         rig->server.answer(executePath, successBody, {}, "404 Nothing");
         rig->handler.requestRemove({{3, 17}, {3, 18}});
         rig->handler.requestRename({{3, u"a"_s}, {4, u"b"_s}});
-        EVENTUALLY(rig->events.lines.size(), 4);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 4);
         rig->handler.requestMove(3, 7, 12);
-        EVENTUALLY(rig->events.lines.size(), 5);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 5);
 
         const QString text =
             u"Error transferring http://" LOOPBACK(1) ":4567/brenvoka/execute.html - "
@@ -299,7 +300,7 @@ private:
     /// Waits for the one signal that a command causes.
     void expect(const QString &line)
     {
-        EVENTUALLY(rig->events.lines, QStringList{line});
+        EVENTUALLY_COMPARE(rig->events.lines, QStringList{line});
         rig->events.lines.clear();
     }
 

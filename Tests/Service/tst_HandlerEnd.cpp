@@ -5,6 +5,7 @@
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QTemporaryFile>
 
@@ -68,7 +69,7 @@ private slots:
         connect(&rig->handler, &ServerConnectionHandler::handlerServerDisconnected, this,
                 [&] { empty = nothingWaits() && rig->probe.pendingRequests() == 4; });
         rig->stream.reset();
-        EVENTUALLY(rig->events.lines.size(), 1);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
         QVERIFY(rig->events.lines.first().startsWith(u"disconnected 3"_s));
         QVERIFY(empty);
     }
@@ -89,7 +90,7 @@ private slots:
         QVERIFY(rig->waitForCommands(3));
         QVERIFY(rig->server.waitForRequests(1, uploadPath));
         rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines.filter(u"disconnected"_s).size(), 1);
+        EVENTUALLY_COMPARE(rig->events.lines.filter(u"disconnected"_s).size(), 1);
         rig->events.lines.clear();
         const auto end = [&answer](const WireRequest &request) {
             answer.isNull() ? request.reset() : request.answer(answer);
@@ -99,7 +100,7 @@ private slots:
         for (const WireRequest &request : rig->commands() + rig->server.requests(uploadPath))
             end(request);
         // What is sent next is sent before an answer is reported.
-        EVENTUALLY(rig->probe.runningReplies(), 0);
+        EVENTUALLY_COMPARE(rig->probe.runningReplies(), 0);
         QCOMPARE(rig->commands().size(), 3);
         QCOMPARE(rig->events.lines, QStringList());
         QVERIFY(nothingWaits());
@@ -110,12 +111,12 @@ private slots:
         QVERIFY(file.resize(16 << 20));
         rig->server.setReading(false);
         rig->handler.requestUpload(1, 2, file.fileName());
-        EVENTUALLY(rig->events.lines.filter(u"upload progress"_s).isEmpty(), false);
+        EVENTUALLY_COMPARE(rig->events.lines.filter(u"upload progress"_s).isEmpty(), false);
         rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines.filter(u"disconnected"_s).size(), 1);
+        EVENTUALLY_COMPARE(rig->events.lines.filter(u"disconnected"_s).size(), 1);
         rig->events.lines.clear();
         rig->server.setReading(true);
-        EVENTUALLY(rig->server.requests(uploadPath).size(), 1);
+        EVENTUALLY_COMPARE(rig->server.requests(uploadPath).size(), 1);
         QCOMPARE(rig->events.lines, QStringList());
     }
 
@@ -135,7 +136,7 @@ private slots:
         QFETCH(const bool, stopped);
         QFETCH(const Request, request);
         rig->sendFrame(twoTransfers);
-        EVENTUALLY(rig->events.lines.size(), 3);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
         // Inside the report as well as after it.
         connect(&rig->handler, &ServerConnectionHandler::handlerServerDisconnected, this,
                 [&] { request(rig->handler, file.fileName()); });
@@ -143,7 +144,7 @@ private slots:
             rig->handler.stop();
         else
             rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->probe.streamReply(), nullptr);
+        EVENTUALLY_COMPARE(rig->probe.streamReply(), nullptr);
         request(rig->handler, file.fileName());
         rig->handler.stop();
         QCOMPARE(rig->events.lines.size(), stopped ? 3 : 4);
@@ -163,7 +164,7 @@ private slots:
     {
         QFETCH(const Request, request);
         rig->sendFrame(twoTransfers);
-        EVENTUALLY(rig->events.lines.size(), 3);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
         connect(&rig->handler, &ServerConnectionHandler::handlerSyncProgressUpdate, this,
                 [this] { rig->handler.stop(); });
         request(rig->handler, {});

@@ -6,6 +6,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QPointer>
 
@@ -38,8 +39,8 @@ private slots:
     {
         rig->sendFrame(libraryChanged);
         rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines,
-                   (QStringList{u"connected"_s, u"library changed"_s, u"disconnected 0 \"\""_s}));
+        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s,
+                                                           u"disconnected 0 \"\""_s}));
         QCOMPARE(rig->probe.streamReply(), nullptr);
     }
 
@@ -50,23 +51,23 @@ private slots:
             request.send(Wire::streamHead() + Wire::frame(libraryChanged));
             request.close();
         });
-        EVENTUALLY(other.events.lines,
-                   (QStringList{u"connected"_s, u"library changed"_s, u"disconnected 0 \"\""_s}));
+        EVENTUALLY_COMPARE(other.events.lines, (QStringList{u"connected"_s, u"library changed"_s,
+                                                            u"disconnected 0 \"\""_s}));
     }
 
     void resetIsANetworkError()
     {
         rig->sendFrame(libraryChanged);
-        EVENTUALLY(rig->events.lines.size(), 2);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 2);
         rig->stream.reset();
-        EVENTUALLY(rig->events.lines.size(), 3);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
         QVERIFY2(isNetworkError(rig->events.lines.last()), qPrintable(rig->events.lines.last()));
     }
 
     void endWithoutAByteIsNeverConnected()
     {
         rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines, QStringList{u"disconnected 0 \"\""_s});
+        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"disconnected 0 \"\""_s});
     }
 
     void halfAHeadIsANetworkError()
@@ -76,7 +77,7 @@ private slots:
             request.send("HTTP/1.1 200 OK\r\nContent-Ty");
             request.reset();
         });
-        EVENTUALLY(other.events.lines.size(), 1);
+        EVENTUALLY_COMPARE(other.events.lines.size(), 1);
         QVERIFY(isNetworkError(other.events.lines.first()));
     }
 
@@ -84,7 +85,7 @@ private slots:
     {
         ServerConnectionHandler handler(QHostAddress(loopback(3)), QUuid::createUuid());
         const HandlerEvents events(handler);
-        EVENTUALLY(events.lines.size(), 1);
+        EVENTUALLY_COMPARE(events.lines.size(), 1);
         QCOMPARE(events.lines.first(), u"disconnected 3 \"Connection refused\""_s);
     }
 
@@ -92,17 +93,17 @@ private slots:
     {
         rig->sendFrame(shutdown);
         rig->sendFrame(libraryChanged);
-        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
         rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines.last(), u"disconnected 1 \"\""_s);
+        EVENTUALLY_COMPARE(rig->events.lines.last(), u"disconnected 1 \"\""_s);
     }
 
     void shutdownFollowedByAnErrorIsAShutdown()
     {
         rig->sendFrame(shutdown);
-        EVENTUALLY(rig->events.lines.size(), 1);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
         rig->stream.reset();
-        EVENTUALLY(rig->events.lines.last(), u"disconnected 1 \"\""_s);
+        EVENTUALLY_COMPARE(rig->events.lines.last(), u"disconnected 1 \"\""_s);
     }
 
     void statusIsNotLookedAtWhileTheStreamLives()
@@ -112,7 +113,7 @@ private slots:
             request.send("HTTP/1.1 503 Busy\r\nTransfer-Encoding: chunked\r\n\r\n" +
                          Wire::chunk(Wire::frame(libraryChanged)));
         });
-        EVENTUALLY(other.events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+        EVENTUALLY_COMPARE(other.events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
         QVERIFY(other.probe.streamReply()->isRunning());
     }
 
@@ -121,7 +122,7 @@ private slots:
         HandlerRig other(loopback(2));
         other.server.answer(notifierPath, {}, "Location: http://" LOOPBACK(2) ":4567/elsewhere\r\n",
                             "302 Found");
-        EVENTUALLY(other.events.lines, QStringList{u"disconnected 0 \"\""_s});
+        EVENTUALLY_COMPARE(other.events.lines, QStringList{u"disconnected 0 \"\""_s});
         QCOMPARE(other.server.requests().size(), 1);
     }
 
@@ -129,7 +130,7 @@ private slots:
     {
         startTransfer();
         rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines.last(), u"disconnected 0 \"\""_s);
+        EVENTUALLY_COMPARE(rig->events.lines.last(), u"disconnected 0 \"\""_s);
         QCOMPARE(rig->events.lines.size(), 3);
         QVERIFY(rig->probe.activeTransfers().isEmpty());
     }
@@ -139,7 +140,7 @@ private slots:
         LogCapture log;
         ServerConnectionHandler handler(QHostAddress(loopback(3)), QUuid::createUuid());
         const HandlerEvents events(handler);
-        EVENTUALLY(events.lines.size(), 1);
+        EVENTUALLY_COMPARE(events.lines.size(), 1);
         QCOMPARE(
             log.entries(),
             (QStringList{u"info: Connecting to notification stream of server : "
@@ -156,7 +157,7 @@ private slots:
         rig->handler.stop();
         QCOMPARE(rig->probe.streamReply(), nullptr);
         QVERIFY(rig->probe.activeTransfers().isEmpty());
-        EVENTUALLY(rig->server.openConnections(), 0);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
         QCOMPARE(rig->events.lines, QStringList());
         QCOMPARE(log.entries().last(), u"info: Connection to server "
                                        "http://" LOOPBACK(1) ":4567/brenvoka/notifier.html?%2 "
@@ -175,7 +176,7 @@ private slots:
     void stopAfterTheEndIsSilent()
     {
         rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines.size(), 1);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
         rig->handler.stop();
         QCOMPARE(rig->events.lines.size(), 1);
     }
@@ -190,9 +191,9 @@ private slots:
         QCOMPARE(rig->events.lines, (QStringList{u"removed 1 2"_s, u"removed 2 3"_s}));
         QVERIFY(rig->probe.removeQueue().isEmpty());
         // The removal and the move are aborted; the rename's connection lives with the handler.
-        EVENTUALLY(rig->server.openConnections(), 1);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
         rig->command(CommandBodies::rename({1, u"a"_s})).answer(successBody);
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->probe.renameQueue().size(), 1);
         QCOMPARE(rig->commands().size(), 3);
         QCOMPARE(rig->events.lines.size(), 2);
@@ -203,8 +204,8 @@ private slots:
         connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
                 [this] { rig->handler.stop(); });
         rig->send(Wire::frame(libraryChanged) + Wire::frame(libraryChanged));
-        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
-        EVENTUALLY(rig->server.openConnections(), 0);
+        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
         QCOMPARE(rig->events.lines.size(), 2);
     }
 
@@ -213,7 +214,7 @@ private slots:
         connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this,
                 [this] { rig->handler.stop(); });
         rig->sendFrame(libraryChanged);
-        EVENTUALLY(rig->server.openConnections(), 0);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
         QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
     }
 
@@ -225,7 +226,7 @@ private slots:
                 [this] { rig->handler.stop(); });
         rig->sendFrame(libraryChanged);
         rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->probe.streamReply(), nullptr);
+        EVENTUALLY_COMPARE(rig->probe.streamReply(), nullptr);
         QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
     }
 
@@ -236,7 +237,7 @@ private slots:
         rig->sendFrame(json("{'msg_type':0,'active_transfers':["
                             "{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'},"
                             "{'ID':'8d444840-9dc0-11d1-b245-5ffdce74fad2'}]}"));
-        EVENTUALLY(rig->server.openConnections(), 0);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
         QCOMPARE(rig->events.lines, (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
     }
 
@@ -246,16 +247,17 @@ private slots:
         connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
             if (std::exchange(first, false)) {
                 rig->sendFrame(json("_type':5,'GFPS':3}"));
-                QVERIFY(waitUntil([&] { return rig->events.lines.size() == 5; }));
+                QVERIFY(waitFor([&] { return rig->events.lines.size() == 5; }));
             }
         });
         rig->send(Wire::frame(libraryChanged) + Wire::frame(json("{'msg_type':5,'GFPS':1}")) +
                   Wire::frame(json("{'msg_type':5,'GFPS':2}")) + json("{'msg"));
-        EVENTUALLY(rig->events.lines.size(), 5);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 5);
         rig->sendFrame(libraryChanged);
-        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s,
-                                                   u"stats 1 0 0 false"_s, u"stats 2 0 0 false"_s,
-                                                   u"stats 3 0 0 false"_s, u"library changed"_s}));
+        EVENTUALLY_COMPARE(
+            rig->events.lines,
+            (QStringList{u"connected"_s, u"library changed"_s, u"stats 1 0 0 false"_s,
+                         u"stats 2 0 0 false"_s, u"stats 3 0 0 false"_s, u"library changed"_s}));
         QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
     }
 
@@ -266,10 +268,10 @@ private slots:
         bool nested = true;
         connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this, [&] {
             rig->stream.reset();
-            nested = waitUntil([&] { return rig->events.lines.size() == 3; });
+            nested = waitFor([&] { return rig->events.lines.size() == 3; });
         });
         rig->send(Wire::frame(libraryChanged) + Wire::frame(shutdown));
-        EVENTUALLY(rig->events.lines.size(), 3);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
         QVERIFY(nested);
         QCOMPARE(rig->events.lines.at(1), u"library changed"_s);
         const QString last = rig->events.lines.last();
@@ -281,12 +283,12 @@ private slots:
     {
         connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this, [&] {
             rig->stream.reset();
-            QVERIFY(waitUntil([&] { return rig->probe.streamReply() == nullptr; }));
+            QVERIFY(waitFor([&] { return rig->probe.streamReply() == nullptr; }));
         });
         connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
                 [&] { rig->handler.stop(); });
         rig->sendFrame(libraryChanged);
-        EVENTUALLY(rig->probe.streamReply(), nullptr);
+        EVENTUALLY_COMPARE(rig->probe.streamReply(), nullptr);
         QCOMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
     }
 
@@ -296,14 +298,14 @@ private slots:
         connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
             if (std::exchange(first, false)) {
                 rig->stream.send(Wire::lastChunk());
-                QVERIFY(waitUntil([&] { return rig->probe.streamReply() == nullptr; }));
+                QVERIFY(waitFor([&] { return rig->probe.streamReply() == nullptr; }));
             }
         });
         rig->send(Wire::frame(libraryChanged) + Wire::frame(libraryChanged) +
                   Wire::frame(shutdown));
-        EVENTUALLY(rig->events.lines,
-                   (QStringList{u"connected"_s, u"library changed"_s, u"library changed"_s,
-                                u"disconnected 1 \"\""_s}));
+        EVENTUALLY_COMPARE(rig->events.lines,
+                           (QStringList{u"connected"_s, u"library changed"_s, u"library changed"_s,
+                                        u"disconnected 1 \"\""_s}));
     }
 
     void deletionInANestedLoopWaitsForTheSignalToReturn_data()
@@ -340,7 +342,7 @@ private slots:
         stream.send(Wire::chunk(Wire::frame(libraryChanged)));
         if (atTheEnd)
             stream.send(Wire::lastChunk());
-        EVENTUALLY(handler.isNull(), true);
+        EVENTUALLY_COMPARE(handler.isNull(), true);
         QVERIFY(alive);
     }
 
@@ -353,7 +355,7 @@ private slots:
         handler->requestMove(1, 2, 3);
         QVERIFY(rig->waitForCommands(2));
         handler.reset();
-        EVENTUALLY(rig->server.openConnections(), 1);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
         QCOMPARE(events.lines, QStringList());
     }
 
@@ -363,7 +365,7 @@ private slots:
         connect(&rig->handler, &ServerConnectionHandler::processReceivedData, this,
                 [&] { received = true; });
         rig->send(wireFile(u"stream.bin"_s));
-        EVENTUALLY(rig->events.lines.contains(u"library changed"_s), true);
+        EVENTUALLY_COMPARE(rig->events.lines.contains(u"library changed"_s), true);
         QVERIFY(!received);
     }
 
@@ -376,7 +378,7 @@ private:
     void startTransfer()
     {
         rig->sendFrame(json("{'msg_type':1,'sync':{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'}}"));
-        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
+        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
     }
 
     std::unique_ptr<HandlerRig> rig;

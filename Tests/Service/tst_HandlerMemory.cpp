@@ -5,6 +5,7 @@
 #include "Service/Http/OneShotBody.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QPointer>
 #include <QTemporaryFile>
@@ -52,19 +53,19 @@ private slots:
         QFETCH(const Order, order);
         order(rig->handler);
         QCOMPARE(rig->probe.replies().size(), 2);
-        EVENTUALLY(rig->probe.replies(), QList{rig->probe.streamReply()});
+        EVENTUALLY_COMPARE(rig->probe.replies(), QList{rig->probe.streamReply()});
     }
 
     void streamIsDeletedOnceItHasFinished()
     {
         rig->stream.send(Wire::lastChunk());
-        EVENTUALLY(rig->probe.replies().size(), 0);
+        EVENTUALLY_COMPARE(rig->probe.replies().size(), 0);
     }
 
     void stoppedStreamIsDeleted()
     {
         rig->handler.stop();
-        EVENTUALLY(rig->probe.replies().size(), 0);
+        EVENTUALLY_COMPARE(rig->probe.replies().size(), 0);
     }
 
     void bodyIsDeletedWithItsReply_data()
@@ -84,7 +85,7 @@ private slots:
         const QPointer<OneShotBody> body =
             rig->probe.replies().constLast()->findChild<OneShotBody *>();
         QVERIFY(body);
-        EVENTUALLY(body.isNull(), true);
+        EVENTUALLY_COMPARE(body.isNull(), true);
     }
 
 private:

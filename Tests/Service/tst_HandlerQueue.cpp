@@ -5,6 +5,7 @@
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <memory>
 
@@ -60,8 +61,8 @@ private slots:
             QCOMPARE(rig->commands().size(), i + 1);
             rig->commands().at(i).answer(successBody);
         }
-        EVENTUALLY(rig->events.lines,
-                   (QStringList{u"removed 1 1"_s, u"removed 1 2"_s, u"removed 1 3"_s}));
+        EVENTUALLY_COMPARE(rig->events.lines,
+                           (QStringList{u"removed 1 1"_s, u"removed 1 2"_s, u"removed 1 3"_s}));
         QCOMPARE(rig->commandBodies(),
                  (QByteArrayList{removal(1, 1), removal(1, 2), removal(1, 3)}));
         QVERIFY(rig->probe.nothingInFlight());
@@ -78,8 +79,8 @@ private slots:
             QCOMPARE(rig->commands().size(), i + 1);
             rig->commands().at(i).answer(successBody);
         }
-        EVENTUALLY(rig->events.lines,
-                   (QStringList{u"renamed 1"_s, u"renamed 2"_s, u"renamed 3"_s}));
+        EVENTUALLY_COMPARE(rig->events.lines,
+                           (QStringList{u"renamed 1"_s, u"renamed 2"_s, u"renamed 3"_s}));
         QVERIFY(rig->probe.nothingInFlight());
     }
 
@@ -88,8 +89,8 @@ private slots:
         rig->server.answer(executePath, successBody);
         rig->handler.requestRemove({{1, 1}, {1, 1}, {1, 2}});
         QCOMPARE(rig->probe.removeQueue(), (QList<VisualRef>{{1, 2}, {1, 2}}));
-        EVENTUALLY(rig->events.lines,
-                   (QStringList{u"removed 1 1"_s, u"removed 1 2"_s, u"removed 1 2"_s}));
+        EVENTUALLY_COMPARE(rig->events.lines,
+                           (QStringList{u"removed 1 1"_s, u"removed 1 2"_s, u"removed 1 2"_s}));
         QCOMPARE(rig->commandBodies(),
                  (QByteArrayList{removal(1, 1), removal(1, 2), removal(1, 2)}));
     }
@@ -98,8 +99,8 @@ private slots:
     {
         rig->server.answer(executePath, successBody);
         rig->handler.requestRename({{1, u"a"_s}, {1, u"a"_s}, {1, u"b"_s}});
-        EVENTUALLY(rig->events.lines,
-                   (QStringList{u"renamed 1"_s, u"renamed 1"_s, u"renamed 1"_s}));
+        EVENTUALLY_COMPARE(rig->events.lines,
+                           (QStringList{u"renamed 1"_s, u"renamed 1"_s, u"renamed 1"_s}));
         QCOMPARE(rig->commandBodies(),
                  (QByteArrayList{rename(1, u"a"_s), rename(1, u"b"_s), rename(1, u"b"_s)}));
     }
@@ -112,7 +113,7 @@ private slots:
         QVERIFY(rig->probe.removeQueue().isEmpty());
         QCOMPARE(rig->events.lines, QStringList());
         rig->commands().constFirst().answer(successBody);
-        EVENTUALLY(rig->events.lines, QStringList{u"removed 1 1"_s});
+        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"removed 1 1"_s});
         QVERIFY(rig->probe.nothingInFlight());
         QCOMPARE(rig->commands().size(), 1);
     }
@@ -125,10 +126,10 @@ private slots:
         QCOMPARE(rig->probe.moveInFlight().folderSlot, 4);
         QCOMPARE(rig->probe.pendingRequests(), 2);
         rig->command(CommandBodies::move(1, 2, 3)).answer(json("{'msg_type':7,'RESULT':1}"));
-        EVENTUALLY(rig->probe.pendingRequests(), 1);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 1);
         QCOMPARE(rig->events.lines, QStringList());
         rig->command(CommandBodies::move(4, 5, 6)).answer(successBody);
-        EVENTUALLY(rig->events.lines, QStringList{u"moved"_s});
+        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"moved"_s});
         QVERIFY(rig->probe.nothingInFlight());
     }
 
@@ -147,7 +148,7 @@ private slots:
         });
         rig->handler.requestRemove({{1, 1}});
         rig->handler.requestMove(1, 2, 3);
-        EVENTUALLY(rig->events.lines.size(), 4);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 4);
         QCOMPARE(rig->events.lines.filter(u"removed"_s),
                  (QStringList{u"removed 1 1"_s, u"removed 1 2"_s}));
         QCOMPARE(rig->events.lines.count(u"moved"_s), 2);
@@ -161,7 +162,7 @@ private slots:
         rig->handler.requestRename({{1, u"a"_s}, {2, u"b"_s}});
         QVERIFY(rig->waitForCommands(1));
         rig->commands().constFirst().answer(successBody);
-        EVENTUALLY(rig->events.lines, QStringList{u"renamed 1"_s});
+        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"renamed 1"_s});
         QCOMPARE(rig->probe.renameQueue().size(), 1);
         QCOMPARE(rig->probe.pendingRequests(), 0);
     }
@@ -186,7 +187,7 @@ private slots:
         rig->handler.requestSync(source, all);
         QCOMPARE(rig->events.lines.size(), 2000);
         QCOMPARE(rig->probe.pendingRequests(), 2000);
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->events.lines.size(), 2000);
 
         // Four connections deliver in any order among themselves, so three may still be on their
@@ -211,7 +212,7 @@ private slots:
             rig->commands().at(i).answer(successBody);
         QVERIFY(rig->waitForCommands(5));
         rig->commands().at(4).answer(successBody);
-        EVENTUALLY(rig->probe.pendingRequests(), 3);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 3);
         QCOMPARE(commandsOnTheWire(), 1);
 
         rig->commands().at(3).answer(successBody);
@@ -223,7 +224,7 @@ private slots:
         QVERIFY(rig->waitForCommands(7));
         QCOMPARE(rig->commands().at(6).body, CommandBodies::sync(source, {9, 9}));
         rig->commands().at(6).answer(successBody);
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
     }
 
     void failedCancelLetsTheRestGo()
@@ -256,7 +257,7 @@ private slots:
         rig->server.answer(executePath, successBody);
         for (const WireRequest &request : rig->commands())
             request.answer(successBody);
-        EVENTUALLY(rig->events.lines.size(), 6);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 6);
         QVERIFY(rig->events.lines.contains(u"moved"_s));
         QCOMPARE(rig->events.lines.filter(u"removed"_s).size(), 3);
         QCOMPARE(rig->events.lines.filter(u"renamed"_s).size(), 2);
@@ -277,7 +278,7 @@ private slots:
             request.answer(request.body == CommandBodies::move(1, 2, 3)
                                ? json("{'msg_type':7,'RESULT':1}")
                                : successBody);
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->events.lines, QStringList{u"moved"_s});
     }
 
@@ -294,8 +295,8 @@ private slots:
             if (request.body == removal(1, 1))
                 request.answer(successBody);
         }
-        EVENTUALLY(rig->events.lines.contains(u"removed 1 1"_s), true);
-        EVENTUALLY(sent, true);
+        EVENTUALLY_COMPARE(rig->events.lines.contains(u"removed 1 1"_s), true);
+        EVENTUALLY_COMPARE(sent, true);
     }
 
     void stopDropsWhatWaits()
@@ -310,7 +311,7 @@ private slots:
         QCOMPARE(rig->events.lines, QStringList{u"removed 1 2"_s});
         for (const WireRequest &request : rig->commands())
             request.answer(successBody);
-        EVENTUALLY(rig->probe.pendingRequests(), 0);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
         QCOMPARE(rig->probe.runningReplies(), 0);
         QCOMPARE(rig->commands().size(), 4);
         QCOMPARE(rig->events.lines.size(), 1);
@@ -325,7 +326,7 @@ private slots:
         QVERIFY(rig->waitForCommands(4));
         handler.reset();
         QCOMPARE(events.lines.size(), 10);
-        EVENTUALLY(rig->server.openConnections(), 1);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
         QCOMPARE(rig->commands().size(), 4);
     }
 

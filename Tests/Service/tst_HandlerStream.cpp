@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QRegularExpression>
 
@@ -71,7 +72,7 @@ private slots:
     void streamOfTheWire()
     {
         rig->send(wireFile(u"stream.bin"_s));
-        EVENTUALLY(rig->events.lines, wholeStream());
+        EVENTUALLY_COMPARE(rig->events.lines, wholeStream());
         QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
     }
 
@@ -88,17 +89,17 @@ private slots:
         const QByteArray bytes = wireFile(u"stream.bin"_s);
         for (qsizetype at = 0; at < bytes.size(); at += size)
             rig->send(bytes.mid(at, size));
-        EVENTUALLY(rig->events.lines, wholeStream());
+        EVENTUALLY_COMPARE(rig->events.lines, wholeStream());
     }
 
     void connectedComesWithTheFirstByteAndBeforeItIsHandled()
     {
         QVERIFY(rig->events.lines.isEmpty());
         rig->send("{");
-        EVENTUALLY(rig->events.lines, QStringList{u"connected"_s});
-        EVENTUALLY(rig->probe.receiveBuffer(), "{");
+        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"connected"_s});
+        EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), "{");
         rig->sendFrame("\"msg_type\":6}");
-        EVENTUALLY(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
     }
 
     void emptyPiecesAreSkipped()
@@ -121,9 +122,9 @@ private slots:
     void chunkWithoutTerminatorIsOnlyAppended()
     {
         rig->send(libraryChanged);
-        EVENTUALLY(rig->probe.receiveBuffer(), libraryChanged);
+        EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), libraryChanged);
         rig->send(libraryChanged);
-        EVENTUALLY(rig->probe.receiveBuffer(), libraryChanged + libraryChanged);
+        EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), libraryChanged + libraryChanged);
         QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
     }
 
@@ -138,10 +139,10 @@ private slots:
     {
         QFETCH(const QByteArray, message);
         rig->sendFrame(message);
-        EVENTUALLY(rig->probe.receiveBuffer(), message);
+        EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), message);
         for (int i = 1; i <= 3; ++i) {
             rig->sendFrame(libraryChanged);
-            EVENTUALLY(rig->probe.receiveBuffer(), message + libraryChanged.repeated(i));
+            EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), message + libraryChanged.repeated(i));
         }
         QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
         QVERIFY(rig->probe.streamReply()->isRunning());
@@ -281,7 +282,7 @@ private:
     void expect(const QByteArray &bytes, const QStringList &lines)
     {
         rig->send(bytes);
-        EVENTUALLY(rig->events.lines.filter(notConnected), lines);
+        EVENTUALLY_COMPARE(rig->events.lines.filter(notConnected), lines);
         rig->events.lines.clear();
     }
 

@@ -4,6 +4,7 @@
 #include "Service/HandlerTesting.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
@@ -70,14 +71,14 @@ private slots:
         QFETCH(const int, count);
         open(chunked);
         send(message.repeated(count));
-        EVENTUALLY(changes, count);
+        EVENTUALLY_COMPARE(changes, count);
         // The stream goes on afterwards, and its last messages are not lost with its end.
         send(message.repeated(count) + shutdown);
         if (chunked)
             stream.send(Wire::lastChunk());
         else
             stream.close();
-        EVENTUALLY(ends, 1);
+        EVENTUALLY_COMPARE(ends, 1);
         QCOMPARE(changes, 2 * count);
         QCOMPARE(reason, Brenvoka::DisconnectServerShutdown);
     }
@@ -105,7 +106,7 @@ private slots:
             keepBusy(std::chrono::milliseconds(200));
         });
         send(libraryChanged);
-        EVENTUALLY(ends, 1);
+        EVENTUALLY_COMPARE(ends, 1);
         QCOMPARE(changes, 50'001);
         QCOMPARE(reason, Brenvoka::DisconnectServerShutdown);
     }
@@ -130,11 +131,11 @@ private slots:
         bool nested = false;
         connect(handler.get(), &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
             if (changes == 1)
-                nested = waitUntil([&] { return changes == 20'000; });
+                nested = waitFor([&] { return changes == 20'000; });
         });
         send(libraryChanged.repeated(10'000));
         send(libraryChanged.repeated(10'000));
-        EVENTUALLY(changes, 20'000);
+        EVENTUALLY_COMPARE(changes, 20'000);
         QVERIFY(nested);
     }
 
@@ -177,7 +178,7 @@ private:
             }
         });
         send(libraryChanged);
-        (void)waitUntil([this] { return changes == 1537; });
+        (void)waitFor([this] { return changes == 1537; });
         return unsent;
     }
 

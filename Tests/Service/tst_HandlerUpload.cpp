@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QTemporaryDir>
 
@@ -50,7 +51,7 @@ private slots:
     {
         rig->server.answer(uploadPath, successBody);
         rig->handler.requestUpload(3, 17, file(u"sunset.png"_s, {}));
-        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         QCOMPARE(uploads().constFirst().body,
                  wireFile(u"upload-folder-3-slot-17.multipart"_s)
                      .replace("BOUNDARY", boundaryOf(uploads().constFirst()))
@@ -99,7 +100,7 @@ private slots:
         QFETCH(const QString, line);
         rig->server.answer(uploadPath, body);
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
-        EVENTUALLY(withoutProgress(), QStringList{line});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{line});
         QCOMPARE(rig->events.lines.last(), line);
         QCOMPARE(rig->probe.uploadReply(), nullptr);
         QCOMPARE(rig->probe.pendingRequests(), 0);
@@ -110,7 +111,7 @@ private slots:
         LogCapture log;
         rig->server.answer(uploadPath, json("{'msg_type':7,'RESULT':3,'ERROR':'Disk is full'}"));
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
-        EVENTUALLY(withoutProgress(), QStringList{u"upload error \"Disk is full\""_s});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"upload error \"Disk is full\""_s});
         QCOMPARE(log.entries(), QStringList{u"error: Upload failed on server " LOOPBACK(
                                     1) " reason: Disk is full"_s});
     }
@@ -120,13 +121,14 @@ private slots:
         LogCapture log;
         rig->server.answer(uploadPath, successBody, {}, "404 Nothing");
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
-        EVENTUALLY(withoutProgress(),
-                   QStringList{u"upload error \"Error transferring "
-                               "http://" LOOPBACK(
-                                   1) ":4567/brenvoka/upload.html - server replied: Nothing\""_s});
+        EVENTUALLY_COMPARE(
+            withoutProgress(),
+            QStringList{
+                u"upload error \"Error transferring "
+                "http://" LOOPBACK(1) ":4567/brenvoka/upload.html - server replied: Nothing\""_s});
         QCOMPARE(log.entries(), QStringList{u"error: File upload error: 203"_s});
         QCOMPARE(rig->probe.uploadReply(), nullptr);
-        EVENTUALLY(rig->probe.pendingRequests(), -1);
+        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), -1);
     }
 
     // A kept-alive connection may break under it, and Qt then begins anew.
@@ -139,9 +141,9 @@ private slots:
                 request.answer(successBody);
         });
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
-        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         rig->handler.requestUpload(3, 18, file(u"b.png"_s, QByteArray(1 << 18, 'y')));
-        EVENTUALLY(withoutProgress(), (QStringList{u"uploaded"_s, u"uploaded"_s}));
+        EVENTUALLY_COMPARE(withoutProgress(), (QStringList{u"uploaded"_s, u"uploaded"_s}));
         QCOMPARE(uploads().size(), 3);
         QCOMPARE(uploads().at(1).connection, uploads().at(0).connection);
         QVERIFY(uploads().at(2).bytes() == uploads().at(1).bytes());
@@ -165,7 +167,7 @@ private slots:
         QVERIFY(waitForUploads(1));
         rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
         uploads().constFirst().answer(successBody);
-        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         QCOMPARE(uploads().size(), 1);
         rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
         QVERIFY(waitForUploads(2));
@@ -180,13 +182,13 @@ private slots:
         rig->handler.cancelUpload();
         QCOMPARE(rig->probe.uploadReply(), nullptr);
         QCOMPARE(rig->probe.pendingRequests(), -1);
-        EVENTUALLY(rig->server.openConnections(), 1);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
         QCOMPARE(withoutProgress(), QStringList());
         QCOMPARE(log.texts().filter(u"upload error"_s), QStringList());
 
         rig->server.answer(uploadPath, successBody);
         rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
-        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
     }
 
     void cancelFromInsideProgress()
@@ -194,8 +196,8 @@ private slots:
         connect(&rig->handler, &ServerConnectionHandler::uploadedFileProgress, &rig->handler,
                 [this] { rig->handler.cancelUpload(); });
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
-        EVENTUALLY(rig->events.lines.size(), 1);
-        EVENTUALLY(rig->server.openConnections(), 1);
+        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
         QCOMPARE(withoutProgress(), QStringList());
     }
 
@@ -205,7 +207,7 @@ private slots:
         QVERIFY(waitForUploads(1));
         rig->handler.stop();
         QCOMPARE(rig->probe.uploadReply(), nullptr);
-        EVENTUALLY(rig->server.openConnections(), 0);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
         QCOMPARE(withoutProgress(), QStringList());
     }
 
@@ -216,7 +218,7 @@ private slots:
         handler->requestUpload(3, 17, file(u"a.png"_s, QByteArray(1 << 20, 'x')));
         QVERIFY(waitForUploads(1));
         delete handler;
-        EVENTUALLY(rig->server.openConnections(), 1);
+        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
         QCOMPARE(events.lines.filter(u"uploaded"_s) + events.lines.filter(u"error"_s),
                  QStringList());
     }
@@ -255,7 +257,7 @@ private slots:
     {
         rig->server.answer(uploadPath, successBody);
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, QByteArray(1 << 20, 'x')));
-        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         QVERIFY(rig->events.lines.contains(u"upload progress 100"_s));
     }
 
@@ -269,7 +271,7 @@ private slots:
         rig->events.lines.clear();
         rig->server.answer(uploadPath, successBody);
         rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
-        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         QCOMPARE(rig->commands().size(), 4);
     }
 
@@ -279,7 +281,7 @@ private slots:
         rig->handler.cancelUpload();
         rig->server.answer(uploadPath, successBody);
         rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
-        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         QCOMPARE(uploads().size(), 1);
     }
 
@@ -294,7 +296,7 @@ private slots:
         growing.close();
         rig->server.answer(uploadPath, successBody);
         rig->server.setReading(true);
-        EVENTUALLY(withoutProgress(), QStringList{u"uploaded"_s});
+        EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         const WireRequest request = uploads().constFirst();
         QVERIFY(request.body.endsWith("\r\n\r\n" + content + "\r\n--" + boundaryOf(request) +
                                       "--\r\n"));
@@ -307,7 +309,7 @@ private slots:
         QVERIFY(startUpload(shrinking.fileName()));
         QVERIFY(shrinking.resize(1));
         rig->server.setReading(true);
-        EVENTUALLY(withoutProgress().size(), 1);
+        EVENTUALLY_COMPARE(withoutProgress().size(), 1);
         const QString line = withoutProgress().constFirst();
         QVERIFY2(line.startsWith(u"upload error \""_s), qPrintable(line));
         QVERIFY2(line != u"upload error \"\""_s, "the operator reads why");
@@ -323,7 +325,7 @@ private slots:
         rig->handler.requestUpload(3, 17, large.fileName());
         const auto *open = rig->probe.uploadReply()->findChild<QFile *>();
         qint64 ahead = 0;
-        QVERIFY(waitUntil([&] {
+        QVERIFY(waitFor([&] {
             constexpr int upload = 1; // the stream is the first connection
             const qint64 received = rig->server.received(upload).size();
             ahead = std::max(ahead, open->pos() - received);
@@ -347,13 +349,13 @@ private:
         rig->server.setReading(false);
         rig->handler.requestUpload(3, 17, path);
         const auto *open = rig->probe.uploadReply()->findChild<QFile *>();
-        return open && waitUntil([&] { return open->pos() > 0; });
+        return open && waitFor([&] { return open->pos() > 0; });
     }
 
     [[nodiscard]] QList<WireRequest> uploads() const { return rig->server.requests(uploadPath); }
     [[nodiscard]] bool waitForUploads(int count) const
     {
-        return waitUntil([&] { return uploads().size() >= count; });
+        return waitFor([&] { return uploads().size() >= count; });
     }
     [[nodiscard]] QStringList withoutProgress() const
     {

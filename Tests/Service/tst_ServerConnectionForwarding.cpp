@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QPointer>
 
@@ -123,7 +124,7 @@ private slots:
         QCOMPARE(rig->events.lines.size(), 1);
         QCOMPARE(log.texts().filter(u"not found"_s).size(),
                  (check == "none"_L1 ? 0 : 1) + (line.startsWith(u"serverDisconnected"_s) ? 1 : 0));
-        EVENTUALLY(handler.isNull(), true);
+        EVENTUALLY_COMPARE(handler.isNull(), true);
     }
 
 private:

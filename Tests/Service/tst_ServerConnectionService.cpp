@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QPointer>
 #include <QTemporaryDir>
@@ -34,8 +35,9 @@ private slots:
         QCOMPARE(rig->handlers().size(), 1);
         QCOMPARE(rig->events.lines, QStringList());
         rig->sendFromFirst(Wire::frame(libraryChanged));
-        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
-                                                   u"serverLibraryChanged first"_s}));
+        EVENTUALLY_COMPARE(rig->events.lines,
+                           (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
+                                        u"serverLibraryChanged first"_s}));
     }
 
     void secondAddressForOneIdIsNotTaken()
@@ -83,15 +85,15 @@ private slots:
         rig->service->addHandler(secondAddress, secondId);
 
         rig->service->requestRemove(secondId, {{1, 2}});
-        EVENTUALLY(rig->events.lines, QStringList{u"visualRemoveFinished second 1 2"_s});
+        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"visualRemoveFinished second 1 2"_s});
         rig->service->requestMove(secondId, 1, 2, 3);
-        EVENTUALLY(rig->events.lines.last(), u"movedFileFinished second"_s);
+        EVENTUALLY_COMPARE(rig->events.lines.last(), u"movedFileFinished second"_s);
         rig->service->requestRename(secondId, {{1, u"a"_s}});
-        EVENTUALLY(rig->events.lines.last(), u"folderRenameFinished second 1"_s);
+        EVENTUALLY_COMPARE(rig->events.lines.last(), u"folderRenameFinished second 1"_s);
         rig->service->requestSync(firstAddress, secondId, {{3, 17}});
         QCOMPARE(rig->events.lines.last(), u"syncProgressUpdate second 3 17 0 0"_s);
         rig->service->requestUpload(secondId, 1, 2, file.fileName());
-        EVENTUALLY(rig->events.lines.last(), u"uploadedFileFinished second"_s);
+        EVENTUALLY_COMPARE(rig->events.lines.last(), u"uploadedFileFinished second"_s);
         const QByteArray form = rig->second.requests(uploadPath).constFirst().body;
         QVERIFY2(form.contains("folderIdx\"\r\n\r\n1\r\n"), form.constData());
         QVERIFY2(form.contains("visualIdx\"\r\n\r\n2\r\n"), form.constData());
@@ -132,7 +134,7 @@ private slots:
         QVERIFY(rig->first.waitForRequests(1, executePath));
         operation(*rig->service, firstId);
         rig->first.requests(executePath).constFirst().answer(successBody);
-        EVENTUALLY(rig->events.lines, QStringList{u"visualRemoveFinished first 1 1"_s});
+        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"visualRemoveFinished first 1 1"_s});
         rig->service->requestRename(firstId, {{3, u"Next"_s}});
         QVERIFY(rig->first.waitForRequests(2, executePath));
         QVERIFY(rig->first.requests(executePath).at(1).body.startsWith("req_type=5&"));
@@ -159,12 +161,13 @@ private slots:
         const QPointer<ServerConnectionHandler> lost = rig->handlers().last();
         rig->sendFromFirst(Wire::frame(
             json("{'msg_type':1,'sync':{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'}}")));
-        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
-                                                   u"syncProgressUpdate first 0 0 0 0"_s}));
+        EVENTUALLY_COMPARE(rig->events.lines,
+                           (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
+                                        u"syncProgressUpdate first 0 0 0 0"_s}));
         connect(rig->service.get(), &ServerConnectionService::syncProgressUpdate,
                 rig->service.get(), [&] {
                     rig->service->removeHandler(secondId);
-                    QVERIFY(waitUntil([&] { return lost.isNull(); }));
+                    QVERIFY(waitFor([&] { return lost.isNull(); }));
                 });
         rig->service->cancelAllSyncs();
         QVERIFY(lost.isNull());
@@ -186,8 +189,8 @@ private slots:
                                                  u"visualRemoveFinished first 1 3"_s}));
         QCOMPARE(log.entries().constFirst(),
                  u"info:  Handler removed for server id %1"_s.arg(firstId.toString()));
-        EVENTUALLY(handler.isNull(), true);
-        EVENTUALLY(rig->first.openConnections(), 0);
+        EVENTUALLY_COMPARE(handler.isNull(), true);
+        EVENTUALLY_COMPARE(rig->first.openConnections(), 0);
         QCOMPARE(rig->events.lines.size(), 2);
         QCOMPARE(rig->handlers().size(), 1);
     }
@@ -202,11 +205,12 @@ private slots:
                 rig->service.get(), [this] { rig->service->addHandler(secondAddress, firstId); });
         rig->sendFromFirst(Wire::frame(json("{'msg_type':4}")));
         rig->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
-                                                   u"serverDisconnected first 1 "_s}));
+        EVENTUALLY_COMPARE(rig->events.lines,
+                           (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
+                                        u"serverDisconnected first 1 "_s}));
         QVERIFY(log.entries().contains(
             u"info: Handler removed for id %1 address " LOOPBACK(1) ""_s.arg(firstId.toString())));
-        EVENTUALLY(handler.isNull(), true);
+        EVENTUALLY_COMPARE(handler.isNull(), true);
         QVERIFY(rig->second.waitForRequests(1, notifierPath));
         QCOMPARE(rig->handlers().size(), 1);
         QCOMPARE(rig->handlers().constFirst()->serverAddress(), secondAddress);
@@ -220,8 +224,8 @@ private slots:
         QVERIFY(rig->first.waitForRequests(2, executePath));
         QVERIFY(rig->first.waitForRequests(1, notifierPath));
         rig->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
-        EVENTUALLY(rig->events.lines, QStringList{u"serverDisconnected first 0 "_s});
-        EVENTUALLY(rig->first.openConnections(), 0);
+        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"serverDisconnected first 0 "_s});
+        EVENTUALLY_COMPARE(rig->first.openConnections(), 0);
         QCOMPARE(rig->events.lines.size(), 1);
     }
 
@@ -233,7 +237,7 @@ private slots:
         rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
         QVERIFY(rig->first.waitForRequests(1, executePath));
         rig->first.requests(executePath).constFirst().answer(successBody);
-        EVENTUALLY(rig->first.openConnections(), 0);
+        EVENTUALLY_COMPARE(rig->first.openConnections(), 0);
         QCOMPARE(rig->events.lines, (QStringList{u"visualRemoveFinished first 1 1"_s,
                                                  u"visualRemoveFinished first 1 2"_s}));
         QCOMPARE(rig->handlers().size(), 0);
@@ -248,11 +252,11 @@ private slots:
                 rig->service.get(), [&] {
                     QTimer::singleShot(0, rig->service.get(),
                                        [&] { rig->service->removeHandler(firstId); });
-                    QVERIFY(waitUntil([&] { return rig->first.openConnections() == 0; }));
+                    QVERIFY(waitFor([&] { return rig->first.openConnections() == 0; }));
                     alive = !handler.isNull();
                 });
         rig->sendFromFirst(Wire::frame(libraryChanged) + Wire::frame(libraryChanged));
-        EVENTUALLY(handler.isNull(), true);
+        EVENTUALLY_COMPARE(handler.isNull(), true);
         QVERIFY(alive);
         QCOMPARE(rig->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
                                                  u"serverLibraryChanged first"_s}));
@@ -264,7 +268,7 @@ private slots:
         rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
         QVERIFY(rig->first.waitForRequests(1, executePath));
         rig->service.reset();
-        EVENTUALLY(rig->first.openConnections(), 0);
+        EVENTUALLY_COMPARE(rig->first.openConnections(), 0);
         QCOMPARE(rig->events.lines, QStringList());
     }
 

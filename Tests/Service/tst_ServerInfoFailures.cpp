@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QNetworkReply>
 #include <QTest>
@@ -48,7 +49,7 @@ private slots:
         rig->peer.answer(libraryPath, emptyLibrary, headers);
         const Server server = rig->server();
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(log.entries().filter(malformed).size(), 1, 30000);
+        EVENTUALLY_COMPARE(log.entries().filter(malformed).size(), 1);
         verifyDoorIsClosed(server);
     }
 
@@ -74,13 +75,13 @@ private slots:
         });
         const Server server = rig->server();
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(
+        EVENTUALLY_COMPARE(
             log.entries()
                 .filter(u"error: Failed to download server info from http://" LOOPBACK(
                     1) ":4567/brenvoka/"
                        "library.json?ver=281474976710656 error: "_s)
                 .size(),
-            1, 30000);
+            1);
         verifyDoorIsClosed(server);
     }
 
@@ -106,11 +107,10 @@ private slots:
         });
         const Server server = rig->server();
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(
-            log.texts().filter(u"ver=281474976710656: more than 268435456 bytes"_s).size(), 1,
-            60000);
+        EVENTUALLY_COMPARE(
+            log.texts().filter(u"ver=281474976710656: more than 268435456 bytes"_s).size(), 1);
         QCOMPARE(log.texts().filter(u"error: Operation canceled"_s).size(), 1);
-        QTRY_COMPARE_WITH_TIMEOUT(rig->peer.openConnections(), 0, 30000);
+        EVENTUALLY_COMPARE(rig->peer.openConnections(), 0);
         verifyDoorIsClosed(server);
     }
 
@@ -120,8 +120,7 @@ private slots:
         Server server = rig->server();
         server.connections.first().first = QHostAddress(loopback(77));
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(
-            log.texts().filter(u"Failed to download server info from"_s).size(), 1, 30000);
+        EVENTUALLY_COMPARE(log.texts().filter(u"Failed to download server info from"_s).size(), 1);
         verifyDoorIsClosed(server);
     }
 
@@ -136,17 +135,16 @@ private slots:
             closed.append(rig->server());
             rig->service.requestLibrary(closed.constLast());
         }
-        QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"Failed to download server info"_s).size(),
-                                  count, 30000);
+        EVENTUALLY_COMPARE(log.texts().filter(u"Failed to download server info"_s).size(), count);
         rig->peer.forgetRequests();
         rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
         for (int i = 0; i < count; ++i)
             rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), count, 30000);
+        EVENTUALLY_COMPARE(rig->spy.size(), count);
         for (const Server &server : closed)
             rig->service.requestLibrary(server);
         rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), count + 1, 30000);
+        EVENTUALLY_COMPARE(rig->spy.size(), count + 1);
         QCOMPARE(rig->peer.requests().size(), count + 1);
     }
 
@@ -166,16 +164,16 @@ private slots:
         rig->peer.answer(libraryPath, body, versionHeader);
         const Server server = rig->server(u"Büro"_s);
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(
+        EVENTUALLY_COMPARE(
             log.entries()
                 .filter(u"error: Error while parsing library.json from server Büro"_s)
                 .size(),
-            1, 30000);
+            1);
         QCOMPARE(rig->spy.size(), 0);
 
         rig->peer.answer(libraryPath, emptyLibrary + '\0' + "rest", versionHeader);
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
+        EVENTUALLY_COMPARE(rig->spy.size(), 1);
     }
 
     void redirectIsNotFollowed()
@@ -184,8 +182,7 @@ private slots:
         rig->peer.answer(libraryPath, {}, "Location: http://" LOOPBACK(1) ":4567/elsewhere\r\n",
                          "302 Found");
         rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE_WITH_TIMEOUT(log.texts().filter(u"for unsupported version"_s).size(), 1,
-                                  30000);
+        EVENTUALLY_COMPARE(log.texts().filter(u"for unsupported version"_s).size(), 1);
         QCOMPARE(rig->peer.requests().size(), 1);
     }
 
@@ -197,9 +194,9 @@ private slots:
         QSignalSpy destroyed(reply, &QObject::destroyed);
         QVERIFY(QMetaObject::invokeMethod(&rig->service, "downloadFinished",
                                           Q_ARG(QNetworkReply *, reply)));
-        QTRY_COMPARE_WITH_TIMEOUT(
-            log.entries().filter(u"error: Reply was not found for server info"_s).size(), 1, 30000);
-        QTRY_COMPARE_WITH_TIMEOUT(destroyed.size(), 1, 30000);
+        EVENTUALLY_COMPARE(
+            log.entries().filter(u"error: Reply was not found for server info"_s).size(), 1);
+        EVENTUALLY_COMPARE(destroyed.size(), 1);
         QCOMPARE(rig->spy.size(), 0);
     }
 
@@ -214,7 +211,7 @@ private:
         rig->service.requestLibrary(server);
         const Server other = rig->server();
         rig->service.requestLibrary(other);
-        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
+        EVENTUALLY_COMPARE(rig->spy.size(), 1);
         QCOMPARE(rig->received().uuid, other.uuid);
         QCOMPARE(rig->peer.requests().size(), 1);
     }

@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QDir>
 #include <QFile>
@@ -45,7 +46,7 @@ private slots:
         LogCapture log;
         rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
         rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
+        EVENTUALLY_COMPARE(rig->spy.size(), 1);
         const QString url =
             u"http://" LOOPBACK(1) ":4567/brenvoka/library.json?ver=281474976710656"_s;
         QCOMPARE(log.entries(), (QStringList{u"info: Downloading server info from: "_s + url,
@@ -73,7 +74,7 @@ private slots:
         server.connected = true;
         server.graphFps = 50;
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
+        EVENTUALLY_COMPARE(rig->spy.size(), 1);
 
         const Server complete = rig->received();
         QCOMPARE(complete.uuid, server.uuid);
@@ -99,7 +100,7 @@ private slots:
         rig->service.requestLibrary(server);
         QVERIFY(rig->peer.waitForRequests(1));
         rig->peer.requests().constFirst().answer(emptyLibrary, versionHeader);
-        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
+        EVENTUALLY_COMPARE(rig->spy.size(), 1);
         QCOMPARE(rig->received().name, u"second"_s);
         QVERIFY(rig->received().connected);
 
@@ -117,7 +118,7 @@ private slots:
         QVERIFY(rig->peer.waitForRequests(3));
         for (int i = 2; i >= 0; --i) {
             rig->peer.requests().at(i).answer(emptyLibrary, versionHeader);
-            QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 3 - i, 30000);
+            EVENTUALLY_COMPARE(rig->spy.size(), 3 - i);
         }
         QSet<QUuid> answered;
         for (int i = 0; i < 3; ++i)
@@ -154,16 +155,16 @@ private slots:
         const Server server = rig->server(u"50% %s"_s);
         rig->service.requestLibrary(server);
         if (version != 0) {
-            QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
+            EVENTUALLY_COMPARE(rig->spy.size(), 1);
             QCOMPARE(rig->received().protocolInfo.protocolVersion, version);
             return;
         }
-        QTRY_COMPARE_WITH_TIMEOUT(
+        EVENTUALLY_COMPARE(
             log.entries()
                 .filter(
                     u"error: Discarding library.json from server 50% %s for unsupported version"_s)
                 .size(),
-            1, 30000);
+            1);
         // The entry is gone: the next call asks again.
         rig->service.requestLibrary(server);
         QVERIFY(rig->peer.waitForRequests(2));
@@ -188,7 +189,7 @@ private slots:
         QFETCH(bool, bit);
         rig->peer.answer(libraryPath, emptyLibrary, versionHeader + header);
         rig->service.requestLibrary(rig->server());
-        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 1, 30000);
+        EVENTUALLY_COMPARE(rig->spy.size(), 1);
         QCOMPARE(rig->received().protocolInfo.featureList.test(0), bit);
     }
 
@@ -200,7 +201,7 @@ private slots:
         const Server server = rig->server();
         for (int i = 1; i <= 2; ++i) {
             rig->service.requestLibrary(server);
-            QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), i, 30000);
+            EVENTUALLY_COMPARE(rig->spy.size(), i);
         }
         QCOMPARE(rig->peer.requests().size(), 1);
         QCOMPARE(rig->received(1).hash, u"empty"_s);
@@ -227,7 +228,7 @@ private slots:
         const Server server = rig->server();
         for (int i = 1; i <= 2; ++i) {
             rig->service.requestLibrary(server);
-            QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), i, 30000);
+            EVENTUALLY_COMPARE(rig->spy.size(), i);
         }
         QCOMPARE(rig->peer.requests().size(), requests);
     }
@@ -245,7 +246,7 @@ private slots:
                     name = complete.name;
                 });
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(name, u"first"_s, 30000);
+        EVENTUALLY_COMPARE(name, u"first"_s);
     }
 
     void receiverMayAskAgain()
@@ -261,7 +262,7 @@ private slots:
                         rig->service.requestLibrary(rig->server());
                 });
         rig->service.requestLibrary(server);
-        QTRY_COMPARE_WITH_TIMEOUT(rig->spy.size(), 21, 30000);
+        EVENTUALLY_COMPARE(rig->spy.size(), 21);
         QCOMPARE(rig->received().uuid, server.uuid);
         QCOMPARE(rig->received().hash, u"empty"_s);
         QCOMPARE(rig->peer.requests().size(), 21);

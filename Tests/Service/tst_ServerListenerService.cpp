@@ -4,6 +4,7 @@
 #include "Listener.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Wait.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -293,7 +294,7 @@ void tst_ServerListenerService::ticksComeByThemselves()
     const ServerListenerService service;
     QSignalSpy added(&service, &ServerListenerService::addServer);
     Announcer(firstAddress).send(announcement({}));
-    QVERIFY(added.wait(30000));
+    QVERIFY(added.wait(patience));
     const auto *timer = service.findChild<QTimer *>();
     QVERIFY(timer);
     QCOMPARE(timer->interval(), 250);
@@ -314,7 +315,7 @@ void tst_ServerListenerService::ticksStandStillWhileAReceiverRunsAnEventLoop()
         addedMeanwhile = added.size();
     });
     Announcer(firstAddress).send(announcement({}));
-    QTRY_COMPARE_WITH_TIMEOUT(added.size(), 2, 30000);
+    EVENTUALLY_COMPARE(added.size(), 2);
     QCOMPARE(addedMeanwhile, 1);
 }
 

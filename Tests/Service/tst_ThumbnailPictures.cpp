@@ -3,6 +3,7 @@
 
 #include "Service/ThumbnailTestKit.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -86,7 +87,7 @@ private slots:
         QFETCH(QByteArray, format);
         peer->answer(thumbnails, picture(size, Qt::white, format.constData()));
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
         QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
     }
@@ -98,7 +99,7 @@ private slots:
         halves.setPixelColor(1, 0, Qt::blue);
         peer->answer(thumbnails, encoded(halves, "PNG"));
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         const QImage scaled = a->pixmaps().at(9).toImage();
         QCOMPARE(scaled.pixelColor(63, 50), QColor(Qt::red));
         QCOMPARE(scaled.pixelColor(64, 50), QColor(Qt::blue));
@@ -121,7 +122,7 @@ private slots:
                                                            "00000000");
         peer->answer(thumbnails, encoded(halves, "JPG").insert(2, quarterTurn));
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         const QImage turned = a->pixmaps().at(9).toImage();
         for (const int x : {10, 120}) {
             QVERIFY(turned.pixelColor(x, 10).red() > 200);
@@ -144,7 +145,7 @@ private slots:
         QFETCH(QByteArray, response);
         peer->on(thumbnails, [response](const WireRequest &request) { request.send(response); });
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QVERIFY(a->pixmaps().at(9).isNull());
         QCOMPARE(a->error.size(), 0);
 
@@ -172,7 +173,7 @@ private slots:
         peer->answer(thumbnails, body);
         const qint64 before = peakMemory();
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QVERIFY(a->pixmaps().at(9).isNull());
         QCOMPARE(a->error.size(), 0);
         QCOMPARE_LT(peakMemory() - before, 50);
@@ -200,7 +201,7 @@ private slots:
             QTest::ignoreMessage(QtWarningMsg,
                                  QRegularExpression(u"exceeds the current allocation"_s));
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QVERIFY(a->pixmaps().at(9).isNull());
     }
 
@@ -218,7 +219,7 @@ private slots:
         QFETCH(QByteArray, body);
         peer->answer(thumbnails, body);
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
         QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
     }
@@ -228,7 +229,7 @@ private slots:
         peer->answer(thumbnails, whitePicture(4096));
         const qint64 before = peakMemory();
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
         QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
         QCOMPARE_LT(peakMemory() - before, 250);
@@ -265,7 +266,7 @@ private slots:
         body.resize(16 << 20, '\0');
         peer->answer(thumbnails, body);
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::red));
     }
 
@@ -282,12 +283,12 @@ private:
     void loadOneThatFails()
     {
         load(*a, {{1, u"x"_s}, {2, u"y"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->error.size(), 1, 30000);
-        QTRY_VERIFY_WITH_TIMEOUT(!peer->requests("/brenvoka/thumbnails/3/2.png").isEmpty(), 30000);
+        EVENTUALLY_COMPARE(a->error.size(), 1);
+        EVENTUALLY(!peer->requests("/brenvoka/thumbnails/3/2.png").isEmpty());
         peer->requests("/brenvoka/thumbnails/3/2.png")
             .constFirst()
             .answer(picture({4, 4}, Qt::red));
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QCOMPARE(a->pixmaps().at(1).toImage(), ThumbnailService::noThumbnailPixmap().toImage());
         QCOMPARE(colorOf(a->pixmaps().at(2)), QColor(Qt::red));
     }

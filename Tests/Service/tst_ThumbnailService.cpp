@@ -6,6 +6,7 @@
 #include "Service/ThumbnailTestKit.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QFile>
 #include <QNetworkReply>
@@ -63,7 +64,7 @@ private slots:
         });
         const Visuals visuals = {{0, u"x"_s}, {255, u"y"_s}};
         load(*a, visuals);
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QCOMPARE(a->downloads.constLast().constFirst().toInt(), 2);
         QCOMPARE(a->progress.size(), 2);
 
@@ -94,7 +95,7 @@ private slots:
     {
         peer->answer(thumbnails, picture({10, 10}, Qt::red));
         load(*a, {{1, u"x"_s}, {2, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QCOMPARE(a->downloads.constFirst().constFirst().toInt(), 2);
         QCOMPARE(peer->requests().size(), 2);
         QCOMPARE(a->pixmaps().at(1).size(), QSize(128, 96));
@@ -110,9 +111,9 @@ private slots:
         for (int slot : {2, 0, 1}) {
             const QByteArray path = "/brenvoka/thumbnails/3/" + QByteArray::number(slot) + ".png";
             peer->requests(path).constFirst().answer(picture({4, 4}, colors.at(slot)));
-            QTRY_COMPARE_WITH_TIMEOUT(a->progress.size(), slot == 2 ? 1 : slot + 2, 30000);
+            EVENTUALLY_COMPARE(a->progress.size(), slot == 2 ? 1 : slot + 2);
         }
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         for (int slot = 0; slot < 3; ++slot)
             QCOMPARE(colorOf(a->pixmaps().at(slot)), colors.at(slot));
     }
@@ -123,7 +124,7 @@ private slots:
         load(*a, {{1, u"x"_s}, {2, u"y"_s}});
         QVERIFY(peer->waitForRequests(2));
         peer->requests("/brenvoka/thumbnails/3/1.png").constFirst().answer({}, {}, "404 Not Found");
-        QTRY_COMPARE_WITH_TIMEOUT(a->error.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->error.size(), 1);
         QCOMPARE(a->error.constFirst().at(0).toInt(), 1);
         QCOMPARE(a->error.constFirst().at(1).value<QHostAddress>(), peer->address());
         QCOMPARE(a->finished.size(), 0);
@@ -137,7 +138,7 @@ private slots:
         peer->requests("/brenvoka/thumbnails/3/2.png")
             .constFirst()
             .answer(picture({4, 4}, Qt::red));
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         const QPixmap fallback(u":/icons/Bin/bitmap/icons/no_thumbnail.png"_s);
         QVERIFY(!fallback.isNull());
         QCOMPARE(a->pixmaps().at(1).toImage(), fallback.toImage());
@@ -161,9 +162,9 @@ private slots:
         QCOMPARE(lines, QStringList{u"downloads"_s});
         QVERIFY(peer->waitForRequests(2));
         peer->requests().at(0).answer({}, {}, "404 Not Found");
-        QTRY_COMPARE_WITH_TIMEOUT(lines.mid(1), (QStringList{u"progress"_s, u"error"_s}), 30000);
+        EVENTUALLY_COMPARE(lines.mid(1), (QStringList{u"progress"_s, u"error"_s}));
         peer->requests().at(1).answer(picture({4, 4}, Qt::red));
-        QTRY_COMPARE_WITH_TIMEOUT(lines.mid(3), (QStringList{u"progress"_s, u"finished"_s}), 30000);
+        EVENTUALLY_COMPARE(lines.mid(3), (QStringList{u"progress"_s, u"finished"_s}));
 
         load(*a, {});
         QCOMPARE(lines.mid(5), (QStringList{u"downloads"_s, u"finished"_s}));
@@ -177,10 +178,10 @@ private slots:
         load(*a, {{1, u"x"_s}, {2, u"y"_s}});
         QVERIFY(peer->waitForRequests(2));
         peer->requests().at(0).answer(picture({4, 4}, Qt::red));
-        QTRY_COMPARE_WITH_TIMEOUT(a->progress.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->progress.size(), 1);
         peer->requests().at(1).answer({}, {}, "500 Oops");
-        QTRY_COMPARE_WITH_TIMEOUT(a->error.size(), 1, 30000);
-        QTRY_COMPARE_WITH_TIMEOUT(a->progress.size(), 2, 30000);
+        EVENTUALLY_COMPARE(a->error.size(), 1);
+        EVENTUALLY_COMPARE(a->progress.size(), 2);
         QCOMPARE(a->finished.size(), 0);
 
         // The next load starts afresh.
@@ -196,7 +197,7 @@ private slots:
         peer->answer(thumbnails, picture({4, 4}, Qt::red));
         for (int i = 1; i <= 2; ++i) {
             load(*a, {{5, u"abc"_s}});
-            QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), i, 30000);
+            EVENTUALLY_COMPARE(a->finished.size(), i);
             QCOMPARE(colorOf(a->pixmaps().at(5)), QColor(Qt::red));
         }
         QCOMPARE(peer->requests().size(), 2);
@@ -208,7 +209,7 @@ private slots:
         LogCapture log;
         peer->answer(thumbnails, picture({4, 4}, Qt::red));
         load(*a, {{9, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         const QString url =
             u"http://" LOOPBACK(1) ":4567/brenvoka/thumbnails/3/9.png?ver=281474976710656"_s;
         QCOMPARE(log.entries(),
@@ -234,7 +235,7 @@ private slots:
         QCOMPARE(a->aborted.size(), 1);
         QCOMPARE(a->progress.size(), 2);
         QCOMPARE(a->error.size(), 0);
-        QTRY_COMPARE_WITH_TIMEOUT(peer->openConnections(), 0, 30000);
+        EVENTUALLY_COMPARE(peer->openConnections(), 0);
         QCOMPARE(a->finished.size(), 0);
     }
 
@@ -248,7 +249,7 @@ private slots:
         QCOMPARE(std::exchange(count, -1), 256);
         peer->answer(thumbnails, picture({4, 4}, Qt::red));
         load(*a, {{1, u"x"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(count, 256, 30000);
+        EVENTUALLY_COMPARE(count, 256);
     }
 
     void newLoadReplacesTheRunningOne()
@@ -258,7 +259,7 @@ private slots:
         peer->answer(thumbnails, picture({4, 4}, Qt::blue));
         load(*a, {{3, u"z"_s}}, 2);
         QCOMPARE(a->progress.size(), 2);
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QCOMPARE(a->aborted.size(), 0);
         QCOMPARE(a->error.size(), 0);
         QCOMPARE(a->progress.size(), 3);

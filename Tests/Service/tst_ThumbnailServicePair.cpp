@@ -4,6 +4,7 @@
 #include "Service/ThumbnailTestKit.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkDiskCache>
@@ -38,8 +39,8 @@ private slots:
         LogCapture log;
         answerWith(Qt::red);
         load(*a, {{1, u"x"_s}, {2, u"y"_s}}, 1);
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
-        QTRY_COMPARE_WITH_TIMEOUT(b->progress.size(), 2, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
+        EVENTUALLY_COMPARE(b->progress.size(), 2);
         QCOMPARE(a->progress.size(), 2);
         QCOMPARE(b->finished.size(), 0);
         QCOMPARE(log.texts().filter(u"Download finished for thumbnail from: http://127."_s).size(),
@@ -54,10 +55,10 @@ private slots:
         QVERIFY(peer->waitForRequests(3));
         for (const WireRequest &request : peer->requests())
             request.answer(picture({4, 4}, Qt::red));
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
-        QTRY_COMPARE_WITH_TIMEOUT(b->finished.size(), 1, 30000);
-        QTRY_COMPARE_WITH_TIMEOUT(a->progress.size(), 3, 30000);
-        QTRY_COMPARE_WITH_TIMEOUT(b->progress.size(), 3, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
+        EVENTUALLY_COMPARE(b->finished.size(), 1);
+        EVENTUALLY_COMPARE(a->progress.size(), 3);
+        EVENTUALLY_COMPARE(b->progress.size(), 3);
         QCOMPARE(a->finished.constFirst().constFirst().toInt(), 1);
         QCOMPARE(b->finished.constFirst().constFirst().toInt(), 2);
     }
@@ -74,7 +75,7 @@ private slots:
         // Either request may have come first; what is sent to the aborted one is dropped.
         for (const WireRequest &request : peer->requests())
             request.answer(picture({4, 4}, Qt::red));
-        QTRY_COMPARE_WITH_TIMEOUT(b->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(b->finished.size(), 1);
         QCOMPARE(a->finished.size(), 0);
         QCOMPARE(a->progress.size(), 2);
     }
@@ -83,7 +84,7 @@ private slots:
     {
         QNetworkReply *reply = manager->get(QNetworkRequest(QUrl(u"data:,x"_s)));
         QSignalSpy destroyed(reply, &QObject::destroyed);
-        QTRY_COMPARE_WITH_TIMEOUT(destroyed.size(), 1, 30000);
+        EVENTUALLY_COMPARE(destroyed.size(), 1);
         QCOMPARE(a->progress.size(), 1);
         QCOMPARE(b->progress.size(), 1);
         QCOMPARE(a->error.size() + a->finished.size(), 0);
@@ -99,7 +100,7 @@ private slots:
         for (int i = 1; i <= 2; ++i) {
             QPixmapCache::clear();
             load(*a, {{1, u"x"_s}});
-            QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), i, 30000);
+            EVENTUALLY_COMPARE(a->finished.size(), i);
             QCOMPARE(colorOf(a->pixmaps().at(1)), QColor(Qt::red));
         }
         QCOMPARE(peer->requests().size(), 1);
@@ -111,7 +112,7 @@ private slots:
     {
         startNextAt(&ThumbnailService::finished);
         load(*a, {{1, u"x"_s}}, 1);
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 2, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 2);
         verifyNextLoad();
     }
 
@@ -120,7 +121,7 @@ private slots:
     {
         startNextAt(&ThumbnailService::progress);
         load(*a, {{1, u"x"_s}, {2, u"y"_s}}, 1);
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         verifyNextLoad();
     }
 
@@ -130,7 +131,7 @@ private slots:
         startNextAt(&ThumbnailService::error);
         peer->answer("/brenvoka/thumbnails/3/1.png", {}, {}, "404 Not Found");
         load(*a, {{1, u"x"_s}}, 1);
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         verifyNextLoad();
     }
 
@@ -144,7 +145,7 @@ private slots:
         QVERIFY(peer->waitForRequests(1));
         startNextAt(&ThumbnailService::progress);
         load(*a, {{2, u"y"_s}}, 3);
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         verifyNextLoad();
         QCOMPARE(peer->requests("/brenvoka/thumbnails/3/2.png").size(), 0);
     }
@@ -167,10 +168,10 @@ private slots:
                         a->service.abort();
                 });
         load(*a, {{1, u"x"_s}, {2, u"y"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->aborted.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->aborted.size(), 1);
         QCOMPARE(a->finished.size(), 0);
         load(*a, {{3, u"z"_s}});
-        QTRY_COMPARE_WITH_TIMEOUT(a->finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(a->finished.size(), 1);
         QVERIFY(a->pixmaps().at(1).isNull());
     }
 

@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "Support/Wait.h"
+
 #include <QByteArray>
 #include <QTest>
 
@@ -46,7 +48,7 @@ public:
     {
         fcntl(writer, F_SETFL, O_NONBLOCK);
         while (writeWhatFits())
-            (void)QTest::qWaitFor([&] { return !isatty(writer) || readerIsFull(); }, 30000);
+            (void)waitFor([&] { return !isatty(writer) || readerIsFull(); });
         fcntl(writer, F_SETFL, 0);
     }
     /// Everything that has arrived so far.
@@ -65,7 +67,7 @@ public:
     [[nodiscard]] QByteArray readUntil(const QByteArray &ending) const
     {
         QByteArray all;
-        (void)QTest::qWaitFor([&] { return (all += readAll()).endsWith(ending); }, 30000);
+        (void)waitFor([&] { return (all += readAll()).endsWith(ending); });
         return all;
     }
 

@@ -5,6 +5,7 @@
 
 #include "Log/ZorLog.h"
 #include "Support/LogProbe.h"
+#include "Support/Wait.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -60,7 +61,7 @@ private:
         Zor::Log::instance()->debug("LogCapture", 0, mark.constData());
         const QString last = QStringLiteral("[debug][LogCapture:0] ") + QString::fromUtf8(mark);
         QStringList all;
-        if (!QTest::qWaitFor([&] { return (all = readLines()).contains(last); }, 30000))
+        if (!waitFor([&] { return (all = readLines()).contains(last); }))
             QTest::qFail("The log did not reach its file", __FILE__, __LINE__);
         all.removeIf([](const QString &line) {
             return line.contains(QLatin1String("][LogCapture:0] ")) ||

@@ -9,6 +9,7 @@
 #include "Service/ServerConnectionService.h"
 #include "Support/Loopback.h"
 #include "Support/PlayedServer.h"
+#include "Support/Wait.h"
 #include "Tasks/SyncTask.h"
 
 #include <QApplication>
@@ -43,7 +44,7 @@ public:
     {
         QSignalSpy connected(&service, &ServerConnectionService::serverConnected);
         service.addHandler(destination.wire.address(), destinationUuid);
-        return destination.openStream() && connected.wait(30000);
+        return destination.openStream() && connected.wait(patience);
     }
 
     void start(const QList<FolderRename> &renames, const QList<VisualRef> &removals,
@@ -62,8 +63,7 @@ public:
     {
         const qsizetype before = destination.commands(PlayedServer::Cancel).size();
         service.cancelAllSyncs();
-        return QTest::qWaitFor(
-            [&] { return destination.commands(PlayedServer::Cancel).size() > before; }, 30000);
+        return waitFor([&] { return destination.commands(PlayedServer::Cancel).size() > before; });
     }
 
     /// The task's only dialog of that class, null if there is none.

@@ -7,6 +7,7 @@
 #include "Service/ServerConnectionService.h"
 #include "Support/PlayedServer.h"
 #include "Support/ProgressDialogs.h"
+#include "Support/Wait.h"
 #include "Tasks/TaskBase.h"
 
 #include <QLabel>
@@ -32,7 +33,7 @@ public:
         model.upsertServer(record);
         QSignalSpy connected(&service, &ServerConnectionService::serverConnected);
         service.addHandler(played.wire.address(), played.uuid);
-        return played.openStream() && connected.wait(30000);
+        return played.openStream() && connected.wait(patience);
     }
     [[nodiscard]] bool connectServer() { return connectTo(server); }
 
@@ -72,8 +73,7 @@ public:
         server.accept();
         const qsizetype before = server.commands(PlayedServer::Cancel).size();
         service.cancelAllSyncs();
-        return QTest::qWaitFor(
-            [&] { return server.commands(PlayedServer::Cancel).size() > before; }, 30000);
+        return waitFor([&] { return server.commands(PlayedServer::Cancel).size() > before; });
     }
 
     static constexpr auto execute = "/brenvoka/execute.html";

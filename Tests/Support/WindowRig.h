@@ -7,6 +7,7 @@
 #include "Model/ApplicationModel.h"
 #include "Support/PictureMemory.h"
 #include "Support/Sandbox.h"
+#include "Support/Wait.h"
 #include "UI/BVMainWindow.h"
 #include "UI/BVServerBank.h"
 #include "Widgets/MediaListWidget.h"
@@ -84,7 +85,7 @@ public:
     [[nodiscard]] bool show()
     {
         window->show();
-        return QTest::qWaitForWindowActive(window.get(), 30000);
+        return QTest::qWaitForWindowActive(window.get(), patience);
     }
 
     [[nodiscard]] UIController &controller() const { return *window->findChild<UIController *>(); }

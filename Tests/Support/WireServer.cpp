@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/WireServer.h"
+#include "Support/Wait.h"
 
 #include <QTest>
 
@@ -175,7 +176,7 @@ QList<WireRequest> WireServer::requests(const QByteArray &path) const
 
 bool WireServer::waitForRequests(int count, const QByteArray &path) const
 {
-    return QTest::qWaitFor([&] { return requests(path).size() >= count; }, 30000);
+    return waitFor([&] { return requests(path).size() >= count; });
 }
 
 int WireServer::openConnections() const

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 #include "Support/WireServer.h"
 
 #include <QNetworkAccessManager>
@@ -30,7 +31,7 @@ private slots:
         const QByteArray second = "GET /b/c HTTP/1.1\r\n\r\n";
         client.write(first.left(30));
         client.flush();
-        QTRY_COMPARE_WITH_TIMEOUT(server.received(0).size(), 30, 30000);
+        EVENTUALLY_COMPARE(server.received(0).size(), 30);
         QVERIFY(server.requests().isEmpty());
         client.write(first.mid(30) + second);
         QVERIFY(server.waitForRequests(2));
@@ -63,7 +64,7 @@ private slots:
         const QByteArray response = Wire::response("body");
         for (const char byte : response)
             request.send(QByteArray(1, byte));
-        QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 30000);
+        EVENTUALLY(reply->isFinished());
         QCOMPARE(reply->readAll(), "body");
     }
 
@@ -75,10 +76,10 @@ private slots:
         QVERIFY(server.waitForRequests(1));
         const WireRequest stream = server.requests().constFirst();
         stream.send(Wire::frame("{}"));
-        QTRY_COMPARE_WITH_TIMEOUT(reply->bytesAvailable(), 3, 30000);
+        EVENTUALLY_COMPARE(reply->bytesAvailable(), 3);
         QVERIFY(!reply->isFinished());
         stream.close();
-        QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 30000);
+        EVENTUALLY(reply->isFinished());
         QCOMPARE(reply->error(), QNetworkReply::NoError);
         QCOMPARE(reply->readAll(), "{}\0"_ba);
     }
@@ -102,7 +103,7 @@ private slots:
         QSignalSpy closed(&server, &WireServer::connectionClosed);
         QVERIFY(finishedReply(server, u"/"_s)->error() != QNetworkReply::NoError);
         QVERIFY(closed.size() >= 1);
-        QTRY_COMPARE_WITH_TIMEOUT(server.openConnections(), 0, 30000);
+        EVENTUALLY_COMPARE(server.openConnections(), 0);
     }
 
     void headHandlerAnswersBeforeTheBody()
@@ -117,7 +118,7 @@ private slots:
         QVERIFY(client.waitForConnected());
         client.write("POST /up HTTP/1.1\r\nContent-Length: 100000\r\n\r\n" +
                      QByteArray(100000, 'x'));
-        QTRY_VERIFY_WITH_TIMEOUT(client.peek(1000).endsWith("early"), 30000);
+        EVENTUALLY(client.peek(1000).endsWith("early"));
         QVERIFY(server.requests().isEmpty());
         server.setReading(true);
         QVERIFY(server.waitForRequests(1));
@@ -130,7 +131,7 @@ private slots:
         const QHostAddress address = server.address();
         server.stopListening();
         reply.reset(manager.get(request(address, u"/"_s)));
-        QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 30000);
+        EVENTUALLY(reply->isFinished());
         QCOMPARE(reply->error(), QNetworkReply::ConnectionRefusedError);
     }
 
@@ -148,7 +149,7 @@ private:
     QNetworkReply *finishedReply(const WireServer &server, const QString &path)
     {
         start(server, path);
-        if (!QTest::qWaitFor([&] { return reply->isFinished(); }, 30000))
+        if (!waitFor([&] { return reply->isFinished(); }))
             qFatal("No answer");
         return reply.get();
     }

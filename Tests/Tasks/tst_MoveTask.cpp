@@ -7,6 +7,7 @@
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/TaskRig.h"
+#include "Support/Wait.h"
 
 #include <QPointer>
 #include <QTimer>
@@ -58,7 +59,7 @@ void tst_MoveTask::aMoveIsOneRequest()
     QCOMPARE(rig->task->affectedServer(), rig->server.uuid);
     QVERIFY(rig->task->involvesServer(rig->server.uuid));
     QVERIFY(!rig->task->involvesServer(QUuid()));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->finished->first().first().value<TaskBase *>(), rig->task.get());
     QVERIFY(!rig->task->hasErrors());
     QCOMPARE(rig->task->errorDetails(), QStringList());
@@ -89,7 +90,7 @@ void tst_MoveTask::aMoveThatAnswersSoonShowsNoDialog()
     // A timer set now fires behind that of the dialog.
     bool isLater = false;
     QTimer::singleShot(501, Qt::PreciseTimer, rig->task.get(), [&isLater] { isLater = true; });
-    QTRY_VERIFY_WITH_TIMEOUT(isLater, 30000);
+    EVENTUALLY(isLater);
     QCOMPARE(shown.count, 0);
 }
 
@@ -98,9 +99,9 @@ void tst_MoveTask::aLongMoveShowsItsDialog()
     rig->server.wire.hold(TaskRig::execute);
     start();
     QVERIFY(!rig->dialog()->isVisible());
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY(rig->dialog()->isVisible());
     QVERIFY(rig->answer(0));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
 }
 
@@ -110,7 +111,7 @@ void tst_MoveTask::resultCodes()
     QFETCH(const QString, text);
     rig->server.wire.answer(TaskRig::execute, result);
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(rig->task->hasErrors());
     QCOMPARE(rig->task->errorMessage(), u"Visual could not be moved"_s);
     QCOMPARE(rig->task->errorDetails(),
@@ -123,7 +124,7 @@ void tst_MoveTask::numbersOfThreeDigitsStandAsTheyAre()
     rig->model.setServerName(rig->server.uuid, u"%5 %1"_s);
     rig->server.refuse("%2");
     rig->start<MoveTask>(255, 100, 0);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Move from 100 to 000 in folder 255 on server \"%5 %1\" failed: %2."_s});
 }
@@ -131,13 +132,13 @@ void tst_MoveTask::numbersOfThreeDigitsStandAsTheyAre()
 void tst_MoveTask::aBrokenConnectionIsAFailureAndSendsNothingTwice()
 {
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
 
     // On the connection that the first move has left open, where Qt would try again.
     rig->server.wire.on(TaskRig::execute, [](const WireRequest &request) { request.close(); });
     const QSignalSpy refused(&rig->service, &ServerConnectionService::movedFileError);
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->requests().at(1).connection, rig->requests().at(0).connection);
     const QString text = refused.first().last().toString();
     QVERIFY(!text.isEmpty());
@@ -162,7 +163,7 @@ void tst_MoveTask::aVanishedServerIsNamedByNothing()
 {
     rig->server.refuse("no");
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(rig->model.removeServer(rig->server.uuid));
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Move from 007 to 012 in folder 003 on server \"\" failed: no."_s});
@@ -172,7 +173,7 @@ void tst_MoveTask::aCancelLeavesTheMoveToTheServer()
 {
     rig->server.wire.hold(TaskRig::execute);
     start();
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY(rig->dialog()->isVisible());
     pressCancel(*rig->dialog());
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->task->hasErrors());
@@ -181,7 +182,7 @@ void tst_MoveTask::aCancelLeavesTheMoveToTheServer()
     // No cancel is sent, and the request stands.
     QSignalSpy moved(&rig->service, &ServerConnectionService::movedFileFinished);
     QVERIFY(rig->answer(0));
-    QVERIFY(moved.wait(30000));
+    QVERIFY(moved.wait(patience));
     QCOMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->requests().size(), 1);
 }
@@ -195,7 +196,7 @@ void tst_MoveTask::aFailureAfterTheCancelIsKeptAndEndsNothing()
     QCOMPARE(rig->finished->size(), 1);
     QSignalSpy refused(&rig->service, &ServerConnectionService::movedFileError);
     QVERIFY(rig->answer(0, TaskRig::inUse));
-    QVERIFY(refused.wait(30000));
+    QVERIFY(refused.wait(patience));
     QVERIFY(rig->task->hasErrors());
     QCOMPARE(rig->finished->size(), 1);
 }
@@ -204,7 +205,7 @@ void tst_MoveTask::aCancelTogetherWithTheResultEndsTwice()
 {
     rig->server.wire.answer(TaskRig::execute, TaskRig::inUse);
     start();
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     rig->dialog()->reject();
     QCOMPARE(rig->finished->size(), 2);
     QVERIFY(rig->task->hasErrors());
@@ -214,7 +215,7 @@ void tst_MoveTask::abortLeavesNothingToShow()
 {
     rig->server.wire.hold(TaskRig::execute);
     start();
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY(rig->dialog()->isVisible());
     emit rig->service.movedFileError(rig->server.uuid, u"no"_s);
     QVERIFY(rig->task->hasErrors());
     rig->dialog()->show();
@@ -242,11 +243,11 @@ void tst_MoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
     LogCapture log;
     QSignalSpy moved(&rig->service, &ServerConnectionService::movedFileFinished);
     rig->service.requestMove(other.uuid, 3, 7, 12);
-    QVERIFY(moved.wait(30000));
+    QVERIFY(moved.wait(patience));
     other.wire.answer(TaskRig::execute, TaskRig::inUse);
     QSignalSpy refused(&rig->service, &ServerConnectionService::movedFileError);
     rig->service.requestMove(other.uuid, 3, 7, 12);
-    QVERIFY(refused.wait(30000));
+    QVERIFY(refused.wait(patience));
     QCOMPARE(rig->dialog()->progress(), 0);
     QCOMPARE(rig->finished->size(), 0);
     QVERIFY(!rig->task->hasErrors());
@@ -257,13 +258,13 @@ void tst_MoveTask::deletionTakesDialogAndConnectionsAlong()
 {
     rig->server.wire.hold(TaskRig::execute);
     start();
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY(rig->dialog()->isVisible());
     const QPointer<BVProgressDialog> dialog = rig->dialog();
     rig->task.reset();
     QVERIFY(!dialog);
     QSignalSpy moved(&rig->service, &ServerConnectionService::movedFileFinished);
     QVERIFY(rig->answer(0));
-    QVERIFY(moved.wait(30000));
+    QVERIFY(moved.wait(patience));
     QCOMPARE(rig->finished->size(), 0);
 }
 

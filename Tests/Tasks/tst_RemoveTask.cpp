@@ -7,6 +7,7 @@
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/TaskRig.h"
+#include "Support/Wait.h"
 
 #include <QTimer>
 
@@ -91,7 +92,7 @@ void tst_RemoveTask::aShortRemovalShowsNoDialog()
     // A timer set now fires behind that of the dialog.
     bool isLater = false;
     QTimer::singleShot(501, Qt::PreciseTimer, rig->task.get(), [&isLater] { isLater = true; });
-    QTRY_VERIFY_WITH_TIMEOUT(isLater, 30000);
+    EVENTUALLY(isLater);
     QCOMPARE(shown.count, 0);
 }
 
@@ -102,10 +103,10 @@ void tst_RemoveTask::aLongRemovalShowsItsDialog()
     rig->start<RemoveTask>(Visuals{{3, 1}, {3, 2}});
     QVERIFY(!rig->dialog()->isVisible());
     QVERIFY(rig->answer(0));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->dialog()->progress(), 1, 30000);
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY_COMPARE(rig->dialog()->progress(), 1);
+    EVENTUALLY(rig->dialog()->isVisible());
     QVERIFY(rig->answer(1));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
     QCOMPARE(shown.count, 1);
 }
@@ -121,7 +122,7 @@ void tst_RemoveTask::theServerGetsOneRemovalAtATime()
         });
     });
     rig->start<RemoveTask>(five);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->server.visuals(PlayedServer::Remove), five);
     QVERIFY(!rig->task->hasErrors());
     QCOMPARE(rig->task->errorDetails(), QStringList());
@@ -133,7 +134,7 @@ void tst_RemoveTask::fiveRemovalsWithOneFailure()
         request.answer(request.body.contains("visualIdx=3&") ? TaskRig::inUse : TaskRig::success);
     });
     rig->start<RemoveTask>(five);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->server.visuals(PlayedServer::Remove), five);
     QVERIFY(rig->task->hasErrors());
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 5."_s);
@@ -148,7 +149,7 @@ void tst_RemoveTask::resultCodes()
     QFETCH(const QString, text);
     rig->server.wire.answer(TaskRig::execute, result);
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(rig->task->hasErrors());
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 1."_s);
     QCOMPARE(rig->task->errorDetails(),
@@ -160,7 +161,7 @@ void tst_RemoveTask::failuresAreListedInTheOrderGiven()
 {
     rig->server.refuse("no");
     rig->start<RemoveTask>(Visuals{{200, 9}, {4, 255}, {0, 0}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 3 visuals from a total of 3."_s);
     QCOMPARE(
         rig->task->errorDetails(),
@@ -174,7 +175,7 @@ void tst_RemoveTask::namesInErrorLinesAreTakenLiterally()
     rig->model.setServerName(rig->server.uuid, u"%4\n<b>%1</b>"_s);
     rig->server.refuse("%1%% %3" + QByteArray(5000, 'W'));
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Remove visual 017 in folder 003 on server \"%4 <b>%1</b>\" failed: "
                          "%1%% %3"_s +
@@ -185,7 +186,7 @@ void tst_RemoveTask::aVanishedServerIsNamedByNothing()
 {
     rig->server.refuse("no");
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(rig->model.removeServer(rig->server.uuid));
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Remove visual 017 in folder 003 on server \"\" failed: no."_s});
@@ -202,7 +203,7 @@ void tst_RemoveTask::aBrokenConnectionFailsOneRemovalAndSendsNoneTwice()
     const Visuals three{{3, 1}, {3, 2}, {3, 3}};
     const QSignalSpy refused(&rig->service, &ServerConnectionService::visualRemoveError);
     rig->start<RemoveTask>(three);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(rig->settle());
     QCOMPARE(rig->server.visuals(PlayedServer::Remove), three);
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 3."_s);
@@ -223,14 +224,14 @@ void tst_RemoveTask::aResultForASlotNotInTheListMovesNoBar()
     QCOMPARE(rig->finished->size(), 0);
     QVERIFY(!rig->task->hasErrors());
     QVERIFY(rig->answer(0));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->dialog()->progress(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->dialog()->progress(), 1);
     QCOMPARE(rig->finished->size(), 0);
 }
 
 void tst_RemoveTask::aResultForASlotNotInTheListEndsAFullTaskAgain()
 {
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     emit rig->service.visualRemoveFinished(rig->server.uuid, 3, 18);
     QCOMPARE(rig->finished->size(), 2);
     QVERIFY(!rig->task->hasErrors());
@@ -239,7 +240,7 @@ void tst_RemoveTask::aResultForASlotNotInTheListEndsAFullTaskAgain()
 void tst_RemoveTask::aSecondResultAfterTheEndChangesNothing()
 {
     rig->start<RemoveTask>(Visuals{{3, 17}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     emit rig->service.visualRemoveFinished(rig->server.uuid, 3, 17);
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
@@ -254,10 +255,10 @@ void tst_RemoveTask::aVisualGivenTwiceLeavesTheNextOneTwiceInTheQueue()
     QCOMPARE(rig->dialog()->maximum(), 3);
     QVERIFY(rig->answer(0));
     QVERIFY(rig->answer(1));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->dialog()->progress(), 2, 30000);
+    EVENTUALLY_COMPARE(rig->dialog()->progress(), 2);
     QCOMPARE(rig->finished->size(), 0);
     QVERIFY(rig->answer(2));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(rig->settle());
     QCOMPARE(rig->server.visuals(PlayedServer::Remove), (Visuals{{3, 1}, {3, 2}, {3, 2}}));
     QCOMPARE(rig->finished->size(), 1);
@@ -267,7 +268,7 @@ void tst_RemoveTask::theFirstOfTwoEqualEntriesTakesTheResults()
 {
     rig->server.refuse("no");
     rig->start<RemoveTask>(Visuals{{3, 1}, {3, 2}, {3, 1}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 2 visuals from a total of 3."_s);
     QCOMPARE(
         rig->task->errorDetails(),
@@ -282,7 +283,7 @@ void tst_RemoveTask::aFailureStaysOneWhateverComesLater()
     QVERIFY(rig->answer(0));
     QVERIFY(rig->answer(1, TaskRig::inUse));
     QVERIFY(rig->answer(2));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 3."_s);
     QCOMPARE(rig->task->errorDetails(),
              QStringList{u"Remove visual 002 in folder 003 on server \"Stage left\" failed: "
@@ -298,11 +299,11 @@ void tst_RemoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
     LogCapture log;
     QSignalSpy removed(&rig->service, &ServerConnectionService::visualRemoveFinished);
     rig->service.requestRemove(other.uuid, {{3, 1}});
-    QVERIFY(removed.wait(30000));
+    QVERIFY(removed.wait(patience));
     other.wire.answer(TaskRig::execute, TaskRig::inUse);
     QSignalSpy refused(&rig->service, &ServerConnectionService::visualRemoveError);
     rig->service.requestRemove(other.uuid, {{3, 2}});
-    QVERIFY(refused.wait(30000));
+    QVERIFY(refused.wait(patience));
     QCOMPARE(rig->dialog()->progress(), 0);
     QCOMPARE(rig->finished->size(), 0);
     QVERIFY(!rig->task->hasErrors());

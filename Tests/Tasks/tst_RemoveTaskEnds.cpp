@@ -6,6 +6,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/TaskRig.h"
+#include "Support/Wait.h"
 
 #include <QPointer>
 
@@ -52,7 +53,7 @@ void tst_RemoveTaskEnds::cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError()
     QVERIFY(rig->answer(0));
     QVERIFY(rig->answer(1));
     QVERIFY(rig->server.wire.waitForRequests(3, TaskRig::execute));
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY(rig->dialog()->isVisible());
     pressCancel(*rig->dialog());
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
@@ -61,7 +62,7 @@ void tst_RemoveTaskEnds::cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError()
     QVERIFY(rig->requests().last().isOpen());
     QSignalSpy removed(&rig->service, &ServerConnectionService::visualRemoveFinished);
     QVERIFY(rig->answer(2));
-    QVERIFY(removed.wait(30000));
+    QVERIFY(removed.wait(patience));
     QCOMPARE(removed.first().mid(1), (QVariantList{3, 3}));
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->task->hasErrors());
@@ -84,7 +85,7 @@ void tst_RemoveTaskEnds::aCancelKeepsTheFailuresSoFar()
 void tst_RemoveTaskEnds::escapeIsACancel()
 {
     rig->start<RemoveTask>(five);
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY(rig->dialog()->isVisible());
     QTest::keyClick(rig->dialog(), Qt::Key_Escape);
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(rig->answer(0));
@@ -96,7 +97,7 @@ void tst_RemoveTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
 {
     rig->start<RemoveTask>(five.first(1));
     QVERIFY(rig->answer(0));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     rig->dialog()->reject();
     QCOMPARE(rig->finished->size(), 2);
     QVERIFY(!rig->task->hasErrors());
@@ -106,8 +107,8 @@ void tst_RemoveTaskEnds::abortLeavesNothingToShow()
 {
     rig->start<RemoveTask>(five);
     QVERIFY(rig->answer(0, TaskRig::inUse));
-    QTRY_VERIFY_WITH_TIMEOUT(rig->task->hasErrors(), 30000);
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY(rig->task->hasErrors());
+    EVENTUALLY(rig->dialog()->isVisible());
     rig->task->abort();
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
@@ -131,7 +132,7 @@ void tst_RemoveTaskEnds::abortBeforeTheStartEndsTheTask()
 void tst_RemoveTaskEnds::deletionTakesDialogAndConnectionsAlong()
 {
     rig->start<RemoveTask>(five);
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY(rig->dialog()->isVisible());
     const QPointer<BVProgressDialog> dialog = rig->dialog();
     rig->task.reset();
     QVERIFY(!dialog);
@@ -141,7 +142,7 @@ void tst_RemoveTaskEnds::deletionTakesDialogAndConnectionsAlong()
     QVERIFY(rig->server.wire.waitForRequests(2, TaskRig::execute));
     rig->server.accept();
     QVERIFY(rig->answer(1));
-    QTRY_COMPARE_WITH_TIMEOUT(rig->server.visuals(PlayedServer::Remove), five, 30000);
+    EVENTUALLY_COMPARE(rig->server.visuals(PlayedServer::Remove), five);
     QCOMPARE(rig->finished->size(), 0);
 }
 
@@ -149,7 +150,7 @@ void tst_RemoveTaskEnds::withoutAConnectionOnlyTheOperatorEndsIt()
 {
     rig->service.removeHandler(rig->server.uuid);
     rig->start<RemoveTask>(five);
-    QTRY_VERIFY_WITH_TIMEOUT(rig->dialog()->isVisible(), 30000);
+    EVENTUALLY(rig->dialog()->isVisible());
     QCOMPARE(rig->finished->size(), 0);
     pressCancel(*rig->dialog());
     QCOMPARE(rig->finished->size(), 1);

@@ -7,6 +7,7 @@
 #include "Support/LogCapture.h"
 #include "Support/ProgressDialogs.h"
 #include "Support/SyncRig.h"
+#include "Support/Wait.h"
 
 #include <QLabel>
 #include <QTimer>
@@ -80,20 +81,20 @@ void tst_SyncTask::phasesFollowEachOther()
     rig.start({{3, u"Three"_s}}, {{3, 7}}, {{3, 8}, {4, 9}});
 
     const auto requests = [&] { return rig.destination.wire.requests("/brenvoka/execute.html"); };
-    QTRY_COMPARE_WITH_TIMEOUT(requests().size(), 1, 30000);
+    EVENTUALLY_COMPARE(requests().size(), 1);
     const Command rename = rig.destination.commands(PlayedServer::Rename).value(0);
     QCOMPARE(rename.field("folderIdx"), u"3"_s);
     QCOMPARE(rename.field("folderName"), u"Three"_s);
     QVERIFY(!rig.progressDialog(u"Removing..."_s));
 
     requests().last().answer(R"({"msg_type":7,"RESULT":0})");
-    QTRY_COMPARE_WITH_TIMEOUT(requests().size(), 2, 30000);
+    EVENTUALLY_COMPARE(requests().size(), 2);
     QCOMPARE(rig.destination.visuals(PlayedServer::Remove), (QList<VisualRef>{{3, 7}}));
     QVERIFY(!rig.dialog<TransferDialog>());
 
     rig.destination.accept();
     requests().last().answer(R"({"msg_type":7,"RESULT":0})");
-    QTRY_COMPARE_WITH_TIMEOUT(requests().size(), 4, 30000);
+    EVENTUALLY_COMPARE(requests().size(), 4);
     const QList<Command> syncs = rig.destination.commands(PlayedServer::Sync);
     QList<VisualRef> visuals = rig.destination.visuals(PlayedServer::Sync);
     std::ranges::sort(visuals); // each has a connection of its own
@@ -109,7 +110,7 @@ void tst_SyncTask::renamesOnlyEndAfterTheLast()
     QVERIFY(rig.connectDestination());
     rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {}, {});
     QCOMPARE(rig.finished->size(), 0);
-    QVERIFY(rig.finished->wait(30000));
+    QVERIFY(rig.finished->wait(patience));
     QVERIFY(!rig.task->hasErrors());
     QCOMPARE(rig.destination.commands(PlayedServer::Rename).size(), 2);
     QVERIFY(rig.settle());
@@ -122,7 +123,7 @@ void tst_SyncTask::removalsOnlyEndAfterTheLast()
     SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     rig.start({}, {{3, 1}, {3, 2}}, {});
-    QVERIFY(rig.finished->wait(30000));
+    QVERIFY(rig.finished->wait(patience));
     QVERIFY(!rig.task->hasErrors());
     QCOMPARE(rig.destination.visuals(PlayedServer::Remove), (QList<VisualRef>{{3, 1}, {3, 2}}));
     QVERIFY(!rig.dialog<TransferDialog>());
@@ -168,7 +169,7 @@ void tst_SyncTask::aShortPhaseShowsNoDialog()
     // The dialogs' own delay of 500 ms has to pass before their absence means anything.
     bool passed = false;
     QTimer::singleShot(700, this, [&passed] { passed = true; });
-    QTRY_VERIFY_WITH_TIMEOUT(passed, 30000);
+    EVENTUALLY(passed);
     QCOMPARE(shown.count, 0);
 }
 
@@ -178,7 +179,7 @@ void tst_SyncTask::aLongPhaseShowsItsDialog()
     ShownDialogs shown;
     rig.start({{3, u"Three"_s}}, {}, {});
     QVERIFY(!rig.progressDialog(u"Renaming..."_s)->isVisible());
-    QTRY_VERIFY_WITH_TIMEOUT(rig.progressDialog(u"Renaming..."_s)->isVisible(), 30000);
+    EVENTUALLY(rig.progressDialog(u"Renaming..."_s)->isVisible());
     emit rig.service.folderRenameFinished(rig.destinationUuid, 3);
     QVERIFY(!rig.progressDialog(u"Renaming..."_s)->isVisible());
     QCOMPARE(shown.count, 1);
@@ -283,7 +284,7 @@ void tst_SyncTask::failedRenamesAndRemovalsStopNothingAndAreListed()
     QVERIFY(rig.connectDestination());
     rig.destination.refuse("it is locked");
     rig.start({{3, u"Three"_s}}, {{4, 17}}, {{4, 18}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Sync).size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Sync).size(), 1);
     QVERIFY(rig.task->hasErrors());
     emit rig.service.syncOperationFinished(rig.destinationUuid);
     QCOMPARE(rig.finished->size(), 1);

@@ -5,6 +5,7 @@
 #include "Support/LogCapture.h"
 #include "Support/ProgressDialogs.h"
 #include "Support/SyncRig.h"
+#include "Support/Wait.h"
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -37,9 +38,9 @@ void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {{3, 2}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Rename).size(), 1);
     BVProgressDialog *const renaming = rig.progressDialog(u"Renaming..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 30000);
+    EVENTUALLY(renaming->isVisible());
     pressCancel(*renaming);
     QCOMPARE(rig.finished->size(), 1);
     rig.task.reset();
@@ -48,7 +49,7 @@ void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
     rig.destination.wire.requests("/brenvoka/execute.html")
         .last()
         .answer(R"({"msg_type":7,"RESULT":0})");
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Rename).size(), 2, 30000);
+    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Rename).size(), 2);
     QVERIFY(rig.settle());
     QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 0);
     QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
@@ -60,9 +61,9 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Remove).size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
     BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 30000);
+    EVENTUALLY(removing->isVisible());
     QTest::keyClick(removing, Qt::Key_Escape);
     QCOMPARE(rig.finished->size(), 1);
 
@@ -72,7 +73,7 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
     rig.destination.wire.requests("/brenvoka/execute.html")
         .last()
         .answer(R"({"msg_type":7,"RESULT":0})");
-    QVERIFY(removed.wait(30000));
+    QVERIFY(removed.wait(patience));
     QVERIFY(rig.settle());
     QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
     QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
@@ -159,7 +160,7 @@ void tst_SyncTaskEnds::abortLeavesNoErrorsToShow()
     rig.start({}, {{3, 1}, {3, 2}}, {});
     emit rig.service.visualRemoveError(rig.destinationUuid, 3, 1, u"locked"_s);
     BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(removing->isVisible(), 30000);
+    EVENTUALLY(removing->isVisible());
     QVERIFY(rig.task->hasErrors());
     rig.task->abort();
     QCOMPARE(rig.finished->size(), 1);
@@ -172,7 +173,7 @@ void tst_SyncTaskEnds::abortLeavesTheRenameDialog()
     SyncRig rig(loopback(4));
     rig.start({{3, u"Three"_s}}, {}, {});
     const QPointer<BVProgressDialog> renaming = rig.progressDialog(u"Renaming..."_s);
-    QTRY_VERIFY_WITH_TIMEOUT(renaming->isVisible(), 30000);
+    EVENTUALLY(renaming->isVisible());
     rig.task->abort();
     QCOMPARE(rig.finished->size(), 1);
     QVERIFY(renaming->isVisible());
@@ -187,7 +188,7 @@ void tst_SyncTaskEnds::abortDropsTheRemovalsThatWait()
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Remove).size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
     rig.task->abort();
     QCOMPARE(rig.finished->size(), 1);
 
@@ -196,7 +197,7 @@ void tst_SyncTaskEnds::abortDropsTheRemovalsThatWait()
     rig.destination.wire.requests("/brenvoka/execute.html")
         .last()
         .answer(R"({"msg_type":7,"RESULT":0})");
-    QVERIFY(removed.wait(30000));
+    QVERIFY(removed.wait(patience));
     QVERIFY(rig.settle());
     QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
     QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);

@@ -5,6 +5,7 @@
 #include "Support/Libraries.h"
 #include "Support/LogCapture.h"
 #include "Support/SyncRig.h"
+#include "Support/Wait.h"
 
 #include <QProgressBar>
 #include <QPushButton>
@@ -93,7 +94,7 @@ void tst_SyncTaskTransfers::everyVisualIsARowBeforeTheDialogShows()
     rig.start({}, {}, {{3, 1}, {3, 2}, {3, 3}});
     QCOMPARE(rows.count, 3);
     QVERIFY(rig.dialog<TransferDialog>()->isVisible());
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Sync).size(), 3, 30000);
+    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Sync).size(), 3);
 }
 
 void tst_SyncTaskTransfers::rowsFollowTheStream()
@@ -103,11 +104,11 @@ void tst_SyncTaskTransfers::rowsFollowTheStream()
     rig.start({}, {}, {{3, 1}});
     rig.destination.sendStarted({3, 1});
     rig.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
-    QTRY_COMPARE_WITH_TIMEOUT(rig.transferTexts(1), QStringList{u"40%"_s}, 30000);
+    EVENTUALLY_COMPARE(rig.transferTexts(1), QStringList{u"40%"_s});
     rig.destination.sendProgress({3, 1}, Brenvoka::SyncImporting, 100);
-    QTRY_COMPARE_WITH_TIMEOUT(rig.transferTexts(1), QStringList{u"importing..."_s}, 30000);
+    EVENTUALLY_COMPARE(rig.transferTexts(1), QStringList{u"importing..."_s});
     rig.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
-    QVERIFY(rig.finished->wait(30000));
+    QVERIFY(rig.finished->wait(patience));
     QCOMPARE(rig.transferTexts(1), QStringList{u"finished"_s});
     QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
     QVERIFY(!rig.task->hasErrors());
@@ -152,9 +153,9 @@ void tst_SyncTaskTransfers::oneFailedImportIsOneRowAndOneLine()
         const bool fails = ref.second == 2;
         rig.destination.sendEnded(ref, fails ? Brenvoka::SyncImporting : Brenvoka::SyncFinished);
         if (fails)
-            QTRY_COMPARE_WITH_TIMEOUT(rig.transferTexts(1).at(1), u"failed"_s, 30000);
+            EVENTUALLY_COMPARE(rig.transferTexts(1).at(1), u"failed"_s);
     }
-    QVERIFY(rig.finished->wait(30000));
+    QVERIFY(rig.finished->wait(patience));
     const QString good = u"finished"_s;
     QCOMPARE(rig.transferTexts(1), (QStringList{good, u"failed"_s, good, good, good}));
     QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
@@ -253,8 +254,8 @@ void tst_SyncTaskTransfers::cancelAsksEveryServer()
     rig.start({}, {}, {{3, 1}});
     QTest::mouseClick(rig.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
                       Qt::LeftButton);
-    QTRY_COMPARE_WITH_TIMEOUT(rig.destination.commands(PlayedServer::Cancel).size(), 1, 30000);
-    QTRY_COMPARE_WITH_TIMEOUT(other.commands(PlayedServer::Cancel).size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Cancel).size(), 1);
+    EVENTUALLY_COMPARE(other.commands(PlayedServer::Cancel).size(), 1);
     QCOMPARE(rig.finished->size(), 0);
     QVERIFY(rig.dialog<TransferDialog>()->isVisible());
 }
@@ -269,8 +270,8 @@ void tst_SyncTaskTransfers::cancelledRowsReadCanceledAndAnImportGoesOn()
         rig.destination.sendStarted(ref);
     rig.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
     rig.destination.sendProgress({3, 3}, Brenvoka::SyncImporting, 100);
-    QTRY_COMPARE_WITH_TIMEOUT(rig.transferTexts(1),
-                              (QStringList{u"40%"_s, u"queued..."_s, u"importing..."_s}), 30000);
+    EVENTUALLY_COMPARE(rig.transferTexts(1),
+                       (QStringList{u"40%"_s, u"queued..."_s, u"importing..."_s}));
 
     QTest::mouseClick(rig.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
                       Qt::LeftButton);
@@ -279,7 +280,7 @@ void tst_SyncTaskTransfers::cancelledRowsReadCanceledAndAnImportGoesOn()
 
     for (const VisualRef &ref : refs)
         rig.destination.sendEnded(ref, Brenvoka::SyncFinished);
-    QVERIFY(rig.finished->wait(30000));
+    QVERIFY(rig.finished->wait(patience));
     QCOMPARE(rig.transferTexts(1), (QStringList{u"canceled"_s, u"canceled"_s, u"finished"_s}));
     QVERIFY(!rig.task->hasErrors());
 }
@@ -309,7 +310,7 @@ void tst_SyncTaskTransfers::closingTheWindowOnlyHidesIt()
     QCOMPARE(rig.destination.commands(PlayedServer::Cancel).size(), 1);
     rig.destination.sendStarted({3, 1});
     rig.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
-    QVERIFY(rig.finished->wait(30000));
+    QVERIFY(rig.finished->wait(patience));
 }
 
 QTEST_MAIN(tst_SyncTaskTransfers)

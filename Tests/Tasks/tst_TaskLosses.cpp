@@ -4,6 +4,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/TaskRig.h"
+#include "Support/Wait.h"
 #include "Tasks/MoveTask.h"
 #include "Tasks/RemoveTask.h"
 #include "Tasks/UploadTask.h"
@@ -99,12 +100,12 @@ void tst_TaskLosses::aLostServerEndsTheTaskWithoutAnError()
             [&] { visibleAtTheEnd = rig.dialog()->isVisible(); });
 
     lose(rig);
-    QTRY_VERIFY_WITH_TIMEOUT(rig.finished->size() > 0, 30000);
+    EVENTUALLY(rig.finished->size() > 0);
     QVERIFY(!visibleAtTheEnd);
-    QTRY_VERIFY_WITH_TIMEOUT(!rig.task->hasErrors(), 30000);
+    EVENTUALLY(!rig.task->hasErrors());
     QCOMPARE(rig.task->errorDetails(), QStringList());
     // The connections end with the handler.
-    QTRY_COMPARE_WITH_TIMEOUT(rig.server.wire.openConnections(), 0, 30000);
+    EVENTUALLY_COMPARE(rig.server.wire.openConnections(), 0);
     QVERIFY(!onTheWire.isOpen());
     QVERIFY(!rig.task->hasErrors());
     QCOMPARE(rig.server.wire.requests().size(), 2);
@@ -137,13 +138,13 @@ void tst_TaskLosses::aLostServerTakesTheUploadAlong()
     rig.start<UploadTask>(3, 17, file.fileName());
     connect(&rig.service, &ServerConnectionService::serverDisconnected, rig.task.get(),
             [&rig] { rig.task->abort(); });
-    QVERIFY(progress.wait(30000));
+    QVERIFY(progress.wait(patience));
     rig.server.stream.close();
-    QTRY_COMPARE_WITH_TIMEOUT(rig.finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig.finished->size(), 1);
     QVERIFY(!rig.dialog()->isVisible());
     QVERIFY(!rig.task->hasErrors());
     rig.server.wire.setReading(true);
-    QTRY_COMPARE_WITH_TIMEOUT(rig.server.wire.openConnections(), 0, 30000);
+    EVENTUALLY_COMPARE(rig.server.wire.openConnections(), 0);
     QCOMPARE(rig.server.wire.requests("/brenvoka/upload.html").size(), 0);
 }
 

@@ -7,6 +7,7 @@
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/TaskRig.h"
+#include "Support/Wait.h"
 
 #include <QPointer>
 #include <QTemporaryDir>
@@ -64,8 +65,7 @@ private:
     [[nodiscard]] QList<WireRequest> uploads() const { return rig->server.wire.requests(upload); }
     [[nodiscard]] bool isImporting() const
     {
-        return QTest::qWaitFor(
-            [this] { return rig->dialog()->isFinished() && !uploads().isEmpty(); }, 30000);
+        return waitFor([this] { return rig->dialog()->isFinished() && !uploads().isEmpty(); });
     }
 
     QTemporaryDir directory;
@@ -126,7 +126,7 @@ void tst_UploadTask::theResultEndsTheTask()
     QVERIFY(body.contains("name=\"visualIdx\"\r\n\r\n17\r\n"));
     QVERIFY(body.contains("filename=\"sunset.png\"\r\n\r\nFILE BYTES\r\n"));
     uploads().constFirst().answer(TaskRig::success);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QCOMPARE(rig->finished->first().first().value<TaskBase *>(), rig->task.get());
     QVERIFY(!rig->dialog()->isVisible());
     QCOMPARE(rig->dialog()->result(), int(QDialog::Accepted));
@@ -150,7 +150,7 @@ void tst_UploadTask::resultCodes()
     start();
     QVERIFY(isImporting());
     uploads().constFirst().answer(result);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
     QCOMPARE(rig->dialog()->result(), int(QDialog::Accepted));
     QVERIFY(rig->task->hasErrors());
@@ -166,7 +166,7 @@ void tst_UploadTask::aNetworkFailureIsAFailure()
     start();
     QVERIFY(isImporting());
     uploads().constFirst().answer(TaskRig::success, {}, "404 Nothing");
-    QTRY_COMPARE_WITH_TIMEOUT(rig->finished->size(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
     QCOMPARE(
         rig->task->errorDetails(),
@@ -199,7 +199,7 @@ void tst_UploadTask::aCancelEndsTheRequestAndShowsNoError()
     QSignalSpy progress(&rig->service, &ServerConnectionService::uploadedFileProgress);
     rig->server.wire.setReading(false);
     start(QByteArray(64 << 20, 'x'));
-    QVERIFY(progress.wait(30000));
+    QVERIFY(progress.wait(patience));
     QVERIFY(!rig->dialog()->isFinished());
     pressCancel(*rig->dialog());
     QCOMPARE(rig->finished->size(), 1);
@@ -207,7 +207,7 @@ void tst_UploadTask::aCancelEndsTheRequestAndShowsNoError()
     QVERIFY(!rig->task->hasErrors());
     // Only the stream stays open, and the file did not arrive.
     rig->server.wire.setReading(true);
-    QTRY_COMPARE_WITH_TIMEOUT(rig->server.wire.openConnections(), 1, 30000);
+    EVENTUALLY_COMPARE(rig->server.wire.openConnections(), 1);
     QCOMPARE(uploads().size(), 0);
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->task->hasErrors());
@@ -232,7 +232,7 @@ void tst_UploadTask::escapeCancelsAlsoWhileTheServerImports()
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->dialog()->isVisible());
     QVERIFY(!rig->task->hasErrors());
-    QTRY_VERIFY_WITH_TIMEOUT(!uploads().constFirst().isOpen(), 30000);
+    EVENTUALLY(!uploads().constFirst().isOpen());
 }
 
 void tst_UploadTask::aVanishedFileLeavesTheDialogLiveAtZeroPercent()
@@ -290,11 +290,11 @@ void tst_UploadTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
     QSignalSpy sent(&rig->service, &ServerConnectionService::uploadedFileFinished);
     other.wire.answer(upload, TaskRig::success);
     rig->service.requestUpload(other.uuid, 3, 17, file);
-    QVERIFY(sent.wait(30000));
+    QVERIFY(sent.wait(patience));
     QSignalSpy refused(&rig->service, &ServerConnectionService::uploadedFileError);
     other.wire.answer(upload, TaskRig::inUse);
     rig->service.requestUpload(other.uuid, 3, 17, file);
-    QVERIFY(refused.wait(30000));
+    QVERIFY(refused.wait(patience));
     QVERIFY(progress.size() > 0);
     QCOMPARE(rig->dialog()->progress(), 0);
     QCOMPARE(rig->label(), u"Uploading visual"_s);
@@ -315,7 +315,7 @@ void tst_UploadTask::deletionTakesDialogAndConnectionsAlong()
     // The request is left alone.
     QSignalSpy sent(&rig->service, &ServerConnectionService::uploadedFileFinished);
     uploads().constFirst().answer(TaskRig::success);
-    QVERIFY(sent.wait(30000));
+    QVERIFY(sent.wait(patience));
     QCOMPARE(rig->finished->size(), 0);
 }
 

@@ -6,6 +6,7 @@
 #include "Dialogs/ErrorMessageDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Trust.h"
+#include "Support/Wait.h"
 
 #include <QDialogButtonBox>
 #include <QFileDialog>
@@ -106,11 +107,9 @@ public:
         if (folderSlot != -1)
             doubleClickRow(rig.bankA(), folderSlot);
         const int rows = folderSlot == -1 ? 256 : 257;
-        return QTest::qWaitFor(
-            [&] {
-                return listOf(rig.bankA()).count() == rows && listOf(rig.bankB()).count() == rows;
-            },
-            30000);
+        return waitFor([&] {
+            return listOf(rig.bankA()).count() == rows && listOf(rig.bankB()).count() == rows;
+        });
     }
     void select(const QList<int> &rows) const
     {
@@ -134,9 +133,8 @@ public:
         const int mark = ++marks;
         server.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":)" + QByteArray::number(mark) +
                                        R"(,"TFPS":1,"MFPS":1})"));
-        return QTest::qWaitFor(
-            [&] { return rig.controller().connectedServer(server.uuid).graphFps == float(mark); },
-            30000);
+        return waitFor(
+            [&] { return rig.controller().connectedServer(server.uuid).graphFps == float(mark); });
     }
     /// The same for a server other than the first, so that the client has had the time for what the
     /// first one sent.
@@ -193,11 +191,9 @@ bool changeLibrary(Scene &scene, PlayedServer &server, const QList<MediaFolder> 
     const bool isFetched = !scene.isTaskRunning();
     server.setLibrary(library);
     server.sendLibraryChanged();
-    return scene.isHeard(server) &&
-           (!isFetched ||
-            QTest::qWaitFor(
-                [&] { return scene.rig.controller().connectedServer(server.uuid).hash != before; },
-                30000));
+    return scene.isHeard(server) && (!isFetched || waitFor([&] {
+               return scene.rig.controller().connectedServer(server.uuid).hash != before;
+           }));
 }
 
 /// A library that was on its way brings a server back at once, which opens another stream.
@@ -206,8 +202,7 @@ bool reset(Scene &scene, PlayedServer &server)
     const auto streams = [&] { return server.wire.requests(notifierPath).size(); };
     const qsizetype before = streams();
     server.stream.reset();
-    return QTest::qWaitFor([&] { return !scene.rig.isConnected(server) || streams() > before; },
-                           30000);
+    return waitFor([&] { return !scene.rig.isConnected(server) || streams() > before; });
 }
 
 const Happening happenings[] = {
@@ -481,7 +476,7 @@ void trust_DialogEvents::eventDuringDialog()
             dialog.reject();
     });
     about.open(scene);
-    QTRY_VERIFY_WITH_TIMEOUT(happened, 30000);
+    EVENTUALLY(happened);
     QCOMPARE(watcher.subjectText, QString::fromUtf8(about.text));
 
     // A task whose server has gone, or was never answered, waits for Cancel.
@@ -494,7 +489,7 @@ void trust_DialogEvents::eventDuringDialog()
         }
         return !scene.isTaskRunning() || scene.rig.rig.window->findChild<TransferDialog *>();
     };
-    QVERIFY(QTest::qWaitFor(isOver, 30000));
+    QVERIFY(waitFor(isOver));
 
     Orders orders;
     addOrders(orders, scene.one, u"one"_s);

@@ -8,6 +8,7 @@
 #include "Support/LoopWatch.h"
 #include "Support/ModalDriver.h"
 #include "Support/Trust.h"
+#include "Support/Wait.h"
 
 #include <QTextDocument>
 
@@ -143,9 +144,8 @@ void trust_TextIsData::textIsShownAsData()
     QVERIFY(stage.rig.bringUp(stage.two, text.left(79), {folderNamed(u"Other"_s, 20)}));
     stage.two.setLibrary({folderNamed(text + u"!"_s, 20)});
     stage.two.sendLibraryChanged();
-    QTRY_VERIFY_WITH_TIMEOUT(
-        stage.controller().connectedServer(stage.two.uuid).folders.first().name != u"Other"_s,
-        30000);
+    EVENTUALLY(stage.controller().connectedServer(stage.two.uuid).folders.first().name !=
+               u"Other"_s);
     checkRows(stage, text);
 
     ModalDriver modals;
@@ -158,8 +158,8 @@ void trust_TextIsData::textIsShownAsData()
              "Note: The operation can not be  undone."_s);
 
     doubleClickRow(stage.bankA(), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(listOf(stage.bankA()).count(), 257, 30000);
-    QTRY_COMPARE_WITH_TIMEOUT(listOf(stage.bankB()).count(), 257, 30000);
+    EVENTUALLY_COMPARE(listOf(stage.bankA()).count(), 257);
+    EVENTUALLY_COMPARE(listOf(stage.bankB()).count(), 257);
     checkRows(stage, text);
     QTextDocument header;
     header.setHtml(childOf<QLabel>(stage.bankA(), "mediaListFolder").text());
@@ -174,7 +174,7 @@ void trust_TextIsData::textIsShownAsData()
     clickRow(stage.bankA(), 2);
     modals.press(QMessageBox::Ok);
     OperationStage::clickRemove(stage.bankA());
-    QTRY_COMPARE_WITH_TIMEOUT(modals.seen().size(), 2, 30000);
+    EVENTUALLY_COMPARE(modals.seen().size(), 2);
     QCOMPARE(modals.seen().last().text, u"Failed to remove 1 visuals from a total of 1."_s);
     QVERIFY(
         modals.seen().last().details.startsWith(u"Remove visual 001 in folder 000 on server \""_s));
@@ -182,7 +182,7 @@ void trust_TextIsData::textIsShownAsData()
 
     modals.press(QMessageBox::Ok);
     stage.one.stream.reset();
-    QTRY_COMPARE_WITH_TIMEOUT(modals.seen().size(), 3, 30000);
+    EVENTUALLY_COMPARE(modals.seen().size(), 3);
     const QString message = modals.seen().last().text;
     QVERIFY(message.startsWith(u"Server \""_s) && message.endsWith(u"\" disconnected."_s));
     QVERIFY2(showsName(message, text.left(20)), qPrintable(message));

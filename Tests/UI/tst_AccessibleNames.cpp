@@ -7,6 +7,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 #include "Support/WindowRig.h"
 
 #include <QAbstractButton>
@@ -256,7 +257,7 @@ void tst_AccessibleNames::transferDialogHasItsNames()
         dialog.addTransfer(3, slot, u"Stage - Visual "_s);
     dialog.updateTransfer(3, 2, 40, Brenvoka::SyncTransferring);
     dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog, 30000));
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
     const Walk walk(dialog);
     QCOMPARE(walk.missing, QString());
     QCOMPARE(walk.sayings.filter(u"Stage - Visual"_s).size(), 5);
@@ -268,7 +269,7 @@ void tst_AccessibleNames::progressDialogHasItsNames()
 {
     BVProgressDialog dialog(u"Removing visuals"_s, true, nullptr);
     dialog.addSteps(3, false);
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog, 30000));
+    QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
     const Walk walk(dialog);
     QCOMPARE(walk.missing, QString());
     QVERIFY(walk.sayings.contains(u"Removing visuals | "_s));

@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 #include "Support/WindowRig.h"
 
 #include <QAction>
@@ -93,7 +94,7 @@ void tst_BVMainWindow::cannotBeSmallerAndSharesItsWidth()
     for (const QSize size : {QSize(1163, 670), QSize(1500, 900), QSize(1601, 1000)}) {
         rig.window->resize(size);
         QCOMPARE(rig.window->size(), size);
-        QTRY_VERIFY_WITH_TIMEOUT(qAbs(rig.bankA().width() - rig.bankB().width()) <= 1, 30000);
+        EVENTUALLY(qAbs(rig.bankA().width() - rig.bankB().width()) <= 1);
         QVERIFY(rig.bankA().width() >= 526);
         QVERIFY(rig.bankB().geometry().right() < rig.window->width());
         QVERIFY(rig.bankA().height() >= 610);

@@ -4,6 +4,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/Pixels.h"
+#include "Support/Wait.h"
 #include "Support/WindowRig.h"
 
 #include <QCompleter>
@@ -102,9 +103,9 @@ void tst_BVMainWindowLook::fileDialogIsDark()
     QFileDialog dialog(rig.window.get(), {}, rig.sandbox.directory().path());
     dialog.setOption(QFileDialog::DontUseNativeDialog);
     dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
+    QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
     const auto *files = dialog.findChild<QTreeView *>(u"treeView"_s);
-    QTRY_VERIFY_WITH_TIMEOUT(files->model()->rowCount(files->rootIndex()) > 0, 30000);
+    EVENTUALLY(files->model()->rowCount(files->rootIndex()) > 0);
     const auto *name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
     for (const QWidget *field : std::initializer_list<const QWidget *>{files->viewport(), name}) {
         const QRect area(field->mapTo(&dialog, QPoint(4, 4)), field->size() - QSize(8, 8));
@@ -112,7 +113,7 @@ void tst_BVMainWindowLook::fileDialogIsDark()
         QCOMPARE(image.pixelColor(image.width() - 1, image.height() - 1), QColor(39, 44, 51));
     }
     const QRect firstName(files->viewport()->mapTo(&dialog, QPoint(30, 2)), QSize(80, 20));
-    QTRY_VERIFY_WITH_TIMEOUT(contrast(dialog.grab(firstName).toImage()) >= 4.5, 30000);
+    EVENTUALLY(contrast(dialog.grab(firstName).toImage()) >= 4.5);
 }
 
 /// What is offered under the name box stands in a window of its own.
@@ -125,18 +126,18 @@ void tst_BVMainWindowLook::completionsOfTheFileDialogAreDark()
     QFileDialog dialog(rig.window.get(), {}, directory.path());
     dialog.setOption(QFileDialog::DontUseNativeDialog);
     dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
+    QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
     const auto *files = dialog.findChild<QTreeView *>(u"treeView"_s);
-    QTRY_COMPARE_WITH_TIMEOUT(files->model()->rowCount(files->rootIndex()), 12, 30000);
+    EVENTUALLY_COMPARE(files->model()->rowCount(files->rootIndex()), 12);
     auto *const name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
     QTest::keyClicks(name, u"Loops"_s);
     auto *const list = name->completer()->popup();
-    QTRY_VERIFY_WITH_TIMEOUT(list->isVisible(), 30000);
+    EVENTUALLY(list->isVisible());
     QVERIFY(list->isWindow());
 
     const auto picture = [list] { return list->viewport()->grab().toImage(); };
     QCOMPARE(picture().pixelColor(list->viewport()->width() - 2, 1), QColor(39, 44, 51));
-    QTRY_VERIFY_WITH_TIMEOUT(contrast(picture()) >= 4.5, 30000);
+    EVENTUALLY(contrast(picture()) >= 4.5);
     QVERIFY(list->verticalScrollBar()->isVisible());
     QCOMPARE(list->verticalScrollBar()->width(), 10);
 

@@ -4,6 +4,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 #include "Support/WindowRig.h"
 
 #include <QListWidget>
@@ -181,7 +182,7 @@ void tst_BVServerBankKeys::deleteAsksLikeTheButton()
     QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
     QCOMPARE(modals.seen().first().text, modals.seen().last().text);
     stage.rig.window->activateWindow(); // done by a window manager otherwise
-    QTRY_VERIFY_WITH_TIMEOUT(stage.list.hasFocus(), 30000);
+    EVENTUALLY(stage.list.hasFocus());
 }
 
 void tst_BVServerBankKeys::deleteNeedsTheButtonEnabled()

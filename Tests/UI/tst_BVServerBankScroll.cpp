@@ -3,6 +3,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 #include "Support/WindowRig.h"
 
 #include <QScrollBar>
@@ -201,10 +202,10 @@ void tst_BVServerBankScroll::aLostServerLeavesTheOtherBankInPlace()
     QVERIFY(stage.open());
     const int position = stage.barA.value();
     stage.rig.controller().removeServer(stage.two.uuid);
-    QTRY_COMPARE_WITH_TIMEOUT(stage.barB.maximum(), 0, 30000);
+    EVENTUALLY_COMPARE(stage.barB.maximum(), 0);
     QCOMPARE(listOf(stage.rig.bankB()).count(), 0);
     QCOMPARE(stage.barA.value(), position);
-    QTRY_VERIFY_WITH_TIMEOUT(!stage.barB.isVisible(), 30000);
+    EVENTUALLY(!stage.barB.isVisible());
 }
 
 void tst_BVServerBankScroll::noPaintingSeesHalfARebuild()
@@ -217,7 +218,7 @@ void tst_BVServerBankScroll::noPaintingSeesHalfARebuild()
     stage.rig.controller().backToFolders();
     emit stage.rig.controller().serverContentChanged(stage.one.uuid);
     QVERIFY(log.rows.isEmpty()); // a rebuild paints nothing by itself
-    QTRY_VERIFY_WITH_TIMEOUT(!log.rows.isEmpty(), 30000);
+    EVENTUALLY(!log.rows.isEmpty());
     QCOMPARE(QSet<int>(log.rows.begin(), log.rows.end()), QSet<int>{256});
 }
 
@@ -230,7 +231,7 @@ void tst_BVServerBankScroll::iconsFlowAnewWhenTheWindowGrows()
     int columns = 0;
     for (const QSize size : {QSize(1163, 670), QSize(1920, 1040), QSize(3840, 2100)}) {
         stage.rig.window->resize(size);
-        QTRY_VERIFY_WITH_TIMEOUT(list.visualItemRect(list.item(columns)).top() < 10, 30000);
+        EVENTUALLY(list.visualItemRect(list.item(columns)).top() < 10);
         while (columns < 255 && list.visualItemRect(list.item(columns)).top() < 10)
             ++columns;
         QCOMPARE(list.count(), 256);

@@ -4,6 +4,7 @@
 #include "Support/EventCount.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 #include "Support/WindowRig.h"
 
 #include <QAbstractItemView>
@@ -87,7 +88,7 @@ void tst_BVServerBankStatus::theOpenListIsAsWideAsItsNames()
     QVERIFY(rig.show());
     auto &box = childOf<QComboBox>(rig.bankA(), "serverComboBox");
     box.showPopup();
-    QTRY_VERIFY_WITH_TIMEOUT(box.view()->isVisible(), 30000);
+    EVENTUALLY(box.view()->isVisible());
     const int width = box.view()->width();
     box.hidePopup();
     QVERIFY2(width >= narrowest && width <= broadest, qPrintable(QString::number(width)));

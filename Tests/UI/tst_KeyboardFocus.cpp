@@ -9,6 +9,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
+#include "Support/Wait.h"
 #include "Support/WindowRig.h"
 
 #include <QCheckBox>
@@ -164,7 +165,7 @@ void tst_KeyboardFocus::theMouseLeavesTheKeyboardInTheList()
     QTest::mouseClick(&childOf<QPushButton>(rig.bankB(), "removeButton"), Qt::LeftButton);
     QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
     rig.window->activateWindow(); // done by a window manager otherwise
-    QTRY_COMPARE_WITH_TIMEOUT(focused(), u"B.mediaListWidget"_s, 30000);
+    EVENTUALLY_COMPARE(focused(), u"B.mediaListWidget"_s);
 }
 
 void tst_KeyboardFocus::theListHasItFromTheFirstServerOn()
@@ -262,7 +263,7 @@ void tst_KeyboardFocus::tabOfTheDialogs()
     QVERIFY(rig.show());
     QDialog *const shown = makeDialog(dialog, rig.window.get());
     shown->show();
-    QTRY_COMPARE_WITH_TIMEOUT(QApplication::activeWindow(), shown, 30000);
+    EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
     QCOMPARE(walk(int(expected.size())), expected);
     QCOMPARE(focused(), expected.first());
 }
@@ -273,7 +274,7 @@ void tst_KeyboardFocus::tabLeavesTheDetailsOfAnError()
     QVERIFY(rig.show());
     QDialog *const shown = makeDialog("error with details", rig.window.get());
     shown->show();
-    QTRY_COMPARE_WITH_TIMEOUT(QApplication::activeWindow(), shown, 30000);
+    EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
     QTest::keyClick(shown->findChild<QPushButton *>(u"errorDetails"_s), Qt::Key_Space);
     auto *const details = shown->findChild<QTextEdit *>();
     QVERIFY(details->isVisible());
@@ -297,7 +298,7 @@ void tst_KeyboardFocus::escapeClosesTheDialogs()
     QVERIFY(rig.show());
     QDialog *const shown = makeDialog(dialog, rig.window.get());
     shown->show();
-    QTRY_COMPARE_WITH_TIMEOUT(QApplication::activeWindow(), shown, 30000);
+    EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
     QVERIFY(!shown->isVisible());
     QCOMPARE(shown->result(), int(QDialog::Rejected));
@@ -312,13 +313,13 @@ void tst_KeyboardFocus::theWarningIsDeclinedByEnterAndEscape()
     ModalDriver modals;
     QStringList way;
     modals.escape().answer([&](QDialog &box) {
-        QTRY_COMPARE_WITH_TIMEOUT(QApplication::activeWindow(), &box, 30000);
+        EVENTUALLY_COMPARE(QApplication::activeWindow(), &box);
         way = walk(3);
         QTest::keyClick(&box, Qt::Key_Return);
     });
     for (int round = 0; round < 2; ++round) {
         rig.window->activateWindow(); // done by a window manager otherwise
-        QTRY_COMPARE_WITH_TIMEOUT(focused(), u"A.mediaListWidget"_s, 30000);
+        EVENTUALLY_COMPARE(focused(), u"A.mediaListWidget"_s);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Delete);
     }
     QCOMPARE(modals.seen().size(), 2);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Support/FailOnWarning.h"
+#include "Support/Wait.h"
 #include "Widgets/FocusReturn.h"
 
 #include <QDialog>
@@ -27,7 +28,7 @@ public:
     [[nodiscard]] bool open()
     {
         show();
-        return QTest::qWaitForWindowActive(this, 30000);
+        return QTest::qWaitForWindowActive(this, patience);
     }
     /// Opens with the keyboard on the first button of the panel, where the operator has put it.
     [[nodiscard]] bool openInPanel()
@@ -145,15 +146,15 @@ void tst_FocusReturn::itIsNotTakenFromADialog()
     QDialog dialog(&window);
     QPushButton button(&dialog);
     dialog.open();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
-    QTRY_VERIFY_WITH_TIMEOUT(button.hasFocus(), 30000);
+    QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
+    EVENTUALLY(button.hasFocus());
     window.panel.setEnabled(true);
     QVERIFY(button.hasFocus());
     QCOMPARE(QApplication::activeWindow(), &dialog);
 
     dialog.close();
     window.activateWindow(); // done by a window manager otherwise
-    QTRY_VERIFY_WITH_TIMEOUT(window.inPanel.hasFocus(), 30000);
+    EVENTUALLY(window.inPanel.hasFocus());
 }
 
 void tst_FocusReturn::aDialogThatClosesMeanwhileDoesNotMoveIt()
@@ -164,11 +165,11 @@ void tst_FocusReturn::aDialogThatClosesMeanwhileDoesNotMoveIt()
         QDialog dialog(&window);
         QPushButton button(&dialog);
         dialog.open();
-        QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
+        QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
         window.panel.setEnabled(false);
     }
     window.activateWindow();
-    QTRY_VERIFY_WITH_TIMEOUT(window.hasFocus(), 30000);
+    EVENTUALLY(window.hasFocus());
     window.panel.setEnabled(true);
     QVERIFY(window.inPanel.hasFocus());
 }
@@ -181,12 +182,12 @@ void tst_FocusReturn::aWidgetDisabledBehindADialogGetsItAfterwards()
         QDialog dialog(&window);
         QPushButton button(&dialog);
         dialog.open();
-        QVERIFY(QTest::qWaitForWindowActive(&dialog, 30000));
+        QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
         window.inPanel.setEnabled(false);
         window.inPanel.setEnabled(true);
     }
     window.activateWindow();
-    QTRY_VERIFY_WITH_TIMEOUT(window.inPanel.hasFocus(), 30000);
+    EVENTUALLY(window.inPanel.hasFocus());
 }
 
 void tst_FocusReturn::aDeletedWidgetIsForgotten()

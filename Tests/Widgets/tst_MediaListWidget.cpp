@@ -4,6 +4,7 @@
 #include "Widgets/MediaListWidget.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/Wait.h"
 
 #include <QApplication>
 #include <QDrag>
@@ -49,7 +50,7 @@ public:
     bool open()
     {
         show();
-        return QTest::qWaitForWindowExposed(this, 30000);
+        return QTest::qWaitForWindowExposed(this, patience);
     }
 
     void setViewMode(QListView::ViewMode mode)

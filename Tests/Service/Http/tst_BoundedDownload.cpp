@@ -6,6 +6,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 #include "Support/WireServer.h"
 
 #include <QDirIterator>
@@ -70,10 +71,10 @@ private:
     void serve()
     {
         listener.moveToThread(QThread::currentThread());
-        if (!listener.waitForNewConnection(30000))
+        if (!listener.waitForNewConnection(patience))
             return;
         const std::unique_ptr<QTcpSocket> socket(listener.nextPendingConnection());
-        socket->waitForReadyRead(30000);
+        socket->waitForReadyRead(patience);
         socket->write(Wire::streamHead());
         const QByteArray piece(1 << 18, 'x');
         while (!stop && sent < most && socket->state() == QAbstractSocket::ConnectedState) {
@@ -137,7 +138,7 @@ private slots:
         peer->on("/", [response](const WireRequest &request) { request.send(response); });
         for (int i = 0; i < 2; ++i) {
             QNetworkReply *reply = get();
-            QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 30000);
+            EVENTUALLY(reply->isFinished());
             QCOMPARE(reply->error(), QNetworkReply::NoError);
             QCOMPARE(reply->readAll(), body);
         }
@@ -171,12 +172,12 @@ private slots:
         answerWithoutEnd(head, piece);
         QNetworkReply *reply = get();
         QSignalSpy finished(manager.get(), &QNetworkAccessManager::finished);
-        QTRY_COMPARE_WITH_TIMEOUT(finished.size(), 1, 30000);
+        EVENTUALLY_COMPARE(finished.size(), 1);
         QCOMPARE(reply->error(), QNetworkReply::OperationCanceledError);
         QCOMPARE(log.texts(), QStringList{u"Aborting the download of http://" LOOPBACK(
                                   1) ":4567/: "
                                      "more than 1048576 bytes"_s});
-        QTRY_COMPARE_WITH_TIMEOUT(peer->openConnections(), 0, 30000);
+        EVENTUALLY_COMPARE(peer->openConnections(), 0);
         QCOMPARE(finished.size(), 1);
         verifyNothingIsCached();
     }
@@ -190,9 +191,9 @@ private slots:
         answerWithoutEnd(Wire::chunkedHead(deflated),
                          Wire::chunk(deflate(QByteArray(64 << 20, '\0'))));
         QNetworkReply *reply = get(64 << 20);
-        QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 30000);
+        EVENTUALLY(reply->isFinished());
         QCOMPARE(reply->error(), QNetworkReply::UnknownContentError);
-        QTRY_COMPARE_WITH_TIMEOUT(peer->openConnections(), 0, 30000);
+        EVENTUALLY_COMPARE(peer->openConnections(), 0);
         verifyNothingIsCached();
     }
 
@@ -203,7 +204,7 @@ private slots:
             request.close();
         });
         QNetworkReply *reply = get();
-        QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 30000);
+        EVENTUALLY(reply->isFinished());
         QCOMPARE(reply->error(), QNetworkReply::RemoteHostClosedError);
         verifyNothingIsCached();
     }
@@ -223,7 +224,7 @@ private slots:
                 QThread::yieldCurrentThread();
             }
         });
-        QTRY_VERIFY_WITH_TIMEOUT(reply->isFinished(), 60000);
+        EVENTUALLY(reply->isFinished());
         QVERIFY(silent.isValid());
         QCOMPARE_LT(enormous.sent, 32 * limit);
     }

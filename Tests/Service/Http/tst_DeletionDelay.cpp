@@ -3,6 +3,8 @@
 
 #include "Service/Http/DeletionDelay.h"
 
+#include "Support/Wait.h"
+
 #include <QEvent>
 #include <QPointer>
 #include <QTest>
@@ -48,7 +50,7 @@ private slots:
             QVERIFY(owner);
         }
         QVERIFY(owner);
-        QTRY_VERIFY_WITH_TIMEOUT(!owner, 30000);
+        EVENTUALLY(!owner);
     }
 
     void ownerThatRunsAgainBeforeItsDeletionLivesOn()
@@ -64,14 +66,14 @@ private slots:
             runNestedLoop();
             QVERIFY(owner);
         }
-        QTRY_VERIFY_WITH_TIMEOUT(!owner, 30000);
+        EVENTUALLY(!owner);
     }
 
     void idleOwnerIsDeletedLikeAnyObject()
     {
         const QPointer<Owner> owner = new Owner;
         owner->deleteLater();
-        QTRY_VERIFY_WITH_TIMEOUT(!owner, 30000);
+        EVENTUALLY(!owner);
     }
 
     void releasedObjectsLiveAsLong()
@@ -87,7 +89,7 @@ private slots:
             runNestedLoop();
             QVERIFY(released);
         }
-        QTRY_VERIFY_WITH_TIMEOUT(!released, 30000);
+        EVENTUALLY(!released);
     }
 
     void releaseWhileIdleIsDeleteLater()
@@ -96,7 +98,7 @@ private slots:
         const QPointer<QObject> released = new QObject;
         owner.delay.release(released);
         QVERIFY(released);
-        QTRY_VERIFY_WITH_TIMEOUT(!released, 30000);
+        EVENTUALLY(!released);
     }
 
     void releasedObjectMayGoByItself()

@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 #include "Support/WireServer.h"
 
 #include <QNetworkAccessManager>
@@ -76,7 +77,7 @@ private:
     {
         const std::unique_ptr<QNetworkReply> reply(manager->get(serverRequest(url)));
         QSignalSpy finished(reply.get(), &QNetworkReply::finished);
-        return finished.wait(30000) ? reply->readAll() : QByteArray();
+        return finished.wait(patience) ? reply->readAll() : QByteArray();
     }
 
     const QUrl url{u"http://" LOOPBACK(1) ":4567/a"_s};
