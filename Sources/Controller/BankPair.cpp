@@ -59,9 +59,9 @@ void BankPair::updateSameMarks()
         bankB->sameMarks = marks;
 }
 
-// A bank that gets a server again joins the level of the other bank, since its rows would have the
-// marks and the selection of another level. Once no bank with a server is in the folder, there is
-// nothing left to join.
+// A bank that gets a server again goes to the level of the other bank. Otherwise its rows would
+// have the marks and the selection of another level. If no bank with a server is in the folder any
+// more, both banks go to the folders level.
 void BankPair::bringToOneLevel()
 {
     const int folder = model->selectedFolder;
@@ -138,8 +138,8 @@ void BankPair::setViewMode(bool listView)
 template <typename Change>
 void BankPair::changeView(Change change)
 {
-    // Only one bank is moved: the other follows, and where it is of another width, an answer of
-    // its own would move the first one again.
+    // Scrolls only one bank: the other follows. If the banks have different widths, the second
+    // bank's own report would scroll the first one again.
     BVServerBank *const moved = bankA->firstRowOnShow() == -1 ? bankB : bankA;
     const int row = moved->firstRowOnShow();
     change(bankA);

@@ -11,11 +11,11 @@ class ApplicationModel;
 class BVServerBank;
 class QUuid;
 
-/// The two banks together: finds the one that is meant, and keeps both at the same level, with the
-/// same marks, selection, scroll position and view.
+/// The two banks: finds a bank by its server, and keeps both banks at the same level, with the same
+/// marks, selection, scroll position and view.
 ///
-/// The level is the model's `selectedFolder`. A bank without a server is at the folders level
-/// whatever the other shows.
+/// The level is the model's `selectedFolder`. A bank without a server is always at the folders
+/// level.
 class BankPair final
 {
 public:
@@ -26,14 +26,14 @@ public:
     [[nodiscard]] BVServerBank *beside(ServerDeck deck) const;
     /// The bank that shows this server, bank A before bank B; null if there is none.
     [[nodiscard]] BVServerBank *showing(const QUuid &uuid) const;
-    /// Whether both banks show a server, so that there is something to compare.
+    /// Whether both banks show a server, so that they can be compared.
     [[nodiscard]] bool isComparing() const;
     /// False only if both banks show a server and the two libraries are equal.
     [[nodiscard]] bool isOutOfSync() const;
 
-    /// Computes the marks for the present level. They are drawn at the next redraw.
+    /// Computes the marks of the present level. They are drawn at the next redraw.
     void updateSameMarks();
-    /// To be called after a bank has got or lost its server, before the redraw.
+    /// Call after a bank has got or lost its server, before the redraw.
     void bringToOneLevel();
     void openFolder(int slot);
     void openFolders();
@@ -41,10 +41,10 @@ public:
 
     void setScrollPositionBeside(ServerDeck deck, int position);
     void selectRowsBeside(ServerDeck deck);
-    /// The rows selected in the bank beside that deck's, if it shows the same level, else none.
+    /// The selected rows of the other bank if it shows the same level, otherwise none.
     [[nodiscard]] QList<int> selectionBeside(ServerDeck deck) const;
 
-    // The first row shown stays the first one.
+    // These keep the first visible row.
     void setIconSize(int index);
     void setViewMode(bool listView);
 

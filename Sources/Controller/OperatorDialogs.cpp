@@ -34,7 +34,7 @@ OperatorDialogs::OperatorDialogs(ApplicationModel *applicationModel, BVMainWindo
 
 void OperatorDialogs::showError(const QString &message, const QStringList &details) const
 {
-    // Guarded: if the window goes while the message is open, it takes the dialog along.
+    // Guarded: the window deletes the dialog if it is closed while the message is open.
     const QPointer<ErrorMessageDialog> dialog = new ErrorMessageDialog(mainWindow);
     dialog->displayErrorMessage(message, details);
     dialog->setModal(true);
@@ -111,7 +111,7 @@ bool OperatorDialogs::confirmWarning(const QString &text, const QString &title, 
 {
     if (!(model->warningLevel & bit))
         return true;
-    // Guarded: if the window goes while the warning is open, it takes the box along.
+    // Guarded: the window deletes the box if it is closed while the warning is open.
     const QPointer<QMessageBox> box =
         new QMessageBox(QMessageBox::Warning, title, text, QMessageBox::Yes | QMessageBox::No,
                         mainWindow, Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);

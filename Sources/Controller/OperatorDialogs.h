@@ -12,8 +12,8 @@ namespace LibraryComparison {
 struct SyncPlan;
 }
 
-/// What the operator is told and asked. Every call returns when the dialog is closed, and events
-/// are handled meanwhile: servers may have come and gone.
+/// Messages and questions to the operator. Every call returns when its dialog is closed. Events are
+/// handled meanwhile, so servers may have been added or lost.
 ///
 /// A warning is shown only while its bit in the model's `warningLevel` is set; without it the
 /// answer is yes. "Yes, don't ask again" clears the bit and saves the settings.
@@ -33,8 +33,8 @@ public:
     [[nodiscard]] bool confirmMove() const;
     [[nodiscard]] bool confirmOverwrite() const;
 
-    /// The path of the file that the operator chose, empty if none. Begins in that directory, or in
-    /// the documents if it is empty.
+    /// The path of the file that the operator chose, empty if none. The dialog starts in
+    /// `directory`, or in the documents folder if that is empty.
     [[nodiscard]] QString askForUpload(const QString &directory) const;
 
 private:

@@ -30,8 +30,8 @@ ServerBankController::ServerBankController(UIController *central, BVServerBank *
 
 ServerBankController::~ServerBankController() = default;
 
-// The service itself listens to the network manager. Required: its signal `error` stays
-// unconnected. A failed thumbnail shows as a picture and is not reported.
+// The service is connected to the network manager. Required: its signal `error` stays unconnected.
+// A failed thumbnail is shown as a picture and not reported.
 void ServerBankController::connectServices()
 {
     connect(this, &ServerBankController::loadThumbnails, &thumbnailService,

@@ -18,36 +18,34 @@ class QNetworkAccessManager;
 struct Server;
 class UIController;
 
-/// Stands between one bank and the one UIController: it adds to what the bank's widgets report the
-/// one thing that they don't know, which deck they are, and it owns the bank's ThumbnailService, so
-/// that each bank loads its pictures by itself.
+/// Connects one bank to UIController. It adds the deck to the reports of the bank's widgets, and
+/// owns the bank's ThumbnailService, so that each bank loads its own pictures.
 ///
-/// It decides one thing only, what a double click means; all else is passed on at once, with this
-/// controller's own deck as argument. A thumbnail that fails is told to nobody.
+/// It decides only what a double click means. Everything else is passed on at once with the deck as
+/// an argument. A failed thumbnail is not reported.
 class ServerBankController final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// The bank is the parent and deletes the controller. The network manager is shared by both
-    /// banks and not owned.
+    /// The bank is the parent. The network manager is shared by both banks and not owned.
     ServerBankController(UIController *central, BVServerBank *panel, QNetworkAccessManager *network,
                          ServerDeck deck);
     ~ServerBankController() override;
 
-    /// UIController's record of that server, or the invalid server.
+    /// UIController's record of this server, or the invalid server.
     [[nodiscard]] const Server &connectedServer(const QUuid &uuid) const;
     [[nodiscard]] QHash<QUuid, QString> connectedServerNames() const;
     /// Whether both banks show a server.
     [[nodiscard]] bool isComparing() const;
-    /// The rows selected in the other bank if it shows the same level, else none.
+    /// The selected rows of the other bank if it shows the same level, otherwise none.
     [[nodiscard]] QList<int> selectionOfOtherBank() const;
 
 signals:
     void sendServerItemsSelectionChanged(ServerDeck serverDeck);
-    /// A folder is to be opened: the folder's slot, also for one that the server doesn't have.
+    /// A folder must be opened. Its slot, even if the server does not have that folder.
     void sendFolderChanged(int index);
-    /// Back to the folders.
+    /// The banks must go back to the folders level.
     void sendFolderBack();
     void sendServerSelectionChanged(ServerDeck serverDeck, const QUuid &serverUuid);
     void loadThumbnails(const MediaFolder &folder, int mediaFolderIndex,
@@ -58,10 +56,10 @@ signals:
     void moveVisual(int from, int to, ServerDeck serverDeck);
 
 public slots:
-    /// Tells the selection first, then sets the bank's upload button.
+    /// Reports the selection, then updates the bank's upload button.
     void serverItemSelectionChanged();
-    /// A double click: opens a folder at the folders level; at the slots level the row "Back"
-    /// leads back, and any other row does nothing.
+    /// A double click: opens the folder at the folders level. At the slots level the row "Back"
+    /// goes back, and the other rows do nothing.
     void serverToFolder(QListWidgetItem *item);
     void serverSelectionChanged(const QUuid &serverUuid);
     void changeFolder(const MediaFolder &folder, int mediaFolderIndex,

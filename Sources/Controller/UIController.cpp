@@ -21,14 +21,14 @@ namespace {
 
 constexpr qint64 thumbnailCacheSize = 67108864;
 
-/// By value, so that it outlives the record. Null for a server whose last interface is gone.
+/// By value, because the record may be removed. Null for a server without an interface.
 QHostAddress firstAddress(const Server &server)
 {
     return server.connections.value(0).first;
 }
 
-/// Selects a bank's server after its list was refilled: the former one if it is still offered, and
-/// the first one if the bank never had any.
+/// Selects a bank's server after its list was refilled: the previous one if it is still offered, or
+/// the first one if the bank never had a server.
 void selectAfterRefill(BVServerBank *bank, const QUuid &former, const QList<QUuid> &offered,
                        bool &chosen)
 {

@@ -24,34 +24,34 @@ class BVServerBank;
 class TaskBase;
 struct Server;
 
-/// The one coordinator of the program, made by the main window.
+/// Coordinates the program. Created by the main window.
 ///
-/// It owns the services and keeps the model's list of servers up to date with what they report;
-/// decides which servers the two banks offer; keeps the banks in step with each other; and runs at
-/// most one long operation at a time, with its warnings before and its errors after.
+/// It owns the services and updates the model's list of servers by their reports. It decides which
+/// servers the two banks offer, and keeps the two banks alike. It runs at most one long operation
+/// at a time, asks before it and shows its errors afterwards.
 ///
-/// Messages and warnings are modal and run a nested event loop: servers may come and go while one
-/// is open. Nothing that a record holds is used across such a call unless it was copied before.
+/// Messages and warnings are modal and run a nested event loop: servers may be added or lost while
+/// one is open. Data of a record is copied before such a call if it is needed afterwards.
 class UIController final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Opens the discovery socket and fills both banks. The model outlives the controller; `window`
-    /// becomes its parent, and the banks belong to the window.
+    /// Opens the discovery socket and fills both banks. The model outlives the controller. `window`
+    /// is the parent, and owns the banks.
     UIController(ApplicationModel *applicationModel, BVMainWindow *window, BVServerBank *firstBank,
                  BVServerBank *secondBank);
-    /// Deletes the running task, if any. Its requests go on at the servers.
+    /// Deletes the running task, if any. Its requests continue on the servers.
     ~UIController() override;
 
-    /// The record of a connected server, else the invalid server. Valid until the next change of
-    /// the model.
+    /// The record of a connected server, or the invalid server. Valid until the next change of the
+    /// model.
     [[nodiscard]] const Server &connectedServer(const QUuid &uuid) const;
     [[nodiscard]] QHash<QUuid, QString> connectedServerNames() const;
-    /// Whether both banks show a server, so that there is something to compare.
+    /// Whether both banks show a server, so that they can be compared.
     [[nodiscard]] bool isComparing() const;
-    /// The rows selected in the bank beside that deck's, if it shows the same level, else none. A
-    /// bank takes them over that gets its server or its rows later.
+    /// The selected rows of the other bank if it shows the same level, otherwise none. A bank that
+    /// gets its server or its rows later selects the same rows.
     [[nodiscard]] QList<int> selectionOfOtherBank(ServerDeck deck) const;
 
 public slots:
@@ -60,58 +60,58 @@ public slots:
                    const QString &name);
     void addServerConnection(const QUuid &uuid, const QHostAddress &ipAddress, int netmask);
     void removeServerConnection(const QUuid &uuid, const QHostAddress &ipAddress, int netmask);
-    /// Discovery has lost the server.
+    /// Discovery lost the server.
     void removeServer(const QUuid &uuid);
     /// Leaves both banks without a selected server.
     void serverNameChanged(const QUuid &uuid, const QString &name);
-    /// Fetches the library again, unless a task runs: that fetches it at its end.
+    /// Downloads the library again, unless a task runs: its end downloads the library.
     void serverLibraryChanged(const QUuid &uuid);
     void receivedServer(const Server &server);
     void serverConnected(const QUuid &uuid, const QHostAddress &ipAddress);
-    /// The server ended its notification stream. The operator is told if a bank shows the server.
+    /// The notification stream ended. Shows a message if a bank shows the server.
     void serverDisconnected(const QUuid &uuid, Brenvoka::ServerDisconnectReason reason,
                             const QString &error);
     /// Frame rates in frames per second.
     void serverUpdateFpsStats(const QUuid &uuid, float graphFps, float totalFps, float monitorFps,
                               bool isFullScreen);
-    /// Returns when the operator has closed the message.
+    /// Returns when the operator closes the message.
     void showErrorMessage(const QString &message);
     void showErrorMessageWithDetail(const QString &message, const QStringList &details);
 
     // Operations.
-    /// Makes the selection, or else the whole level, of bank B's server equal to bank A's.
+    /// Makes the selection, or without one the whole level, of bank B's server equal to bank A's.
     void transferFromServerA();
-    /// The same from bank B to bank A.
+    /// Same from bank B to bank A.
     void transferFromServerB();
-    /// Asks, and only then looks at what is selected: visuals that exist, in the bank of that deck.
+    /// Asks first, then removes the selected visuals that exist, in the bank of this deck.
     void handleRemoveVisuals(ServerDeck serverDeck);
-    /// Slot numbers, in the folder that is open in the banks.
+    /// Slot numbers in the open folder.
     void handleMoveVisual(int from, int to, ServerDeck serverDeck);
-    /// Asks for a local file and sends it. Only for a server on show, with exactly one slot
-    /// selected in its bank; numbers as BVServerBank::uploadFile gives them. The uuid is a copy,
-    /// since the record that it was read from may go while the operator is asked.
+    /// Asks for a local file and uploads it. Only for a shown server with exactly one selected slot
+    /// in its bank. The numbers are those of BVServerBank::uploadFile. The uuid is a copy, because
+    /// its record may be removed while a dialog is open.
     void uploadFile(QUuid uuid, int folderIndex, int visualIndex);
-    /// Shows the errors of the running task, deletes it and fetches the library that it changed.
-    /// For any other task nothing happens: the pointer is compared, never followed.
+    /// Shows the errors of the running task, deletes it and downloads the library that it changed.
+    /// Does nothing for any other task: the pointer is compared, never dereferenced.
     void onTaskFinished(TaskBase *task);
 
     // Browsing.
     void serverSelectionChanged(ServerDeck serverDeck, const QUuid &serverUuid);
     void serverItemsSelectionChanged(ServerDeck serverDeck);
-    /// Opens the folder of that slot in both banks.
+    /// Opens the folder of this slot in both banks.
     void folderChanged(int index);
     void backToFolders();
     void scrollValueChanged(ServerDeck serverDeck, int value);
 
-    // The one progress dialog that the thumbnails of both banks share.
+    // Thumbnails. Both banks share one progress dialog.
     void updateProgress();
     void downloadCancel();
     void aborted();
     void increaseThumbnailDownloadSize(int count);
-    /// Nothing is connected here: a thumbnail that fails is told to nobody.
+    /// Not connected: a failed thumbnail is not reported.
     void thumbnailError(int fileSlot, const QHostAddress &serverIp);
 
-    // View settings; the file is written at exit.
+    // View settings. The file is written at exit.
     void setSmallSize();
     void setMediumSize();
     void setLargeSize();
@@ -119,9 +119,9 @@ public slots:
     void setGridMode();
 
 signals:
-    /// The bank that shows this server is to draw itself anew.
+    /// The bank that shows this server must draw itself again.
     void serverContentChanged(const QUuid &serverId);
-    /// The operator cancelled the download of thumbnails.
+    /// The operator cancelled the load of thumbnails.
     void downloadCanceled();
 
 private:
@@ -131,7 +131,7 @@ private:
     void setupThumbnailProgress();
     void connectListener();
 
-    /// Does nothing for the invalid server, and for one whose last interface is gone.
+    /// Does nothing for the invalid server or a server without an interface.
     void requestLibrary(const Server &server);
     void refreshServerLists();
     void refreshBankBServers();
@@ -145,8 +145,8 @@ private:
     [[nodiscard]] bool isTransferPossible() const;
     void updateTransferButtons();
     void startTransfer(BVServerBank *source, BVServerBank *destination);
-    /// Takes the task over and starts it. A task that still runs is let go of, undeleted: its end
-    /// is then nobody's.
+    /// Takes ownership of the task and starts it. A running task is abandoned, not deleted; its
+    /// `taskFinished` is ignored.
     void startTask(TaskBase *task);
 
     void updateSameMarks();

@@ -63,7 +63,7 @@ void UIController::increaseThumbnailDownloadSize(int count)
 
 void UIController::updateProgress()
 {
-    // Required: both services report each reply of either, so that the bar closes halfway.
+    // Required: both services report each reply of either, so the bar closes halfway.
     thumbnailProgress->advance();
 }
 

@@ -37,7 +37,7 @@ void UIController::startTransfer(BVServerBank *source, BVServerBank *destination
         showErrorMessage(tr("The servers don't share a subnet"));
         return;
     }
-    // A bank that is still loading may lack the rows that the other one shows as selected.
+    // A bank that is still loading may not have the selected rows of the other bank yet.
     const BVServerBank *const selected = source->selectedRowCount() < 1 ? destination : source;
     const QList<VisualRef> candidates =
         selected->selectedRowCount() < 1 ? source->allVisuals()
@@ -45,7 +45,7 @@ void UIController::startTransfer(BVServerBank *source, BVServerBank *destination
     const LibraryComparison::SyncPlan plan =
         LibraryComparison::planSync(sourceRecord, destinationRecord, candidates);
 
-    // The records may be gone once the operator has answered.
+    // The records may be removed while the operator is asked.
     const QUuid sourceUuid = sourceRecord.uuid;
     const QUuid destinationUuid = destinationRecord.uuid;
     if (!dialogs.confirmSync(plan, sourceRecord.name, destinationRecord.name))
@@ -59,7 +59,7 @@ void UIController::handleRemoveVisuals(ServerDeck serverDeck)
 {
     if (model->servers.isEmpty())
         return;
-    // Required: this is asked before it is known whether there is anything to remove.
+    // Required: asked before it is known whether there is anything to remove.
     if (!dialogs.confirmRemoval())
         return;
     const BVServerBank *const bank = banks.of(serverDeck);
@@ -73,7 +73,7 @@ void UIController::handleMoveVisual(int from, int to, ServerDeck serverDeck)
 {
     if (model->servers.isEmpty())
         return;
-    // What the row was dragged on; the bank may show something else once the operator has answered.
+    // Copied: the bank may show something else when the operator has answered.
     const QUuid uuid = banks.of(serverDeck)->currentServerUuid();
     const int folder = model->selectedFolder;
     if (!dialogs.confirmMove())
@@ -137,8 +137,8 @@ bool UIController::isShowingTwoServers() const
 
 bool UIController::isTransferPossible() const
 {
-    // Required: bank A's server is tested with itself. Whether the two servers reach each other is
-    // tested at the click.
+    // Required: bank A's server is tested against itself. Whether the two servers can reach each
+    // other is tested at the click.
     const Server &server = bankA->currentServer();
     return isShowingTwoServers() && server.findCommonSubnet(server).found;
 }
@@ -149,6 +149,6 @@ void UIController::updateTransferButtons()
         ZOR_LOG(info, "Server don't share a subnet");
         showErrorMessage(tr("The servers don't share a subnet"));
     }
-    // After the message, and tested again: the servers may have changed while it was open.
+    // Tested again, because the servers may have changed while the message was open.
     mainWindow->setTransferEnabled(isTransferPossible());
 }

@@ -7,7 +7,7 @@
 
 #include <bitset>
 
-/// The headers of a server's library reply. Stored as required, although nothing reads them.
+/// The version headers of a server's library reply.
 struct ProtocolInfo
 {
     quint64 protocolVersion = 0x1000000000000; ///< the value of the header X-BVProtocolVersion

@@ -35,7 +35,7 @@ struct Server
     QUuid uuid;
     QString hash; ///< of the whole library, any length
     QString name;
-    ProtocolInfo protocolInfo;
+    ProtocolInfo protocolInfo; ///< required, although nothing reads it
     float graphFps = 0;
     float totalFps = 0;
     float monitorFps = 0;

@@ -8,7 +8,7 @@
 namespace {
 
 /// Whether the piece is finished: it is empty or is a document.
-bool takePiece(const QByteArray &piece, QList<QJsonDocument> &documents)
+bool readPiece(const QByteArray &piece, QList<QJsonDocument> &documents)
 {
     if (piece.isEmpty())
         return true;
@@ -33,14 +33,14 @@ QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &chunk)
         return documents;
     }
     buffer.append(chunk.constData(), end);
-    if (takePiece(buffer, documents))
+    if (readPiece(buffer, documents))
         buffer.clear();
     while (end < chunk.size()) {
         const qsizetype begin = end + 1;
         const qsizetype next = chunk.indexOf('\0', begin);
         end = next < 0 ? chunk.size() : next;
         const QByteArray piece = QByteArray::fromRawData(chunk.constData() + begin, end - begin);
-        if (!takePiece(piece, documents))
+        if (!readPiece(piece, documents))
             buffer.append(piece);
     }
     return documents;

@@ -11,38 +11,38 @@
 class QNetworkAccessManager;
 class QNetworkReply;
 
-/// The commands of one server, in the order of their requests: most of them wait here, and a few
-/// are on the wire.
+/// The commands to one server, in the order of their requests. A few are on the wire, the rest
+/// wait.
 ///
-/// A synchronisation may ask for 65,280 commands at once. QNetworkAccessManager would take them
-/// all, at a quadratic cost in time and over a gigabyte of memory, so it gets the next one only
-/// when an earlier one was answered.
+/// A synchronisation may request 65,280 commands at once. QNetworkAccessManager would accept them
+/// all, in quadratic time and with more than a gigabyte of memory, so it gets the next command only
+/// when an earlier one has been answered.
 ///
-/// Four are on the wire at most. The manager opens six connections to a server; the notification
-/// stream holds one of them for as long as it lives and an upload another, so that neither an
-/// upload nor a command ever has to wait for a connection.
+/// At most four are on the wire. The manager opens six connections to a server. The notification
+/// stream uses one of them for its whole life and an upload uses another, so neither an upload nor
+/// a command ever waits for a connection.
 ///
-/// Parallel connections may deliver in any order. That does no harm among commands that do not
-/// touch each other, but a cancel of all transfers must not reach the server before a transfer
-/// that it is meant for, nor after one that was asked for later. Such a command is sent `Alone`:
-/// when all commands before it have been answered, and nothing follows before its own answer. A
-/// server that never answers one of them therefore never hears of the cancel either.
+/// Parallel connections may deliver in any order. That is harmless for commands on different slots.
+/// But a cancel of all transfers must reach the server after the transfers that were requested
+/// before it, and before those that were requested later. Such a command is sent `Alone`: after all
+/// commands before it have been answered, and nothing is sent until it is answered. So a server
+/// that never answers a command never gets a later cancel either.
 ///
-/// Starts nothing by itself: the owner calls `sendNext` after `append` and after `ended`.
+/// Sends nothing on its own: the owner calls `sendNext` after `append` and after `ended`.
 class CommandQueue final
 {
 public:
-    /// What may happen to a command between here and the server.
+    /// How a command may be sent.
     enum class Delivery {
         Repeatable, ///< Qt may send it again on a new connection
         Once,       ///< if the connection breaks, it ends with an error instead of a second sending
         Alone,      ///< repeatable, and no other command is on the wire with it
     };
 
-    /// A command that has just been sent. The manager owns the reply.
+    /// A command that was just sent. The manager owns the reply.
     struct Sent
     {
-        quint64 number = 0; ///< 0 when nothing could be sent
+        quint64 number = 0; ///< 0 if nothing was sent
         QNetworkReply *reply = nullptr;
     };
 
@@ -51,13 +51,13 @@ public:
     /// All commands are posted to `target`.
     explicit CommandQueue(const QUrl &target);
 
-    /// Puts a command at the tail and gives it a number above 0 that is never used again.
+    /// Appends a command and returns its number, which is above 0 and never used again.
     quint64 append(const QByteArray &body, Delivery delivery);
-    /// Sends the command at the head, unless it has to wait or there is none.
+    /// Sends the next command, unless it has to wait or there is none.
     Sent sendNext(QNetworkAccessManager &manager);
-    /// Tells that a reply has ended, which makes room for another. Foreign replies are ignored.
+    /// Call when a reply has finished, so that another command can be sent. Ignores other replies.
     void ended(QNetworkReply *reply);
-    /// Drops what waits and returns how many that were. What is on the wire stays.
+    /// Drops the commands that wait and returns their number. Commands on the wire continue.
     qsizetype clear();
 
 private:

@@ -18,8 +18,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// How many bytes of the stream Qt reads ahead. A server that sends messages faster than they are
-/// handled is then slowed down by TCP. A longer frame still arrives: its parts are joined here.
+/// The number of bytes of the stream that Qt reads ahead. TCP then slows down a server that sends
+/// messages faster than they are handled. A longer frame still arrives: its parts are joined here.
 constexpr qint64 streamReadAhead = 64 * 1024;
 
 } // namespace
@@ -50,7 +50,7 @@ bool ServerConnectionHandler::event(QEvent *event)
     return deletionDelay.postpones(event) || QObject::event(event);
 }
 
-// abort() ends a reply before it returns, that is, it runs connectionTerminated.
+// abort() finishes a reply before it returns, so it calls connectionTerminated.
 void ServerConnectionHandler::stop()
 {
     const DeletionDelay::Scope scope(deletionDelay);
@@ -61,7 +61,7 @@ void ServerConnectionHandler::stop()
         if (streamReply)
             deletionDelay.release(streamReply);
     }
-    // Required: what was not sent is reported as finished.
+    // Required: removals that were not sent are reported as finished.
     for (const auto &[folderSlot, fileSlot] : std::exchange(removeQueue, {}))
         emit handlerRemoveFinished(uuid, folderSlot, fileSlot);
     if (removeInFlight.reply)
@@ -71,7 +71,7 @@ void ServerConnectionHandler::stop()
     cancelUpload();
 }
 
-// Replies that finish later find nothing to send and are not reported.
+// Replies that finish later send nothing and are not reported.
 void ServerConnectionHandler::close()
 {
     closing = true;
@@ -92,7 +92,8 @@ void ServerConnectionHandler::canRead()
     }
 }
 
-// A receiver's own event loop may enter this again: it then goes on where the outer call stands.
+// A receiver's event loop may call this again: the inner call then continues where the outer one
+// is.
 void ServerConnectionHandler::handleWaitingMessages()
 {
     while (!waitingMessages.isEmpty())
@@ -172,7 +173,7 @@ void ServerConnectionHandler::transferFinished(const QJsonObject &sync)
     const QUuid id(sync["ID"_L1].toString());
     if (id.isNull() || !activeTransfers.contains(id))
         return;
-    // Required: the slots of this message and not those of the start.
+    // Required: the slots of this message, not those of the start.
     const int state = sync["STATUS"_L1].toInt(0);
     const int folderSlot = sync["FLDIDX"_L1].toInt(0);
     const int fileSlot = sync["VISIDX"_L1].toInt(0);

@@ -22,26 +22,26 @@ class QJsonArray;
 class QJsonObject;
 struct Outcome;
 
-/// One connection to one server, through one address: the notification stream that the server
-/// talks on, and the commands and the upload that are sent to it.
+/// One connection to one server at one address: the notification stream from the server, and the
+/// commands and the upload to it.
 ///
-/// A handler is one-shot. It opens the stream in its constructor, counts as connected when the
-/// first bytes arrive, never reconnects and ends with its stream. There is no timer: a server that
-/// falls silent stays connected until the network layer ends the reply.
+/// A handler is used once. It opens the stream in its constructor, is connected when the first
+/// bytes arrive, never reconnects and ends with its stream. There is no timer: a silent server
+/// stays connected until the network layer finishes the reply.
 ///
-/// The stream's body is a sequence of JSON objects in UTF-8, each followed by a NUL byte.
-/// Removals, moves, renames and uploads are answered by the body of their own reply; a sync and the
-/// cancel of all syncs are answered on the stream alone. Commands wait in one first-in first-out
-/// queue (see CommandQueue); `pendingRequests` and the signals of a request come at the moment of
-/// the call all the same, as if it had been sent.
+/// The body of the stream is a sequence of JSON objects in UTF-8, each followed by a NUL byte.
+/// Removals, moves, renames and uploads are answered by the body of their own reply. A sync and the
+/// cancel of all syncs are answered only on the stream. Commands wait in one first-in first-out
+/// queue (see CommandQueue). `pendingRequests` and the signals of a request do not wait: they
+/// change and are emitted during the call.
 ///
-/// When the stream has ended or `stop` was called, nothing is sent or reported any more: what waits
-/// in the queues is dropped, requests do nothing, and answers to what is on the wire are ignored.
+/// After the end of the stream or a call of `stop`, nothing is sent or reported: waiting commands
+/// are dropped, requests do nothing, and answers to commands on the wire are ignored.
 ///
-/// All signals are emitted directly, from the GUI thread. A receiver may do what it likes: call any
-/// operation, `stop` and `deleteLater` included, or run an event loop of its own in which the
-/// stream goes on. Messages are then handled in order, each once, and the handler puts off its own
-/// deletion, and that of its replies, until none of its functions is running.
+/// All signals are emitted directly, from the GUI thread. A receiver may call any function,
+/// including `stop` and `deleteLater`, or run its own event loop while the stream continues.
+/// Messages are then still handled in order and once each. The handler delays its own deletion, and
+/// that of its replies, until none of its functions is running.
 class ServerConnectionHandler final : public QObject
 {
     Q_OBJECT
@@ -54,66 +54,65 @@ public:
     [[nodiscard]] const QUuid &serverId() const { return uuid; }
     [[nodiscard]] const QHostAddress &serverAddress() const { return address; }
 
-    /// Ends the connection from this side. Removals behind the one in flight are reported as
-    /// finished; all else ends without a signal.
+    /// Ends the connection. Removals that wait behind the one in flight are reported as finished;
+    /// everything else ends without a signal.
     void stop();
 
-    /// Asks the server to fetch each visual from the server at `source`. One
-    /// `handlerSyncProgressUpdate` with SyncQueued for each, before this returns.
+    /// Requests that the server fetches each visual from the server at `source`. Emits
+    /// `handlerSyncProgressUpdate` with SyncQueued for each of them before it returns.
     void requestSync(const QHostAddress &source, const QList<VisualRef> &visuals);
-    /// Removes visuals, one after the other; each is answered by `handlerRemoveFinished` or
-    /// `handlerRemoveError`, and a failure does not stop the rest.
+    /// Removes visuals, one request at a time. Each one ends with `handlerRemoveFinished` or
+    /// `handlerRemoveError`. A failure does not stop the others.
     void requestRemove(const QList<VisualRef> &visuals);
-    /// Forgets the removals behind the one in flight, without a signal.
+    /// Drops the removals that wait behind the one in flight, without a signal.
     void cancelRemoves();
-    /// Moves a visual within its folder. A second call before the first was answered takes its
-    /// place: the first answer is then dropped.
+    /// Moves a visual within its folder. A second call before the answer to the first replaces it:
+    /// the first answer is then ignored.
     void requestMove(int folderSlot, int fromSlot, int toSlot);
-    /// Marks what the server has queued or is transferring as SyncCanceling, each with a
-    /// `handlerSyncProgressUpdate`, and asks the server to cancel all transfers.
+    /// Marks queued and running transfers as SyncCanceling, emits `handlerSyncProgressUpdate` for
+    /// each, and requests that the server cancels all transfers.
     void cancelSyncs();
-    /// Renames folders, one after the other; each is answered by `handlerRenameFinished` or
-    /// `handlerRenameError`, and a failure does not stop the rest.
+    /// Renames folders, one request at a time. Each one ends with `handlerRenameFinished` or
+    /// `handlerRenameError`. A failure does not stop the others.
     void requestRename(const QList<FolderRename> &renames);
-    /// Uploads the file at `path`, read from disk as it goes out, at the length that it has now.
-    /// Nothing happens, and nothing is told, when an upload is running already or the file can't be
-    /// opened.
+    /// Uploads the file at `path` with its present length. The file is read while it is sent. If an
+    /// upload is running or the file cannot be opened, nothing happens and nothing is reported.
     void requestUpload(int folderSlot, int fileSlot, const QString &path);
-    /// Ends the upload without a signal.
+    /// Aborts the upload without a signal.
     void cancelUpload();
 
-    /// Puts a deletion off while a function of this handler is running.
+    /// Delays a deletion while a function of this handler is running.
     bool event(QEvent *event) override;
 
 signals:
-    /// The first bytes of the stream have arrived; comes before they are handled.
+    /// The first bytes of the stream have arrived. Emitted before they are handled.
     void handlerServerConnected(const QUuid &uuid, const QHostAddress &address);
-    /// The stream has ended by itself; the last signal of this handler. `error` is empty unless a
-    /// network error was met.
+    /// The stream has ended without `stop`. The last signal of this handler. `error` is empty
+    /// unless there was a network error.
     void handlerServerDisconnected(const QHostAddress &address, const QUuid &uuid,
                                    Brenvoka::ServerDisconnectReason reason, const QString &error);
-    /// How far a transfer is, in percent.
+    /// The progress of a transfer in percent.
     void handlerSyncProgressUpdate(const QUuid &uuid, int folderSlot, int fileSlot,
                                    int progressPercent, Brenvoka::SyncStates state);
-    /// A transfer failed. `error` is the server's text, `url` names the source server.
+    /// A transfer failed. `error` is the text from the server, `url` is the source server.
     void handlerSyncError(const QUuid &uuid, int folderSlot, int fileSlot,
                           Brenvoka::SyncStates state, const QString &error, const QString &url);
-    /// A transfer ended well.
+    /// A transfer has succeeded.
     void handlerSyncRequestFinished(const QUuid &uuid, int folderSlot, int fileSlot);
-    /// The last of the server's running transfers ended, well or not.
+    /// The server has no running transfer any more, whether they succeeded or not.
     void handlerSyncOperationFinished(const QUuid &uuid);
-    /// The server says that its library is another now; what changed is not told.
+    /// The server's library changed. The message does not say what.
     void connectedServerLibraryChanged(const QHostAddress &address, const QUuid &uuid);
     /// The server's three frame rates, in frames per second, and its flag "FS".
     void connectedServerUpdateStats(const QHostAddress &address, const QUuid &uuid, float gfps,
                                     float tfps, float mfps, bool fs);
 
-    /// One removal was refused, or its reply failed: `error` is for the operator, and may be empty
-    /// when the server gave no reason. The next removal goes out when this has returned.
+    /// One removal was refused or its reply failed. `error` is for the operator, and empty if the
+    /// server gave no reason. The next removal is sent after this signal.
     void handlerRemoveError(const QUuid &uuid, int folderSlot, int fileSlot, const QString &error);
-    /// One removal is done, or was dropped by `stop` before it was sent.
+    /// One removal has succeeded, or `stop` dropped it before it was sent.
     void handlerRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot);
-    /// The latest move was refused or its reply failed; see handlerRemoveError.
+    /// The last move was refused or its reply failed; see handlerRemoveError.
     void handlerMoveFileError(const QUuid &uuid, const QString &error);
     void handlerMoveFileFinished(const QUuid &uuid);
     /// One rename was refused or its reply failed; see handlerRemoveError.
@@ -121,7 +120,7 @@ signals:
     void handlerRenameFinished(const QUuid &uuid, int folderSlot);
     /// How much of the upload has been sent, in percent; not throttled.
     void uploadedFileProgress(const QUuid &uuid, int progress);
-    /// The upload failed, was refused, or its answer is no result; nothing more comes of it.
+    /// The upload failed, was refused, or its answer is not a result. Its last signal.
     void uploadedFileError(const QUuid &uuid, const QString &error);
     void uploadedFileFinished(const QUuid &uuid);
 
@@ -135,7 +134,7 @@ private slots:
     void uploadProgress(qlonglong bytesSent, qlonglong bytesTotal);
 
 private:
-    friend struct ServerConnectionHandlerProbe; // the tests' view of the fields
+    friend struct ServerConnectionHandlerProbe; // lets tests read the fields
 
     void close();
     void handleWaitingMessages();
@@ -167,7 +166,7 @@ private:
     QUuid uuid;
     QNetworkReply *streamReply = nullptr;
     QNetworkReply *uploadReply = nullptr;
-    QByteArray receiveBuffer; ///< never holds a NUL
+    QByteArray receiveBuffer; ///< never contains a NUL
     bool closing = false;     ///< nothing is sent or reported any more
     Brenvoka::ServerDisconnectReason disconnectReason = Brenvoka::DisconnectNone;
     QHash<QUuid, ActiveTransfer> activeTransfers;
@@ -180,6 +179,6 @@ private:
     bool connectedEmitted = false;
 
     CommandQueue commands;
-    QList<QJsonDocument> waitingMessages; ///< taken off the stream and not yet handled
+    QList<QJsonDocument> waitingMessages; ///< received and not yet handled
     DeletionDelay deletionDelay;
 };

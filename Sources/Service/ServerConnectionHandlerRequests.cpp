@@ -20,7 +20,7 @@
 
 using Delivery = CommandQueue::Delivery;
 
-/// Records of what is in flight take the number that this gives before the command is sent.
+/// The record of the request in flight keeps the returned number until the command is sent.
 quint64 ServerConnectionHandler::enqueue(const QByteArray &body, Delivery delivery)
 {
     if (closing)
@@ -168,8 +168,8 @@ void ServerConnectionHandler::uploadProgress(qlonglong bytesSent, qlonglong byte
     emit uploadedFileProgress(uuid, static_cast<int>(share * 100.0));
 }
 
-/// The reply is deleted by its `finished`, which a deletion from here could forestall: Qt reports
-/// the two in different turns of the event loop.
+/// The handler of `finished` deletes the reply. A deletion here could come first: Qt emits the two
+/// signals in different turns of the event loop.
 void ServerConnectionHandler::uploadError(QNetworkReply::NetworkError error)
 {
     const DeletionDelay::Scope scope(deletionDelay);
@@ -197,8 +197,7 @@ void ServerConnectionHandler::uploadEnded(QNetworkReply *reply)
     emit uploadedFileError(uuid, outcome.message);
 }
 
-/// The records say which command it was; a sync, a cancel and a reply that nobody waits for any
-/// more have none.
+/// The records tell which command it was. A sync, a cancel and an abandoned reply have no record.
 void ServerConnectionHandler::commandEnded(QNetworkReply *reply)
 {
     --pendingRequests;
@@ -263,8 +262,8 @@ void ServerConnectionHandler::renameEnded(QNetworkReply *reply)
         sendNextRename();
 }
 
-/// A failure is logged as `failure` with its reason. A network error without a text gets
-/// `internalError` as its message.
+/// Logs a failure as `failure` with its reason. A network error without a text gets `internalError`
+/// as its message.
 Outcome ServerConnectionHandler::readLoggedOutcome(QNetworkReply *reply, const char *internalError,
                                                    const QString &failure)
 {
@@ -280,7 +279,7 @@ Outcome ServerConnectionHandler::readLoggedOutcome(QNetworkReply *reply, const c
     return outcome;
 }
 
-/// The result in the body, or else the text of the network error.
+/// The result in the body, otherwise the text of the network error.
 Outcome ServerConnectionHandler::readOutcome(QNetworkReply *reply)
 {
     Outcome outcome;

@@ -7,20 +7,20 @@
 
 class QNetworkReply;
 
-/// One visual that is being copied onto a server, as that server told it.
+/// One visual that is being copied to a server, as that server reported it.
 struct ActiveTransfer
 {
-    int state = 0;           ///< "STATUS", a Brenvoka::SyncStates value, kept as it came
+    int state = 0;           ///< "STATUS", a Brenvoka::SyncStates value, unchanged
     int folderSlot = 0;      ///< "FLDIDX", the target folder
     int fileSlot = 0;        ///< "VISIDX", the target slot
     int progressPercent = 0; ///< "CPERCENT"
     int speedBps = 0;        ///< "SPEEDBPS"; required, though nothing reads it
-    QString sourceServer;    ///< "SERVER", the URL of the server that the file comes from
+    QString sourceServer;    ///< "SERVER", the URL of the source server
     QString error;           ///< required, though it stays empty
 };
 
-/// The removal that is being executed. It is in flight from the moment of its request, when it may
-/// still wait in the handler's queue: `command` says so, while `reply` is null until it is sent.
+/// The removal in flight. It is in flight from its request on, while it may still wait in the
+/// handler's queue: `command` is set then, but `reply` is null until it is sent.
 struct RemoveRequest
 {
     QNetworkReply *reply = nullptr; ///< borrowed
@@ -29,7 +29,7 @@ struct RemoveRequest
     quint64 command = 0; ///< the number in the CommandQueue; 0 when there is no removal
 };
 
-/// The move that is being executed; see RemoveRequest.
+/// The move in flight; see RemoveRequest.
 struct MoveRequest
 {
     QNetworkReply *reply = nullptr; ///< borrowed
@@ -39,7 +39,7 @@ struct MoveRequest
     quint64 command = 0; ///< the number in the CommandQueue; 0 when there is no move
 };
 
-/// The rename that is being executed; see RemoveRequest.
+/// The rename in flight; see RemoveRequest.
 struct RenameRequest
 {
     QNetworkReply *reply = nullptr; ///< borrowed

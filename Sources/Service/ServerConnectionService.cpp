@@ -35,7 +35,7 @@ void ServerConnectionService::removeHandler(const QUuid &uuid)
     // The leading blank is required.
     ZOR_LOG(info, " Handler removed for server id %s", qPrintable(uuid.toString()));
     handler->stop();
-    takeOut(handler);
+    detach(handler);
 }
 
 bool ServerConnectionService::hasHandler(const QUuid &uuid) const
@@ -52,12 +52,12 @@ void ServerConnectionService::onServerDisconnected(const QHostAddress &address, 
         return;
     ZOR_LOG(info, "Handler removed for id %s address %s", qPrintable(uuid.toString()),
             qPrintable(address.toString()));
-    takeOut(handler);
+    detach(handler);
     emit serverDisconnected(uuid, reason, error);
 }
 
-/// Cuts the handler off and lets it go. It may stand in the middle of one of its signals.
-void ServerConnectionService::takeOut(ServerConnectionHandler *handler)
+/// Disconnects and releases the handler, which may be emitting one of its signals.
+void ServerConnectionService::detach(ServerConnectionHandler *handler)
 {
     forEachForwarding(
         [this, handler](auto signal, auto slot) { disconnect(handler, signal, this, slot); });

@@ -13,13 +13,13 @@ class QHostAddress;
 class QUuid;
 class ServerConnectionHandler;
 
-/// The one gate to the connected servers: it owns a ServerConnectionHandler for each, finds it by
-/// the server's id, forwards operations to it and its signals to whoever listens here.
+/// Sends requests to the connected servers. It owns one ServerConnectionHandler for each server,
+/// finds it by the server's id, forwards operations to it and emits its signals.
 ///
 /// An operation on an id without a handler is logged and dropped, with no signal. The loss of a
-/// server is told by `serverDisconnected` alone; nothing reconnects by itself.
+/// server is reported only by `serverDisconnected`. There is no automatic reconnection.
 ///
-/// Destroying the service destroys the handlers with it, without a signal.
+/// The destructor deletes the handlers without a signal.
 class ServerConnectionService final : public QObject
 {
     Q_OBJECT
@@ -27,37 +27,38 @@ class ServerConnectionService final : public QObject
 public:
     explicit ServerConnectionService(QObject *parent = nullptr);
 
-    /// Connects to a server. If there is a handler for this id already, it stays with the address
-    /// that it has, and `serverConnected` with that address is emitted at once.
+    /// Connects to a server. An existing handler for this id is kept with its address, and
+    /// `serverConnected` with that address is emitted at once.
     void addHandler(const QHostAddress &address, const QUuid &uuid);
-    /// Drops a server. Removals that were not yet sent to it are told as `visualRemoveFinished`
-    /// before this returns; no `serverDisconnected` comes.
+    /// Drops a server. Emits `visualRemoveFinished` for removals that have not been sent, but no
+    /// `serverDisconnected`.
     void removeHandler(const QUuid &uuid);
-    /// Whether an operation on this id would reach a server.
+    /// Whether there is a handler for this id.
     [[nodiscard]] bool hasHandler(const QUuid &uuid) const;
 
-    /// Asks the destination to fetch each visual from the server at `sourceAddress`.
-    /// `syncProgressUpdate` with SyncQueued comes for each before this returns.
+    /// Requests that the destination fetches each visual from the server at `sourceAddress`. Emits
+    /// `syncProgressUpdate` with SyncQueued for each of them before it returns.
     void requestSync(const QHostAddress &sourceAddress, const QUuid &destinationServer,
                      const QList<VisualRef> &visuals);
-    /// Asks every connected server to cancel its transfers.
+    /// Requests that every connected server cancels its transfers.
     void cancelAllSyncs();
-    /// Removes visuals one after the other; `visualRemoveFinished` or `visualRemoveError` for each.
+    /// Removes visuals, one request at a time; `visualRemoveFinished` or `visualRemoveError` for
+    /// each.
     void requestRemove(const QUuid &uuid, const QList<VisualRef> &visuals);
-    /// Forgets the removals that were not yet sent. The one in flight is still reported.
+    /// Drops the removals that have not been sent. The one in flight is still reported.
     void cancelRemoves(const QUuid &uuid);
     /// Same as `cancelRemoves`. Required, though nothing calls it.
     void clearPendingRemoves(const QUuid &uuid);
     /// Moves a visual within its folder; `movedFileFinished` or `movedFileError`.
     void requestMove(const QUuid &uuid, int folderSlot, int fromSlot, int toSlot);
-    /// Renames folders one after the other; `folderRenameFinished` or `folderRenameError` for each.
-    /// They can't be taken back.
+    /// Renames folders, one request at a time; `folderRenameFinished` or `folderRenameError` for
+    /// each. They cannot be cancelled.
     void requestRename(const QUuid &uuid, const QList<FolderRename> &renames);
     /// Uploads a local file; `uploadedFileProgress`, then `uploadedFileFinished` or
-    /// `uploadedFileError`. No signal at all when the file can't be opened or another upload to
-    /// this server is running.
+    /// `uploadedFileError`. No signal if the file cannot be opened or another upload to this server
+    /// is running.
     void requestUpload(const QUuid &uuid, int folderSlot, int fileSlot, const QString &path);
-    /// Ends the upload, without a signal.
+    /// Aborts the upload, without a signal.
     void cancelUpload(const QUuid &uuid);
 
 signals:
@@ -66,7 +67,7 @@ signals:
     void syncFinished(const QUuid &serverId, int folderId, int fileId);
     void syncError(const QUuid &serverId, int folderSlot, int fileSlot, Brenvoka::SyncStates state,
                    const QString &error, const QString &url);
-    /// The last of a server's running transfers ended, well or not.
+    /// A server has no running transfer any more, whether they succeeded or not.
     void syncOperationFinished(const QUuid &serverId);
     /// `progress` is in percent.
     void uploadedFileProgress(const QUuid &serverId, int progress);
@@ -77,11 +78,11 @@ signals:
     void serverLibraryChanged(const QUuid &uuid);
     /// A server's three frame rates, in frames per second, and its flag "FS".
     void serverUpdateStats(const QUuid &uuid, float gf, float tf, float mf, bool fs);
-    /// A server's stream has ended; its handler has left already, so that `addHandler` may be
-    /// called from here. `error` is empty unless a network error was met.
+    /// A server's stream has ended. Its handler is already removed, so a receiver may call
+    /// `addHandler`. `error` is empty unless there was a network error.
     void serverDisconnected(const QUuid &uuid, Brenvoka::ServerDisconnectReason reason,
                             const QString &error);
-    /// The first bytes of a server's stream arrived, or `addHandler` met an existing handler.
+    /// The first bytes of a server's stream arrived, or `addHandler` found an existing handler.
     void serverConnected(const QUuid &uuid, const QHostAddress &address);
     void visualRemoveError(const QUuid &uuid, int folderSlot, int fileSlot, const QString &error);
     void visualRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot);
@@ -119,7 +120,7 @@ private:
     [[nodiscard]] bool requireAddress(const QHostAddress &address) const;
     template <typename Visitor>
     static void forEachForwarding(Visitor visit);
-    void takeOut(ServerConnectionHandler *handler);
+    void detach(ServerConnectionHandler *handler);
 
     QList<ServerConnectionHandler *> handlers;
 };

@@ -52,7 +52,7 @@ void ServerInfoService::requestLibrary(const Server &server)
             return;
         }
     }
-    if (closedDoors.contains(server.uuid))
+    if (blockedServers.contains(server.uuid))
         return;
     // Required: the first connection, not the active one.
     const QUrl url = Protocol::libraryUrl(server.connections.constFirst().first);
@@ -103,12 +103,12 @@ void ServerInfoService::readLibrary(QNetworkReply *reply, const ProtocolInfo &pr
         return;
     }
     server.protocolInfo = protocolInfo;
-    // A copy: a receiver may ask for other libraries, and the table then moves its entries.
+    // A copy: a receiver may request other libraries, which moves the entries of the table.
     const Server complete = server;
     emit receivedServer(complete);
 }
 
 void ServerInfoService::closeDoor(QNetworkReply *reply)
 {
-    closedDoors.insert(pendingReplies.take(reply).uuid);
+    blockedServers.insert(pendingReplies.take(reply).uuid);
 }

@@ -13,13 +13,11 @@
 
 class QNetworkReply;
 
-/// Fetches the library documents of servers, and is the one place that looks at the version that a
-/// server speaks.
+/// Downloads the library documents of servers, and checks the protocol version of each server.
 ///
-/// There is at most one request per server at a time. A download that fails at the network or HTTP
-/// level, a body of more than 256 MiB included, or whose feature list is malformed, closes the door
-/// for that server: until the program is started again nothing is requested from it any more. A
-/// refused version or document does not.
+/// There is at most one request for a server at a time. A network or HTTP error, a body of more
+/// than 256 MiB or a malformed feature list blocks the server: no library is requested from it
+/// until the program starts again. A refused version or document does not block it.
 class ServerInfoService final : public QObject
 {
     Q_OBJECT
@@ -27,14 +25,14 @@ class ServerInfoService final : public QObject
 public:
     ServerInfoService();
 
-    /// Downloads the library of `server` from the first of its connections, of which there must be
-    /// one. While a download for the same uuid is under way nothing is sent; the record that it
-    /// will complete is replaced by `server`.
+    /// Downloads the library of `server` from its first connection, which must exist. If a download
+    /// for the same uuid is running, nothing is sent, but `server` replaces the record that it
+    /// completes.
     void requestLibrary(const Server &server);
 
 signals:
-    /// A library has arrived: the record of the latest `requestLibrary` for this server, with
-    /// folders, hash and protocol information filled in. A failure is told in the log alone.
+    /// A library has arrived: the record of the last `requestLibrary` for this server, with
+    /// folders, hash and protocol information. Failures are only logged.
     void receivedServer(const Server &server);
 
 private slots:
@@ -46,6 +44,6 @@ private:
 
     QNetworkAccessManager networkManager;
     QHash<QNetworkReply *, Server> pendingReplies;
-    /// By id and not by reply: a later reply may come to lie at the address of a deleted one.
-    QSet<QUuid> closedDoors;
+    /// By id, not by reply: a later reply may get the address of a deleted one.
+    QSet<QUuid> blockedServers;
 };

@@ -12,42 +12,42 @@
 
 struct Announcement;
 
-/// Turns announcements on the network into servers and connections that come and go.
+/// Keeps track of servers and their connections by their announcements.
 ///
-/// A server is one uuid; a connection is one of its interfaces, a source address with a netmask
-/// length in bits. Four times a second the socket is drained and compared with what is known. One
-/// tick reads at most 4096 datagrams, so that a flood of them cannot keep it from ending; the rest
-/// waits for the next tick. A connection goes on the 121st tick without an announcement, about 30
-/// seconds after it was last heard; there is no other way out. A server comes with its first
-/// connection and goes with its last. In one tick everything that comes is emitted before all
-/// that goes.
+/// A server is one uuid. A connection is one of its interfaces: a source address with a netmask
+/// length in bits. A tick, four times a second, reads the socket and compares the senders with the
+/// known ones. It reads at most 4096 datagrams, so that it ends during a flood; the rest waits for
+/// the next tick. A connection is removed on the 121st tick without an announcement, about 30
+/// seconds after the last one, and never earlier. A server is added with its first connection and
+/// removed with its last one. In one tick, all additions are emitted before all removals.
 ///
-/// Qt fires no timer inside its own slot. So while a receiver runs an event loop, as a message box
-/// does, discovery stands still, and goes on with what the socket has kept. A receiver therefore
-/// never meets a second tick within the first.
+/// Qt does not fire a timer inside its own slot. So while a receiver runs an event loop, for
+/// example in a message box, discovery pauses, and it continues with what the socket has kept. A
+/// receiver never sees a second tick within the first.
 ///
-/// If the port can't be opened, nothing is ever heard, and nothing is reported.
+/// If the port cannot be opened, no server is found, and nothing is reported.
 class ServerListenerService final : public QObject
 {
     Q_OBJECT
 
 public:
     explicit ServerListenerService(QObject *parent = nullptr);
-    /// Tells nobody about servers that were still known.
+    /// Emits nothing about servers that are still known.
     ~ServerListenerService() override;
 
 signals:
-    /// A known server announced a different name.
+    /// A known server announced another name.
     void serverNameChanged(const QUuid &uuid, const QString &name);
-    /// First announcement of a server. Comes before the server is known here.
+    /// The first announcement of a server. Emitted before the server is known here.
     void addServer(const QUuid &uuid, const QHostAddress &ipAddress, int netmask,
                    const QString &name);
-    /// A known server announced from another address.
+    /// A known server announced itself from another address.
     void addServerConnection(const QUuid &uuid, const QHostAddress &ipAddress, int netmask);
-    /// A connection timed out; it is still known here. The netmask is the one it was added with.
+    /// A connection timed out. Emitted before it is removed here. The netmask is that of its
+    /// addition.
     void removeServerConnection(const QUuid &uuid, const QHostAddress &ipAddress, int netmask);
-    /// The last connection timed out; follows its `removeServerConnection`. The server is still
-    /// known here.
+    /// The last connection timed out. Emitted after its `removeServerConnection`, and before the
+    /// server is removed here.
     void removeServer(const QUuid &uuid);
 
 private slots:

@@ -7,12 +7,12 @@
 
 #include <optional>
 
-/// Takes the entry at the head off a queue, in one pass by value: every later entry is compared
-/// with the one that stands at index 0 by then, those that differ move down, and one entry is
-/// erased behind the last that moved. An empty queue gives nothing, and its memory back.
+/// Removes the head of a queue and returns it, in one pass by value: every later entry is compared
+/// with the present one at index 0, those that differ move down, and one entry is erased after the
+/// last one that moved. Returns nothing for an empty queue and frees its memory.
 ///
-/// Without duplicates the queue loses its head and keeps its order. With duplicates it does not
-/// behave like a plain pop, as required: A, A, B becomes B, B.
+/// Without duplicates the queue loses its head and keeps its order. With duplicates it differs from
+/// a plain pop, as required: A, A, B becomes B, B.
 template <typename Entry>
 std::optional<Entry> takeHead(QList<Entry> &queue)
 {

@@ -22,8 +22,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr qint64 maximumBodySize = 16 << 20;
-/// 4096 x 4096. With 8 bytes for each, the deepest that Qt reads, they take just the 128 MB of
-/// QImageReader's allocation limit, so that within this bound that limit refuses nothing.
+/// 4096 x 4096. At 8 bytes each, the most that Qt reads, they take exactly the 128 MB of
+/// QImageReader's allocation limit, so that limit refuses no picture within this bound.
 constexpr qint64 maximumPixelCount = 1 << 24;
 
 QByteArray encodedUrl(const QNetworkReply &reply)
@@ -36,8 +36,8 @@ bool isWithinBounds(QSize size)
     return qint64{size.width()} * size.height() <= maximumPixelCount;
 }
 
-/// Null when the body is no image or has too many pixels. A size that the format states decides
-/// before anything is unpacked; otherwise the allocation limit bounds what is.
+/// Null if the body is not an image or has too many pixels. If the format states a size, it is
+/// checked before anything is decoded; otherwise the allocation limit applies.
 QImage imageFromBody(QByteArray body)
 {
     QBuffer buffer(&body);
@@ -62,7 +62,7 @@ ThumbnailService::ThumbnailService(QSize size, QNetworkAccessManager *manager)
 
 const QPixmap &ThumbnailService::noThumbnailPixmap()
 {
-    // Never destroyed: a pixmap must not outlive the application object.
+    // Never destroyed: a pixmap must not be destroyed after the application object.
     static const auto *const pixmap = new QPixmap(u":/icons/Bin/bitmap/icons/no_thumbnail.png"_s);
     return *pixmap;
 }
@@ -105,7 +105,7 @@ void ThumbnailService::abort()
 quint64 ThumbnailService::cancelDownloads()
 {
     const quint64 load = ++generation;
-    // The table is emptied first: a reply that ends inside `abort` must find no entry.
+    // The table is emptied first: a reply that finishes inside `abort` must find no entry.
     const auto old = std::exchange(pendingThumbnails, {});
     for (auto entry = old.cbegin(); entry != old.cend(); ++entry) {
         entry.key()->abort();
@@ -120,7 +120,7 @@ void ThumbnailService::downloadFinished(QNetworkReply *reply)
 {
     ZOR_LOG(info, "Download finished for thumbnail from: %s", encodedUrl(*reply).constData());
     emit progress();
-    // Asked for only now: a receiver of `progress` may have replaced the load.
+    // Looked up only now: a receiver of `progress` may have replaced the load.
     if (pendingThumbnails.contains(reply)) {
         const PendingThumbnail thumbnail = pendingThumbnails.value(reply);
         if (reply->error() == QNetworkReply::NoError)

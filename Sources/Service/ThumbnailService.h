@@ -14,42 +14,41 @@ class QNetworkAccessManager;
 class QNetworkReply;
 struct MediaFolder;
 
-/// Gets the pictures of one folder of one server, from the process-wide QPixmapCache or over HTTP.
+/// Loads the pictures of one folder of one server, from the process-wide QPixmapCache or over HTTP.
 ///
-/// One load at a time: a new one replaces a running one without a word. All requests of a load go
-/// out at once. A body of more than 16 MiB is a failed download, and a picture of more than 2^24
-/// pixels is no picture. Two services share one network manager, and each sees every reply of it;
-/// therefore `progress` comes from both for each reply of either.
+/// There is one load at a time: a new one replaces a running one without a signal. All requests of
+/// a load are sent at once. A body of more than 16 MiB is a failed download. A picture of more than
+/// 2^24 pixels is not decoded. Two services share one network manager and both see all its replies,
+/// so both emit `progress` for each reply of either.
 ///
-/// A receiver may start or end a load while a signal goes out, but must not run an event loop.
+/// A receiver may start or end a load during a signal, but must not run an event loop.
 class ThumbnailService final : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Every downloaded picture is forced to `size`. The manager is borrowed and must
-    /// outlive the service.
+    /// Every downloaded picture is scaled to `size`. The manager is not owned and must outlive the
+    /// service.
     ThumbnailService(QSize size, QNetworkAccessManager *manager);
 
-    /// The picture of a visual whose download failed, at its own size.
+    /// The picture for a visual whose download failed, at its own size.
     [[nodiscard]] static const QPixmap &noThumbnailPixmap();
 
 public slots:
-    /// Starts the load of `folder`. `mediaFolderIndex` is handed back untouched by `finished`,
-    /// which comes from inside this call when every picture is in the cache.
+    /// Starts the load of `folder`. `finished` returns `mediaFolderIndex` unchanged. It is emitted
+    /// inside this call if every picture is in the cache.
     void loadThumbnails(const MediaFolder &folder, int mediaFolderIndex,
                         const QHostAddress &serverIp);
 
-    /// Ends the running load, if any; the signal `aborted` comes in any case.
+    /// Ends the running load, if any. Always emits `aborted`.
     void abort();
 
 signals:
-    /// The load is complete: 256 pictures by slot, null where the folder has no visual and where
-    /// the server sent no picture. Required: does not come when the last reply of a load is a
-    /// failed one.
+    /// The load is complete: 256 pictures by slot, null where the folder has no visual or the
+    /// server sent no picture. Required: not emitted if the last reply of a load has failed.
     void finished(int mediaFolderIndex, const QList<QPixmap> &pixmaps);
 
-    /// A reply of the manager ended, of this service or of another, well or badly.
+    /// A reply of the manager finished: of this service or of another, with or without an error.
     void progress();
 
     /// The download of one visual failed. Required, though nothing is connected to it.
@@ -73,7 +72,7 @@ private:
     void requestThumbnail(int folderSlot, int fileSlot, const QString &cacheKey);
     void storeThumbnail(QNetworkReply *reply, const PendingThumbnail &thumbnail);
     void storeFallback(QNetworkReply *reply, const PendingThumbnail &thumbnail);
-    /// Returns the number of the load that may follow: the `generation` that it has set.
+    /// Returns the number of the next load: the new `generation`.
     quint64 cancelDownloads();
 
     QNetworkAccessManager *networkManager;
@@ -83,7 +82,7 @@ private:
     int folderIndex = 0;
     qint64 fileCount = 0; ///< of the folder; required, though nothing reads it
     QHostAddress serverAddress;
-    /// Counts loads and cancels. Whoever emits compares it afterwards: a receiver may have started
-    /// another load.
+    /// Counts loads and cancels. Compared after each signal: a receiver may have started another
+    /// load.
     quint64 generation = 0;
 };

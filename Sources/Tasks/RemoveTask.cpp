@@ -42,16 +42,16 @@ void RemoveTask::userCanceled()
 void RemoveTask::visualRemoveError(const QUuid &uuid, int folderSlot, int fileSlot,
                                    const QString &error)
 {
-    takeResult(uuid, folderSlot, fileSlot, error);
+    recordResult(uuid, folderSlot, fileSlot, error);
 }
 
 void RemoveTask::visualRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot)
 {
-    takeResult(uuid, folderSlot, fileSlot, std::nullopt);
+    recordResult(uuid, folderSlot, fileSlot, std::nullopt);
 }
 
-void RemoveTask::takeResult(const QUuid &uuid, int folderSlot, int fileSlot,
-                            const std::optional<QString> &error)
+void RemoveTask::recordResult(const QUuid &uuid, int folderSlot, int fileSlot,
+                              const std::optional<QString> &error)
 {
     if (!isResultOf(server, uuid))
         return;

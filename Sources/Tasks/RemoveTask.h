@@ -37,8 +37,8 @@ private slots:
     void visualRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot);
 
 private:
-    void takeResult(const QUuid &uuid, int folderSlot, int fileSlot,
-                    const std::optional<QString> &error);
+    void recordResult(const QUuid &uuid, int folderSlot, int fileSlot,
+                      const std::optional<QString> &error);
 
     RemoveEntries entries;
 };

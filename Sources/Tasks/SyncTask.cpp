@@ -138,27 +138,27 @@ void SyncTask::userTransferCanceled()
 
 void SyncTask::folderRenameError(const QUuid &uuid, int folderSlot, const QString &error)
 {
-    takeRenameResult(uuid, folderSlot, error);
+    recordRenameResult(uuid, folderSlot, error);
 }
 
 void SyncTask::folderRenameFinished(const QUuid &uuid, int folderSlot)
 {
-    takeRenameResult(uuid, folderSlot, std::nullopt);
+    recordRenameResult(uuid, folderSlot, std::nullopt);
 }
 
 void SyncTask::visualRemoveError(const QUuid &uuid, int folderSlot, int fileSlot,
                                  const QString &error)
 {
-    takeRemoveResult(uuid, folderSlot, fileSlot, error);
+    recordRemoveResult(uuid, folderSlot, fileSlot, error);
 }
 
 void SyncTask::visualRemoveFinished(const QUuid &uuid, int folderSlot, int fileSlot)
 {
-    takeRemoveResult(uuid, folderSlot, fileSlot, std::nullopt);
+    recordRemoveResult(uuid, folderSlot, fileSlot, std::nullopt);
 }
 
-void SyncTask::takeRenameResult(const QUuid &uuid, int folderSlot,
-                                const std::optional<QString> &error)
+void SyncTask::recordRenameResult(const QUuid &uuid, int folderSlot,
+                                  const std::optional<QString> &error)
 {
     if (!isResultOf(destinationServer, uuid))
         return;
@@ -175,8 +175,8 @@ void SyncTask::takeRenameResult(const QUuid &uuid, int folderSlot,
         startRemovals();
 }
 
-void SyncTask::takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
-                                const std::optional<QString> &error)
+void SyncTask::recordRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
+                                  const std::optional<QString> &error)
 {
     if (!isResultOf(destinationServer, uuid))
         return;

@@ -84,9 +84,9 @@ private:
     void startRemovals();
     void startTransfers();
 
-    void takeRenameResult(const QUuid &uuid, int folderSlot, const std::optional<QString> &error);
-    void takeRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
-                          const std::optional<QString> &error);
+    void recordRenameResult(const QUuid &uuid, int folderSlot, const std::optional<QString> &error);
+    void recordRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
+                            const std::optional<QString> &error);
 
     [[nodiscard]] QString transferLabel(int folderSlot, int fileSlot) const;
     [[nodiscard]] static QString transferErrorLine(const QString &destination,

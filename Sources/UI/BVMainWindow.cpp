@@ -20,7 +20,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// A pixmap is the file that is named; only an icon finds the one of double density beside it.
+// A pixmap is read from exactly this file. Only an icon finds the file of double density (@2x).
 void showSharp(QLabel *label, const QString &path)
 {
     const QSize size = label->pixmap(Qt::ReturnByValue).size();
@@ -51,7 +51,7 @@ BVMainWindow::BVMainWindow(ApplicationModel *applicationModel)
     setTransferEnabled(false);
 }
 
-// The controller goes before the banks, which are deleted with the other child widgets.
+// The controller is deleted before the banks, which are deleted with the other child widgets.
 BVMainWindow::~BVMainWindow() = default;
 
 void BVMainWindow::connectButtons()
@@ -74,7 +74,7 @@ void BVMainWindow::connectKeys()
     new FocusReturn(this, ui->serverBankA->keyboardStart());
     connect(new QShortcut(Qt::Key_F10, this), &QShortcut::activated, ui->menuBar,
             [this] { ui->menuBar->setActiveAction(ui->menuFile->menuAction()); });
-    // Tab stops at the button that is checked; the arrow keys choose another of its group.
+    // Tab stops at the checked button. The arrow keys check another button of its group.
     for (const auto *group : {ui->listViewModeButtonGroup, ui->iconSizeButtonGroup}) {
         connect(group, &QButtonGroup::buttonToggled, this, [](QAbstractButton *button, bool on) {
             button->setFocusPolicy(on ? Qt::TabFocus : Qt::NoFocus);

@@ -14,30 +14,29 @@ namespace Ui {
 class BVMainWindow;
 }
 
-/// The one top-level window: view buttons and logo above, the two server banks side by side, and
+/// The top-level window: view buttons and logo at the top, the two server banks side by side, and
 /// between them the transfer buttons with the sign that the servers differ.
 ///
-/// It owns the UIController, which does all that the window shows, and it carries the style sheet
-/// that every dialog with this window as parent inherits. Closing it asks nothing, whatever
-/// operation is in progress.
+/// It owns the UIController, which controls everything that the window shows, and has the style
+/// sheet that its dialogs inherit. It closes without a question, even during an operation.
 class BVMainWindow final : public QMainWindow
 {
     Q_OBJECT
 
 public:
-    /// The model is not owned and outlives the window. Opens the discovery socket, through the
-    /// UIController that is made here.
+    /// The model is not owned and outlives the window. Creates the UIController, which opens the
+    /// discovery socket.
     explicit BVMainWindow(ApplicationModel *applicationModel);
     ~BVMainWindow() override;
 
-    /// Shows or hides the sign that the contents of the two servers differ.
+    /// Shows or hides the sign that the two servers differ.
     void setSyncWarning(bool visible);
-    /// Enables or disables the two transfer buttons, always together.
+    /// Enables or disables both transfer buttons.
     void setTransferEnabled(bool enabled);
-    /// Checks the button of the view and that of the icon size: 0 small, 1 medium, else large.
+    /// Checks the buttons of the view and of the icon size: 0 small, 1 medium, anything else large.
     void checkViewButtons(bool listView, int iconSizeIndex);
-    /// Runs the preferences dialog. When it is accepted, its warnings go into the model and the
-    /// settings are saved; a cancelled dialog changes nothing.
+    /// Runs the preferences dialog. If it is accepted, stores its warnings in the model and saves
+    /// the settings. A cancelled dialog changes nothing.
     void openPreferences();
 
 private:

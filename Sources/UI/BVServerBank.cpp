@@ -30,8 +30,8 @@ QString iconPath(QLatin1StringView fileName)
     return ":/icons/Bin/bitmap/icons/"_L1 + fileName;
 }
 
-// The label's width is fixed: a rate with many digits gets smaller ones rather than losing the
-// first.
+// The label has a fixed width: a rate with many digits gets a smaller font, so that all digits are
+// visible.
 void showRate(QLabel *label, float rate, QFont font)
 {
     const QString text = QString::number(static_cast<double>(rate), 'f', 2);
@@ -59,16 +59,16 @@ BVServerBank::BVServerBank(QWidget *parent)
     , itemSizeHint(-1, -1)
 {
     ui->setupUi(this);
-    // Required: Patches, Mapper and Cues are in the form and not shown. The pages themselves stay,
-    // hidden, with the tab widget.
+    // Required: Patches, Mapper and Cues are in the form and not shown. The tab widget keeps their
+    // hidden pages.
     for (int i = 0; i < 3; ++i)
         ui->serverTabWidget->removeTab(1);
-    // With a single tab there is nothing to choose.
+    // There is nothing to choose with a single tab.
     ui->serverTabWidget->tabBar()->setFocusPolicy(Qt::NoFocus);
 
     dimDisabledIcon(ui->removeButton);
     dimDisabledIcon(ui->addButton);
-    // A folder's name comes from a server: however long it is, it leaves the list its place.
+    // The name of a folder comes from a server: a long one must not push the list away.
     ui->mediaListFolder->setFixedHeight(ui->mediaListFolder->sizeHint().height());
 
     itemFont.setPointSize(5);
@@ -146,12 +146,12 @@ void BVServerBank::describeControls()
     describeByName(ui->removeButton, tr("Remove the selected visuals from the server of bank %1"));
     describeByName(ui->addButton, tr("Upload a file to the selected slot of bank %1"));
 
-    // Unlike other widgets, a list does not give its tool tip as its description.
+    // Unlike other widgets, a list does not use its tool tip as its accessible description.
     ui->mediaListWidget->setAccessibleDescription(ui->mediaListWidget->toolTip());
     setAccessibleName(tr("Bank %1").arg(bank));
     ui->serverComboBox->view()->setAccessibleName(tr("Servers for bank %1").arg(bank));
     ui->serverTabWidget->setAccessibleName(tr("Content of bank %1").arg(bank));
-    // What they say is their name; the tool tip is read out as their description.
+    // Their text is their accessible name; the tool tip is read as their description.
     ui->serverStatusLabel->setToolTip(tr("Connection to the server of bank %1").arg(bank));
     ui->gpuValueLabel->setToolTip(tr("GPU frame rate of the server in bank %1").arg(bank));
     ui->cpuValueLabel->setToolTip(tr("CPU frame rate of the server in bank %1").arg(bank));
@@ -177,8 +177,7 @@ void BVServerBank::setServers(const QList<QUuid> &uuids)
     updateActionButtons();
 }
 
-// Changes only the entries that differ: most refills follow the arrival or the loss of one server
-// among many.
+// Changes only the entries that differ: most refills add or remove one server among many.
 void BVServerBank::fillServerList(const QList<QUuid> &uuids)
 {
     auto *const box = ui->serverComboBox;
@@ -304,7 +303,7 @@ void BVServerBank::setScrollPosition(int position)
 int BVServerBank::firstRowOnShow() const
 {
     const auto *const list = ui->mediaListWidget;
-    // Where the top edge is between two rows, the next one begins within the gap.
+    // If the top edge is between two rows, the next row begins within the gap.
     const int gap = 2 * list->spacing();
     for (const int y : {0, gap}) {
         if (const auto *const item = list->itemAt({gap, y}))

@@ -30,16 +30,17 @@ namespace Ui {
 class BVServerBank;
 }
 
-/// One of the two panels of the main window: a server to choose, and its library on two levels.
+/// One of the two banks of the main window: a combo box of servers, and the library of the selected
+/// server at two levels.
 ///
-/// At the folders level the list has 256 rows, row r for folder slot r. At the slots level, inside
-/// one folder, it has 257: "Back", "000: NO VISUAL", and row r for slot r - 1. A row carries no
-/// data; its position is its meaning.
+/// At the folders level the list has 256 rows: row r is folder slot r. At the slots level, inside
+/// one folder, it has 257: "Back", "000: NO VISUAL", and row r for slot r - 1. A row stores no
+/// data; only its position has a meaning.
 ///
-/// The panel owns no library data: it holds the uuids of servers in its combo box and reads their
-/// records through UIController, which also drives it. What the operator does leaves it through its
-/// ServerBankController. What is changed by calls from outside is never reported back as if the
-/// operator had done it.
+/// The bank owns no library data. It has the uuids of servers in its combo box and reads their
+/// records through UIController, which also controls it. Actions of the operator are reported by
+/// its ServerBankController. Changes by calls from outside are not reported as actions of the
+/// operator.
 class BVServerBank final : public QWidget
 {
     Q_OBJECT
@@ -48,114 +49,111 @@ public:
     explicit BVServerBank(QWidget *parent = nullptr);
     ~BVServerBank() override;
 
-    /// Makes the ServerBankController and every connection of the panel. To be called once; before
-    /// it no server is known here. Neither pointer is owned; the network manager is the one that
-    /// both banks share.
+    /// Creates the ServerBankController and all connections of the bank. Call once, before
+    /// everything else. Neither pointer is owned. Both banks share the network manager.
     void setupBank(UIController *uiController, QNetworkAccessManager *network, ServerDeck deck);
-    /// Stores the deck. For deck B the bottom row is mirrored, so that its buttons stand at the
-    /// right edge of the window.
+    /// Stores the deck. Deck B mirrors the bottom row, so that its buttons are at the right edge of
+    /// the window.
     void setServerDeck(ServerDeck deck);
 
-    /// Offers these servers, in this order, with none of them selected: the caller selects
-    /// afterwards. All marks become "the same". An empty list disables the whole panel, any other
-    /// enables it.
+    /// Offers these servers in this order and selects none of them; the caller selects one
+    /// afterwards. All marks become "the same". An empty list disables the whole bank, any other
+    /// list enables it.
     void setServers(const QList<QUuid> &uuids);
-    /// Selects that server without reporting it; a server that is not offered changes nothing.
+    /// Selects this server without reporting it. A server that is not offered changes nothing.
     void selectServer(const QUuid &uuid);
-    /// Null when no server is selected.
+    /// Null if no server is selected.
     [[nodiscard]] QUuid currentServerUuid() const;
     /// The record of the selected server, or the invalid server. Valid until the next change of
     /// the model.
     [[nodiscard]] const Server &currentServer() const;
 
-    /// Goes to the folders level and draws it.
+    /// Shows the folders level.
     void showFolders();
-    /// Goes to the slots level of a folder, with its header in red when `red`. The panel is
-    /// disabled until the thumbnails are there. Without a server the list stays as it is.
+    /// Goes to the slots level of a folder, with a red header if `red`. The bank is disabled until
+    /// the thumbnails are loaded. Without a server the list does not change.
     void showFolder(int folderSlot, bool red);
-    /// The same without drawing: the next change of content draws that folder.
+    /// Same without drawing: the next change of content draws the folder.
     void enterFolder(int folderSlot, bool red);
 
     /// 0 small (32 x 24), 1 medium (64 x 48), anything else large (128 x 96).
     void setIconSizeIndex(int index);
     /// List view or icon view.
     void setListMode(bool listMode);
-    /// Shows the state of the connection and two rates in frames per second: the first stands
-    /// beside the word CPU, the second beside GPU.
+    /// Shows the state of the connection and two rates in frames per second: the first next to the
+    /// word CPU, the second next to GPU.
     void setConnectionStatus(bool connected, float first, float second);
-    /// Reckons the rows' size and font from icon size and view, and gives them to every row.
+    /// Computes the size and font of the rows from icon size and view, and sets them on every row.
     void updateItemSizes();
-    /// Gives the present size and font to one row.
+    /// Sets the present size and font on one row.
     void applyItemLook(QListWidgetItem *item) const;
 
-    /// The numbers of the selected rows, in the list's own order of selection.
+    /// The numbers of the selected rows, in the order of the list's selection model.
     [[nodiscard]] QList<int> selectedRows() const;
     [[nodiscard]] int selectedRowCount() const;
-    /// The selected rows if that folder is shown (-1: the folders level), else none.
+    /// The selected rows if this folder is shown (-1: the folders level), otherwise none.
     [[nodiscard]] QList<int> selectedRowsIn(int folder) const;
-    /// The slots that the selection stands for: at the folders level all 255 slots of each selected
-    /// folder, at the slots level the selected slots. With `onlyExisting` those without a visual
-    /// are left out.
+    /// The slots of the selection: at the folders level all 255 slots of each selected folder, at
+    /// the slots level the selected slots. With `onlyExisting` only slots with a visual.
     ///
     /// The first number of a pair is the folder's slot at the folders level, and the folder's
     /// position in the library (-1 for none) at the slots level.
     [[nodiscard]] QList<VisualRef> selectedVisuals(bool onlyExisting) const;
-    /// The same for these rows, selected or not.
+    /// Same for these rows, selected or not.
     [[nodiscard]] QList<VisualRef> visualsOfRows(const QList<int> &rows, bool onlyExisting) const;
-    /// Every slot of the level on show, whether it holds a visual or not: 256 x 255 at the folders
-    /// level; at the slots level slots 1 to 254, with the folder's position as in selectedVisuals.
+    /// Every slot of the shown level, with a visual or not: 256 x 255 at the folders level; at the
+    /// slots level slots 1 to 254, with the folder's position as in selectedVisuals.
     [[nodiscard]] QList<VisualRef> allVisuals() const;
-    /// Selects exactly these rows without reporting it; rows past the end are passed over.
+    /// Selects exactly these rows without reporting it. Rows past the end are ignored.
     void selectRows(const QList<int> &rows);
 
-    /// The widget of this bank that the keyboard is most used in: its list.
+    /// The widget that gets the keyboard focus: the list.
     [[nodiscard]] QWidget *keyboardStart() const;
     /// The list's vertical slider position, in the units of the scroll bar.
     [[nodiscard]] int scrollPosition() const;
-    /// Moves the list's vertical slider. A position that it does not have yet is reported.
+    /// Moves the list's vertical slider. A change of the position is reported.
     void setScrollPosition(int position);
-    /// The first row on show, if only in part; -1 without rows.
+    /// The first row that is visible, at least in part; -1 without rows.
     [[nodiscard]] int firstRowOnShow() const;
-    /// Scrolls that row to the top.
+    /// Scrolls this row to the top.
     void showRowFirst(int row);
-    /// Whether rows can be dragged, and dropped in this list.
+    /// Whether rows can be dragged and dropped in this list.
     void setDragDropEnabled(bool enabled);
 
-    /// The mark that is drawn on that row, true for "the same on both servers". None on the two
-    /// rows above the slots and past the end, and none while there are not two servers to compare.
+    /// The mark that is drawn on this row: true means "the same on both servers". None on the two
+    /// rows before the slots, past the end, and unless both banks show a server.
     [[nodiscard]] std::optional<bool> rowMark(int row) const;
 
-    /// Enables the remove and the upload button exactly when a server is selected.
+    /// Enables the remove and the upload button if a server is selected, otherwise disables them.
     void updateActionButtons();
-    /// Enables the upload button exactly when one slot, empty or not, is selected.
+    /// Enables the upload button if exactly one slot, empty or not, is selected.
     void updateUploadButton();
 
-    /// What the selected servers of both banks have in common at this level. Written by
-    /// UIController; drawn at the next rebuild of the rows.
+    /// The marks of the present level. Written by UIController; drawn when the rows are rebuilt.
     Marks sameMarks;
-    /// The slot number of the folder on show; -1 at the folders level.
+    /// The slot number of the shown folder; -1 at the folders level.
     int currentFolder = -1;
 
 signals:
-    /// The thumbnails of a folder are needed; folderChanged takes them.
+    /// The thumbnails of a folder are needed. folderChanged receives them.
     void changeFolder(const MediaFolder &folder, int mediaFolderIndex,
                       const QHostAddress &serverIp);
-    /// The operator chose another server; null when none is selected any more.
+    /// The operator selected another server; null if none is selected any more.
     void serverSelectionChanged(const QUuid &serverUuid);
-    /// The operator wants to upload a file: folder and slot as selectedVisuals gives them.
+    /// The operator wants to upload a file. Folder and slot are those of selectedVisuals.
     void uploadFile(const QUuid &uuid, int folderIndex, int visualIndex);
 
 public slots:
-    /// Asks for an upload into the one selected slot.
+    /// Requests an upload to the selected slot.
     void addFile();
-    /// Fills the slots level and enables the panel; nothing happens if the panel has left the
-    /// folder or the server of the last changeFolder. The index is the one that came with it;
-    /// `pixmaps` holds one picture for each slot number.
+    /// Fills the slots level and enables the bank. Does nothing if the bank has left the folder or
+    /// the server of the last changeFolder. The index is that of changeFolder. `pixmaps` has one
+    /// picture for each slot number.
     void folderChanged(int mediaFolderIndex, const QList<QPixmap> &pixmaps);
     void serverIndexChanged(int index);
-    /// Redraws the level on show if that server is the selected one; two null uuids count as equal,
-    /// and then the panel falls back to the folders level. The selected rows stay selected, without
-    /// a report, if server and folder are those of the last redraw.
+    /// Redraws the shown level if this server is the selected one. Two null uuids count as equal;
+    /// then the bank goes to the folders level. The selected rows stay selected, without a report,
+    /// if server and folder are those of the last redraw.
     void serverContentChanged(const QUuid &serverId);
 
 private:
@@ -166,35 +164,36 @@ private:
     void fillServerList(const QList<QUuid> &uuids);
 
     [[nodiscard]] const Server &serverRecord(const QUuid &uuid) const;
-    /// Position of that folder in the selected server's library, -1 if it has none.
+    /// Position of this folder in the selected server's library, -1 if it has none.
     [[nodiscard]] int folderPosition(int folderSlot) const;
     [[nodiscard]] QList<VisualRef> visualsOfFolder(int folderSlot, int position,
                                                    bool onlyExisting) const;
 
-    /// As a double click on that row does; nothing if there is no such row.
+    /// Does the same as a double click on this row. Does nothing if there is no such row.
     void openRow(int row);
-    /// The row to be current once the slots are drawn: the top of a folder just entered, else the
-    /// present one.
+    /// The current row after the slots are drawn: the first row of a folder that was just opened,
+    /// otherwise the present one.
     [[nodiscard]] int rowAfterRebuild() const;
-    /// Makes a row the one that the keyboard starts from. It is neither selected nor scrolled to.
+    /// Makes this row the current one for the keyboard, without selecting or scrolling to it.
     void placeCurrentRow(int row);
 
-    /// The folder of a server, or with folder -1 its folders level.
+    /// A folder of a server, or its folders level for folder -1.
     struct Place
     {
         QUuid server;
         int folder = -1;
         bool operator==(const Place &) const = default;
     };
-    /// With a null server if none is selected, or if the selected one is gone.
+    /// The server is null if none is selected or the selected one was lost.
     [[nodiscard]] Place currentPlace() const;
-    /// Clears the selection, and reports it, unless it was made at the current place. A bank that
-    /// gets its first server, or its former one again, leaves the other bank its selection.
+    /// Clears the selection and reports that, unless it was made at the current place. A bank that
+    /// gets its first server, or its previous one again, does not clear the selection of the other
+    /// bank.
     void dropSelectionOfFormerPlace();
 
-    /// To be called once the list is empty.
-    void forgetScrollPosition();
-    /// Returns the rows to select once they are rebuilt. Nothing is reported.
+    /// Call when the list is empty.
+    void resetScrollPosition();
+    /// Returns the rows to select when they are rebuilt. Nothing is reported.
     QList<int> clearRows();
     void rebuildFolderList();
     void rebuildSlotList(const MediaFolder &folder, const QList<QPixmap> &pixmaps);
@@ -218,10 +217,11 @@ private:
     ServerDeck serverDeck = ServerDeckA;
     std::unique_ptr<ServerBankController> controller;
     bool folderNameDiffers = false;
-    // Those of the rows on show, which the next ones may already be different from.
-    Marks drawnMarks;
+    // Marks of the rows as drawn; `sameMarks` may already be newer.
+    Marks shownMarks;
     bool foldersDrawn = true;
-    // Of the last redraw with a server. The rows follow it only once the thumbnails are there.
+    // The place of the last redraw with a server. Its rows are drawn when the thumbnails are
+    // loaded.
     Place shownPlace;
     bool thumbnailsAwaited = false;
 };

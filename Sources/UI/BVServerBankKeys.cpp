@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-// What the keyboard does in the list of a bank, beyond the keys that every list knows.
+// The keys of the list of a bank, in addition to those of every list.
 
 #include "UI/BVServerBank.h"
 
@@ -20,11 +20,11 @@ void BVServerBank::connectKeys()
         auto *const shortcut = new QShortcut(list);
         shortcut->setKeys(keys);
         shortcut->setContext(Qt::WidgetShortcut);
-        shortcut->setAutoRepeat(false); // a key held down would open, go back, and open again
+        shortcut->setAutoRepeat(false); // a repeated key would open, go back and open again
         connect(shortcut, &QShortcut::activated, this, action);
     };
     QList<QKeySequence> back = QKeySequence::keyBindings(QKeySequence::Back);
-    // On some platforms it is among them; a key that is given twice is ambiguous.
+    // Some platforms already include it, and a key that is given twice is ambiguous.
     if (!back.contains(QKeySequence(Qt::Key_Backspace)))
         back.append(Qt::Key_Backspace);
 
@@ -56,7 +56,7 @@ int BVServerBank::rowAfterRebuild() const
 void BVServerBank::placeCurrentRow(int row)
 {
     auto *const list = ui->mediaListWidget;
-    // The list would scroll to its current row, and the other bank with it.
+    // Otherwise the list scrolls to its current row, and the other bank as well.
     const bool scrolls = list->hasAutoScroll();
     list->setAutoScroll(false);
     list->setCurrentRow(std::max(row, 0), QItemSelectionModel::NoUpdate);

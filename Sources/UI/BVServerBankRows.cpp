@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-// The two levels of a bank: their rows, marks and sizes.
+// The rows, marks and sizes of the two levels of a bank.
 
 #include "UI/BVServerBank.h"
 
@@ -24,7 +24,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// How rows look at one icon size.
+/// The look of rows at one icon size.
 struct RowLook
 {
     QSize iconSize;
@@ -50,7 +50,8 @@ QString emptySlotText(int slot)
     return Slots::threeDigits(slot) + u": EMPTY"_s;
 }
 
-/// Shows itself in a selected row as well, where Qt would tint it until its mark can't be told.
+/// Looks the same in a selected row. Qt would tint the picture, and its mark could not be
+/// recognised.
 QIcon rowIcon(const QPixmap &pixmap)
 {
     QIcon icon(pixmap);
@@ -58,8 +59,8 @@ QIcon rowIcon(const QPixmap &pixmap)
     return icon;
 }
 
-/// Tells assistive technology the mark that is drawn on the row. The mark is asked of the bank at
-/// each call: the row stores nothing.
+/// Reports the mark of the row to assistive technology. Reads the mark from the bank at each call:
+/// the row stores nothing.
 class MarkedRow final : public QListWidgetItem
 {
 public:
@@ -102,10 +103,10 @@ void BVServerBank::showFolders()
     if (!currentServerUuid().isNull()) {
         dropSelectionOfFormerPlace();
         rebuildFolderList();
-        setEnabled(true); // the folder that was left may still be loading
+        setEnabled(true); // the previous folder may still be loading
     } else {
         clearRows(); // not reported: the other bank keeps its selection
-        forgetScrollPosition();
+        resetScrollPosition();
     }
     placeCurrentRow(row);
 }
@@ -121,7 +122,7 @@ void BVServerBank::dropSelectionOfFormerPlace()
     if (former == shownPlace)
         return;
     ui->mediaListWidget->clearSelection();
-    // A bank that was empty in between has no selection of its own to report as cleared.
+    // A bank that was empty in between has no selection to report as cleared.
     const bool isOtherServer = !former.server.isNull() && former.server != shownPlace.server;
     if (isOtherServer && ui->mediaListWidget->count() == 0)
         emit controller->sendServerItemsSelectionChanged(serverDeck);
@@ -133,9 +134,9 @@ QList<int> BVServerBank::selectedRowsIn(int folder) const
                                                                        : QList<int>();
 }
 
-void BVServerBank::forgetScrollPosition()
+void BVServerBank::resetScrollPosition()
 {
-    // The bar would tell that it is back at 0, and the other bank would follow.
+    // Otherwise the bar reports position 0, and the other bank follows.
     auto *const bar = ui->mediaListWidget->verticalScrollBar();
     const QSignalBlocker blocker(bar);
     bar->setValue(0);
@@ -148,7 +149,7 @@ QList<int> BVServerBank::clearRows()
         selection = controller->selectionOfOtherBank();
     const QSignalBlocker blocker(ui->mediaListWidget);
     ui->mediaListWidget->clear();
-    drawnMarks = sameMarks;
+    shownMarks = sameMarks;
     foldersDrawn = currentFolder == -1;
     return selection;
 }
@@ -159,7 +160,7 @@ std::optional<bool> BVServerBank::rowMark(int row) const
     const bool marked = number >= (foldersDrawn ? 0 : 1) && row < ui->mediaListWidget->count();
     if (!marked || !controller || !controller->isComparing())
         return std::nullopt;
-    return drawnMarks.test(static_cast<std::size_t>(number));
+    return shownMarks.test(static_cast<std::size_t>(number));
 }
 
 void BVServerBank::rebuildFolderList()
@@ -214,11 +215,11 @@ void BVServerBank::refreshFolder()
 
 void BVServerBank::showPath(const QString &folderName)
 {
-    // The red is not to be seen by everyone.
+    // Not everyone can see the red.
     ui->mediaListFolder->setAccessibleDescription(
         folderNameDiffers ? tr("The servers name this folder differently, or one lacks it")
                           : QString());
-    // The name comes from a server: it must never be read as markup.
+    // The name comes from a server: it must never be interpreted as markup.
     if (folderNameDiffers) {
         ui->mediaListFolder->setTextFormat(Qt::RichText);
         ui->mediaListFolder->setText(
@@ -231,7 +232,7 @@ void BVServerBank::showPath(const QString &folderName)
 
 void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pixmaps)
 {
-    // The bank may have left the folder or its server since: operations would then act on other
+    // The bank may have left the folder or the server meanwhile. Operations would then use other
     // slots than the rows show.
     if (thumbnailsAwaited && shownPlace == currentPlace())
         rebuildSlotList(currentServer().folderAt(mediaFolderIndex), pixmaps);
@@ -271,8 +272,8 @@ void BVServerBank::addEmptySlotItem(int slot)
 
 void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)
 {
-    // It joins the list complete: each later change of a row is a signal of its own. Required: the
-    // type, which nothing reads.
+    // Complete when it is added to the list, because each later change emits a signal. Required:
+    // the type, although nothing reads it.
     auto *const item = new MarkedRow(this, icon, shownName(text), type);
     applyItemLook(item);
     ui->mediaListWidget->addItem(item);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-// The selected rows of a bank, and the visuals that they mean.
+// The selected rows of a bank, and their visuals.
 
 #include "UI/BVServerBank.h"
 
@@ -58,8 +58,8 @@ QList<VisualRef> BVServerBank::visualsOfRows(const QList<int> &rows, bool onlyEx
     }
 
     const int position = folderPosition(currentFolder);
-    // Required: here, and only here, the folder's slot is taken as a position. In a library without
-    // gaps that is the same folder. Where there is no such position the folder counts as empty.
+    // Required: here, and only here, the folder's slot is used as a position. In a library without
+    // gaps that is the same folder. If there is no such position, the folder counts as empty.
     const MediaFolder folder = currentServer().folderAt(currentFolder);
     for (const int row : rows) {
         const int slot = row - 1;
@@ -96,7 +96,7 @@ QList<VisualRef> BVServerBank::allVisuals() const
     }
 
     const int position = folderPosition(currentFolder);
-    // Required: on this level, and only here, the last slot is left out.
+    // Required: the last slot is left out, only at this level and only here.
     for (int slot = 1; slot < Slots::last; ++slot) {
         visuals.append({position, slot});
         ZOR_LOG(info, "%d-%d", position, slot);

@@ -6,13 +6,13 @@
 class QAbstractButton;
 class QWidget;
 
-// What Qt's own look needs in dark windows.
+// Corrections of Qt's style for dark windows.
 
-/// Darkens what the style fills with the base colour, white by default: the groove of a progress
-/// bar and the field of a check box. The forms make their text and tick white, which would be
-/// white on white. A style sheet can't name that colour without drawing the whole control itself.
+/// Sets a dark base colour. The style fills the groove of a progress bar and the field of a check
+/// box with it, white by default, while the forms set their text and tick to white. A style sheet
+/// cannot set this colour without drawing the whole control.
 void useDarkBase(QWidget *widget);
 
-/// Makes the button's icon faint while the button is disabled. The look that Qt makes by itself is
-/// meant for light windows: on a dark one a light picture gets no darker.
+/// Fades the button's icon while the button is disabled. Qt's own disabled icon is made for light
+/// windows: it does not darken a light picture in a dark window.
 void dimDisabledIcon(QAbstractButton *button);

@@ -35,7 +35,7 @@ void MediaListWidget::dragEnterEvent(QDragEnterEvent *event)
 
 void MediaListWidget::dropEvent(QDropEvent *event)
 {
-    // An accepted move would make the view take the dragged row away.
+    // The view would remove the dragged row after an accepted move.
     event->ignore();
     if (qobject_cast<MediaListWidget *>(event->source()) != this)
         return;

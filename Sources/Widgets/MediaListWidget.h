@@ -5,10 +5,10 @@
 
 #include <QListWidget>
 
-/// The list of a bank. A drag inside it never moves a row: it only reports which slot should go
-/// where, since the move happens on the server and the rows follow when the library comes back.
+/// A list whose rows begin with slot numbers. A drag inside it does not move a row but only reports
+/// the two slots: the server moves the visual, and the rows follow when its library is read again.
 ///
-/// Only a single dragged row can be dropped, and only on the list that it was dragged from.
+/// Only a single row can be dropped, and only on the list from which it was dragged.
 class MediaListWidget final : public QListWidget
 {
     Q_OBJECT
@@ -17,8 +17,8 @@ public:
     explicit MediaListWidget(QWidget *parent);
 
 signals:
-    /// A row was dropped on a row, possibly on itself. Both are slot numbers, as the first three
-    /// characters of the rows' texts give them; 0 for a text that doesn't begin with a number.
+    /// A row was dropped on a row, possibly on itself. Both are slot numbers: the first three
+    /// characters of the rows' texts, or 0 for a text that does not begin with a number.
     void moveItem(int fromIdx, int toIdx);
 
 protected:

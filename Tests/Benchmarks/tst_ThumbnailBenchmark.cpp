@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ThumbnailTestKit.h"
-#include "Support/Wait.h"
 #include "Support/Loopback.h"
+#include "Support/Wait.h"
 #include "Support/WireServer.h"
 
 #include <QElapsedTimer>

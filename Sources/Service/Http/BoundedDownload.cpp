@@ -14,8 +14,8 @@
 
 namespace {
 
-/// More than the largest piece that Qt passes on: it stops short of the end of its buffer by up to
-/// one piece, and then reports nothing more.
+/// More than the largest piece of data that Qt passes on: it stops up to one piece before its
+/// buffer is full, and then reports no more data.
 constexpr qint64 bufferMargin = 1 << 20;
 
 void abortAbove(QNetworkReply &reply, qint64 limit)
@@ -28,7 +28,7 @@ void abortAbove(QNetworkReply &reply, qint64 limit)
     reply.abort();
 }
 
-/// After a failed decompression Qt goes on downloading and reports no more data.
+/// After a failed decompression Qt continues to download, but reports no more data.
 void abortUnreadable(QNetworkReply &reply)
 {
     const int status = reply.attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
@@ -36,7 +36,7 @@ void abortUnreadable(QNetworkReply &reply)
         reply.abort();
 }
 
-/// Qt keeps the file of a body that did not arrive whole until the cache is deleted.
+/// Qt keeps the file of an incomplete body until the cache is deleted.
 void dropFromCache(const QNetworkReply &reply)
 {
     QAbstractNetworkCache *cache = reply.manager()->cache();

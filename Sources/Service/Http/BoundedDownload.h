@@ -9,15 +9,15 @@ class QNetworkAccessManager;
 class QNetworkReply;
 class QUrl;
 
-/// Downloads whose size does not depend on the server.
+/// Downloads of limited size.
 namespace BoundedDownload {
 
-/// Sends a GET and aborts the reply once its body, unpacked, has more than `limit` bytes or its
-/// head states more. An abort emits `finished` with OperationCanceledError, as any other does, and
-/// is logged. Only a whole body is kept in the manager's disk cache.
+/// Sends a GET and aborts the reply if its head states more than `limit` bytes, or as soon as its
+/// uncompressed body has more. The abort is logged and emits `finished` with
+/// OperationCanceledError. Only a complete body is kept in the manager's disk cache.
 ///
-/// Read the body when the reply has finished and not before. Until then at most `limit` bytes and
-/// a megabyte of it, as sent, are in memory, also while the event loop is busy.
+/// Read the body only when the reply has finished. Until then at most `limit` bytes and one
+/// megabyte of it, as sent, are in memory, even while the event loop is busy.
 QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit);
 
 } // namespace BoundedDownload

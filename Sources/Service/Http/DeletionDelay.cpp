@@ -46,7 +46,7 @@ void DeletionDelay::release(QObject *object)
     released.append(object);
 }
 
-// Not by deleteLater: newer versions of Qt take it once for each object.
+// Not deleteLater: newer versions of Qt accept it only once for each object.
 void DeletionDelay::deleteOwner()
 {
     const auto tryAgain = [this] {

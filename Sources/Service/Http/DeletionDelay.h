@@ -9,18 +9,18 @@
 class QEvent;
 class QObject;
 
-/// Keeps an object alive, and those that it lets go, while one of its functions is running.
+/// Keeps an object, and the objects that it releases, alive while one of its functions is running.
 ///
-/// `deleteLater` alone does not do that for an object that emits signals: a receiver may run an
-/// event loop of its own, as a message box does, and a deletion that is asked for inside that loop
-/// is carried out inside it, below the functions that are still to return. The owner holds a Scope
-/// in each function that emits and asks `postpones` in its `event`.
+/// `deleteLater` is not enough for an object that emits signals. A receiver may run an event loop,
+/// for example in a message box. A deletion that is requested inside that loop also happens inside
+/// it, before the object's running functions return. So the owner creates a Scope in each function
+/// that emits, and calls `postpones` in its `event`.
 ///
-/// A plain `delete` of a running owner is not caught.
+/// Does not protect against a plain `delete` of a running owner.
 class DeletionDelay final
 {
 public:
-    /// A function of the owner that is running.
+    /// Exists while a function of the owner is running.
     class Scope final
     {
     public:
@@ -35,10 +35,10 @@ public:
     /// `object` is the owner, which has this as a member.
     explicit DeletionDelay(QObject *object);
 
-    /// Whether the event asks for the owner's deletion while a function is running. It is then
-    /// carried out after the last of them returned, and the owner drops the event.
+    /// Whether the event requests the owner's deletion while a function is running. The owner then
+    /// ignores the event, and is deleted after the last of these functions has returned.
     [[nodiscard]] bool postpones(const QEvent *event);
-    /// Calls `deleteLater` on the object when no function is running.
+    /// Calls `deleteLater` on the object as soon as no function is running.
     void release(QObject *object);
 
 private:

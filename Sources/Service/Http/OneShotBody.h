@@ -6,13 +6,13 @@
 #include <QByteArray>
 #include <QIODevice>
 
-/// A request body that can be read once. It has no way back to its beginning, so Qt can't repeat
-/// the request by itself when a kept-alive connection breaks under it: a removal that was carried
-/// out, and answered into the broken connection, must not be carried out again.
+/// A request body that can be read only once. It cannot be rewound, so Qt cannot repeat the request
+/// when a kept-alive connection breaks: the server may have executed a removal although its answer
+/// was lost, and must not execute it again.
 ///
 /// The request needs an explicit Content-Length and
-/// QNetworkRequest::DoNotBufferUploadDataAttribute, without which Qt makes a copy that it can
-/// rewind.
+/// QNetworkRequest::DoNotBufferUploadDataAttribute. Without them Qt makes a copy that can be
+/// rewound.
 class OneShotBody final : public QIODevice
 {
     Q_OBJECT
@@ -23,7 +23,7 @@ public:
 
     [[nodiscard]] bool isSequential() const override { return true; }
     [[nodiscard]] qint64 bytesAvailable() const override;
-    /// Always false, and without the warning that QIODevice writes for a sequential device.
+    /// Always false, without the warning of QIODevice for a sequential device.
     bool seek(qint64) override { return false; }
 
 protected:

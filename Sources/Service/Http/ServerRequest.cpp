@@ -9,7 +9,7 @@ QNetworkRequest serverRequest(const QUrl &url)
     request.setAttribute(QNetworkRequest::Http2AllowedAttribute, false);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute,
                          QNetworkRequest::ManualRedirectPolicy);
-    // Without this Qt answers NTLM and Negotiate, under Windows with the user's credentials.
+    // Otherwise Qt answers NTLM and Negotiate, under Windows with the user's credentials.
     request.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
     request.setAttribute(QNetworkRequest::CookieSaveControlAttribute, QNetworkRequest::Manual);

@@ -5,6 +5,6 @@
 
 #include <QNetworkRequest>
 
-/// A request as every one to a media server is made: HTTP/1.1 to that very address, no redirects
-/// followed, no cookies, no answer to a request for credentials. `url` is taken as it stands.
+/// The common part of every request to a media server: HTTP/1.1, no redirects, no cookies, no
+/// answer to a request for credentials. `url` is used unchanged.
 [[nodiscard]] QNetworkRequest serverRequest(const QUrl &url);

@@ -14,7 +14,7 @@
 #include <unistd.h>
 #endif
 
-// Without a buffer of its own, so that the position is that of the bytes handed out.
+// Unbuffered, so that the position is that of the bytes that were read.
 UploadFile::UploadFile(const QString &path)
     : QFile(path)
 {
@@ -34,8 +34,8 @@ bool UploadFile::openRegularFile()
     return false;
 }
 #else
-// The open file is looked at and not its path, which may mean another file by then. Without
-// O_NONBLOCK the open of a named pipe would wait for a writer.
+// Checks the open file, not its path, which may name another file by then. Without O_NONBLOCK,
+// opening a named pipe would block until there is a writer.
 bool UploadFile::openRegularFile()
 {
     const int file =
@@ -51,7 +51,7 @@ bool UploadFile::openRegularFile()
 }
 #endif
 
-// Of nothing at all QHttpMultiPart would ask for the rest for ever.
+// After a short read QHttpMultiPart would keep asking for the missing bytes.
 qint64 UploadFile::readData(char *data, qint64 maxSize)
 {
     const qint64 wanted = std::min(maxSize, length - pos());

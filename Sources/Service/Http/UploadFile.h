@@ -5,22 +5,22 @@
 
 #include <QFile>
 
-/// A local file on its way to a server, with the length that it had when it was opened.
+/// A local file for an upload, with the length that it had when it was opened.
 ///
-/// The head of an upload states the length of what follows, and QHttpMultiPart asks each device
-/// for its size again and again while it sends: with a plain QFile it reads and writes beyond its
-/// memory when another program writes to the file meanwhile. What is appended to this one is not
-/// sent, and what is cut off is a read error, which ends the upload.
+/// The head of an upload states the length of the body, and QHttpMultiPart asks each device for its
+/// size repeatedly while it sends. With a plain QFile it accesses memory out of bounds if another
+/// program writes to the file meanwhile. With this class, appended bytes are not sent, and a
+/// truncated file is a read error, which ends the upload.
 class UploadFile final : public QFile
 {
     Q_OBJECT
 
 public:
-    /// Opens the file for reading; `isOpen` tells whether that succeeded. What is no regular file,
-    /// behind a symbolic link too, is not opened and never waited for.
+    /// Opens the file for reading. `isOpen` returns false if that failed, or if the file (or the
+    /// target of a symbolic link) is not a regular file. Never blocks.
     explicit UploadFile(const QString &path);
 
-    /// In bytes, whatever has become of the file since it was opened.
+    /// In bytes, when it was opened.
     [[nodiscard]] qint64 size() const override { return length; }
 
 protected:
