@@ -35,9 +35,9 @@ class Operations(EndToEndCase):
         self.program.press_button(warning, button)
 
     def wait_for_the_notice(self):
-        """Until the change that the server tells of is drawn, which takes a selection or a drag
-        away. A stream's messages come in order: with later rates, the notice has come."""
-        wait_for(lambda: self.left.ask("told?") == "told", "the notice of the change")
+        """Until the change that the server reports is drawn, which clears selections and cancels
+        drags. A stream's messages arrive in order: before later rates, the notice has arrived."""
+        wait_for(lambda: self.left.ask("reported?") == "reported", "the notice of the change")
         rates = self.bank.rates()
         wait_for(lambda: self.bank.rates() != rates, "later rates")
         wait_for(self.libraries_have_come, "the libraries")

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""Drives real media-server processes: starts them, speaks HTTP and raw TCP to them, reads their
+"""Starts real media-server processes, sends them HTTP requests and raw bytes, and reads their
 notification streams."""
 
 import ctypes
@@ -22,14 +22,14 @@ import time
 import unittest
 
 PORT = 4567
-PATIENCE = 30
+TIMEOUT = 30
 WIRE = pathlib.Path(os.environ["BRENVOKA_WIRE_DIR"])
 PROGRAM = os.environ["MEDIA_SERVER"]
 NETWORK = os.environ["BRENVOKA_LOOPBACK"]
 
 
 def loopback(number):
-    """An address, 1 to 254, that only this test program has."""
+    """An address that only this test program uses; `number` is 1 to 254."""
     return f"{NETWORK}.{number}"
 
 
@@ -38,18 +38,18 @@ def wire(name):
 
 
 def eventually(condition, what):
-    """Waits until the condition gives something true, and returns that."""
-    deadline = time.monotonic() + PATIENCE
+    """Waits until the condition returns a true value, and returns that value."""
+    deadline = time.monotonic() + TIMEOUT
     while time.monotonic() < deadline:
         result = condition()
         if result:
             return result
         time.sleep(0.02)
-    raise AssertionError("waited in vain: " + what)
+    raise AssertionError("timeout while waiting until " + what)
 
 
 def shape(value):
-    """What a JSON value looks like: its keys and types, but not its numbers and texts."""
+    """The structure of a JSON value: its keys and types without its numbers and texts."""
     if isinstance(value, dict):
         return {key: shape(item) for key, item in value.items()}
     if isinstance(value, list):
@@ -60,7 +60,7 @@ def shape(value):
 
 
 def end_with_the_parent():
-    """For a process that begins: a test that is killed leaves no server at its addresses."""
+    """Call in the child process: it is terminated when the test is killed."""
     ctypes.CDLL(None).prctl(1, signal.SIGTERM)     # PR_SET_PDEATHSIG, prctl(2)
 
 
@@ -75,13 +75,13 @@ class Response:
 
 
 class NotificationStream:
-    """Collects the messages of one stream, and how the stream ended: "clean", "cut", "reset"."""
+    """Collects the messages of one stream. `end` is "clean", "cut" or "reset" when it has ended."""
 
     def __init__(self, address):
         self.messages = []
         self.end = None
         self.changed = threading.Condition()
-        self.socket = socket.create_connection((address, PORT), PATIENCE)
+        self.socket = socket.create_connection((address, PORT), TIMEOUT)
         self.socket.settimeout(None)
         self.socket.sendall(wire("notifier.http"))
         self.reader = threading.Thread(target=self.read, daemon=True)
@@ -92,7 +92,7 @@ class NotificationStream:
             self.socket.shutdown(socket.SHUT_RDWR)
         except OSError:
             pass
-        self.reader.join(PATIENCE)
+        self.reader.join(TIMEOUT)
         self.socket.close()
 
     def read(self):
@@ -122,7 +122,7 @@ class NotificationStream:
                 self.changed.notify_all()
 
     def wait_for(self, condition, what):
-        """Waits until the condition, asked with all messages, gives something true."""
+        """Waits until the condition, called with all messages, returns a true value."""
         with self.changed:
             result = None
 
@@ -131,13 +131,13 @@ class NotificationStream:
                 result = condition(self.messages)
                 return result
 
-            if not self.changed.wait_for(found, PATIENCE):
-                raise AssertionError(f"waited in vain: {what}\n{self.messages}")
+            if not self.changed.wait_for(found, TIMEOUT):
+                raise AssertionError(f"timeout while waiting until {what}\n{self.messages}")
             return result
 
     def wait_for_end(self):
         with self.changed:
-            if not self.changed.wait_for(lambda: self.end, PATIENCE):
+            if not self.changed.wait_for(lambda: self.end, TIMEOUT):
                 raise AssertionError("the stream does not end")
             return self.end
 
@@ -147,17 +147,17 @@ class NotificationStream:
 
     def wait_for_type(self, kind, count=1):
         self.wait_for(lambda all: sum(m["msg_type"] == kind for m in all) >= count,
-                      f"{count} messages of type {kind}")
+                      f"{count} messages of type {kind} have arrived")
         return self.of_type(kind)
 
     def ended_transfers(self, count):
-        """The ends of so many transfers: a table from (folder, slot) to the "sync" object."""
+        """Waits for the ends of `count` transfers; returns "sync" objects by (folder, slot)."""
         ends = [message["sync"] for message in self.wait_for_type(3, count)]
         return {(sync["FLDIDX"], sync["VISIDX"]): sync for sync in ends}
 
 
 class MediaServer:
-    """One process. Its library lies in `directory`, which goes with the test."""
+    """One server process. Its library is in `directory`, which is deleted after the test."""
 
     def __init__(self, test, address, *options, name="Stage left", directory=None):
         self.address = address
@@ -184,7 +184,7 @@ class MediaServer:
         if self.process.poll() is None:
             self.process.terminate()
         try:
-            code = self.process.wait(PATIENCE)
+            code = self.process.wait(TIMEOUT)
         except subprocess.TimeoutExpired:
             self.process.kill()
             code = self.process.wait()
@@ -195,18 +195,20 @@ class MediaServer:
         self.process.stdout.close()
         test.assertIn(code, self.exit_codes, "exit code of " + self.address)
 
-    def order(self, line):
+    def console(self, line):
+        """Sends a console command."""
         self.process.stdin.write(line + "\n")
 
     def ask(self, line):
-        self.order(line)
+        """Sends a console command and returns its answer."""
+        self.console(line)
         return self.process.stdout.readline().strip()
 
     def get(self, path, headers=None):
         return self.request("GET", path, headers=headers or {})
 
     def request(self, method, path, body=None, headers=None):
-        connection = http.client.HTTPConnection(self.address, PORT, timeout=PATIENCE)
+        connection = http.client.HTTPConnection(self.address, PORT, timeout=TIMEOUT)
         try:
             connection.request(method, path, body, headers or {})
             return Response(connection.getresponse())
@@ -214,8 +216,8 @@ class MediaServer:
             connection.close()
 
     def raw(self, request):
-        """Sends bytes as they are and reads one response."""
-        with socket.create_connection((self.address, PORT), PATIENCE) as connection:
+        """Sends the bytes unchanged and reads one response."""
+        with socket.create_connection((self.address, PORT), TIMEOUT) as connection:
             connection.sendall(request)
             reply = http.client.HTTPResponse(connection)
             reply.begin()
@@ -225,7 +227,7 @@ class MediaServer:
         return self.get("/brenvoka/library.json?ver=281474976710656").json()
 
     def visuals(self):
-        """The library as a table from (folder, slot) to (name, hash)."""
+        """The listed visuals: (name, hash) by (folder, slot)."""
         return {(folder["slot"], file["slot"]): (file["name"], file["hash"])
                 for folder in self.library()["folders"] for file in folder["files"]}
 
@@ -258,7 +260,7 @@ class MediaServer:
                             {"Content-Type": 'multipart/form-data; boundary="EDGE"'}).json()
 
     def files(self):
-        """The files of the slots: a table from (folder, slot) to the MD5 of the bytes."""
+        """The files on disk: the MD5 of their bytes by (folder, slot)."""
         return {tuple(int(part) for part in path.parts[-3:-1]):
                 hashlib.md5(path.read_bytes()).hexdigest()
                 for path in self.directory.glob("[0-9]*/[0-9]*/*")}
@@ -271,8 +273,7 @@ class MediaServer:
 
 
 def library_on_disk(files):
-    """A directory with a library that a server finds at its start: a table from (folder, slot)
-    to the bytes of the one file there."""
+    """Creates a library for a server to start with. `files` has bytes by (folder, slot)."""
     directory = pathlib.Path(tempfile.mkdtemp(prefix="media-server-"))
     for (folder, visual), content in files.items():
         slot = directory / f"{folder:03}" / f"{visual:03}"
@@ -291,9 +292,9 @@ def multipart(fields, file_name, content):
     return b"".join(parts) + b"--EDGE--\r\n"
 
 
-def uploaded_library(server, places, content=b"old"):
-    """Puts a small file into each place; its bytes depend on the place and the content."""
-    for folder, visual in places:
+def uploaded_library(server, slots, content=b"old"):
+    """Uploads a small file into each slot. Its bytes depend on the slot and `content`."""
+    for folder, visual in slots:
         server.upload(folder, visual, f"File {visual}.bin", b"%s %d %d" % (content, folder, visual))
 
 
@@ -316,17 +317,17 @@ class MediaServerTest(unittest.TestCase):
 
 
 class Announcements:
-    """The receiving end of announcements that are sent to one address."""
+    """Receives the announcements that are sent to one address."""
 
     def __init__(self, test, address):
         self.socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
         self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         self.socket.bind((address, 3001))
-        self.socket.settimeout(PATIENCE)
+        self.socket.settimeout(TIMEOUT)
         test.addCleanup(self.socket.close)
 
     def next(self):
-        """One datagram and the address that it came from."""
+        """Waits for one datagram; returns its bytes and the sender's address."""
         data, sender = self.socket.recvfrom(2048)
         return data, sender[0]
 
@@ -338,7 +339,7 @@ class Announcements:
         except socket.timeout:
             return True
         finally:
-            self.socket.settimeout(PATIENCE)
+            self.socket.settimeout(TIMEOUT)
 
 
 def reset(connection):

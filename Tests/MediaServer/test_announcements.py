@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""What a server sends to UDP port 3001."""
+"""The announcements on UDP port 3001."""
 
 import unittest
 
@@ -17,39 +17,39 @@ class AnnouncementTest(MediaServerTest):
                              "--uuid", UUID, *options, **settings)
         return receiver, server
 
-    def test_the_datagram_is_the_one_of_the_wire(self):
+    def test_datagram_matches_the_wire_file(self):
         receiver, _ = self.announced(loopback(1), "--mask", "255.255.255.0")
         data, sender = receiver.next()
         self.assertEqual(data, wire("announcement.bin"))
         self.assertEqual(sender, loopback(1))
 
-    def test_the_default_mask_and_a_name_in_utf8(self):
+    def test_default_mask_and_utf8_name_are_announced(self):
         receiver, _ = self.announced(loopback(2), name="Bühne – 舞台")
         self.assertEqual(receiver.next()[0], wire("announcement-utf8-name.bin"))
 
-    def test_a_mask_in_network_order_is_a_fault_that_can_be_asked_for(self):
+    def test_mask_network_order_option_swaps_the_bytes(self):
         receiver, _ = self.announced(loopback(3), "--mask", "255.255.255.0",
                                      "--mask-network-order")
         self.assertEqual(receiver.next()[0], wire("announcement-mask-in-network-order.bin"))
 
-    def test_a_long_name_is_cut_between_two_characters_and_ends_with_a_nul(self):
+    def test_long_name_is_cut_between_characters_and_ends_with_nul(self):
         receiver, _ = self.announced(loopback(4), name="舞" * 40)
         data, _ = receiver.next()
         self.assertEqual(data[32:116], ("舞" * 27).encode() + bytes(3))
         self.assertEqual(len(data), 128)
 
-    def test_silence_announce_and_rename(self):
+    def test_silence_announce_and_rename_commands(self):
         receiver, server = self.announced(loopback(5), "--mask", "255.255.255.0")
         receiver.next()
-        server.order("silence")
+        server.console("silence")
         self.assertEqual(server.ask("quiet?"), "quiet")
         eventually(lambda: receiver.silent_for(0.3), "the announcements end")
-        server.order("rename Bühne – 舞台")
-        server.order("announce")
+        server.console("rename Bühne – 舞台")
+        server.console("announce")
         data, _ = receiver.next()
         self.assertEqual(data[32:116], wire("announcement-utf8-name.bin")[32:116])
 
-    def test_the_uuid_follows_from_name_and_address(self):
+    def test_uuid_depends_on_name_and_address(self):
         def uuid(address, name):
             server = self.server(address, name=name)
             return server.ready.split()[2]
@@ -63,10 +63,10 @@ class AnnouncementTest(MediaServerTest):
         server.process.wait()
         self.assertEqual(uuid(loopback(9), "One"), server.ready.split()[2])
 
-    def test_shutdown_ends_the_announcements(self):
+    def test_shutdown_stops_the_announcements(self):
         receiver, server = self.announced(loopback(10))
         receiver.next()
-        server.order("shutdown")
+        server.console("shutdown")
         server.process.wait()
         eventually(lambda: receiver.silent_for(0.3), "the announcements end")
 

@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""Announcements by default go to the broadcast address of the loopback network, where whoever
-listens on port 3001 of any address hears them."""
+"""By default announcements are sent to the broadcast address of the loopback network, where every
+socket that is bound to port 3001 of any address receives them."""
 
 import unittest
 
@@ -10,12 +10,12 @@ from media_server import Announcements, MediaServerTest, eventually, loopback
 
 
 class BroadcastTest(MediaServerTest):
-    def test_a_listener_on_any_address_hears_every_server(self):
+    def test_listener_on_any_address_receives_every_server(self):
         receiver = Announcements(self, "")
         for address in (loopback(1), loopback(2)):
             self.server(address, "--announce-to", "127.255.255.255", "--announce-interval", 50)
         for address in (loopback(1), loopback(2)):
-            eventually(lambda: receiver.next()[1] == address, address + " is heard")
+            eventually(lambda: receiver.next()[1] == address, address + " announces itself")
 
 
 if __name__ == "__main__":

@@ -1,35 +1,35 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""Bursts of commands as the largest synchronisations bring them."""
+"""Bursts of commands, as a client sends them for the largest synchronisations."""
 
 import concurrent.futures
 import socket
 import threading
 import unittest
 
-from media_server import PATIENCE, PORT, MediaServerTest, loopback
+from media_server import TIMEOUT, PORT, MediaServerTest, loopback
 
 CONNECTIONS = 6
 COMMANDS = 5000
 
 
 class BurstTest(MediaServerTest):
-    def post_all(self, server, places):
-        """Posts one sync command for each place, over as many connections as a client has, each of
-        which stays open from the first command to the last."""
-        remaining = iter(places)
+    def post_all(self, server, slots):
+        """Posts one sync command for each slot, over as many connections as a client uses, which
+        stay open until the last command."""
+        remaining = iter(slots)
         lock = threading.Lock()
 
-        def next_place():
+        def next_slot():
             with lock:
                 return next(remaining, None)
 
         def work():
-            with socket.create_connection((server.address, PORT), PATIENCE) as connection:
-                while place := next_place():
+            with socket.create_connection((server.address, PORT), TIMEOUT) as connection:
+                while slot := next_slot():
                     body = ("req_type=1&serverURL=http://127.0.0.2:4567&folderIdx=%d&visualIdx=%d"
-                            "&ver=281474976710656" % place)
+                            "&ver=281474976710656" % slot)
                     connection.sendall(
                         ("POST /brenvoka/execute.html HTTP/1.1\r\nHost: x\r\nContent-Type: "
                          "application/x-www-form-urlencoded\r\nContent-Length: %d\r\n\r\n%s"
@@ -44,11 +44,11 @@ class BurstTest(MediaServerTest):
             for worker in [pool.submit(work) for _ in range(CONNECTIONS)]:
                 worker.result()
 
-    def test_every_command_is_answered_and_the_table_does_not_run_empty(self):
+    def test_burst_is_answered_and_the_table_never_empty(self):
         server = self.server(loopback(1), "--answer-only", "--burst-grace", 600000)
         stream = self.stream(server)
-        places = [(number // 255, number % 255 + 1) for number in range(COMMANDS)]
-        self.post_all(server, places)
+        slots = [(number // 255, number % 255 + 1) for number in range(COMMANDS)]
+        self.post_all(server, slots)
         stream.wait_for_type(3, COMMANDS - 1)
         running, sizes = set(), []
         for message in stream.messages:
@@ -63,7 +63,7 @@ class BurstTest(MediaServerTest):
         self.assertEqual(len(running), 1)
         self.assertEqual(server.visuals(), {})
 
-    def test_a_cancel_of_thousands_ends_each_of_them(self):
+    def test_cancel_ends_thousands_of_transfers(self):
         server = self.server(loopback(2), "--workers", 1, "--import-delay", 600000)
         source = self.server(loopback(3))
         source.upload(0, 1, "x.bin", b"x")
@@ -71,12 +71,12 @@ class BurstTest(MediaServerTest):
         server.sync(source.url, 0, 1)
         stream.wait_for(lambda all: any(m.get("sync", {}).get("STATUS") == 2 for m in all),
                         "the one worker is busy")
-        places = [(1 + number // 255, number % 255 + 1) for number in range(2000)]
-        self.post_all(server, places)
+        slots = [(1 + number // 255, number % 255 + 1) for number in range(2000)]
+        self.post_all(server, slots)
         server.command(4)
-        ends = stream.ended_transfers(len(places))
+        ends = stream.ended_transfers(len(slots))
         self.assertEqual({sync["STATUS"] for sync in ends.values()}, {5})
-        self.assertEqual(ends.keys(), set(places))
+        self.assertEqual(ends.keys(), set(slots))
 
 
 if __name__ == "__main__":

@@ -7,7 +7,7 @@ import json
 import socket
 import unittest
 
-from media_server import (DONE, PATIENCE, PORT, MediaServerTest, library_on_disk, loopback,
+from media_server import (DONE, TIMEOUT, PORT, MediaServerTest, library_on_disk, loopback,
                           uploaded_library, wire)
 
 RESERVED = {"msg_type": 7, "RESULT": 5}
@@ -15,7 +15,7 @@ IN_USE = {"msg_type": 7, "RESULT": 1}
 
 
 class CommandTest(MediaServerTest):
-    def test_the_commands_of_the_wire(self):
+    def test_commands_in_the_wire_files_succeed(self):
         server = self.server(loopback(1))
         uploaded_library(server, [(3, 7), (3, 17)])
         for name in ("remove-folder-3-slot-17.http", "move-folder-3-slot-7-to-12.http",
@@ -29,7 +29,7 @@ class CommandTest(MediaServerTest):
         for body in bodies:
             self.assertIn("POST /brenvoka/execute.html " + body, lines)
 
-    def test_every_result_can_be_asked_for(self):
+    def test_refuse_option_gives_every_result(self):
         results = [json.loads(row["body"]) for row in json.loads(wire("results.json"))
                    if row["body"].startswith('{"msg_type":7')]
         for result in results:
@@ -42,7 +42,7 @@ class CommandTest(MediaServerTest):
             server.process.terminate()
             server.process.wait()
 
-    def test_only_the_kinds_that_were_named_are_refused(self):
+    def test_refuse_with_a_kind_refuses_only_that_kind(self):
         server = self.server(loopback(3), "--refuse", "1@2", "--refuse", "3@upload",
                              "--refuse-text", "No more room")
         self.assertEqual(server.remove(3, 17), IN_USE)
@@ -53,25 +53,26 @@ class CommandTest(MediaServerTest):
         self.assertEqual((reply.status, reply.json()["RESULT"]), (200, 3))
         self.assertEqual(server.rename(3, "Name"), DONE)
 
-    def test_single_requests_are_refused_by_their_number(self):
+    def test_refuse_with_a_number_refuses_only_that_request(self):
         server = self.server(loopback(15), "--refuse", "1@2#2", "--refuse", "5@2#3",
                              "--refuse", "4#7", "--refuse", "2@upload")
         uploaded = [server.upload(3, slot, "x.bin", b"x")["RESULT"] for slot in (1, 2)]
         self.assertEqual(uploaded, [2, 2])
         self.assertEqual(server.rename(3, "Name"), DONE)
         removed = [server.remove(3, 1)["RESULT"] for _ in range(5)]
-        # There is no visual: 3 is the server's own answer. The fourth is the seventh request.
+        # The slot is empty, so the server itself answers with 3. The fourth removal is the seventh
+        # request.
         self.assertEqual(removed, [3, 1, 5, 4, 3])
 
-    def test_a_refused_sync_starts_nothing(self):
+    def test_refused_sync_starts_no_transfer(self):
         server = self.server(loopback(4), "--refuse", "2@1")
         stream = self.stream(server)
         self.assertEqual(server.sync(f"http://{loopback(4)}:4567", 0, 1)["RESULT"], 2)
-        server.order("library-changed")
+        server.console("library-changed")
         stream.wait_for_type(6)
         self.assertEqual(stream.of_type(1), [])
 
-    def test_a_moved_visual_takes_its_name_along(self):
+    def test_moved_visual_keeps_its_name(self):
         server = self.server(loopback(5))
         server.upload(3, 7, "Sunset.png", b"sunset")
         digest = server.visuals()[3, 7][1]
@@ -81,7 +82,7 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.move(3, 12, 12), DONE)
         self.assertEqual(server.visuals(), {(3, 12): ("012: Sunset", digest)})
 
-    def test_a_move_replaces_what_was_there(self):
+    def test_move_replaces_the_visual_in_the_target_slot(self):
         server = self.server(loopback(6))
         server.upload(0, 1, "New.png", b"new")
         server.upload(0, 2, "Old.png", b"old")
@@ -89,7 +90,7 @@ class CommandTest(MediaServerTest):
         self.assertEqual([name for name, _ in server.visuals().values()], ["002: New"])
         self.assertEqual(len(server.files()), 1)
 
-    def test_a_rename_creates_a_folder(self):
+    def test_rename_creates_a_missing_folder(self):
         server = self.server(loopback(7))
         self.assertEqual(server.rename(2, "B%C3%BChne%20%E2%80%93%20%E8%88%9E%E5%8F%B0"), DONE)
         self.assertEqual(server.folder_names(), ["000_Folder", "001_Folder", "Bühne – 舞台"])
@@ -97,12 +98,12 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.rename(255, "Last"), DONE)
         self.assertEqual(len(server.folder_names()), 256)
 
-    def test_a_form_is_decoded_as_forms_are(self):
+    def test_form_values_are_url_decoded(self):
         server = self.server(loopback(8))
         server.rename(0, "one+two%2Bthree%26four")
         self.assertEqual(server.folder_names(), ["one two+three&four"])
 
-    def test_an_emptied_folder_keeps_its_name(self):
+    def test_emptied_folder_keeps_its_name(self):
         server = self.server(loopback(9))
         uploaded_library(server, [(1, 4)])
         server.rename(1, "Act")
@@ -110,7 +111,7 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.files(), {})
         self.assertEqual(server.folder_names(), ["000_Folder", "Act"])
 
-    def test_what_is_not_there_cannot_be_removed_or_moved(self):
+    def test_remove_and_move_fail_for_an_empty_slot(self):
         server = self.server(loopback(10))
         for result in (server.remove(3, 17), server.move(3, 17, 18)):
             self.assertError(result, "There is no visual in folder 003 slot 017")
@@ -127,7 +128,7 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.rename(256, "Name"), RESERVED)
         self.assertEqual(server.library()["folders"], [])
 
-    def test_slots_with_a_running_transfer_are_in_use(self):
+    def test_slot_with_a_running_transfer_is_in_use(self):
         source = self.server(loopback(12), "--bandwidth", 2000,
                              directory=library_on_disk({(0, 1): bytes(1000000)}))
         server = self.server(loopback(13))
@@ -143,23 +144,23 @@ class CommandTest(MediaServerTest):
         self.assertEqual(server.rename(1, "Name"), DONE)
         self.assertEqual(server.remove(0, 2), DONE)
 
-    def test_a_stalled_server_takes_commands_and_goes_on_streaming(self):
+    def test_stalled_server_keeps_streaming(self):
         server = self.server(loopback(14), "--stall", "--frame-rate-interval", 50)
         stream = self.stream(server)
-        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+        with socket.create_connection((server.address, PORT), TIMEOUT) as connection:
             connection.sendall(wire("remove-folder-3-slot-17.http"))
             stream.wait_for_type(5, 5)
             connection.setblocking(False)
             with self.assertRaises(BlockingIOError):
                 connection.recv(1)
-            server.order("end-stall")
-            connection.settimeout(PATIENCE)
+            server.console("end-stall")
+            connection.settimeout(TIMEOUT)
             self.assertIn(b"200 OK", connection.recv(4096))
         self.assertEqual(server.rename(0, "Name"), DONE)
 
 
 class MalformedTest(MediaServerTest):
-    def test_forms_with_missing_or_senseless_fields(self):
+    def test_form_with_missing_or_invalid_fields_fails(self):
         server = self.server(loopback(20))
         rows = (("", "req_type"), ("req_type=two", "req_type"), ("req_type=", "req_type"),
                 ("req_type=9", "no command 9"), ("req_type=2", "folderIdx"),
@@ -176,18 +177,18 @@ class MalformedTest(MediaServerTest):
             with self.subTest(body):
                 self.assertError(server.post(body), pattern)
 
-    def test_a_body_of_another_kind(self):
+    def test_body_of_another_content_type_fails(self):
         server = self.server(loopback(21))
         self.assertError(server.post("req_type=4", "text/plain"), "req_type")
         self.assertError(server.post('{"req_type": 4}', "application/json"), "req_type")
 
-    def test_a_body_that_is_too_long(self):
+    def test_too_long_body_is_answered_with_413(self):
         server = self.server(loopback(22))
         reply = server.request("POST", "/brenvoka/execute.html", "req_type=4&x=" + "x" * 20000,
                                {"Content-Type": "application/x-www-form-urlencoded"})
         self.assertEqual(reply.status, 413)
 
-    def test_addresses_that_do_not_exist(self):
+    def test_unknown_path_is_answered_with_404(self):
         server = self.server(loopback(23), "--generate", 1, "--folders", 1)
         for path in ("/", "/brenvoka/", "/brenvoka/libraryXjson", "/media/0/", "/media/0/999",
                      "/media/../media/0/1", "/media/0/..%2f..%2ffolder.name", "/media/0/-1",
@@ -195,11 +196,11 @@ class MalformedTest(MediaServerTest):
                      "/../../../../etc/passwd"):
             self.assertEqual(server.get(path).status, 404, path)
 
-    def test_noise_on_the_connection(self):
+    def test_malformed_request_is_never_answered_with_200(self):
         server = self.server(loopback(24))
         for noise in (b"\0\0\0\0\r\n\r\n", b"GET\r\n\r\n", b"HELLO / SMTP/3\r\n\r\n",
                       b"GET /" + b"x" * 100000 + b" HTTP/1.1\r\n\r\n", b""):
-            with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+            with socket.create_connection((server.address, PORT), TIMEOUT) as connection:
                 connection.sendall(noise)
                 connection.shutdown(socket.SHUT_WR)
                 answer = b""

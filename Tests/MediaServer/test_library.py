@@ -11,7 +11,7 @@ import termios
 import time
 import unittest
 
-from media_server import (PATIENCE, PORT, MediaServerTest, eventually, library_on_disk, loopback,
+from media_server import (TIMEOUT, PORT, MediaServerTest, eventually, library_on_disk, loopback,
                           shape, uploaded_library, wire)
 
 
@@ -20,12 +20,12 @@ def png_size(data):
 
 
 class LibraryTest(MediaServerTest):
-    def test_an_empty_library(self):
+    def test_empty_library_has_no_folders_and_a_hash(self):
         document = self.server(loopback(1)).library()
         self.assertEqual(document["folders"], [])
         self.assertRegex(document["hash"], "^[0-9a-f]{32}$")
 
-    def test_the_document_has_the_form_of_the_wire(self):
+    def test_document_has_the_structure_of_the_wire_file(self):
         server = self.server(loopback(2))
         uploaded_library(server, [(0, 17)])
         reply = server.raw(wire("library.http"))
@@ -35,7 +35,7 @@ class LibraryTest(MediaServerTest):
         self.assertEqual(reply.json().keys(), expected.keys())
         self.assertEqual(reply.json()["folders"][0].keys(), expected["folders"][0].keys())
 
-    def test_headers(self):
+    def test_document_headers(self):
         reply = self.server(loopback(3)).get("/brenvoka/library.json?ver=1")
         self.assertEqual(reply.headers["X-BVProtocolVersion"], "281474976710656")
         self.assertEqual(reply.headers["X-BVFeatureList"], "1")
@@ -47,7 +47,7 @@ class LibraryTest(MediaServerTest):
         self.assertIsNone(reply.headers["Content-Encoding"])
         self.assertEqual(len(reply.json()["folders"]), 6)
 
-    def test_folders_are_listed_without_gaps_in_slot_order(self):
+    def test_folders_are_listed_in_slot_order_without_gaps(self):
         server = self.server(loopback(5))
         uploaded_library(server, [(3, 255), (3, 1), (1, 9)])
         folders = server.library()["folders"]
@@ -57,7 +57,7 @@ class LibraryTest(MediaServerTest):
         self.assertEqual(server.visuals().keys(), {(1, 9), (3, 1), (3, 255)})
         self.assertEqual(server.visuals()[3, 1][0], "001: File 1")
 
-    def test_a_sparse_library_lists_only_folders_with_visuals(self):
+    def test_sparse_library_lists_only_folders_with_visuals(self):
         server = self.server(loopback(6), "--sparse")
         uploaded_library(server, [(5, 1), (1, 9)])
         server.rename(7, "Empty")
@@ -65,9 +65,9 @@ class LibraryTest(MediaServerTest):
 
     def test_equal_libraries_have_equal_hashes(self):
         servers = [self.server(loopback(7)), self.server(loopback(8))]
-        places = [(0, 1), (2, 200), (2, 3)]
-        uploaded_library(servers[0], places)
-        uploaded_library(servers[1], reversed(places))
+        slots = [(0, 1), (2, 200), (2, 3)]
+        uploaded_library(servers[0], slots)
+        uploaded_library(servers[1], reversed(slots))
         self.assertEqual(servers[0].library(), servers[1].library())
 
     def test_each_difference_changes_the_hash(self):
@@ -82,7 +82,7 @@ class LibraryTest(MediaServerTest):
             seen.add(server.library()["hash"])
         self.assertEqual(len(seen), 6)
 
-    def test_generated_libraries_repeat_and_differ_by_seed(self):
+    def test_generated_library_depends_only_on_its_options(self):
         options = ("--folders", 2, "--visuals", 8, "--picture-size", "160x90",
                    "--clip-bytes", 5000)
         first, same, other = [
@@ -94,7 +94,7 @@ class LibraryTest(MediaServerTest):
         hashes = [file["hash"] for folder in first["folders"] for file in folder["files"]]
         self.assertEqual(len(set(hashes)), 16)
 
-    def test_a_restart_finds_the_library_again(self):
+    def test_library_survives_a_restart(self):
         server = self.server(loopback(13), "--generate", 1, "--folders", 2, "--visuals", 3)
         server.rename(1, "Opening%20night")
         before = server.library()
@@ -103,9 +103,9 @@ class LibraryTest(MediaServerTest):
         again = self.server(loopback(13), directory=server.directory)
         self.assertEqual(again.library(), before)
 
-    def test_the_hash_is_the_md5_of_the_file(self):
+    def test_hash_is_the_md5_of_the_file(self):
         server = self.server(loopback(14), "--generate", 3, "--folders", 1)
-        self.assertEqual({place: visual[1] for place, visual in server.visuals().items()},
+        self.assertEqual({slot: visual[1] for slot, visual in server.visuals().items()},
                          server.files())
 
 
@@ -120,14 +120,14 @@ class ThumbnailTest(MediaServerTest):
             thumbnails.add(reply.body)
         self.assertEqual(len(thumbnails), 8)
 
-    def test_the_request_of_the_wire(self):
+    def test_thumbnail_request_in_the_wire_file_succeeds(self):
         server = self.server(loopback(21))
         self.assertEqual(server.raw(wire("thumbnail-folder-3-slot-17.http")).status, 404)
         uploaded_library(server, [(3, 17)])
         reply = server.raw(wire("thumbnail-folder-3-slot-17.http"))
         self.assertEqual(png_size(reply.body), (128, 96))
 
-    def test_a_cache_is_told_whether_its_copy_still_holds(self):
+    def test_cached_thumbnail_is_revalidated_by_its_etag(self):
         server = self.server(loopback(22))
         server.upload(0, 1, "one.bin", b"one")
         path = "/brenvoka/thumbnails/0/1.png"
@@ -141,31 +141,31 @@ class ThumbnailTest(MediaServerTest):
 
 
 class MediaTest(MediaServerTest):
-    SIZE = 64 << 20     # more than what two sockets hold
+    SIZE = 64 << 20     # more than the buffers of two sockets can hold
 
     def unread(self, server):
-        """A connection over which a file comes that nobody takes."""
-        connection = socket.create_connection((server.address, PORT), PATIENCE)
+        """Opens a connection, requests a file and does not read it."""
+        connection = socket.create_connection((server.address, PORT), TIMEOUT)
         self.addCleanup(connection.close)
         connection.sendall(b"GET /media/0/1 HTTP/1.1\r\nHost: x\r\n\r\n")
         self.assertTrue(connection.recv(12).endswith(b" 200"))
         return connection
 
-    def held_up(self, connection):
-        """Whether the sockets are full: nothing has been added to what waits here."""
-        def waiting():
+    def blocked(self, connection):
+        """Whether the sockets are full: no bytes have been added to the unread ones."""
+        def unread_bytes():
             return struct.unpack("i", fcntl.ioctl(connection, termios.FIONREAD, bytes(4)))[0]
 
-        before = waiting()
+        before = unread_bytes()
         time.sleep(0.2)
-        return 0 < before == waiting()
+        return 0 < before == unread_bytes()
 
-    def test_a_client_that_takes_nothing_does_not_hold_up_the_end(self):
+    def test_client_that_does_not_read_does_not_delay_quit(self):
         server = self.server(loopback(30), directory=library_on_disk({(0, 1): bytes(self.SIZE)}))
         connection = self.unread(server)
-        eventually(lambda: self.held_up(connection), "the sockets are full")
-        server.order("quit")
-        self.assertEqual(server.process.wait(PATIENCE), 0)
+        eventually(lambda: self.blocked(connection), "the sockets are full")
+        server.console("quit")
+        self.assertEqual(server.process.wait(TIMEOUT), 0)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""The notification stream: what it says, in which order, and how it ends."""
+"""The notification stream: its messages, their order, and how it ends."""
 
 import itertools
 import json
@@ -9,22 +9,22 @@ import socket
 import time
 import unittest
 
-from media_server import (PATIENCE, PORT, MediaServerTest, eventually, library_on_disk, loopback,
+from media_server import (TIMEOUT, PORT, MediaServerTest, eventually, library_on_disk, loopback,
                           reset, shape, uploaded_library, wire)
 
 
 def wire_frames():
-    """The messages of the wire: a table from their kind, and state of a sync, to the message."""
+    """The messages in the wire file, by message type and state of the transfer."""
     frames = [json.loads(frame) for frame in wire("stream.bin").split(b"\0") if frame]
     return {(frame["msg_type"], frame.get("sync", {}).get("STATUS")): frame for frame in frames}
 
 
 class StreamTest(MediaServerTest):
-    def test_the_first_message_lists_the_running_transfers(self):
+    def test_first_message_lists_the_running_transfers(self):
         server = self.server(loopback(1))
         self.assertEqual(self.stream(server).messages[0], wire_frames()[0, None])
 
-    def test_a_later_stream_is_told_of_the_transfers_that_run(self):
+    def test_later_stream_lists_the_running_transfers(self):
         source = self.server(loopback(2), "--bandwidth", 2000,
                              directory=library_on_disk({(0, 1): bytes(1000000)}))
         destination = self.server(loopback(3), "--workers", 1)
@@ -38,7 +38,7 @@ class StreamTest(MediaServerTest):
         self.assertEqual([transfer["STATUS"] for transfer in late], [1, 0])
         self.assertEqual(shape(late[0]), shape(wire_frames()[1, 0]["sync"]))
 
-    def test_a_transfer_has_the_messages_of_the_wire(self):
+    def test_transfer_messages_match_the_wire_file(self):
         source = self.server(loopback(4), "--bandwidth", 50000,
                              directory=library_on_disk({(3, 17): bytes(100000)}))
         destination = self.server(loopback(5), "--import-delay", 50)
@@ -61,34 +61,34 @@ class StreamTest(MediaServerTest):
         self.assertGreater(max(sync["SPEEDBPS"] for sync in progress), 0)
         self.assertEqual((end["SERVER"], end["ERROR"]), (source.url, ""))
 
-    def test_frame_rates_come_regularly(self):
+    def test_frame_rates_are_reported_regularly(self):
         server = self.server(loopback(6), "--frame-rate-interval", 50)
         reports = self.stream(server).wait_for_type(5, 3)
         self.assertEqual(shape(reports[0]), shape(wire_frames()[5, None]))
 
-    def test_changes_are_told_together(self):
+    def test_changes_within_200_ms_are_reported_together(self):
         server = self.server(loopback(7))
         stream = self.stream(server)
         begin = time.monotonic()
         uploaded_library(server, [(0, slot) for slot in range(1, 21)])
-        eventually(lambda: server.ask("told?") == "told", "all changes to be told")
-        # Once in 200 ms, however long they took; timers may come a little early.
+        eventually(lambda: server.ask("reported?") == "reported", "all changes are reported")
+        # One message in 200 ms; timers may fire a little early.
         most = 1 + (time.monotonic() - begin) / 0.19
         self.assertEqual(stream.wait_for_type(6)[0], wire_frames()[6, None])
-        server.order("shutdown")
+        server.console("shutdown")
         stream.wait_for_end()
         self.assertLessEqual(len(stream.of_type(6)), most)
 
-    def test_a_change_that_is_not_told_yet_can_be_asked_for(self):
+    def test_unreported_change_is_pending(self):
         server = self.server(loopback(14))
-        self.assertEqual(server.ask("told?"), "told")
+        self.assertEqual(server.ask("reported?"), "reported")
         numbers = itertools.count()
         eventually(lambda: server.rename(0, f"Act{next(numbers)}") and
-                   server.ask("told?") == "untold",
-                   "a change to be asked for before it is told")
-        eventually(lambda: server.ask("told?") == "told", "the change to be told")
+                   server.ask("reported?") == "pending",
+                   "a change is pending")
+        eventually(lambda: server.ask("reported?") == "reported", "the change is reported")
 
-    def test_each_kind_of_change_is_told(self):
+    def test_each_kind_of_change_is_reported(self):
         server = self.server(loopback(8))
         stream = self.stream(server)
         changes = (lambda: server.upload(0, 1, "a.bin", b"a"), lambda: server.move(0, 1, 2),
@@ -97,9 +97,9 @@ class StreamTest(MediaServerTest):
             self.assertEqual(change()["RESULT"], 0)
             stream.wait_for_type(6, number)
 
-    def test_a_transfer_is_announced_before_its_command_is_answered(self):
+    def test_transfer_is_reported_before_its_command_is_answered(self):
         server = self.server(loopback(9), "--answer-only")
-        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+        with socket.create_connection((server.address, PORT), TIMEOUT) as connection:
             connection.sendall(wire("notifier.http"))
             received = b""
             while b'"msg_type":0' not in received:
@@ -112,41 +112,41 @@ class StreamTest(MediaServerTest):
                 except BlockingIOError:
                     pass
                 late += received.count(b'"msg_type":1,') < slot
-            # A busy system may deliver on one connection a little later than on another.
+            # A busy system may deliver the bytes of one connection later than those of another.
             self.assertLess(late, 20)
             while received.count(b'"msg_type":1,') < 255:
                 received += connection.recv(65536)
 
-    def test_shutdown_says_goodbye_and_ends_cleanly(self):
+    def test_shutdown_is_reported_and_ends_the_stream_cleanly(self):
         server = self.server(loopback(10))
         stream = self.stream(server)
-        server.order("shutdown")
+        server.console("shutdown")
         self.assertEqual(stream.wait_for_end(), "clean")
         self.assertEqual(stream.messages[-1], wire_frames()[4, None])
-        self.assertEqual(server.process.wait(PATIENCE), 0)
+        self.assertEqual(server.process.wait(TIMEOUT), 0)
 
-    def test_the_other_ends_of_a_stream(self):
-        for order, end in (("end-stream", "clean"), ("cut-stream", "cut"), ("reset-stream", "reset"),
-                           ("quit", "cut")):
-            with self.subTest(order):
+    def test_console_commands_end_streams_as_named(self):
+        for command, end in (("end-stream", "clean"), ("cut-stream", "cut"),
+                             ("reset-stream", "reset"), ("quit", "cut")):
+            with self.subTest(command):
                 server = self.server(loopback(11))
                 streams = [self.stream(server), self.stream(server)]
-                server.order(order)
+                server.console(command)
                 self.assertEqual([stream.wait_for_end() for stream in streams], [end, end])
                 self.assertEqual(streams[0].of_type(4), [])
-                server.order("quit")
-                self.assertEqual(server.process.wait(PATIENCE), 0)
+                server.console("quit")
+                self.assertEqual(server.process.wait(TIMEOUT), 0)
 
-    def test_a_dropped_stream_ends_in_the_middle_and_can_be_opened_again(self):
+    def test_dropped_stream_is_cut_and_can_be_reopened(self):
         server = self.server(loopback(12), "--drop-stream-after", 200)
         self.assertEqual(self.stream(server).wait_for_end(), "cut")
         self.stream(server)
 
-    def test_clients_that_come_and_go_leave_the_others_alone(self):
+    def test_lost_clients_do_not_affect_the_others(self):
         server = self.server(loopback(13), "--frame-rate-interval", 20)
         staying = self.stream(server)
         for _ in range(20):
-            connection = socket.create_connection((server.address, PORT), PATIENCE)
+            connection = socket.create_connection((server.address, PORT), TIMEOUT)
             connection.sendall(wire("notifier.http"))
             connection.recv(100)
             reset(connection)

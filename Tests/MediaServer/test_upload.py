@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""Uploads: multipart forms that go to disk as they arrive."""
+"""Uploads: multipart forms whose file is written to disk while it arrives."""
 
 import hashlib
 import http.client
@@ -9,7 +9,7 @@ import socket
 import time
 import unittest
 
-from media_server import (DONE, PATIENCE, PORT, MediaServerTest, Response, eventually, loopback,
+from media_server import (DONE, TIMEOUT, PORT, MediaServerTest, Response, eventually, loopback,
                           multipart, wire)
 
 HEAD = (b"POST /brenvoka/upload.html HTTP/1.1\r\nHost: x\r\n"
@@ -17,7 +17,7 @@ HEAD = (b"POST /brenvoka/upload.html HTTP/1.1\r\nHost: x\r\n"
 
 
 class UploadTest(MediaServerTest):
-    def test_the_form_of_the_wire(self):
+    def test_upload_in_the_wire_file_succeeds(self):
         server = self.server(loopback(1))
         form = wire("upload-folder-3-slot-17.multipart")
         for boundary in (b"BOUNDARY", b'"BOUNDARY"'):
@@ -29,18 +29,18 @@ class UploadTest(MediaServerTest):
         self.assertIn("POST /brenvoka/upload.html folderIdx=3&visualIdx=17&ver=281474976710656"
                       "&visualFile=sunset.png&bytes=10", server.log_lines())
 
-    def test_an_upload_replaces_what_was_there(self):
+    def test_upload_replaces_the_visual_in_the_slot(self):
         server = self.server(loopback(2))
         for name, content in (("old.png", b"old"), ("new.mov", b"new"), ("new.mov", b"newer")):
             self.assertEqual(server.upload(1, 2, name, content), DONE)
         self.assertEqual(server.files(), {(1, 2): hashlib.md5(b"newer").hexdigest()})
         self.assertEqual(server.visuals()[1, 2][0], "002: new")
 
-    def test_the_file_goes_to_disk_while_it_arrives(self):
+    def test_file_is_written_to_disk_while_it_arrives(self):
         server = self.server(loopback(3))
         content = bytes(range(256)) * (32 << 12)
         form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "big.bin", content)
-        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+        with socket.create_connection((server.address, PORT), TIMEOUT) as connection:
             connection.sendall(HEAD % (b"EDGE", len(form)) + form[:-100])
             eventually(lambda: any(file.stat().st_size > len(content) - 100000
                                    for file in server.incoming()), "the file grows on disk")
@@ -52,43 +52,44 @@ class UploadTest(MediaServerTest):
         self.assertEqual(server.files(), {(0, 1): hashlib.md5(content).hexdigest()})
         self.assertEqual(server.incoming(), [])
 
-    def test_an_import_that_takes_its_time(self):
+    def test_import_delay_applies_to_uploads(self):
         server = self.server(loopback(20), "--import-delay", 400)
         begin = time.monotonic()
         self.assertEqual(server.upload(0, 1, "x.bin", b"x"), DONE)
         self.assertGreaterEqual(time.monotonic() - begin, 0.4)
         self.assertEqual(server.visuals()[0, 1][0], "001: x")
 
-    def test_a_shutdown_during_an_import_leaves_nothing(self):
+    def test_shutdown_during_an_import_leaves_no_file(self):
         server = self.server(loopback(21), "--import-delay", 600000)
         form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "x.bin", b"x")
-        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+        with socket.create_connection((server.address, PORT), TIMEOUT) as connection:
             connection.sendall(HEAD % (b"EDGE", len(form)) + form)
             eventually(server.incoming, "the file arrives")
-            server.order("shutdown")
-            server.process.wait(PATIENCE)
+            server.console("shutdown")
+            server.process.wait(TIMEOUT)
         self.assertEqual(server.files(), {})
         self.assertEqual(server.incoming(), [])
 
-    def test_an_upload_that_breaks_off_leaves_nothing(self):
+    def test_aborted_upload_leaves_no_file(self):
         server = self.server(loopback(4))
         server.upload(0, 1, "old.bin", b"old")
         before = server.visuals()
         form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "new.bin", bytes(100000))
-        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+        with socket.create_connection((server.address, PORT), TIMEOUT) as connection:
             connection.sendall(HEAD % (b"EDGE", len(form)) + form[:50000])
             eventually(server.incoming, "the upload begins")
-        eventually(lambda: not server.incoming(), "the partial file goes")
+        eventually(lambda: not server.incoming(), "the partial file is deleted")
         self.assertEqual(server.visuals(), before)
 
-    def test_forms_that_make_no_sense(self):
+    def test_invalid_form_is_refused(self):
         server = self.server(loopback(5))
-        place = [("folderIdx", "0"), ("visualIdx", "1")]
+        slot_fields = [("folderIdx", "0"), ("visualIdx", "1")]
         rows = ((multipart([("visualIdx", "1")], "x.bin", b"x"), "folderIdx"),
                 (multipart([("folderIdx", "x"), ("visualIdx", "1")], "x.bin", b"x"), "folderIdx"),
-                (multipart(place, None, b""), "visualFile"),
-                (multipart(place + [("note", "n" * 5000)], "x.bin", b"x"), "too long"),
-                (multipart(place, "x.bin", b"x").replace(b"--EDGE--", b"--EDGE"), "incomplete"),
+                (multipart(slot_fields, None, b""), "visualFile"),
+                (multipart(slot_fields + [("note", "n" * 5000)], "x.bin", b"x"), "too long"),
+                (multipart(slot_fields, "x.bin", b"x").replace(b"--EDGE--", b"--EDGE"),
+                 "incomplete"),
                 (b"no form at all", "incomplete"), (b"", "incomplete|visualFile"))
         for form, pattern in rows:
             with self.subTest(pattern):
@@ -99,12 +100,12 @@ class UploadTest(MediaServerTest):
         self.assertError(reply.json(), "multipart")
         self.assertEqual((server.visuals(), server.incoming()), ({}, []))
 
-    def test_a_form_that_cannot_be_read_is_answered_once_and_ends_the_connection(self):
+    def test_unreadable_form_is_answered_once_and_closes_connection(self):
         server = self.server(loopback(9))
         for head in (b"X" * 200000, b'Content-Disposition: form-data; name="visualFile"; filename="'
                      + b"A" * 200000 + b'"'):
             form = b"--EDGE\r\n" + head + b"\r\n\r\nx\r\n--EDGE--\r\n" + bytes(200000)
-            with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+            with socket.create_connection((server.address, PORT), TIMEOUT) as connection:
                 connection.sendall(HEAD % (b"EDGE", len(form)) + form)
                 answer = b""
                 while piece := connection.recv(4096):
@@ -113,7 +114,7 @@ class UploadTest(MediaServerTest):
             self.assertIn(b"The form is incomplete", answer)
         self.assertEqual((server.visuals(), server.incoming()), ({}, []))
 
-    def test_no_file_name_leads_out_of_the_slot(self):
+    def test_file_name_cannot_leave_the_slot(self):
         server = self.server(loopback(6))
         for name, expected in (("../../../evil.png", "evil"), ("..\\..\\evil.png", "evil"),
                                ("/etc/passwd", "passwd"), (".hidden.png", "hidden"),
@@ -125,20 +126,20 @@ class UploadTest(MediaServerTest):
                 self.assertEqual(server.visuals()[0, 1][0], "001: " + expected)
                 self.assertEqual(server.files().keys(), {(0, 1)})
 
-    def test_a_slow_link_holds_an_upload_up(self):
+    def test_slow_link_slows_an_upload_down(self):
         server = self.server(loopback(7), "--bandwidth", 100000)
         start = time.monotonic()
         self.assertEqual(server.upload(0, 1, "x.bin", bytes(50000)), DONE)
         self.assertGreater(time.monotonic() - start, 0.4)
 
-    def test_an_upload_over_a_slow_link_does_not_hold_up_the_end(self):
+    def test_upload_over_a_slow_link_does_not_delay_quit(self):
         server = self.server(loopback(8), "--bandwidth", 10)
         form = multipart([("folderIdx", "0"), ("visualIdx", "1")], "x.bin", bytes(10000))
-        with socket.create_connection((server.address, PORT), PATIENCE) as connection:
+        with socket.create_connection((server.address, PORT), TIMEOUT) as connection:
             connection.sendall(HEAD % (b"EDGE", len(form)) + form)
             eventually(server.incoming, "the upload begins")
-            server.order("quit")
-            self.assertEqual(server.process.wait(PATIENCE), 0)
+            server.console("quit")
+            self.assertEqual(server.process.wait(TIMEOUT), 0)
 
 
 if __name__ == "__main__":

@@ -15,7 +15,7 @@
 namespace {
 
 constexpr quint16 discoveryPort = 3001;
-constexpr qsizetype nameRoom = 83;
+constexpr qsizetype nameLimit = 83;
 
 sockaddr_in socketAddress(const std::string &address, quint16 port)
 {
@@ -28,7 +28,7 @@ sockaddr_in socketAddress(const std::string &address, quint16 port)
 
 QByteArray nameBytes(QString name)
 {
-    while (name.toUtf8().size() > nameRoom)
+    while (name.toUtf8().size() > nameLimit)
         name.chop(name.back().isLowSurrogate() ? 2 : 1);
     return name.toUtf8();
 }
@@ -40,9 +40,9 @@ Announcer::Announcer(const Options &serverOptions)
     , name(serverOptions.name)
     , socketHandle(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
 {
-    const int yes = 1;
+    const int enable = 1;
     const sockaddr_in self = socketAddress(options.address, 0);
-    if (setsockopt(socketHandle, SOL_SOCKET, SO_BROADCAST, &yes, sizeof yes) != 0 ||
+    if (setsockopt(socketHandle, SOL_SOCKET, SO_BROADCAST, &enable, sizeof enable) != 0 ||
         bind(socketHandle, reinterpret_cast<const sockaddr *>(&self), sizeof self) != 0)
         throw std::runtime_error("cannot announce from " + options.address);
     timer.setTimerType(Qt::PreciseTimer);
@@ -93,7 +93,7 @@ void Announcer::announce()
     const Datagram bytes =
         datagram(options.uuid, name, options.mask, options.faults.maskInNetworkOrder);
     const sockaddr_in receiver = socketAddress(options.announceTo, discoveryPort);
-    // A network that is down for a moment loses an announcement; the next one follows.
+    // The result is ignored: when the network is down, the next announcement follows soon.
     sendto(socketHandle, bytes.data(), bytes.size(), 0,
            reinterpret_cast<const sockaddr *>(&receiver), sizeof receiver);
 }

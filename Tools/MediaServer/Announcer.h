@@ -9,8 +9,8 @@
 
 #include <array>
 
-/// Tells the network of this server: one datagram to UDP port 3001 at each interval, sent from
-/// the server's own address, which is how others learn it. Lives on the main thread.
+/// Announces this server: sends one datagram to UDP port 3001 in each interval. Receivers take the
+/// server's address from the datagram's sender. Lives on the main thread.
 class Announcer : public QObject
 {
 public:
@@ -24,9 +24,9 @@ public:
     void stop();
     void setName(const QString &announcedName);
 
-    /// The announcement: type 1 in network order, then the first half of the uuid at offset 24,
-    /// the name at 32, the mask with its last octet first at 116, the rest of the uuid at 120.
-    /// A name that is too long is cut between two characters.
+    /// The announcement: type 1 in network order at offset 0, the first half of the uuid at 24,
+    /// the name at 32, the mask with its last octet first at 116, the second half of the uuid at
+    /// 120. A name that is too long is cut between two characters.
     [[nodiscard]] static Datagram datagram(const QUuid &uuid, const QString &name, quint32 mask,
                                            bool maskInNetworkOrder);
 

@@ -27,7 +27,8 @@ int SlotReader::number(const FormFields &fields, const char *name)
     if (isNumber)
         return value;
     if (ok())
-        result = CommandResult::failure(u"\"%1\" is no number"_s.arg(QLatin1StringView(name)));
+        result = CommandResult::failure(
+            u"\"%1\" is missing or not a number"_s.arg(QLatin1StringView(name)));
     return -1;
 }
 
@@ -84,7 +85,7 @@ CommandResult CommandHandler::sync(const FormFields &fields)
     const QString source = text(fields, "serverURL");
     if (source.isEmpty())
         return CommandResult::failure(u"\"serverURL\" is missing"_s);
-    if (transfers.add(slot, source) == TransferTable::Added::SlotInUse)
+    if (transfers.add(slot, source) == TransferTable::AddResult::SlotInUse)
         return {ResultCode::VisualInUse, {}};
     return {};
 }
@@ -126,7 +127,7 @@ CommandResult CommandHandler::rename(const FormFields &fields)
         return reader.result;
     const QString name = text(fields, "folderName");
     if (name.isEmpty() || name.contains(QChar::Null))
-        return CommandResult::failure(u"\"folderName\" is no name"_s);
+        return CommandResult::failure(u"\"folderName\" is missing or invalid"_s);
     if (transfers.usesFolder(folder))
         return {ResultCode::FolderInUse, {}};
     return outcome(library.rename(folder, name));

@@ -10,11 +10,11 @@
 #include <map>
 #include <string>
 
-/// The fields of a form, as the request carried them.
+/// The fields of a form, as they are in the request.
 using FormFields = std::multimap<std::string, std::string>;
 
-/// Reads slots out of forms and refuses those that cannot be used. A field that is missing or is
-/// no number is an `OtherFailure`, a number that names nothing usable is `Reserved`.
+/// Reads folders and slots from forms and checks them. A field that is missing or not a number
+/// gives `OtherFailure`, a number that is out of range gives `Reserved`.
 struct SlotReader
 {
     CommandResult result;
@@ -25,7 +25,7 @@ struct SlotReader
     [[nodiscard]] bool ok() const { return result.code == ResultCode::Done; }
 };
 
-/// The five commands. Stateless but for what it works on, so any thread may call it.
+/// The five commands. It has no state of its own, so any thread may call it.
 class CommandHandler
 {
 public:

@@ -7,12 +7,12 @@
 
 #include <string>
 
-/// What a command or an upload came to. The numbers are those of the wire.
+/// The result of a command or an upload. The values are those of the protocol.
 enum class ResultCode {
     Done = 0,
     VisualInUse = 1,
     UnknownFailure = 2,
-    OtherFailure = 3, ///< told by a text of the server's own
+    OtherFailure = 3, ///< described by a text
     FolderInUse = 4,
     Reserved = 5,
 };
@@ -20,7 +20,7 @@ enum class ResultCode {
 struct CommandResult
 {
     ResultCode code = ResultCode::Done;
-    /// Only for `OtherFailure`.
+    /// The text of an `OtherFailure`.
     QString error;
 
     [[nodiscard]] static CommandResult failure(const QString &error)

@@ -13,7 +13,7 @@ namespace {
 
 int openSignals()
 {
-    // A peer that has gone is told by the result of a write.
+    // A write to a closed connection shall fail with EPIPE instead of ending the process.
     std::signal(SIGPIPE, SIG_IGN);
     sigset_t ending;
     sigemptyset(&ending);

@@ -6,20 +6,20 @@
 #include <QObject>
 #include <QSocketNotifier>
 
-/// Orders at run time: lines on standard input, and the signals that end a process. Lives on the
-/// main thread. The end of standard input is no order: the server goes on without a console.
+/// Console commands: lines on standard input, SIGTERM and SIGINT. Lives on the main thread. At the
+/// end of standard input the server continues without a console.
 class Console : public QObject
 {
     Q_OBJECT
 
 public:
-    /// Blocks the signals in this thread and all that are started from it later, so it must be
-    /// made before any other thread is.
+    /// Blocks the signals in this thread and in all threads that it starts later, so construct it
+    /// before any other thread is started.
     explicit Console(QObject *parent = nullptr);
     ~Console() override;
 
 signals:
-    /// One line without its line end and surrounding blanks; empty lines are left out.
+    /// One line, trimmed; not emitted for empty lines.
     void command(const QString &line);
     void terminated();
 

@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// One download as it comes in.
+/// A running download: writes and hashes the bytes as they arrive.
 struct Download
 {
     QFile file;
@@ -38,7 +38,7 @@ struct Download
         return status == 200;
     }
 
-    bool take(const char *data, std::size_t size)
+    bool write(const char *data, std::size_t size)
     {
         const auto length = static_cast<qint64>(size);
         hash.addData(QByteArrayView(data, length));
@@ -71,13 +71,13 @@ bool FileFetcher::connectTo(const QString &serverUrl)
     const QUrl url(serverUrl, QUrl::StrictMode);
     if (!url.isValid() || url.scheme() != "http"_L1 || url.host().isEmpty() || url.port() < 1)
         return false;
-    auto fresh = std::make_unique<httplib::Client>(url.host().toStdString(), url.port());
-    fresh->set_keep_alive(true);
-    fresh->set_tcp_nodelay(true);
-    fresh->set_connection_timeout(3);
-    fresh->set_read_timeout(30);
+    auto newClient = std::make_unique<httplib::Client>(url.host().toStdString(), url.port());
+    newClient->set_keep_alive(true);
+    newClient->set_tcp_nodelay(true);
+    newClient->set_connection_timeout(3);
+    newClient->set_read_timeout(30);
     const std::lock_guard lock(mutex);
-    client = std::move(fresh);
+    client = std::move(newClient);
     server = serverUrl;
     return true;
 }
@@ -88,12 +88,12 @@ FileFetcher::Result FileFetcher::fetch(SlotId slot, const QString &destination,
     Download download(destination);
     if (!download.file.open(QIODevice::WriteOnly))
         return failed(Failure::Disk, download.file.errorString());
-    const auto goOn = [&] { return progress(download.received, download.total); };
+    const auto keepGoing = [&] { return progress(download.received, download.total); };
     const httplib::Result result = client->Get(
         MediaRoute::path(slot),
         [&](const httplib::Response &response) { return download.begin(response); },
         [&](const char *data, std::size_t size) {
-            return download.take(data, size) && link.pass(size, goOn);
+            return download.write(data, size) && link.transmit(size, keepGoing);
         });
     if (download.status != 0 && download.status != 200)
         return failed(Failure::Network,
@@ -104,7 +104,7 @@ FileFetcher::Result FileFetcher::fetch(SlotId slot, const QString &destination,
         return failed(Failure::Network, QString::fromStdString(httplib::to_string(result.error())));
     const QString hash = hashText(download.hash);
     if (hash != download.expectedHash)
-        return failed(Failure::Network, u"The file arrived damaged"_s);
+        return failed(Failure::Network, u"The received file does not match its hash"_s);
     return {Failure::None, {}, download.fileName, hash};
 }
 

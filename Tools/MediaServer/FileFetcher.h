@@ -14,7 +14,7 @@
 #include <memory>
 #include <mutex>
 
-/// Where one server offers its files to another: GET /media/FOLDER/SLOT. The response carries the
+/// How one server gets a file from another: GET /media/FOLDER/SLOT. The response contains the
 /// file, its name (percent-encoded) and its hash.
 namespace MediaRoute {
 inline constexpr const char *fileNameHeader = "X-Media-File";
@@ -22,15 +22,15 @@ inline constexpr const char *hashHeader = "X-Media-MD5";
 [[nodiscard]] std::string path(SlotId slot);
 } // namespace MediaRoute
 
-/// Fetches files from other servers, one at a time, over a connection that is kept for the next
-/// file from the same server. Used by one worker; only `stop` may be called from elsewhere.
+/// Fetches files from other servers, one at a time. The connection is kept for the next file from
+/// the same server. Used by one worker; only `stop` may be called from other threads.
 class FileFetcher
 {
 public:
     enum class Failure {
         None,
         Network, ///< the file did not arrive
-        Disk,    ///< it could not be written
+        Disk,    ///< the file could not be written
     };
 
     struct Result
@@ -41,19 +41,19 @@ public:
         QString hash;
     };
 
-    /// Told what arrived so far and what there will be; returns whether to go on.
+    /// Called with the bytes received so far and the length of the file; false stops the fetch.
     using Progress = std::function<bool(qint64 received, qint64 total)>;
 
     explicit FileFetcher(MediaLink &mediaLink);
 
-    /// Prepares for a server. False when the address is none: "http://HOST:PORT" is.
+    /// Selects the server. False when the URL does not have the form "http://HOST:PORT".
     [[nodiscard]] bool connectTo(const QString &serverUrl);
 
-    /// Copies one file of that server to `destination`. What was written of it before a failure
-    /// is left for the caller to delete.
+    /// Copies one file of that server to `destination`. After a failure the caller has to delete
+    /// the partial file.
     [[nodiscard]] Result fetch(SlotId slot, const QString &destination, const Progress &progress);
 
-    /// Ends a running `fetch` at once, from any thread.
+    /// Makes a running `fetch` return at once. May be called from any thread.
     void stop();
 
 private:

@@ -7,13 +7,13 @@
 #include <QIODevice>
 #include <QString>
 
-/// MD5 in hexadecimal, the form in which content is told apart on the wire.
+/// The hash in hexadecimal, as it is written in the library document.
 [[nodiscard]] inline QString hashText(const QCryptographicHash &hash)
 {
     return QString::fromLatin1(hash.result().toHex());
 }
 
-/// The hash of all that a device still holds.
+/// The MD5 hash of the unread bytes of a device.
 [[nodiscard]] inline QString hashOf(QIODevice &device)
 {
     QCryptographicHash hash(QCryptographicHash::Md5);

@@ -19,14 +19,14 @@ std::string frame(int type, QJsonObject message = {})
     return bytes;
 }
 
-QJsonObject identified(const TransferInfo &transfer)
+QJsonObject idAndState(const TransferInfo &transfer)
 {
     return {{u"ID"_s, transfer.id.toString()}, {u"STATUS"_s, static_cast<int>(transfer.state)}};
 }
 
-QJsonObject placed(const TransferInfo &transfer)
+QJsonObject allFields(const TransferInfo &transfer)
 {
-    QJsonObject sync = identified(transfer);
+    QJsonObject sync = idAndState(transfer);
     sync.insert("FLDIDX"_L1, transfer.target.folder);
     sync.insert("VISIDX"_L1, transfer.target.visual);
     sync.insert("SERVER"_L1, transfer.source);
@@ -39,18 +39,18 @@ std::string Frames::runningTransfers(const std::vector<TransferInfo> &transfers)
 {
     QJsonArray array;
     for (const TransferInfo &transfer : transfers)
-        array.append(placed(transfer));
+        array.append(allFields(transfer));
     return frame(0, {{u"active_transfers"_s, array}});
 }
 
 std::string Frames::transferStarted(const TransferInfo &transfer)
 {
-    return frame(1, {{u"sync"_s, placed(transfer)}});
+    return frame(1, {{u"sync"_s, allFields(transfer)}});
 }
 
 std::string Frames::transferProgress(const TransferInfo &transfer, int percent, int bytesPerSecond)
 {
-    QJsonObject sync = identified(transfer);
+    QJsonObject sync = idAndState(transfer);
     sync.insert("CPERCENT"_L1, percent);
     sync.insert("SPEEDBPS"_L1, bytesPerSecond);
     return frame(2, {{u"sync"_s, sync}});
@@ -58,7 +58,7 @@ std::string Frames::transferProgress(const TransferInfo &transfer, int percent, 
 
 std::string Frames::transferEnded(const TransferInfo &transfer, const QString &error)
 {
-    QJsonObject sync = placed(transfer);
+    QJsonObject sync = allFields(transfer);
     sync.insert("ERROR"_L1, error);
     return frame(3, {{u"sync"_s, sync}});
 }

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// The messages of the notification stream, each complete with the NUL that ends it.
+/// The messages of the notification stream, each with its terminating NUL.
 namespace Frames {
 
 [[nodiscard]] std::string runningTransfers(const std::vector<TransferInfo> &transfers);

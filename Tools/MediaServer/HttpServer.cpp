@@ -16,7 +16,7 @@ constexpr auto idleLimit = 300s;
 constexpr int backlog = 512;
 
 thread_local socket_t servedSocket = INVALID_SOCKET;
-thread_local bool closeServed = false;
+thread_local bool closeRequested = false;
 
 /// One detached thread for each task; `shutdown` waits for all of them.
 class ThreadPerTask final : public httplib::TaskQueue
@@ -56,11 +56,11 @@ HttpServer::HttpServer()
     set_tcp_nodelay(true);
     set_keep_alive_max_count(std::numeric_limits<int>::max());
     set_keep_alive_timeout(std::chrono::seconds(idleLimit).count());
-    set_read_timeout(SocketStream::patience);
-    set_write_timeout(SocketStream::patience);
+    set_read_timeout(SocketStream::timeout);
+    set_write_timeout(SocketStream::timeout);
     set_socket_options([this](socket_t socket) {
-        const int yes = 1;
-        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        const int enable = 1;
+        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &enable, sizeof enable);
         listener = socket;
     });
 }
@@ -74,7 +74,7 @@ void HttpServer::shutDown()
 {
     if (shuttingDown.exchange(true))
         return;
-    // Ends the library's accept loop, which closes the socket, whether it has begun or not.
+    // Ends the accept loop of the HTTP library, which closes the socket, even before it starts.
     ::shutdown(listener, SHUT_RDWR);
     const std::lock_guard lock(mutex);
     for (const socket_t connection : connections)
@@ -85,15 +85,15 @@ void HttpServer::resetConnection()
 {
     const linger now{.l_onoff = 1, .l_linger = 0};
     setsockopt(servedSocket, SOL_SOCKET, SO_LINGER, &now, sizeof now);
-    // Dissolving the association resets the connection at once. Closing would do so, too, but
-    // the HTTP library shuts the socket down first, which the client would take for an end.
-    const sockaddr nobody{.sa_family = AF_UNSPEC, .sa_data = {}};
-    ::connect(servedSocket, &nobody, sizeof nobody);
+    // Connecting to AF_UNSPEC resets the connection at once. Closing the socket would, too, but
+    // the HTTP library shuts it down first, which looks like a clean end to the client.
+    const sockaddr unspecified{.sa_family = AF_UNSPEC, .sa_data = {}};
+    ::connect(servedSocket, &unspecified, sizeof unspecified);
 }
 
 void HttpServer::closeAfterResponse()
 {
-    closeServed = true;
+    closeRequested = true;
 }
 
 bool HttpServer::process_and_close_socket(socket_t socket)
@@ -106,13 +106,13 @@ bool HttpServer::process_and_close_socket(socket_t socket)
     SocketStream stream(socket);
     bool good = true;
     bool closed = false;
-    closeServed = false;
-    while (good && !closed && !closeServed && !shuttingDown && stream.waitForBytes(idleLimit)) {
+    closeRequested = false;
+    while (good && !closed && !closeRequested && !shuttingDown && stream.waitForBytes(idleLimit)) {
         good = process_request(stream, false, closed, [](httplib::Request &request) {
             request.headers.erase("Accept-Encoding");
         });
     }
-    if (closeServed)
+    if (closeRequested)
         stream.finish();
     const std::lock_guard lock(mutex);
     connections.erase(socket);

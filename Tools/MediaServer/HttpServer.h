@@ -10,15 +10,15 @@
 #include <mutex>
 #include <set>
 
-/// The HTTP server, with the limits that this protocol needs and the library does not offer:
+/// The HTTP server, with what this protocol needs and the HTTP library does not offer:
 ///
-/// - One thread for each connection instead of a pool: a notification stream holds its thread for
-///   ever, and a pool would run out of them.
-/// - Any number of requests on one connection, which stays open for five minutes of silence: a
-///   client never meets a connection that is closing under its request.
-/// - A backlog of 512 waiting connections.
-/// - Responses are never compressed, so that streams are not held back in a compressor.
-/// - The socket of the connection that a handler serves is known, so that it can be reset.
+/// - One thread for each connection instead of a pool: a notification stream occupies its thread
+///   until it ends, and a pool would run out of threads.
+/// - Any number of requests on one connection, which is closed only after five idle minutes, so
+///   that a client hardly ever sends a request on a connection that is being closed.
+/// - A backlog of 512 pending connections.
+/// - Responses are never compressed, so that a compressor cannot delay a stream.
+/// - A handler can reset the connection that it serves.
 ///
 /// The mutex guards the set of open connections.
 class HttpServer final : public httplib::Server
@@ -26,21 +26,21 @@ class HttpServer final : public httplib::Server
 public:
     HttpServer();
 
-    /// Binds the address and begins to listen; connections wait until `listen_after_bind` is
-    /// called, which serves them until `shutDown`.
+    /// Binds the address and starts to listen. `listen_after_bind` serves the connections until
+    /// `shutDown` is called; connections that arrive earlier wait.
     [[nodiscard]] bool bind(const std::string &address, int port);
 
-    /// Stops listening and ends what connections are doing. From any thread.
+    /// Stops listening and ends the open connections. May be called from any thread.
     void shutDown();
 
     [[nodiscard]] bool isShuttingDown() const { return shuttingDown; }
 
-    /// Resets the connection that the calling thread serves: the client sees an error and not an
-    /// end.
+    /// Resets the connection that the calling thread serves: the client sees an error instead of
+    /// the end of the stream.
     static void resetConnection();
 
-    /// Closes the connection that the calling thread serves when the response has been written:
-    /// for requests that were not read to their end.
+    /// Closes the connection that the calling thread serves after the response has been written.
+    /// For requests that were not read completely.
     static void closeAfterResponse();
 
 private:

@@ -25,7 +25,7 @@ QString noSuchVisual(SlotId slot)
                                                             threeDigits(slot.visual));
 }
 
-/// rename(2), which replaces what is there in one step; QFile::rename refuses to.
+/// rename(2), which replaces an existing file atomically; QFile::rename does not replace files.
 bool replaceFile(const QString &from, const QString &to)
 {
     return std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
@@ -205,7 +205,7 @@ void Library::scanFolder(int folder)
     }
 }
 
-/// A crash between two steps of a replacement leaves two files: the younger one counts.
+/// A crash while a file is replaced can leave two files: the newer one is kept.
 void Library::scanSlot(SlotId slot)
 {
     const QFileInfoList files =
@@ -235,7 +235,7 @@ QString Library::filePath(SlotId slot, const StoredVisual &visual) const
     return slotPath(slot) + u'/' + visual.fileName;
 }
 
-/// Renames a file into a slot and takes away a predecessor of another name. The mutex is held.
+/// Renames a file into a slot and deletes an old file of another name. Call with `mutex` locked.
 QString Library::placeFile(const QString &from, SlotId slot, const StoredVisual &visual)
 {
     if (!QDir().mkpath(slotPath(slot)) || !replaceFile(from, filePath(slot, visual)))

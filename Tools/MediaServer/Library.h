@@ -38,39 +38,39 @@ using Folders = std::map<int, StoredFolder>;
 ///
 ///     DIRECTORY/003/folder.name        the name of folder 3 in UTF-8
 ///     DIRECTORY/003/017/Sunset.png     the visual in slot 17, shown as "017: Sunset"
-///     DIRECTORY/.incoming/             files that are still on their way
+///     DIRECTORY/.incoming/             files that are not complete yet
 ///
-/// Nothing but this class touches the files of a slot. All operations may be called from any
-/// thread. One mutex guards the index and is held while a slot's files are renamed or deleted, so
-/// that whoever opens a slot gets the file that the index describes; it is never held while
-/// bytes are copied or hashed. The change callback runs after the mutex has been released.
+/// Only this class changes the files of a slot. All functions may be called from any thread. One
+/// mutex guards the index. It is locked while a slot's files are renamed or deleted, so that
+/// `open` always gives the file that the index describes, but never while bytes are copied or
+/// hashed. The change callback is called after the mutex has been unlocked.
 ///
-/// Operations that change something return an error text, empty on success.
+/// Functions that change the library return an error text, empty on success.
 class Library
 {
 public:
-    /// A visual with its file opened for reading. The file stays readable though the slot changes.
+    /// A visual with its file opened for reading. The file stays readable when the slot changes.
     struct OpenVisual
     {
         StoredVisual visual;
         std::unique_ptr<QFile> file;
     };
 
-    /// Reads the directory, creating it if need be, and hashes its files. Throws
-    /// std::runtime_error when that is not possible.
+    /// Reads the directory, which is created if it is missing, and hashes its files. Throws
+    /// std::runtime_error on failure.
     explicit Library(const QString &path);
 
     /// Called after each change. Set before other threads use the library.
     void setChangeCallback(std::function<void()> callback);
 
-    /// "003_Folder": the name of a folder that was never given one.
+    /// "003_Folder": the name of a folder that has not been renamed.
     [[nodiscard]] static QString defaultName(int folder);
 
-    /// A file name that is safe in a slot: no path, no control characters, no leading dot, at
-    /// most 200 bytes of UTF-8, never empty.
+    /// A safe file name: no path, no control characters, no leading dot, at most 200 bytes of
+    /// UTF-8, never empty.
     [[nodiscard]] static QString safeFileName(const QString &suggested);
 
-    /// The folders that exist, and the number that grows with each change.
+    /// The folders that exist, and the revision, which grows with each change.
     [[nodiscard]] Folders folders(quint64 *revision = nullptr) const;
     [[nodiscard]] quint64 revision() const;
     [[nodiscard]] bool isEmpty() const;
@@ -78,17 +78,17 @@ public:
     [[nodiscard]] std::optional<StoredVisual> find(SlotId slot) const;
     [[nodiscard]] std::optional<OpenVisual> open(SlotId slot) const;
 
-    /// A path for a file on its way into the library, on the same file system as its slots.
+    /// A new path for an incoming file, on the same file system as the slots.
     [[nodiscard]] QString newIncomingPath();
 
-    /// Puts the file at `incomingPath` into a slot, in place of what was there. The folder is
-    /// created if need be. The path is gone on success.
+    /// Moves the file at `incomingPath` into a slot and replaces what was there. A missing folder
+    /// is created.
     [[nodiscard]] QString store(SlotId slot, const StoredVisual &visual,
                                 const QString &incomingPath);
     [[nodiscard]] QString remove(SlotId slot);
-    /// Moves within one folder, in place of what was in the slot `to`.
+    /// Moves within one folder and replaces what was in the slot `to`.
     [[nodiscard]] QString move(int folder, int from, int to);
-    /// Names a folder, which is created if need be.
+    /// Names a folder. A missing folder is created.
     [[nodiscard]] QString rename(int folder, const QString &name);
 
 private:

@@ -58,7 +58,7 @@ QString LibraryDocument::contentHash(const Folders &folders)
 {
     QCryptographicHash hash(QCryptographicHash::Md5);
     const auto add = [&hash](const QString &text) {
-        // The NUL keeps neighbouring texts apart: it occurs in none of them.
+        // NUL separates the texts, since none of them contains it.
         hash.addData(text.toUtf8() + '\0');
     };
     for (const auto &[slot, folder] : folders) {

@@ -9,9 +9,9 @@
 #include <mutex>
 #include <string>
 
-/// The library as clients read it, rendered once for each state of the library and handed out
-/// from there. May be called from any thread; the one mutex is held while a document is rendered,
-/// so that a crowd of clients costs one rendering.
+/// The library as clients read it, rendered once for each revision of the library. May be called
+/// from any thread. The mutex is locked while a document is rendered, so that many clients that
+/// ask at the same time cost one rendering.
 class LibraryDocument
 {
 public:
@@ -25,14 +25,14 @@ public:
 
     [[nodiscard]] std::shared_ptr<const std::string> bytes();
 
-    /// The folders as they are listed: from 0 to the last one that exists, without gaps.
+    /// The listed folders: from 0 to the last one that exists, without gaps.
     [[nodiscard]] static Folders listed(Folders folders);
 
     /// "017: Sunset".
     [[nodiscard]] static QString displayName(int slot, const StoredVisual &visual);
 
-    /// A pure function of what is listed: slots, names and hashes. Equal libraries on two servers
-    /// have equal hashes.
+    /// Depends only on the listed slots, names and hashes, so equal libraries on two servers have
+    /// equal hashes.
     [[nodiscard]] static QString contentHash(const Folders &folders);
 
 private:

@@ -30,9 +30,9 @@ constexpr int clipEvery = 7;
 
 void drawShape(QPainter &painter, QSize size, QRandomGenerator &random)
 {
-    const int extent = std::min(size.width(), size.height()) * 2 / 3;
-    const QRect box(random.bounded(size.width()) - extent / 2,
-                    random.bounded(size.height()) - extent / 2, extent, extent);
+    const int shapeSize = std::min(size.width(), size.height()) * 2 / 3;
+    const QRect box(random.bounded(size.width()) - shapeSize / 2,
+                    random.bounded(size.height()) - shapeSize / 2, shapeSize, shapeSize);
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor::fromHsv(random.bounded(360), 200, 255, 170));
     switch (random.bounded(3)) {
@@ -40,7 +40,7 @@ void drawShape(QPainter &painter, QSize size, QRandomGenerator &random)
         painter.drawEllipse(box);
         break;
     case 1:
-        painter.drawRoundedRect(box, extent / 8.0, extent / 8.0);
+        painter.drawRoundedRect(box, shapeSize / 8.0, shapeSize / 8.0);
         break;
     default:
         painter.drawPolygon(
@@ -82,7 +82,7 @@ QByteArray makeClip(int length, QRandomGenerator &random)
     return bytes;
 }
 
-/// Slots in ascending order, with gaps between them while there is room for gaps.
+/// Slots in ascending order, with gaps if the folder has room for gaps.
 QList<int> chooseSlots(int count, QRandomGenerator &random)
 {
     QList<int> chosen(std::min(slotLimit - 1, count + count / 2));
@@ -92,7 +92,7 @@ QList<int> chooseSlots(int count, QRandomGenerator &random)
     return chosen;
 }
 
-void put(Library &library, SlotId slot, const QString &fileName, const QByteArray &bytes)
+void storeFile(Library &library, SlotId slot, const QString &fileName, const QByteArray &bytes)
 {
     QFile file(library.newIncomingPath());
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
@@ -121,11 +121,11 @@ void generateLibrary(Library &library, const GeneratedLibrary &settings)
             const QString label =
                 u"%1\n%2 / %3"_s.arg(title, threeDigits(folder), threeDigits(slot));
             if (++number % clipEvery == 0)
-                put(library, {folder, slot}, title + u".mov"_s,
-                    makeClip(settings.clipBytes, random));
+                storeFile(library, {folder, slot}, title + u".mov"_s,
+                          makeClip(settings.clipBytes, random));
             else
-                put(library, {folder, slot}, title + u".png"_s,
-                    drawPicture(settings.pictureSize, label, random));
+                storeFile(library, {folder, slot}, title + u".png"_s,
+                          drawPicture(settings.pictureSize, label, random));
         }
     }
 }

@@ -9,29 +9,29 @@
 
 using namespace std::chrono_literals;
 
-MediaLink::MediaLink(qint64 bandwidth, qint64 deathAfterBytes)
+MediaLink::MediaLink(qint64 bandwidth, qint64 deathThreshold)
     : bytesPerSecond(bandwidth)
-    , dieAfterBytes(deathAfterBytes)
+    , dieAfterBytes(deathThreshold)
 {
 }
 
-bool MediaLink::pass(std::size_t bytes, const std::function<bool()> &goOn)
+bool MediaLink::transmit(std::size_t bytes, const std::function<bool()> &keepGoing)
 {
     Clock::time_point done;
     {
         const std::lock_guard lock(mutex);
-        passed += static_cast<qint64>(bytes);
-        if (dieAfterBytes > 0 && passed >= dieAfterBytes)
+        transmitted += static_cast<qint64>(bytes);
+        if (dieAfterBytes > 0 && transmitted >= dieAfterBytes)
             std::_Exit(EXIT_FAILURE);
         if (bytesPerSecond > 0) {
             const std::chrono::duration<double> time(static_cast<double>(bytes) /
                                                      static_cast<double>(bytesPerSecond));
-            freeAgain = std::max(freeAgain, Clock::now()) +
+            busyUntil = std::max(busyUntil, Clock::now()) +
                         std::chrono::duration_cast<Clock::duration>(time);
         }
-        done = freeAgain;
+        done = busyUntil;
     }
-    return waitUntil(done, goOn);
+    return waitUntil(done, keepGoing);
 }
 
 bool MediaLink::pause(std::chrono::milliseconds time)
@@ -39,9 +39,9 @@ bool MediaLink::pause(std::chrono::milliseconds time)
     return waitUntil(Clock::now() + time, {});
 }
 
-bool MediaLink::waitUntil(Clock::time_point end, const std::function<bool()> &goOn) const
+bool MediaLink::waitUntil(Clock::time_point end, const std::function<bool()> &keepGoing) const
 {
-    while (!closed && (!goOn || goOn())) {
+    while (!closed && (!keepGoing || keepGoing())) {
         const auto left = end - Clock::now();
         if (left <= 0ns)
             return true;
@@ -55,7 +55,7 @@ void MediaLink::close()
     closed = true;
 }
 
-std::size_t MediaLink::pieceSize() const
+std::size_t MediaLink::chunkSize() const
 {
     constexpr qint64 largest = 64 * 1024;
     if (bytesPerSecond == 0)

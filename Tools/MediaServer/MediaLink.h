@@ -10,35 +10,36 @@
 #include <functional>
 #include <mutex>
 
-/// The link over which media travel, in both directions and for all transfers together: it can be
-/// slow, and the process can die on it. Thread-safe; the mutex is not held while a caller waits.
+/// Simulates the network link for media, in both directions and for all transfers together: it
+/// limits the bandwidth and can end the process. Thread-safe; callers wait without the mutex.
 class MediaLink
 {
 public:
-    MediaLink(qint64 bandwidth, qint64 deathAfterBytes);
+    MediaLink(qint64 bandwidth, qint64 deathThreshold);
 
-    /// Lets bytes pass, which takes as long as the bandwidth says. False as soon as the link has
-    /// been closed or `goOn` says so, which is asked every few milliseconds.
-    bool pass(std::size_t bytes, const std::function<bool()> &goOn = {});
+    /// Waits for as long as these bytes take at the given bandwidth. False as soon as the link has
+    /// been closed or `keepGoing`, which is polled every 20 ms, returns false.
+    bool transmit(std::size_t bytes, const std::function<bool()> &keepGoing = {});
 
-    /// Holds the caller for a time. False as soon as the link has been closed.
+    /// Waits for a time. False as soon as the link has been closed.
     bool pause(std::chrono::milliseconds time);
 
-    /// Nothing passes any more.
+    /// Ends all waits, also later ones.
     void close();
 
-    /// A size of pieces at which a slow link moves visibly and a fast one is not held up.
-    [[nodiscard]] std::size_t pieceSize() const;
+    /// A chunk size that is small enough for visible progress on a slow link and large enough not
+    /// to slow a fast one down.
+    [[nodiscard]] std::size_t chunkSize() const;
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    bool waitUntil(Clock::time_point end, const std::function<bool()> &goOn) const;
+    bool waitUntil(Clock::time_point end, const std::function<bool()> &keepGoing) const;
 
     const qint64 bytesPerSecond;
     const qint64 dieAfterBytes;
     std::mutex mutex;
-    Clock::time_point freeAgain;
-    qint64 passed = 0;
+    Clock::time_point busyUntil;
+    qint64 transmitted = 0;
     std::atomic<bool> closed = false;
 };

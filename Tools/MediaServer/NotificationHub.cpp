@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::size_t waitingLimit = 256U << 20;
+constexpr std::size_t pendingLimit = 256U << 20;
 
 } // namespace
 
@@ -15,7 +15,7 @@ NotificationHub::Subscription NotificationHub::subscribe(std::string firstFrame)
 {
     const std::lock_guard lock(mutex);
     Stream &stream = streams.emplace_back();
-    stream.waiting = std::move(firstFrame);
+    stream.pending = std::move(firstFrame);
     return std::prev(streams.end());
 }
 
@@ -27,16 +27,16 @@ void NotificationHub::unsubscribe(Subscription stream)
 }
 
 StreamEnd NotificationHub::next(Subscription stream, std::string &bytes,
-                                std::chrono::milliseconds patience)
+                                std::chrono::milliseconds timeout)
 {
     std::unique_lock lock(mutex);
     stream->writing = false;
     written.notify_all();
-    published.wait_for(lock, patience, [stream] {
-        return !stream->waiting.empty() || stream->end != StreamEnd::Open;
+    published.wait_for(lock, timeout, [stream] {
+        return !stream->pending.empty() || stream->end != StreamEnd::Open;
     });
     bytes.clear();
-    bytes.swap(stream->waiting);
+    bytes.swap(stream->pending);
     stream->writing = !bytes.empty();
     return bytes.empty() ? stream->end : StreamEnd::Open;
 }
@@ -47,33 +47,33 @@ void NotificationHub::publish(const std::string &frame)
     for (Stream &stream : streams) {
         if (stream.end != StreamEnd::Open)
             continue;
-        if (stream.waiting.size() < waitingLimit)
-            stream.waiting += frame;
+        if (stream.pending.size() < pendingLimit)
+            stream.pending += frame;
         else
             stream.end = StreamEnd::Cut;
     }
     published.notify_all();
 }
 
-void NotificationHub::drain(std::chrono::milliseconds patience)
+void NotificationHub::drain(std::chrono::milliseconds timeout)
 {
     std::unique_lock lock(mutex);
-    written.wait_for(lock, patience, [this] {
+    written.wait_for(lock, timeout, [this] {
         return std::ranges::all_of(streams,
-                                   [](const Stream &s) { return s.waiting.empty() && !s.writing; });
+                                   [](const Stream &s) { return s.pending.empty() && !s.writing; });
     });
 }
 
-void NotificationHub::endStreams(StreamEnd how)
+void NotificationHub::endStreams(StreamEnd end)
 {
     const std::lock_guard lock(mutex);
     for (Stream &stream : streams)
-        stream.end = how;
+        stream.end = end;
     published.notify_all();
 }
 
-void NotificationHub::waitForNoStream(std::chrono::milliseconds patience)
+void NotificationHub::waitForNoStream(std::chrono::milliseconds timeout)
 {
     std::unique_lock lock(mutex);
-    written.wait_for(lock, patience, [this] { return streams.empty(); });
+    written.wait_for(lock, timeout, [this] { return streams.empty(); });
 }

@@ -9,27 +9,27 @@
 #include <mutex>
 #include <string>
 
-/// How a notification stream comes to its end.
+/// How a notification stream ends.
 enum class StreamEnd {
     Open,  ///< it has not ended
-    Clean, ///< as a complete response
-    Cut,   ///< the connection closes in the middle of the response
+    Clean, ///< the response is completed
+    Cut,   ///< the connection is closed in the middle of the response
     Reset, ///< the connection is reset
 };
 
-/// Hands every message to every notification stream, in the order of publication.
+/// Sends every message to every notification stream, in the order of publication.
 ///
 /// A stream belongs to the connection thread that serves it: that thread subscribes, waits for
-/// bytes, writes them, and says when it has. Publishers never wait for a client; they only append
-/// to its bytes. A client that does not read is cut off when 256 MiB have gathered. One mutex
-/// guards all of it and is never held while bytes are written or another lock is taken.
+/// bytes and writes them. Publishers never wait for a client; they only append to its pending
+/// bytes. A client that does not read is disconnected when 256 MiB are pending. One mutex guards
+/// the streams; it is never locked while bytes are written or another mutex is locked.
 class NotificationHub
 {
 public:
     class Stream
     {
         friend class NotificationHub;
-        std::string waiting;
+        std::string pending;
         StreamEnd end = StreamEnd::Open;
         bool writing = false;
     };
@@ -39,21 +39,21 @@ public:
     [[nodiscard]] Subscription subscribe(std::string firstFrame);
     void unsubscribe(Subscription stream);
 
-    /// Waits for bytes to write and takes them; they count as being written until the next call.
-    /// Returns how the stream goes on; bytes that came before its end are handed out first.
+    /// Waits for bytes to write and takes them; until the next call they count as not written.
+    /// Returns how the stream ends; `Open` while there are bytes to write or it has not ended.
     [[nodiscard]] StreamEnd next(Subscription stream, std::string &bytes,
-                                 std::chrono::milliseconds patience);
+                                 std::chrono::milliseconds timeout);
 
     void publish(const std::string &frame);
 
-    /// Waits until all that was published is written to all streams, or until patience ends.
-    void drain(std::chrono::milliseconds patience);
+    /// Waits until all published messages are written to all streams, or until the timeout.
+    void drain(std::chrono::milliseconds timeout);
 
     /// Ends the streams that are open now.
-    void endStreams(StreamEnd how);
+    void endStreams(StreamEnd end);
 
-    /// Waits until no stream is left, or until patience ends.
-    void waitForNoStream(std::chrono::milliseconds patience);
+    /// Waits until all streams are unsubscribed, or until the timeout.
+    void waitForNoStream(std::chrono::milliseconds timeout);
 
 private:
     std::mutex mutex;

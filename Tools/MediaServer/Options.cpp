@@ -15,11 +15,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// A value that cannot be used; never leaves this file.
+/// An invalid value of an option. Never leaves this file.
 struct BadValue : std::runtime_error
 {
     explicit BadValue(const QString &option, const QString &value)
-        : std::runtime_error(u"--%1: \"%2\" cannot be used"_s.arg(option, value).toStdString())
+        : std::runtime_error(u"--%1: invalid value \"%2\""_s.arg(option, value).toStdString())
     {
     }
 };
@@ -27,47 +27,50 @@ struct BadValue : std::runtime_error
 const QList<QCommandLineOption> &definitions()
 {
     static const QList<QCommandLineOption> list = {
-        {u"address"_s, u"IPv4 address to serve on, port 4567."_s, u"address"_s, u"127.0.0.1"_s},
+        {u"address"_s, u"IPv4 address to listen on, port 4567."_s, u"address"_s, u"127.0.0.1"_s},
         {u"name"_s, u"Announced name (default: the address)."_s, u"name"_s},
-        {u"library"_s, u"Directory that holds the library."_s, u"directory"_s},
-        {u"uuid"_s, u"Identity (default: derived from name and address)."_s, u"uuid"_s},
+        {u"library"_s, u"Directory of the library (required)."_s, u"directory"_s},
+        {u"uuid"_s, u"Announced UUID (default: derived from name and address)."_s, u"uuid"_s},
         {u"mask"_s, u"Announced network mask."_s, u"mask"_s, u"255.0.0.0"_s},
-        {u"announce-to"_s, u"Address that is told."_s, u"address"_s, u"127.255.255.255"_s},
+        {u"announce-to"_s, u"Address that announcements are sent to."_s, u"address"_s,
+         u"127.255.255.255"_s},
         {u"announce-interval"_s, u"Time between announcements."_s, u"ms"_s, u"1000"_s},
-        {u"no-announce"_s, u"Do not announce."_s},
+        {u"no-announce"_s, u"Send no announcements."_s},
         {u"generate"_s, u"Fill an empty library with drawn pictures."_s, u"seed"_s},
         {u"folders"_s, u"Folders to generate."_s, u"count"_s, u"6"_s},
         {u"visuals"_s, u"Visuals to generate in each folder."_s, u"count"_s, u"10"_s},
         {u"picture-size"_s, u"Size of a generated picture."_s, u"WxH"_s, u"480x270"_s},
         {u"clip-bytes"_s, u"Length of a generated clip."_s, u"bytes"_s, u"262144"_s},
         {u"frame-rate-interval"_s, u"Time between frame-rate reports."_s, u"ms"_s, u"1000"_s},
-        {u"bandwidth"_s, u"Slow link, in both directions (0: no limit)."_s, u"bytes/s"_s, u"0"_s},
+        {u"bandwidth"_s, u"Limit for all media in both directions (0: no limit)."_s, u"bytes/s"_s,
+         u"0"_s},
         {u"import-delay"_s, u"Time that an import takes."_s, u"ms"_s, u"0"_s},
-        {u"burst-grace"_s, u"How long after a sync command more may come."_s, u"ms"_s, u"500"_s},
-        {u"workers"_s, u"Transfers that run at once."_s, u"count"_s, u"4"_s},
-        {u"answer-only"_s, u"Report syncs as done without copying anything."_s},
-        {u"log"_s, u"File that gets one line for each request."_s, u"file"_s},
+        {u"burst-grace"_s, u"Time after a sync command in which more are expected."_s, u"ms"_s,
+         u"500"_s},
+        {u"workers"_s, u"Transfers that run at the same time."_s, u"count"_s, u"4"_s},
+        {u"answer-only"_s, u"Report syncs as finished without copying files."_s},
+        {u"log"_s, u"File to log requests to, one line each."_s, u"file"_s},
         {u"version-header"_s, u"X-BVProtocolVersion (empty: absent)."_s, u"value"_s,
          u"281474976710656"_s},
         {u"features"_s, u"X-BVFeatureList."_s, u"text"_s, u"1"_s},
-        {u"refuse"_s, u"CODE[@KIND][#N]: refuse each or the N-th request, 1 to 5 or upload."_s,
-         u"code"_s},
-        {u"refuse-text"_s, u"Text of a refusal with code 3."_s, u"text"_s, u"Disk is full"_s},
-        {u"fail-import"_s, u"Fail the import into FOLDER/SLOT."_s, u"place"_s},
-        {u"fail-thumbnail"_s, u"Fail the thumbnail of FOLDER/SLOT."_s, u"place"_s},
-        {u"thumbnail-delay"_s, u"MS[@FOLDER/SLOT]: time that each or one thumbnail takes."_s,
-         u"ms"_s},
-        {u"stall"_s, u"Take commands and answer none."_s},
-        {u"drop-stream-after"_s, u"Cut each notification stream."_s, u"ms"_s},
-        {u"die-after"_s, u"Die when so many bytes of media have passed."_s, u"bytes"_s, u"0"_s},
-        {u"bad-json"_s, u"Break the library document off in the middle."_s},
+        {u"refuse"_s, u"Refuse all or the N-th requests; KIND is 1 to 5 or upload."_s,
+         u"CODE[@KIND][#N]"_s},
+        {u"refuse-text"_s, u"Error text of refusals with code 3."_s, u"text"_s, u"Disk is full"_s},
+        {u"fail-import"_s, u"Fail imports into this slot."_s, u"FOLDER/SLOT"_s},
+        {u"fail-thumbnail"_s, u"Fail requests for this thumbnail."_s, u"FOLDER/SLOT"_s},
+        {u"thumbnail-delay"_s, u"Time that every thumbnail, or one of them, takes."_s,
+         u"MS[@FOLDER/SLOT]"_s},
+        {u"stall"_s, u"Accept commands, but do not execute or answer them."_s},
+        {u"drop-stream-after"_s, u"Cut each notification stream after this time."_s, u"ms"_s},
+        {u"die-after"_s, u"Exit after so many bytes of media (0: never)."_s, u"bytes"_s, u"0"_s},
+        {u"bad-json"_s, u"Cut the library document in the middle."_s},
         {u"sparse"_s, u"List only folders with visuals."_s},
         {u"mask-network-order"_s, u"Announce the mask with the wrong byte order."_s},
     };
     return list;
 }
 
-/// A number that is all of a value, or a part of it: the whole value is what is told as bad.
+/// Parses a number that is a value or part of it. The error names the whole value.
 qint64 number(const QString &option, const QString &value, const QString &part, qint64 low,
               qint64 high)
 {
@@ -78,18 +81,18 @@ qint64 number(const QString &option, const QString &value, const QString &part, 
     return result;
 }
 
-/// The number that an option was given, or its default.
+/// The number that is given to an option, or its default.
 qint64 number(const QCommandLineParser &parser, const QString &option, qint64 low, qint64 high)
 {
     return number(option, parser.value(option), parser.value(option), low, high);
 }
 
-constexpr qint64 longest = 24LL * 3600 * 1000; // ms
+constexpr qint64 maxDuration = 24LL * 3600 * 1000; // ms
 
 std::chrono::milliseconds duration(const QCommandLineParser &parser, const QString &option,
                                    qint64 low = 0)
 {
-    return std::chrono::milliseconds(number(parser, option, low, longest));
+    return std::chrono::milliseconds(number(parser, option, low, maxDuration));
 }
 
 quint32 ipv4(const QCommandLineParser &parser, const QString &option)
@@ -100,7 +103,7 @@ quint32 ipv4(const QCommandLineParser &parser, const QString &option)
     return ntohl(address.s_addr);
 }
 
-/// Two numbers with a separator between them: all of a value, or a part of it.
+/// Parses two numbers with a separator, which are a value or part of it.
 std::pair<int, int> twoNumbers(const QString &option, const QString &value, const QString &part,
                                QChar separator, int low, int high)
 {
@@ -111,32 +114,32 @@ std::pair<int, int> twoNumbers(const QString &option, const QString &value, cons
             static_cast<int>(number(option, value, numbers[1], low, high))};
 }
 
-SlotId place(const QString &option, const QString &value, const QString &part)
+SlotId slotId(const QString &option, const QString &value, const QString &part)
 {
     const auto [folder, visual] = twoNumbers(option, value, part, u'/', 0, 255);
     return {folder, visual};
 }
 
-std::set<SlotId> places(const QCommandLineParser &parser, const QString &option)
+std::set<SlotId> slotIds(const QCommandLineParser &parser, const QString &option)
 {
     std::set<SlotId> result;
     for (const QString &value : parser.values(option))
-        result.insert(place(option, value, value));
+        result.insert(slotId(option, value, value));
     return result;
 }
 
 Refusals::Codes readRefusals(const QCommandLineParser &parser)
 {
-    static const QRegularExpression form(u"^(\\d+)(?:@([1-5]|upload))?(?:#(\\d+))?$"_s);
+    static const QRegularExpression pattern(u"^(\\d+)(?:@([1-5]|upload))?(?:#(\\d+))?$"_s);
     const QString option = u"refuse"_s;
     Refusals::Codes codes;
     for (const QString &value : parser.values(option)) {
-        const QRegularExpressionMatch match = form.match(value);
+        const QRegularExpressionMatch match = pattern.match(value);
         if (!match.hasMatch())
             throw BadValue(option, value);
         const bool single = match.hasCaptured(3);
-        const auto which = single ? number(option, value, match.captured(3), 1, 1'000'000) : 0;
-        codes[{match.captured(2).toStdString(), static_cast<int>(which)}] =
+        const auto ordinal = single ? number(option, value, match.captured(3), 1, 1'000'000) : 0;
+        codes[{match.captured(2).toStdString(), static_cast<int>(ordinal)}] =
             static_cast<int>(number(option, value, match.captured(1), 1, 1000));
     }
     return codes;
@@ -147,9 +150,9 @@ void readThumbnailDelays(const QCommandLineParser &parser, Faults &faults)
     const QString option = u"thumbnail-delay"_s;
     for (const QString &value : parser.values(option)) {
         const std::chrono::milliseconds time(
-            number(option, value, value.section(u'@', 0, 0), 0, longest));
+            number(option, value, value.section(u'@', 0, 0), 0, maxDuration));
         if (value.contains(u'@'))
-            faults.thumbnailDelays[place(option, value, value.section(u'@', 1))] = time;
+            faults.thumbnailDelays[slotId(option, value, value.section(u'@', 1))] = time;
         else
             faults.thumbnailDelay = time;
     }
@@ -159,8 +162,8 @@ void readFaults(const QCommandLineParser &parser, Faults &faults)
 {
     faults.refuse = readRefusals(parser);
     faults.refuseText = parser.value(u"refuse-text"_s);
-    faults.failImport = places(parser, u"fail-import"_s);
-    faults.failThumbnail = places(parser, u"fail-thumbnail"_s);
+    faults.failImport = slotIds(parser, u"fail-import"_s);
+    faults.failThumbnail = slotIds(parser, u"fail-thumbnail"_s);
     readThumbnailDelays(parser, faults);
     faults.stall = parser.isSet(u"stall"_s);
     faults.badJson = parser.isSet(u"bad-json"_s);
@@ -184,9 +187,9 @@ GeneratedLibrary readGenerated(const QCommandLineParser &parser)
 
 QUuid readUuid(const QCommandLineParser &parser, const QString &name, const QString &address)
 {
-    static const QUuid space(u"{9b5e3a52-7c0d-4f57-8d0b-2f3f1c7f4567}"_s);
+    static const QUuid uuidNamespace(u"{9b5e3a52-7c0d-4f57-8d0b-2f3f1c7f4567}"_s);
     if (!parser.isSet(u"uuid"_s))
-        return QUuid::createUuidV5(space, name + u'\n' + address);
+        return QUuid::createUuidV5(uuidNamespace, name + u'\n' + address);
     const QUuid uuid(parser.value(u"uuid"_s));
     if (uuid.isNull())
         throw BadValue(u"uuid"_s, parser.value(u"uuid"_s));
@@ -230,7 +233,7 @@ std::optional<Options> Options::parse(const QStringList &arguments, QString &err
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        u"A media server for rehearsals: one process is one server."_s);
+        u"A media server for rehearsals. Each process is one server."_s);
     parser.addHelpOption();
     parser.addOptions(definitions());
     if (!parser.parse(arguments)) {
@@ -240,7 +243,7 @@ std::optional<Options> Options::parse(const QStringList &arguments, QString &err
     if (parser.isSet(u"help"_s))
         parser.showHelp();
     if (!parser.positionalArguments().isEmpty()) {
-        error = u"\"%1\" is no option"_s.arg(parser.positionalArguments().constFirst());
+        error = u"Unexpected argument \"%1\""_s.arg(parser.positionalArguments().constFirst());
         return {};
     }
     try {

@@ -17,23 +17,23 @@
 #include <set>
 #include <string>
 
-/// What refuses a request without looking at it, as a server with a bad day does.
+/// The faults that a server simulates.
 struct Faults
 {
-    /// Requests that are refused, and how.
+    /// Requests that are refused, and the result codes.
     Refusals::Codes refuse;
-    /// The text that goes with a refusal of code 3.
+    /// The error text of refusals with code 3.
     QString refuseText;
     /// Transfers into these slots fail while they are imported.
     std::set<SlotId> failImport;
-    /// Thumbnails of these slots end in an error.
+    /// Requests for thumbnails of these slots fail.
     std::set<SlotId> failThumbnail;
-    /// How long the thumbnails of single slots take, and how long all others.
+    /// How long the thumbnails of these slots take, and how long all others.
     std::map<SlotId, std::chrono::milliseconds> thumbnailDelays;
     std::chrono::milliseconds thumbnailDelay{0};
-    /// Commands are taken and never answered.
+    /// Commands are accepted, but not executed or answered.
     bool stall = false;
-    /// The library document breaks off in the middle.
+    /// The library document is cut in the middle.
     bool badJson = false;
     /// Only folders with visuals are listed, so that a folder's position is not its slot.
     bool sparse = false;
@@ -41,7 +41,7 @@ struct Faults
     bool maskInNetworkOrder = false;
     /// Each notification stream is cut off after this time.
     std::optional<std::chrono::milliseconds> dropStreamAfter;
-    /// The process dies at once when this many bytes of media have passed. 0: never.
+    /// The process exits at once after this many bytes of media. 0: never.
     qint64 dieAfterBytes = 0;
 };
 
@@ -55,7 +55,8 @@ struct GeneratedLibrary
     int clipBytes = 256 * 1024;
 };
 
-/// The command line of one server. Defaults make a well-behaved server on the loopback network.
+/// The command line of one server. The defaults give a server without faults on the loopback
+/// network.
 struct Options
 {
     std::string address = "127.0.0.1";
@@ -68,20 +69,20 @@ struct Options
     bool announce = true;
     std::optional<GeneratedLibrary> generate;
     std::chrono::milliseconds frameRateInterval{1000};
-    /// Media bytes a second, for all transfers together. 0: as fast as it goes.
+    /// Media bytes per second, for all transfers together. 0: no limit.
     qint64 bandwidth = 0;
     std::chrono::milliseconds importDelay{0};
-    /// For how long after a sync command the last running transfer is not reported as ended.
+    /// How long after a sync command the end of the last running transfer is not reported.
     std::chrono::milliseconds burstGrace{500};
     int workers = 4;
-    /// A sync is reported as done without any file being copied.
+    /// Syncs are reported as finished without copying files.
     bool answerOnly = false;
     QString logFile;
     std::string versionHeader = "281474976710656";
     std::string features = "1";
     Faults faults;
 
-    /// Reads a command line, the program's name in front. "--help" ends the
-    /// process. On failure `error` says which value is wrong, and there is no result.
+    /// Parses a command line, whose first argument is the program's name. "--help" exits. On
+    /// failure there is no result, and `error` names the invalid value.
     [[nodiscard]] static std::optional<Options> parse(const QStringList &arguments, QString &error);
 };

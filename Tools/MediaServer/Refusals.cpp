@@ -13,8 +13,9 @@ std::optional<int> Refusals::next(const std::string &kind)
     const std::lock_guard lock(mutex);
     const int ofKind = ++counts[kind];
     ++total;
-    for (const Which &which : {Which(kind, ofKind), Which(kind, 0), Which("", total), Which("", 0)})
-        if (const auto found = codes.find(which); found != codes.end())
+    for (const Selector &selector :
+         {Selector(kind, ofKind), Selector(kind, 0), Selector("", total), Selector("", 0)})
+        if (const auto found = codes.find(selector); found != codes.end())
             return found->second;
     return {};
 }

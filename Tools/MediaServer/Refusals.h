@@ -9,20 +9,20 @@
 #include <string>
 #include <utility>
 
-/// Which requests are refused, and with which result code. Thread-safe; the mutex guards the
-/// counts.
+/// Decides which requests are refused, and with which result code. Thread-safe; the mutex guards
+/// the counts.
 class Refusals
 {
 public:
-    /// The kind of request, "1" to "5", "upload" or "" for all of them, and which one of that kind
-    /// is meant, counted from 1; 0 means each of them.
-    using Which = std::pair<std::string, int>;
-    using Codes = std::map<Which, int>;
+    /// The kind of request ("1" to "5", "upload", or "" for all kinds) and its number within that
+    /// kind, counted from 1; 0 means every request.
+    using Selector = std::pair<std::string, int>;
+    using Codes = std::map<Selector, int>;
 
     explicit Refusals(const Codes &resultCodes);
 
-    /// Counts one request of a kind; gives the code with which it is refused, if it is. What is
-    /// said of the kind goes before what is said of all, and of one request before each.
+    /// Counts a request and returns the code with which it is refused, if it is. An entry for the
+    /// kind wins over one for all kinds, and an entry for a number over one for every request.
     [[nodiscard]] std::optional<int> next(const std::string &kind);
 
 private:

@@ -9,16 +9,16 @@
 #include <mutex>
 #include <string>
 
-/// One line for each request, written when the request arrives and flushed at once, so that tests
-/// can read the file while the server runs. Control characters are written escaped. Thread-safe.
+/// Writes one line for each request and flushes it, so that tests can read the file while the
+/// server runs. Control characters are escaped. Thread-safe.
 class RequestLog
 {
 public:
-    /// Appends to `path`, or writes nothing when it is empty. Throws std::runtime_error when the
-    /// file cannot be opened.
+    /// Appends to the file at `path`; logs nothing when it is empty. Throws std::runtime_error
+    /// when the file cannot be opened.
     explicit RequestLog(const QString &path);
 
-    /// "METHOD TARGET" and the body behind it, if there is one.
+    /// Writes "METHOD TARGET BODY".
     void add(const std::string &method, const std::string &target, const std::string &body = {});
 
 private:

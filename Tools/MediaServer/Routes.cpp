@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char *json = "application/json";
 
-/// Feeds one notification stream from the hub for as long as the connection lasts.
+/// Writes the messages of the hub to one notification stream until the connection ends.
 class StreamFeed
 {
 public:
@@ -90,7 +90,7 @@ Routes::Routes(const Parts &serverParts, const Options &serverOptions)
     , document(parts.library, {.sparse = options.faults.sparse, .broken = options.faults.badJson})
     , thumbnails(parts.library)
     , commands(parts.library, parts.transfers)
-    , uploads(parts.library, parts.transfers, parts.link, parts.importPause)
+    , uploads(parts.library, parts.transfers, parts.link, parts.importDelay)
 {
     parts.http.set_pre_routing_handler([this](const Request &request, Response &) {
         if (request.method != "POST")
@@ -152,7 +152,7 @@ void Routes::execute(const Request &request, Response &response)
     }
     const auto refused = refusal(request.get_param_value("req_type"));
     const CommandResult result = refused ? *refused : commands.execute(request.params);
-    // What the command did is on the streams before its answer is on the wire.
+    // The messages about the command are written to the streams before its response.
     parts.hub.drain(1s);
     response.set_content(result.toJson(), json);
 }
@@ -164,10 +164,10 @@ void Routes::upload(const Request &request, Response &response,
     const auto refused = refusal("upload");
     CommandResult result;
     if (refused) {
-        UploadHandler::readToTheEnd(request, reader);
+        UploadHandler::discardBody(request, reader);
         result = *refused;
     } else {
-        result = uploads.take(request, reader, fields);
+        result = uploads.receive(request, reader, fields);
     }
     parts.log.add(request.method, request.target, summary(fields));
     response.set_content(result.toJson(), json);
@@ -188,7 +188,7 @@ void Routes::thumbnail(const Request &request, Response &response)
         response.status = 404;
         return;
     }
-    // The address names a slot and not its content: a cache must ask whether it still holds.
+    // The URL names a slot and not its content, so a cache must revalidate its copy.
     const std::string tag = '"' + thumbnail->hash.toStdString() + '"';
     response.set_header("Cache-Control", "no-cache");
     response.set_header("ETag", tag);
@@ -214,10 +214,10 @@ void Routes::media(const Request &request, Response &response)
         static_cast<std::size_t>(file->size()), "application/octet-stream",
         [this, file](std::size_t offset, std::size_t length, httplib::DataSink &sink) {
             file->seek(static_cast<qint64>(offset));
-            const QByteArray piece =
-                file->read(static_cast<qint64>(std::min(length, parts.link.pieceSize())));
-            const auto size = static_cast<std::size_t>(piece.size());
-            return size > 0 && parts.link.pass(size) && sink.write(piece.data(), size);
+            const QByteArray chunk =
+                file->read(static_cast<qint64>(std::min(length, parts.link.chunkSize())));
+            const auto size = static_cast<std::size_t>(chunk.size());
+            return size > 0 && parts.link.transmit(size) && sink.write(chunk.data(), size);
         });
 }
 

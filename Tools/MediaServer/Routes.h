@@ -16,8 +16,8 @@
 
 #include <atomic>
 
-/// What each address answers. The handlers run on the threads of the connections and hold no
-/// lock of their own.
+/// The handlers of all URL paths. They run on the threads of the connections and lock no mutex of
+/// their own.
 class Routes
 {
 public:
@@ -28,14 +28,14 @@ public:
         NotificationHub &hub;
         TransferTable &transfers;
         MediaLink &link;
-        ImportPause &importPause;
+        ImportDelay &importDelay;
         RequestLog &log;
     };
 
-    /// Registers the handlers; `parts` must outlive the server.
+    /// Registers the handlers. The parts must outlive this object.
     Routes(const Parts &serverParts, const Options &serverOptions);
 
-    /// Carries out and answers the commands that were taken so far, and later ones at once.
+    /// Executes and answers the stalled commands. Later commands are not stalled.
     void endStall() { stalling = false; }
 
 private:

@@ -18,10 +18,10 @@ namespace {
 
 constexpr int port = 4567;
 
-/// Changes within this time are told together.
+/// Changes within this time are reported in one message.
 constexpr auto libraryChangeDelay = 200ms;
 
-void say(const QString &text)
+void print(const QString &text)
 {
     std::printf("%s\n", qUtf8Printable(text));
     std::fflush(stdout);
@@ -35,8 +35,8 @@ Server::Server(const Options &serverOptions)
     , library(options.libraryDirectory)
     , transfers(hub, options.burstGrace)
     , link(options.bandwidth, options.faults.dieAfterBytes)
-    , importPause(options.importDelay)
-    , routes({http, library, hub, transfers, link, importPause, log}, options)
+    , importDelay(options.importDelay)
+    , routes({http, library, hub, transfers, link, importDelay, log}, options)
     , announcer(options)
 {
     if (options.generate && library.isEmpty())
@@ -69,7 +69,7 @@ Server::~Server()
 void Server::start()
 {
     workers = std::make_unique<TransferWorkers>(
-        transfers, library, link, importPause,
+        transfers, library, link, importDelay,
         TransferWorkers::Settings{.workers = options.workers,
                                   .answerOnly = options.answerOnly,
                                   .failImport = options.faults.failImport});
@@ -77,9 +77,9 @@ void Server::start()
     frameRateTimer.start(options.frameRateInterval);
     if (options.announce)
         announcer.start();
-    say(u"ready http://%1:%2 %3 %4"_s.arg(QString::fromStdString(options.address),
-                                          QString::number(port), options.uuid.toString(),
-                                          options.name));
+    print(u"ready http://%1:%2 %3 %4"_s.arg(QString::fromStdString(options.address),
+                                            QString::number(port), options.uuid.toString(),
+                                            options.name));
 }
 
 void Server::command(const QString &line)
@@ -104,15 +104,15 @@ void Server::command(const QString &line)
     else if (word == "library-changed"_L1)
         reportLibraryChange();
     else if (word == "end-imports"_L1)
-        importPause.callOff();
+        importDelay.skip();
     else if (word == "end-stall"_L1)
         routes.endStall();
     else if (word == "quiet?"_L1)
-        say(transfers.isQuiet() ? u"quiet"_s : u"busy"_s);
-    else if (word == "told?"_L1)
-        say(libraryChangeTimer.isActive() ? u"untold"_s : u"told"_s);
+        print(transfers.isQuiet() ? u"quiet"_s : u"busy"_s);
+    else if (word == "reported?"_L1)
+        print(libraryChangeTimer.isActive() ? u"pending"_s : u"reported"_s);
     else
-        say(u"unknown command \"%1\""_s.arg(line));
+        print(u"unknown command \"%1\""_s.arg(line));
 }
 
 void Server::quit()
@@ -126,25 +126,26 @@ void Server::shutDown()
     finish(StreamEnd::Clean);
 }
 
-void Server::finish(StreamEnd how)
+void Server::finish(StreamEnd streamEnd)
 {
     announcer.stop();
     frameRateTimer.stop();
-    hub.endStreams(how);
+    hub.endStreams(streamEnd);
     hub.waitForNoStream(2s);
-    // Only now, so that a client hears of the end before its upload or download breaks off.
+    // After the streams, so that a client sees the shutdown before its upload or download fails.
     link.close();
-    importPause.close();
+    importDelay.close();
     http.shutDown();
     workers.reset();
     QCoreApplication::quit();
 }
 
-/// Rates as a busy machine has them: close to the nominal ones, never quite steady.
+/// Reports rates that vary a little around the nominal ones, like those of a real server.
 void Server::reportFrameRates()
 {
-    const int sway = frameRateReports++ % 5;
-    hub.publish(Frames::frameRates((5994 - sway) / 100.0, (6000 - sway) / 100.0, 25.0, true));
+    const int variation = frameRateReports++ % 5;
+    hub.publish(
+        Frames::frameRates((5994 - variation) / 100.0, (6000 - variation) / 100.0, 25.0, true));
 }
 
 void Server::reportLibraryChange()

@@ -10,28 +10,27 @@
 
 #include <thread>
 
-/// One media server: puts the parts together, and is what the console talks to. The object lives
-/// on the main thread, where announcements, frame rates and the news of a changed library are
-/// timed; requests are served on the threads of `HttpServer`, transfers on those of
-/// `TransferWorkers`. Members are declared in the order in which they depend on each other.
+/// One media server: owns the parts and executes console commands. It lives on the main thread,
+/// like the timers for announcements, frame rates and library changes. Requests run on the threads
+/// of `HttpServer`, transfers on those of `TransferWorkers`. Each member depends only on members
+/// that are declared before it.
 class Server : public QObject
 {
 public:
-    /// Reads or generates the library, and binds the address. Throws std::runtime_error when
-    /// something of that is not possible.
+    /// Reads or generates the library and binds the address. Throws std::runtime_error on failure.
     explicit Server(const Options &serverOptions);
     ~Server() override;
 
-    /// Serves and announces from now on.
+    /// Starts to serve and to send announcements.
     void start();
 
     void command(const QString &line);
-    /// Ends the process without a word to the clients.
+    /// Exits without notifying the clients.
     void quit();
 
 private:
     void shutDown();
-    void finish(StreamEnd how);
+    void finish(StreamEnd streamEnd);
     void reportFrameRates();
     void reportLibraryChange();
 
@@ -41,7 +40,7 @@ private:
     NotificationHub hub;
     TransferTable transfers;
     MediaLink link;
-    ImportPause importPause;
+    ImportDelay importDelay;
     HttpServer http;
     Routes routes;
     Announcer announcer;

@@ -7,7 +7,7 @@
 
 #include <compare>
 
-/// The place of one visual: a folder of the library and a slot of that folder.
+/// A folder of the library and a slot in that folder.
 struct SlotId
 {
     int folder = -1;
@@ -16,8 +16,8 @@ struct SlotId
     auto operator<=>(const SlotId &) const = default;
 };
 
-/// Folders are numbered 0 to 255, and so are the slots of a folder. Slot 0 of each folder stands
-/// for "no visual" and never holds one.
+/// Folders are numbered 0 to 255, and so are the slots of a folder. Slot 0 of each folder means
+/// "no visual" and is always empty.
 inline constexpr int folderLimit = 256;
 inline constexpr int slotLimit = 256;
 
@@ -31,7 +31,7 @@ inline constexpr int slotLimit = 256;
     return isFolder(slot.folder) && slot.visual > 0 && slot.visual < slotLimit;
 }
 
-/// "017": how numbers of folders and slots are written in names and texts.
+/// "017": the number of a folder or slot as it is written in names and texts.
 [[nodiscard]] inline QString threeDigits(int number)
 {
     return QString::number(number).rightJustified(3, QLatin1Char('0'));

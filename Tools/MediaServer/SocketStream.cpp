@@ -58,13 +58,13 @@ bool SocketStream::is_readable() const
 
 bool SocketStream::is_writable() const
 {
-    const int ready = waitFor(handle, POLLOUT | POLLRDHUP, patience);
+    const int ready = waitFor(handle, POLLOUT | POLLRDHUP, timeout);
     return (ready & (POLLRDHUP | POLLERR | POLLHUP)) == 0 && (ready & POLLOUT) != 0;
 }
 
 ssize_t SocketStream::read(char *data, size_t size)
 {
-    if (!waitForBytes(patience))
+    if (!waitForBytes(timeout))
         return -1;
     if (unread.empty() && size >= received.size())
         return recv(handle, data, size, 0);

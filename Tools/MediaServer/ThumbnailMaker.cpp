@@ -24,13 +24,13 @@ QImage scaled(const QImage &picture)
 }
 
 /// Eight by six tiles, each coloured by one byte of the file.
-QImage pattern(const QByteArray &beginning)
+QImage pattern(const QByteArray &firstBytes)
 {
     QImage canvas(thumbnailSize, QImage::Format_RGB32);
     canvas.fill(Qt::darkGray);
     QPainter painter(&canvas);
-    for (qsizetype i = 0; i < std::min<qsizetype>(beginning.size(), 48); ++i) {
-        const auto byte = static_cast<uchar>(beginning[i]);
+    for (qsizetype i = 0; i < std::min<qsizetype>(firstBytes.size(), 48); ++i) {
+        const auto byte = static_cast<uchar>(firstBytes[i]);
         const QPoint corner(static_cast<int>(i % 8) * 16, static_cast<int>(i / 8) * 16);
         painter.fillRect(QRect(corner, QSize(16, 16)), QColor::fromHsv(byte * 359 / 255, 160, 200));
     }
@@ -54,7 +54,7 @@ QByteArray draw(QFile &file)
 
 ThumbnailMaker::ThumbnailMaker(const Library &storage)
     : library(storage)
-    , kept(32 << 20)
+    , cache(32 << 20)
 {
 }
 
@@ -66,11 +66,11 @@ std::optional<ThumbnailMaker::Thumbnail> ThumbnailMaker::thumbnail(SlotId slot)
     const QString &hash = open->visual.hash;
     {
         const std::lock_guard lock(mutex);
-        if (const QByteArray *known = kept.object(hash))
-            return Thumbnail{*known, hash};
+        if (const QByteArray *cached = cache.object(hash))
+            return Thumbnail{*cached, hash};
     }
     const QByteArray png = draw(*open->file);
     const std::lock_guard lock(mutex);
-    kept.insert(hash, new QByteArray(png), png.size());
+    cache.insert(hash, new QByteArray(png), png.size());
     return Thumbnail{png, hash};
 }

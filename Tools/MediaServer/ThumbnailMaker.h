@@ -11,9 +11,9 @@
 #include <mutex>
 #include <optional>
 
-/// Pictures of 128 by 96 pixels: a picture is scaled, other files get a pattern that is drawn from
-/// their first bytes. What was drawn is kept by content hash, up to 32 MiB. Thread-safe; the mutex
-/// guards only what is kept, so that several thumbnails are drawn at once.
+/// Draws thumbnails of 128 by 96 pixels: pictures are scaled, other files get a pattern made from
+/// their first bytes. Thumbnails are cached by content hash, up to 32 MiB. Thread-safe; the mutex
+/// guards only the cache, so that several thumbnails can be drawn at the same time.
 class ThumbnailMaker
 {
 public:
@@ -31,5 +31,5 @@ public:
 private:
     const Library &library;
     std::mutex mutex;
-    QCache<QString, QByteArray> kept;
+    QCache<QString, QByteArray> cache;
 };

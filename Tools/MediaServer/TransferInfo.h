@@ -10,7 +10,7 @@
 
 #include <string>
 
-/// State of a transfer. The numbers are those of the wire.
+/// State of a transfer. The values are those of the protocol.
 enum class TransferState {
     Queued = 0,
     Transferring = 1,
@@ -21,7 +21,7 @@ enum class TransferState {
     Finished = 6,
 };
 
-/// What streams are told of one transfer.
+/// What is reported of a transfer on the streams.
 struct TransferInfo
 {
     QUuid id;

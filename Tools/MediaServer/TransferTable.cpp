@@ -20,28 +20,28 @@ NotificationHub::Subscription TransferTable::subscribe()
     transfers.reserve(running.size() + 1);
     for (const auto &[slot, transfer] : running)
         transfers.push_back(transfer->info);
-    if (held)
-        transfers.push_back(held->transfer);
+    if (deferred)
+        transfers.push_back(deferred->transfer);
     return hub.subscribe(Frames::runningTransfers(transfers));
 }
 
-TransferTable::Added TransferTable::add(SlotId target, const QString &source)
+TransferTable::AddResult TransferTable::add(SlotId target, const QString &source)
 {
     const std::lock_guard lock(mutex);
     burstEnds = Clock::now() + burstGrace;
     if (const auto found = running.find(target); found != running.end()) {
         const TransferInfo &info = found->second->info;
         const bool same = info.source == source && info.state != TransferState::Canceling;
-        return same ? Added::AlreadyRunning : Added::SlotInUse;
+        return same ? AddResult::AlreadyRunning : AddResult::SlotInUse;
     }
     auto transfer = std::make_shared<Transfer>();
     transfer->info = {QUuid::createUuid(), TransferState::Queued, target, source};
     running.emplace(target, transfer);
     queue.push_back(transfer);
     hub.publish(Frames::transferStarted(transfer->info));
-    releaseHeld();
+    reportDeferredEnd();
     changed.notify_one();
-    return Added::Started;
+    return AddResult::Started;
 }
 
 void TransferTable::cancelAll()
@@ -66,7 +66,7 @@ bool TransferTable::usesFolder(int folder) const
 bool TransferTable::isQuiet() const
 {
     const std::lock_guard lock(mutex);
-    return running.empty() && !held;
+    return running.empty() && !deferred;
 }
 
 TransferTable::TransferPointer TransferTable::takeNext()
@@ -79,10 +79,10 @@ TransferTable::TransferPointer TransferTable::takeNext()
             transfer->info.state = TransferState::Transferring;
             return transfer;
         }
-        if (!held)
+        if (!deferred)
             changed.wait(lock);
         else if (changed.wait_until(lock, burstEnds); Clock::now() >= burstEnds)
-            releaseHeld();
+            reportDeferredEnd();
     }
     return {};
 }
@@ -135,23 +135,23 @@ void TransferTable::close()
     changed.notify_all();
 }
 
-/// Reports the end of a transfer that has left the table, or holds the report back.
+/// Reports the end of a transfer that has been removed, or defers the report.
 void TransferTable::end(const TransferInfo &transfer, const QString &error)
 {
     if (running.empty() && Clock::now() < burstEnds) {
-        held = Held{transfer, error};
+        deferred = DeferredEnd{transfer, error};
         changed.notify_all();
         return;
     }
     hub.publish(Frames::transferEnded(transfer, error));
 }
 
-void TransferTable::releaseHeld()
+void TransferTable::reportDeferredEnd()
 {
-    if (!held)
+    if (!deferred)
         return;
-    hub.publish(Frames::transferEnded(held->transfer, held->error));
-    held.reset();
+    hub.publish(Frames::transferEnded(deferred->transfer, deferred->error));
+    deferred.reset();
 }
 
 void TransferTable::cancelAllLocked()

@@ -15,71 +15,72 @@
 #include <mutex>
 #include <optional>
 
-/// The running transfers, what the streams are told of them, and the queue that workers take from.
+/// The running transfers and the queue of the workers. Reports all changes on the streams.
 ///
-/// A client takes the moment in which its table of transfers runs empty for the end of the whole
-/// synchronisation. So the end of the last running transfer is held back until no further command
-/// has come for a while: as long as commands of one burst arrive, the table is never empty.
+/// A client treats the synchronisation as finished as soon as its table of transfers is empty. So
+/// the end of the last running transfer is not reported until no further command has arrived for a
+/// while: the client's table is never empty while commands of one burst arrive.
 ///
-/// One mutex guards the table. Messages are published while it is held, so that every stream sees
-/// them in the order of the changes, and a new stream gets a table that fits what follows. It is
-/// taken before the hub's mutex, never after.
+/// One mutex guards the table. Messages are published while it is locked, so that every stream
+/// gets them in the order of the changes, and the first message of a new stream matches the
+/// following ones. It is locked before the hub's mutex, never after.
 class TransferTable
 {
 public:
-    /// One transfer in the hands of a worker.
+    /// One transfer, which a worker executes.
     struct Transfer
     {
         TransferInfo info;
-        /// Ends the copying at once; empty while there is nothing to end.
+        /// Stops the copying at once; empty while nothing is copied.
         std::function<void()> interrupt;
     };
     using TransferPointer = std::shared_ptr<Transfer>;
 
-    enum class Added {
-        Started,        ///< streams know of it, a worker will take it
-        AlreadyRunning, ///< the same transfer is under way: repeating a command does no harm
-        SlotInUse,      ///< another transfer into this slot is under way
+    enum class AddResult {
+        Started,        ///< reported on the streams and queued
+        AlreadyRunning, ///< the same transfer is running: the repeated command is ignored
+        SlotInUse,      ///< another transfer into this slot is running
     };
 
     TransferTable(NotificationHub &streams, std::chrono::milliseconds grace);
 
-    /// A new stream, which begins with the transfers that run at this moment.
+    /// Adds a stream, whose first message lists the running transfers.
     [[nodiscard]] NotificationHub::Subscription subscribe();
 
-    Added add(SlotId target, const QString &source);
+    AddResult add(SlotId target, const QString &source);
 
-    /// Ends what is queued, interrupts what is being copied, leaves alone what is being imported.
+    /// Cancels queued transfers and interrupts copying ones. Imports are not canceled.
     void cancelAll();
 
     [[nodiscard]] bool usesSlot(SlotId slot) const;
     [[nodiscard]] bool usesFolder(int folder) const;
     [[nodiscard]] bool isQuiet() const;
 
-    /// For workers: waits for the next transfer, which is in state `Transferring` from then on.
-    /// Null when the table has been closed.
+    /// For workers: waits for the next transfer and sets its state to `Transferring`. Null when
+    /// the table has been closed.
     [[nodiscard]] TransferPointer takeNext();
 
-    /// How to end the copying from outside. False when it has been canceled already.
+    /// Sets the function that stops the copying. False when the transfer has been canceled.
     [[nodiscard]] bool setInterrupt(Transfer &transfer, std::function<void()> interrupt);
     [[nodiscard]] bool isCanceled(const Transfer &transfer) const;
 
     void report(const Transfer &transfer, int percent, int bytesPerSecond);
 
-    /// From copying to importing, from where there is no way back. False when it was canceled.
+    /// Changes the state from copying to importing, which cannot be canceled. False when the
+    /// transfer has been canceled.
     [[nodiscard]] bool beginImport(Transfer &transfer);
 
-    /// The transfer has ended: finished, canceled, or failed in one of the other states.
+    /// Removes a transfer that has finished, was canceled, or failed in one of the other states.
     void finish(Transfer &transfer, TransferState state, const QString &error);
 
-    /// Cancels everything and sends the workers home.
+    /// Cancels all transfers and makes `takeNext` return null.
     void close();
 
 private:
     using Clock = std::chrono::steady_clock;
 
     void end(const TransferInfo &transfer, const QString &error);
-    void releaseHeld();
+    void reportDeferredEnd();
     void cancelAllLocked();
 
     NotificationHub &hub;
@@ -88,13 +89,13 @@ private:
     std::condition_variable changed;
     std::map<SlotId, TransferPointer> running;
     std::deque<TransferPointer> queue;
-    /// The last transfer of a burst: ended, but not yet reported.
-    struct Held
+    /// The last transfer of a burst, which has ended but is not reported yet.
+    struct DeferredEnd
     {
         TransferInfo transfer;
         QString error;
     };
-    std::optional<Held> held;
+    std::optional<DeferredEnd> deferred;
     Clock::time_point burstEnds;
     bool closed = false;
 };

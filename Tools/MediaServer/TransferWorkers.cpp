@@ -15,7 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Reports the progress of one download, at most ten times a second.
+/// Reports the progress of one download, at most ten times per second.
 class ProgressReporter
 {
 public:
@@ -49,12 +49,13 @@ private:
 } // namespace
 
 TransferWorkers::TransferWorkers(TransferTable &transferTable, Library &storage,
-                                 MediaLink &mediaLink, ImportPause &pauseOfImports, Settings how)
+                                 MediaLink &mediaLink, ImportDelay &sharedDelay,
+                                 Settings workerSettings)
     : table(transferTable)
     , library(storage)
     , link(mediaLink)
-    , importPause(pauseOfImports)
-    , settings(std::move(how))
+    , importDelay(sharedDelay)
+    , settings(std::move(workerSettings))
 {
     for (int i = 0; i < settings.workers; ++i)
         threads.emplace_back([this] { work(); });
@@ -63,7 +64,7 @@ TransferWorkers::TransferWorkers(TransferTable &transferTable, Library &storage,
 TransferWorkers::~TransferWorkers()
 {
     table.close();
-    importPause.close();
+    importDelay.close();
     for (std::thread &thread : threads)
         thread.join();
 }
@@ -83,7 +84,7 @@ void TransferWorkers::carryOut(TransferTable::Transfer &transfer, FileFetcher &f
 {
     const QString path = library.newIncomingPath();
     const Outcome outcome = copy(transfer, fetcher, path);
-    // Before the report: whoever hears of the end finds nothing left over.
+    // Before the report, so that no file is left when a client knows of the end.
     QFile::remove(path);
     table.finish(transfer, outcome.state, outcome.error);
 }
@@ -94,7 +95,8 @@ TransferWorkers::Outcome TransferWorkers::copy(TransferTable::Transfer &transfer
     const SlotId target = transfer.info.target;
     const QString &source = transfer.info.source;
     if (!fetcher.connectTo(source))
-        return {TransferState::Queued, u"\"%1\" is no address of a server"_s.arg(source)};
+        return {TransferState::Queued,
+                u"There is no address http://HOST:PORT in \"%1\""_s.arg(source)};
     if (!table.setInterrupt(transfer, [&fetcher] { fetcher.stop(); }))
         return {TransferState::Canceled, {}};
     ProgressReporter reporter(table, transfer);
@@ -117,7 +119,7 @@ TransferWorkers::Outcome TransferWorkers::copy(TransferTable::Transfer &transfer
 TransferWorkers::Outcome TransferWorkers::import(SlotId target, const StoredVisual &visual,
                                                  const QString &path)
 {
-    (void)importPause.wait(); // what was begun is ended, even if the server ends
+    (void)importDelay.wait(); // an import is completed even if the server ends
     if (settings.failImport.contains(target))
         return {TransferState::Importing, u"Import failure"_s};
     const QString error = library.store(target, visual, path);

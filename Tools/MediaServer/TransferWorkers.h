@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "MediaServer/ImportPause.h"
+#include "MediaServer/ImportDelay.h"
 #include "MediaServer/Library.h"
 #include "MediaServer/MediaLink.h"
 #include "MediaServer/Options.h"
@@ -14,10 +14,9 @@
 
 class FileFetcher;
 
-/// The workers that carry out transfers: each takes one from the table, fetches the file into the
-/// library's incoming directory, imports it and reports. A canceled or failed transfer leaves no
-/// file behind and the slot as it was. Everything that is shared lives in the table, the library,
-/// the link and the pause, each with its own lock.
+/// The worker threads: each takes a transfer from the table, fetches the file into the library's
+/// incoming directory, imports it and reports the result. A canceled or failed transfer leaves no
+/// file and does not change the slot. The shared objects are thread-safe.
 class TransferWorkers
 {
 public:
@@ -29,8 +28,8 @@ public:
     };
 
     TransferWorkers(TransferTable &transferTable, Library &storage, MediaLink &mediaLink,
-                    ImportPause &pauseOfImports, Settings how);
-    /// Cancels what runs and waits for the workers.
+                    ImportDelay &sharedDelay, Settings workerSettings);
+    /// Cancels the running transfers and waits for the workers.
     ~TransferWorkers();
 
     TransferWorkers(const TransferWorkers &) = delete;
@@ -52,7 +51,7 @@ private:
     TransferTable &table;
     Library &library;
     MediaLink &link;
-    ImportPause &importPause;
+    ImportDelay &importDelay;
     const Settings settings;
     std::vector<std::thread> threads;
 };

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t smallFieldLimit = 4096;
 
-/// A form on its way in: small fields are kept, the file goes to disk.
+/// A form that is being received: keeps the small fields and writes the file to disk.
 struct IncomingForm
 {
     QFile file;
@@ -28,7 +28,7 @@ struct IncomingForm
         if (part.name != "visualFile") {
             current = &fields.emplace(part.name, std::string())->second;
         } else if (hasFile) {
-            error = u"There is more than one file"_s;
+            error = u"The form has more than one file"_s;
         } else {
             hasFile = true;
             fields.emplace(part.name, part.filename);
@@ -38,7 +38,7 @@ struct IncomingForm
         return true;
     }
 
-    void take(const char *data, std::size_t size)
+    void append(const char *data, std::size_t size)
     {
         if (current) {
             if (current->size() + size <= smallFieldLimit)
@@ -66,7 +66,7 @@ struct IncomingForm
     }
 };
 
-/// Browsers and Qt write these three characters of a file name in percent form, and no others.
+/// Browsers and Qt percent-encode only these three characters of a file name.
 QString decodedFileName(const std::string &name)
 {
     QString text = QString::fromStdString(name);
@@ -77,20 +77,20 @@ QString decodedFileName(const std::string &name)
 } // namespace
 
 UploadHandler::UploadHandler(Library &storage, TransferTable &transferTable, MediaLink &mediaLink,
-                             ImportPause &pauseOfImports)
+                             ImportDelay &sharedDelay)
     : library(storage)
     , transfers(transferTable)
     , link(mediaLink)
-    , importPause(pauseOfImports)
+    , importDelay(sharedDelay)
 {
 }
 
-CommandResult UploadHandler::take(const httplib::Request &request,
-                                  const httplib::ContentReader &reader, FormFields &fields)
+CommandResult UploadHandler::receive(const httplib::Request &request,
+                                     const httplib::ContentReader &reader, FormFields &fields)
 {
     if (!request.is_multipart_form_data()) {
-        readToTheEnd(request, reader);
-        return CommandResult::failure(u"An upload is a multipart form"_s);
+        discardBody(request, reader);
+        return CommandResult::failure(u"An upload must be a multipart form"_s);
     }
     const QString path = library.newIncomingPath();
     IncomingForm form;
@@ -98,8 +98,8 @@ CommandResult UploadHandler::take(const httplib::Request &request,
     const bool complete =
         reader([&](const httplib::MultipartFormData &part) { return form.beginPart(part); },
                [&](const char *data, std::size_t size) {
-                   form.take(data, size);
-                   return link.pass(size);
+                   form.append(data, size);
+                   return link.transmit(size);
                });
     if (!complete)
         HttpServer::closeAfterResponse();
@@ -111,8 +111,8 @@ CommandResult UploadHandler::take(const httplib::Request &request,
     return result;
 }
 
-void UploadHandler::readToTheEnd(const httplib::Request &request,
-                                 const httplib::ContentReader &reader)
+void UploadHandler::discardBody(const httplib::Request &request,
+                                const httplib::ContentReader &reader)
 {
     const auto ignore = [](const char *, std::size_t) { return true; };
     if (request.is_multipart_form_data())
@@ -130,7 +130,7 @@ CommandResult UploadHandler::store(const FormFields &fields, const QString &hash
         return reader.result;
     if (transfers.usesSlot(slot))
         return {ResultCode::VisualInUse, {}};
-    if (!importPause.wait())
+    if (!importDelay.wait())
         return {ResultCode::UnknownFailure, {}};
     const QString name = decodedFileName(fields.find("visualFile")->second);
     const QString error = library.store(slot, {Library::safeFileName(name), hash}, path);

@@ -4,27 +4,27 @@
 #pragma once
 
 #include "MediaServer/CommandHandler.h"
-#include "MediaServer/ImportPause.h"
+#include "MediaServer/ImportDelay.h"
 #include "MediaServer/MediaLink.h"
 
 #include <httplib.h>
 
-/// Takes uploads: the file goes to disk as it arrives, never into memory, and into its slot when
-/// the form is complete. The body is read to its end even when the upload is refused early, since
-/// the client listens for the answer only then; a body that cannot be read ends the connection.
+/// Receives uploads: the file is written to disk as it arrives and moved into its slot when the
+/// form is complete. The body is read completely even when the upload is refused, since clients
+/// read the response only after that. If the body cannot be read, the connection is closed.
 class UploadHandler
 {
 public:
     UploadHandler(Library &storage, TransferTable &transferTable, MediaLink &mediaLink,
-                  ImportPause &pauseOfImports);
+                  ImportDelay &sharedDelay);
 
-    /// Reads the form. `fields` gets its small fields, the name of the file as "visualFile" and
-    /// its length as "bytes".
-    [[nodiscard]] CommandResult take(const httplib::Request &request,
-                                     const httplib::ContentReader &reader, FormFields &fields);
+    /// Reads the form. `fields` gets its small fields, the file's name as "visualFile" and the
+    /// file's length as "bytes".
+    [[nodiscard]] CommandResult receive(const httplib::Request &request,
+                                        const httplib::ContentReader &reader, FormFields &fields);
 
-    /// Reads whatever comes and keeps nothing of it.
-    static void readToTheEnd(const httplib::Request &request, const httplib::ContentReader &reader);
+    /// Reads the body and ignores it.
+    static void discardBody(const httplib::Request &request, const httplib::ContentReader &reader);
 
 private:
     [[nodiscard]] CommandResult store(const FormFields &fields, const QString &hash,
@@ -33,5 +33,5 @@ private:
     Library &library;
     TransferTable &transfers;
     MediaLink &link;
-    ImportPause &importPause;
+    ImportDelay &importDelay;
 };

@@ -10,7 +10,7 @@
 
 int main(int argc, char *argv[])
 {
-    // A server has no display; the pictures need only the fonts.
+    // No display is needed: QGuiApplication is only for the fonts of generated pictures.
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
     QString error;

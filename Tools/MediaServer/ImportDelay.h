@@ -7,30 +7,30 @@
 #include <condition_variable>
 #include <mutex>
 
-/// The time that imports take, which can be cut short.
-class ImportPause
+/// Makes imports take a time, which can be skipped.
+class ImportDelay
 {
 public:
-    explicit ImportPause(std::chrono::milliseconds time)
+    explicit ImportDelay(std::chrono::milliseconds time)
         : duration(time)
     {
     }
 
-    /// Waits for as long as an import takes; false if the server ends meanwhile.
+    /// Waits for the time of one import. False if the server ends meanwhile.
     [[nodiscard]] bool wait()
     {
         std::unique_lock lock(mutex);
-        changed.wait_for(lock, duration, [this] { return calledOff || closed; });
+        changed.wait_for(lock, duration, [this] { return skipped || closed; });
         return !closed;
     }
-    /// From now on imports take no time; those that wait end at once.
-    void callOff()
+    /// Waiting imports continue at once, later ones do not wait.
+    void skip()
     {
         const std::lock_guard lock(mutex);
-        calledOff = true;
+        skipped = true;
         changed.notify_all();
     }
-    /// The server ends.
+    /// Call when the server ends: `wait` returns false.
     void close()
     {
         const std::lock_guard lock(mutex);
@@ -42,6 +42,6 @@ private:
     const std::chrono::milliseconds duration;
     std::mutex mutex;
     std::condition_variable changed;
-    bool calledOff = false;
+    bool skipped = false;
     bool closed = false;
 };
