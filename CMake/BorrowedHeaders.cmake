@@ -1,10 +1,10 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-# Lets a compiler for Windows read the headers of the libraries that Debian has for itself. See
+# Lets the cross compiler for Windows use the headers of Debian's own libraries. See
 # WindowsToolchain.cmake.
 
-# /usr/include has the headers of Linux's C library as well, so only those libraries are shown.
+# /usr/include also has the headers of the C library of Linux, so only these libraries are linked to.
 list(APPEND CMAKE_CXX_IMPLICIT_INCLUDE_DIRECTORIES /usr/include)
 set(borrowed ${PROJECT_BINARY_DIR}/include)
 file(MAKE_DIRECTORY ${borrowed})
@@ -13,13 +13,13 @@ foreach(library boost fmt spdlog)
 endforeach()
 include_directories(SYSTEM ${borrowed})
 
-# Qt defines these for all its users on Windows.
+# Qt defines these on Windows for all targets that use it.
 add_compile_definitions(UNICODE _UNICODE WIN32)
 
-# The libraries are known only after the project has looked for them.
+# Deferred, because the libraries are known only after the project's find_package calls.
 #
-# CMake asks a shared library of Windows for its import library. There is none: this name is for the
-# build's rules only, and nothing that needs it is linked.
+# On Windows CMake requires the import library of a shared library. Nothing that needs one is linked,
+# so any existing file will do for the rules of the build.
 function(brenvoka_borrow_libraries)
     get_property(targets DIRECTORY PROPERTY IMPORTED_TARGETS)
     foreach(target IN LISTS targets)
@@ -30,7 +30,7 @@ function(brenvoka_borrow_libraries)
                 IMPORTED_IMPLIB_NONE ${PROJECT_SOURCE_DIR}/CMakeLists.txt)
         endif()
     endforeach()
-    # As spdlog is best built for Windows, where a user's name may be in any script.
+    # On Windows log paths need wide characters, since a user's name may be in any script.
     set_property(TARGET spdlog::spdlog APPEND PROPERTY
         INTERFACE_COMPILE_DEFINITIONS SPDLOG_WCHAR_FILENAMES)
 endfunction()

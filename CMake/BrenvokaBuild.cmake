@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-# What every target of the project is compiled with, and the functions that add sources and tests.
+# The compile options of all targets, and the functions that add sources and tests.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -19,17 +19,17 @@ if(WIN32)
         NOMINMAX WIN32_LEAN_AND_MEAN _WINSOCK_DEPRECATED_NO_WARNINGS)
 endif()
 if(MSVC)
-    # C5030: the attribute of another compiler, which checks the log's formats, is not recognised.
+    # C5030: unknown attribute; the log uses one of GCC and clang that checks format strings.
     target_compile_options(brenvoka-build INTERFACE /W4 /wd5030 /utf-8)
 else()
     target_compile_options(brenvoka-build INTERFACE
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
-    # GCC 12 sees overlapping copies inside std::string where there are none (GCC bug 105651).
+    # GCC 12 wrongly reports overlapping copies in std::string (GCC bug 105651).
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
         target_compile_options(brenvoka-build INTERFACE -Wno-restrict)
     endif()
 endif()
-# What makes faults of memory harder to use. A sanitizer brings checks of its own.
+# Hardening against memory errors. The sanitizers have their own checks.
 if(UNIX AND NOT APPLE AND NOT BRENVOKA_SANITIZERS)
     include(CheckPIESupported)
     check_pie_supported()
@@ -53,8 +53,8 @@ if(BRENVOKA_COVERAGE)
     target_link_options(brenvoka-build INTERFACE --coverage)
 endif()
 
-# brenvoka_sources(TARGET FILE...): adds files of the calling folder to a target and hands each
-# .cpp its own path in the form that the log expects, "..\Sources\Service\ThumbnailService".
+# brenvoka_sources(TARGET FILE...): adds files of the calling folder to a target and defines the path
+# of each .cpp in the form that the log expects, "..\Sources\Service\ThumbnailService".
 function(brenvoka_sources target)
     foreach(file IN LISTS ARGN)
         set(source ${CMAKE_CURRENT_SOURCE_DIR}/${file})
@@ -70,8 +70,7 @@ function(brenvoka_sources target)
 endfunction()
 
 # brenvoka_layer(NAME SOURCES file... [LINKS target...] [PRIVATE_LINKS target...])
-# Builds the static library brenvoka-NAME from files of the calling folder. A test that links it links
-# nothing above it.
+# Builds the static library brenvoka-NAME from files of the calling folder.
 function(brenvoka_layer name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
     set(target brenvoka-${name})
@@ -81,8 +80,8 @@ function(brenvoka_layer name)
     target_link_libraries(${target}
         PUBLIC ${arg_LINKS}
         PRIVATE brenvoka-build ${arg_PRIVATE_LINKS})
-    # Rules of their own for the forms: with AUTOUIC, Ninja sees only at its next run that a form's
-    # header has changed.
+    # Explicit rules for the forms: with AUTOUIC, Ninja sees only at its next run that a form's header
+    # has changed.
     list(FILTER arg_SOURCES INCLUDE REGEX "\\.ui$")
     if(arg_SOURCES)
         qt_wrap_ui(form_headers ${arg_SOURCES})
@@ -91,8 +90,8 @@ function(brenvoka_layer name)
     endif()
 endfunction()
 
-# brenvoka_write_layers(FILE TARGET...): which libraries of the program each target links, one
-# "USER -> USED" a line, without the prefix "brenvoka-".
+# brenvoka_write_layers(FILE TARGET...): writes which libraries of the program each target links, as
+# lines "USER -> USED" without the prefix "brenvoka-".
 function(brenvoka_write_layers file)
     set(arrows "")
     foreach(target IN LISTS ARGN)

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-# Read by CPack before it makes a package.
+# Read by CPack before it builds a package.
 
 if(CPACK_GENERATOR STREQUAL "DEB")
     # Without it CPack would only print a message and omit the libraries from the dependencies.

@@ -2,21 +2,21 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 #
-# What a machine can check of the house rules in a few seconds. Prints each breach and exits with 1
-# if there was one.
+# Checks the style rules that can be checked in a few seconds. Prints each violation and exits with
+# 1 if there was one.
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
 failed=0
-breach() {
+violation() {
     echo "style: $1"
     failed=1
 }
-# report TEXT COMMAND...: every line that the command prints is a breach
+# report TEXT COMMAND...: every line that the command prints is a violation
 report() {
     local text=$1 line
     shift
-    while IFS= read -r line; do breach "$text: $line"; done < <("$@")
+    while IFS= read -r line; do violation "$text: $line"; done < <("$@")
 }
 
 mapfile -t cxx < <(git ls-files --cached --others --exclude-standard '*.cpp' '*.h')
@@ -25,41 +25,41 @@ mapfile -t python < <(git ls-files --cached --others --exclude-standard '*.py')
 mapfile -t forms < <(git ls-files --cached --others --exclude-standard '*.ui')
 mapfile -t build < <(git ls-files --cached --others --exclude-standard '*CMakeLists.txt' '*.cmake')
 
-# Formatting is a matter for the formatter.
+# Formatting is checked by clang-format.
 printf '%s\0' "${cxx[@]}" | xargs -0 -P "$(nproc)" -n 16 clang-format --dry-run -Werror || failed=1
 
-# Every source says who owns it and under which terms, in its first lines.
+# Every source starts with its copyright and licence.
 for file in "${cxx[@]}" "${shell[@]}" "${python[@]}" "${build[@]}" "${forms[@]}"; do
     head -n 3 "$file" | grep -q 'SPDX-FileCopyrightText: The Brenvoka authors' &&
-        head -n 4 "$file" | grep -q 'SPDX-License-Identifier: MIT' || breach "no SPDX lines: $file"
+        head -n 4 "$file" | grep -q 'SPDX-License-Identifier: MIT' || violation "no SPDX lines: $file"
 done
 
-# Each folder includes only headers of layers that its own may use, as Docs/layers.dot draws them.
-python3 -B Tests/Docs/test_layers.py Includes 2>/dev/null || breach 'a folder includes a layer that it may not, see Tests/Docs/test_layers.py'
-# Connections are checked by the compiler.
+# Each folder includes only headers of the layers that it may use according to Docs/layers.dot.
+python3 -B Tests/Docs/test_layers.py Includes 2>/dev/null || violation 'a folder includes a layer that it must not use, see Tests/Docs/test_layers.py'
+# Connections by name are checked only at run time.
 report 'connect by pointer to member' \
     git grep -nE '\b(SIGNAL|SLOT)\(|\bsender\(\)' -- '*.cpp' '*.h'
 
-# Both ends of the wire are written apart, so that a misreading is not mirrored.
+# A misunderstanding of the protocol in shared code would not show in tests.
 report 'the rehearsal server shares no code with the program' \
     git grep -nP '#include "(?!MediaServer/)|brenvoka-(?!build)' \
     -- Tools/MediaServer
 
 # Tests wait for conditions.
-report 'a test that waits for time' \
+report 'a test sleeps instead of waiting for a condition' \
     git grep -nE 'QTest::qWait\(|QThread::(m|u)?sleep|this_thread::sleep' -- 'Tests/*.cpp' 'Tests/*.h'
 
 # The build hands them out, so that no two test programs have the same; see Tests/Support/Loopback.h.
 report 'an address that another test may have' \
     git grep -nE '127[\]*\.[1-8][0-9][\]*\.[0-9]+' -- 'Tests/*.cpp' 'Tests/*.h' 'Tests/*.py'
 
-for file in "${shell[@]}" demo.sh test.sh; do bash -n "$file" || breach "does not parse: $file"; done
+for file in "${shell[@]}" demo.sh test.sh; do bash -n "$file" || violation "does not parse: $file"; done
 for file in "${python[@]}"; do
-    python3 - "$file" <<'PY' || breach "does not parse: $file"
+    python3 - "$file" <<'PY' || violation "does not parse: $file"
 import ast, sys
 ast.parse(open(sys.argv[1], encoding="utf-8").read(), sys.argv[1])
 PY
 done
 
-[ $failed -eq 0 ] && echo "style: ${#cxx[@]} C++ files, ${#python[@]} Python files and ${#shell[@]} scripts are in order"
+[ $failed -eq 0 ] && echo "style: ${#cxx[@]} C++ files, ${#python[@]} Python files and ${#shell[@]} scripts have no violations"
 exit $failed

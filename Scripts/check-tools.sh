@@ -2,10 +2,10 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 #
-# What other programs find in Sources: clang-tidy, clazy and cppcheck in the text, the thread
-# sanitizer in the tests of the log, valgrind in a selection of tests. Installs what it needs and
-# prints a line for each; what they found is in build/tools. The exit code is 0 only if all are
-# clean. Arguments name some of them: clang-tidy clazy cppcheck threads valgrind
+# Runs analysis tools on Sources: clang-tidy, clazy and cppcheck on the code, the thread sanitizer
+# on the tests of the log, valgrind on a selection of tests. Installs missing packages and prints a
+# line for each tool; their output is in build/tools. Exits with 0 only if all are clean. Arguments
+# select tools: clang-tidy clazy cppcheck threads valgrind
 set -uo pipefail
 cd "$(dirname "$0")/.."
 
@@ -29,8 +29,8 @@ build() {
         cmake --build --preset "$preset" --parallel "$jobs" --target "$@"
 }
 
-# How each source is compiled, and the headers of the forms. The build would compile all of a
-# library before it makes those.
+# Creates the compilation database and the headers of the forms, which the build would create only
+# while it compiles the libraries.
 prepare_sources() {
     local form uic
     uic=$(qmake6 -query QT_HOST_LIBEXECS)/uic
@@ -48,18 +48,18 @@ clang_tidy() {
 
 clazy() {
     prepare_sources >/dev/null || return
-    # strict-iterators: `erase` of Qt 6 takes the constant ones, which the others become, and the
-    # compiler sees the rest (QT_STRICT_ITERATORS). qstring-ref: Qt 6 has no references to strings.
+    # strict-iterators: in Qt 6 `erase` takes const iterators, and the compiler reports the other
+    # cases (QT_STRICT_ITERATORS). qstring-ref: Qt 6 has no QStringRef.
     printf '%s\0' "${sources[@]}" |
         CLAZY_HEADER_FILTER="$PWD/Sources/.*" xargs -0 -P "$jobs" -n 8 \
             clazy-standalone -p build/tidy -checks=level0,level1,no-strict-iterators,no-qstring-ref 2>&1 |
         tee "$logs/clazy.found" &&
-        # What it found does not show in the exit code of all versions.
+        # Not all versions exit with an error when they have found something.
         ! grep -qE 'warning:|error:' "$logs/clazy.found"
 }
 
 cppcheck_sources() {
-    # Its description of Qt lacks the one macro.
+    # Its description of Qt does not have this macro.
     cppcheck --quiet -j "$jobs" --language=c++ --std=c++20 --library=qt -I Sources \
         '-DQ_DISABLE_COPY_MOVE(Class)=' --enable=warning,performance,portability \
         --suppressions-list=Scripts/cppcheck-suppressions.txt --error-exitcode=1 Sources
@@ -111,7 +111,7 @@ for tool in "$@"; do
         threads) check "$tool" threads ;;
         valgrind) check "$tool" memory ;;
         *)
-            echo "No such tool: $tool" >&2
+            echo "Unknown tool: $tool" >&2
             exit 2
             ;;
     esac

@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""The operator's work on a virtual display: two servers are found and compared, a visual is moved,
-two are removed, a picture is uploaded, and the servers are made equal.
+"""A demonstration on a virtual display: finds and compares two servers, moves a visual, removes two
+visuals, uploads a picture, and makes the servers equal.
 
 Usage: demo.py BUILD-DIRECTORY OUTPUT-DIRECTORY
 """
@@ -26,30 +26,29 @@ from stage.rehearsal import Rehearsal                   # noqa: E402
 from stage.servers import DoesNotServe                  # noqa: E402
 from stage.waiting import wait_for                      # noqa: E402
 
-FOLDER = 1         # where the work by hand is done
-FREE_SLOT = 12     # on the screen without scrolling, and empty in that folder
+FOLDER = 1         # the folder whose visuals are moved, removed and uploaded
+FREE_SLOT = 12     # an empty slot of that folder, visible without scrolling
 REMOVE, MOVE, RENAME, SYNC = 2, 3, 5, 1
 
 
 class Before:
-    """What the two libraries say of themselves before the synchronisation, and what was ordered so
-    far."""
+    """The libraries before the synchronisation, and the commands that were sent until then."""
 
     def __init__(self, source, destination):
         self._destination = destination
-        self._orders = {kind: len(destination.commands(kind)) for kind in (SYNC, REMOVE, RENAME)}
+        self._sent = {kind: len(destination.commands(kind)) for kind in (SYNC, REMOVE, RENAME)}
         have, want = destination.slots(), source.slots()
         self.compared = len(set(have) | set(want))
         self.differing = sum(have.get(slot) != want.get(slot) for slot in set(have) | set(want))
         ours, theirs = source.folder_names(), destination.folder_names()
         self.renames = sum(ours[slot] != theirs.get(slot) for slot in ours)
 
-    def orders_since(self, kind):
-        return len(self._destination.commands(kind)) - self._orders[kind]
+    def commands_since(self, kind):
+        return len(self._destination.commands(kind)) - self._sent[kind]
 
 
 class Demonstration:
-    """Each step shows itself in a screenshot and tells of itself in a line."""
+    """Each step saves a screenshot and prints a line."""
 
     def __init__(self, program, rehearsal, output):
         self.program = program
@@ -82,8 +81,8 @@ class Demonstration:
             "the out-of-sync sign is hidden although the libraries differ"
         self.show("folders-before")
 
-    def work_by_hand(self):
-        """Moves, removes and uploads on the left, which is then what the right is made equal to."""
+    def change_the_left_server(self):
+        """Moves, removes and uploads visuals on the left server, the source of the sync."""
         bank, left = self.banks[0], self.rehearsal.left
         bank.open(FOLDER)
         self.wait_for_rows(SLOTS)
@@ -109,7 +108,7 @@ class Demonstration:
         bank.select(*(slot + 1 for slot in slots))
         bank.remove()
         self.answer("Visual remove", "remove-warning")
-        wait_for(lambda: not set(names) & set(bank.rows()), "the visuals to go")
+        wait_for(lambda: not set(names) & set(bank.rows()), "the visuals to be removed")
         self.show("removed")
         assert not any((FOLDER, slot) in server.slots() for slot in slots)
         print("visuals removed:    " + ", ".join(f'"{name}"' for name in names))
@@ -128,7 +127,7 @@ class Demonstration:
         print(f'visual uploaded:    "{server.slots()[FOLDER, slot][0]}"')
 
     def make_equal(self):
-        """Presses left-to-right with nothing selected and answers the warning."""
+        """Clicks left-to-right with nothing selected and confirms the warning."""
         before = Before(self.rehearsal.left, self.rehearsal.right)
         self.program.button("from bank a to bank b").click()
         self.answer("Visual synchronize", "sync-warning")
@@ -137,18 +136,18 @@ class Demonstration:
         self.program.wait_until_no_dialog(120)
         for server in self.rehearsal.servers:
             server.wait_until_quiet()
-        wait_for(lambda: not self.program.out_of_sync(), "the out-of-sync sign to go", 60)
+        wait_for(lambda: not self.program.out_of_sync(), "the out-of-sync sign to be hidden", 60)
         self.show("folders-after")
         print(f"visuals compared:   {before.compared}")
         print(f"visuals differing:  {before.differing}")
-        print(f"visuals copied:     {before.orders_since(SYNC)}")
-        print(f"visuals cleared:    {before.orders_since(REMOVE)}")
-        print(f"folders renamed:    {before.orders_since(RENAME)} "
+        print(f"visuals copied:     {before.commands_since(SYNC)}")
+        print(f"visuals cleared:    {before.commands_since(REMOVE)}")
+        print(f"folders renamed:    {before.commands_since(RENAME)} "
               f"(names that differed: {before.renames})")
 
 
 def perform(build, output):
-    """The whole work; returns whether the program ended well and left the libraries equal."""
+    """Runs all steps; returns whether the program exits with 0 and the libraries are equal."""
     with contextlib.ExitStack() as stage:
         display = Display()
         stage.callback(display.close)
@@ -160,13 +159,13 @@ def perform(build, output):
         try:
             program.wait_for_window()
             demonstration.choose_two_servers()
-            demonstration.work_by_hand()
+            demonstration.change_the_left_server()
             demonstration.make_equal()
             code = program.close_window()
         except Exception:
             demonstration.show("at-the-failure")
             raise
-        print(f"program's exit:     {code}")
+        print(f"exit code:          {code}")
         return rehearsal.left.files() == rehearsal.right.files() and code == 0
 
 

@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 #
-# Installs what the program, its tests and the demonstration need on Debian 12 (or a relative with
-# the same package names), and nothing when all of it is there. Elsewhere it says what to install.
-# Arguments name further packages.
+# Installs the missing packages for the program, its tests and the demonstration on Debian 12 (or a
+# distribution with the same package names). On other systems it prints what to install. Arguments
+# are additional packages.
 set -euo pipefail
 
 packages=(
@@ -19,7 +19,7 @@ packages=(
     curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei
     # fuzzers
     clang libclang-rt-dev
-    # the package and what checks it
+    # the Debian package and its tests
     dpkg-dev file desktop-file-utils appstream groff-base
     # style and pictures
     clang-format librsvg2-bin
@@ -28,7 +28,7 @@ packages=(
 
 by_hand() {
     cat >&2 <<'TEXT'
-These have to be installed by hand, if they are not there:
+Please install what is missing of this list:
   a C++20 compiler (GCC 12 or later), CMake 3.25 or later, Ninja, git, clang-format 14
   Qt 6.4 or later: Core, Gui, Widgets, Network, Test, and the xcb and offscreen platform plug-ins
   spdlog 1.10 or later, fmt 9 or later, Boost.Filesystem 1.74 or later, cpp-httplib 0.11 or later
@@ -41,9 +41,9 @@ TEXT
 }
 
 if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
-    echo "This machine has no apt-get." >&2
+    echo "This system has no apt-get." >&2
     by_hand
-    # Whoever installed them already can go on.
+    # The caller continues if the tools of the build are installed.
     command -v cmake >/dev/null && command -v ninja >/dev/null
     exit
 fi
@@ -70,7 +70,7 @@ install() {
             apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 install || {
-    echo "apt-get could not install them: these are the names of Debian 12." >&2
+    echo "apt-get failed. The package names are those of Debian 12." >&2
     by_hand
     exit 1
 }

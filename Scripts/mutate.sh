@@ -2,12 +2,12 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 #
-# Do the tests bite? Plants the faults of Scripts/mutations one at a time into a copy of the tree,
-# rebuilds what must be rebuilt and runs the tests of that file. Prints a table; the exit code is 0
-# only if every fault was caught or says itself why it cannot be seen.
+# Mutation tests: applies the faults of Scripts/mutations one at a time to a copy of the tree,
+# rebuilds it and runs the tests that the table names. Prints a table. Exits with 0 only if every
+# fault is caught, or is marked as unseen and is not caught.
 #
 #   Scripts/mutate.sh                      all faults
-#   Scripts/mutate.sh Server UIController  those of these tables
+#   Scripts/mutate.sh Server UIController  the faults of these tables
 #   Scripts/mutate.sh --jobs 2 --fault "hash" --list     see --help
 set -euo pipefail
 exec python3 -B "$(dirname "$0")/mutate.py" "$@"

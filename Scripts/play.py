@@ -1,8 +1,8 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""Opens the program on three rehearsal servers and leaves the rest to the operator. Its settings,
-its log and its caches lie beside the servers' libraries and not among the operator's own.
+"""Runs the program with three rehearsal servers for the operator to try. Its settings, log and
+caches are in the output directory and not in the operator's home directory.
 
 Usage: play.py BUILD-DIRECTORY OUTPUT-DIRECTORY
 """
@@ -26,9 +26,9 @@ from stage.servers import DoesNotServe                  # noqa: E402
 def play(build, output):
     """Returns the exit code of the program."""
     with contextlib.closing(Rehearsal(build / "media-server", output / "servers")):
-        print("Stage left and Stage right differ; Foyer stands in another subnet. Have a look.")
-        with open(output / "program.txt", "wb") as said:
-            program = start([build / "brenvoka"], stdout=said,
+        print("Stage left and Stage right differ; Foyer is in another subnet.")
+        with open(output / "program.txt", "wb") as output_file:
+            program = start([build / "brenvoka"], stdout=output_file,
                             env={**os.environ, **folders_below(output / "home")})
         try:
             return program.wait()

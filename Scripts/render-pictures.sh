@@ -3,24 +3,24 @@
 # SPDX-License-Identifier: MIT
 #
 #   Scripts/render-pictures.sh            renders the drawings of Bin/bitmap/drawings to PNG files,
-#                                         and the program's icon in the sizes that desktops look for
-#   Scripts/render-pictures.sh --check    says what does not belong together: a PNG file that is not
-#                                         what its drawing renders to, a file without the other, and
-#                                         a picture that Resources.qrc does not name or names in vain
+#                                         and the program's icon in the sizes that desktops use
+#   Scripts/render-pictures.sh --check    reports PNG files that differ from their drawings, drawings
+#                                         and PNG files without their counterparts, and differences
+#                                         between the files and the list in Resources.qrc
 #
-# The PNG files are committed, so that a build needs neither this script nor its tools: rsvg-convert
-# and ImageMagick (Debian: librsvg2-bin, imagemagick).
+# The PNG files are committed, so a build needs neither this script nor its tools: rsvg-convert and
+# ImageMagick (Debian: librsvg2-bin, imagemagick).
 set -euo pipefail
 cd "$(dirname "$0")/../Bin/bitmap"
 
-# Where Qt chooses the file by itself: in icons and in the style sheet. The others are painted on,
-# or painted themselves, pixel by pixel.
+# Icons and pictures of the style sheet, for which Qt selects the @2x file. The program paints the
+# other pictures, or paints on them, pixel by pixel.
 double_density='^(back|combobox-arrows|grid.*|image.*|leftToRight|list.*|remove|rightToLeft|unsynced|upload|zorvikLogo)$'
 desktop_sizes='16 22 24 32 48 64 128 256'
-# Renderers may round an edge's colour differently, by less than anyone sees.
+# Renderers may round the colours of edges differently; this is not visible.
 tolerance=2%
 
-# render SCALE DRAWING PNG: 8-bit RGBA, without dates and texts.
+# render SCALE DRAWING PNG: writes 8-bit RGBA without dates and other metadata.
 render() {
     rsvg-convert "$1" "$2" |
         convert png:- -strip -define png:compression-level=9 -define png:exclude-chunks=all "PNG32:$3"
@@ -55,7 +55,7 @@ named_pictures() {
     sed -n 's,.*<file[^>]*>Bin/bitmap/\(.*\.png\)</file>.*,\1,p' ../../Resources.qrc | LC_ALL=C sort
 }
 
-# same_picture ONE OTHER: of one size, and no pixel further away than the tolerance.
+# same_picture FIRST SECOND: same size, and all pixels equal within the tolerance.
 same_picture() {
     cmp -s "$1" "$2" && return
     [[ $(identify -format %wx%h "$1") == $(identify -format %wx%h "$2") ]] &&
@@ -79,7 +79,7 @@ check() {
     }
     for png in $(comm -12 <(all_pictures "$rendered") <(all_pictures .)); do
         same_picture "$rendered/$png" "$png" || {
-            echo "Not what its drawing shows: $png"
+            echo "Differs from its drawing: $png"
             failed=1
         }
     done

@@ -2,12 +2,12 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 #
-# Takes pictures of every window and dialog at the scales 1, 1.25 and 2 into build/screenshots, with
-# all of them on one sheet, build/screenshots/index.png. Installs and builds what is missing.
+# Saves screenshots of every window and dialog at the scales 1, 1.25 and 2 in build/screenshots, and
+# an overview of all in build/screenshots/index.png. Installs missing packages and builds.
 #
-#   Scripts/screenshots.sh            # pictures and sheet
-#   Scripts/screenshots.sh --golden   # renews the pictures that the tests compare with, and those
-#                                     # of the pages in Docs/pictures
+#   Scripts/screenshots.sh            # screenshots and overview
+#   Scripts/screenshots.sh --golden   # updates the pictures that the tests compare with, and those
+#                                     # in Docs/pictures
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -24,7 +24,7 @@ fi
 [ -f build/release/build.ninja ] || cmake --preset release "${launcher[@]}" >/dev/null
 cmake --build --preset release --target screenshots
 
-# take SCALE ARGUMENT...: the fonts, the screen and the language are those of the tests
+# take SCALE ARGUMENT...: with the fonts, the screen and the language of the tests
 take() {
     local scale=$1
     shift

@@ -2,10 +2,10 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 #
-# Shows what an operator has to be able to trust: hostile networks, faults, long shows. Installs
-# what is missing, builds, runs each item at full size and prints a line per item with its figures;
-# with --short it runs them at the size of ./test.sh. Arguments name single items, such as
-# trust_DialogEvents. Traffic goes to loopback addresses only. The exit code is 0 only if all passed.
+# Runs the tests of reliability: hostile networks, faults, long shows. Installs missing packages,
+# builds, runs each test at full size and prints a line with its figures; with --short it runs them
+# at the size of ./test.sh. Arguments select single tests, such as trust_DialogEvents. All traffic
+# is on loopback addresses. Exits with 0 only if all tests pass.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -36,7 +36,7 @@ build release
 [ $# -gt 0 ] || build fuzz
 
 failed=0
-# run PRESET LABEL PATTERN: one after the other, since some of them measure
+# run PRESET LABEL PATTERN: one test at a time, since some of them measure time
 run() {
     local log=build/$1/trust.log
     BRENVOKA_TRUST=$size ctest --preset "$1" -L "$2" -R "$3" --verbose >"$log" 2>&1 || failed=1

@@ -2,12 +2,12 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 #
-# run.sh PROGRAM ARGUMENT...: runs a fuzzer for 20 seconds, or as the environment's
-# BRENVOKA_FUZZ_LIMIT says ("-runs=1000000"), and ends with a line of figures.
+# run.sh PROGRAM ARGUMENT...: runs a fuzzer for 20 seconds, or with the limit in the environment
+# variable BRENVOKA_FUZZ_LIMIT ("-runs=1000000"), and prints a line with its figures.
 set -uo pipefail
 program=$1
 name=$(basename "$program")
-# Files that a fuzzer writes at each run are not waited for here.
+# Some fuzzers write files in each run, which is faster in memory.
 [ ! -w /dev/shm ] || export TMPDIR=/dev/shm
 limit=${BRENVOKA_FUZZ_LIMIT:--max_total_time=20}
 
