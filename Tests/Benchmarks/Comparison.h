@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <ctime>
 
-/// Two ways to do the same work, in milliseconds of this process' processor time. What else runs on
-/// the machine counts only as far as it takes the caches away, and so the two take turns.
+/// The processor time of two ways to do the same work, in milliseconds. The runs alternate, so that
+/// the load of the machine affects both in the same way.
 struct Comparison
 {
     double subject = 0;  ///< median of the runs
@@ -19,7 +19,7 @@ struct Comparison
     [[nodiscard]] double ratio() const { return subject / baseline; }
 
     /// Prints the figures in one line.
-    void tell(const char *subjectName, const char *baselineName) const
+    void print(const char *subjectName, const char *baselineName) const
     {
         qInfo("%s: %.2f ms; %s: %.2f ms; ratio %.3f", subjectName, subject, baselineName, baseline,
               ratio());

@@ -11,18 +11,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Lays the rows out and paints them.
+/// Processes the layout and paints the rows.
 void showNow(QListWidget &list)
 {
     QCoreApplication::processEvents();
     list.viewport()->repaint();
 }
 
-/// A list of Qt's with the rows of a bank: the same pictures, texts, sizes, fonts and style sheet.
-class BareList final : public QListWidget
+/// A QListWidget with the rows of a bank: the same pictures, texts, sizes, fonts and style sheet.
+class PlainList final : public QListWidget
 {
 public:
-    explicit BareList(const BVServerBank &bank)
+    explicit PlainList(const BVServerBank &bank)
     {
         const MediaListWidget &list = listOf(bank);
         setStyleSheet(bank.styleSheet());
@@ -49,8 +49,7 @@ private:
 
 } // namespace
 
-/// What it costs to rebuild the rows of one bank in a window that is shown, layout included, and to
-/// paint them.
+/// The time to rebuild the rows of one bank in a visible window, with layout, and to paint them.
 class tst_BVServerBankBenchmark final : public QObject
 {
     Q_OBJECT
@@ -58,7 +57,7 @@ class tst_BVServerBankBenchmark final : public QObject
 private slots:
     void initTestCase()
     {
-        QPixmapCache::setCacheLimit(40960); // as the program does; the full folder fits twice
+        QPixmapCache::setCacheLimit(40960); // like the program
         QList<Visual> files;
         QList<Visual> longFiles;
         for (int slot = 1; slot < 256; ++slot) {
@@ -71,21 +70,21 @@ private slots:
         QVERIFY(rig.show());
     }
 
-    void foldersLevel_data() { addViewModes(); }
-    void foldersLevel()
+    void rebuildOfFoldersLevel_data() { addViewModes(); }
+    void rebuildOfFoldersLevel()
     {
         QFETCH(const bool, listView);
         rig.bankA().setListMode(listView);
-        compareWithBareList([this] { rig.bankA().showFolders(); });
+        compareWithPlainList([this] { rig.bankA().showFolders(); });
         QCOMPARE(listOf(rig.bankA()).count(), 256);
     }
 
-    void slotsLevel_data() { addViewModes(); }
-    void slotsLevel()
+    void rebuildOfSlotsLevel_data() { addViewModes(); }
+    void rebuildOfSlotsLevel()
     {
         QFETCH(const bool, listView);
         rig.bankA().setListMode(listView);
-        compareWithBareList([this] { rig.bankA().showFolder(0, false); });
+        compareWithPlainList([this] { rig.bankA().showFolder(0, false); });
         QCOMPARE(listOf(rig.bankA()).count(), 257);
     }
 
@@ -101,21 +100,21 @@ private slots:
         rig.bankA().setListMode(true);
         rig.bankA().showFolder(folderSlot, false);
         MediaListWidget &list = listOf(rig.bankA());
-        QStyledItemDelegate plain;
-        QAbstractItemDelegate *const own = list.itemDelegate();
+        QStyledItemDelegate plainDelegate;
+        QAbstractItemDelegate *const bankDelegate = list.itemDelegate();
         const Comparison time = compare(
             [&] {
-                list.setItemDelegate(own);
+                list.setItemDelegate(bankDelegate);
                 paint(list);
             },
             [&] {
-                list.setItemDelegate(&plain);
+                list.setItemDelegate(&plainDelegate);
                 paint(list);
             });
-        list.setItemDelegate(own);
-        // A long name is cut before it is laid out.
+        list.setItemDelegate(bankDelegate);
+        // The bank's delegate cuts a long name before its layout.
         const double limit = folderSlot == 0 ? 2 : 1;
-        time.tell("20 paintings of a list with the bank's delegate", "with Qt's");
+        time.print("20 paintings of a list with the bank's delegate", "with QStyledItemDelegate");
         QVERIFY(time.ratio() < limit);
     }
 
@@ -134,21 +133,21 @@ private:
     }
 
     template <typename Rebuild>
-    void compareWithBareList(Rebuild rebuild)
+    void compareWithPlainList(Rebuild rebuild)
     {
         rebuild();
         const BVServerBank &bank = rig.bankA();
-        BareList bare(bank);
-        bare.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&bare));
+        PlainList plain(bank);
+        plain.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&plain));
         const Comparison time = compare(
             [&] {
                 rebuild();
                 showNow(listOf(bank));
             },
-            [&] { bare.rebuild(); }, 21);
-        QCOMPARE(bare.count(), listOf(bank).count());
-        time.tell("rebuild of a bank", "of a bare QListWidget with the same rows");
+            [&] { plain.rebuild(); }, 21);
+        QCOMPARE(plain.count(), listOf(bank).count());
+        time.print("rebuild of a bank", "rebuild of a QListWidget with the same rows");
         QVERIFY(time.ratio() < 8);
     }
 

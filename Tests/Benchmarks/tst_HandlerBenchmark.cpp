@@ -27,7 +27,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Answers every command at once and keeps nothing, so that the memory measured is the client's.
+/// Answers every command at once and stores nothing, so that only the client's memory is measured.
 class AnsweringServer final : public QTcpServer
 {
 public:
@@ -47,7 +47,7 @@ public:
     std::function<void(qsizetype)> whenAnswered;
 
 private:
-    // A client waits for each answer, so that a body ends what has arrived.
+    // A client waits for each answer, so the received bytes end with a body.
     void read(QTcpSocket &socket)
     {
         if (!socket.peek(socket.bytesAvailable()).endsWith("ver=281474976710656"))
@@ -58,7 +58,7 @@ private:
     }
 };
 
-/// A figure of this process in KiB, such as "VmRSS"; 0 where the system does not tell.
+/// A value of /proc/self/status in KiB, such as "VmRSS"; 0 if it is not available.
 qint64 processMemory(const QString &name)
 {
     QFile status(u"/proc/self/status"_s);
@@ -68,14 +68,14 @@ qint64 processMemory(const QString &name)
     return line.match(QString::fromLatin1(status.readAll())).captured(1).toLongLong();
 }
 
-/// Lets the memory's peak begin anew at what is used now.
-bool forgetMemoryPeak()
+/// Resets the peak of the memory to the current usage.
+bool resetMemoryPeak()
 {
     QFile file(u"/proc/self/clear_refs"_s);
     return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write("5") == 1;
 }
 
-/// A message with that many transfers, as the stream carries it.
+/// A frame of the stream with that many transfers.
 QByteArray frameOf(int transfers)
 {
     QByteArray frame = "{\"msg_type\":0,\"active_transfers\":[";
@@ -90,23 +90,23 @@ QByteArray frameOf(int transfers)
 
 using TakeDocuments = QList<QJsonDocument> (*)(QByteArray &, const QByteArray &);
 
-/// Splits all that has come so far at each chunk, and tries whether the tail is a document.
+/// Splits all received bytes again for each chunk and tries to parse the last frame.
 QList<QJsonDocument> takeDocumentsNaively(QByteArray &buffer, const QByteArray &chunk)
 {
     QList<QJsonDocument> documents;
-    const QList<QByteArray> pieces = (buffer + chunk).split('\0');
+    const QList<QByteArray> frames = (buffer + chunk).split('\0');
     buffer.clear();
-    for (const QByteArray &piece : pieces) {
-        const QJsonDocument document = QJsonDocument::fromJson(piece);
+    for (const QByteArray &frame : frames) {
+        const QJsonDocument document = QJsonDocument::fromJson(frame);
         if (document.isNull())
-            buffer += piece;
+            buffer += frame;
         else
             documents.append(document);
     }
     return documents;
 }
 
-/// The number of documents that come out of the stream when it arrives in chunks of that size.
+/// The number of documents in the stream if it arrives in chunks of that size.
 qsizetype frame(TakeDocuments take, const QByteArray &stream, qsizetype chunkSize)
 {
     QByteArray buffer;
@@ -126,11 +126,11 @@ QList<VisualRef> visualsOfFolders(int folders)
     return visuals;
 }
 
-/// Runs the event loop until the server has answered that many commands, counted from now.
+/// Runs the event loop until the server has answered that many further commands.
 void waitForAnswers(AnsweringServer &server, qsizetype commands)
 {
     server.commands = 0;
-    // Not by qWait, which sleeps between its rounds.
+    // Without qWait, which sleeps between its checks.
     QEventLoop loop;
     QTimer::singleShot(240000, &loop, &QEventLoop::quit);
     server.whenAnswered = [&](qsizetype answered) {
@@ -162,7 +162,7 @@ void syncAllAtOnce(AnsweringServer &server, const QList<VisualRef> &visuals)
     waitForAnswers(server, visuals.size());
 }
 
-/// The least that a client can do: one socket, one command after the other.
+/// A minimal client: one socket, one command after the other.
 void syncBySocket(AnsweringServer &server, const QList<VisualRef> &visuals)
 {
     QTcpSocket socket;
@@ -187,13 +187,13 @@ void syncBySocket(AnsweringServer &server, const QList<VisualRef> &visuals)
     waitForAnswers(server, visuals.size());
 }
 
-/// By how much the work lets the memory grow at its peak, in MB.
+/// How much the work increases the peak of the memory, in MB.
 template <typename Work>
 double memoryGrowth(Work work)
 {
-    // What was once used stays with the process, and would be used again unseen.
+    // Freed memory that stays in the process could be used again without being measured.
     malloc_trim(0);
-    if (!forgetMemoryPeak())
+    if (!resetMemoryPeak())
         qFatal("The peak of the memory cannot be reset");
     const qint64 before = processMemory(u"VmRSS"_s);
     work();
@@ -202,21 +202,21 @@ double memoryGrowth(Work work)
 
 } // namespace
 
-/// What a handler costs at its limits.
+/// Time and memory of a handler with the largest libraries.
 class tst_HandlerBenchmark : public QObject
 {
     Q_OBJECT
 
 private slots:
-    // One message with all the transfers of a full library, as it trickles in.
-    void longFrameInManyChunks()
+    // One message with all transfers of a full library.
+    void longFrameInSmallChunks()
     {
         const QByteArray stream = frameOf(65280);
         const Comparison time = compare(
             [&] { QCOMPARE(frame(StreamFraming::takeDocuments, stream, 1000), 1); },
             [&] { QCOMPARE(frame(StreamFraming::takeDocuments, stream, stream.size()), 1); });
         qInfo("A frame of %.1f MB", static_cast<double>(stream.size()) / 1e6);
-        time.tell("in chunks of 1000 bytes", "in one chunk");
+        time.print("in chunks of 1000 bytes", "in one chunk");
         QVERIFY(time.ratio() < 3);
     }
 
@@ -228,7 +228,7 @@ private slots:
                     [&] { QCOMPARE(frame(takeDocumentsNaively, stream, 1000), 1); }, 3);
         qInfo("A frame of %.1f MB in chunks of 1000 bytes",
               static_cast<double>(stream.size()) / 1e6);
-        time.tell("framing", "a trial at each chunk");
+        time.print("framing", "parsing again at each chunk");
         QVERIFY(time.ratio() < 0.1);
     }
 
@@ -239,20 +239,19 @@ private slots:
         double time = 0;
         const double growth =
             memoryGrowth([&] { time = processorTime([&] { syncByHandler(server, visuals); }); });
-        qInfo("%lld commands: %.0f ms, the server's part included; memory grew by %.1f MB at its "
-              "peak",
+        qInfo("%lld commands: %.0f ms including the server; the peak of the memory grew by %.1f MB",
               static_cast<long long>(visuals.size()), time, growth);
         QVERIFY(growth < 200);
     }
 
-    void handlerAgainstBareSocket()
+    void handlerAgainstPlainSocket()
     {
         AnsweringServer server(QHostAddress(loopback(1)));
         const QList<VisualRef> visuals = visualsOfFolders(64);
         const Comparison time = compare([&] { syncByHandler(server, visuals); },
                                         [&] { syncBySocket(server, visuals); }, 3);
-        qInfo("%lld commands, the server's part included", static_cast<long long>(visuals.size()));
-        time.tell("handler", "one bare socket");
+        qInfo("%lld commands, including the server", static_cast<long long>(visuals.size()));
+        time.print("handler", "one plain socket");
         QVERIFY(time.ratio() < 15);
     }
 
@@ -267,7 +266,7 @@ private slots:
         qInfo("%lld commands; memory grew by %.1f MB with the queue, by %.1f MB all at once, "
               "ratio %.3f",
               static_cast<long long>(visuals.size()), queued, atOnce, queued / atOnce);
-        time.tell("queue", "all handed to Qt at once");
+        time.print("queue", "all requests posted at once");
         QVERIFY(queued < 0.2 * atOnce);
         QVERIFY(time.ratio() < 0.8);
     }

@@ -24,7 +24,7 @@ QByteArray fullDocument()
 
 } // namespace
 
-/// How long the window stands still while a full library arrives.
+/// How long a full library blocks the window when it arrives.
 class tst_LibraryBenchmark final : public QObject
 {
     Q_OBJECT
@@ -44,7 +44,7 @@ void tst_LibraryBenchmark::readerAgainstPlainParsing()
     QCOMPARE(server.folders.size(), 256);
     QCOMPARE(server.folders.last().files.size(), 255);
     qInfo("%.1f MB, 256 folders of 255 visuals", double(body.size()) / 1e6);
-    time.tell("reader", "QJsonDocument::fromJson alone");
+    time.print("reader", "only QJsonDocument::fromJson");
     QVERIFY(time.ratio() < 4);
 }
 

@@ -46,7 +46,7 @@ void tst_SyncPlanBenchmark::indexAgainstLinearSearch()
     QCOMPARE(plan.transfers, expected.transfers);
     QCOMPARE(plan.removals, expected.removals);
     QCOMPARE(plan.renames, expected.renames);
-    time.tell("plan by index", "by linear search");
+    time.print("plan by index", "by linear search");
     QVERIFY(time.ratio() < 0.5);
 }
 
@@ -68,7 +68,7 @@ void tst_SyncPlanBenchmark::marksAgainstLinearSearch()
 
     QVERIFY(marks.all());
     QCOMPARE(equal, candidates.size());
-    time.tell("marks of the folders", "slot by slot");
+    time.print("marks of the folders", "slot by slot");
     QVERIFY(time.ratio() < 0.5);
 }
 

@@ -13,11 +13,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The same rows in a table of Qt's, and nothing else.
-class BareTable final : public QTableWidget
+/// A QTableWidget with the same rows.
+class PlainTable final : public QTableWidget
 {
 public:
-    BareTable()
+    PlainTable()
         : QTableWidget(0, 2)
     {
         horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
@@ -36,12 +36,12 @@ public:
         QCoreApplication::processEvents();
     }
 
-    /// Gives every row that state, and each comes into sight if it is to be `followed`.
-    void tellAll(const QString &state, bool followed)
+    /// Sets the state of every row and scrolls to each row if `autoScroll` is true.
+    void setStates(const QString &state, bool autoScroll)
     {
         for (int row = 0; row < rowCount(); ++row) {
             item(row, 1)->setText(state);
-            if (followed)
+            if (autoScroll)
                 scrollToItem(item(row, 1), QAbstractItemView::EnsureVisible);
         }
         QCoreApplication::processEvents();
@@ -50,16 +50,16 @@ public:
 
 } // namespace
 
-/// How long the window stands still in the largest synchronisation: 65,280 visuals are queued,
-/// named and put into the table in one burst, and a server may tell of all of them in one message.
+/// How long the largest synchronisation blocks the window: 65,280 visuals are queued and inserted
+/// into the table at once, and a server may report all of them in one message.
 class tst_SyncTaskBenchmark : public QObject
 {
     Q_OBJECT
 
 private slots:
     void startOfTheLargestTransfer();
-    void newsOfTheLargestTransfer_data();
-    void newsOfTheLargestTransfer();
+    void progressOfTheLargestTransfer_data();
+    void progressOfTheLargestTransfer();
     void resultsOfTheLargestRemoval();
 
 private:
@@ -84,27 +84,27 @@ void tst_SyncTaskBenchmark::startOfTheLargestTransfer()
             rig.start({}, {}, allSlots());
             QCoreApplication::processEvents();
         },
-        [&] { BareTable().fill(labels); }, 3);
+        [&] { PlainTable().fill(labels); }, 3);
     QCOMPARE(SyncRig::dialog<TransferDialog>()->rows.size(), std::size_t(65280));
-    time.tell("start of 65,280 transfers", "a bare QTableWidget with the same rows");
+    time.print("start of 65,280 transfers", "a QTableWidget with the same rows");
     QVERIFY(time.ratio() < 15);
 }
 
-void tst_SyncTaskBenchmark::newsOfTheLargestTransfer_data()
+void tst_SyncTaskBenchmark::progressOfTheLargestTransfer_data()
 {
     QTest::addColumn<bool>("autoScroll");
-    QTest::newRow("in place") << false;
-    QTest::newRow("scrolled along") << true;
+    QTest::newRow("without scrolling") << false;
+    QTest::newRow("with automatic scrolling") << true;
 }
 
-void tst_SyncTaskBenchmark::newsOfTheLargestTransfer()
+void tst_SyncTaskBenchmark::progressOfTheLargestTransfer()
 {
     QFETCH(const bool, autoScroll);
     SyncRig rig(loopback(1));
     QVERIFY(rig.connectDestination());
     startLargestTransfer(rig);
-    BareTable bare;
-    bare.fill(SyncRig::transferTexts(0));
+    PlainTable plain;
+    plain.fill(SyncRig::transferTexts(0));
     auto *const scroll = SyncRig::dialog<TransferDialog>()->findChild<QCheckBox *>();
     scroll->setChecked(autoScroll);
     const QList<VisualRef> refs = allSlots();
@@ -116,9 +116,9 @@ void tst_SyncTaskBenchmark::newsOfTheLargestTransfer()
                                                     percent, Brenvoka::SyncTransferring);
             QCoreApplication::processEvents();
         },
-        [&] { bare.tellAll(u"%1%"_s.arg(++percent), autoScroll); }, 3);
+        [&] { plain.setStates(u"%1%"_s.arg(++percent), autoScroll); }, 3);
     QCOMPARE(SyncRig::transferTexts(1).last(), u"%1%"_s.arg(percent));
-    time.tell("news of 65,280 transfers", "a bare QTableWidget with the same texts");
+    time.print("progress of 65,280 transfers", "a QTableWidget with the same texts");
     QVERIFY(time.ratio() < 10);
 }
 
@@ -134,7 +134,7 @@ void tst_SyncTaskBenchmark::resultsOfTheLargestRemoval()
     const QList<VisualRef> refs = allSlots();
     const QList<VisualRef> tenth = refs.first(refs.size() / 10);
     const Comparison time = compare([&] { removalOf(refs); }, [&] { removalOf(tenth); });
-    time.tell("65,280 removals and their results", "6,528 removals");
+    time.print("65,280 removals and their results", "6,528 removals");
     QVERIFY(time.ratio() < 30);
 }
 

@@ -17,7 +17,7 @@
 using namespace Qt::Literals::StringLiterals;
 using namespace ThumbnailTestKit;
 
-/// What it costs to show the pictures of a full folder, and that a second visit is nearly free.
+/// The time to load the pictures of a full folder over HTTP and again from memory.
 class tst_ThumbnailBenchmark : public QObject
 {
     Q_OBJECT

@@ -165,10 +165,10 @@ void tst_UIControllerLoad::aMillionFoldersAreReadInOnePass()
     const auto compareAndDraw = [&] { rig.controller().backToFolders(); };
     const auto search = [&] { QVERIFY(LibraryComparison::slotEmpty(one, 3, 7)); };
     const Comparison selection = compare(select, search, 3);
-    selection.tell("selection of all rows", "search of one folder");
+    selection.print("selection of all rows", "search of one folder");
     QVERIFY(selection.ratio() < 100);
     const Comparison drawing = compare(compareAndDraw, search, 3);
-    drawing.tell("comparison and drawing of two libraries", "search of one folder");
+    drawing.print("comparison and drawing of two libraries", "search of one folder");
     QVERIFY(drawing.ratio() < 100);
 }
 

@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// The bytes of one run, taken from the front. What has run out reads as 0 or as empty.
+/// The bytes of one run, read from the front. After the end it returns 0 or nothing.
 class Input final
 {
 public:

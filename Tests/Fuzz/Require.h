@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the program, which libFuzzer reports together with the input, unless the condition is true.
+/// Aborts the program if the condition is false; libFuzzer then reports the input.
 inline void require(bool condition, const char *file = __builtin_FILE(),
                     int line = __builtin_LINE())
 {

@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr int senderCount = 12; // two more than the table has room for
+constexpr int senderCount = 12; // two more than fit into the table
 constexpr qsizetype longestDatagram = 1024;
 constexpr int datagramCount = 16;
 
@@ -37,7 +37,7 @@ int boundSocket(const sockaddr_in &address)
     return handle;
 }
 
-/// A receiver on any free port of the loopback interface, and senders with an address each.
+/// A receiver on a free port of the loopback interface, and senders with different addresses.
 struct Network
 {
     Network()
@@ -64,7 +64,7 @@ struct Network
     std::vector<int> senders;
 };
 
-/// Of a contiguous mask the number of bits, else -1. The last octet comes first.
+/// The number of bits of a contiguous mask, or -1. The last octet is first.
 int maskLength(const QByteArray &field)
 {
     std::uint32_t mask = 0;
@@ -74,7 +74,7 @@ int maskLength(const QByteArray &field)
     return length == std::popcount(mask) ? length : -1;
 }
 
-/// What a datagram says, read by its offsets.
+/// The announcement in a datagram, read at its offsets.
 Announcement expected(int sender, const QByteArray &datagram)
 {
     QByteArray name = datagram.sliced(32, 84);
@@ -104,13 +104,13 @@ void requireEntry(const Discovery::DiscoveredServer &entry, const Announcement &
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
-    // Every sender that enters the table is a line of standard output.
+    // The program prints a line for every new entry of the table.
     return std::freopen("/dev/null", "w", stdout) == nullptr;
 }
 
-/// At most 16 datagrams of several senders, each as a byte for the sender, two for the length and
-/// the content: the table takes the first announcement of each of ten senders, and each entry is
-/// read as the offsets of its datagram say.
+/// Input: at most 16 datagrams, each with one byte for the sender, two for the length, and the
+/// content. The table has the first announcement of each of the first ten senders, and each entry
+/// has the values at the offsets of its datagram.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     static Network network;

@@ -36,7 +36,7 @@ bool isLetterOrBlank(char32_t character)
     return QChar::isLetterOrNumber(character) || character == U' ';
 }
 
-/// Names come as UTF-8, and JSON can state half a pair of surrogates as well.
+/// Names are UTF-8, but escapes in JSON can contain unpaired surrogates, too.
 QString nameFrom(Input &input)
 {
     if (input.byte() % 2 == 0)
@@ -60,8 +60,8 @@ void requireShown(const QString &shown, const QString &text)
 
 } // namespace
 
-/// What is shown of a name is short and one line in one direction, and nothing in it is changed
-/// again. A text of letters is shown as it is.
+/// The shown name is short and one line in one direction, and showing it again does not change it.
+/// A text that has only letters, digits and blanks is shown unchanged.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     Input input(data, size);

@@ -22,7 +22,7 @@ std::optional<std::bitset<1>> read(const QByteArray &text)
     }
 }
 
-/// A bitset looks only at as many characters as it has bits: the long one sees all of them.
+/// A bitset checks only as many characters as it has bits, so a long one checks all of them.
 std::optional<std::bitset<1>> expected(const std::string &text)
 {
     try {
@@ -35,7 +35,7 @@ std::optional<std::bitset<1>> expected(const std::string &text)
 
 } // namespace
 
-/// A feature list is refused or read as the standard library reads it.
+/// A feature list is accepted, refused and read like a std::bitset.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const QByteArray text = Input(data, std::min(size, longest)).all();

@@ -61,7 +61,7 @@ void requireFolder(const MediaFolder &folder, const QJsonValue &document)
     require(again.files.size() == folder.files.size());
 }
 
-/// A record that has a library already, so that a change of it shows.
+/// A server that already has a library, so that changes can be detected.
 Server shownServer()
 {
     Server server(QUuid(u"{7d444840-9dc0-11d1-b245-5ffdce74fad2}"_s), QHostAddress(u"127.0.0.2"_s),
@@ -83,14 +83,14 @@ void requireUnchanged(const Server &server)
 
 } // namespace
 
-/// A body is refused and changes nothing, or gives the library that the document states.
+/// A body is refused and changes nothing, or the server gets exactly the library of the document.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const QJsonObject document = jsonObjectFromBody(Input(data, size).all());
     Server server = shownServer();
-    const bool taken = server.fromJson(document);
-    require(taken == isLibrary(document));
-    if (!taken) {
+    const bool accepted = server.fromJson(document);
+    require(accepted == isLibrary(document));
+    if (!accepted) {
         requireUnchanged(server);
         return 0;
     }

@@ -18,7 +18,7 @@ namespace {
 
 const QByteArray end = "end of the run\n";
 
-/// A log that writes into a pipe, from which each line can be read as soon as it is written.
+/// A log that writes to a pipe, so that each line can be read as soon as it is written.
 class PipedLog final
 {
 public:
@@ -26,17 +26,17 @@ public:
     {
         const QByteArray path = directory.filePath(QStringLiteral("pipe")).toLocal8Bit();
         require(::mkfifo(path.constData(), 0600) == 0);
-        // Open for both, so that neither end waits for the other.
+        // Opened for reading and writing, so that opening does not wait for the other end.
         pipe = ::open(path.constData(), O_RDWR | O_CLOEXEC);
         require(pipe > 0);
         Zor::Log::init(path.toStdString());
-        (void)finish(); // the log's own first line
+        (void)finish(); // skips the first line of the log
     }
     ~PipedLog() { Zor::Log::release(); }
     PipedLog(const PipedLog &) = delete;
     PipedLog &operator=(const PipedLog &) = delete;
 
-    /// Everything written since the last call, and a line that ends with `end`.
+    /// Writes a line that ends with `end`; returns everything written since the last call.
     [[nodiscard]] QByteArray finish() const
     {
         ZOR_LOG(debug, "%s", end.chopped(1).constData());
@@ -77,8 +77,8 @@ bool isEscaped(char32_t character)
 
 } // namespace
 
-/// One call is one line of UTF-8, in which no character breaks it or changes its direction; a text
-/// without such characters is written as it is.
+/// One call writes one line of UTF-8 without characters that break the line or change its
+/// direction. A text without such characters is written unchanged.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     static const PipedLog pipedLog;

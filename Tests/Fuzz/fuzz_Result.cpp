@@ -34,7 +34,7 @@ QString expected(const QJsonObject &document)
 
 } // namespace
 
-/// Any body is a success only if it says so, and gives the operator the text of its result.
+/// Only a result document with code 0 is a success; other results give their error texts.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const QByteArray body = Input(data, size).all();

@@ -13,8 +13,8 @@
 
 namespace {
 
-/// Each file is a second younger than the one before: QSettings keeps what it has read and takes a
-/// file of the same size and time for the same.
+/// Each file is one second newer than the previous one: QSettings caches files and does not read a
+/// file again whose size and time are the same.
 void writeSettings(const QByteArray &content)
 {
     static QDateTime time = QDateTime::fromSecsSinceEpoch(0);
@@ -50,7 +50,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
     return 0;
 }
 
-/// Any file is read, the options are written as three lines, and what was written reads the same.
+/// Any file can be loaded, the options are saved as three lines, and loading these gives the same.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     writeSettings(Input(data, size).all());

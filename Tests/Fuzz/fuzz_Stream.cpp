@@ -11,8 +11,8 @@
 
 namespace {
 
-/// A handler that was never connected: its stream cannot begin without an address.
-struct DeafHandler
+/// A handler that is never connected, since it has no address.
+struct UnconnectedHandler
 {
     ServerConnectionHandler handler{QHostAddress(), QUuid::createUuid()};
     ServerConnectionHandlerProbe probe{handler};
@@ -28,16 +28,16 @@ struct DeafHandler
     }
 };
 
-DeafHandler &deafHandler()
+UnconnectedHandler &unconnectedHandler()
 {
     static int argumentCount = 0;
     static const QCoreApplication application(argumentCount, nullptr);
-    static DeafHandler handler;
+    static UnconnectedHandler handler;
     return handler;
 }
 
-/// Lengths of chunks, used again from the first one for as long as bytes remain. Some chunks are
-/// empty, though not in the later rounds.
+/// Cuts bytes into chunks of these lengths, which are repeated as long as bytes remain. Chunks can
+/// be empty in the first round.
 QByteArrayList cut(const QByteArray &bytes, const QByteArray &lengths)
 {
     if (lengths.isEmpty())
@@ -53,31 +53,31 @@ QByteArrayList cut(const QByteArray &bytes, const QByteArray &lengths)
     return chunks;
 }
 
-/// What the program takes from the chunks, each of which it must take as the model does.
-QList<QJsonDocument> take(const QByteArrayList &chunks)
+/// The documents that the program reads from the chunks; requires the same result as the model's.
+QList<QJsonDocument> readDocuments(const QByteArrayList &chunks)
 {
     QByteArray buffer;
     QByteArray modelBuffer;
     QList<QJsonDocument> documents;
     for (const QByteArray &chunk : chunks) {
-        const QList<QJsonDocument> taken = StreamFraming::takeDocuments(buffer, chunk);
-        require(taken == FramingModel::takeDocuments(modelBuffer, chunk));
+        const QList<QJsonDocument> parsed = StreamFraming::takeDocuments(buffer, chunk);
+        require(parsed == FramingModel::takeDocuments(modelBuffer, chunk));
         require(buffer == modelBuffer);
-        documents += taken;
+        documents += parsed;
     }
     return documents;
 }
 
 } // namespace
 
-/// The first byte is the number of lengths that follow, then comes the stream. It is framed as by
-/// the model, and its well-formed frames alone cause the same events however they are cut.
+/// Input: the number of lengths, the lengths, and the stream. It is framed like by the model, and
+/// its well-formed frames cause the same events with any lengths of the chunks.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     Input input(data, size);
     const QByteArray lengths = input.bytes(input.byte() % 16);
     const QByteArray stream = input.all();
-    take(cut(stream, lengths));
+    readDocuments(cut(stream, lengths));
 
     QByteArray frames;
     QList<QJsonDocument> documents;
@@ -88,7 +88,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         documents.append(document);
         frames += piece + '\0';
     }
-    const QStringList whole = deafHandler().eventsOf(documents);
-    require(deafHandler().eventsOf(take(cut(frames, lengths))) == whole);
+    const QStringList whole = unconnectedHandler().eventsOf(documents);
+    require(unconnectedHandler().eventsOf(readDocuments(cut(frames, lengths))) == whole);
     return 0;
 }

@@ -18,9 +18,9 @@
 namespace {
 
 constexpr QSize thumbnailSize(128, 96);
-constexpr qint64 mostPixels = 1 << 24;
+constexpr qint64 maxPixels = 1 << 24;
 
-/// A reply that has arrived whole.
+/// A reply that is complete.
 class ArrivedReply final : public QNetworkReply
 {
 public:
@@ -75,7 +75,7 @@ bool isTooLarge(QByteArray content)
 {
     QBuffer buffer(&content);
     const QSize size = QImageReader(&buffer).size();
-    return qint64{size.width()} * size.height() > mostPixels;
+    return qint64{size.width()} * size.height() > maxPixels;
 }
 
 MediaFolder folderWithOneVisual()
@@ -97,8 +97,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
     return 0;
 }
 
-/// Any content gives a picture of the size of a thumbnail, or none, as when it states more than 16
-/// megapixels.
+/// Any content gives a picture of the thumbnail size or no picture. Content with more than 16
+/// megapixels gives no picture.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     Manager manager;
@@ -118,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     require(loads == 1);
     require(picture.isNull() || picture.size() == thumbnailSize);
     require(picture.isNull() || !isTooLarge(manager.content));
-    // No event loop runs here that would delete it.
+    // deleteLater has no effect here, because no event loop runs.
     delete manager.latest;
     return 0;
 }

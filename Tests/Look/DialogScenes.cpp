@@ -61,7 +61,7 @@ QStringList longLabels()
     return labels;
 }
 
-/// A transfer with one row in each of those states, in turn.
+/// A transfer whose rows have those states in turn.
 QImage takeTransfer(const QStringList &labels,
                     const QList<std::pair<int, Brenvoka::SyncStates>> &states)
 {
@@ -140,7 +140,7 @@ QImage takeUpload(int row)
     return takeModal([&] { childOf<QPushButton>(stage.rig.bankA(), "addButton").click(); });
 }
 
-/// Eleven visuals or more are many.
+/// The warning for more than ten visuals.
 QImage takeSyncWarning(const QString &destination)
 {
     const QList<Server> servers = usualServers();
@@ -191,7 +191,7 @@ QImage takeFileDialog(const TakeDialog &take)
     return takeModal([&] { childOf<QPushButton>(stage.rig.bankA(), "addButton").click(); }, take);
 }
 
-/// What the dialog offers once the name of a file is begun.
+/// The completions of the file dialog after the first letter of a name.
 QImage takeCompletions(QDialog &dialog)
 {
     auto *const name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);

@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The thumbnail that a server gives of a photograph: its middle, in the server's size.
+/// The thumbnail of a photograph: its middle part in the size of a server's thumbnails.
 QByteArray thumbnailOf(const QString &path)
 {
     constexpr QSize size(128, 96);
@@ -37,7 +37,7 @@ struct Photograph
     const char *title;
 };
 
-/// Those of Debian's lomiri-wallpapers-16.04 that are free to show with the name of their author:
+/// Photographs of Debian's lomiri-wallpapers-16.04 that may be shown if their author is named:
 /// CC BY 4.0, and CC0 for the dandelions.
 constexpr Photograph photographs[] = {
     {"sunset_by_Aitzol_Berasategi.jpg", "Sunset"},
@@ -52,7 +52,7 @@ constexpr Photograph photographs[] = {
     {"umang_by_Abhishek_Mudgal.jpg", "Colours"},
 };
 
-/// The photographs that are there, as a server shows them.
+/// The titles and thumbnails of the photographs that exist.
 struct Album
 {
     QStringList titles;
@@ -72,7 +72,7 @@ Album album(const QDir &directory)
     return result;
 }
 
-/// Two folders, of which the first has that name and all photographs but one.
+/// Two folders. The first has that name and all photographs except number `missing`.
 QList<MediaFolder> foldersOf(const Album &album, const QString &name, int missing)
 {
     QList<Visual> files;
@@ -86,7 +86,7 @@ QList<MediaFolder> foldersOf(const Album &album, const QString &name, int missin
     return {folder(0, name, files), folder(1, u"Loops"_s)};
 }
 
-/// Two servers with photographs, opened in the main window as an operator opens them.
+/// Two servers with photographs, whose folders are opened in the main window.
 class PhotographStage final
 {
 public:

@@ -21,7 +21,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Further up on the screen for a higher number.
+/// The stacking order: windows with a higher number are above the others.
 int layer(const QWidget *widget)
 {
     switch (widget->windowType()) {
@@ -44,13 +44,13 @@ QWidgetList windowsOnScreen()
     return windows;
 }
 
-/// Vector units of different processors round differently.
-bool differ(QRgb one, QRgb other)
+/// Ignores small differences, since processors round differently.
+bool differ(QRgb first, QRgb second)
 {
     constexpr int rounding = 6;
-    return qAbs(qRed(one) - qRed(other)) > rounding ||
-           qAbs(qGreen(one) - qGreen(other)) > rounding ||
-           qAbs(qBlue(one) - qBlue(other)) > rounding;
+    return qAbs(qRed(first) - qRed(second)) > rounding ||
+           qAbs(qGreen(first) - qGreen(second)) > rounding ||
+           qAbs(qBlue(first) - qBlue(second)) > rounding;
 }
 
 QRgb faint(QRgb colour)
@@ -60,7 +60,7 @@ QRgb faint(QRgb colour)
 
 } // namespace
 
-void settleLook()
+void setUpAppearance()
 {
     QApplication::setStyle(u"Fusion"_s);
     QApplication::setPalette(QApplication::style()->standardPalette());
@@ -88,7 +88,7 @@ bool waitForKeyboard(const QWidget &window)
 
 QImage pictureOf(QWidget &widget)
 {
-    // The first grab lays out what has not been on the screen yet.
+    // The first grab computes the layout of widgets that have not been shown yet.
     (void)widget.grab();
     QImage picture = widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
     picture.setDevicePixelRatio(1);

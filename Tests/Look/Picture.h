@@ -8,29 +8,29 @@
 
 class QWidget;
 
-/// Fixes what else would differ from machine to machine or from second to second: style, language
-/// and blinking cursor. Call it once, before the first widget is made.
-void settleLook();
+/// Sets what would otherwise depend on the machine or the time: style, language and the blinking
+/// cursor. Call it once before the first widget is created.
+void setUpAppearance();
 
-/// The fonts of the pictures that this machine or the environment lacks, empty if all is well. They
-/// are named by Tests/Look/fonts.conf, to which FONTCONFIG_FILE is to point.
+/// The missing fonts of the pictures; empty if all are available. FONTCONFIG_FILE must be
+/// Tests/Look/fonts.conf.
 [[nodiscard]] QStringList missingFonts();
 
-/// Waits until a window that was shown has the keyboard, and with it the focus that it shows; false
-/// after ten seconds. The platform calls a window active before Qt gives it the focus.
+/// Waits until a shown window is active and its widget has the focus; false after ten seconds. The
+/// platform activates a window before Qt sets the focus.
 [[nodiscard]] bool waitForKeyboard(const QWidget &window);
 
-/// One widget as it stands on the screen, in the pixels of the screen.
+/// A widget as it is shown, in pixels of the screen.
 [[nodiscard]] QImage pictureOf(QWidget &widget);
 
-/// All windows on the screen, lists and menus that have popped up, and the tool tip.
+/// All visible windows, with open lists, menus and the tool tip.
 [[nodiscard]] QImage screenPicture();
 
-/// What has changed between two pictures.
+/// The differences between two pictures.
 struct Difference
 {
-    qint64 pixels = 0; ///< how many differ so much that it is no matter of rounding
-    double share = 0;  ///< of all pixels, from 0 to 1; 1 for pictures of different sizes
+    qint64 pixels = 0; ///< number of pixels that differ by more than rounding
+    double share = 0;  ///< share of these pixels, from 0 to 1; 1 for pictures of different sizes
     QImage picture;    ///< the new picture, faint, with these pixels in red
 };
 

@@ -9,20 +9,20 @@
 
 #include <functional>
 
-/// One thing that an operator may see, played with the real windows.
+/// A state of the real windows of which a picture is taken.
 struct Scene
 {
     QString name;                 ///< lower case with hyphens; also the name of the picture's file
-    std::function<QImage()> take; ///< a null picture if the scene could not be played
-    bool golden = false;          ///< whether the picture is compared with the one that is kept
+    std::function<QImage()> take; ///< returns a null picture if the scene could not be set up
+    bool golden = false;          ///< whether the test compares it with a golden picture
 };
 
-/// The main window: views, sizes, levels, names, servers, and what opens from it.
+/// The main window: views, sizes, levels, names, servers, menus and lists.
 [[nodiscard]] QList<Scene> windowScenes();
 
 /// Every dialog and every kind of message.
 [[nodiscard]] QList<Scene> dialogScenes();
 
-/// The main window with the thumbnails of real photographs, fetched from two servers; none if the
-/// directory has none of them.
+/// The main window with thumbnails of photographs, fetched from two servers; empty if the directory
+/// has none of these photographs.
 [[nodiscard]] QList<Scene> photographScenes(const QString &directory);

@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// A library whose names try the look.
+/// A library whose names test the layout.
 struct Names
 {
     QString name;
@@ -50,7 +50,7 @@ QList<Server> serversOf(const Names &names)
     return {left, differingServer(left, names.folders[1].left(60), 2)};
 }
 
-/// One folder level and one slots level of the same servers in a view.
+/// The folders level and the slots level of the same servers in a view.
 QList<Scene> levels(const QString &name, const std::function<QList<Server>()> &servers,
                     const View &view, bool golden = false)
 {
@@ -114,7 +114,7 @@ QImage takeToolTip()
     return picture;
 }
 
-/// The bottom of a folder, several rows selected, the keyboard in the list.
+/// Several selected rows of a folder, with the focus in the list.
 QImage takeSelection()
 {
     WindowStage stage(usualServers());
@@ -136,7 +136,7 @@ QImage takePointedRow()
     return stage.picture();
 }
 
-/// While thumbnails are under way, both banks wait.
+/// The banks are disabled while thumbnails are loaded.
 QImage takeWaiting()
 {
     WindowStage stage(usualServers());

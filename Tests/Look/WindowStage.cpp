@@ -53,7 +53,7 @@ Server stageServer(const QString &name, int number, const QStringList &folderNam
         QPixmapCache::insert(u"thumbnail+"_s + hash, drawnThumbnail(i + 1));
         files.append({hash, u"%1: %2"_s.arg(slot, 3, 10, QLatin1Char('0')).arg(titles[i]), slot});
     }
-    // Fixed, so that the pictures of one run are those of the next.
+    // A constant UUID, so that all runs give the same pictures.
     Server server(QUuid::createUuidV5(QUuid(), name), QHostAddress(loopback(number)), 8, name);
     server.hash = hashOf(1000);
     for (int slot = 0; slot < folderNames.size(); ++slot)
@@ -93,7 +93,7 @@ WindowStage::WindowStage(const QList<Server> &servers, const View &view)
             rig.controller().serverUpdateFpsStats(uuid, 59.94F, 60, 60, true);
     }
     view.choose(*rig.window);
-    // Away from where the scene before left it.
+    // Away from its position in the previous scene.
     QCursor::setPos(QGuiApplication::primaryScreen()->geometry().bottomRight());
     rig.window->show();
     (void)waitForKeyboard(*rig.window);

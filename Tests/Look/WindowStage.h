@@ -9,18 +9,18 @@
 #include <QComboBox>
 #include <QPushButton>
 
-/// A picture such as a server makes of a visual: sky, sun and hills, in colours of its own.
+/// A drawn thumbnail with sky, sun and hills, whose colours depend on the number.
 [[nodiscard]] QPixmap drawnThumbnail(int number);
 
-/// A server with folders of those names, from slot 0 on. Each holds all titles, from slot 1 on but
-/// for every fifth slot unless there are titles for all, with drawn thumbnails in memory.
+/// A server with folders of those names from slot 0. Each folder has all titles from slot 1; every
+/// fifth slot is empty unless there are 255 titles. Puts drawn thumbnails into the pixmap cache.
 [[nodiscard]] Server stageServer(const QString &name, int number, const QStringList &folderNames,
                                  const QStringList &titles);
 
-/// Another server with the same library but for some folders and slots.
+/// Another server with the same library except for some folders and slots.
 [[nodiscard]] Server differingServer(const Server &server, const QString &name, int number);
 
-/// A view of the main window by its buttons.
+/// A view mode and size of the main window, chosen with its buttons.
 struct View
 {
     bool list = true;
@@ -43,10 +43,10 @@ struct View
     }
 };
 
-/// All six, the lists first.
+/// All six views, the lists first.
 [[nodiscard]] QList<View> allViews();
 
-/// The main window on the screen with connected servers, of which the first two are on show.
+/// The visible main window with connected servers, of which the first two are selected.
 class WindowStage final
 {
 public:

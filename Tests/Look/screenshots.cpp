@@ -43,7 +43,7 @@ void drawCell(QPainter &painter, const QPoint &corner, const QString &path, cons
                       picture);
 }
 
-/// Every scene side by side at all scales, each picture shrunk to its cell.
+/// Writes an overview of all scenes at all scales, each picture scaled to its cell.
 bool writeSheet(const QList<Scene> &scenes, const QDir &pictures)
 {
     const QStringList scales{u"1"_s, u"1.25"_s, u"2"_s};
@@ -70,17 +70,18 @@ bool writeSheet(const QList<Scene> &scenes, const QDir &pictures)
 
 } // namespace
 
-/// Writes the pictures of all scenes, or of the golden ones alone, as PNG files; or puts those of
-/// three scales on one sheet. The exit code is 1 if one could not be taken.
+/// Writes the pictures of all scenes, or only of the golden ones, as PNG files, or an overview of
+/// pictures at three scales. The exit code is 1 if a picture could not be taken.
 int main(int argc, char *argv[])
 {
     const QApplication application(argc, argv);
-    settleLook();
+    setUpAppearance();
     QCommandLineParser parser;
     const QCommandLineOption golden(u"golden"_s, u"only the pictures that the tests compare"_s);
-    const QCommandLineOption sheet(u"sheet"_s, u"write OUTPUT/index.png of what is in OUTPUT"_s);
-    const QCommandLineOption photographs(u"photographs"_s, u"JPEG files for thumbnails"_s,
-                                         u"directory"_s);
+    const QCommandLineOption sheet(
+        u"sheet"_s, u"write an overview of the pictures in OUTPUT to OUTPUT/index.png"_s);
+    const QCommandLineOption photographs(
+        u"photographs"_s, u"directory of JPEG files for thumbnails"_s, u"directory"_s);
     const QCommandLineOption only(u"only"_s, u"only scenes whose names match this"_s, u"regex"_s);
     parser.addOptions({golden, sheet, photographs, only});
     parser.addPositionalArgument(u"output"_s, u"an existing directory"_s);

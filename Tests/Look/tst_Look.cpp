@@ -10,8 +10,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// The windows and dialogs look as they did when their pictures were kept, which
-/// `Scripts/screenshots.sh --golden` renews after an intended change.
+/// Compares the windows and dialogs with golden pictures. After an intended change update them with
+/// `Scripts/screenshots.sh --golden`.
 class TestLook final : public QObject
 {
     Q_OBJECT
@@ -19,13 +19,13 @@ class TestLook final : public QObject
 private slots:
     void initTestCase()
     {
-        settleLook();
+        setUpAppearance();
         const QStringList missing = missingFonts();
         QVERIFY2(missing.isEmpty(), qPrintable(u"Missing fonts: "_s + missing.join(u", "_s)));
     }
     void init() { failOnAnyWarning(); }
 
-    void looksAsKept_data()
+    void sceneMatchesGoldenPicture_data()
     {
         QTest::addColumn<Scene>("scene");
         for (const Scene &scene : windowScenes() + dialogScenes()) {
@@ -34,27 +34,27 @@ private slots:
         }
     }
 
-    void looksAsKept()
+    void sceneMatchesGoldenPicture()
     {
         QFETCH(const Scene, scene);
-        const QImage kept(
+        const QImage golden(
             QDir(QStringLiteral(BRENVOKA_GOLDEN_DIR)).filePath(scene.name + u".png"_s));
-        QVERIFY2(!kept.isNull(), "no picture is kept of this scene");
-        const QImage now = scene.take();
-        QVERIFY2(!now.isNull(), "the scene could not be played");
-        const Difference changed = difference(kept, now);
+        QVERIFY2(!golden.isNull(), "there is no golden picture of this scene");
+        const QImage picture = scene.take();
+        QVERIFY2(!picture.isNull(), "the scene could not be set up");
+        const Difference changed = difference(golden, picture);
         if (changed.pixels <= allowedPixels)
             return;
         const QDir output(QStringLiteral(BRENVOKA_DIFFERENCES_DIR));
         QVERIFY(output.mkpath(u"."_s));
-        QVERIFY(now.save(output.filePath(scene.name + u".png"_s)));
+        QVERIFY(picture.save(output.filePath(scene.name + u".png"_s)));
         QVERIFY(changed.picture.save(output.filePath(scene.name + u"-difference.png"_s)));
         QFAIL(qPrintable(u"%1: %2 % of the pixels differ; see %3"_s.arg(
             scene.name, QString::number(100 * changed.share, 'f', 3), output.path())));
     }
 
 private:
-    /// Less than any sign, letter or edge that an operator would miss.
+    /// Fewer than the pixels of a missing letter or line.
     static constexpr qint64 allowedPixels = 10;
 };
 

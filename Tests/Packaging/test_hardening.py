@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""The optimised program: what its compiler and linker did against the use of memory faults."""
+"""The hardening of the optimised program by the compiler and the linker."""
 
 import os
 import re
@@ -10,7 +10,7 @@ import unittest
 
 
 def readelf(option):
-    """What readelf prints about the program."""
+    """The output of readelf for the program."""
     command = ["readelf", "--wide", option, os.environ["BRENVOKA"]]
     return subprocess.run(command, check=True, text=True, stdout=subprocess.PIPE,
                           env={**os.environ, "LC_ALL": "C"}).stdout
@@ -18,24 +18,24 @@ def readelf(option):
 
 class HardeningTest(unittest.TestCase):
     def expect(self, pattern, option):
-        # The output itself is too long for a message.
+        # assertRegex would print the whole output.
         self.assertTrue(re.search(pattern, readelf(option)), f"no {pattern} in readelf {option}")
 
-    def test_code_is_loaded_at_any_address(self):
+    def test_program_is_position_independent(self):
         self.expect(r"Type:\s+DYN", "--file-header")
         self.expect(r"\(FLAGS_1\).*\bPIE\b", "--dynamic")
 
-    def test_tables_of_the_linker_are_read_only(self):
+    def test_linker_tables_are_read_only(self):
         self.expect(r"GNU_RELRO", "--program-headers")
         self.expect(r"\(FLAGS\).*\bBIND_NOW\b", "--dynamic")
 
     def test_stack_is_not_executable(self):
         self.expect(r"GNU_STACK(\s+0x0+){3}.*\sRW\s", "--program-headers")
 
-    def test_stack_is_checked(self):
+    def test_stack_is_protected(self):
         self.expect(r"\b__stack_chk_fail@", "--dyn-syms")
 
-    def test_calls_of_the_c_library_are_checked(self):
+    def test_c_library_calls_are_fortified(self):
         self.expect(r"\b__vsnprintf_chk@", "--dyn-syms")
 
 

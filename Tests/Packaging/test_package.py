@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""The Debian package: what is in it, and whether desktops, software centres and man can read it."""
+"""The Debian package: its files, and whether desktops, software centres and man can read them."""
 
 import configparser
 import gzip
@@ -33,7 +33,7 @@ FILES = {
 
 
 def run(*command, **options):
-    """Runs a program to its end and returns what it said, both streams together."""
+    """Runs a program; `stdout` of the result has both output streams."""
     return subprocess.run(command, check=False, text=True, stdout=subprocess.PIPE,
                           stderr=subprocess.STDOUT, **options)
 
@@ -43,9 +43,9 @@ class PackageTest(unittest.TestCase):
     def setUpClass(cls):
         folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(folder.cleanup)
-        made = run(os.environ["CPACK"], "--config", os.environ["CPACK_CONFIG"], "-B", folder.name)
-        if made.returncode:
-            raise AssertionError(made.stdout)
+        built = run(os.environ["CPACK"], "--config", os.environ["CPACK_CONFIG"], "-B", folder.name)
+        if built.returncode:
+            raise AssertionError(built.stdout)
         (cls.package,) = Path(folder.name).glob("*.deb")
         cls.root = Path(folder.name) / "root"
         subprocess.run(["dpkg-deb", "--extract", cls.package, cls.root], check=True)
@@ -56,17 +56,17 @@ class PackageTest(unittest.TestCase):
     def field(self, name):
         return run("dpkg-deb", "--field", self.package, name).stdout.strip()
 
-    def assert_content_to_be_read(self, *command):
+    def assert_succeeds(self, *command):
         done = run(*command)
         self.assertEqual(done.returncode, 0, done.stdout)
         return done.stdout
 
-    def test_holds_these_files_and_no_others(self):
+    def test_contains_exactly_these_files(self):
         files = {str(path.relative_to(self.root)) for path in self.root.rglob("*")
                  if not path.is_dir()}
         self.assertEqual(files, FILES)
 
-    def test_belongs_to_root_and_can_be_read_by_everyone(self):
+    def test_files_belong_to_root_and_are_readable(self):
         for line in run("dpkg-deb", "--contents", self.package).stdout.splitlines():
             folder, program = line.startswith("d"), line.endswith(" ./usr/bin/brenvoka")
             mode = "rwxr-xr-x" if folder or program else "rw-r--r--"
@@ -80,7 +80,7 @@ class PackageTest(unittest.TestCase):
         page = gzip.decompress(self.path(MANUAL_PAGE).read_bytes()).decode()
         self.assertIn(f'"Brenvoka {version}"', page)
 
-    def test_depends_on_the_libraries_that_the_program_is_linked_with(self):
+    def test_depends_on_the_linked_libraries(self):
         depends = {re.split(r"[ (]", part)[0] for part in self.field("Depends").split(", ")}
         needed = run("objdump", "--private-headers", self.path("usr/bin/brenvoka")).stdout
         libraries = re.findall(r"NEEDED +(lib(?:Qt6\w+|spdlog|fmt|boost_\w+))", needed)
@@ -90,7 +90,7 @@ class PackageTest(unittest.TestCase):
             self.assertTrue(any(package.startswith(name) for package in depends),
                             f"{library}: {depends}")
 
-    def test_is_under_the_licence_of_the_project(self):
+    def test_has_the_licence_of_the_project(self):
         def words(path):
             lines = (line.strip() for line in path.read_text().splitlines())
             return " ".join(word for line in lines if line != "." for word in line.split())
@@ -98,9 +98,9 @@ class PackageTest(unittest.TestCase):
         self.assertGreater(len(terms), 500)
         self.assertIn(terms, words(self.path(f"{DOCUMENTATION}/copyright")))
 
-    def test_desktop_entry(self):
-        said = self.assert_content_to_be_read("desktop-file-validate", self.path(DESKTOP_ENTRY))
-        self.assertEqual(said, "")
+    def test_desktop_entry_is_valid(self):
+        output = self.assert_succeeds("desktop-file-validate", self.path(DESKTOP_ENTRY))
+        self.assertEqual(output, "")
         entry = configparser.ConfigParser(interpolation=None)
         entry.optionxform = str
         entry.read(self.path(DESKTOP_ENTRY))
@@ -108,13 +108,12 @@ class PackageTest(unittest.TestCase):
         self.assertIn(f"usr/bin/{values['Exec']}", FILES)
         self.assertIn(f"{ICONS}/scalable/apps/{values['Icon']}.svg", FILES)
 
-    def test_metainfo(self):
-        self.assert_content_to_be_read("appstreamcli", "validate", "--no-net",
-                                       self.path(METAINFO))
-        # Together with the desktop entry that it launches.
-        self.assert_content_to_be_read("appstreamcli", "validate-tree", "--no-net", self.root)
+    def test_metainfo_is_valid(self):
+        self.assert_succeeds("appstreamcli", "validate", "--no-net", self.path(METAINFO))
+        # Together with the desktop entry that it refers to.
+        self.assert_succeeds("appstreamcli", "validate-tree", "--no-net", self.root)
 
-    def test_manual_page(self):
+    def test_manual_page_is_valid(self):
         page = gzip.decompress(self.path(MANUAL_PAGE).read_bytes()).decode()
         done = run("groff", "-man", "-Tutf8", "-ww", "-z", input=page)
         self.assertEqual((done.returncode, done.stdout), (0, ""))
@@ -126,7 +125,7 @@ class PackageTest(unittest.TestCase):
             picture = self.path(f"{ICONS}/{size}x{size}/apps/brenvoka.png").read_bytes()
             self.assertEqual(struct.unpack(">II", picture[16:24]), (size, size))
 
-    def test_pages_lead_to_pages_that_are_there(self):
+    def test_pages_link_to_installed_pages(self):
         folder = self.path(DOCUMENTATION)
         names = {name for page in folder.glob("*.md")
                  for name in re.findall(r"`(\w+\.md)`|\]\(([^)#:]+)[#)]", page.read_text())

@@ -5,20 +5,20 @@
 
 #include <cstdio>
 
-/// A test program without Qt: a cross compiler has none to link.
+/// Checks for test programs without Qt, which a cross compiler cannot link.
 namespace Check {
 
 inline int failures = 0;
 
-inline void verify(bool holds, const char *what, const char *file, int line)
+inline void verify(bool condition, const char *text, const char *file, int line)
 {
-    if (holds)
+    if (condition)
         return;
     ++failures;
-    std::printf("  %s:%d: not so: %s\n", file, line, what);
+    std::printf("  %s:%d: check failed: %s\n", file, line, text);
 }
 
-/// Runs one test. Returns whether all that it looked at was as it should be.
+/// Runs one test. Returns whether all its checks passed.
 inline bool run(const char *name, void (*test)())
 {
     const int before = failures;
@@ -28,7 +28,7 @@ inline bool run(const char *name, void (*test)())
     return failures == before;
 }
 
-/// What `main` returns.
+/// The exit code of the test program.
 inline int result()
 {
     return failures == 0 ? 0 : 1;

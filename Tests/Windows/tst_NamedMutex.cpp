@@ -11,12 +11,12 @@
 
 namespace {
 
-constexpr DWORD patience = 30000;
-constexpr DWORD taken = 0;
+constexpr DWORD timeout = 30000;
+constexpr DWORD acquired = 0;
 constexpr DWORD refused = 1;
-const char *const takenEvent = "BrenvokaTestTaken";
+const char *const acquiredEvent = "BrenvokaTestAcquired";
 
-/// This program once more, as one that starts the application.
+/// A second process of this program that acquires the mutex.
 class Start
 {
 public:
@@ -42,12 +42,12 @@ public:
     void kill() const
     {
         TerminateProcess(process.hProcess, 9);
-        WaitForSingleObject(process.hProcess, patience);
+        WaitForSingleObject(process.hProcess, timeout);
     }
     [[nodiscard]] DWORD exitCode() const
     {
         DWORD code = STILL_ACTIVE;
-        CHECK(WaitForSingleObject(process.hProcess, patience) == WAIT_OBJECT_0);
+        CHECK(WaitForSingleObject(process.hProcess, timeout) == WAIT_OBJECT_0);
         GetExitCodeProcess(process.hProcess, &code);
         return code;
     }
@@ -56,45 +56,45 @@ private:
     PROCESS_INFORMATION process{};
 };
 
-void nameIsFreeAgainAfterAnyDeath()
+void mutexIsFreeAfterExitAndAfterKill()
 {
-    CHECK(Start("try").exitCode() == taken);
+    CHECK(Start("try").exitCode() == acquired);
 
-    const HANDLE held = CreateEventA(nullptr, TRUE, FALSE, takenEvent);
-    const Start holder("hold");
-    CHECK(WaitForSingleObject(held, patience) == WAIT_OBJECT_0);
+    const HANDLE acquiredByOwner = CreateEventA(nullptr, TRUE, FALSE, acquiredEvent);
+    const Start owner("keep");
+    CHECK(WaitForSingleObject(acquiredByOwner, timeout) == WAIT_OBJECT_0);
     CHECK(Start("try").exitCode() == refused);
     CHECK(Start("try").exitCode() == refused);
 
-    holder.kill();
-    CHECK(Start("try").exitCode() == taken);
-    CloseHandle(held);
+    owner.kill();
+    CHECK(Start("try").exitCode() == acquired);
+    CloseHandle(acquiredByOwner);
 }
 
-void nameIsThatOfTheWholeMachine()
+void mutexIsMachineWide()
 {
     const HANDLE mutex = CreateMutexA(nullptr, FALSE, "Global\\Brenvoka");
     CHECK(mutex != nullptr);
     CHECK(Start("try").exitCode() == refused);
     CloseHandle(mutex);
-    CHECK(Start("try").exitCode() == taken);
+    CHECK(Start("try").exitCode() == acquired);
 }
 
-void nameThatCannotBeTakenDoesNotKeepTheProgramFromRunning()
+void failureToCreateTheMutexDoesNotPreventTheStart()
 {
     const HANDLE otherKind = CreateEventA(nullptr, TRUE, FALSE, "Global\\Brenvoka");
     CHECK(otherKind != nullptr);
-    CHECK(Start("try").exitCode() == taken);
+    CHECK(Start("try").exitCode() == acquired);
     CloseHandle(otherKind);
 }
 
-DWORD hold()
+DWORD keep()
 {
     if (!SingleInstance::acquire())
         return refused;
-    SetEvent(OpenEventA(EVENT_MODIFY_STATE, FALSE, takenEvent));
+    SetEvent(OpenEventA(EVENT_MODIFY_STATE, FALSE, acquiredEvent));
     Sleep(INFINITE);
-    return taken;
+    return acquired;
 }
 
 } // namespace
@@ -103,13 +103,13 @@ DWORD hold()
 int main(int argc, char *argv[])
 {
     const std::string_view argument = argc > 1 ? argv[1] : "";
-    if (argument == "hold")
-        return static_cast<int>(hold());
+    if (argument == "keep")
+        return static_cast<int>(keep());
     if (argument == "try")
-        return static_cast<int>(SingleInstance::acquire() ? taken : refused);
+        return static_cast<int>(SingleInstance::acquire() ? acquired : refused);
 
-    RUN(nameIsFreeAgainAfterAnyDeath);
-    RUN(nameIsThatOfTheWholeMachine);
-    RUN(nameThatCannotBeTakenDoesNotKeepTheProgramFromRunning);
+    RUN(mutexIsFreeAfterExitAndAfterKill);
+    RUN(mutexIsMachineWide);
+    RUN(failureToCreateTheMutexDoesNotPreventTheStart);
     return Check::result();
 }

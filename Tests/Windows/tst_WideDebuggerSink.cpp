@@ -21,8 +21,8 @@ void show(const wchar_t *text)
 
 } // namespace
 
-// The system's own way to a debugger goes through the narrow characters of the machine where it is
-// Wine's, so what the sink hands over is looked at before.
+// Wine converts the text to narrow characters before it reaches the debugger, so the tests check
+// the text that the sink passes to the system.
 #define OutputDebugStringW show
 #include "Log/DebuggerSink.h"
 #undef OutputDebugStringW
@@ -33,7 +33,7 @@ void show(const wchar_t *text)
 
 namespace {
 
-/// A debugger hears of a text by an exception with the length and the characters, wide or narrow.
+/// A debugger receives a text as an exception with the length and the characters, wide or narrow.
 LONG CALLBACK listen(EXCEPTION_POINTERS *pointers)
 {
     const EXCEPTION_RECORD &record = *pointers->ExceptionRecord;
@@ -51,7 +51,7 @@ LONG CALLBACK listen(EXCEPTION_POINTERS *pointers)
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-/// What the debugger is shown of one line; nothing if the line is left out.
+/// The text that the sink outputs for a line; empty if it drops the line.
 std::optional<std::wstring> output(const std::string &text, const char *pattern = "%v")
 {
     spdlog::logger logger("", std::make_shared<Zor::msvc_wide_sink_mt>());
@@ -75,8 +75,8 @@ void lineReachesTheDebugger()
     CHECK(reached == "Found new server\r\n\n");
 }
 
-// The two characters that end the line count.
-void longestLineThatIsShown()
+// The two characters of the line end count.
+void lineIsDroppedIfItIsTooLong()
 {
     CHECK(output(std::string(16380, 'x')) == std::wstring(16380, L'x') + L"\r\n\n");
     CHECK(!output(std::string(16381, 'x')));
@@ -85,8 +85,8 @@ void longestLineThatIsShown()
     CHECK(output("and again") == L"and again\r\n\n");
 }
 
-// Three bytes for each character, so that they fit; the cut at 16384 bytes goes through one.
-void onlyTheFirstBytesOfALineAreLookedAt()
+// Each character has three bytes, and the limit of 16384 bytes is within one.
+void onlyTheFirstBytesOfALineAreConverted()
 {
     std::string text;
     for (int character = 0; character < 10000; ++character)
@@ -99,13 +99,13 @@ void onlyTheFirstBytesOfALineAreLookedAt()
 
 } // namespace
 
-/// The sink of the log that shows each line in the debugger.
+/// The log sink that writes each line to the debugger.
 int main()
 {
     AddVectoredExceptionHandler(TRUE, listen);
     RUN(lineIsShownInWideCharacters);
     RUN(lineReachesTheDebugger);
-    RUN(longestLineThatIsShown);
-    RUN(onlyTheFirstBytesOfALineAreLookedAt);
+    RUN(lineIsDroppedIfItIsTooLong);
+    RUN(onlyTheFirstBytesOfALineAreConverted);
     return Check::result();
 }

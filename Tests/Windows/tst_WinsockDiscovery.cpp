@@ -19,7 +19,7 @@ sockaddr_in ipv4(const char *address, std::uint16_t port)
     return result;
 }
 
-/// A socket that no other may share its port with, and that sends to the discovery port.
+/// A socket with exclusive use of its port that sends to the discovery port.
 class Sender
 {
 public:
@@ -70,18 +70,18 @@ std::string announcement(const std::string &name = "Stage left", char type = 1)
     return datagram;
 }
 
-/// Polls once there is something to read.
+/// Waits until there is something to read, then polls.
 bool pollNext(Discovery::DiscoverySocket &socket)
 {
     const auto handle = static_cast<SOCKET>(socket.socket);
     fd_set readable{};
     FD_SET(handle, &readable);
-    timeval patience{30, 0};
-    CHECK(select(0, &readable, nullptr, nullptr, &patience) == 1);
+    timeval timeout{30, 0};
+    CHECK(select(0, &readable, nullptr, nullptr, &timeout) == 1);
     return Discovery::poll(socket);
 }
 
-void withoutWinsockNoSocketIsMade()
+void openFailsWithoutWinsock()
 {
     const OpenSocket socket;
     CHECK(socket.lastError == -1);
@@ -111,10 +111,10 @@ void twoSocketsShareThePort()
     CHECK(second.socket > 0);
 }
 
-// Windows says WSAEACCES of a port that is held for one alone, and Wine what Linux says.
-void portThatIsHeldAloneIsAnErrorAndLeavesTheSocketOpen()
+// For a port in exclusive use Windows reports WSAEACCES, and Wine the error of Linux.
+void exclusivelyUsedPortIsAnErrorAndLeavesTheSocketOpen()
 {
-    const Sender holder("0.0.0.0", Discovery::port);
+    const Sender exclusive("0.0.0.0", Discovery::port);
     const OpenSocket socket;
     CHECK(socket.lastError == -2);
     CHECK(socket.lastSocketError == WSAEACCES || socket.lastSocketError == WSAEADDRINUSE);
@@ -134,7 +134,7 @@ void emptySocketLeavesTheErrorUntouched()
     CHECK(socket.datagramsReceived == 0);
 }
 
-void announcementIsReadWhole()
+void announcementIsReadCompletely()
 {
     OpenSocket socket;
     const Sender sender;
@@ -154,8 +154,9 @@ void announcementIsReadWhole()
     CHECK(server.seen);
 }
 
-// One address is one entry, whatever the port; Wine binds no other than the first of the loopback.
-void drainEndsWithTheLastOrAForeignDatagram()
+// Each address has one entry for all its ports. All senders use 127.0.0.1, since Wine binds no
+// other loopback address.
+void pollEndsWithTheLastOrAForeignDatagram()
 {
     OpenSocket socket;
     const Sender first;
@@ -190,7 +191,7 @@ void datagramOf(std::size_t size, int error)
     CHECK(socket.lastSocketError == (error == 0 ? 0 : WSAEMSGSIZE));
     CHECK(socket.datagramsReceived == (error == 0 ? 1 : 0));
 
-    // What was too much of it is gone; the next datagram is read from its own beginning.
+    // The rest of the oversized datagram is gone, so the next one is read from its start.
     Discovery::resetTable(socket);
     sender.send(announcement("next"));
     CHECK(pollNext(socket));
@@ -235,16 +236,16 @@ void brokenSocketRecordsTheSystemsError()
 /// The discovery socket on Winsock.
 int main()
 {
-    RUN(withoutWinsockNoSocketIsMade);
+    RUN(openFailsWithoutWinsock);
     WSADATA data;
     CHECK(WSAStartup(MAKEWORD(2, 2), &data) == 0);
 
     RUN(opensOnPort3001OfEveryInterface);
     RUN(twoSocketsShareThePort);
-    RUN(portThatIsHeldAloneIsAnErrorAndLeavesTheSocketOpen);
+    RUN(exclusivelyUsedPortIsAnErrorAndLeavesTheSocketOpen);
     RUN(emptySocketLeavesTheErrorUntouched);
-    RUN(announcementIsReadWhole);
-    RUN(drainEndsWithTheLastOrAForeignDatagram);
+    RUN(announcementIsReadCompletely);
+    RUN(pollEndsWithTheLastOrAForeignDatagram);
     RUN(oversizedDatagramIsAnError);
     RUN(closedSocketRecordsAnErrorEachTime);
     RUN(brokenSocketRecordsTheSystemsError);
