@@ -15,8 +15,9 @@
 #endif
 
 // Unbuffered, so that the position is that of the bytes that were read.
-UploadFile::UploadFile(const QString &path)
-    : QFile(path)
+UploadFile::UploadFile(const QString &filePath)
+    : QFile(filePath)
+    , path(filePath)
 {
     if (openRegularFile())
         length = QFile::size();
@@ -39,7 +40,7 @@ bool UploadFile::openRegularFile()
 bool UploadFile::openRegularFile()
 {
     const int file =
-        ::open(encodeName(fileName()).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+        ::open(encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (file < 0)
         return false;
     struct stat status = {};

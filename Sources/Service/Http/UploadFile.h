@@ -18,7 +18,10 @@ class UploadFile final : public QFile
 public:
     /// Opens the file for reading. `isOpen` returns false if that failed, or if the file (or the
     /// target of a symbolic link) is not a regular file. Never blocks.
-    explicit UploadFile(const QString &path);
+    explicit UploadFile(const QString &filePath);
+
+    /// The path. QFile itself clears it when it opens a descriptor.
+    [[nodiscard]] QString fileName() const override { return path; }
 
     /// In bytes, when it was opened.
     [[nodiscard]] qint64 size() const override { return length; }
@@ -29,5 +32,6 @@ protected:
 private:
     [[nodiscard]] bool openRegularFile();
 
+    const QString path;
     qint64 length = 0;
 };
