@@ -20,7 +20,7 @@ BVServerBank *BankPair::of(ServerDeck deck) const
     return deck == ServerDeckA ? bankA : bankB;
 }
 
-BVServerBank *BankPair::beside(ServerDeck deck) const
+BVServerBank *BankPair::other(ServerDeck deck) const
 {
     return deck == ServerDeckA ? bankB : bankA;
 }
@@ -108,19 +108,19 @@ void BankPair::redraw()
     bankB->serverContentChanged(bankB->currentServerUuid());
 }
 
-void BankPair::setScrollPositionBeside(ServerDeck deck, int position)
+void BankPair::scrollOther(ServerDeck deck, int position)
 {
-    beside(deck)->setScrollPosition(position);
+    other(deck)->setScrollPosition(position);
 }
 
-void BankPair::selectRowsBeside(ServerDeck deck)
+void BankPair::selectRowsOfOther(ServerDeck deck)
 {
-    beside(deck)->selectRows(of(deck)->selectedRows());
+    other(deck)->selectRows(of(deck)->selectedRows());
 }
 
-QList<int> BankPair::selectionBeside(ServerDeck deck) const
+QList<int> BankPair::selectionOfOther(ServerDeck deck) const
 {
-    return beside(deck)->selectedRowsIn(of(deck)->currentFolder);
+    return other(deck)->selectedRowsIn(of(deck)->currentFolder);
 }
 
 void BankPair::setIconSize(int index)
@@ -140,9 +140,9 @@ void BankPair::changeView(Change change)
 {
     // Scrolls only one bank: the other follows. If the banks have different widths, the second
     // bank's own report would scroll the first one again.
-    BVServerBank *const moved = bankA->firstRowOnShow() == -1 ? bankB : bankA;
-    const int row = moved->firstRowOnShow();
+    BVServerBank *const scrolled = bankA->firstVisibleRow() == -1 ? bankB : bankA;
+    const int row = scrolled->firstVisibleRow();
     change(bankA);
     change(bankB);
-    moved->showRowFirst(row);
+    scrolled->scrollToTop(row);
 }

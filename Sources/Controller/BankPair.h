@@ -23,7 +23,7 @@ public:
     BankPair(BVServerBank *firstBank, BVServerBank *secondBank, ApplicationModel *applicationModel);
 
     [[nodiscard]] BVServerBank *of(ServerDeck deck) const;
-    [[nodiscard]] BVServerBank *beside(ServerDeck deck) const;
+    [[nodiscard]] BVServerBank *other(ServerDeck deck) const;
     /// The bank that shows this server, bank A before bank B; null if there is none.
     [[nodiscard]] BVServerBank *showing(const QUuid &uuid) const;
     /// Whether both banks show a server, so that they can be compared.
@@ -39,10 +39,10 @@ public:
     void openFolders();
     void redraw();
 
-    void setScrollPositionBeside(ServerDeck deck, int position);
-    void selectRowsBeside(ServerDeck deck);
+    void scrollOther(ServerDeck deck, int position);
+    void selectRowsOfOther(ServerDeck deck);
     /// The selected rows of the other bank if it shows the same level, otherwise none.
-    [[nodiscard]] QList<int> selectionBeside(ServerDeck deck) const;
+    [[nodiscard]] QList<int> selectionOfOther(ServerDeck deck) const;
 
     // These keep the first visible row.
     void setIconSize(int index);

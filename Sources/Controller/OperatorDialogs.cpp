@@ -21,7 +21,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// The bits of the model's `warningLevel`.
+/// From this number of visuals on a synchronisation counts as large.
 constexpr qsizetype largeSyncCount = 11;
 
 } // namespace
@@ -127,10 +127,10 @@ bool OperatorDialogs::confirmWarning(const QString &text, const QString &title, 
     if (!box)
         return false;
     const QAbstractButton *const clicked = box->clickedButton();
-    const bool isAskedNoMore = clicked == dontAsk;
-    const bool isConfirmed = isAskedNoMore || clicked == box->button(QMessageBox::Yes);
+    const bool isDisabled = clicked == dontAsk;
+    const bool isConfirmed = isDisabled || clicked == box->button(QMessageBox::Yes);
     delete box;
-    if (isAskedNoMore) {
+    if (isDisabled) {
         model->warningLevel &= ~bit;
         model->save();
     }

@@ -17,7 +17,7 @@ bool UIController::isComparing() const
 
 QList<int> UIController::selectionOfOtherBank(ServerDeck deck) const
 {
-    return banks.selectionBeside(deck);
+    return banks.selectionOfOther(deck);
 }
 
 void UIController::updateSameMarks()
@@ -46,12 +46,12 @@ void UIController::backToFolders()
 
 void UIController::scrollValueChanged(ServerDeck serverDeck, int value)
 {
-    banks.setScrollPositionBeside(serverDeck, value);
+    banks.scrollOther(serverDeck, value);
 }
 
 void UIController::serverItemsSelectionChanged(ServerDeck serverDeck)
 {
-    banks.selectRowsBeside(serverDeck);
+    banks.selectRowsOfOther(serverDeck);
 }
 
 void UIController::increaseThumbnailDownloadSize(int count)

@@ -300,7 +300,7 @@ void BVServerBank::setScrollPosition(int position)
     ui->mediaListWidget->verticalScrollBar()->setSliderPosition(position);
 }
 
-int BVServerBank::firstRowOnShow() const
+int BVServerBank::firstVisibleRow() const
 {
     const auto *const list = ui->mediaListWidget;
     // If the top edge is between two rows, the next row begins within the gap.
@@ -312,7 +312,7 @@ int BVServerBank::firstRowOnShow() const
     return -1;
 }
 
-void BVServerBank::showRowFirst(int row)
+void BVServerBank::scrollToTop(int row)
 {
     if (const auto *const item = ui->mediaListWidget->item(row))
         ui->mediaListWidget->scrollToItem(item, QAbstractItemView::PositionAtTop);

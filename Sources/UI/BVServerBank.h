@@ -114,9 +114,9 @@ public:
     /// Moves the list's vertical slider. A change of the position is reported.
     void setScrollPosition(int position);
     /// The first row that is visible, at least in part; -1 without rows.
-    [[nodiscard]] int firstRowOnShow() const;
+    [[nodiscard]] int firstVisibleRow() const;
     /// Scrolls this row to the top.
-    void showRowFirst(int row);
+    void scrollToTop(int row);
     /// Whether rows can be dragged and dropped in this list.
     void setDragDropEnabled(bool enabled);
 

@@ -52,7 +52,7 @@ public:
     [[nodiscard]] bool open() { return rig.show() && scrollTo(100); }
     [[nodiscard]] bool scrollTo(int row)
     {
-        rig.bankA().showRowFirst(row);
+        rig.bankA().scrollToTop(row);
         return barA.value() > 0 && inStep();
     }
     [[nodiscard]] bool inStep() const { return barA.value() == barB.value(); }
@@ -156,7 +156,7 @@ void tst_BVServerBankScroll::sizeAndViewKeepTheFirstRow()
         &UIController::setSmallSize,  &UIController::setLargeSize, &UIController::setGridMode,
         &UIController::setMediumSize, &UIController::setListMode,  &UIController::setLargeSize};
     for (const auto change : changes) {
-        const int row = stage.rig.bankA().firstRowOnShow();
+        const int row = stage.rig.bankA().firstVisibleRow();
         QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
         (controller.*change)();
         QCoreApplication::processEvents();
@@ -184,7 +184,7 @@ void tst_BVServerBankScroll::aBankOnItsOwnKeepsItsPlace()
         controller.removeServer(isBankA ? stage.two.uuid : stage.one.uuid);
         const BVServerBank &bank = isBankA ? stage.rig.bankA() : stage.rig.bankB();
         for (const auto change : {&UIController::setSmallSize, &UIController::setLargeSize}) {
-            const int row = bank.firstRowOnShow();
+            const int row = bank.firstVisibleRow();
             QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
             (controller.*change)();
             QCoreApplication::processEvents();
