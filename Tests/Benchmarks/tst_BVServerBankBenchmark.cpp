@@ -3,7 +3,7 @@
 
 #include "Benchmarks/Comparison.h"
 #include "Support/Loopback.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QStyledItemDelegate>
 
@@ -66,26 +66,26 @@ private slots:
         }
         Server server = sampleServer(u"Stage left"_s, loopback(1));
         server.folders = {folder(0, u"Full"_s, files), folder(1, u"Long names"_s, longFiles)};
-        rig.connectServer(server);
-        QVERIFY(rig.show());
+        fixture.connectServer(server);
+        QVERIFY(fixture.show());
     }
 
     void rebuildOfFoldersLevel_data() { addViewModes(); }
     void rebuildOfFoldersLevel()
     {
         QFETCH(const bool, listView);
-        rig.bankA().setListMode(listView);
-        compareWithPlainList([this] { rig.bankA().showFolders(); });
-        QCOMPARE(listOf(rig.bankA()).count(), 256);
+        fixture.bankA().setListMode(listView);
+        compareWithPlainList([this] { fixture.bankA().showFolders(); });
+        QCOMPARE(listOf(fixture.bankA()).count(), 256);
     }
 
     void rebuildOfSlotsLevel_data() { addViewModes(); }
     void rebuildOfSlotsLevel()
     {
         QFETCH(const bool, listView);
-        rig.bankA().setListMode(listView);
-        compareWithPlainList([this] { rig.bankA().showFolder(0, false); });
-        QCOMPARE(listOf(rig.bankA()).count(), 257);
+        fixture.bankA().setListMode(listView);
+        compareWithPlainList([this] { fixture.bankA().showFolder(0, false); });
+        QCOMPARE(listOf(fixture.bankA()).count(), 257);
     }
 
     void painting_data()
@@ -97,9 +97,9 @@ private slots:
     void painting()
     {
         QFETCH(const int, folderSlot);
-        rig.bankA().setListMode(true);
-        rig.bankA().showFolder(folderSlot, false);
-        MediaListWidget &list = listOf(rig.bankA());
+        fixture.bankA().setListMode(true);
+        fixture.bankA().showFolder(folderSlot, false);
+        MediaListWidget &list = listOf(fixture.bankA());
         QStyledItemDelegate plainDelegate;
         QAbstractItemDelegate *const bankDelegate = list.itemDelegate();
         const Comparison time = compare(
@@ -136,7 +136,7 @@ private:
     void compareWithPlainList(Rebuild rebuild)
     {
         rebuild();
-        const BVServerBank &bank = rig.bankA();
+        const BVServerBank &bank = fixture.bankA();
         PlainList plain(bank);
         plain.show();
         QVERIFY(QTest::qWaitForWindowExposed(&plain));
@@ -151,7 +151,7 @@ private:
         QVERIFY(time.ratio() < 8);
     }
 
-    WindowRig rig;
+    WindowFixture fixture;
 };
 
 QTEST_MAIN(tst_BVServerBankBenchmark)

@@ -6,7 +6,7 @@
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 #include "Support/WireServer.h"
 
 #include <QBuffer>
@@ -79,33 +79,34 @@ void tst_ServerBankController::doubleClickOnAFolderRowOpensThatFolder_data()
 void tst_ServerBankController::doubleClickOnAFolderRowOpensThatFolder()
 {
     QFETCH(const int, row);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-    QVERIFY(rig.show());
-    const QSignalSpy opened(&controllerOf(rig.bankA()), &ServerBankController::sendFolderChanged);
-    const QSignalSpy back(&controllerOf(rig.bankA()), &ServerBankController::sendFolderBack);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+    QVERIFY(fixture.show());
+    const QSignalSpy opened(&controllerOf(fixture.bankA()),
+                            &ServerBankController::sendFolderChanged);
+    const QSignalSpy back(&controllerOf(fixture.bankA()), &ServerBankController::sendFolderBack);
 
-    doubleClickRow(rig.bankA(), row);
+    doubleClickRow(fixture.bankA(), row);
     QCOMPARE(opened.count(), 1);
     QCOMPARE(opened.first().first().toInt(), row);
     QCOMPARE(back.count(), 0);
-    QCOMPARE(rig.bankA().currentFolder, row);
-    QCOMPARE(rig.bankB().currentFolder, row);
-    QCOMPARE(listOf(rig.bankA()).count(), 257);
+    QCOMPARE(fixture.bankA().currentFolder, row);
+    QCOMPARE(fixture.bankB().currentFolder, row);
+    QCOMPARE(listOf(fixture.bankA()).count(), 257);
 }
 
 void tst_ServerBankController::doubleClickOnBackLeadsBack()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
-    const QSignalSpy back(&controllerOf(rig.bankA()), &ServerBankController::sendFolderBack);
-    doubleClickRow(rig.bankA(), 0);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
+    const QSignalSpy back(&controllerOf(fixture.bankA()), &ServerBankController::sendFolderBack);
+    doubleClickRow(fixture.bankA(), 0);
     QCOMPARE(back.count(), 1);
-    QCOMPARE(rig.bankA().currentFolder, -1);
-    QCOMPARE(rig.bankB().currentFolder, -1);
-    QCOMPARE(listOf(rig.bankA()).count(), 256);
+    QCOMPARE(fixture.bankA().currentFolder, -1);
+    QCOMPARE(fixture.bankB().currentFolder, -1);
+    QCOMPARE(listOf(fixture.bankA()).count(), 256);
 }
 
 void tst_ServerBankController::doubleClickOnASlotDoesNothing_data()
@@ -120,34 +121,35 @@ void tst_ServerBankController::doubleClickOnASlotDoesNothing_data()
 void tst_ServerBankController::doubleClickOnASlotDoesNothing()
 {
     QFETCH(const int, row);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
-    const QSignalSpy opened(&controllerOf(rig.bankA()), &ServerBankController::sendFolderChanged);
-    const QSignalSpy back(&controllerOf(rig.bankA()), &ServerBankController::sendFolderBack);
-    const QSignalSpy clicks(&listOf(rig.bankA()), &QListWidget::itemDoubleClicked);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
+    const QSignalSpy opened(&controllerOf(fixture.bankA()),
+                            &ServerBankController::sendFolderChanged);
+    const QSignalSpy back(&controllerOf(fixture.bankA()), &ServerBankController::sendFolderBack);
+    const QSignalSpy clicks(&listOf(fixture.bankA()), &QListWidget::itemDoubleClicked);
 
-    doubleClickRow(rig.bankA(), row);
+    doubleClickRow(fixture.bankA(), row);
     QCOMPARE(clicks.count(), 1);
     QCOMPARE(opened.count(), 0);
     QCOMPARE(back.count(), 0);
-    QCOMPARE(rig.bankA().currentFolder, 3);
+    QCOMPARE(fixture.bankA().currentFolder, 3);
 }
 
 void tst_ServerBankController::selectionIsToldBeforeTheUploadButtonIsSet()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(4)));
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
-    auto &button = childOf<QPushButton>(rig.bankA(), "addButton");
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(4)));
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
+    auto &button = childOf<QPushButton>(fixture.bankA(), "addButton");
     button.setEnabled(false);
     QList<bool> enabledWhenTold;
-    connect(&controllerOf(rig.bankA()), &ServerBankController::sendServerItemsSelectionChanged,
+    connect(&controllerOf(fixture.bankA()), &ServerBankController::sendServerItemsSelectionChanged,
             this, [&] { enabledWhenTold.append(button.isEnabled()); });
 
-    clickRow(rig.bankA(), 4);
+    clickRow(fixture.bankA(), 4);
     QCOMPARE(enabledWhenTold, QList<bool>{false});
     QVERIFY(button.isEnabled());
 }
@@ -165,13 +167,13 @@ void tst_ServerBankController::everySignalCarriesItsDeck()
     // The servers take the stream's connection and say nothing.
     const WireServer firstPeer(loopback(5));
     const WireServer secondPeer(loopback(6));
-    WindowRig rig;
+    WindowFixture fixture;
     const Server first = sampleServer(u"Stage left"_s, loopback(5));
     const Server second = sampleServer(u"Stage right"_s, loopback(6));
-    rig.connectServer(first);
-    rig.connectServer(second);
-    QVERIFY(rig.show());
-    BVServerBank &bank = deck == ServerDeckA ? rig.bankA() : rig.bankB();
+    fixture.connectServer(first);
+    fixture.connectServer(second);
+    QVERIFY(fixture.show());
+    BVServerBank &bank = deck == ServerDeckA ? fixture.bankA() : fixture.bankB();
     ServerBankController &controller = controllerOf(bank);
 
     QSignalSpy selected(&controller, &ServerBankController::sendServerItemsSelectionChanged);
@@ -182,9 +184,9 @@ void tst_ServerBankController::everySignalCarriesItsDeck()
 
     clickRow(bank, 1);
     listOf(bank).verticalScrollBar()->setValue(30);
-    disconnect(&controller, &ServerBankController::removeVisuals, &rig.controller(), nullptr);
+    disconnect(&controller, &ServerBankController::removeVisuals, &fixture.controller(), nullptr);
     QTest::mouseClick(&childOf<QPushButton>(bank, "removeButton"), Qt::LeftButton);
-    disconnect(&controller, &ServerBankController::moveVisual, &rig.controller(), nullptr);
+    disconnect(&controller, &ServerBankController::moveVisual, &fixture.controller(), nullptr);
     emit listOf(bank).moveItem(5, 9);
 
     QCOMPARE(selected, (QList<QVariantList>{{QVariant::fromValue(deck)}}));
@@ -200,22 +202,22 @@ void tst_ServerBankController::everySignalCarriesItsDeck()
 void tst_ServerBankController::folderFillsFromTheServer()
 {
     WireServer peer(loopback(7));
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
     QPixmapCache::clear();
-    QVERIFY(rig.show());
-    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(fixture.show());
+    doubleClickRow(fixture.bankA(), 3);
     QVERIFY(peer.waitForRequests(2, "/brenvoka/thumbnails/3/"));
-    QVERIFY(!rig.bankA().isEnabled());
-    QCOMPARE(listOf(rig.bankA()).count(), 256); // still the folders
+    QVERIFY(!fixture.bankA().isEnabled());
+    QCOMPARE(listOf(fixture.bankA()).count(), 256); // still the folders
 
     for (const WireRequest &request : peer.requests())
         request.answer(png(request.path().endsWith("/3.png") ? Qt::red : Qt::blue));
-    EVENTUALLY_COMPARE(listOf(rig.bankA()).count(), 257);
-    QVERIFY(rig.bankA().isEnabled());
-    QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
-    QCOMPARE(topLeft(rig.bankA(), 6), QColor(Qt::blue));
-    const QIcon icon = listOf(rig.bankA()).item(4)->icon();
+    EVENTUALLY_COMPARE(listOf(fixture.bankA()).count(), 257);
+    QVERIFY(fixture.bankA().isEnabled());
+    QCOMPARE(topLeft(fixture.bankA(), 4), QColor(Qt::red));
+    QCOMPARE(topLeft(fixture.bankA(), 6), QColor(Qt::blue));
+    const QIcon icon = listOf(fixture.bankA()).item(4)->icon();
     QCOMPARE(icon.availableSizes(), QList<QSize>{QSize(128, 96)});
     QCOMPARE(peer.requests().size(), 2);
 }
@@ -224,96 +226,97 @@ void tst_ServerBankController::bothBanksLoadByThemselves()
 {
     WireServer firstPeer(loopback(8));
     WireServer secondPeer(loopback(9));
-    WindowRig rig;
+    WindowFixture fixture;
     Server second = sampleServer(u"Stage right"_s, loopback(9));
     second.folders[3] = folder(3, u"Stage"_s, {visual(7, u"Bridge"_s, 7)});
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
-    rig.connectServer(second);
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
+    fixture.connectServer(second);
     QPixmapCache::clear();
-    QVERIFY(rig.show());
-    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(fixture.show());
+    doubleClickRow(fixture.bankA(), 3);
     QVERIFY(firstPeer.waitForRequests(2));
     QVERIFY(secondPeer.waitForRequests(1));
 
     // Bank B is done first; bank A waits on.
     secondPeer.requests().first().answer(png(Qt::green));
-    EVENTUALLY_COMPARE(listOf(rig.bankB()).count(), 257);
-    QVERIFY(rig.bankB().isEnabled());
-    QVERIFY(!rig.bankA().isEnabled());
-    QCOMPARE(listOf(rig.bankA()).count(), 256);
+    EVENTUALLY_COMPARE(listOf(fixture.bankB()).count(), 257);
+    QVERIFY(fixture.bankB().isEnabled());
+    QVERIFY(!fixture.bankA().isEnabled());
+    QCOMPARE(listOf(fixture.bankA()).count(), 256);
     for (const WireRequest &request : firstPeer.requests())
         request.answer(png(Qt::red));
-    EVENTUALLY(rig.bankA().isEnabled());
-    QCOMPARE(topLeft(rig.bankA(), 4), QColor(Qt::red));
-    QCOMPARE(topLeft(rig.bankB(), 8), QColor(Qt::green));
+    EVENTUALLY(fixture.bankA().isEnabled());
+    QCOMPARE(topLeft(fixture.bankA(), 4), QColor(Qt::red));
+    QCOMPARE(topLeft(fixture.bankB(), 8), QColor(Qt::green));
 }
 
 void tst_ServerBankController::lateThumbnailsLeaveTheFolders()
 {
     WireServer firstPeer(loopback(13));
-    WindowRig rig;
+    WindowFixture fixture;
     Server second = sampleServer(u"Stage right"_s, loopback(14));
     second.folders[3].files.clear();
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(13)));
-    rig.connectServer(second);
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(13)));
+    fixture.connectServer(second);
     QPixmapCache::clear();
-    QVERIFY(rig.show());
-    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(fixture.show());
+    doubleClickRow(fixture.bankA(), 3);
     QVERIFY(firstPeer.waitForRequests(2));
 
     // The operator goes back in bank B while bank A is still loading.
-    doubleClickRow(rig.bankB(), 0);
-    QCOMPARE(rig.bankA().currentFolder, -1);
+    doubleClickRow(fixture.bankB(), 0);
+    QCOMPARE(fixture.bankA().currentFolder, -1);
     for (const WireRequest &request : firstPeer.requests())
         request.answer(png(Qt::red));
-    EVENTUALLY(rig.bankA().isEnabled());
-    QCOMPARE(rig.bankA().currentFolder, -1);
-    QCOMPARE(listOf(rig.bankA()).count(), 256);
-    QCOMPARE(listOf(rig.bankA()).item(3)->text(), u"Stage"_s);
+    EVENTUALLY(fixture.bankA().isEnabled());
+    QCOMPARE(fixture.bankA().currentFolder, -1);
+    QCOMPARE(listOf(fixture.bankA()).count(), 256);
+    QCOMPARE(listOf(fixture.bankA()).item(3)->text(), u"Stage"_s);
 }
 
 void tst_ServerBankController::failedThumbnailIsToldToNobody()
 {
     WireServer peer(loopback(10));
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
     QPixmapCache::clear();
-    QVERIFY(rig.show());
-    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(fixture.show());
+    doubleClickRow(fixture.bankA(), 3);
     QVERIFY(peer.waitForRequests(2));
     LogCapture log;
 
     peer.requests().at(0).answer({}, {}, "404 Not Found");
     EVENTUALLY_COMPARE(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1);
     peer.requests().at(1).answer(png(Qt::red));
-    EVENTUALLY(rig.bankA().isEnabled());
-    QCOMPARE(listOf(rig.bankA()).count(), 257);
+    EVENTUALLY(fixture.bankA().isEnabled());
+    QCOMPARE(listOf(fixture.bankA()).count(), 257);
     QVERIFY(!QApplication::activeModalWidget());
 }
 
 void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails_data()
 {
-    QTest::addColumn<std::function<void(WindowRig &)>>("remedy");
-    using Remedy = std::function<void(WindowRig &)>;
-    QTest::newRow("a fresh list of servers")
-        << Remedy([](WindowRig &rig) { rig.bankA().setServers({rig.model.servers[0]->uuid}); });
+    QTest::addColumn<std::function<void(WindowFixture &)>>("remedy");
+    using Remedy = std::function<void(WindowFixture &)>;
+    QTest::newRow("a fresh list of servers") << Remedy([](WindowFixture &fixture) {
+        fixture.bankA().setServers({fixture.model.servers[0]->uuid});
+    });
     QTest::newRow("a folder that the server lacks")
-        << Remedy([](WindowRig &rig) { rig.controller().folderChanged(77); });
+        << Remedy([](WindowFixture &fixture) { fixture.controller().folderChanged(77); });
     QTest::newRow("the download was cancelled")
-        << Remedy([](WindowRig &rig) { rig.controller().downloadCancel(); });
-    QTest::newRow("pictures after all")
-        << Remedy([](WindowRig &rig) { rig.bankA().folderChanged(3, QList<QPixmap>(256)); });
+        << Remedy([](WindowFixture &fixture) { fixture.controller().downloadCancel(); });
+    QTest::newRow("pictures after all") << Remedy(
+        [](WindowFixture &fixture) { fixture.bankA().folderChanged(3, QList<QPixmap>(256)); });
 }
 
 void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails()
 {
-    QFETCH(const std::function<void(WindowRig &)>, remedy);
+    QFETCH(const std::function<void(WindowFixture &)>, remedy);
     WireServer peer(loopback(12));
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
     QPixmapCache::clear();
-    QVERIFY(rig.show());
-    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(fixture.show());
+    doubleClickRow(fixture.bankA(), 3);
     QVERIFY(peer.waitForRequests(2));
     LogCapture log;
 
@@ -321,22 +324,22 @@ void tst_ServerBankController::panelStaysOffWhenTheLastThumbnailFails()
     EVENTUALLY_COMPARE(log.texts().filter(u"Downloaded was a success"_s).size(), 1);
     peer.requests().at(1).answer({}, {}, "404 Not Found");
     EVENTUALLY_COMPARE(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1);
-    QVERIFY(!rig.bankA().isEnabled());
-    QCOMPARE(listOf(rig.bankA()).count(), 256);
-    remedy(rig);
-    QVERIFY(rig.bankA().isEnabled());
+    QVERIFY(!fixture.bankA().isEnabled());
+    QCOMPARE(listOf(fixture.bankA()).count(), 256);
+    remedy(fixture);
+    QVERIFY(fixture.bankA().isEnabled());
 }
 
 void tst_ServerBankController::windowClosedDuringADownload()
 {
     WireServer peer(loopback(11));
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
     QPixmapCache::clear();
-    QVERIFY(rig.show());
-    doubleClickRow(rig.bankA(), 3);
+    QVERIFY(fixture.show());
+    doubleClickRow(fixture.bankA(), 3);
     QVERIFY(peer.waitForRequests(2));
-    rig.window.reset();
+    fixture.window.reset();
     EVENTUALLY_COMPARE(peer.openConnections(), 0);
 }
 

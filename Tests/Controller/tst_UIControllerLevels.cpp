@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "BrowsingStage.h"
+#include "BrowsingFixture.h"
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
@@ -14,14 +14,21 @@ constexpr int foldersLevel = -1;
 constexpr int folderRows = 256;
 constexpr int slotRows = 257;
 
-/// Libraries that differ at both levels: in folder 3, and there in its name and in slot 5. The
-/// servers are there, but never answer.
-class LevelStage final
+/// Servers that never answer. They listen before the window connects.
+struct SilentServers
+{
+    WireServer silentOne{loopback(51)};
+    WireServer silentTwo{loopback(52)};
+};
+
+/// Libraries that differ at both levels: folder 3 has another name, and its slot 5 is empty in B.
+class LevelFixture final : SilentServers, public BrowsingFixture
 {
 public:
-    LevelStage()
-        : stage(library(u"Stage"_s, {visual(3, u"Sunset"_s, 3), visual(5, u"Harbour"_s, 5)}),
-                library(u"Other"_s, {visual(3, u"Sunset"_s, 3)}))
+    LevelFixture()
+        : BrowsingFixture(
+              library(u"Stage"_s, {visual(3, u"Sunset"_s, 3), visual(5, u"Harbour"_s, 5)}),
+              library(u"Other"_s, {visual(3, u"Sunset"_s, 3)}))
     {
     }
 
@@ -31,18 +38,9 @@ public:
                 folder(3, name, visuals)};
     }
 
-    void lose(const Server &server) const { rig.controller().removeServer(server.uuid); }
-    void enter(int folder) const { rig.controller().folderChanged(folder); }
-    [[nodiscard]] int level() const { return rig.model.selectedFolder; }
-
-    WireServer silentOne{loopback(51)};
-    WireServer silentTwo{loopback(52)};
-    BrowsingStage stage;
-    WindowRig &rig = stage.rig;
-    BVServerBank &bankA = rig.bankA();
-    BVServerBank &bankB = rig.bankB();
-    const Server &one = stage.one;
-    const Server &two = stage.two;
+    void lose(const Server &server) const { controller().removeServer(server.uuid); }
+    void enter(int folder) const { controller().folderChanged(folder); }
+    [[nodiscard]] int level() const { return model.selectedFolder; }
 };
 
 /// The rows with the mark "different", as they are drawn.
@@ -105,194 +103,195 @@ private slots:
 
 void tst_UIControllerLevels::bankBJoinsTheFolder()
 {
-    LevelStage stage;
-    stage.enter(3);
-    stage.lose(stage.two);
-    QCOMPARE(stage.bankA.currentFolder, 3);
-    QCOMPARE(stage.bankB.currentFolder, foldersLevel);
-    QVERIFY(headerOf(stage.bankA).contains(u"#FF0000"_s));
-    stage.rig.connectServer(stage.two);
-    QCOMPARE(stage.bankA.currentFolder, 3);
-    QCOMPARE(stage.bankB.currentFolder, foldersLevel);
-    ControllerRig::choose(stage.bankB, u"Two"_s);
-    holdInFolder(stage.bankA);
-    holdInFolder(stage.bankB);
+    LevelFixture fixture;
+    fixture.enter(3);
+    fixture.lose(fixture.two);
+    QCOMPARE(fixture.bankA().currentFolder, 3);
+    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+    QVERIFY(headerOf(fixture.bankA()).contains(u"#FF0000"_s));
+    fixture.connectServer(fixture.two);
+    QCOMPARE(fixture.bankA().currentFolder, 3);
+    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+    holdInFolder(fixture.bankA());
+    holdInFolder(fixture.bankB());
 }
 
 void tst_UIControllerLevels::bankAJoinsTheFolder()
 {
-    LevelStage stage;
-    stage.enter(3);
-    stage.lose(stage.one);
-    QCOMPARE(stage.bankA.currentFolder, foldersLevel);
-    QCOMPARE(stage.bankB.currentFolder, 3);
-    stage.rig.connectServer(stage.one);
-    ControllerRig::choose(stage.bankA, u"One"_s);
-    holdInFolder(stage.bankA);
-    holdInFolder(stage.bankB);
+    LevelFixture fixture;
+    fixture.enter(3);
+    fixture.lose(fixture.one);
+    QCOMPARE(fixture.bankA().currentFolder, foldersLevel);
+    QCOMPARE(fixture.bankB().currentFolder, 3);
+    fixture.connectServer(fixture.one);
+    ControllerFixture::choose(fixture.bankA(), u"One"_s);
+    holdInFolder(fixture.bankA());
+    holdInFolder(fixture.bankB());
 }
 
 void tst_UIControllerLevels::aFirstServerJoinsTheFolder()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server one = sampleServer(u"One"_s, loopback(51));
-    rig.connectServer(one);
-    rig.controller().folderChanged(3);
-    rig.connectServer(one); // any refresh of the lists
-    QCOMPARE(rig.bankB().currentFolder, foldersLevel);
+    fixture.connectServer(one);
+    fixture.controller().folderChanged(3);
+    fixture.connectServer(one); // any refresh of the lists
+    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
     Server two = sampleServer(u"Two"_s, loopback(52));
-    two.folders = LevelStage::library(u"Other"_s, {visual(3, u"Sunset"_s, 3)});
-    rig.connectServer(two);
-    holdInFolder(rig.bankA());
-    holdInFolder(rig.bankB());
+    two.folders = LevelFixture::library(u"Other"_s, {visual(3, u"Sunset"_s, 3)});
+    fixture.connectServer(two);
+    holdInFolder(fixture.bankA());
+    holdInFolder(fixture.bankB());
 }
 
 void tst_UIControllerLevels::aSelectionMeansTheSameOnceABankHasJoined()
 {
-    LevelStage stage;
-    QVERIFY(stage.rig.show());
-    stage.enter(3);
-    stage.lose(stage.two);
-    stage.rig.connectServer(stage.two);
-    ControllerRig::choose(stage.bankB, u"Two"_s);
-    clickRow(stage.bankA, 4);
+    LevelFixture fixture;
+    QVERIFY(fixture.show());
+    fixture.enter(3);
+    fixture.lose(fixture.two);
+    fixture.connectServer(fixture.two);
+    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+    clickRow(fixture.bankA(), 4);
     const QList<VisualRef> visuals{{3, 3}};
-    QCOMPARE(stage.bankA.selectedVisuals(false), visuals);
-    QCOMPARE(stage.bankB.selectedVisuals(false), visuals);
+    QCOMPARE(fixture.bankA().selectedVisuals(false), visuals);
+    QCOMPARE(fixture.bankB().selectedVisuals(false), visuals);
 }
 
 void tst_UIControllerLevels::aBankThatGaveItsServerAwayJoinsTheFolder()
 {
-    LevelStage stage;
-    stage.enter(3);
-    ControllerRig::choose(stage.bankA, u"Two"_s);
-    QCOMPARE(stage.bankB.currentFolder, foldersLevel);
-    QVERIFY(stage.bankA.sameMarks.all());
-    ControllerRig::choose(stage.bankB, u"One"_s);
-    holdInFolder(stage.bankA);
-    holdInFolder(stage.bankB);
+    LevelFixture fixture;
+    fixture.enter(3);
+    ControllerFixture::choose(fixture.bankA(), u"Two"_s);
+    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+    QVERIFY(fixture.bankA().sameMarks.all());
+    ControllerFixture::choose(fixture.bankB(), u"One"_s);
+    holdInFolder(fixture.bankA());
+    holdInFolder(fixture.bankB());
 }
 
 void tst_UIControllerLevels::aBankThatTakesTheLastServerOutOfTheFolderStaysAtTheFolders()
 {
-    LevelStage stage;
-    stage.enter(3);
-    stage.lose(stage.one);
-    ControllerRig::choose(stage.bankA, u"Two"_s);
-    QCOMPARE(stage.level(), foldersLevel);
-    QCOMPARE(listOf(stage.bankA).count(), folderRows);
-    stage.rig.connectServer(stage.one);
-    ControllerRig::choose(stage.bankB, u"One"_s);
-    holdAtFolders(stage.bankA);
-    holdAtFolders(stage.bankB);
+    LevelFixture fixture;
+    fixture.enter(3);
+    fixture.lose(fixture.one);
+    ControllerFixture::choose(fixture.bankA(), u"Two"_s);
+    QCOMPARE(fixture.level(), foldersLevel);
+    QCOMPARE(listOf(fixture.bankA()).count(), folderRows);
+    fixture.connectServer(fixture.one);
+    ControllerFixture::choose(fixture.bankB(), u"One"_s);
+    holdAtFolders(fixture.bankA());
+    holdAtFolders(fixture.bankB());
 }
 
 void tst_UIControllerLevels::aBankJoinsTheFolderAfterARename()
 {
-    LevelStage stage;
-    stage.enter(3);
-    stage.rig.controller().serverNameChanged(stage.two.uuid, u"Due"_s);
-    QVERIFY(stage.bankA.currentServerUuid().isNull() && stage.bankB.currentServerUuid().isNull());
-    ControllerRig::choose(stage.bankA, u"One"_s);
-    QCOMPARE(stage.level(), 3);
-    QCOMPARE(listOf(stage.bankA).count(), slotRows);
-    QCOMPARE(stage.bankB.currentFolder, foldersLevel);
-    ControllerRig::choose(stage.bankB, u"Due"_s);
-    holdInFolder(stage.bankA);
-    holdInFolder(stage.bankB);
+    LevelFixture fixture;
+    fixture.enter(3);
+    fixture.controller().serverNameChanged(fixture.two.uuid, u"Due"_s);
+    QVERIFY(fixture.bankA().currentServerUuid().isNull() &&
+            fixture.bankB().currentServerUuid().isNull());
+    ControllerFixture::choose(fixture.bankA(), u"One"_s);
+    QCOMPARE(fixture.level(), 3);
+    QCOMPARE(listOf(fixture.bankA()).count(), slotRows);
+    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+    ControllerFixture::choose(fixture.bankB(), u"Due"_s);
+    holdInFolder(fixture.bankA());
+    holdInFolder(fixture.bankB());
 }
 
 void tst_UIControllerLevels::aBankAtTheFoldersIsJoinedThere()
 {
-    LevelStage stage;
-    stage.enter(3);
-    stage.lose(stage.two);
-    stage.rig.controller().backToFolders();
-    stage.rig.connectServer(stage.two);
-    ControllerRig::choose(stage.bankB, u"Two"_s);
-    holdAtFolders(stage.bankA);
-    holdAtFolders(stage.bankB);
+    LevelFixture fixture;
+    fixture.enter(3);
+    fixture.lose(fixture.two);
+    fixture.controller().backToFolders();
+    fixture.connectServer(fixture.two);
+    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+    holdAtFolders(fixture.bankA());
+    holdAtFolders(fixture.bankB());
 }
 
 void tst_UIControllerLevels::banksThatBothLostTheirServersMeetAtTheFolders()
 {
-    LevelStage stage;
-    stage.enter(3);
-    stage.lose(stage.two);
-    QCOMPARE(stage.level(), 3);
-    stage.lose(stage.one);
-    QCOMPARE(stage.level(), foldersLevel);
-    stage.rig.connectServer(stage.one);
-    stage.rig.connectServer(stage.two);
-    ControllerRig::choose(stage.bankB, u"Two"_s);
-    QCOMPARE(listOf(stage.bankB).count(), folderRows);
-    ControllerRig::choose(stage.bankA, u"One"_s);
-    holdAtFolders(stage.bankA);
-    holdAtFolders(stage.bankB);
+    LevelFixture fixture;
+    fixture.enter(3);
+    fixture.lose(fixture.two);
+    QCOMPARE(fixture.level(), 3);
+    fixture.lose(fixture.one);
+    QCOMPARE(fixture.level(), foldersLevel);
+    fixture.connectServer(fixture.one);
+    fixture.connectServer(fixture.two);
+    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+    QCOMPARE(listOf(fixture.bankB()).count(), folderRows);
+    ControllerFixture::choose(fixture.bankA(), u"One"_s);
+    holdAtFolders(fixture.bankA());
+    holdAtFolders(fixture.bankB());
 }
 
 void tst_UIControllerLevels::banksThatBothLostTheirServersToARenameMeetAtTheFolders()
 {
-    LevelStage stage;
-    stage.enter(3);
-    stage.rig.controller().serverNameChanged(stage.two.uuid, u"Due"_s);
-    stage.rig.connectServer(stage.one); // any refresh of the lists
-    QCOMPARE(stage.level(), foldersLevel);
-    ControllerRig::choose(stage.bankA, u"One"_s);
-    ControllerRig::choose(stage.bankB, u"Due"_s);
-    holdAtFolders(stage.bankA);
-    holdAtFolders(stage.bankB);
+    LevelFixture fixture;
+    fixture.enter(3);
+    fixture.controller().serverNameChanged(fixture.two.uuid, u"Due"_s);
+    fixture.connectServer(fixture.one); // any refresh of the lists
+    QCOMPARE(fixture.level(), foldersLevel);
+    ControllerFixture::choose(fixture.bankA(), u"One"_s);
+    ControllerFixture::choose(fixture.bankB(), u"Due"_s);
+    holdAtFolders(fixture.bankA());
+    holdAtFolders(fixture.bankB());
 }
 
 void tst_UIControllerLevels::aFirstServerStaysOutOfAFolderThatNobodyIsIn()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server one = sampleServer(u"One"_s, loopback(51));
     const Server two = sampleServer(u"Two"_s, loopback(52));
-    rig.connectServer(one);
-    rig.controller().folderChanged(3);
-    rig.controller().removeServer(one.uuid);
-    rig.connectServer(two);
-    QCOMPARE(rig.bankB().currentServerUuid(), two.uuid);
-    QCOMPARE(rig.bankB().currentFolder, foldersLevel);
-    QCOMPARE(rig.model.selectedFolder, foldersLevel);
-    QCOMPARE(listOf(rig.bankB()).count(), folderRows);
+    fixture.connectServer(one);
+    fixture.controller().folderChanged(3);
+    fixture.controller().removeServer(one.uuid);
+    fixture.connectServer(two);
+    QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
+    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+    QCOMPARE(fixture.model.selectedFolder, foldersLevel);
+    QCOMPARE(listOf(fixture.bankB()).count(), folderRows);
 }
 
 void tst_UIControllerLevels::aNewLibraryKeepsTheFolderOfTheBankThatIsLeft()
 {
-    LevelStage stage;
-    stage.enter(3);
-    stage.lose(stage.two);
-    Server changed = stage.one;
-    changed.folders = LevelStage::library(u"Stage"_s, {visual(9, u"New"_s, 9)});
-    stage.rig.connectServer(changed);
-    QCOMPARE(stage.level(), 3);
-    QCOMPARE(listOf(stage.bankA).item(10)->text(), u"009: New"_s);
-    QVERIFY(stage.bankA.sameMarks.all());
-    QCOMPARE(stage.bankB.currentFolder, foldersLevel);
+    LevelFixture fixture;
+    fixture.enter(3);
+    fixture.lose(fixture.two);
+    Server changed = fixture.one;
+    changed.folders = LevelFixture::library(u"Stage"_s, {visual(9, u"New"_s, 9)});
+    fixture.connectServer(changed);
+    QCOMPARE(fixture.level(), 3);
+    QCOMPARE(listOf(fixture.bankA()).item(10)->text(), u"009: New"_s);
+    QVERIFY(fixture.bankA().sameMarks.all());
+    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
 }
 
 void tst_UIControllerLevels::theHeaderKeepsItsColourWhileBothStay()
 {
-    LevelStage stage;
-    stage.enter(2);
-    Server renamed = stage.two;
+    LevelFixture fixture;
+    fixture.enter(2);
+    Server renamed = fixture.two;
     renamed.folders[2].name = u"Pictures"_s;
-    stage.rig.connectServer(renamed);
-    QCOMPARE(headerOf(stage.bankA), u"Library > Stills"_s);
-    QCOMPARE(headerOf(stage.bankB), u"Library > Pictures"_s);
+    fixture.connectServer(renamed);
+    QCOMPARE(headerOf(fixture.bankA()), u"Library > Stills"_s);
+    QCOMPARE(headerOf(fixture.bankB()), u"Library > Pictures"_s);
 }
 
 void tst_UIControllerLevels::joiningAsksForEachThumbnailOnce()
 {
-    LevelStage stage;
-    stage.enter(3);
-    stage.lose(stage.two);
-    stage.rig.connectServer(stage.two);
+    LevelFixture fixture;
+    fixture.enter(3);
+    fixture.lose(fixture.two);
+    fixture.connectServer(fixture.two);
     QPixmapCache::clear();
     LogCapture log;
-    ControllerRig::choose(stage.bankB, u"Two"_s);
+    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
     const QStringList asked = log.texts().filter(u"Downloading thumbnail from: "_s);
     QCOMPARE(asked.filter(u"//" LOOPBACK(51) ":"_s).size(), 2);
     QCOMPARE(asked.filter(u"//" LOOPBACK(52) ":"_s).size(), 1);

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Benchmarks/Comparison.h"
-#include "ControllerRig.h"
+#include "ControllerFixture.h"
 #include "Model/LibraryComparison.h"
 #include "Support/EventCount.h"
 #include "Support/FailOnWarning.h"
@@ -71,11 +71,11 @@ void tst_UIControllerLoad::aThousandReportsASecondLeaveTheWindowAnswering()
 {
     constexpr int count = 2000;
     PlayedServer server(loopback(1));
-    ControllerRig rig;
-    QVERIFY(rig.bringUp(server, u"One"_s, {folder(0, u"Intro"_s)}));
-    QVERIFY(rig.rig.show());
-    const auto &cpu = childOf<QLabel>(rig.bankA(), "cpuValueLabel");
-    const EventCount changes(childOf<QLabel>(rig.bankA(), "serverStatusLabel"));
+    ControllerFixture fixture;
+    QVERIFY(fixture.connectServer(server, u"One"_s, {folder(0, u"Intro"_s)}));
+    QVERIFY(fixture.show());
+    const auto &cpu = childOf<QLabel>(fixture.bankA(), "cpuValueLabel");
+    const EventCount changes(childOf<QLabel>(fixture.bankA(), "serverStatusLabel"));
     const LongestStop stop;
 
     QElapsedTimer clock;
@@ -97,16 +97,16 @@ void tst_UIControllerLoad::aThousandReportsASecondLeaveTheWindowAnswering()
 
 void tst_UIControllerLoad::reportsThatArriveTogetherAreDrawnOnce()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server server = sampleServer(u"One"_s, loopback(1));
-    rig.connectServer(server);
-    QVERIFY(rig.show());
-    auto &cpu = childOf<QLabel>(rig.bankA(), "cpuValueLabel");
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
+    auto &cpu = childOf<QLabel>(fixture.bankA(), "cpuValueLabel");
     QCoreApplication::processEvents();
     const EventCount changes(cpu);
     for (int rate = 1; rate <= 1000; ++rate)
-        rig.controller().serverUpdateFpsStats(server.uuid, float(rate % 100), 60, 60, false);
-    rig.controller().serverUpdateFpsStats(server.uuid, 59.94F, 60, 60, false);
+        fixture.controller().serverUpdateFpsStats(server.uuid, float(rate % 100), 60, 60, false);
+    fixture.controller().serverUpdateFpsStats(server.uuid, 59.94F, 60, 60, false);
     EVENTUALLY(changes.of(QEvent::Paint) > 0);
     QCoreApplication::processEvents();
     QCOMPARE(changes.of(QEvent::Paint), 1);
@@ -123,46 +123,46 @@ void tst_UIControllerLoad::manyServersLeaveAtOnce_data()
 void tst_UIControllerLoad::manyServersLeaveAtOnce()
 {
     QFETCH(const bool, shownOnesFirst);
-    WindowRig rig;
+    WindowFixture fixture;
     QList<QUuid> uuids;
     for (int number = 0; number < crowd; ++number) {
         Server server = sampleServer(u"Server %1"_s.arg(number), loopback(2));
         server.connected = true;
-        rig.model.upsertServer(server);
+        fixture.model.upsertServer(server);
         uuids.append(server.uuid);
     }
-    rig.controller().serverConnected(uuids.first(), QHostAddress(loopback(2)));
-    QVERIFY(rig.show());
-    QCOMPARE(ControllerRig::offered(rig.bankA()).size(), crowd);
-    QCOMPARE(ControllerRig::offered(rig.bankB()).size(), crowd - 1);
+    fixture.controller().serverConnected(uuids.first(), QHostAddress(loopback(2)));
+    QVERIFY(fixture.show());
+    QCOMPARE(ControllerFixture::offered(fixture.bankA()).size(), crowd);
+    QCOMPARE(ControllerFixture::offered(fixture.bankB()).size(), crowd - 1);
     if (!shownOnesFirst)
         std::ranges::reverse(uuids);
 
     const double time = processorTime([&] {
         for (const QUuid &uuid : std::as_const(uuids))
-            rig.controller().removeServer(uuid);
+            fixture.controller().removeServer(uuid);
     });
     qInfo("%d servers leave: %.0f ms", crowd, time);
-    QCOMPARE(ControllerRig::offered(rig.bankA()).size(), 0);
-    QCOMPARE(ControllerRig::offered(rig.bankB()).size(), 0);
+    QCOMPARE(ControllerFixture::offered(fixture.bankA()).size(), 0);
+    QCOMPARE(ControllerFixture::offered(fixture.bankB()).size(), 0);
     QVERIFY(time < 8000);
 }
 
 void tst_UIControllerLoad::aMillionFoldersAreReadInOnePass()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server one = hugeServer(u"One"_s);
-    rig.connectServer(one);
-    rig.connectServer(hugeServer(u"Two"_s));
-    QVERIFY(rig.show());
+    fixture.connectServer(one);
+    fixture.connectServer(hugeServer(u"Two"_s));
+    QVERIFY(fixture.show());
     QList<int> rows(256);
     std::iota(rows.begin(), rows.end(), 0);
 
     const auto select = [&] {
-        rig.bankA().selectRows(rows);
-        QVERIFY(rig.bankA().selectedVisuals(true).isEmpty());
+        fixture.bankA().selectRows(rows);
+        QVERIFY(fixture.bankA().selectedVisuals(true).isEmpty());
     };
-    const auto compareAndDraw = [&] { rig.controller().backToFolders(); };
+    const auto compareAndDraw = [&] { fixture.controller().backToFolders(); };
     const auto search = [&] { QVERIFY(LibraryComparison::slotEmpty(one, 3, 7)); };
     const Comparison selection = compare(select, search, 3);
     selection.print("selection of all rows", "search of one folder");

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "ControllerRig.h"
+#include "SyncClickFixture.h"
 
 #include "Dialogs/ErrorMessageDialog.h"
 #include "Support/FailOnWarning.h"
@@ -94,31 +94,32 @@ void tst_UIControllerLosses::theOperatorIsToldWhy()
 {
     QFETCH(const Brenvoka::ServerDisconnectReason, reason);
     QFETCH(const QString, error);
-    ControllerRig rig;
+    ControllerFixture fixture;
     const Server server = sampleServer(u"One"_s, loopback(109));
-    rig.rig.connectServer(server);
+    fixture.connectServer(server);
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
-    rig.controller().serverDisconnected(server.uuid, reason, error);
+    fixture.controller().serverDisconnected(server.uuid, reason, error);
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().type, u"ErrorMessageDialog"_s);
     QCOMPARE(modals.seen().first().text, u"Server \"One\" disconnected."_s);
     QTEST(modals.seen().first().details, "detail");
-    QVERIFY(rig.model().servers.isEmpty());
+    QVERIFY(fixture.model.servers.isEmpty());
 }
 
 void tst_UIControllerLosses::anotherClientIsNotNamedAndDetailsStayOpen()
 {
-    ControllerRig rig;
+    ControllerFixture fixture;
     const Server server = sampleServer(u"One"_s, loopback(109));
-    rig.rig.connectServer(server);
+    fixture.connectServer(server);
     ModalDriver modals;
     modals.answer([](QDialog &dialog) {
         const auto *const details = dialog.findChild<QPushButton *>(u"errorDetails"_s);
         QVERIFY(details->isVisible() && details->isEnabled());
         dialog.accept();
     });
-    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectOtherClient, u"unused"_s);
+    fixture.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectOtherClient,
+                                            u"unused"_s);
     QCOMPARE(modals.seen().value(0).text, u"Server \"One\" disconnected."_s);
     QCOMPARE(modals.seen().value(0).details, QString());
 }
@@ -144,85 +145,85 @@ void tst_UIControllerLosses::namesAndErrorsAreShownAsTheyAre()
     QFETCH(const QString, shownName);
     QFETCH(const QString, error);
     QFETCH(const QString, shownError);
-    ControllerRig rig;
+    ControllerFixture fixture;
     const Server server = sampleServer(name, loopback(109));
-    rig.rig.connectServer(server);
+    fixture.connectServer(server);
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
-    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError, error);
+    fixture.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError, error);
     QCOMPARE(modals.seen().value(0).text, u"Server \""_s + shownName + u"\" disconnected."_s);
     QCOMPARE(modals.seen().value(0).details, u"Network error: "_s + shownError + u'.');
 }
 
 void tst_UIControllerLosses::aServerInNeitherBankDisappearsWithoutAWord()
 {
-    ControllerRig rig;
+    ControllerFixture fixture;
     const Server one = sampleServer(u"One"_s, loopback(109));
     const Server two = sampleServer(u"Two"_s, loopback(108));
     const Server three = sampleServer(u"Three"_s, loopback(107));
     for (const Server &server : {one, two, three})
-        rig.rig.connectServer(server);
+        fixture.connectServer(server);
     ModalDriver modals;
-    rig.controller().serverDisconnected(three.uuid, Brenvoka::DisconnectServerShutdown, {});
+    fixture.controller().serverDisconnected(three.uuid, Brenvoka::DisconnectServerShutdown, {});
     QVERIFY(modals.seen().isEmpty());
-    QCOMPARE(rig.offered(rig.bankA()), (QStringList{u"One"_s, u"Two"_s}));
-    QCOMPARE(rig.bankA().currentServerUuid(), one.uuid);
-    QCOMPARE(rig.bankB().currentServerUuid(), two.uuid);
+    QCOMPARE(fixture.offered(fixture.bankA()), (QStringList{u"One"_s, u"Two"_s}));
+    QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
+    QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
 }
 
 void tst_UIControllerLosses::aDisconnectOfAnUnknownServerIsLogged()
 {
     LogCapture log;
-    ControllerRig rig;
-    rig.controller().serverDisconnected(QUuid::createUuid(), Brenvoka::DisconnectNone, {});
+    ControllerFixture fixture;
+    fixture.controller().serverDisconnected(QUuid::createUuid(), Brenvoka::DisconnectNone, {});
     QVERIFY(log.texts().contains(u"Disconnect notification received for an invalid server"_s));
 }
 
 void tst_UIControllerLosses::aDisconnectBeforeTheFirstConnectionKeepsTheServer()
 {
     LogCapture log;
-    ControllerRig rig;
+    ControllerFixture fixture;
     Server server = sampleServer(u"One"_s, loopback(109));
-    rig.model().upsertServer(server);
-    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError, u"x"_s);
-    QCOMPARE(rig.model().servers.size(), 1);
+    fixture.model.upsertServer(server);
+    fixture.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError, u"x"_s);
+    QCOMPARE(fixture.model.servers.size(), 1);
     QVERIFY(log.texts().contains(u"Disconnect notification received for an invalid server"_s));
 }
 
 void tst_UIControllerLosses::theServerIsGoneBeforeItsMessageOpens()
 {
-    ControllerRig rig;
+    ControllerFixture fixture;
     const Server server = sampleServer(u"One"_s, loopback(109));
-    rig.rig.connectServer(server);
+    fixture.connectServer(server);
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
-        QVERIFY(rig.model().servers.isEmpty());
-        QVERIFY(rig.bankA().currentServerUuid().isNull());
-        QVERIFY(!rig.bankA().isEnabled());
+        QVERIFY(fixture.model.servers.isEmpty());
+        QVERIFY(fixture.bankA().currentServerUuid().isNull());
+        QVERIFY(!fixture.bankA().isEnabled());
         dialog.accept();
     });
-    rig.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNone, {});
+    fixture.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNone, {});
     QCOMPARE(modals.seen().size(), 1);
 }
 
 void tst_UIControllerLosses::discoveryLosesAServerWithoutAWord()
 {
-    ControllerRig rig;
+    ControllerFixture fixture;
     const Server server = sampleServer(u"One"_s, loopback(109));
-    rig.rig.connectServer(server);
+    fixture.connectServer(server);
     ModalDriver modals;
-    rig.controller().removeServer(server.uuid);
+    fixture.controller().removeServer(server.uuid);
     QVERIFY(modals.seen().isEmpty());
-    QVERIFY(rig.model().servers.isEmpty());
-    QVERIFY(rig.bankA().currentServerUuid().isNull());
+    QVERIFY(fixture.model.servers.isEmpty());
+    QVERIFY(fixture.bankA().currentServerUuid().isNull());
 }
 
 void tst_UIControllerLosses::discoveryLosesAnUnknownServer()
 {
     LogCapture log;
-    ControllerRig rig;
+    ControllerFixture fixture;
     const QUuid uuid = QUuid::createUuid();
-    rig.controller().removeServer(uuid);
+    fixture.controller().removeServer(uuid);
     QVERIFY(!log.texts().contains(u"Handler not found for id "_s + uuid.toString()));
 }
 
@@ -230,9 +231,9 @@ void tst_UIControllerLosses::aDroppedServerIsDisconnectedFromTheService()
 {
     LogCapture log;
     PlayedServer server(loopback(101));
-    ControllerRig rig;
-    QVERIFY(rig.bringUp(server, u"One"_s, library()));
-    rig.controller().removeServer(server.uuid);
+    ControllerFixture fixture;
+    QVERIFY(fixture.connectServer(server, u"One"_s, library()));
+    fixture.controller().removeServer(server.uuid);
     QVERIFY(log.texts().contains(u" Handler removed for server id "_s + server.uuid.toString()));
     EVENTUALLY(!server.stream.isOpen());
 }
@@ -240,26 +241,26 @@ void tst_UIControllerLosses::aDroppedServerIsDisconnectedFromTheService()
 void tst_UIControllerLosses::aServerThatCameBackIsDrawnAnew()
 {
     PlayedServer server(loopback(101));
-    ControllerRig rig;
-    QVERIFY(rig.bringUp(server, u"One"_s, library()));
+    ControllerFixture fixture;
+    QVERIFY(fixture.connectServer(server, u"One"_s, library()));
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     server.stream.close();
-    EVENTUALLY(!modals.pending() && !rig.isConnected(server));
-    QVERIFY(rig.bringUp(server, u"One again"_s, library()));
-    QCOMPARE(rig.offered(rig.bankA()), QStringList{u"One again"_s});
+    EVENTUALLY(!modals.pending() && !fixture.isConnected(server));
+    QVERIFY(fixture.connectServer(server, u"One again"_s, library()));
+    QCOMPARE(fixture.offered(fixture.bankA()), QStringList{u"One again"_s});
 }
 
 void tst_UIControllerLosses::losingTheDestinationDuringATransferIsTheOnlyMessage()
 {
-    SyncStage stage;
-    QVERIFY(stage.open() && stage.start());
-    stage.two.sendStarted({0, 1});
-    stage.two.sendProgress({0, 1}, Brenvoka::SyncFailed, 10);
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open() && fixture.start());
+    fixture.two.sendStarted({0, 1});
+    fixture.two.sendProgress({0, 1}, Brenvoka::SyncFailed, 10);
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
-    stage.two.stream.close();
-    EVENTUALLY(!modals.pending() && !stage.transferDialog());
+    fixture.two.stream.close();
+    EVENTUALLY(!modals.pending() && !fixture.transferDialog());
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text,
              u"Server \"Two\" disconnected while an operation was in progress."_s);
@@ -267,94 +268,94 @@ void tst_UIControllerLosses::losingTheDestinationDuringATransferIsTheOnlyMessage
 
 void tst_UIControllerLosses::losingTheSourceAbortsTheTaskToo()
 {
-    SyncStage stage;
-    QVERIFY(stage.open() && stage.start());
-    const qsizetype fetched = stage.two.libraryRequests();
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open() && fixture.start());
+    const qsizetype fetched = fixture.two.libraryRequests();
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
-    stage.one.stream.send(Wire::frame(R"({"msg_type":4})"));
-    stage.one.stream.close();
-    EVENTUALLY(!modals.pending() && !stage.transferDialog());
+    fixture.one.stream.send(Wire::frame(R"({"msg_type":4})"));
+    fixture.one.stream.close();
+    EVENTUALLY(!modals.pending() && !fixture.transferDialog());
     QCOMPARE(modals.seen().first().text,
              u"Server \"One\" disconnected while an operation was in progress."_s);
     QCOMPARE(modals.seen().first().details, u"Server \"One\" was shut down."_s);
     // The destination may have changed.
-    EVENTUALLY_COMPARE(stage.two.libraryRequests(), fetched + 1);
+    EVENTUALLY_COMPARE(fixture.two.libraryRequests(), fetched + 1);
 }
 
 void tst_UIControllerLosses::losingABystanderLeavesTheTaskAlone()
 {
     PlayedServer three(loopback(103));
-    SyncStage stage;
-    QVERIFY(stage.open());
-    QVERIFY(stage.rig.bringUp(three, u"Three"_s, library()));
-    QVERIFY(stage.start());
-    stage.rig.controller().removeServer(three.uuid);
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open());
+    QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
+    QVERIFY(fixture.start());
+    fixture.controller().removeServer(three.uuid);
     QCoreApplication::processEvents();
-    QVERIFY(stage.transferDialog() && stage.transferDialog()->isVisible());
+    QVERIFY(fixture.transferDialog() && fixture.transferDialog()->isVisible());
 }
 
 void tst_UIControllerLosses::discoveryLosesAServerOfTheTask()
 {
-    SyncStage stage;
-    QVERIFY(stage.open() && stage.start());
-    Server record = stage.rig.controller().connectedServer(stage.two.uuid);
-    record.hash = stage.rig.controller().connectedServer(stage.one.uuid).hash;
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open() && fixture.start());
+    Server record = fixture.controller().connectedServer(fixture.two.uuid);
+    record.hash = fixture.controller().connectedServer(fixture.one.uuid).hash;
     record.name = u"Two\nservers"_s;
-    stage.rig.model().upsertServer(record);
-    stage.rig.controller().serverConnected(record.uuid, stage.two.wire.address());
-    QVERIFY(!stage.rig.isSyncWarningShown());
+    fixture.model.upsertServer(record);
+    fixture.controller().serverConnected(record.uuid, fixture.two.wire.address());
+    QVERIFY(!fixture.isSyncWarningShown());
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
         // The record has gone already, the lists have not been told.
-        QVERIFY(!stage.rig.isConnected(stage.two));
-        QCOMPARE(stage.rig.bankB().currentServerUuid(), stage.two.uuid);
-        QVERIFY(stage.rig.isSyncWarningShown());
+        QVERIFY(!fixture.isConnected(fixture.two));
+        QCOMPARE(fixture.bankB().currentServerUuid(), fixture.two.uuid);
+        QVERIFY(fixture.isSyncWarningShown());
         QVERIFY(!dialog.findChild<QPushButton *>(u"errorDetails"_s)->isVisible());
         dialog.accept();
     });
-    stage.rig.controller().removeServer(stage.two.uuid);
+    fixture.controller().removeServer(fixture.two.uuid);
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text,
              u"Server \"Two servers\" became unresponsive while an operation was in progress."_s);
-    QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
-    EVENTUALLY(!stage.transferDialog());
+    QVERIFY(fixture.bankB().currentServerUuid().isNull());
+    EVENTUALLY(!fixture.transferDialog());
 }
 
 void tst_UIControllerLosses::discoveryLosesAServerOfTheTaskThatIsInNeitherBank()
 {
     PlayedServer three(loopback(103));
-    SyncStage stage;
-    QVERIFY(stage.open());
-    QVERIFY(stage.rig.bringUp(three, u"Three"_s, library()));
-    QVERIFY(stage.start());
-    stage.rig.bankB().selectServer(three.uuid);
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open());
+    QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
+    QVERIFY(fixture.start());
+    fixture.bankB().selectServer(three.uuid);
     ModalDriver modals;
-    stage.rig.controller().removeServer(stage.two.uuid);
+    fixture.controller().removeServer(fixture.two.uuid);
     QVERIFY(modals.seen().isEmpty());
-    EVENTUALLY(!stage.transferDialog());
+    EVENTUALLY(!fixture.transferDialog());
 }
 
 void tst_UIControllerLosses::theEndOfATaskAndItsAbortAreOneEnd()
 {
     LogCapture log;
-    SyncStage stage;
-    QVERIFY(stage.open() && stage.start());
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open() && fixture.start());
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
     // The server is lost after the task's end was posted and before that is received.
-    OnHide onHide(stage.transferDialog(), [&stage] {
+    OnHide onHide(fixture.transferDialog(), [&fixture] {
         QMetaObject::invokeMethod(
-            &stage.rig.controller(),
-            [&stage] {
-                stage.rig.controller().serverDisconnected(stage.two.uuid, Brenvoka::DisconnectNone,
-                                                          {});
+            &fixture.controller(),
+            [&fixture] {
+                fixture.controller().serverDisconnected(fixture.two.uuid, Brenvoka::DisconnectNone,
+                                                        {});
             },
             Qt::QueuedConnection);
     });
-    stage.two.sendStarted({0, 1});
-    stage.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
-    EVENTUALLY(!modals.pending() && !stage.transferDialog());
+    fixture.two.sendStarted({0, 1});
+    fixture.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
+    EVENTUALLY(!modals.pending() && !fixture.transferDialog());
     EVENTUALLY_COMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
     QCOMPARE(modals.seen().size(), 1);
 }
@@ -362,26 +363,26 @@ void tst_UIControllerLosses::theEndOfATaskAndItsAbortAreOneEnd()
 void tst_UIControllerLosses::aMessageSurvivesTheServersThatComeAndGoUnderIt()
 {
     PlayedServer two(loopback(102));
-    ControllerRig rig;
+    ControllerFixture fixture;
     const Server one = sampleServer(u"One"_s, loopback(109));
-    rig.rig.connectServer(one);
+    fixture.connectServer(one);
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
-        QVERIFY(rig.bringUp(two, u"Two"_s, library()));
-        rig.controller().removeServer(two.uuid);
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        fixture.controller().removeServer(two.uuid);
         dialog.accept();
     });
-    rig.controller().serverDisconnected(one.uuid, Brenvoka::DisconnectNone, {});
-    QVERIFY(rig.model().servers.isEmpty());
+    fixture.controller().serverDisconnected(one.uuid, Brenvoka::DisconnectNone, {});
+    QVERIFY(fixture.model.servers.isEmpty());
 }
 
 void tst_UIControllerLosses::aMessageGoesWithItsWindow()
 {
-    ControllerRig rig;
+    ControllerFixture fixture;
     ModalDriver modals;
-    modals.answer([&](QDialog &) { rig.rig.window.reset(); });
-    rig.controller().showErrorMessage(u"Too late"_s);
-    QVERIFY(!rig.rig.window);
+    modals.answer([&](QDialog &) { fixture.window.reset(); });
+    fixture.controller().showErrorMessage(u"Too late"_s);
+    QVERIFY(!fixture.window);
 }
 
 QTEST_MAIN(tst_UIControllerLosses)

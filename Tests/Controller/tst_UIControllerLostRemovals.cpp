@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "OperationStage.h"
+#include "OperationFixture.h"
+#include "SyncClickFixture.h"
 
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
@@ -18,7 +19,7 @@ constexpr int answered = 5;
 /// Four folders, the last with thirty visuals.
 QList<MediaFolder> thirtyVisuals()
 {
-    QList<MediaFolder> folders = OperationStage::library();
+    QList<MediaFolder> folders = OperationFixture::library();
     folders.last().files.clear();
     for (int slot = 1; slot <= 30; ++slot)
         folders.last().files.append(visual(slot, u"Sunset"_s, slot));
@@ -72,43 +73,43 @@ private slots:
 
 void tst_UIControllerLostRemovals::lostServerGetsNoRemovalUnderTheMessage()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, 0, thirtyVisuals()));
-    answerFive(stage.one);
-    listOf(stage.bankA()).selectAll();
-    stage.clickRemove(stage.bankA());
-    QVERIFY(waitForTheSixth(stage.one));
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, 0, thirtyVisuals()));
+    answerFive(fixture.one);
+    listOf(fixture.bankA()).selectAll();
+    fixture.clickRemove(fixture.bankA());
+    QVERIFY(waitForTheSixth(fixture.one));
     ModalDriver modals;
     modals.answer([&](QDialog &message) {
-        QVERIFY(answerTheRest(stage.one, stage.two));
+        QVERIFY(answerTheRest(fixture.one, fixture.two));
         message.accept();
     });
-    stage.one.stream.reset();
+    fixture.one.stream.reset();
     EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().first().text,
              u"Server \"One\" disconnected while an operation was in progress."_s);
-    QCOMPARE(stage.one.commands(PlayedServer::Remove).size(), answered + 1);
+    QCOMPARE(fixture.one.commands(PlayedServer::Remove).size(), answered + 1);
 }
 
 void tst_UIControllerLostRemovals::lostSourceEndsTheRemovalsOfASync()
 {
     PlayedServer three(loopback(3));
-    SyncStage stage;
-    QVERIFY(stage.open(OperationStage::library().first(3), thirtyVisuals()));
-    QVERIFY(stage.rig.bringUp(three, u"Three"_s, OperationStage::library()));
-    answerFive(stage.two);
-    stage.rig.clickLeftToRight();
-    QVERIFY(waitForTheSixth(stage.two));
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open(OperationFixture::library().first(3), thirtyVisuals()));
+    QVERIFY(fixture.connectServer(three, u"Three"_s, OperationFixture::library()));
+    answerFive(fixture.two);
+    fixture.clickLeftToRight();
+    QVERIFY(waitForTheSixth(fixture.two));
     ModalDriver modals;
     modals.answer([&](QDialog &message) {
-        QVERIFY(answerTheRest(stage.two, three));
+        QVERIFY(answerTheRest(fixture.two, three));
         message.accept();
     });
-    stage.one.stream.reset();
+    fixture.one.stream.reset();
     EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().first().text,
              u"Server \"One\" disconnected while an operation was in progress."_s);
-    QCOMPARE(stage.two.commands(PlayedServer::Remove).size(), answered + 1);
+    QCOMPARE(fixture.two.commands(PlayedServer::Remove).size(), answered + 1);
 }
 
 QTEST_MAIN(tst_UIControllerLostRemovals)

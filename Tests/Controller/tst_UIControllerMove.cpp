@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "OperationStage.h"
+#include "OperationFixture.h"
 
 #include "Support/FailOnWarning.h"
 #include "Support/LeakAllowed.h"
@@ -66,20 +66,20 @@ private slots:
 
 void tst_UIControllerMove::aDragAsksWithTheTitleOfTheRemoval()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
     ModalDriver modals;
     modals.press(QMessageBox::Yes);
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
     QCOMPARE(modals.seen().first().text, u"Are you sure you want to move the selected visual?\n\n"
                                          "Note: The operation can not be canceled or undone."_s);
-    QVERIFY(stage.hasStarted());
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    QCOMPARE(moves(stage.one), QStringList{u"3: 3 to 1"_s});
-    QCOMPARE(stage.model().warningLevel, allWarnings);
-    QVERIFY(stage.two.wire.requests(executePath).isEmpty());
+    QVERIFY(fixture.hasStarted());
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QCOMPARE(moves(fixture.one), QStringList{u"3: 3 to 1"_s});
+    QCOMPARE(fixture.model.warningLevel, allWarnings);
+    QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
 }
 
 void tst_UIControllerMove::noChangesNothing_data()
@@ -92,45 +92,45 @@ void tst_UIControllerMove::noChangesNothing_data()
 void tst_UIControllerMove::noChangesNothing()
 {
     QFETCH(const bool, escape);
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
     ModalDriver modals;
     escape ? modals.escape() : modals.press(QMessageBox::No);
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
     QCOMPARE(modals.seen().size(), 1);
-    QVERIFY(!stage.hasStarted());
-    QVERIFY(stage.settle(stage.one));
-    QVERIFY(stage.one.wire.requests(executePath).isEmpty());
-    QCOMPARE(stage.model().warningLevel, allWarnings);
-    QCOMPARE(listOf(stage.bankA()).item(4)->text(), u"003: Sunset"_s);
+    QVERIFY(!fixture.hasStarted());
+    QVERIFY(fixture.requestLibrary(fixture.one));
+    QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
+    QCOMPARE(fixture.model.warningLevel, allWarnings);
+    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
 }
 
 void tst_UIControllerMove::askingNoMoreIsSavedAtOnce()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
     ModalDriver modals;
     modals.press(u"Yes, don't ask again"_s);
-    const QSignalSpy redrawn(listOf(stage.bankA()).model(), &QAbstractItemModel::modelReset);
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
-    QVERIFY(stage.hasStarted());
-    QCOMPARE(stage.model().warningLevel, allWarnings - moveWarning);
+    const QSignalSpy redrawn(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+    QVERIFY(fixture.hasStarted());
+    QCOMPARE(fixture.model.warningLevel, allWarnings - moveWarning);
     const QSettings settings(settingsFilePath(), QSettings::IniFormat);
     QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - moveWarning);
-    QVERIFY(stage.isFetchedAnew(stage.one));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
     EVENTUALLY(!redrawn.isEmpty());
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
-    QVERIFY(stage.hasStarted());
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+    QVERIFY(fixture.hasStarted());
     QCOMPARE(modals.seen().size(), 1);
 }
 
 void tst_UIControllerMove::withoutAnyServerNothingHappens()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     ModalDriver modals;
-    rig.controller().handleMoveVisual(3, 1, ServerDeckA);
+    fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
     QVERIFY(modals.seen().isEmpty());
-    QCOMPARE(rig.window->findChildren<BVProgressDialog *>().size(), 1);
+    QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
 }
 
 void tst_UIControllerMove::rowsAreDropped_data()
@@ -155,109 +155,109 @@ void tst_UIControllerMove::rowsAreDropped()
     QFETCH(const bool, listView);
     QFETCH(const int, from);
     QFETCH(const int, to);
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.bankA().setListMode(listView);
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), from, stage.bankA(), to));
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    QCOMPARE(moves(stage.one).size(), 1);
-    QTEST(moves(stage.one).first(), "sent");
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.bankA().setListMode(listView);
+    QVERIFY(dragRow(fixture, fixture.bankA(), from, fixture.bankA(), to));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QCOMPARE(moves(fixture.one).size(), 1);
+    QTEST(moves(fixture.one).first(), "sent");
 }
 
 void tst_UIControllerMove::severalRowsAreNotMoved()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
-    clickRow(stage.bankA(), 4);
-    clickRow(stage.bankA(), 6, Qt::ControlModifier);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
+    clickRow(fixture.bankA(), 4);
+    clickRow(fixture.bankA(), 6, Qt::ControlModifier);
     const ModalDriver modals;
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
     QVERIFY(modals.seen().isEmpty());
-    QVERIFY(!stage.hasStarted());
-    QVERIFY(stage.settle(stage.one));
-    QVERIFY(stage.one.wire.requests(executePath).isEmpty());
+    QVERIFY(!fixture.hasStarted());
+    QVERIFY(fixture.requestLibrary(fixture.one));
+    QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
 }
 
 void tst_UIControllerMove::theDeckDecidesTheServer()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    QVERIFY(dragRow(stage.rig.rig, stage.bankB(), 4, stage.bankB(), 2));
-    QVERIFY(stage.isFetchedAnew(stage.two));
-    QCOMPARE(moves(stage.two), QStringList{u"3: 3 to 1"_s});
-    QVERIFY(stage.one.wire.requests(executePath).isEmpty());
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    QVERIFY(dragRow(fixture, fixture.bankB(), 4, fixture.bankB(), 2));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.two));
+    QCOMPARE(moves(fixture.two), QStringList{u"3: 3 to 1"_s});
+    QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
 }
 
 void tst_UIControllerMove::aNameWithoutANumberIsSlotZero()
 {
     cacheThumbnail(4);
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(
         0, 0,
         {folder(0, u"Intro"_s, {{hashOf(3), u"Sunset 003"_s, 3}, {hashOf(4), u"7: "_s, 4}}),
          folder(1, u"Loops"_s)}));
-    const QSignalSpy redrawn(listOf(stage.bankA()).model(), &QAbstractItemModel::modelReset);
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
-    QVERIFY(stage.isFetchedAnew(stage.one));
+    const QSignalSpy redrawn(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
     EVENTUALLY(!redrawn.isEmpty());
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 2, stage.bankA(), 5));
-    EVENTUALLY_COMPARE(moves(stage.one), (QStringList{u"0: 0 to 1"_s, u"0: 1 to 0"_s}));
+    QVERIFY(dragRow(fixture, fixture.bankA(), 2, fixture.bankA(), 5));
+    EVENTUALLY_COMPARE(moves(fixture.one), (QStringList{u"0: 0 to 1"_s, u"0: 1 to 0"_s}));
 }
 
 // Unlike removal and upload, which take the folder's place in the list for its number.
 void tst_UIControllerMove::aLibraryWithGapsKeepsTheFoldersNumber()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(2, 0, OperationStage::sparseLibrary()));
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    QCOMPARE(moves(stage.one), QStringList{u"2: 3 to 1"_s});
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(2, 0, OperationFixture::sparseLibrary()));
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QCOMPARE(moves(fixture.one), QStringList{u"2: 3 to 1"_s});
 }
 
 void tst_UIControllerMove::aFailureIsShownOnceAtTheEnd()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.one.refuse("it is <locked>");
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.one.refuse("it is <locked>");
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
     EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().first().text, u"Visual could not be moved"_s);
     QCOMPARE(modals.seen().first().details,
              u"Move from 003 to 001 in folder 003 on server \"One\" failed: it is <locked>."_s);
-    QVERIFY(stage.isFetchedAnew(stage.one));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
 }
 
 void tst_UIControllerMove::aCancelSendsNothing()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.one.wire.hold(executePath);
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
-    QVERIFY(stage.one.wire.waitForRequests(1, executePath));
-    QVERIFY(stage.cancel(u"Moving..."_s));
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    QCOMPARE(stage.one.wire.requests(executePath).size(), 1);
-    QVERIFY(stage.one.wire.requests(executePath).first().isOpen());
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.one.wire.hold(executePath);
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+    QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+    QVERIFY(fixture.cancel(u"Moving..."_s));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QCOMPARE(fixture.one.wire.requests(executePath).size(), 1);
+    QVERIFY(fixture.one.wire.requests(executePath).first().isOpen());
 }
 
 void tst_UIControllerMove::aSecondStartLetsGoOfTheFirst()
 {
     LogCapture log;
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.one.wire.hold(executePath);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.one.wire.hold(executePath);
     {
         const LeakAllowed first;
-        stage.controller().handleMoveVisual(3, 1, ServerDeckA);
+        fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
     }
-    stage.controller().handleMoveVisual(5, 2, ServerDeckA);
-    QVERIFY(stage.one.wire.waitForRequests(2, executePath));
-    for (const WireRequest &request : stage.one.wire.requests(executePath))
+    fixture.controller().handleMoveVisual(5, 2, ServerDeckA);
+    QVERIFY(fixture.one.wire.waitForRequests(2, executePath));
+    for (const WireRequest &request : fixture.one.wire.requests(executePath))
         request.answer(accepted);
     EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
-    EVENTUALLY_COMPARE(stage.one.libraryRequests(), 2);
+    EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
 }
 
 void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen_data()
@@ -272,51 +272,51 @@ void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen()
 {
     QFETCH(const bool, toldByTheServer);
     LogCapture log;
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
     ModalDriver modals;
     modals.answer([&](QDialog &warning) {
         if (toldByTheServer)
-            stage.one.stream.close();
+            fixture.one.stream.close();
         else
-            stage.lose();
+            fixture.loseServerA();
         QVERIFY(waitFor([&] { return !modals.pending(); }));
         qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
     });
     if (toldByTheServer)
         modals.press(QMessageBox::Ok);
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
-    QVERIFY(!stage.rig.isConnected(stage.one));
-    QVERIFY(log.texts().contains(u"Handler not found for id: "_s + stage.one.uuid.toString()));
-    QVERIFY(stage.cancel(u"Moving..."_s));
-    EVENTUALLY(!stage.hasStarted());
-    QVERIFY(stage.settle(stage.two));
-    QCOMPARE(stage.one.libraryRequests(), 1);
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+    QVERIFY(!fixture.isConnected(fixture.one));
+    QVERIFY(log.texts().contains(u"Handler not found for id: "_s + fixture.one.uuid.toString()));
+    QVERIFY(fixture.cancel(u"Moving..."_s));
+    EVENTUALLY(!fixture.hasStarted());
+    QVERIFY(fixture.requestLibrary(fixture.two));
+    QCOMPARE(fixture.one.libraryRequests(), 1);
 }
 
 void tst_UIControllerMove::theBankIsEmptiedWhileTheWarningIsOpen()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
     ModalDriver modals;
     modals.answer([&](QDialog &warning) {
-        stage.controller().serverNameChanged(stage.one.uuid, u"Renamed"_s);
+        fixture.controller().serverNameChanged(fixture.one.uuid, u"Renamed"_s);
         qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
     });
-    QVERIFY(dragRow(stage.rig.rig, stage.bankA(), 4, stage.bankA(), 2));
-    QVERIFY(stage.bankA().currentServerUuid().isNull());
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    QCOMPARE(moves(stage.one), QStringList{u"3: 3 to 1"_s});
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+    QVERIFY(fixture.bankA().currentServerUuid().isNull());
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QCOMPARE(moves(fixture.one), QStringList{u"3: 3 to 1"_s});
 }
 
 void tst_UIControllerMove::theWindowGoesWhileTheWarningIsOpen()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, loopback(9)));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"One"_s, loopback(9)));
     ModalDriver modals;
-    modals.answer([&](QDialog &) { rig.window.reset(); });
-    rig.controller().handleMoveVisual(3, 1, ServerDeckA);
-    QVERIFY(!rig.window);
+    modals.answer([&](QDialog &) { fixture.window.reset(); });
+    fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
+    QVERIFY(!fixture.window);
 }
 
 QTEST_MAIN(tst_UIControllerMove)

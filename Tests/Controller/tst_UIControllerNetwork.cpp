@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "BrowsingStage.h"
+#include "BrowsingFixture.h"
 
 #include "Support/ApplicationProxy.h"
 #include "Support/FailOnWarning.h"
@@ -67,10 +67,10 @@ private slots:
 void tst_UIControllerNetwork::thumbnailsAreFetchedPastTheProxy()
 {
     const ApplicationProxy proxy(loopback(9));
-    WindowRig rig;
-    rig.connectServer(oneVisualAFolder(ApplicationProxy::thisMachine().toString()));
+    WindowFixture fixture;
+    fixture.connectServer(oneVisualAFolder(ApplicationProxy::thisMachine().toString()));
     LogCapture log;
-    rig.controller().folderChanged(0);
+    fixture.controller().folderChanged(0);
     EVENTUALLY(proxy.wasUsed() ||
                !log.texts().filter(u"Error while getting thumbnail"_s).isEmpty());
     QVERIFY(!proxy.wasUsed());
@@ -80,11 +80,11 @@ void tst_UIControllerNetwork::thumbnailsAreFetchedWithoutACookie()
 {
     WireServer server(serverAddress);
     server.answer(thumbnails, "no picture", "Set-Cookie: id=7; Path=/\r\n");
-    WindowRig rig;
-    rig.connectServer(oneVisualAFolder());
+    WindowFixture fixture;
+    fixture.connectServer(oneVisualAFolder());
     for (int number = 0; number < 2; ++number) {
-        rig.controller().folderChanged(number);
-        EVENTUALLY(rig.bankA().isEnabled());
+        fixture.controller().folderChanged(number);
+        EVENTUALLY(fixture.bankA().isEnabled());
     }
     QCOMPARE(server.requests(thumbnails).size(), 2);
     for (const WireRequest &request : server.requests(thumbnails))
@@ -95,10 +95,10 @@ void tst_UIControllerNetwork::thumbnailCacheHas64Mebibytes()
 {
     WireServer server(serverAddress);
     server.answer(thumbnails, "no picture");
-    WindowRig rig;
-    rig.connectServer(oneVisualAFolder());
+    WindowFixture fixture;
+    fixture.connectServer(oneVisualAFolder());
     CacheOfReplies cache;
-    rig.controller().folderChanged(0);
+    fixture.controller().folderChanged(0);
     EVENTUALLY_COMPARE(cache.maximumSize, 67108864);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "OperationStage.h"
+#include "OperationFixture.h"
 
 #include "Support/FailOnWarning.h"
 #include "Support/LeakAllowed.h"
@@ -60,35 +60,35 @@ private slots:
 
 void tst_UIControllerRemoval::anEmptySelectionIsAskedAboutAndDoesNothing()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
     ModalDriver modals;
     modals.press(QMessageBox::Yes);
-    OperationStage::clickRemove(stage.bankA());
+    OperationFixture::clickRemove(fixture.bankA());
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
     QCOMPARE(modals.seen().first().text,
              u"Are you sure you want to remove the selected visuals?\n\n"
              "Note: The operation can not be undone."_s);
-    QVERIFY(!stage.hasStarted());
+    QVERIFY(!fixture.hasStarted());
 }
 
 void tst_UIControllerRemoval::withoutAnyServerNothingIsAsked()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     ModalDriver modals;
-    rig.controller().handleRemoveVisuals(ServerDeckA);
-    rig.controller().handleRemoveVisuals(ServerDeckB);
+    fixture.controller().handleRemoveVisuals(ServerDeckA);
+    fixture.controller().handleRemoveVisuals(ServerDeckB);
     QVERIFY(modals.seen().isEmpty());
 }
 
 void tst_UIControllerRemoval::aServerThatIsNotConnectedIsEnoughToAsk()
 {
-    WindowRig rig;
-    rig.model.upsertServer(sampleServer(u"One"_s, loopback(9)));
+    WindowFixture fixture;
+    fixture.model.upsertServer(sampleServer(u"One"_s, loopback(9)));
     ModalDriver modals;
     modals.press(QMessageBox::Yes);
-    rig.controller().handleRemoveVisuals(ServerDeckA);
+    fixture.controller().handleRemoveVisuals(ServerDeckA);
     QCOMPARE(modals.seen().size(), 1);
 }
 
@@ -102,60 +102,60 @@ void tst_UIControllerRemoval::noChangesNothing_data()
 void tst_UIControllerRemoval::noChangesNothing()
 {
     QFETCH(const bool, escape);
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
-    clickRow(stage.bankA(), 4);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
+    clickRow(fixture.bankA(), 4);
     ModalDriver modals;
     escape ? modals.escape() : modals.press(QMessageBox::No);
-    OperationStage::clickRemove(stage.bankA());
+    OperationFixture::clickRemove(fixture.bankA());
     QCOMPARE(modals.seen().size(), 1);
-    QVERIFY(!stage.hasStarted());
-    QCOMPARE(stage.model().warningLevel, allWarnings);
-    QCOMPARE(stage.bankA().selectedRows(), QList<int>{4});
+    QVERIFY(!fixture.hasStarted());
+    QCOMPARE(fixture.model.warningLevel, allWarnings);
+    QCOMPARE(fixture.bankA().selectedRows(), QList<int>{4});
 }
 
 void tst_UIControllerRemoval::yesRemovesAndKeepsTheWarning()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
-    clickRow(stage.bankA(), 4);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
+    clickRow(fixture.bankA(), 4);
     ModalDriver modals;
     modals.press(QMessageBox::Yes);
-    OperationStage::clickRemove(stage.bankA());
-    QVERIFY(stage.hasStarted());
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    QCOMPARE(stage.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
-    QCOMPARE(stage.two.libraryRequests(), 1);
-    QVERIFY(stage.two.wire.requests(executePath).isEmpty());
-    QCOMPARE(stage.model().warningLevel, allWarnings);
+    OperationFixture::clickRemove(fixture.bankA());
+    QVERIFY(fixture.hasStarted());
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
+    QCOMPARE(fixture.two.libraryRequests(), 1);
+    QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
+    QCOMPARE(fixture.model.warningLevel, allWarnings);
 }
 
 void tst_UIControllerRemoval::askingNoMoreIsSavedAtOnce()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
-    clickRow(stage.bankA(), 4);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
+    clickRow(fixture.bankA(), 4);
     ModalDriver modals;
     modals.press(u"Yes, don't ask again"_s);
-    OperationStage::clickRemove(stage.bankA());
-    QVERIFY(stage.hasStarted());
-    QCOMPARE(stage.model().warningLevel, allWarnings - removalWarning);
+    OperationFixture::clickRemove(fixture.bankA());
+    QVERIFY(fixture.hasStarted());
+    QCOMPARE(fixture.model.warningLevel, allWarnings - removalWarning);
     const QSettings settings(settingsFilePath(), QSettings::IniFormat);
     QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - removalWarning);
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    OperationStage::clickRemove(stage.bankA());
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    OperationFixture::clickRemove(fixture.bankA());
     QCOMPARE(modals.seen().size(), 1);
 }
 
 void tst_UIControllerRemoval::withTheWarningOffNothingIsAsked()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings - removalWarning));
-    clickRow(stage.bankA(), 4);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings - removalWarning));
+    clickRow(fixture.bankA(), 4);
     const ModalDriver modals;
-    OperationStage::clickRemove(stage.bankA());
+    OperationFixture::clickRemove(fixture.bankA());
     QVERIFY(modals.seen().isEmpty());
-    QVERIFY(stage.hasStarted());
+    QVERIFY(fixture.hasStarted());
 }
 
 void tst_UIControllerRemoval::clickedRowsAreRemoved_data()
@@ -184,164 +184,164 @@ void tst_UIControllerRemoval::clickedRowsAreRemoved()
     using Click = QPair<int, Qt::KeyboardModifiers>;
     QFETCH(const QList<Click>, clicks);
     QFETCH(const Refs, removed);
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
     for (const auto &[row, modifiers] : clicks)
-        clickRow(stage.bankA(), row, modifiers);
-    OperationStage::clickRemove(stage.bankA());
-    QCOMPARE(stage.hasStarted(), !removed.isEmpty());
+        clickRow(fixture.bankA(), row, modifiers);
+    OperationFixture::clickRemove(fixture.bankA());
+    QCOMPARE(fixture.hasStarted(), !removed.isEmpty());
     if (removed.isEmpty())
         return;
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    Refs sent = stage.one.visuals(PlayedServer::Remove);
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    Refs sent = fixture.one.visuals(PlayedServer::Remove);
     std::sort(sent.begin(), sent.end()); // the list gives its selection in no order
     QCOMPARE(sent, removed);
 }
 
 void tst_UIControllerRemoval::aSelectedFolderStandsForItsVisuals()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.open());
-    clickRow(stage.bankA(), 3);
-    clickRow(stage.bankA(), 2, Qt::ControlModifier);  // empty
-    clickRow(stage.bankA(), 99, Qt::ControlModifier); // absent
-    OperationStage::clickRemove(stage.bankA());
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    QCOMPARE(stage.one.visuals(PlayedServer::Remove), (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 255}}));
+    OperationFixture fixture;
+    QVERIFY(fixture.open());
+    clickRow(fixture.bankA(), 3);
+    clickRow(fixture.bankA(), 2, Qt::ControlModifier);  // empty
+    clickRow(fixture.bankA(), 99, Qt::ControlModifier); // absent
+    OperationFixture::clickRemove(fixture.bankA());
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 255}}));
 }
 
 void tst_UIControllerRemoval::theDeckDecidesTheServer()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.bankA().selectRows({4});
-    stage.bankB().selectRows({8});
-    OperationStage::clickRemove(stage.bankB());
-    QVERIFY(stage.isFetchedAnew(stage.two));
-    QCOMPARE(stage.two.visuals(PlayedServer::Remove), (Refs{{3, 7}}));
-    QVERIFY(stage.one.wire.requests(executePath).isEmpty());
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.bankA().selectRows({4});
+    fixture.bankB().selectRows({8});
+    OperationFixture::clickRemove(fixture.bankB());
+    QVERIFY(fixture.hasDownloadedAgain(fixture.two));
+    QCOMPARE(fixture.two.visuals(PlayedServer::Remove), (Refs{{3, 7}}));
+    QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
 }
 
 // Folder 2 is on show; the server is told to clear folder 1, as far as folder 3 holds the visual.
 void tst_UIControllerRemoval::aLibraryWithGapsNamesAnotherFolder()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(2, 0, OperationStage::sparseLibrary()));
-    QCOMPARE(listOf(stage.bankA()).item(4)->text(), u"003: Sunset"_s);
-    stage.bankA().selectRows({4, 6});
-    OperationStage::clickRemove(stage.bankA());
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    QCOMPARE(stage.one.visuals(PlayedServer::Remove), (Refs{{1, 5}}));
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(2, 0, OperationFixture::sparseLibrary()));
+    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
+    fixture.bankA().selectRows({4, 6});
+    OperationFixture::clickRemove(fixture.bankA());
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{1, 5}}));
 }
 
 void tst_UIControllerRemoval::atTheFoldersLevelGapsDoNoHarm()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.open(0, OperationStage::sparseLibrary()));
-    clickRow(stage.bankA(), 2);
-    OperationStage::clickRemove(stage.bankA());
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    QCOMPARE(stage.one.visuals(PlayedServer::Remove), (Refs{{2, 3}}));
+    OperationFixture fixture;
+    QVERIFY(fixture.open(0, OperationFixture::sparseLibrary()));
+    clickRow(fixture.bankA(), 2);
+    OperationFixture::clickRemove(fixture.bankA());
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{2, 3}}));
 }
 
 void tst_UIControllerRemoval::failuresAreShownOnceAtTheEnd()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.one.refuse("it is <locked>");
-    stage.bankA().selectRows({4, 6});
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.one.refuse("it is <locked>");
+    fixture.bankA().selectRows({4, 6});
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
-    OperationStage::clickRemove(stage.bankA());
+    OperationFixture::clickRemove(fixture.bankA());
     EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().first().text, u"Failed to remove 2 visuals from a total of 2."_s);
     QCOMPARE(modals.seen().first().details,
              u"Remove visual 003 in folder 003 on server \"One\" failed: it is <locked>.\n"
              "Remove visual 005 in folder 003 on server \"One\" failed: it is <locked>."_s);
-    QVERIFY(stage.isFetchedAnew(stage.one));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
 }
 
 void tst_UIControllerRemoval::aCancelKeepsWhatWasNotSent()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.one.wire.hold(executePath);
-    stage.bankA().selectRows({4, 6, 8});
-    OperationStage::clickRemove(stage.bankA());
-    QVERIFY(stage.one.wire.waitForRequests(1, executePath));
-    QVERIFY(stage.cancel(u"Removing..."_s));
-    QVERIFY(stage.isFetchedAnew(stage.one));
-    stage.one.wire.requests(executePath).first().answer(accepted);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.one.wire.hold(executePath);
+    fixture.bankA().selectRows({4, 6, 8});
+    OperationFixture::clickRemove(fixture.bankA());
+    QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+    QVERIFY(fixture.cancel(u"Removing..."_s));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    fixture.one.wire.requests(executePath).first().answer(accepted);
     // The next command comes behind all that might have been queued.
-    stage.controller().handleMoveVisual(3, 4, ServerDeckA);
-    EVENTUALLY_COMPARE(stage.one.commands(PlayedServer::Move).size(), 1);
-    QCOMPARE(stage.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
+    fixture.controller().handleMoveVisual(3, 4, ServerDeckA);
+    EVENTUALLY_COMPARE(fixture.one.commands(PlayedServer::Move).size(), 1);
+    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
 }
 
 void tst_UIControllerRemoval::aCancelTogetherWithTheLastResultIsOneEnd()
 {
     LogCapture log;
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.one.refuse("it is locked");
-    stage.bankA().selectRows({4});
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.one.refuse("it is locked");
+    fixture.bankA().selectRows({4});
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
-    OperationStage::clickRemove(stage.bankA());
+    OperationFixture::clickRemove(fixture.bankA());
     // Cancelled after the task's end was posted and before that is received.
-    BVProgressDialog *const dialog = stage.dialog(u"Removing..."_s);
+    BVProgressDialog *const dialog = fixture.dialog(u"Removing..."_s);
     connect(dialog, &QDialog::accepted, dialog, &QDialog::reject, Qt::QueuedConnection);
     EVENTUALLY_COMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
     EVENTUALLY(!modals.pending() && !QApplication::activeModalWidget());
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text, u"Failed to remove 1 visuals from a total of 1."_s);
-    QVERIFY(stage.isFetchedAnew(stage.one));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
 }
 
 // Both ask one queue, and an answer counts for both: they end together, and only one is known.
 void tst_UIControllerRemoval::aSecondStartLetsGoOfTheFirst()
 {
     LogCapture log;
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.one.wire.hold(executePath);
-    stage.bankA().selectRows({4, 6});
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.one.wire.hold(executePath);
+    fixture.bankA().selectRows({4, 6});
     {
         const LeakAllowed first;
-        OperationStage::clickRemove(stage.bankA());
+        OperationFixture::clickRemove(fixture.bankA());
     }
-    OperationStage::clickRemove(stage.bankA());
-    QVERIFY(stage.one.wire.waitForRequests(1, executePath));
-    stage.one.accept();
-    stage.one.wire.requests(executePath).first().answer(accepted);
+    OperationFixture::clickRemove(fixture.bankA());
+    QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+    fixture.one.accept();
+    fixture.one.wire.requests(executePath).first().answer(accepted);
     EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
-    EVENTUALLY_COMPARE(stage.one.libraryRequests(), 2);
+    EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
     QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
-    EVENTUALLY_COMPARE(stage.one.visuals(PlayedServer::Remove),
+    EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Remove),
                        (Refs{{3, 3}, {3, 5}, {3, 3}, {3, 5}}));
 }
 
 // While the first visual is on the wire, the queue holds 5, 5, 7: without its head that is 7, 7.
 void tst_UIControllerRemoval::aQueueWithDuplicatesRepeatsItsLast()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.one.wire.hold(executePath);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.one.wire.hold(executePath);
     {
         const LeakAllowed allButTheLast;
         for (const int row : {4, 6}) {
-            stage.bankA().selectRows({row});
-            OperationStage::clickRemove(stage.bankA());
+            fixture.bankA().selectRows({row});
+            OperationFixture::clickRemove(fixture.bankA());
         }
     }
-    stage.bankA().selectRows({6, 8});
-    OperationStage::clickRemove(stage.bankA());
-    QVERIFY(stage.one.wire.waitForRequests(1, executePath));
-    stage.one.accept();
-    stage.one.wire.requests(executePath).first().answer(accepted);
-    EVENTUALLY_COMPARE(stage.one.visuals(PlayedServer::Remove),
+    fixture.bankA().selectRows({6, 8});
+    OperationFixture::clickRemove(fixture.bankA());
+    QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+    fixture.one.accept();
+    fixture.one.wire.requests(executePath).first().answer(accepted);
+    EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Remove),
                        (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 7}}));
-    EVENTUALLY_COMPARE(stage.one.libraryRequests(), 2);
+    EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
 }
 
 void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen_data()
@@ -354,33 +354,33 @@ void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen_data()
 void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen()
 {
     QFETCH(const bool, toldByTheServer);
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
-    clickRow(stage.bankA(), 4);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
+    clickRow(fixture.bankA(), 4);
     ModalDriver modals;
     modals.answer([&](QDialog &warning) {
         if (toldByTheServer)
-            stage.one.stream.close();
+            fixture.one.stream.close();
         else
-            stage.lose();
+            fixture.loseServerA();
         QVERIFY(waitFor([&] { return !modals.pending(); }));
         qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
     });
     if (toldByTheServer)
         modals.press(QMessageBox::Ok);
-    OperationStage::clickRemove(stage.bankA());
-    QVERIFY(!stage.rig.isConnected(stage.one));
-    QVERIFY(!stage.hasStarted());
+    OperationFixture::clickRemove(fixture.bankA());
+    QVERIFY(!fixture.isConnected(fixture.one));
+    QVERIFY(!fixture.hasStarted());
 }
 
 void tst_UIControllerRemoval::theWindowGoesWhileTheWarningIsOpen()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, loopback(9)));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"One"_s, loopback(9)));
     ModalDriver modals;
-    modals.answer([&](QDialog &) { rig.window.reset(); });
-    rig.controller().handleRemoveVisuals(ServerDeckA);
-    QVERIFY(!rig.window);
+    modals.answer([&](QDialog &) { fixture.window.reset(); });
+    fixture.controller().handleRemoveVisuals(ServerDeckA);
+    QVERIFY(!fixture.window);
 }
 
 QTEST_MAIN(tst_UIControllerRemoval)

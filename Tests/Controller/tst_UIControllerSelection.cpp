@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "ControllerRig.h"
+#include "SyncClickFixture.h"
 
 #include "Support/FailOnWarning.h"
 #include "Support/LeakAllowed.h"
@@ -25,53 +25,50 @@ Rows selected(const BVServerBank &bank)
 
 /// Servers One and Two in the banks, and Three in neither. Their libraries come from the model;
 /// behind the addresses is a server that never answers.
-class SelectionStage final
+class SelectionFixture final : public WindowFixture
 {
 public:
-    SelectionStage()
+    SelectionFixture()
     {
         two.folders[3] = folder(3, u"Stage"_s, {visual(3, u"Bridge"_s, 7)});
         for (const Server *const server : {&one, &two, &three})
-            rig.connectServer(*server);
+            connectServer(*server);
     }
 
     /// Goes to that level and selects these rows in bank A, as the operator does.
     [[nodiscard]] bool select(int level, const Rows &rows)
     {
-        if (!rig.show())
+        if (!show())
             return false;
         if (level != foldersLevel)
-            rig.controller().folderChanged(level);
+            controller().folderChanged(level);
         for (const int row : rows)
-            clickRow(bankA, row, row == rows.first() ? Qt::NoModifier : Qt::ControlModifier);
-        return selected(bankA) == rows && selected(bankB) == rows;
+            clickRow(bankA(), row, row == rows.first() ? Qt::NoModifier : Qt::ControlModifier);
+        return selected(bankA()) == rows && selected(bankB()) == rows;
     }
     /// Lets bank B load folder 3 slowly: its one thumbnail is asked for and not answered.
     [[nodiscard]] bool redrawSlowly()
     {
         QPixmapCache::remove(u"thumbnail+"_s + hashOf(7));
-        rig.connectServer(two);
-        return peerTwo.waitForRequests(1) && !bankB.isEnabled();
+        connectServer(two);
+        return peerTwo.waitForRequests(1) && !bankB().isEnabled();
     }
     /// Ends the slow load.
     [[nodiscard]] bool finishRedraw()
     {
         peerTwo.requests().last().answer("no picture");
-        return waitFor([&] { return bankB.isEnabled(); });
+        return waitFor([&] { return bankB().isEnabled(); });
     }
 
     WireServer peerOne{loopback(1)};
     WireServer peerTwo{loopback(2)};
     WireServer peerThree{loopback(3)};
-    WindowRig rig;
     Server one = sampleServer(u"One"_s, loopback(1));
     Server two = sampleServer(u"Two"_s, loopback(2));
     Server three = sampleServer(u"Three"_s, loopback(3));
-    BVServerBank &bankA = rig.bankA();
-    BVServerBank &bankB = rig.bankB();
 };
 
-using Event = std::function<void(SelectionStage &)>;
+using Event = std::function<void(SelectionFixture &)>;
 
 } // namespace
 
@@ -106,19 +103,19 @@ void tst_UIControllerSelection::aRedrawKeepsTheSelection_data()
     QTest::addColumn<int>("level");
     QTest::addColumn<Event>("event");
     const QList<std::pair<const char *, Event>> events{
-        {"library of bank A's server", [](auto &stage) { stage.rig.connectServer(stage.one); }},
-        {"library of bank B's server", [](auto &stage) { stage.rig.connectServer(stage.two); }},
-        {"library of a third server", [](auto &stage) { stage.rig.connectServer(stage.three); }},
+        {"library of bank A's server", [](auto &fixture) { fixture.connectServer(fixture.one); }},
+        {"library of bank B's server", [](auto &fixture) { fixture.connectServer(fixture.two); }},
+        {"library of a third server", [](auto &fixture) { fixture.connectServer(fixture.three); }},
         {"library without the folder",
-         [](auto &stage) {
-             stage.two.folders.removeLast();
-             stage.rig.connectServer(stage.two);
+         [](auto &fixture) {
+             fixture.two.folders.removeLast();
+             fixture.connectServer(fixture.two);
          }},
         {"a new server",
-         [](auto &stage) { stage.rig.connectServer(sampleServer(u"Four"_s, loopback(4))); }},
+         [](auto &fixture) { fixture.connectServer(sampleServer(u"Four"_s, loopback(4))); }},
         {"a third server lost",
-         [](auto &stage) { stage.rig.controller().removeServer(stage.three.uuid); }},
-        {"a cancelled download", [](auto &stage) { stage.rig.controller().downloadCancel(); }}};
+         [](auto &fixture) { fixture.controller().removeServer(fixture.three.uuid); }},
+        {"a cancelled download", [](auto &fixture) { fixture.controller().downloadCancel(); }}};
     for (const auto &[name, event] : events) {
         QTest::addRow("folders, %s", name) << foldersLevel << event;
         QTest::addRow("slots, %s", name) << 3 << event;
@@ -130,12 +127,12 @@ void tst_UIControllerSelection::aRedrawKeepsTheSelection()
 {
     QFETCH(const int, level);
     QFETCH(const Event, event);
-    SelectionStage stage;
-    QVERIFY(stage.select(level, {4, 6, 200}));
-    const QSignalSpy changesA(&listOf(stage.bankA), &QListWidget::itemSelectionChanged);
-    const QSignalSpy changesB(&listOf(stage.bankB), &QListWidget::itemSelectionChanged);
-    event(stage);
-    for (const BVServerBank *const bank : {&stage.bankA, &stage.bankB}) {
+    SelectionFixture fixture;
+    QVERIFY(fixture.select(level, {4, 6, 200}));
+    const QSignalSpy changesA(&listOf(fixture.bankA()), &QListWidget::itemSelectionChanged);
+    const QSignalSpy changesB(&listOf(fixture.bankB()), &QListWidget::itemSelectionChanged);
+    event(fixture);
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
         QCOMPARE(selected(*bank), (Rows{4, 6, 200}));
         QVERIFY(childOf<QPushButton>(*bank, "addButton").isEnabled());
     }
@@ -150,20 +147,20 @@ void tst_UIControllerSelection::theLibraryOfAThirdServerLeavesTheArrowItsFolder(
     full[1] = folder(1, u"b"_s, {visual(1, u"x"_s, 1)});
     full[3] = folder(3, u"d"_s, {visual(3, u"y"_s, 2)});
     PlayedServer third(loopback(103));
-    SyncStage stage;
-    QVERIFY(stage.open(full, empty));
-    QVERIFY(stage.rig.bringUp(third, u"Three"_s, empty));
-    QVERIFY(stage.rig.rig.show());
-    clickRow(stage.rig.bankA(), 3);
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open(full, empty));
+    QVERIFY(fixture.connectServer(third, u"Three"_s, empty));
+    QVERIFY(fixture.show());
+    clickRow(fixture.bankA(), 3);
     third.setLibrary(full);
     third.sendLibraryChanged();
-    EVENTUALLY(!stage.rig.controller().connectedServer(third.uuid).folderAt(3).files.isEmpty());
+    EVENTUALLY(!fixture.controller().connectedServer(third.uuid).folderAt(3).files.isEmpty());
 
-    QVERIFY(stage.start());
-    stage.two.sendStarted({3, 3});
-    stage.two.sendEnded({3, 3}, Brenvoka::SyncFinished);
-    EVENTUALLY(!stage.transferDialog()); // nothing else was asked for
-    QCOMPARE(stage.two.visuals(PlayedServer::Sync), (QList<VisualRef>{{3, 3}}));
+    QVERIFY(fixture.start());
+    fixture.two.sendStarted({3, 3});
+    fixture.two.sendEnded({3, 3}, Brenvoka::SyncFinished);
+    EVENTUALLY(!fixture.transferDialog()); // nothing else was asked for
+    QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (QList<VisualRef>{{3, 3}}));
 }
 
 void tst_UIControllerSelection::aSelectionMadeDuringASlowRedrawStays_data()
@@ -182,38 +179,38 @@ void tst_UIControllerSelection::aSelectionMadeDuringASlowRedrawStays()
     QFETCH(const int, row);
     QFETCH(const Qt::KeyboardModifier, modifier);
     QFETCH(const Rows, rows);
-    SelectionStage stage;
-    QVERIFY(stage.select(3, {4}));
-    QVERIFY(stage.redrawSlowly());
+    SelectionFixture fixture;
+    QVERIFY(fixture.select(3, {4}));
+    QVERIFY(fixture.redrawSlowly());
     if (row != -1)
-        clickRow(stage.bankA, row, modifier);
-    QVERIFY(stage.finishRedraw());
-    QCOMPARE(selected(stage.bankA), rows);
-    QCOMPARE(selected(stage.bankB), rows);
+        clickRow(fixture.bankA(), row, modifier);
+    QVERIFY(fixture.finishRedraw());
+    QCOMPARE(selected(fixture.bankA()), rows);
+    QCOMPARE(selected(fixture.bankB()), rows);
 }
 
 void tst_UIControllerSelection::aBankThatStillLoadsSendsWhatTheOtherShowsSelected()
 {
-    SyncStage stage;
-    QVERIFY(stage.open({folder(0, u"a"_s)},
-                       {folder(0, u"a"_s, {visual(3, u"x"_s, 3), visual(255, u"y"_s, 255)})}));
-    QVERIFY(stage.rig.rig.show());
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open({folder(0, u"a"_s)},
+                         {folder(0, u"a"_s, {visual(3, u"x"_s, 3), visual(255, u"y"_s, 255)})}));
+    QVERIFY(fixture.show());
     QPixmapCache::remove(u"thumbnail+"_s + hashOf(3));
-    stage.rig.controller().folderChanged(0);
-    QVERIFY(!stage.rig.bankB().isEnabled());
-    QCOMPARE(listOf(stage.rig.bankB()).count(), 256); // the folders, without a row for slot 255
-    clickRow(stage.rig.bankA(), 256);
-    stage.two.wire.answer("/brenvoka/thumbnails/", "no picture"); // from the next redraw on
+    fixture.controller().folderChanged(0);
+    QVERIFY(!fixture.bankB().isEnabled());
+    QCOMPARE(listOf(fixture.bankB()).count(), 256); // the folders, without a row for slot 255
+    clickRow(fixture.bankA(), 256);
+    fixture.two.wire.answer("/brenvoka/thumbnails/", "no picture"); // from the next redraw on
 
-    stage.rig.clickRightToLeft();
-    EVENTUALLY(!stage.one.commands(PlayedServer::Sync).isEmpty());
-    stage.one.sendStarted({0, 255});
-    stage.one.sendEnded({0, 255}, Brenvoka::SyncFinished);
-    EVENTUALLY(!stage.transferDialog());
-    QCOMPARE(stage.one.visuals(PlayedServer::Sync), (QList<VisualRef>{{0, 255}}));
+    fixture.clickRightToLeft();
+    EVENTUALLY(!fixture.one.commands(PlayedServer::Sync).isEmpty());
+    fixture.one.sendStarted({0, 255});
+    fixture.one.sendEnded({0, 255}, Brenvoka::SyncFinished);
+    EVENTUALLY(!fixture.transferDialog());
+    QCOMPARE(fixture.one.visuals(PlayedServer::Sync), (QList<VisualRef>{{0, 255}}));
 
-    EVENTUALLY_COMPARE(selected(stage.rig.bankB()), Rows{256});
-    QCOMPARE(selected(stage.rig.bankA()), Rows{256});
+    EVENTUALLY_COMPARE(selected(fixture.bankB()), Rows{256});
+    QCOMPARE(selected(fixture.bankA()), Rows{256});
 }
 
 void tst_UIControllerSelection::aLostServerLeavesTheOtherBankItsSelection_data()
@@ -235,55 +232,55 @@ void tst_UIControllerSelection::aLostServerLeavesTheOtherBankItsSelection()
     QFETCH(const bool, isBankA);
     QFETCH(const int, level);
     QFETCH(const bool, isSame);
-    SelectionStage stage;
-    QVERIFY(stage.select(level, {4, 6}));
-    const Server lost = isBankA ? stage.one : stage.two;
-    const BVServerBank &loser = isBankA ? stage.bankA : stage.bankB;
-    const BVServerBank &other = isBankA ? stage.bankB : stage.bankA;
-    stage.rig.controller().removeServer(lost.uuid);
+    SelectionFixture fixture;
+    QVERIFY(fixture.select(level, {4, 6}));
+    const Server lost = isBankA ? fixture.one : fixture.two;
+    const BVServerBank &loser = isBankA ? fixture.bankA() : fixture.bankB();
+    const BVServerBank &other = isBankA ? fixture.bankB() : fixture.bankA();
+    fixture.controller().removeServer(lost.uuid);
     QCOMPARE(listOf(loser).count(), 0);
     QCOMPARE(selected(other), (Rows{4, 6}));
 
-    stage.rig.connectServer(lost);
+    fixture.connectServer(lost);
     const Rows rows = isSame ? Rows{4, 6} : Rows{};
-    ControllerRig::choose(loser, isSame ? lost.name : u"Three"_s);
+    ControllerFixture::choose(loser, isSame ? lost.name : u"Three"_s);
     QCOMPARE(selected(loser), rows);
     QCOMPARE(selected(other), rows);
 }
 
 void tst_UIControllerSelection::aServerBackAtAnotherLevelTakesTheSelectionOver()
 {
-    SelectionStage stage;
-    QVERIFY(stage.select(3, {4}));
-    stage.rig.controller().removeServer(stage.two.uuid);
-    stage.rig.controller().backToFolders();
-    clickRow(stage.bankA, 5);
-    stage.rig.connectServer(stage.two);
-    ControllerRig::choose(stage.bankB, u"Two"_s);
-    QCOMPARE(selected(stage.bankA), Rows{5});
-    QCOMPARE(selected(stage.bankB), Rows{5});
+    SelectionFixture fixture;
+    QVERIFY(fixture.select(3, {4}));
+    fixture.controller().removeServer(fixture.two.uuid);
+    fixture.controller().backToFolders();
+    clickRow(fixture.bankA(), 5);
+    fixture.connectServer(fixture.two);
+    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+    QCOMPARE(selected(fixture.bankA()), Rows{5});
+    QCOMPARE(selected(fixture.bankB()), Rows{5});
 }
 
 void tst_UIControllerSelection::aFirstServerTakesTheSelectionOver()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, loopback(1)));
-    QVERIFY(rig.show());
-    clickRow(rig.bankA(), 3);
-    rig.connectServer(sampleServer(u"Two"_s, loopback(2)));
-    QCOMPARE(selected(rig.bankA()), Rows{3});
-    QCOMPARE(selected(rig.bankB()), Rows{3});
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"One"_s, loopback(1)));
+    QVERIFY(fixture.show());
+    clickRow(fixture.bankA(), 3);
+    fixture.connectServer(sampleServer(u"Two"_s, loopback(2)));
+    QCOMPARE(selected(fixture.bankA()), Rows{3});
+    QCOMPARE(selected(fixture.bankB()), Rows{3});
 }
 
 void tst_UIControllerSelection::serversChosenAgainAfterARenameKeepTheSelection()
 {
-    SelectionStage stage;
-    QVERIFY(stage.select(3, {4}));
-    stage.rig.controller().serverNameChanged(stage.two.uuid, u"Due"_s);
-    ControllerRig::choose(stage.bankA, u"One"_s);
-    ControllerRig::choose(stage.bankB, u"Due"_s);
-    QCOMPARE(selected(stage.bankA), Rows{4});
-    QCOMPARE(selected(stage.bankB), Rows{4});
+    SelectionFixture fixture;
+    QVERIFY(fixture.select(3, {4}));
+    fixture.controller().serverNameChanged(fixture.two.uuid, u"Due"_s);
+    ControllerFixture::choose(fixture.bankA(), u"One"_s);
+    ControllerFixture::choose(fixture.bankB(), u"Due"_s);
+    QCOMPARE(selected(fixture.bankA()), Rows{4});
+    QCOMPARE(selected(fixture.bankB()), Rows{4});
 }
 
 void tst_UIControllerSelection::anotherServerClearsBothSelections_data()
@@ -300,11 +297,11 @@ void tst_UIControllerSelection::anotherServerClearsBothSelections()
 {
     QFETCH(const bool, isBankA);
     QFETCH(const int, level);
-    SelectionStage stage;
-    QVERIFY(stage.select(level, {4}));
-    ControllerRig::choose(isBankA ? stage.bankA : stage.bankB, u"Three"_s);
-    QCOMPARE(selected(stage.bankA), Rows{});
-    QCOMPARE(selected(stage.bankB), Rows{});
+    SelectionFixture fixture;
+    QVERIFY(fixture.select(level, {4}));
+    ControllerFixture::choose(isBankA ? fixture.bankA() : fixture.bankB(), u"Three"_s);
+    QCOMPARE(selected(fixture.bankA()), Rows{});
+    QCOMPARE(selected(fixture.bankB()), Rows{});
 }
 
 void tst_UIControllerSelection::anotherLevelClearsBothSelections_data()
@@ -321,14 +318,14 @@ void tst_UIControllerSelection::anotherLevelClearsBothSelections()
 {
     QFETCH(const int, former);
     QFETCH(const int, next);
-    SelectionStage stage;
-    QVERIFY(stage.select(former, {4}));
+    SelectionFixture fixture;
+    QVERIFY(fixture.select(former, {4}));
     if (next == foldersLevel)
-        stage.rig.controller().backToFolders();
+        fixture.controller().backToFolders();
     else
-        stage.rig.controller().folderChanged(next);
-    QCOMPARE(selected(stage.bankA), Rows{});
-    QCOMPARE(selected(stage.bankB), Rows{});
+        fixture.controller().folderChanged(next);
+    QCOMPARE(selected(fixture.bankA()), Rows{});
+    QCOMPARE(selected(fixture.bankB()), Rows{});
 }
 
 QTEST_MAIN(tst_UIControllerSelection)

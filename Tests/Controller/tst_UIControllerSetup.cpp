@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "ControllerRig.h"
+#include "ControllerFixture.h"
 
 #include "Dialogs/BVProgressDialog.h"
 #include "Support/FailOnWarning.h"
@@ -17,9 +17,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-BVProgressDialog &thumbnailProgress(const WindowRig &rig)
+BVProgressDialog &thumbnailProgress(const WindowFixture &fixture)
 {
-    return *rig.window->findChild<BVProgressDialog *>();
+    return *fixture.window->findChild<BVProgressDialog *>();
 }
 
 /// A folder of which no thumbnail is in memory.
@@ -60,7 +60,7 @@ private slots:
 void tst_UIControllerSetup::thumbnailsHaveADiskCacheOfTheirOwn()
 {
     PlayedServer server(loopback(1));
-    ControllerRig rig;
+    ControllerFixture fixture;
     const QString directory =
         QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + u"thumbnails"_s;
     const auto cachedFiles = [&] {
@@ -69,8 +69,8 @@ void tst_UIControllerSetup::thumbnailsHaveADiskCacheOfTheirOwn()
     };
     QVERIFY(!cachedFiles());
     server.wire.answer("/brenvoka/thumbnails/", "no picture", "Cache-Control: max-age=3600\r\n");
-    QVERIFY(rig.bringUp(server, u"One"_s, {unseenFolder(1)}));
-    rig.controller().folderChanged(0);
+    QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(1)}));
+    fixture.controller().folderChanged(0);
     EVENTUALLY(cachedFiles());
 }
 
@@ -79,7 +79,7 @@ void tst_UIControllerSetup::theDiskCacheKeepsManyThumbnails()
     constexpr int count = 12;
     constexpr qint64 size = 1 << 20;
     PlayedServer server(loopback(1));
-    ControllerRig rig;
+    ControllerFixture fixture;
     const auto cached = [&] {
         const QString directory = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
         QDirIterator files(directory + u"thumbnails"_s, {u"*.d"_s}, QDir::Files,
@@ -91,15 +91,15 @@ void tst_UIControllerSetup::theDiskCacheKeepsManyThumbnails()
     };
     server.wire.answer("/brenvoka/thumbnails/", QByteArray(size, 'x'),
                        "Cache-Control: max-age=3600\r\n");
-    QVERIFY(rig.bringUp(server, u"One"_s, {unseenFolder(count)}));
-    rig.controller().folderChanged(0);
-    EVENTUALLY(rig.bankA().isEnabled());
+    QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(count)}));
+    fixture.controller().folderChanged(0);
+    EVENTUALLY(fixture.bankA().isEnabled());
     EVENTUALLY(cached() > count * size);
 }
 
 void tst_UIControllerSetup::theDeckIsKnownToTheMetaTypeSystem()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     QCOMPARE(QMetaType::fromName("ServerDeck"), QMetaType::fromType<ServerDeck>());
 }
 
@@ -121,65 +121,65 @@ void tst_UIControllerSetup::banksStartEmptyWithTheStoredView()
     QFETCH(const int, index);
     QFETCH(const QSize, size);
     QFETCH(const QString, button);
-    WindowRig rig;
-    rig.model.selectedViewMode = listView;
-    rig.model.selectedIconSize = index;
-    rig.window.reset();
-    rig.window = std::make_unique<BVMainWindow>(&rig.model);
-    for (const BVServerBank *const bank : {&rig.bankA(), &rig.bankB()}) {
+    WindowFixture fixture;
+    fixture.model.selectedViewMode = listView;
+    fixture.model.selectedIconSize = index;
+    fixture.window.reset();
+    fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
         QVERIFY(!bank->isEnabled());
-        QCOMPARE(ControllerRig::comboBox(*bank).count(), 0);
+        QCOMPARE(ControllerFixture::comboBox(*bank).count(), 0);
         QCOMPARE(listOf(*bank).iconSize(), size);
         QCOMPARE(listOf(*bank).viewMode(), listView ? QListView::ListMode : QListView::IconMode);
         QVERIFY(!listOf(*bank).dragEnabled());
     }
-    QCOMPARE(rig.find<QPushButton>("listModeButton").isChecked(), listView);
-    QCOMPARE(rig.find<QPushButton>("gridModeButton").isChecked(), !listView);
-    QVERIFY(rig.window->findChild<QPushButton *>(button)->isChecked());
-    QCOMPARE(rig.model.selectedIconSize, index);
+    QCOMPARE(fixture.find<QPushButton>("listModeButton").isChecked(), listView);
+    QCOMPARE(fixture.find<QPushButton>("gridModeButton").isChecked(), !listView);
+    QVERIFY(fixture.window->findChild<QPushButton *>(button)->isChecked());
+    QCOMPARE(fixture.model.selectedIconSize, index);
 }
 
 void tst_UIControllerSetup::serversInTheModelAreOfferedFromTheStart()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"One"_s, loopback(9));
     server.connected = true;
-    rig.model.upsertServer(server);
-    rig.window.reset();
-    rig.window = std::make_unique<BVMainWindow>(&rig.model);
-    QCOMPARE(ControllerRig::offered(rig.bankA()), QStringList{u"One"_s});
-    QCOMPARE(ControllerRig::offered(rig.bankB()), QStringList{u"One"_s});
-    QVERIFY(rig.bankA().currentServerUuid().isNull());
+    fixture.model.upsertServer(server);
+    fixture.window.reset();
+    fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
+    QCOMPARE(ControllerFixture::offered(fixture.bankA()), QStringList{u"One"_s});
+    QCOMPARE(ControllerFixture::offered(fixture.bankB()), QStringList{u"One"_s});
+    QVERIFY(fixture.bankA().currentServerUuid().isNull());
 }
 
 void tst_UIControllerSetup::theThumbnailDialogWaitsHidden()
 {
     const ShownDialogs shown;
-    WindowRig rig;
-    QVERIFY(rig.show());
-    QCOMPARE(rig.window->findChildren<BVProgressDialog *>().size(), 1);
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
     QCOMPARE(shown.count, 0);
-    QCOMPARE(thumbnailProgress(rig).findChild<QLabel *>()->text(), u"Downloading thumbnails"_s);
+    QCOMPARE(thumbnailProgress(fixture).findChild<QLabel *>()->text(), u"Downloading thumbnails"_s);
 }
 
 void tst_UIControllerSetup::downloadsOfBothBanksAddUp()
 {
-    WindowRig rig;
-    rig.controller().increaseThumbnailDownloadSize(3);
-    rig.controller().increaseThumbnailDownloadSize(2);
-    QCOMPARE(thumbnailProgress(rig).maximum(), 5);
-    QCOMPARE(thumbnailProgress(rig).windowTitle(), u"Downloading"_s);
-    rig.controller().updateProgress();
-    QCOMPARE(thumbnailProgress(rig).progress(), 1);
-    EVENTUALLY(thumbnailProgress(rig).isVisible());
+    WindowFixture fixture;
+    fixture.controller().increaseThumbnailDownloadSize(3);
+    fixture.controller().increaseThumbnailDownloadSize(2);
+    QCOMPARE(thumbnailProgress(fixture).maximum(), 5);
+    QCOMPARE(thumbnailProgress(fixture).windowTitle(), u"Downloading"_s);
+    fixture.controller().updateProgress();
+    QCOMPARE(thumbnailProgress(fixture).progress(), 1);
+    EVENTUALLY(thumbnailProgress(fixture).isVisible());
 }
 
 void tst_UIControllerSetup::aShortDownloadShowsNoDialog()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const ShownDialogs shown;
-    rig.controller().increaseThumbnailDownloadSize(1);
-    rig.controller().updateProgress();
+    fixture.controller().increaseThumbnailDownloadSize(1);
+    fixture.controller().updateProgress();
     bool passed = false;
     QTimer::singleShot(700, this, [&passed] { passed = true; });
     EVENTUALLY(passed);
@@ -188,66 +188,66 @@ void tst_UIControllerSetup::aShortDownloadShowsNoDialog()
 
 void tst_UIControllerSetup::theLastStepClosesTheDialogAndResetsIt()
 {
-    WindowRig rig;
-    rig.controller().increaseThumbnailDownloadSize(2);
-    EVENTUALLY(thumbnailProgress(rig).isVisible());
-    QSignalSpy canceled(&rig.controller(), &UIController::downloadCanceled);
-    rig.controller().updateProgress();
-    rig.controller().updateProgress();
-    QVERIFY(!thumbnailProgress(rig).isVisible());
-    QCOMPARE(thumbnailProgress(rig).maximum(), 0);
-    QCOMPARE(thumbnailProgress(rig).progress(), 0);
+    WindowFixture fixture;
+    fixture.controller().increaseThumbnailDownloadSize(2);
+    EVENTUALLY(thumbnailProgress(fixture).isVisible());
+    QSignalSpy canceled(&fixture.controller(), &UIController::downloadCanceled);
+    fixture.controller().updateProgress();
+    fixture.controller().updateProgress();
+    QVERIFY(!thumbnailProgress(fixture).isVisible());
+    QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
+    QCOMPARE(thumbnailProgress(fixture).progress(), 0);
     QCOMPARE(canceled.size(), 0);
 }
 
 void tst_UIControllerSetup::stepsAfterTheEndAreHarmless()
 {
-    WindowRig rig;
-    rig.controller().updateProgress();
-    rig.controller().updateProgress();
-    QCOMPARE(thumbnailProgress(rig).maximum(), 0);
-    QVERIFY(!thumbnailProgress(rig).isVisible());
+    WindowFixture fixture;
+    fixture.controller().updateProgress();
+    fixture.controller().updateProgress();
+    QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
+    QVERIFY(!thumbnailProgress(fixture).isVisible());
 }
 
 void tst_UIControllerSetup::aFolderIsDownloadedThroughTheDialog()
 {
     PlayedServer server(loopback(1));
-    ControllerRig rig;
-    QVERIFY(rig.bringUp(server, u"One"_s, {unseenFolder(4)}));
-    rig.controller().folderChanged(0);
-    QCOMPARE(thumbnailProgress(rig.rig).maximum(), 4);
-    QVERIFY(!rig.bankA().isEnabled());
+    ControllerFixture fixture;
+    QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(4)}));
+    fixture.controller().folderChanged(0);
+    QCOMPARE(thumbnailProgress(fixture).maximum(), 4);
+    QVERIFY(!fixture.bankA().isEnabled());
     QVERIFY(server.wire.waitForRequests(4, "/brenvoka/thumbnails/"));
     for (const WireRequest &request : server.wire.requests("/brenvoka/thumbnails/"))
         request.answer("no picture", "Cache-Control: no-store\r\n");
-    EVENTUALLY(rig.bankA().isEnabled());
-    QCOMPARE(listOf(rig.bankA()).count(), 257);
+    EVENTUALLY(fixture.bankA().isEnabled());
+    QCOMPARE(listOf(fixture.bankA()).count(), 257);
     // Each reply is counted by the services of both banks.
-    EVENTUALLY_COMPARE(thumbnailProgress(rig.rig).progress(), 4);
-    QCOMPARE(thumbnailProgress(rig.rig).maximum(), 0);
+    EVENTUALLY_COMPARE(thumbnailProgress(fixture).progress(), 4);
+    QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
 }
 
 void tst_UIControllerSetup::aCancelledDownloadLeavesTheBanksEnabled()
 {
     PlayedServer one(loopback(1));
     PlayedServer two(loopback(2));
-    ControllerRig rig;
-    QVERIFY(rig.bringUp(one, u"One"_s, {unseenFolder(2)}));
-    QVERIFY(rig.bringUp(two, u"Two"_s, {unseenFolder(3)}));
-    rig.controller().folderChanged(0);
-    QVERIFY(!rig.bankA().isEnabled() && !rig.bankB().isEnabled());
-    BVProgressDialog &dialog = thumbnailProgress(rig.rig);
+    ControllerFixture fixture;
+    QVERIFY(fixture.connectServer(one, u"One"_s, {unseenFolder(2)}));
+    QVERIFY(fixture.connectServer(two, u"Two"_s, {unseenFolder(3)}));
+    fixture.controller().folderChanged(0);
+    QVERIFY(!fixture.bankA().isEnabled() && !fixture.bankB().isEnabled());
+    BVProgressDialog &dialog = thumbnailProgress(fixture);
     EVENTUALLY(dialog.isVisible());
     QCOMPARE(dialog.maximum(), 5);
-    QSignalSpy canceled(&rig.controller(), &UIController::downloadCanceled);
+    QSignalSpy canceled(&fixture.controller(), &UIController::downloadCanceled);
     QTest::keyClick(&dialog, Qt::Key_Escape);
     QCOMPARE(canceled.size(), 1);
-    QVERIFY(rig.bankA().isEnabled() && rig.bankB().isEnabled());
+    QVERIFY(fixture.bankA().isEnabled() && fixture.bankB().isEnabled());
     QVERIFY(!dialog.isVisible());
-    QCOMPARE(rig.bankA().currentFolder, 0);
-    QCOMPARE(rig.bankB().currentFolder, 0);
+    QCOMPARE(fixture.bankA().currentFolder, 0);
+    QCOMPARE(fixture.bankB().currentFolder, 0);
     // What was drawn before stays: at this level the rows come with the pictures.
-    QCOMPARE(listOf(rig.bankA()).count(), 256);
+    QCOMPARE(listOf(fixture.bankA()).count(), 256);
 }
 
 QTEST_MAIN(tst_UIControllerSetup)

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "ControllerRig.h"
+#include "ControllerFixture.h"
 
 #include "Service/ServerListenerService.h"
 #include "Support/FailOnWarning.h"
@@ -27,15 +27,15 @@ private slots:
 void tst_UIControllerSignals::whatDiscoveryTellsReachesTheRegistry()
 {
     PlayedServer server(loopback(1));
-    ControllerRig rig;
+    ControllerFixture fixture;
     server.setLibrary({folder(0, u"Intro"_s)});
-    auto *const listener = rig.controller().findChild<ServerListenerService *>();
+    auto *const listener = fixture.controller().findChild<ServerListenerService *>();
     QVERIFY(listener);
     emit listener->addServer(server.uuid, server.wire.address(), 8, u"One"_s);
     QVERIFY(server.openStream());
-    EVENTUALLY(rig.isConnected(server));
+    EVENTUALLY(fixture.isConnected(server));
 
-    const Server &record = rig.controller().connectedServer(server.uuid);
+    const Server &record = fixture.controller().connectedServer(server.uuid);
     const ServerConnection first(server.wire.address(), 8);
     const ServerConnection second(QHostAddress(loopback(9)), 16);
     QCOMPARE(record.connections, QList<ServerConnection>{first});
@@ -44,30 +44,30 @@ void tst_UIControllerSignals::whatDiscoveryTellsReachesTheRegistry()
     emit listener->removeServerConnection(server.uuid, first.first, first.second);
     QCOMPARE(record.connections, QList<ServerConnection>{second});
     emit listener->serverNameChanged(server.uuid, u"Uno"_s);
-    QCOMPARE(rig.offered(rig.bankA()), QStringList{u"Uno"_s});
+    QCOMPARE(fixture.offered(fixture.bankA()), QStringList{u"Uno"_s});
     emit listener->removeServer(server.uuid);
-    QVERIFY(rig.model().servers.isEmpty());
+    QVERIFY(fixture.model.servers.isEmpty());
 }
 
 void tst_UIControllerSignals::aRefreshTellsTheServerOfBankABeforeThatOfBankB()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server one = sampleServer(u"One"_s, loopback(1));
     const Server two = sampleServer(u"Two"_s, loopback(2));
     const Server three = sampleServer(u"Three"_s, loopback(3));
-    rig.connectServer(one);
-    rig.connectServer(two);
-    const QSignalSpy told(&rig.controller(), &UIController::serverContentChanged);
-    rig.connectServer(three);
+    fixture.connectServer(one);
+    fixture.connectServer(two);
+    const QSignalSpy told(&fixture.controller(), &UIController::serverContentChanged);
+    fixture.connectServer(three);
     QCOMPARE(told, (QList<QVariantList>{{one.uuid}, {two.uuid}}));
 }
 
 void tst_UIControllerSignals::aRefreshTellsOfAnEmptyBankToo()
 {
-    WindowRig rig;
-    const QSignalSpy told(&rig.controller(), &UIController::serverContentChanged);
+    WindowFixture fixture;
+    const QSignalSpy told(&fixture.controller(), &UIController::serverContentChanged);
     const Server one = sampleServer(u"One"_s, loopback(1));
-    rig.connectServer(one);
+    fixture.connectServer(one);
     QCOMPARE(told, (QList<QVariantList>{{one.uuid}, {QUuid()}}));
 }
 
@@ -75,14 +75,14 @@ void tst_UIControllerSignals::aChoiceRedrawsTheBanksWithoutASignal()
 {
     // It takes the stream's connection and says nothing.
     const WireServer silent(loopback(3));
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, loopback(1)));
-    rig.connectServer(sampleServer(u"Two"_s, loopback(2)));
-    rig.connectServer(sampleServer(u"Three"_s, loopback(3)));
-    const QSignalSpy told(&rig.controller(), &UIController::serverContentChanged);
-    const QSignalSpy redrawnA(listOf(rig.bankA()).model(), &QAbstractItemModel::modelReset);
-    const QSignalSpy redrawnB(listOf(rig.bankB()).model(), &QAbstractItemModel::modelReset);
-    ControllerRig::choose(rig.bankB(), u"Three"_s);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"One"_s, loopback(1)));
+    fixture.connectServer(sampleServer(u"Two"_s, loopback(2)));
+    fixture.connectServer(sampleServer(u"Three"_s, loopback(3)));
+    const QSignalSpy told(&fixture.controller(), &UIController::serverContentChanged);
+    const QSignalSpy redrawnA(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
+    const QSignalSpy redrawnB(listOf(fixture.bankB()).model(), &QAbstractItemModel::modelReset);
+    ControllerFixture::choose(fixture.bankB(), u"Three"_s);
     QVERIFY(!redrawnA.isEmpty());
     QVERIFY(!redrawnB.isEmpty());
     QCOMPARE(told.size(), 0);
@@ -91,11 +91,11 @@ void tst_UIControllerSignals::aChoiceRedrawsTheBanksWithoutASignal()
 void tst_UIControllerSignals::aChoiceOpensTheStreamOfAServerWithoutOne()
 {
     const WireServer silent(loopback(2));
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, loopback(1)));
-    rig.connectServer(sampleServer(u"Two"_s, loopback(2)));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"One"_s, loopback(1)));
+    fixture.connectServer(sampleServer(u"Two"_s, loopback(2)));
     QVERIFY(silent.requests().isEmpty());
-    ControllerRig::choose(rig.bankA(), u"Two"_s);
+    ControllerFixture::choose(fixture.bankA(), u"Two"_s);
     QVERIFY(silent.waitForRequests(1, "/brenvoka/notifier.html"));
 }
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "ControllerRig.h"
+#include "SyncClickFixture.h"
 
 #include "Dialogs/BVProgressDialog.h"
 #include "Support/FailOnWarning.h"
@@ -20,31 +20,28 @@ constexpr PlayedServer::CommandType phases[]{PlayedServer::Rename, PlayedServer:
 
 /// Two servers on show, and a synchronisation from One to Two that has something to do in each
 /// phase, and more than the server gets at once.
-class PhaseStage final
+class PhaseFixture final : public SyncClickFixture
 {
 public:
     /// Starts it, and waits until the destination has a command of that phase, which it leaves
     /// unanswered.
     [[nodiscard]] bool startUntil(PlayedServer::CommandType phase)
     {
-        const bool isOpen = stage.open(
+        const bool isOpen = open(
             {folder(0, u"a"_s, {visual(1, u"x"_s, 1)}), folder(1, u"b"_s)},
             {folder(0, u"c"_s, {visual(2, u"y"_s, 2), visual(3, u"z"_s, 3)}), folder(1, u"d"_s)});
-        stage.two.wire.on(executePath, [phase](const WireRequest &request) {
+        two.wire.on(executePath, [phase](const WireRequest &request) {
             if (!request.body.startsWith("req_type=" + QByteArray::number(phase) + '&'))
                 request.answer(accepted);
         });
-        stage.rig.clickLeftToRight();
-        return isOpen && waitFor([&] { return !stage.two.commands(phase).isEmpty(); });
+        clickLeftToRight();
+        return isOpen && waitFor([&] { return !two.commands(phase).isEmpty(); });
     }
     /// Whether a dialog of the task is left; that of the thumbnails always is.
     [[nodiscard]] bool isOver() const
     {
-        return !stage.transferDialog() &&
-               stage.rig.rig.window->findChildren<BVProgressDialog *>().size() == 1;
+        return !transferDialog() && window->findChildren<BVProgressDialog *>().size() == 1;
     }
-
-    SyncStage stage;
 };
 
 } // namespace
@@ -85,10 +82,9 @@ void tst_UIControllerSyncLosses::aLossInAnyPhaseIsTheEndAndTheOnlyMessage()
     QFETCH(const int, phase);
     QFETCH(const bool, isSource);
     QFETCH(const bool, isSilent);
-    PhaseStage sync;
-    SyncStage &stage = sync.stage;
-    QVERIFY(sync.startUntil(phases[phase]));
-    PlayedServer &lost = isSource ? stage.one : stage.two;
+    PhaseFixture fixture;
+    QVERIFY(fixture.startUntil(phases[phase]));
+    PlayedServer &lost = isSource ? fixture.one : fixture.two;
     ModalDriver modals;
     modals.answer([&](QDialog &message) {
         // Its stream is closed before the operator has read the message.
@@ -96,10 +92,10 @@ void tst_UIControllerSyncLosses::aLossInAnyPhaseIsTheEndAndTheOnlyMessage()
         message.accept();
     });
     if (isSilent)
-        stage.rig.controller().removeServer(lost.uuid);
+        fixture.controller().removeServer(lost.uuid);
     else
         lost.stream.close();
-    EVENTUALLY(!modals.pending() && sync.isOver());
+    EVENTUALLY(!modals.pending() && fixture.isOver());
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text,
              u"Server \"%1\" %2 while an operation was in progress."_s.arg(
@@ -107,61 +103,60 @@ void tst_UIControllerSyncLosses::aLossInAnyPhaseIsTheEndAndTheOnlyMessage()
                  isSilent ? u"became unresponsive"_s : u"disconnected"_s));
     // The destination may have changed, if it is still there.
     if (isSource)
-        EVENTUALLY_COMPARE(stage.two.libraryRequests(), 2);
+        EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
     else
-        QVERIFY(stage.settle(stage.one));
-    QCOMPARE(stage.two.libraryRequests(), isSource ? 2 : 1);
-    QCOMPARE(stage.one.libraryRequests(), isSource ? 1 : 2);
+        QVERIFY(fixture.requestLibrary(fixture.one));
+    QCOMPARE(fixture.two.libraryRequests(), isSource ? 2 : 1);
+    QCOMPARE(fixture.one.libraryRequests(), isSource ? 1 : 2);
     for (int other = 0; other < 3; ++other)
-        QCOMPARE(stage.two.commands(phases[other]).isEmpty(), other > phase);
+        QCOMPARE(fixture.two.commands(phases[other]).isEmpty(), other > phase);
 }
 
 void tst_UIControllerSyncLosses::theDestinationGoesUnderTheErrorsOfItsTask()
 {
-    SyncStage stage;
-    QVERIFY(stage.open() && stage.start());
+    SyncClickFixture fixture;
+    QVERIFY(fixture.open() && fixture.start());
     ModalDriver modals;
     modals.answer([&](QDialog &errors) {
-        stage.two.stream.close();
+        fixture.two.stream.close();
         QVERIFY(waitFor([&] { return !modals.pending(); }));
         errors.accept();
     });
     modals.press(QMessageBox::Ok);
-    stage.two.sendStarted({0, 1});
-    stage.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
+    fixture.two.sendStarted({0, 1});
+    fixture.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
     EVENTUALLY_COMPARE(modals.seen().size(), 2);
     QCOMPARE(modals.seen().first().text, u"Folder synchronization completed with errors"_s);
     // Its operation is over.
     QCOMPARE(modals.seen().last().text, u"Server \"Two\" disconnected."_s);
     EVENTUALLY(!QApplication::activeModalWidget());
-    QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
-    QCOMPARE(stage.rig.bankA().currentServerUuid(), stage.one.uuid);
+    QVERIFY(fixture.bankB().currentServerUuid().isNull());
+    QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
 }
 
 void tst_UIControllerSyncLosses::theSecondServerGoesUnderTheMessageOfTheFirst()
 {
-    PhaseStage sync;
-    SyncStage &stage = sync.stage;
-    QVERIFY(sync.startUntil(PlayedServer::Remove));
+    PhaseFixture fixture;
+    QVERIFY(fixture.startUntil(PlayedServer::Remove));
     ModalDriver modals;
     modals.answer([&](QDialog &first) {
-        stage.one.stream.close();
+        fixture.one.stream.close();
         QVERIFY(waitFor([&] { return !modals.pending(); }));
         first.accept();
     });
     modals.press(QMessageBox::Ok);
-    stage.rig.controller().removeServer(stage.two.uuid);
+    fixture.controller().removeServer(fixture.two.uuid);
     QCOMPARE(modals.seen().size(), 2);
     QCOMPARE(modals.seen().first().text,
              u"Server \"Two\" became unresponsive while an operation was in progress."_s);
     // The task has ended under the first message already.
     QCOMPARE(modals.seen().last().text, u"Server \"One\" disconnected."_s);
-    QVERIFY(sync.isOver());
-    QVERIFY(stage.rig.model().servers.isEmpty());
-    QVERIFY(stage.rig.bankA().currentServerUuid().isNull());
-    QVERIFY(stage.rig.bankB().currentServerUuid().isNull());
-    QVERIFY(!stage.rig.isTransferEnabled());
-    QVERIFY(stage.rig.isSyncWarningShown());
+    QVERIFY(fixture.isOver());
+    QVERIFY(fixture.model.servers.isEmpty());
+    QVERIFY(fixture.bankA().currentServerUuid().isNull());
+    QVERIFY(fixture.bankB().currentServerUuid().isNull());
+    QVERIFY(!fixture.isTransferEnabled());
+    QVERIFY(fixture.isSyncWarningShown());
 }
 
 QTEST_MAIN(tst_UIControllerSyncLosses)

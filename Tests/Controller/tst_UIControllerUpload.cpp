@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "OperationStage.h"
+#include "OperationFixture.h"
 
 #include "Support/FailOnWarning.h"
 #include "Support/LeakAllowed.h"
@@ -23,24 +23,24 @@ constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
 constexpr auto uploadPath = "/brenvoka/upload.html";
 
 /// A folder opened on the screen, and a file to upload.
-class UploadStage final
+class UploadFixture final : public OperationFixture
 {
 public:
     [[nodiscard]] bool open(const QByteArray &content = "content",
-                            const QList<MediaFolder> &folders = OperationStage::library(),
+                            const QList<MediaFolder> &folders = OperationFixture::library(),
                             int folderSlot = 3)
     {
         QFile local(file());
         return local.open(QIODevice::WriteOnly) && local.write(content) == content.size() &&
-               stage.openInside(folderSlot, 0, folders);
+               openInside(folderSlot, 0, folders);
     }
     /// Selects a row by a click and uploads the file into it.
     void upload(int row = 10)
     {
-        clickRow(stage.bankA(), row);
+        clickRow(bankA(), row);
         ModalDriver modals;
         modals.chooseFile(file());
-        OperationStage::clickUpload(stage.bankA());
+        OperationFixture::clickUpload(bankA());
         QCOMPARE(modals.seen().size(), 1);
     }
     /// Does by hand what ModalDriver::chooseFile does.
@@ -50,23 +50,17 @@ public:
         const auto *const box = dialog.findChild<QDialogButtonBox *>();
         QTest::mouseClick(box->button(QDialogButtonBox::Open), Qt::LeftButton);
     }
-    [[nodiscard]] QString file() const
-    {
-        return stage.rig.rig.sandbox.directory().filePath(u"clip.mov"_s);
-    }
+    [[nodiscard]] QString file() const { return sandbox.directory().filePath(u"clip.mov"_s); }
     /// What the server was sent.
     [[nodiscard]] QByteArray sentBody() const
     {
-        return stage.one.wire.waitForRequests(1, uploadPath)
-                   ? stage.one.wire.requests(uploadPath).first().body
-                   : QByteArray();
+        return one.wire.waitForRequests(1, uploadPath) ? one.wire.requests(uploadPath).first().body
+                                                       : QByteArray();
     }
     [[nodiscard]] QDialogButtonBox &buttons(const QString &title) const
     {
-        return *stage.dialog(title)->findChild<QDialogButtonBox *>();
+        return *dialog(title)->findChild<QDialogButtonBox *>();
     }
-
-    OperationStage stage{loopback(1)};
 };
 
 bool hasField(const QByteArray &form, const QByteArray &name, const QByteArray &value)
@@ -99,142 +93,141 @@ private slots:
 
 void tst_UIControllerUpload::theFileGoesToTheSelectedSlot()
 {
-    UploadStage upload;
-    QVERIFY(upload.open());
-    upload.stage.one.wire.answer(uploadPath, accepted);
-    upload.upload(10);
-    const QByteArray body = upload.sentBody();
+    UploadFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.one.wire.answer(uploadPath, accepted);
+    fixture.upload(10);
+    const QByteArray body = fixture.sentBody();
     QVERIFY(hasField(body, "folderIdx", "3"));
     QVERIFY(hasField(body, "visualIdx", "9"));
     QVERIFY(body.contains("filename=\"clip.mov\""));
     QVERIFY(body.contains("\r\n\r\ncontent\r\n"));
-    QVERIFY(upload.stage.isFetchedAnew(upload.stage.one));
-    QVERIFY(upload.stage.two.wire.requests(uploadPath).isEmpty());
-    QCOMPARE(upload.stage.two.libraryRequests(), 1);
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QVERIFY(fixture.two.wire.requests(uploadPath).isEmpty());
+    QCOMPARE(fixture.two.libraryRequests(), 1);
 }
 
 void tst_UIControllerUpload::theDeckDecidesTheServer()
 {
-    UploadStage upload;
-    QVERIFY(upload.open());
-    clickRow(upload.stage.bankB(), 10);
+    UploadFixture fixture;
+    QVERIFY(fixture.open());
+    clickRow(fixture.bankB(), 10);
     ModalDriver modals;
-    modals.chooseFile(upload.file());
-    OperationStage::clickUpload(upload.stage.bankB());
-    QVERIFY(upload.stage.two.wire.waitForRequests(1, uploadPath));
-    QVERIFY(upload.stage.one.wire.requests(uploadPath).isEmpty());
+    modals.chooseFile(fixture.file());
+    OperationFixture::clickUpload(fixture.bankB());
+    QVERIFY(fixture.two.wire.waitForRequests(1, uploadPath));
+    QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty());
 }
 
 // Folder 2 is on show, second in the list; the server is told folder 1.
 void tst_UIControllerUpload::aLibraryWithGapsNamesAnotherFolder()
 {
-    UploadStage upload;
-    QVERIFY(upload.open("content", OperationStage::sparseLibrary(), 2));
-    upload.upload(10);
-    QVERIFY(hasField(upload.sentBody(), "folderIdx", "1"));
+    UploadFixture fixture;
+    QVERIFY(fixture.open("content", OperationFixture::sparseLibrary(), 2));
+    fixture.upload(10);
+    QVERIFY(hasField(fixture.sentBody(), "folderIdx", "1"));
 }
 
 void tst_UIControllerUpload::theDialogIsThereAtOnce()
 {
-    UploadStage upload;
-    QVERIFY(upload.open());
-    upload.upload();
-    const BVProgressDialog *const dialog = upload.stage.dialog(u"Uploading..."_s);
+    UploadFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.upload();
+    const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
     QVERIFY(dialog);
     QVERIFY(dialog->isVisible());
     QVERIFY(dialog->isModal());
-    QVERIFY(upload.buttons(u"Uploading..."_s).isEnabled());
+    QVERIFY(fixture.buttons(u"Uploading..."_s).isEnabled());
 }
 
 void tst_UIControllerUpload::fullAndNotAnsweredIsImporting()
 {
-    UploadStage upload;
-    QVERIFY(upload.open());
-    upload.upload();
-    EVENTUALLY(upload.stage.dialog(u"Importing..."_s));
-    BVProgressDialog *const dialog = upload.stage.dialog(u"Importing..."_s);
+    UploadFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.upload();
+    EVENTUALLY(fixture.dialog(u"Importing..."_s));
+    BVProgressDialog *const dialog = fixture.dialog(u"Importing..."_s);
     QCOMPARE(dialog->progress(), 100);
     QCOMPARE(dialog->findChild<QLabel *>()->text(), u"Importing visual"_s);
-    QVERIFY(!upload.buttons(u"Importing..."_s).isEnabled());
-    QVERIFY(upload.stage.one.wire.waitForRequests(1, uploadPath));
-    upload.stage.one.wire.requests(uploadPath).first().answer(accepted);
-    QVERIFY(upload.stage.isFetchedAnew(upload.stage.one));
+    QVERIFY(!fixture.buttons(u"Importing..."_s).isEnabled());
+    QVERIFY(fixture.one.wire.waitForRequests(1, uploadPath));
+    fixture.one.wire.requests(uploadPath).first().answer(accepted);
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
 }
 
 void tst_UIControllerUpload::aCancelEndsTheRequest()
 {
-    UploadStage upload;
-    QVERIFY(upload.open());
-    QVERIFY(QFile::resize(upload.file(), qint64{1} << 30));
-    upload.upload();
-    const BVProgressDialog *const dialog = upload.stage.dialog(u"Uploading..."_s);
+    UploadFixture fixture;
+    QVERIFY(fixture.open());
+    QVERIFY(QFile::resize(fixture.file(), qint64{1} << 30));
+    fixture.upload();
+    const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
     // What is left is far more than fits into the buffers on the way.
     connect(dialog->findChild<QProgressBar *>(), &QProgressBar::valueChanged, dialog,
-            [&] { upload.stage.one.wire.setReading(false); });
+            [&] { fixture.one.wire.setReading(false); });
     EVENTUALLY(dialog->progress() > 0);
     QVERIFY(dialog->progress() < 100);
-    QTest::mouseClick(upload.buttons(u"Uploading..."_s).button(QDialogButtonBox::Cancel),
+    QTest::mouseClick(fixture.buttons(u"Uploading..."_s).button(QDialogButtonBox::Cancel),
                       Qt::LeftButton);
-    EVENTUALLY(!upload.stage.hasStarted());
-    upload.stage.one.wire.setReading(true);
-    QVERIFY(upload.stage.isFetchedAnew(upload.stage.one));
-    QVERIFY(upload.stage.one.wire.requests(uploadPath).isEmpty()); // never whole
+    EVENTUALLY(!fixture.hasStarted());
+    fixture.one.wire.setReading(true);
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty()); // never whole
     QVERIFY(!QApplication::activeModalWidget());
 }
 
 void tst_UIControllerUpload::aFailureIsShownOnceAtTheEnd()
 {
-    UploadStage upload;
-    QVERIFY(upload.open());
-    upload.stage.one.wire.answer(uploadPath,
-                                 R"({"msg_type":7,"RESULT":3,"ERROR":"it is <locked>"})");
-    clickRow(upload.stage.bankA(), 10);
+    UploadFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.one.wire.answer(uploadPath, R"({"msg_type":7,"RESULT":3,"ERROR":"it is <locked>"})");
+    clickRow(fixture.bankA(), 10);
     ModalDriver modals;
-    modals.chooseFile(upload.file()).press(QMessageBox::Ok);
-    OperationStage::clickUpload(upload.stage.bankA());
+    modals.chooseFile(fixture.file()).press(QMessageBox::Ok);
+    OperationFixture::clickUpload(fixture.bankA());
     EVENTUALLY(!modals.pending());
     QCOMPARE(modals.seen().last().text, u"Visual could not be uploaded"_s);
     QCOMPARE(modals.seen().last().details, u"Upload for visual 009 in folder 003 to server \"One\" "
                                            "failed: it is <locked>."_s);
-    QVERIFY(upload.stage.isFetchedAnew(upload.stage.one));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
 }
 
 void tst_UIControllerUpload::aVanishedFileLeavesTheDialogLive()
 {
-    UploadStage upload;
-    QVERIFY(upload.open());
-    clickRow(upload.stage.bankA(), 10);
+    UploadFixture fixture;
+    QVERIFY(fixture.open());
+    clickRow(fixture.bankA(), 10);
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
         connect(&dynamic_cast<QFileDialog &>(dialog), &QFileDialog::fileSelected, &modals,
-                [&] { QVERIFY(QFile::remove(upload.file())); });
-        upload.choose(dialog);
+                [&] { QVERIFY(QFile::remove(fixture.file())); });
+        fixture.choose(dialog);
     });
-    OperationStage::clickUpload(upload.stage.bankA());
-    const BVProgressDialog *const dialog = upload.stage.dialog(u"Uploading..."_s);
+    OperationFixture::clickUpload(fixture.bankA());
+    const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
     QVERIFY(dialog && dialog->isVisible());
     QCOMPARE(dialog->progress(), 0);
-    QVERIFY(upload.buttons(u"Uploading..."_s).isEnabled());
-    QVERIFY(upload.stage.cancel(u"Uploading..."_s));
-    QVERIFY(upload.stage.isFetchedAnew(upload.stage.one));
-    QVERIFY(upload.stage.one.wire.requests(uploadPath).isEmpty());
+    QVERIFY(fixture.buttons(u"Uploading..."_s).isEnabled());
+    QVERIFY(fixture.cancel(u"Uploading..."_s));
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty());
 }
 
 void tst_UIControllerUpload::aSecondStartLetsGoOfTheFirst()
 {
     LogCapture log;
-    UploadStage upload;
-    QVERIFY(upload.open());
+    UploadFixture fixture;
+    QVERIFY(fixture.open());
     {
         const LeakAllowed first;
-        upload.upload();
+        fixture.upload();
     }
-    upload.upload();
-    QVERIFY(upload.stage.one.wire.waitForRequests(1, uploadPath));
-    upload.stage.one.wire.requests(uploadPath).first().answer(accepted);
+    fixture.upload();
+    QVERIFY(fixture.one.wire.waitForRequests(1, uploadPath));
+    fixture.one.wire.requests(uploadPath).first().answer(accepted);
     EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
-    EVENTUALLY_COMPARE(upload.stage.one.libraryRequests(), 2);
-    QCOMPARE(upload.stage.one.wire.requests(uploadPath).size(), 1); // one at a time
+    EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
+    QCOMPARE(fixture.one.wire.requests(uploadPath).size(), 1); // one at a time
 }
 
 void tst_UIControllerUpload::theServerGoesWhileTheFileDialogIsOpen_data()
@@ -249,28 +242,27 @@ void tst_UIControllerUpload::theServerGoesWhileTheFileDialogIsOpen()
 {
     QFETCH(const bool, toldByTheServer);
     LogCapture log;
-    UploadStage upload;
-    QVERIFY(upload.open());
-    clickRow(upload.stage.bankA(), 10);
+    UploadFixture fixture;
+    QVERIFY(fixture.open());
+    clickRow(fixture.bankA(), 10);
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
         if (toldByTheServer)
-            upload.stage.one.stream.close();
+            fixture.one.stream.close();
         else
-            upload.stage.lose();
+            fixture.loseServerA();
         QVERIFY(waitFor([&] { return !modals.pending(); }));
-        upload.choose(dialog);
+        fixture.choose(dialog);
     });
     if (toldByTheServer)
         modals.press(QMessageBox::Ok);
-    OperationStage::clickUpload(upload.stage.bankA());
-    QVERIFY(!upload.stage.rig.isConnected(upload.stage.one));
-    QVERIFY(
-        log.texts().contains(u"Handler not found for id: "_s + upload.stage.one.uuid.toString()));
-    QVERIFY(upload.stage.cancel(u"Uploading..."_s));
-    EVENTUALLY(!upload.stage.hasStarted());
-    QVERIFY(upload.stage.settle(upload.stage.two));
-    QCOMPARE(upload.stage.one.libraryRequests(), 1);
+    OperationFixture::clickUpload(fixture.bankA());
+    QVERIFY(!fixture.isConnected(fixture.one));
+    QVERIFY(log.texts().contains(u"Handler not found for id: "_s + fixture.one.uuid.toString()));
+    QVERIFY(fixture.cancel(u"Uploading..."_s));
+    EVENTUALLY(!fixture.hasStarted());
+    QVERIFY(fixture.requestLibrary(fixture.two));
+    QCOMPARE(fixture.one.libraryRequests(), 1);
 }
 
 QTEST_MAIN(tst_UIControllerUpload)

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "OperationStage.h"
+#include "OperationFixture.h"
 
 #include "Support/FailOnWarning.h"
 #include "Support/ModalDriver.h"
@@ -93,44 +93,44 @@ void tst_UIControllerUploadDialogs::onlyOneSlotIsUploadedInto()
     QFETCH(const bool, inside);
     QFETCH(const QList<int>, rows);
     QFETCH(const bool, asks);
-    OperationStage stage(loopback(1));
-    QVERIFY(inside ? stage.openInside(3) : stage.open());
-    stage.bankA().selectRows(rows);
+    OperationFixture fixture;
+    QVERIFY(inside ? fixture.openInside(3) : fixture.open());
+    fixture.bankA().selectRows(rows);
     ModalDriver modals;
     if (asks)
         modals.escape();
-    stage.controller().uploadFile(stage.one.uuid, 3, 9);
+    fixture.controller().uploadFile(fixture.one.uuid, 3, 9);
     QCOMPARE(modals.seen().size(), asks ? 1 : 0);
-    QVERIFY(!stage.hasStarted());
+    QVERIFY(!fixture.hasStarted());
 }
 
 void tst_UIControllerUploadDialogs::onlyAServerOnShowIsUploadedTo()
 {
     PlayedServer third(loopback(3));
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.open());
-    QVERIFY(stage.rig.bringUp(third, u"Three"_s, OperationStage::library()));
-    stage.controller().folderChanged(3);
-    stage.bankA().selectRows({10});
-    stage.bankB().selectRows({10});
+    OperationFixture fixture;
+    QVERIFY(fixture.open());
+    QVERIFY(fixture.connectServer(third, u"Three"_s, OperationFixture::library()));
+    fixture.controller().folderChanged(3);
+    fixture.bankA().selectRows({10});
+    fixture.bankB().selectRows({10});
     const ModalDriver modals;
-    stage.controller().uploadFile(third.uuid, 3, 9);
-    QVERIFY(stage.settle(third));
+    fixture.controller().uploadFile(third.uuid, 3, 9);
+    QVERIFY(fixture.requestLibrary(third));
     QVERIFY(modals.seen().isEmpty());
-    QVERIFY(!stage.hasStarted());
+    QVERIFY(!fixture.hasStarted());
 }
 
 void tst_UIControllerUploadDialogs::eachBankAnswersForItsOwnServer()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    stage.bankA().selectRows({10});
-    stage.bankB().selectRows({10, 11});
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    fixture.bankA().selectRows({10});
+    fixture.bankB().selectRows({10, 11});
     ModalDriver modals;
     modals.escape();
-    stage.controller().uploadFile(stage.two.uuid, 3, 9);
+    fixture.controller().uploadFile(fixture.two.uuid, 3, 9);
     QCOMPARE(modals.pending(), 1);
-    stage.controller().uploadFile(stage.one.uuid, 3, 9);
+    fixture.controller().uploadFile(fixture.one.uuid, 3, 9);
     QCOMPARE(modals.pending(), 0);
 }
 
@@ -150,18 +150,18 @@ void tst_UIControllerUploadDialogs::onlyAnOccupiedSlotIsAskedAbout()
     QFETCH(const int, row);
     QFETCH(const quint32, level);
     QFETCH(const bool, asks);
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, level));
-    clickRow(stage.bankA(), row);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, level));
+    clickRow(fixture.bankA(), row);
     ModalDriver modals;
     if (asks)
         modals.press(QMessageBox::Yes);
     modals.escape();
-    OperationStage::clickUpload(stage.bankA());
+    OperationFixture::clickUpload(fixture.bankA());
     QCOMPARE(modals.seen().size(), asks ? 2 : 1);
     QCOMPARE(modals.seen().last().type, u"QFileDialog"_s);
-    QCOMPARE(stage.model().warningLevel, level);
-    QVERIFY(!stage.hasStarted());
+    QCOMPARE(fixture.model.warningLevel, level);
+    QVERIFY(!fixture.hasStarted());
     if (!asks)
         return;
     QCOMPARE(modals.seen().first().title, u"Visual upload"_s);
@@ -180,30 +180,30 @@ void tst_UIControllerUploadDialogs::noAsksForNoFile_data()
 void tst_UIControllerUploadDialogs::noAsksForNoFile()
 {
     QFETCH(const bool, escape);
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
-    clickRow(stage.bankA(), 4);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
+    clickRow(fixture.bankA(), 4);
     ModalDriver modals;
     escape ? modals.escape() : modals.press(QMessageBox::No);
-    OperationStage::clickUpload(stage.bankA());
+    OperationFixture::clickUpload(fixture.bankA());
     QCOMPARE(modals.seen().size(), 1);
-    QVERIFY(!stage.hasStarted());
-    QCOMPARE(stage.model().warningLevel, allWarnings);
+    QVERIFY(!fixture.hasStarted());
+    QCOMPARE(fixture.model.warningLevel, allWarnings);
 }
 
 void tst_UIControllerUploadDialogs::askingNoMoreIsSavedAtOnce()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
-    clickRow(stage.bankA(), 4);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
+    clickRow(fixture.bankA(), 4);
     ModalDriver modals;
     modals.press(u"Yes, don't ask again"_s).escape();
-    OperationStage::clickUpload(stage.bankA());
-    QCOMPARE(stage.model().warningLevel, allWarnings - overwriteWarning);
+    OperationFixture::clickUpload(fixture.bankA());
+    QCOMPARE(fixture.model.warningLevel, allWarnings - overwriteWarning);
     const QSettings settings(settingsFilePath(), QSettings::IniFormat);
     QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - overwriteWarning);
     modals.escape();
-    OperationStage::clickUpload(stage.bankA());
+    OperationFixture::clickUpload(fixture.bankA());
     QCOMPARE(modals.seen().size(), 3);
     QCOMPARE(modals.seen().last().type, u"QFileDialog"_s);
 }
@@ -211,48 +211,48 @@ void tst_UIControllerUploadDialogs::askingNoMoreIsSavedAtOnce()
 // Folder 3 is on show, third in the list, and so it is folder 2 that is looked at.
 void tst_UIControllerUploadDialogs::inALibraryWithGapsAnotherSlotIsAskedAbout()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings, OperationStage::sparseLibrary()));
-    QCOMPARE(listOf(stage.bankA()).item(6)->text(), u"005: Harbour"_s);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings, OperationFixture::sparseLibrary()));
+    QCOMPARE(listOf(fixture.bankA()).item(6)->text(), u"005: Harbour"_s);
     ModalDriver modals;
-    clickRow(stage.bankA(), 6);
+    clickRow(fixture.bankA(), 6);
     modals.escape();
-    OperationStage::clickUpload(stage.bankA());
+    OperationFixture::clickUpload(fixture.bankA());
     QCOMPARE(modals.seen().last().type, u"QFileDialog"_s);
-    clickRow(stage.bankA(), 4);
+    clickRow(fixture.bankA(), 4);
     modals.press(QMessageBox::No);
-    OperationStage::clickUpload(stage.bankA());
+    OperationFixture::clickUpload(fixture.bankA());
     QCOMPARE(modals.seen().last().type, u"QMessageBox"_s);
 }
 
 void tst_UIControllerUploadDialogs::theServerGoesWhileTheWarningIsOpen()
 {
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3, allWarnings));
-    clickRow(stage.bankA(), 4);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3, allWarnings));
+    clickRow(fixture.bankA(), 4);
     ModalDriver modals;
     modals.answer([&](QDialog &warning) {
-        stage.lose();
+        fixture.loseServerA();
         dynamic_cast<QMessageBox &>(warning).button(QMessageBox::Yes)->click();
     });
     modals.escape();
-    OperationStage::clickUpload(stage.bankA());
-    QVERIFY(!stage.rig.isConnected(stage.one));
-    QVERIFY(!stage.hasStarted());
+    OperationFixture::clickUpload(fixture.bankA());
+    QVERIFY(!fixture.isConnected(fixture.one));
+    QVERIFY(!fixture.hasStarted());
 }
 
 void tst_UIControllerUploadDialogs::theFileDialogIsAsTheOperatorKnowsIt()
 {
-    OperationStage stage(loopback(1));
+    OperationFixture fixture;
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     QVERIFY(QDir().mkpath(documents));
-    QVERIFY(stage.openInside(3));
-    clickRow(stage.bankA(), 10);
+    QVERIFY(fixture.openInside(3));
+    clickRow(fixture.bankA(), 10);
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
         const auto &chooser = dynamic_cast<QFileDialog &>(dialog);
         QCOMPARE(chooser.windowTitle(), u"Select file for upload"_s);
-        QCOMPARE(chooser.parentWidget(), stage.rig.rig.window.get());
+        QCOMPARE(chooser.parentWidget(), fixture.window.get());
         QCOMPARE(chooser.directory().path(), documents);
         QCOMPARE(chooser.nameFilters().join(u";;"_s), filters);
         QCOMPARE(chooser.selectedNameFilter(), u"All files (*.*)"_s);
@@ -260,39 +260,39 @@ void tst_UIControllerUploadDialogs::theFileDialogIsAsTheOperatorKnowsIt()
         QCOMPARE(chooser.acceptMode(), QFileDialog::AcceptOpen);
         QTest::keyClick(&dialog, Qt::Key_Escape);
     });
-    OperationStage::clickUpload(stage.bankA());
+    OperationFixture::clickUpload(fixture.bankA());
     QCOMPARE(modals.seen().size(), 1);
-    QVERIFY(!stage.hasStarted());
+    QVERIFY(!fixture.hasStarted());
 }
 
 void tst_UIControllerUploadDialogs::theFileDialogOpensWhereTheLastFileWas()
 {
-    OperationStage stage(loopback(1));
+    OperationFixture fixture;
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-    const QDir clips(stage.rig.rig.sandbox.directory().filePath(u"clips"_s));
+    const QDir clips(fixture.sandbox.directory().filePath(u"clips"_s));
     QVERIFY(QDir().mkpath(documents) && QDir().mkpath(clips.path()));
     QFile file(clips.filePath(u"clip.mov"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(stage.openInside(3));
-    stage.one.wire.answer("/brenvoka/upload.html", R"({"msg_type":7,"RESULT":0})");
-    clickRow(stage.bankA(), 10);
-    QSignalSpy redrawn(listOf(stage.bankA()).model(), &QAbstractItemModel::modelReset);
+    QVERIFY(fixture.openInside(3));
+    fixture.one.wire.answer("/brenvoka/upload.html", R"({"msg_type":7,"RESULT":0})");
+    clickRow(fixture.bankA(), 10);
+    QSignalSpy redrawn(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
 
     ModalDriver modals;
     modals.chooseFile(file.fileName());
-    OperationStage::clickUpload(stage.bankA());
-    QVERIFY(stage.isFetchedAnew(stage.one));
+    OperationFixture::clickUpload(fixture.bankA());
+    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
     EVENTUALLY(!redrawn.isEmpty());
     for (int attempt = 0; attempt < 2;
          ++attempt) { // a dialog left without a choice forgets nothing
         QString directory;
         expectDirectory(modals, directory);
-        clickRow(stage.bankA(), 10);
-        OperationStage::clickUpload(stage.bankA());
+        clickRow(fixture.bankA(), 10);
+        OperationFixture::clickUpload(fixture.bankA());
         QCOMPARE(directory, clips.canonicalPath());
     }
 
-    QVERIFY(stage.model().save());
+    QVERIFY(fixture.model.save());
     QFile settings(settingsFilePath());
     QVERIFY(settings.open(QIODevice::ReadOnly));
     QVERIFY(!settings.readAll().contains("clips"));
@@ -301,13 +301,13 @@ void tst_UIControllerUploadDialogs::theFileDialogOpensWhereTheLastFileWas()
 // The dialog of Qt takes the two stars of "All files (*.*)" literally.
 void tst_UIControllerUploadDialogs::aFileWithoutASuffixIsNotOffered()
 {
-    OperationStage stage(loopback(1));
-    const QDir clips(stage.rig.rig.sandbox.directory().filePath(u"clips"_s));
+    OperationFixture fixture;
+    const QDir clips(fixture.sandbox.directory().filePath(u"clips"_s));
     QVERIFY(QDir().mkpath(clips.path()));
     QFile file(clips.filePath(u"clip"_s));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(stage.openInside(3));
-    clickRow(stage.bankA(), 10);
+    QVERIFY(fixture.openInside(3));
+    clickRow(fixture.bankA(), 10);
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
         // Until a directory is listed, its files pass as they are typed.
@@ -320,7 +320,7 @@ void tst_UIControllerUploadDialogs::aFileWithoutASuffixIsNotOffered()
             !dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->isEnabled());
         QTest::keyClick(&dialog, Qt::Key_Escape);
     });
-    OperationStage::clickUpload(stage.bankA());
+    OperationFixture::clickUpload(fixture.bankA());
     QCOMPARE(modals.seen().size(), 1);
 }
 
@@ -336,9 +336,9 @@ void tst_UIControllerUploadDialogs::theFileDialogCanBeRead()
     QFETCH(const QPalette, palette);
     const QPalette earlier = QApplication::palette();
     QApplication::setPalette(palette);
-    OperationStage stage(loopback(1));
-    QVERIFY(stage.openInside(3));
-    clickRow(stage.bankA(), 10);
+    OperationFixture fixture;
+    QVERIFY(fixture.openInside(3));
+    clickRow(fixture.bankA(), 10);
     ModalDriver modals;
     modals.answer([](QDialog &dialog) {
         const auto isReadable = [&dialog](const QWidget *widget, const QRect &area) {
@@ -364,7 +364,7 @@ void tst_UIControllerUploadDialogs::theFileDialogCanBeRead()
         }
         QTest::keyClick(&dialog, Qt::Key_Escape);
     });
-    OperationStage::clickUpload(stage.bankA());
+    OperationFixture::clickUpload(fixture.bankA());
     QApplication::setPalette(earlier);
 }
 

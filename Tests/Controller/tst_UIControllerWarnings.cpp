@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "ControllerRig.h"
+#include "ControllerFixture.h"
 
 #include "Dialogs/ErrorMessageDialog.h"
 #include "Support/FailOnWarning.h"
@@ -40,30 +40,28 @@ MediaFolder numbered(int slot, int first, int last, int content)
 }
 
 /// Two servers that no network knows: what is started for them sends nothing.
-class WarningStage final
+class WarningFixture final : public WindowFixture
 {
 public:
     void open(const QList<MediaFolder> &source, const QList<MediaFolder> &destination)
     {
         Server one = sampleServer(u"One"_s, loopback(1));
         one.folders = source;
-        rig.connectServer(one);
+        connectServer(one);
         Server two = sampleServer(u"Two"_s, loopback(2));
         two.folders = destination;
-        rig.connectServer(two);
+        connectServer(two);
     }
-    void click() { rig.find<QPushButton>("leftToRightButton").click(); }
+    void click() { find<QPushButton>("leftToRightButton").click(); }
     /// Whether a task has begun to remove or to transfer.
     [[nodiscard]] bool hasStarted() const
     {
-        const auto dialogs = rig.window->findChildren<QDialog *>();
+        const auto dialogs = window->findChildren<QDialog *>();
         return std::any_of(dialogs.begin(), dialogs.end(), [](const QDialog *dialog) {
             return dialog->windowTitle() == u"Removing..."_s ||
                    dialog->windowTitle() == u"Ongoing Transfers"_s;
         });
     }
-
-    WindowRig rig;
 };
 
 } // namespace
@@ -135,16 +133,16 @@ void tst_UIControllerWarnings::asked()
     QFETCH(const QList<MediaFolder>, destination);
     QFETCH(const quint32, level);
     QFETCH(const QString, text);
-    WarningStage stage;
-    stage.open(source, destination);
-    stage.rig.model.warningLevel = level;
+    WarningFixture fixture;
+    fixture.open(source, destination);
+    fixture.model.warningLevel = level;
     ModalDriver modals;
     if (!text.isEmpty())
         modals.press(QMessageBox::No);
-    stage.click();
+    fixture.click();
     QCOMPARE(modals.seen().size(), text.isEmpty() ? 0 : 1);
-    QCOMPARE(stage.hasStarted(), text.isEmpty());
-    QCOMPARE(stage.rig.model.warningLevel, level);
+    QCOMPARE(fixture.hasStarted(), text.isEmpty());
+    QCOMPARE(fixture.model.warningLevel, level);
     if (text.isEmpty())
         return;
     QCOMPARE(modals.seen().first().text, text);
@@ -153,14 +151,14 @@ void tst_UIControllerWarnings::asked()
 
 void tst_UIControllerWarnings::theBoxSaysNoUnlessToldOtherwise()
 {
-    WarningStage stage;
-    stage.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
+    WarningFixture fixture;
+    fixture.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
         auto &box = *qobject_cast<QMessageBox *>(&dialog);
         QCOMPARE(box.icon(), QMessageBox::Warning);
         QCOMPARE(box.textFormat(), Qt::PlainText);
-        QCOMPARE(box.parentWidget(), stage.rig.window.get());
+        QCOMPARE(box.parentWidget(), fixture.window.get());
         QVERIFY(box.windowFlags().testFlag(Qt::MSWindowsFixedSizeDialogHint));
         QCOMPARE(box.windowFlags() & Qt::WindowType_Mask, Qt::Dialog);
         QCOMPARE(box.defaultButton(), box.button(QMessageBox::No));
@@ -175,45 +173,45 @@ void tst_UIControllerWarnings::theBoxSaysNoUnlessToldOtherwise()
         }
         QTest::keyClick(&dialog, Qt::Key_Return);
     });
-    stage.click();
+    fixture.click();
     QCOMPARE(modals.seen().size(), 1);
-    QVERIFY(!stage.hasStarted());
+    QVERIFY(!fixture.hasStarted());
 }
 
 void tst_UIControllerWarnings::escapeMeansNo()
 {
-    WarningStage stage;
-    stage.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
+    WarningFixture fixture;
+    fixture.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
     ModalDriver modals;
     modals.escape();
-    stage.click();
+    fixture.click();
     QCOMPARE(modals.seen().size(), 1);
-    QVERIFY(!stage.hasStarted());
-    QCOMPARE(stage.rig.model.warningLevel, allWarnings);
+    QVERIFY(!fixture.hasStarted());
+    QCOMPARE(fixture.model.warningLevel, allWarnings);
 }
 
 void tst_UIControllerWarnings::answeredDialogsAreDeleted()
 {
-    WarningStage stage;
-    stage.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
+    WarningFixture fixture;
+    fixture.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
     ModalDriver modals;
     modals.escape().press(QMessageBox::Ok);
-    stage.click();
-    stage.rig.controller().showErrorMessage(u"It failed"_s);
+    fixture.click();
+    fixture.controller().showErrorMessage(u"It failed"_s);
     QCOMPARE(modals.seen().size(), 2);
-    QVERIFY(stage.rig.window->findChildren<QMessageBox *>().isEmpty());
-    QVERIFY(stage.rig.window->findChildren<ErrorMessageDialog *>().isEmpty());
+    QVERIFY(fixture.window->findChildren<QMessageBox *>().isEmpty());
+    QVERIFY(fixture.window->findChildren<ErrorMessageDialog *>().isEmpty());
 }
 
 void tst_UIControllerWarnings::yesStartsAndKeepsTheWarning()
 {
-    WarningStage stage;
-    stage.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
+    WarningFixture fixture;
+    fixture.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
     ModalDriver modals;
     modals.press(QMessageBox::Yes);
-    stage.click();
-    QVERIFY(stage.hasStarted());
-    QCOMPARE(stage.rig.model.warningLevel, allWarnings);
+    fixture.click();
+    QVERIFY(fixture.hasStarted());
+    QCOMPARE(fixture.model.warningLevel, allWarnings);
 }
 
 void tst_UIControllerWarnings::askingNoMoreIsSavedAtOnce_data()
@@ -228,13 +226,13 @@ void tst_UIControllerWarnings::askingNoMoreIsSavedAtOnce()
 {
     QFETCH(const int, count);
     QFETCH(const quint32, left);
-    WarningStage stage;
-    stage.open({numbered(0, 1, count, 1)}, {numbered(0, 1, count, 2)});
+    WarningFixture fixture;
+    fixture.open({numbered(0, 1, count, 1)}, {numbered(0, 1, count, 2)});
     ModalDriver modals;
     modals.press(u"Yes, don't ask again"_s);
-    stage.click();
-    QVERIFY(stage.hasStarted());
-    QCOMPARE(stage.rig.model.warningLevel, left);
+    fixture.click();
+    QVERIFY(fixture.hasStarted());
+    QCOMPARE(fixture.model.warningLevel, left);
     const QSettings settings(settingsFilePath(), QSettings::IniFormat);
     QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), left);
 }
@@ -254,40 +252,40 @@ void tst_UIControllerWarnings::namesAreShownAsTheyAre()
 {
     QFETCH(const QString, name);
     QFETCH(const QString, shown);
-    WarningStage stage;
-    stage.open({numbered(0, 1, 11, 1)}, {numbered(0, 1, 0, 1)});
-    stage.rig.model.setServerName(stage.rig.model.servers.first()->uuid, name);
+    WarningFixture fixture;
+    fixture.open({numbered(0, 1, 11, 1)}, {numbered(0, 1, 0, 1)});
+    fixture.model.setServerName(fixture.model.servers.first()->uuid, name);
     ModalDriver modals;
     modals.press(QMessageBox::No);
-    stage.click();
+    fixture.click();
     QCOMPARE(modals.seen().value(0).text, largeText(11, false).replace(u"One"_s, shown));
 }
 
 void tst_UIControllerWarnings::theAnswerCountsForWhatWasComparedBefore()
 {
     LogCapture log;
-    WarningStage stage;
-    stage.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
-    const QUuid destination = stage.rig.model.servers.last()->uuid;
+    WarningFixture fixture;
+    fixture.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
+    const QUuid destination = fixture.model.servers.last()->uuid;
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
-        stage.rig.controller().removeServer(destination);
-        stage.rig.controller().removeServer(stage.rig.model.servers.first()->uuid);
+        fixture.controller().removeServer(destination);
+        fixture.controller().removeServer(fixture.model.servers.first()->uuid);
         qobject_cast<QMessageBox *>(&dialog)->button(QMessageBox::Yes)->click();
     });
-    stage.click();
-    QVERIFY(stage.hasStarted());
+    fixture.click();
+    QVERIFY(fixture.hasStarted());
     QVERIFY(log.texts().contains(u"Handler not found for id: "_s + destination.toString()));
 }
 
 void tst_UIControllerWarnings::theBoxGoesWithItsWindow()
 {
-    WarningStage stage;
-    stage.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
+    WarningFixture fixture;
+    fixture.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
     ModalDriver modals;
-    modals.answer([&](QDialog &) { stage.rig.window.reset(); });
-    stage.rig.controller().transferFromServerA();
-    QVERIFY(!stage.rig.window);
+    modals.answer([&](QDialog &) { fixture.window.reset(); });
+    fixture.controller().transferFromServerA();
+    QVERIFY(!fixture.window);
 }
 
 QTEST_MAIN(tst_UIControllerWarnings)

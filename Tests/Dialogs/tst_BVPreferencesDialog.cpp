@@ -15,9 +15,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct Screen
+struct PreferencesFixture
 {
-    explicit Screen(quint32 level)
+    explicit PreferencesFixture(quint32 level)
         : dialog(level, nullptr)
     {
         dialog.show();
@@ -65,21 +65,21 @@ private slots:
 
     void looksAsDesigned()
     {
-        const Screen screen(0);
-        QCOMPARE(screen.dialog.objectName(), u"PreferencesDialog"_s);
-        QCOMPARE(screen.dialog.windowTitle(), u"Preferences"_s);
-        QCOMPARE(screen.dialog.windowModality(), Qt::ApplicationModal);
-        QCOMPARE(screen.dialog.size(), QSize(400, 235));
-        QCOMPARE(screen.dialog.minimumWidth(), 400);
-        QCOMPARE(screen.box(1)->text(), u"Warn before delete and overwrite operations"_s);
-        QCOMPARE(screen.box(2)->text(), u"Warn before move operations"_s);
-        QCOMPARE(screen.box(4)->text(), u"Warn before upload operations"_s);
-        QCOMPARE(screen.box(8)->text(), u"Warn before large operations"_s);
-        const QList order{screen.box(2)->y(), screen.box(1)->y(), screen.box(4)->y(),
-                          screen.box(8)->y()};
+        const PreferencesFixture fixture(0);
+        QCOMPARE(fixture.dialog.objectName(), u"PreferencesDialog"_s);
+        QCOMPARE(fixture.dialog.windowTitle(), u"Preferences"_s);
+        QCOMPARE(fixture.dialog.windowModality(), Qt::ApplicationModal);
+        QCOMPARE(fixture.dialog.size(), QSize(400, 235));
+        QCOMPARE(fixture.dialog.minimumWidth(), 400);
+        QCOMPARE(fixture.box(1)->text(), u"Warn before delete and overwrite operations"_s);
+        QCOMPARE(fixture.box(2)->text(), u"Warn before move operations"_s);
+        QCOMPARE(fixture.box(4)->text(), u"Warn before upload operations"_s);
+        QCOMPARE(fixture.box(8)->text(), u"Warn before large operations"_s);
+        const QList order{fixture.box(2)->y(), fixture.box(1)->y(), fixture.box(4)->y(),
+                          fixture.box(8)->y()};
         QVERIFY(std::is_sorted(order.begin(), order.end()));
         for (const auto which : {QDialogButtonBox::Ok, QDialogButtonBox::Cancel})
-            QCOMPARE(screen.button(which)->minimumSize(), QSize(70, 15));
+            QCOMPARE(fixture.button(which)->minimumSize(), QSize(70, 15));
     }
 
     void boxesShowTheBitsAndOkKeepsThem_data()
@@ -94,20 +94,20 @@ private slots:
     void boxesShowTheBitsAndOkKeepsThem()
     {
         QFETCH(quint32, level);
-        Screen screen(level);
-        QTEST(screen.ticked(), "boxes");
-        screen.press(QDialogButtonBox::Ok);
-        QCOMPARE(screen.dialog.result(), int(QDialog::Accepted));
-        QCOMPARE(screen.dialog.warningLevel, level);
+        PreferencesFixture fixture(level);
+        QTEST(fixture.ticked(), "boxes");
+        fixture.press(QDialogButtonBox::Ok);
+        QCOMPARE(fixture.dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(fixture.dialog.warningLevel, level);
     }
 
     void levelFiveTicksDeleteAndUpload()
     {
-        const Screen screen(5);
-        QVERIFY(screen.box(1)->isChecked());
-        QVERIFY(!screen.box(2)->isChecked());
-        QVERIFY(screen.box(4)->isChecked());
-        QVERIFY(!screen.box(8)->isChecked());
+        const PreferencesFixture fixture(5);
+        QVERIFY(fixture.box(1)->isChecked());
+        QVERIFY(!fixture.box(2)->isChecked());
+        QVERIFY(fixture.box(4)->isChecked());
+        QVERIFY(!fixture.box(8)->isChecked());
     }
 
     void eachBoxChangesItsBitAlone_data()
@@ -121,33 +121,33 @@ private slots:
     {
         QFETCH(quint32, bit);
         for (const quint32 level : {0U, 15U, 0xa5a5a5a5U}) {
-            Screen screen(level);
-            screen.toggle(bit);
-            QCOMPARE(screen.dialog.warningLevel, level);
-            screen.press(QDialogButtonBox::Ok);
-            QCOMPARE(screen.dialog.warningLevel, level ^ bit);
+            PreferencesFixture fixture(level);
+            fixture.toggle(bit);
+            QCOMPARE(fixture.dialog.warningLevel, level);
+            fixture.press(QDialogButtonBox::Ok);
+            QCOMPARE(fixture.dialog.warningLevel, level ^ bit);
         }
     }
 
     void clearingAllBoxesGivesZero()
     {
-        Screen screen(15);
+        PreferencesFixture fixture(15);
         for (const quint32 bit : {1U, 2U, 4U, 8U})
-            screen.toggle(bit);
-        screen.press(QDialogButtonBox::Ok);
-        QCOMPARE(screen.dialog.warningLevel, 0U);
+            fixture.toggle(bit);
+        fixture.press(QDialogButtonBox::Ok);
+        QCOMPARE(fixture.dialog.warningLevel, 0U);
     }
 
     void cancelAfterChangesKeepsTheOldLevel()
     {
-        Screen screen(5);
-        screen.toggle(1);
-        screen.toggle(2);
-        screen.press(QDialogButtonBox::Cancel);
-        QVERIFY(screen.dialog.isHidden());
-        QCOMPARE(screen.dialog.result(), int(QDialog::Rejected));
-        QCOMPARE(screen.dialog.warningLevel, 5U);
-        QCOMPARE(Screen(screen.dialog.warningLevel).ticked(), 5U);
+        PreferencesFixture fixture(5);
+        fixture.toggle(1);
+        fixture.toggle(2);
+        fixture.press(QDialogButtonBox::Cancel);
+        QVERIFY(fixture.dialog.isHidden());
+        QCOMPARE(fixture.dialog.result(), int(QDialog::Rejected));
+        QCOMPARE(fixture.dialog.warningLevel, 5U);
+        QCOMPARE(PreferencesFixture(fixture.dialog.warningLevel).ticked(), 5U);
     }
 
     void partlyCheckedBoxLeavesItsBit_data()
@@ -160,17 +160,17 @@ private slots:
     void partlyCheckedBoxLeavesItsBit()
     {
         QFETCH(quint32, level);
-        Screen screen(level);
+        PreferencesFixture fixture(level);
         for (const quint32 bit : {1U, 2U, 4U, 8U})
-            screen.box(bit)->setCheckState(Qt::PartiallyChecked);
-        screen.press(QDialogButtonBox::Ok);
-        QCOMPARE(screen.dialog.warningLevel, level);
+            fixture.box(bit)->setCheckState(Qt::PartiallyChecked);
+        fixture.press(QDialogButtonBox::Ok);
+        QCOMPARE(fixture.dialog.warningLevel, level);
     }
 
     void tickIsLegible()
     {
-        const Screen ticked(2);
-        const Screen clear(0);
+        const PreferencesFixture ticked(2);
+        const PreferencesFixture clear(0);
         const int different =
             visiblyDifferentPixels(ticked.box(2)->grab().toImage(), clear.box(2)->grab().toImage());
         QVERIFY2(different > 10, qPrintable(QString::number(different)));
@@ -178,11 +178,11 @@ private slots:
 
     void keysTickAndAccept()
     {
-        Screen screen(0);
-        QTest::keyClick(screen.box(2), Qt::Key_Space);
-        QTest::keyClick(&screen.dialog, Qt::Key_Return);
-        QCOMPARE(screen.dialog.result(), int(QDialog::Accepted));
-        QCOMPARE(screen.dialog.warningLevel, 2U);
+        PreferencesFixture fixture(0);
+        QTest::keyClick(fixture.box(2), Qt::Key_Space);
+        QTest::keyClick(&fixture.dialog, Qt::Key_Return);
+        QCOMPARE(fixture.dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(fixture.dialog.warningLevel, 2U);
     }
 };
 

@@ -23,9 +23,9 @@ using namespace std::chrono_literals;
 
 namespace {
 
-struct Screen
+struct ProgressFixture
 {
-    explicit Screen(bool autoClose = true)
+    explicit ProgressFixture(bool autoClose = true)
         : dialog(u"Removing visuals"_s, autoClose, nullptr)
     {
     }
@@ -59,16 +59,16 @@ private slots:
 
     void startsBusyAndHidden()
     {
-        const Screen screen;
-        QCOMPARE(screen.dialog.windowTitle(), u"Downloading"_s);
-        QCOMPARE(screen.dialog.size(), QSize(306, 87));
-        QCOMPARE(screen.label->text(), u"Removing visuals"_s);
-        QCOMPARE(screen.bar->minimum(), 0);
-        QCOMPARE(screen.bar->maximum(), 0);
-        QCOMPARE(screen.bar->value(), 0);
-        QCOMPARE(screen.cancel->minimumSize(), QSize(70, 15));
-        QVERIFY(screen.dialog.isHidden());
-        QVERIFY(screen.dialog.isFinished());
+        const ProgressFixture fixture;
+        QCOMPARE(fixture.dialog.windowTitle(), u"Downloading"_s);
+        QCOMPARE(fixture.dialog.size(), QSize(306, 87));
+        QCOMPARE(fixture.label->text(), u"Removing visuals"_s);
+        QCOMPARE(fixture.bar->minimum(), 0);
+        QCOMPARE(fixture.bar->maximum(), 0);
+        QCOMPARE(fixture.bar->value(), 0);
+        QCOMPARE(fixture.cancel->minimumSize(), QSize(70, 15));
+        QVERIFY(fixture.dialog.isHidden());
+        QVERIFY(fixture.dialog.isFinished());
     }
 
     void textsAreShownAsTheyAre()
@@ -92,38 +92,38 @@ private slots:
     void jobThatEndsWithinTheDelayShowsNoDialog()
     {
         QFETCH(bool, autoClose);
-        Screen screen(autoClose);
-        screen.dialog.addSteps(2, true);
-        QVERIFY(screen.dialog.isHidden());
-        screen.dialog.advance();
-        screen.dialog.advance();
+        ProgressFixture fixture(autoClose);
+        fixture.dialog.addSteps(2, true);
+        QVERIFY(fixture.dialog.isHidden());
+        fixture.dialog.advance();
+        fixture.dialog.advance();
         letTheDelayPass();
-        QVERIFY(screen.dialog.isHidden());
+        QVERIFY(fixture.dialog.isHidden());
     }
 
     void longerJobShowsTheDialogAfterTheDelay()
     {
-        Screen screen;
+        ProgressFixture fixture;
         QElapsedTimer clock;
         clock.start();
-        screen.dialog.addSteps(2, true);
-        screen.dialog.advance();
-        EVENTUALLY(screen.dialog.isVisible());
+        fixture.dialog.addSteps(2, true);
+        fixture.dialog.advance();
+        EVENTUALLY(fixture.dialog.isVisible());
         QVERIFY2(clock.elapsed() >= 500, qPrintable(QString::number(clock.elapsed())));
-        QCOMPARE(screen.dialog.progress(), 1);
+        QCOMPARE(fixture.dialog.progress(), 1);
     }
 
     /// Timers fire in the order of their ends, however late they all are.
     void delayIsHalfASecond()
     {
-        Screen screen;
+        ProgressFixture fixture;
         bool shownEarly = true;
         std::optional<bool> shownLate;
-        QTimer::singleShot(450ms, Qt::PreciseTimer, &screen.dialog,
-                           [&] { shownEarly = screen.dialog.isVisible(); });
-        screen.dialog.addSteps(2, true);
-        QTimer::singleShot(600ms, Qt::PreciseTimer, &screen.dialog,
-                           [&] { shownLate = screen.dialog.isVisible(); });
+        QTimer::singleShot(450ms, Qt::PreciseTimer, &fixture.dialog,
+                           [&] { shownEarly = fixture.dialog.isVisible(); });
+        fixture.dialog.addSteps(2, true);
+        QTimer::singleShot(600ms, Qt::PreciseTimer, &fixture.dialog,
+                           [&] { shownLate = fixture.dialog.isVisible(); });
         EVENTUALLY(shownLate.has_value());
         QVERIFY(!shownEarly);
         QVERIFY(*shownLate);
@@ -131,9 +131,9 @@ private slots:
 
     void undelayedJobShowsTheDialogAtOnce()
     {
-        Screen screen;
-        screen.dialog.addSteps(1, false);
-        QVERIFY(screen.dialog.isVisible());
+        ProgressFixture fixture;
+        fixture.dialog.addSteps(1, false);
+        QVERIFY(fixture.dialog.isVisible());
     }
 
     void delayedDialogMayBeDeletedBeforeItShows()
@@ -146,123 +146,123 @@ private slots:
 
     void showIfUnfinishedShowsOnlyAnUnfinishedJob()
     {
-        Screen screen(false);
-        screen.dialog.showIfUnfinished();
-        QVERIFY(screen.dialog.isHidden());
-        screen.dialog.addSteps(3, true);
-        screen.dialog.setProgress(3);
-        screen.dialog.showIfUnfinished();
-        QVERIFY(screen.dialog.isHidden());
-        screen.dialog.setProgress(2);
-        screen.dialog.showIfUnfinished();
-        QVERIFY(screen.dialog.isVisible());
+        ProgressFixture fixture(false);
+        fixture.dialog.showIfUnfinished();
+        QVERIFY(fixture.dialog.isHidden());
+        fixture.dialog.addSteps(3, true);
+        fixture.dialog.setProgress(3);
+        fixture.dialog.showIfUnfinished();
+        QVERIFY(fixture.dialog.isHidden());
+        fixture.dialog.setProgress(2);
+        fixture.dialog.showIfUnfinished();
+        QVERIFY(fixture.dialog.isVisible());
     }
 
     void busyBarReachesItsMaximumAtOnce()
     {
-        Screen screen;
-        QSignalSpy spy(&screen.dialog, &QDialog::accepted);
-        screen.dialog.show();
-        screen.dialog.setProgress(0);
+        ProgressFixture fixture;
+        QSignalSpy spy(&fixture.dialog, &QDialog::accepted);
+        fixture.dialog.show();
+        fixture.dialog.setProgress(0);
         QCOMPARE(spy.size(), 1);
-        QVERIFY(screen.dialog.isHidden());
+        QVERIFY(fixture.dialog.isHidden());
     }
 
     void busyBarTakesAnyValue()
     {
-        Screen screen;
-        QSignalSpy spy(&screen.dialog, &QDialog::accepted);
-        screen.dialog.advance();
-        screen.dialog.advance();
-        QCOMPARE(screen.dialog.progress(), 2);
-        QCOMPARE(screen.dialog.maximum(), 0);
-        QVERIFY(!screen.dialog.isFinished());
-        screen.dialog.showIfUnfinished();
-        QVERIFY(screen.dialog.isHidden());
+        ProgressFixture fixture;
+        QSignalSpy spy(&fixture.dialog, &QDialog::accepted);
+        fixture.dialog.advance();
+        fixture.dialog.advance();
+        QCOMPARE(fixture.dialog.progress(), 2);
+        QCOMPARE(fixture.dialog.maximum(), 0);
+        QVERIFY(!fixture.dialog.isFinished());
+        fixture.dialog.showIfUnfinished();
+        QVERIFY(fixture.dialog.isHidden());
         QCOMPARE(spy.size(), 0);
         // The next batch then starts from there.
-        screen.dialog.addSteps(3, true);
-        QCOMPARE(screen.dialog.progress(), 2);
-        QCOMPARE(screen.dialog.maximum(), 3);
-        screen.dialog.advance();
+        fixture.dialog.addSteps(3, true);
+        QCOMPARE(fixture.dialog.progress(), 2);
+        QCOMPARE(fixture.dialog.maximum(), 3);
+        fixture.dialog.advance();
         QCOMPARE(spy.size(), 1);
     }
 
     void batchShorterThanABusyBarsValueResetsTheBar()
     {
-        Screen screen;
-        screen.dialog.setProgress(5);
-        screen.dialog.addSteps(3, true);
-        QCOMPARE(screen.dialog.progress(), -1);
-        QCOMPARE(screen.dialog.maximum(), 3);
+        ProgressFixture fixture;
+        fixture.dialog.setProgress(5);
+        fixture.dialog.addSteps(3, true);
+        QCOMPARE(fixture.dialog.progress(), -1);
+        QCOMPARE(fixture.dialog.maximum(), 3);
     }
 
     void valueBeyondTheMaximumIsIgnored()
     {
-        Screen screen;
-        QSignalSpy spy(&screen.dialog, &QDialog::accepted);
-        screen.dialog.addSteps(3, true);
-        screen.dialog.setProgress(1);
-        screen.dialog.setProgress(4);
-        screen.dialog.setProgress(-1);
-        QCOMPARE(screen.dialog.progress(), 1);
+        ProgressFixture fixture;
+        QSignalSpy spy(&fixture.dialog, &QDialog::accepted);
+        fixture.dialog.addSteps(3, true);
+        fixture.dialog.setProgress(1);
+        fixture.dialog.setProgress(4);
+        fixture.dialog.setProgress(-1);
+        QCOMPARE(fixture.dialog.progress(), 1);
         QCOMPARE(spy.size(), 0);
     }
 
     void moreStepsLengthenTheBarWithoutAReset()
     {
-        Screen screen;
-        screen.dialog.addSteps(4, false);
-        screen.dialog.setProgress(3);
-        screen.dialog.addSteps(6, true);
-        QVERIFY(screen.dialog.isVisible());
-        QCOMPARE(screen.dialog.progress(), 3);
-        QCOMPARE(screen.dialog.maximum(), 10);
-        screen.dialog.setProgress(4);
-        QVERIFY(screen.dialog.isVisible());
+        ProgressFixture fixture;
+        fixture.dialog.addSteps(4, false);
+        fixture.dialog.setProgress(3);
+        fixture.dialog.addSteps(6, true);
+        QVERIFY(fixture.dialog.isVisible());
+        QCOMPARE(fixture.dialog.progress(), 3);
+        QCOMPARE(fixture.dialog.maximum(), 10);
+        fixture.dialog.setProgress(4);
+        QVERIFY(fixture.dialog.isVisible());
     }
 
     void lastStepAcceptsAClosingDialog()
     {
-        Screen screen(true);
-        QSignalSpy accepted(&screen.dialog, &QDialog::accepted);
-        QSignalSpy rejected(&screen.dialog, &QDialog::rejected);
-        screen.dialog.addSteps(2, false);
-        screen.dialog.advance();
+        ProgressFixture fixture(true);
+        QSignalSpy accepted(&fixture.dialog, &QDialog::accepted);
+        QSignalSpy rejected(&fixture.dialog, &QDialog::rejected);
+        fixture.dialog.addSteps(2, false);
+        fixture.dialog.advance();
         QCOMPARE(accepted.size(), 0);
-        QVERIFY(screen.dialog.isVisible());
-        screen.dialog.advance();
+        QVERIFY(fixture.dialog.isVisible());
+        fixture.dialog.advance();
         QCOMPARE(accepted.size(), 1);
         QCOMPARE(rejected.size(), 0);
-        QVERIFY(screen.dialog.isHidden());
-        QCOMPARE(screen.dialog.maximum(), 0);
+        QVERIFY(fixture.dialog.isHidden());
+        QCOMPARE(fixture.dialog.maximum(), 0);
     }
 
     void lastStepDisablesCancelOfAnOpenDialog()
     {
-        Screen screen(false);
-        QSignalSpy rejected(&screen.dialog, &QDialog::rejected);
-        screen.dialog.addSteps(100, false);
-        screen.dialog.setProgress(99);
-        QVERIFY(screen.buttonBox->isEnabled());
-        screen.dialog.setProgress(100);
-        QVERIFY(screen.dialog.isVisible());
-        QVERIFY(!screen.buttonBox->isEnabled());
-        QVERIFY(screen.dialog.isFinished());
-        QTest::mouseClick(screen.cancel, Qt::LeftButton);
+        ProgressFixture fixture(false);
+        QSignalSpy rejected(&fixture.dialog, &QDialog::rejected);
+        fixture.dialog.addSteps(100, false);
+        fixture.dialog.setProgress(99);
+        QVERIFY(fixture.buttonBox->isEnabled());
+        fixture.dialog.setProgress(100);
+        QVERIFY(fixture.dialog.isVisible());
+        QVERIFY(!fixture.buttonBox->isEnabled());
+        QVERIFY(fixture.dialog.isFinished());
+        QTest::mouseClick(fixture.cancel, Qt::LeftButton);
         QCOMPARE(rejected.size(), 0);
-        QTest::keyClick(&screen.dialog, Qt::Key_Escape);
+        QTest::keyClick(&fixture.dialog, Qt::Key_Escape);
         QCOMPARE(rejected.size(), 1);
     }
 
     void percentageIsLegibleOnTheEmptyPartOfTheBar()
     {
-        Screen screen;
-        screen.dialog.addSteps(10, false);
-        screen.dialog.setProgress(2);
-        const auto with = screen.bar->grab().toImage();
-        screen.bar->setTextVisible(false);
-        const int different = visiblyDifferentPixels(with, screen.bar->grab().toImage());
+        ProgressFixture fixture;
+        fixture.dialog.addSteps(10, false);
+        fixture.dialog.setProgress(2);
+        const auto with = fixture.bar->grab().toImage();
+        fixture.bar->setTextVisible(false);
+        const int different = visiblyDifferentPixels(with, fixture.bar->grab().toImage());
         QVERIFY2(different > 10, qPrintable(QString::number(different)));
     }
 
@@ -280,43 +280,43 @@ private slots:
     void everyWayOfClosingSetsTheBarBack()
     {
         QFETCH(int, way);
-        Screen screen;
-        QSignalSpy finished(&screen.dialog, &QDialog::finished);
-        screen.dialog.addSteps(5, false);
-        screen.dialog.setProgress(2);
+        ProgressFixture fixture;
+        QSignalSpy finished(&fixture.dialog, &QDialog::finished);
+        fixture.dialog.addSteps(5, false);
+        fixture.dialog.setProgress(2);
         switch (way) {
         case 0:
-            QTest::mouseClick(screen.cancel, Qt::LeftButton);
+            QTest::mouseClick(fixture.cancel, Qt::LeftButton);
             break;
         case 1:
-            QTest::keyClick(&screen.dialog, Qt::Key_Escape);
+            QTest::keyClick(&fixture.dialog, Qt::Key_Escape);
             break;
         case 2:
-            screen.dialog.close();
+            fixture.dialog.close();
             break;
         case 3:
-            screen.dialog.accept();
+            fixture.dialog.accept();
             break;
         default:
-            screen.dialog.done(7);
+            fixture.dialog.done(7);
         }
-        QVERIFY(screen.dialog.isHidden());
+        QVERIFY(fixture.dialog.isHidden());
         QCOMPARE(finished.size(), 1);
         QTEST(finished.first().first().toInt(), "result");
-        QCOMPARE(screen.dialog.progress(), 0);
-        QCOMPARE(screen.dialog.maximum(), 0);
-        QVERIFY(screen.dialog.isFinished());
+        QCOMPARE(fixture.dialog.progress(), 0);
+        QCOMPARE(fixture.dialog.maximum(), 0);
+        QVERIFY(fixture.dialog.isFinished());
     }
 
     void nextBatchStartsFromNothingAfterACancel()
     {
-        Screen screen;
-        screen.dialog.addSteps(5, false);
-        screen.dialog.setProgress(4);
-        QTest::mouseClick(screen.cancel, Qt::LeftButton);
-        screen.dialog.addSteps(3, true);
-        QCOMPARE(screen.dialog.progress(), 0);
-        QCOMPARE(screen.dialog.maximum(), 3);
+        ProgressFixture fixture;
+        fixture.dialog.addSteps(5, false);
+        fixture.dialog.setProgress(4);
+        QTest::mouseClick(fixture.cancel, Qt::LeftButton);
+        fixture.dialog.addSteps(3, true);
+        QCOMPARE(fixture.dialog.progress(), 0);
+        QCOMPARE(fixture.dialog.maximum(), 3);
     }
 };
 

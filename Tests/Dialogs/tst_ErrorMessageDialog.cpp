@@ -21,9 +21,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct Screen
+struct ErrorFixture
 {
-    Screen(const QString &message, const QStringList &lines)
+    ErrorFixture(const QString &message, const QStringList &lines)
     {
         dialog.displayErrorMessage(message, lines);
         dialog.show();
@@ -49,78 +49,78 @@ private slots:
 
     void showsTheCriticalIconAtAMessageBoxsSize()
     {
-        const Screen screen(u"It failed."_s, {});
-        QCOMPARE(screen.dialog.windowTitle(), u"Error"_s);
-        QCOMPARE(screen.dialog.windowModality(), Qt::ApplicationModal);
-        QCOMPARE(screen.dialog.minimumSize(), QSize(372, 74));
-        const int extent = screen.dialog.style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
-        const auto pixmap = screen.icon->pixmap();
-        QCOMPARE(pixmap.toImage(), screen.dialog.style()
+        const ErrorFixture fixture(u"It failed."_s, {});
+        QCOMPARE(fixture.dialog.windowTitle(), u"Error"_s);
+        QCOMPARE(fixture.dialog.windowModality(), Qt::ApplicationModal);
+        QCOMPARE(fixture.dialog.minimumSize(), QSize(372, 74));
+        const int extent = fixture.dialog.style()->pixelMetric(QStyle::PM_MessageBoxIconSize);
+        const auto pixmap = fixture.icon->pixmap();
+        QCOMPARE(pixmap.toImage(), fixture.dialog.style()
                                        ->standardIcon(QStyle::SP_MessageBoxCritical)
                                        .pixmap(extent)
                                        .toImage());
         QVERIFY(!pixmap.isNull());
-        QCOMPARE(screen.icon->minimumSize(), pixmap.deviceIndependentSize().toSize());
-        QCOMPARE(screen.text->minimumSize(), QSize(340, 40));
+        QCOMPARE(fixture.icon->minimumSize(), pixmap.deviceIndependentSize().toSize());
+        QCOMPARE(fixture.text->minimumSize(), QSize(340, 40));
     }
 
     void withoutDetailsThereIsNoDetailsButton()
     {
-        const Screen screen(u"It failed."_s, {});
-        QCOMPARE(screen.text->text(), u"It failed."_s);
-        QVERIFY(screen.details->isHidden());
-        QVERIFY(!screen.details->isEnabled());
-        QVERIFY(screen.list->isHidden());
-        QVERIFY(screen.ok->isVisible());
+        const ErrorFixture fixture(u"It failed."_s, {});
+        QCOMPARE(fixture.text->text(), u"It failed."_s);
+        QVERIFY(fixture.details->isHidden());
+        QVERIFY(!fixture.details->isEnabled());
+        QVERIFY(fixture.list->isHidden());
+        QVERIFY(fixture.ok->isVisible());
     }
 
     void detailsOpenAndCloseAndTheDialogFollows()
     {
-        const Screen screen(u"It failed."_s, {u"first"_s, u"second"_s});
-        QVERIFY(screen.details->isVisible());
-        QCOMPARE(screen.details->text(), u"Show Details >>"_s);
-        QVERIFY(screen.list->isHidden());
-        const int closedHeight = screen.dialog.height();
+        const ErrorFixture fixture(u"It failed."_s, {u"first"_s, u"second"_s});
+        QVERIFY(fixture.details->isVisible());
+        QCOMPARE(fixture.details->text(), u"Show Details >>"_s);
+        QVERIFY(fixture.list->isHidden());
+        const int closedHeight = fixture.dialog.height();
 
-        QTest::mouseClick(screen.details, Qt::LeftButton);
-        QVERIFY(screen.list->isVisible());
-        QCOMPARE(screen.details->text(), u"Hide Details <<"_s);
-        QCOMPARE(screen.list->toPlainText(), u"first\nsecond"_s);
-        QVERIFY(screen.dialog.height() > closedHeight);
+        QTest::mouseClick(fixture.details, Qt::LeftButton);
+        QVERIFY(fixture.list->isVisible());
+        QCOMPARE(fixture.details->text(), u"Hide Details <<"_s);
+        QCOMPARE(fixture.list->toPlainText(), u"first\nsecond"_s);
+        QVERIFY(fixture.dialog.height() > closedHeight);
 
-        QTest::mouseClick(screen.details, Qt::LeftButton);
-        QVERIFY(screen.list->isHidden());
-        QCOMPARE(screen.details->text(), u"Show Details >>"_s);
-        QCOMPARE(screen.dialog.height(), closedHeight);
+        QTest::mouseClick(fixture.details, Qt::LeftButton);
+        QVERIFY(fixture.list->isHidden());
+        QCOMPARE(fixture.details->text(), u"Show Details >>"_s);
+        QCOMPARE(fixture.dialog.height(), closedHeight);
     }
 
     void newMessageClosesTheDetails()
     {
-        Screen screen(u"It failed."_s, {u"first"_s});
-        QTest::mouseClick(screen.details, Qt::LeftButton);
-        screen.dialog.displayErrorMessage(u"It failed again."_s, {u"third"_s});
-        QVERIFY(!screen.details->isChecked());
-        QVERIFY(screen.list->isHidden());
-        QCOMPARE(screen.text->text(), u"It failed again."_s);
-        QCOMPARE(screen.list->toPlainText(), u"third"_s);
+        ErrorFixture fixture(u"It failed."_s, {u"first"_s});
+        QTest::mouseClick(fixture.details, Qt::LeftButton);
+        fixture.dialog.displayErrorMessage(u"It failed again."_s, {u"third"_s});
+        QVERIFY(!fixture.details->isChecked());
+        QVERIFY(fixture.list->isHidden());
+        QCOMPARE(fixture.text->text(), u"It failed again."_s);
+        QCOMPARE(fixture.list->toPlainText(), u"third"_s);
     }
 
     void whatAServerSentIsShownAsItIs()
     {
         const auto hostile = u"<img src=\"/dev/zero\"> <b>%1</b> &amp; &Ok"_s;
-        const Screen screen(hostile, {hostile, u"<ul><li>x"_s});
-        QCOMPARE(screen.text->text(), hostile);
-        QCOMPARE(screen.text->textFormat(), Qt::PlainText);
-        QCOMPARE(screen.list->toPlainText(), hostile + u"\n<ul><li>x"_s);
+        const ErrorFixture fixture(hostile, {hostile, u"<ul><li>x"_s});
+        QCOMPARE(fixture.text->text(), hostile);
+        QCOMPARE(fixture.text->textFormat(), Qt::PlainText);
+        QCOMPARE(fixture.list->toPlainText(), hostile + u"\n<ul><li>x"_s);
     }
 
     void closesOnThePressOfOk()
     {
-        Screen screen(u"It failed."_s, {});
-        QSignalSpy accepted(&screen.dialog, &QDialog::accepted);
-        QTest::mousePress(screen.ok, Qt::LeftButton);
+        ErrorFixture fixture(u"It failed."_s, {});
+        QSignalSpy accepted(&fixture.dialog, &QDialog::accepted);
+        QTest::mousePress(fixture.ok, Qt::LeftButton);
         QCOMPARE(accepted.size(), 1);
-        QVERIFY(screen.dialog.isHidden());
+        QVERIFY(fixture.dialog.isHidden());
     }
 
     void closesByKey_data()
@@ -139,20 +139,21 @@ private slots:
     {
         QFETCH(Qt::Key, key);
         QFETCH(QStringList, details);
-        Screen screen(u"It failed."_s, details);
-        QSignalSpy finished(&screen.dialog, &QDialog::finished);
-        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog, patience));
-        QTest::keyClick(screen.dialog.focusWidget(), key);
+        ErrorFixture fixture(u"It failed."_s, details);
+        QSignalSpy finished(&fixture.dialog, &QDialog::finished);
+        QVERIFY(QTest::qWaitForWindowActive(&fixture.dialog, patience));
+        QTest::keyClick(fixture.dialog.focusWidget(), key);
         QCOMPARE(finished.size(), 1);
         QTEST(finished.first().first().toInt(), "result");
     }
 
     void longMessageWrapsAndStaysReadable()
     {
-        const Screen screen(u"The server \"Stage left\" could not be reached. "_s.repeated(12), {});
-        QVERIFY(screen.text->wordWrap());
-        QVERIFY(screen.dialog.width() < 900);
-        QVERIFY(screen.text->height() >= screen.text->heightForWidth(screen.text->width()));
+        const ErrorFixture fixture(
+            u"The server \"Stage left\" could not be reached. "_s.repeated(12), {});
+        QVERIFY(fixture.text->wordWrap());
+        QVERIFY(fixture.dialog.width() < 900);
+        QVERIFY(fixture.text->height() >= fixture.text->heightForWidth(fixture.text->width()));
     }
 
     void longTextsKeepTheButtonsOnTheScreen_data()
@@ -166,14 +167,14 @@ private slots:
     void longTextsKeepTheButtonsOnTheScreen()
     {
         QFETCH(const QString, text);
-        const Screen screen(text, {text, text});
-        const QRect area = screen.dialog.screen()->availableGeometry();
+        const ErrorFixture fixture(text, {text, text});
+        const QRect area = fixture.dialog.screen()->availableGeometry();
         for (const bool open : {false, true}) {
-            screen.details->setChecked(open);
-            QVERIFY(area.contains(screen.dialog.frameGeometry()));
-            for (const QPushButton *button : {screen.ok, screen.details}) {
-                const QRect place(button->mapTo(&screen.dialog, QPoint()), button->size());
-                QVERIFY(screen.dialog.rect().contains(place));
+            fixture.details->setChecked(open);
+            QVERIFY(area.contains(fixture.dialog.frameGeometry()));
+            for (const QPushButton *button : {fixture.ok, fixture.details}) {
+                const QRect place(button->mapTo(&fixture.dialog, QPoint()), button->size());
+                QVERIFY(fixture.dialog.rect().contains(place));
                 QVERIFY(button->height() >= button->minimumSizeHint().height());
             }
         }
@@ -192,13 +193,13 @@ private slots:
         QFETCH(const QString, word);
         QElapsedTimer timer;
         timer.start();
-        const Screen screen(word, {u"first"_s, word, u"last"_s});
-        screen.details->setChecked(true);
+        const ErrorFixture fixture(word, {u"first"_s, word, u"last"_s});
+        fixture.details->setChecked(true);
         QCoreApplication::processEvents();
         QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
         const QString cut = word.left(20480) + u'…';
-        QCOMPARE(screen.text->text(), cut);
-        QCOMPARE(screen.list->toPlainText(), u"first\n"_s + cut + u"\nlast"_s);
+        QCOMPARE(fixture.text->text(), cut);
+        QCOMPARE(fixture.list->toPlainText(), u"first\n"_s + cut + u"\nlast"_s);
     }
 
     void aFullLibraryOfFailuresIsAllThere()
@@ -206,8 +207,8 @@ private slots:
         QStringList lines;
         for (int line = 0; line < 65280; ++line)
             lines.append(u"%1 "_s.arg(line) + u"ordinary words "_s.repeated(15));
-        const Screen screen(u"It failed."_s, lines);
-        QCOMPARE(screen.list->toPlainText(), lines.join(u'\n'));
+        const ErrorFixture fixture(u"It failed."_s, lines);
+        QCOMPARE(fixture.list->toPlainText(), lines.join(u'\n'));
     }
 
     void longFailuresShareTheRoom_data()
@@ -226,12 +227,12 @@ private slots:
             lines.append(QString::number(line) + u' ' + text);
         QElapsedTimer timer;
         timer.start();
-        const Screen screen(u"It failed."_s, lines);
-        screen.details->setChecked(true);
+        const ErrorFixture fixture(u"It failed."_s, lines);
+        fixture.details->setChecked(true);
         QCoreApplication::processEvents();
         QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
-        QCOMPARE(screen.list->document()->blockCount(), 16384);
-        const QTextBlock last = screen.list->document()->lastBlock();
+        QCOMPARE(fixture.list->document()->blockCount(), 16384);
+        const QTextBlock last = fixture.list->document()->lastBlock();
         QVERIFY(last.text().startsWith(u"16383 "_s));
         QCOMPARE(last.text().size(), 1025);
     }
@@ -239,21 +240,21 @@ private slots:
     void fewFailuresOfManyLinesAreOneLineEach()
     {
         const QString text = u"line\n"_s.repeated(800);
-        const Screen screen(u"It failed."_s, QStringList(400, text));
-        QCOMPARE(screen.list->document()->blockCount(), 400);
-        QCOMPARE(screen.list->document()->firstBlock().text(), u"line "_s.repeated(800));
+        const ErrorFixture fixture(u"It failed."_s, QStringList(400, text));
+        QCOMPARE(fixture.list->document()->blockCount(), 400);
+        QCOMPARE(fixture.list->document()->firstBlock().text(), u"line "_s.repeated(800));
     }
 
     void detailsOpenWithinTheScreen()
     {
-        Screen screen(u"It failed."_s, {u"first"_s});
-        const QRect area = screen.dialog.screen()->availableGeometry();
-        const int closedHeight = screen.dialog.frameGeometry().height();
-        screen.dialog.move(50, area.bottom() - closedHeight);
-        screen.details->setChecked(true);
-        QVERIFY(screen.dialog.frameGeometry().height() > closedHeight);
-        QVERIFY(area.contains(screen.dialog.frameGeometry()));
-        QCOMPARE(screen.dialog.x(), 50);
+        ErrorFixture fixture(u"It failed."_s, {u"first"_s});
+        const QRect area = fixture.dialog.screen()->availableGeometry();
+        const int closedHeight = fixture.dialog.frameGeometry().height();
+        fixture.dialog.move(50, area.bottom() - closedHeight);
+        fixture.details->setChecked(true);
+        QVERIFY(fixture.dialog.frameGeometry().height() > closedHeight);
+        QVERIFY(area.contains(fixture.dialog.frameGeometry()));
+        QCOMPARE(fixture.dialog.x(), 50);
     }
 };
 

@@ -3,7 +3,7 @@
 
 #include "Dialogs/TransferDialog.h"
 
-#include "Dialogs/TransferScreen.h"
+#include "Dialogs/TransferFixture.h"
 #include "Support/FailOnWarning.h"
 
 #include <QHeaderView>
@@ -21,24 +21,24 @@ private slots:
 
     void opensWithAnEmptyTable()
     {
-        const TransferScreen screen;
-        QCOMPARE(screen.dialog.windowTitle(), u"Ongoing Transfers"_s);
-        QCOMPARE(screen.dialog.size(), QSize(630, 420));
-        QCOMPARE(screen.dialog.minimumSize(), QSize(630, 420));
-        QVERIFY(!screen.dialog.finished);
-        QVERIFY(screen.dialog.rows.empty());
-        QCOMPARE(screen.table->columnCount(), 2);
-        QCOMPARE(screen.table->rowCount(), 0);
-        QVERIFY(screen.table->horizontalHeader()->isHidden());
-        QVERIFY(screen.table->verticalHeader()->isHidden());
-        QCOMPARE(screen.table->horizontalHeader()->sectionResizeMode(0), QHeaderView::Stretch);
-        QCOMPARE(screen.table->editTriggers(), QAbstractItemView::NoEditTriggers);
-        QCOMPARE(screen.table->selectionMode(), QAbstractItemView::NoSelection);
-        QCOMPARE(screen.bar->value(), 0);
-        QCOMPARE(screen.stateLabel->text(), u"Transfer in progress..."_s);
-        QVERIFY(!screen.autoScroll->isChecked());
-        QCOMPARE(screen.cancel->text(), u"Cancel"_s);
-        QCOMPARE(screen.cancel->minimumSize(), QSize(70, 15));
+        const TransferFixture fixture;
+        QCOMPARE(fixture.dialog.windowTitle(), u"Ongoing Transfers"_s);
+        QCOMPARE(fixture.dialog.size(), QSize(630, 420));
+        QCOMPARE(fixture.dialog.minimumSize(), QSize(630, 420));
+        QVERIFY(!fixture.dialog.finished);
+        QVERIFY(fixture.dialog.rows.empty());
+        QCOMPARE(fixture.table->columnCount(), 2);
+        QCOMPARE(fixture.table->rowCount(), 0);
+        QVERIFY(fixture.table->horizontalHeader()->isHidden());
+        QVERIFY(fixture.table->verticalHeader()->isHidden());
+        QCOMPARE(fixture.table->horizontalHeader()->sectionResizeMode(0), QHeaderView::Stretch);
+        QCOMPARE(fixture.table->editTriggers(), QAbstractItemView::NoEditTriggers);
+        QCOMPARE(fixture.table->selectionMode(), QAbstractItemView::NoSelection);
+        QCOMPARE(fixture.bar->value(), 0);
+        QCOMPARE(fixture.stateLabel->text(), u"Transfer in progress..."_s);
+        QVERIFY(!fixture.autoScroll->isChecked());
+        QCOMPARE(fixture.cancel->text(), u"Cancel"_s);
+        QCOMPARE(fixture.cancel->minimumSize(), QSize(70, 15));
     }
 
     void everyStateHasItsText_data()
@@ -68,24 +68,24 @@ private slots:
     {
         QFETCH(int, state);
         QFETCH(QString, text);
-        TransferScreen screen(2);
-        screen.dialog.updateTransfer(0, 2, 42, static_cast<SyncStates>(state));
-        QCOMPARE(screen.state(0), u"queued..."_s);
-        QCOMPARE(screen.state(1), state == SyncTransferring ? u"42%"_s : text);
-        QCOMPARE(screen.row(2).state, static_cast<SyncStates>(state));
-        QCOMPARE(screen.row(2).percent, 42);
+        TransferFixture fixture(2);
+        fixture.dialog.updateTransfer(0, 2, 42, static_cast<SyncStates>(state));
+        QCOMPARE(fixture.state(0), u"queued..."_s);
+        QCOMPARE(fixture.state(1), state == SyncTransferring ? u"42%"_s : text);
+        QCOMPARE(fixture.row(2).state, static_cast<SyncStates>(state));
+        QCOMPARE(fixture.row(2).percent, 42);
     }
 
     void newTransferIsAQueuedRow()
     {
-        TransferScreen screen;
-        screen.dialog.addTransfer(3, 17, u"Clips - 017: Sunset "_s);
-        screen.dialog.addTransfer(2, 200, u"Stills - 200: Fog "_s);
-        QCOMPARE(screen.table->rowCount(), 2);
-        QCOMPARE(screen.label(0), u"Clips - 017: Sunset "_s);
-        QCOMPARE(screen.label(1), u"Stills - 200: Fog "_s);
-        QCOMPARE(screen.state(1), u"queued..."_s);
-        const auto first = screen.dialog.rows.begin();
+        TransferFixture fixture;
+        fixture.dialog.addTransfer(3, 17, u"Clips - 017: Sunset "_s);
+        fixture.dialog.addTransfer(2, 200, u"Stills - 200: Fog "_s);
+        QCOMPARE(fixture.table->rowCount(), 2);
+        QCOMPARE(fixture.label(0), u"Clips - 017: Sunset "_s);
+        QCOMPARE(fixture.label(1), u"Stills - 200: Fog "_s);
+        QCOMPARE(fixture.state(1), u"queued..."_s);
+        const auto first = fixture.dialog.rows.begin();
         QCOMPARE(first->first, VisualRef(2, 200));
         QCOMPARE(first->second.row, 1);
         QCOMPARE(first->second.state, SyncQueued);
@@ -94,26 +94,26 @@ private slots:
 
     void repeatedTransferChangesNothing()
     {
-        TransferScreen screen(3);
-        screen.dialog.updateTransfer(0, 2, 60, SyncTransferring);
-        screen.dialog.addTransfer(0, 2, u"another label"_s);
-        QCOMPARE(screen.table->rowCount(), 3);
-        QCOMPARE(screen.dialog.rows.size(), 3U);
-        QCOMPARE(screen.label(1), u"Clips - 2 "_s);
-        QCOMPARE(screen.state(1), u"60%"_s);
-        QCOMPARE(screen.bar->value(), 20);
+        TransferFixture fixture(3);
+        fixture.dialog.updateTransfer(0, 2, 60, SyncTransferring);
+        fixture.dialog.addTransfer(0, 2, u"another label"_s);
+        QCOMPARE(fixture.table->rowCount(), 3);
+        QCOMPARE(fixture.dialog.rows.size(), 3U);
+        QCOMPARE(fixture.label(1), u"Clips - 2 "_s);
+        QCOMPARE(fixture.state(1), u"60%"_s);
+        QCOMPARE(fixture.bar->value(), 20);
     }
 
     void labelsShowWhatAServerSentAsItIs()
     {
-        TransferScreen screen;
+        TransferFixture fixture;
         const auto hostile = u"%1 <img src=\"/dev/zero\"> - <b>%n</b> "_s;
-        screen.dialog.addTransfer(0, 1, hostile);
-        QCOMPARE(screen.label(0), hostile);
-        QVERIFY(!screen.table->cellWidget(0, 0));
-        screen.dialog.setStateText(hostile);
-        QCOMPARE(screen.stateLabel->text(), hostile);
-        QCOMPARE(screen.stateLabel->textFormat(), Qt::PlainText);
+        fixture.dialog.addTransfer(0, 1, hostile);
+        QCOMPARE(fixture.label(0), hostile);
+        QVERIFY(!fixture.table->cellWidget(0, 0));
+        fixture.dialog.setStateText(hostile);
+        QCOMPARE(fixture.stateLabel->text(), hostile);
+        QCOMPARE(fixture.stateLabel->textFormat(), Qt::PlainText);
     }
 
     void percentageIsClamped_data()
@@ -131,36 +131,36 @@ private slots:
     {
         QFETCH(int, reported);
         QFETCH(int, stored);
-        TransferScreen screen(1);
-        screen.dialog.updateTransfer(0, 1, reported, SyncTransferring);
-        QCOMPARE(screen.row(1).percent, stored);
-        QCOMPARE(screen.state(0), u"%1%"_s.arg(stored));
-        QCOMPARE(screen.bar->value(), stored);
+        TransferFixture fixture(1);
+        fixture.dialog.updateTransfer(0, 1, reported, SyncTransferring);
+        QCOMPARE(fixture.row(1).percent, stored);
+        QCOMPARE(fixture.state(0), u"%1%"_s.arg(stored));
+        QCOMPARE(fixture.bar->value(), stored);
     }
 
     void reportForAnUnknownVisualChangesNothing()
     {
-        TransferScreen screen(1);
-        screen.dialog.updateTransfer(1, 1, 100, SyncFinished);
-        screen.dialog.finishTransfer(1, 1);
-        QCOMPARE(screen.dialog.rows.size(), 1U);
-        QCOMPARE(screen.state(0), u"queued..."_s);
-        QCOMPARE(screen.bar->value(), 0);
+        TransferFixture fixture(1);
+        fixture.dialog.updateTransfer(1, 1, 100, SyncFinished);
+        fixture.dialog.finishTransfer(1, 1);
+        QCOMPARE(fixture.dialog.rows.size(), 1U);
+        QCOMPARE(fixture.state(0), u"queued..."_s);
+        QCOMPARE(fixture.bar->value(), 0);
     }
 
     void cancelingRowIgnoresLaterReports()
     {
-        TransferScreen screen(2);
-        screen.dialog.updateTransfer(0, 1, 30, SyncTransferring);
-        screen.dialog.updateTransfer(0, 1, 30, SyncCanceling);
-        QCOMPARE(screen.state(0), u"canceling..."_s);
-        QCOMPARE(screen.bar->value(), 15);
+        TransferFixture fixture(2);
+        fixture.dialog.updateTransfer(0, 1, 30, SyncTransferring);
+        fixture.dialog.updateTransfer(0, 1, 30, SyncCanceling);
+        QCOMPARE(fixture.state(0), u"canceling..."_s);
+        QCOMPARE(fixture.bar->value(), 15);
         for (const auto state : {SyncTransferring, SyncImporting, SyncFailed, SyncFinished})
-            screen.dialog.updateTransfer(0, 1, 90, state);
-        QCOMPARE(screen.state(0), u"canceling..."_s);
-        QCOMPARE(screen.row(1).state, SyncCanceling);
-        QCOMPARE(screen.row(1).percent, 30);
-        QCOMPARE(screen.bar->value(), 15);
+            fixture.dialog.updateTransfer(0, 1, 90, state);
+        QCOMPARE(fixture.state(0), u"canceling..."_s);
+        QCOMPARE(fixture.row(1).state, SyncCanceling);
+        QCOMPARE(fixture.row(1).percent, 30);
+        QCOMPARE(fixture.bar->value(), 15);
     }
 
     void finishedRowReadsFinishedUnlessCanceling_data()
@@ -178,13 +178,13 @@ private slots:
     void finishedRowReadsFinishedUnlessCanceling()
     {
         QFETCH(SyncStates, state);
-        TransferScreen screen(2);
-        screen.dialog.updateTransfer(0, 1, 50, state);
-        screen.dialog.finishTransfer(0, 1);
-        QTEST(screen.state(0), "text");
-        QCOMPARE(screen.row(1).state, state);
-        QCOMPARE(screen.row(1).percent, 50);
-        QCOMPARE(screen.bar->value(), 25);
+        TransferFixture fixture(2);
+        fixture.dialog.updateTransfer(0, 1, 50, state);
+        fixture.dialog.finishTransfer(0, 1);
+        QTEST(fixture.state(0), "text");
+        QCOMPARE(fixture.row(1).state, state);
+        QCOMPARE(fixture.row(1).percent, 50);
+        QCOMPARE(fixture.bar->value(), 25);
     }
 
     void barIsTheMeanRoundedDown_data()
@@ -201,43 +201,43 @@ private slots:
     {
         QFETCH(QList<int>, percents);
         QFETCH(int, mean);
-        TransferScreen screen(static_cast<int>(percents.size()));
+        TransferFixture fixture(static_cast<int>(percents.size()));
         for (int i = 0; i < percents.size(); ++i) {
-            screen.dialog.updateTransfer(0, i + 1, 7, SyncTransferring);
-            screen.dialog.updateTransfer(0, i + 1, percents[i], SyncTransferring);
+            fixture.dialog.updateTransfer(0, i + 1, 7, SyncTransferring);
+            fixture.dialog.updateTransfer(0, i + 1, percents[i], SyncTransferring);
         }
-        QCOMPARE(screen.bar->value(), mean);
-        QCOMPARE(screen.stateLabel->text(),
+        QCOMPARE(fixture.bar->value(), mean);
+        QCOMPARE(fixture.stateLabel->text(),
                  mean == 100 ? u"Importing in progress..."_s : u"Transfer in progress..."_s);
     }
 
     void labelGoesBackWhenARowFallsBelowTheEnd()
     {
-        TransferScreen screen(1);
-        screen.dialog.updateTransfer(0, 1, 100, SyncImporting);
-        QCOMPARE(screen.stateLabel->text(), u"Importing in progress..."_s);
-        screen.dialog.updateTransfer(0, 1, 10, SyncTransferring);
-        QCOMPARE(screen.stateLabel->text(), u"Transfer in progress..."_s);
-        QCOMPARE(screen.bar->value(), 10);
+        TransferFixture fixture(1);
+        fixture.dialog.updateTransfer(0, 1, 100, SyncImporting);
+        QCOMPARE(fixture.stateLabel->text(), u"Importing in progress..."_s);
+        fixture.dialog.updateTransfer(0, 1, 10, SyncTransferring);
+        QCOMPARE(fixture.stateLabel->text(), u"Transfer in progress..."_s);
+        QCOMPARE(fixture.bar->value(), 10);
     }
 
     void newRowCountsFromTheNextReport()
     {
-        TransferScreen screen(1);
-        screen.dialog.updateTransfer(0, 1, 100, SyncImporting);
-        screen.dialog.addTransfer(0, 2, u"late "_s);
-        QCOMPARE(screen.bar->value(), 100);
-        screen.dialog.updateTransfer(0, 2, 0, SyncTransferring);
-        QCOMPARE(screen.bar->value(), 50);
+        TransferFixture fixture(1);
+        fixture.dialog.updateTransfer(0, 1, 100, SyncImporting);
+        fixture.dialog.addTransfer(0, 2, u"late "_s);
+        QCOMPARE(fixture.bar->value(), 100);
+        fixture.dialog.updateTransfer(0, 2, 0, SyncTransferring);
+        QCOMPARE(fixture.bar->value(), 50);
     }
 
     void failedRowIsCountedWithThePercentageOfItsReport()
     {
-        TransferScreen screen(2);
-        screen.dialog.updateTransfer(0, 1, 100, SyncFailed);
-        QCOMPARE(screen.bar->value(), 50);
-        screen.dialog.updateTransfer(0, 2, 40, SyncFailed);
-        QCOMPARE(screen.bar->value(), 70);
+        TransferFixture fixture(2);
+        fixture.dialog.updateTransfer(0, 1, 100, SyncFailed);
+        QCOMPARE(fixture.bar->value(), 50);
+        fixture.dialog.updateTransfer(0, 2, 40, SyncFailed);
+        QCOMPARE(fixture.bar->value(), 70);
     }
 };
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Dialogs/TransferScreen.h"
+#include "Dialogs/TransferFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Wait.h"
 
@@ -58,97 +58,97 @@ private slots:
 
     void equalReportsRepaintNothing()
     {
-        TransferScreen screen(4);
-        screen.dialog.updateTransfer(0, 1, 80, SyncTransferring);
-        screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, patience));
+        TransferFixture fixture(4);
+        fixture.dialog.updateTransfer(0, 1, 80, SyncTransferring);
+        fixture.dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&fixture.dialog, patience));
         QCoreApplication::processEvents();
-        PaintCounter paints({screen.bar, screen.stateLabel, screen.table->viewport()});
+        PaintCounter paints({fixture.bar, fixture.stateLabel, fixture.table->viewport()});
         for (int i = 0; i < 100; ++i) {
-            screen.dialog.updateTransfer(0, 1, 80, SyncTransferring);
+            fixture.dialog.updateTransfer(0, 1, 80, SyncTransferring);
             QCoreApplication::processEvents();
         }
         QCOMPARE(paints.count, 0);
-        screen.dialog.updateTransfer(0, 1, 84, SyncTransferring);
+        fixture.dialog.updateTransfer(0, 1, 84, SyncTransferring);
         EVENTUALLY_COMPARE(paints.count, 2);
     }
 
     void finishOnAnEmptyDialogHidesIt()
     {
-        TransferScreen screen;
-        screen.dialog.show();
-        screen.dialog.finishTransfer(0, 1);
-        QVERIFY(screen.dialog.isHidden());
+        TransferFixture fixture;
+        fixture.dialog.show();
+        fixture.dialog.finishTransfer(0, 1);
+        QVERIFY(fixture.dialog.isHidden());
     }
 
     void finishOnAFilledDialogLeavesItOpen()
     {
-        TransferScreen screen(1);
-        screen.dialog.show();
-        screen.dialog.finishTransfer(0, 1);
-        QVERIFY(screen.dialog.isVisible());
+        TransferFixture fixture(1);
+        fixture.dialog.show();
+        fixture.dialog.finishTransfer(0, 1);
+        QVERIFY(fixture.dialog.isVisible());
     }
 
     void cancelOnlyAsksWhileTheOperationRuns()
     {
-        TransferScreen screen(1);
-        QSignalSpy spy(&screen.dialog, &TransferDialog::cancelSync);
-        screen.dialog.show();
-        QTest::mouseClick(screen.cancel, Qt::LeftButton);
-        QTest::mouseClick(screen.cancel, Qt::LeftButton);
+        TransferFixture fixture(1);
+        QSignalSpy spy(&fixture.dialog, &TransferDialog::cancelSync);
+        fixture.dialog.show();
+        QTest::mouseClick(fixture.cancel, Qt::LeftButton);
+        QTest::mouseClick(fixture.cancel, Qt::LeftButton);
         QCOMPARE(spy.size(), 2);
-        QVERIFY(screen.dialog.isVisible());
-        QCOMPARE(screen.cancel->text(), u"Cancel"_s);
+        QVERIFY(fixture.dialog.isVisible());
+        QCOMPARE(fixture.cancel->text(), u"Cancel"_s);
     }
 
     void cancelHidesTheDialogAfterTheOperation()
     {
-        TransferScreen screen(1);
-        QSignalSpy spy(&screen.dialog, &TransferDialog::cancelSync);
-        screen.dialog.show();
-        screen.dialog.finished = true;
-        QCOMPARE(screen.cancel->text(), u"Cancel"_s);
-        QTest::mouseClick(screen.cancel, Qt::LeftButton);
+        TransferFixture fixture(1);
+        QSignalSpy spy(&fixture.dialog, &TransferDialog::cancelSync);
+        fixture.dialog.show();
+        fixture.dialog.finished = true;
+        QCOMPARE(fixture.cancel->text(), u"Cancel"_s);
+        QTest::mouseClick(fixture.cancel, Qt::LeftButton);
         QCOMPARE(spy.size(), 0);
-        QVERIFY(screen.dialog.isHidden());
+        QVERIFY(fixture.dialog.isHidden());
     }
 
     void enterPressesNothing()
     {
-        TransferScreen screen(1);
-        QSignalSpy spy(&screen.dialog, &TransferDialog::cancelSync);
-        screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowActive(&screen.dialog, patience));
+        TransferFixture fixture(1);
+        QSignalSpy spy(&fixture.dialog, &TransferDialog::cancelSync);
+        fixture.dialog.show();
+        QVERIFY(QTest::qWaitForWindowActive(&fixture.dialog, patience));
         for (const QWidget *const start :
-             std::initializer_list<QWidget *>{screen.autoScroll, screen.cancel}) {
+             std::initializer_list<QWidget *>{fixture.autoScroll, fixture.cancel}) {
             EVENTUALLY_COMPARE(QApplication::focusWidget(), start);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Enter);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         }
         QCOMPARE(spy.size(), 0);
-        QVERIFY(screen.dialog.isVisible());
+        QVERIFY(fixture.dialog.isVisible());
 
-        screen.cancel->setFocus();
+        fixture.cancel->setFocus();
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
         QCOMPARE(spy.size(), 1);
     }
 
     void closingTheWindowHidesItAndCancelsNothing()
     {
-        TransferScreen screen(1);
-        QSignalSpy cancelSpy(&screen.dialog, &TransferDialog::cancelSync);
-        QSignalSpy rejectSpy(&screen.dialog, &QDialog::rejected);
-        screen.dialog.show();
-        QVERIFY(screen.dialog.close());
-        QVERIFY(screen.dialog.isHidden());
+        TransferFixture fixture(1);
+        QSignalSpy cancelSpy(&fixture.dialog, &TransferDialog::cancelSync);
+        QSignalSpy rejectSpy(&fixture.dialog, &QDialog::rejected);
+        fixture.dialog.show();
+        QVERIFY(fixture.dialog.close());
+        QVERIFY(fixture.dialog.isHidden());
         QCOMPARE(rejectSpy.size(), 1);
-        screen.dialog.show();
-        QTest::keyClick(&screen.dialog, Qt::Key_Escape);
-        QVERIFY(screen.dialog.isHidden());
+        fixture.dialog.show();
+        QTest::keyClick(&fixture.dialog, Qt::Key_Escape);
+        QVERIFY(fixture.dialog.isHidden());
         QCOMPARE(cancelSpy.size(), 0);
-        screen.dialog.updateTransfer(0, 1, 50, SyncTransferring);
-        QCOMPARE(screen.state(0), u"50%"_s);
+        fixture.dialog.updateTransfer(0, 1, 50, SyncTransferring);
+        QCOMPARE(fixture.state(0), u"50%"_s);
     }
 
     void tableScrollsByItselfOnlyWithAutoScroll_data()
@@ -170,30 +170,30 @@ private slots:
     {
         QFETCH(bool, autoScroll);
         QFETCH(SyncStates, state);
-        TransferScreen screen(200);
-        screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, patience));
+        TransferFixture fixture(200);
+        fixture.dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&fixture.dialog, patience));
         if (autoScroll)
-            QTest::mouseClick(screen.autoScroll, Qt::LeftButton, {}, {8, 8});
-        QCOMPARE(screen.autoScroll->isChecked(), autoScroll);
-        auto *scrollBar = screen.table->verticalScrollBar();
+            QTest::mouseClick(fixture.autoScroll, Qt::LeftButton, {}, {8, 8});
+        QCOMPARE(fixture.autoScroll->isChecked(), autoScroll);
+        auto *scrollBar = fixture.table->verticalScrollBar();
         QVERIFY(scrollBar->maximum() > 0);
-        screen.dialog.updateTransfer(0, 200, 10, state);
+        fixture.dialog.updateTransfer(0, 200, 10, state);
         QTEST(scrollBar->value() == scrollBar->maximum(), "scrolls");
         QCOMPARE(scrollBar->value() == 0, scrollBar->value() != scrollBar->maximum());
     }
 
     void wholeLibraryKeepsThePace()
     {
-        TransferScreen screen;
-        screen.dialog.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&screen.dialog, patience));
+        TransferFixture fixture;
+        fixture.dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&fixture.dialog, patience));
         // The time of the processor: what else the machine does is no matter of the dialog.
         auto milliseconds = [last = std::clock()]() mutable {
             const std::clock_t now = std::clock();
             return (now - std::exchange(last, now)) * 1000 / CLOCKS_PER_SEC;
         };
-        auto &dialog = screen.dialog;
+        auto &dialog = fixture.dialog;
         forWholeLibrary([&](int folder, int slot) {
             dialog.addTransfer(folder, slot, u"Clips - 001: Sunset "_s);
         });
@@ -208,8 +208,8 @@ private slots:
         const auto finished = milliseconds();
         qInfo("65,280 rows: added in %ld ms, updated in %ld ms, finished in %ld ms", added, updated,
               finished);
-        QCOMPARE(screen.table->rowCount(), folderCount * slotCount);
-        QCOMPARE(screen.bar->value(), 100);
+        QCOMPARE(fixture.table->rowCount(), folderCount * slotCount);
+        QCOMPARE(fixture.bar->value(), 100);
         // Far above what it takes under sanitizers, far below what a pass over all rows for each
         // report would take.
         QVERIFY(added + updated + finished < 10'000);

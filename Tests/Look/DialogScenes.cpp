@@ -6,8 +6,8 @@
 #include "Dialogs/BVProgressDialog.h"
 #include "Dialogs/ErrorMessageDialog.h"
 #include "Dialogs/TransferDialog.h"
+#include "Look/LookFixture.h"
 #include "Look/Scenes.h"
-#include "Look/WindowStage.h"
 #include "Support/ModalDriver.h"
 #include "Support/Wait.h"
 
@@ -65,8 +65,8 @@ QStringList longLabels()
 QImage takeTransfer(const QStringList &labels,
                     const QList<std::pair<int, Brenvoka::SyncStates>> &states)
 {
-    WindowStage stage(usualServers());
-    TransferDialog dialog(stage.rig.window.get());
+    LookFixture fixture(usualServers());
+    TransferDialog dialog(fixture.window.get());
     for (int i = 0; i < labels.size(); ++i)
         dialog.addTransfer(0, i, labels[i]);
     for (int i = 0; i < labels.size(); ++i) {
@@ -90,8 +90,8 @@ QImage takeRunning(const QStringList &labels)
 
 QImage takeProgress(const QString &text, const QString &title, int steps, int done)
 {
-    WindowStage stage(usualServers());
-    BVProgressDialog dialog(text, false, stage.rig.window.get());
+    LookFixture fixture(usualServers());
+    BVProgressDialog dialog(text, false, fixture.window.get());
     dialog.setWindowTitle(title);
     dialog.addSteps(steps, false);
     if (done > 0)
@@ -101,8 +101,8 @@ QImage takeProgress(const QString &text, const QString &title, int steps, int do
 
 QImage takeError(const QString &message, const QStringList &details, bool open)
 {
-    WindowStage stage({});
-    ErrorMessageDialog dialog(stage.rig.window.get());
+    LookFixture fixture({});
+    ErrorMessageDialog dialog(fixture.window.get());
     dialog.displayErrorMessage(message, details);
     if (open)
         dialog.findChild<QPushButton *>(u"errorDetails"_s)->click();
@@ -121,23 +121,23 @@ QStringList failures()
 
 QImage takeRemoveWarning()
 {
-    WindowStage stage(usualServers());
-    return takeModal([&] { stage.rig.controller().handleRemoveVisuals(ServerDeckA); });
+    LookFixture fixture(usualServers());
+    return takeModal([&] { fixture.controller().handleRemoveVisuals(ServerDeckA); });
 }
 
 QImage takeMoveWarning()
 {
-    WindowStage stage(usualServers());
-    return takeModal([&] { stage.rig.controller().handleMoveVisual(1, 2, ServerDeckA); });
+    LookFixture fixture(usualServers());
+    return takeModal([&] { fixture.controller().handleMoveVisual(1, 2, ServerDeckA); });
 }
 
 QImage takeUpload(int row)
 {
-    WindowStage stage(usualServers());
-    if (!stage.open(0))
+    LookFixture fixture(usualServers());
+    if (!fixture.open(0))
         return {};
-    clickRow(stage.rig.bankA(), row);
-    return takeModal([&] { childOf<QPushButton>(stage.rig.bankA(), "addButton").click(); });
+    clickRow(fixture.bankA(), row);
+    return takeModal([&] { childOf<QPushButton>(fixture.bankA(), "addButton").click(); });
 }
 
 /// The warning for more than ten visuals.
@@ -146,38 +146,38 @@ QImage takeSyncWarning(const QString &destination)
     const QList<Server> servers = usualServers();
     Server empty = differingServer(servers.first(), destination, 2);
     empty.folders = empty.folders.mid(0, 1);
-    WindowStage stage({servers.first(), empty});
-    return takeModal([&] { stage.rig.controller().transferFromServerA(); });
+    LookFixture fixture({servers.first(), empty});
+    return takeModal([&] { fixture.controller().transferFromServerA(); });
 }
 
 QImage takeSmallSyncWarning()
 {
     const QList<Server> servers = usualServers();
-    WindowStage stage(servers);
-    stage.rig.bankA().selectRows({1});
-    stage.rig.bankB().selectRows({1});
-    return takeModal([&] { stage.rig.controller().transferFromServerB(); });
+    LookFixture fixture(servers);
+    fixture.bankA().selectRows({1});
+    fixture.bankB().selectRows({1});
+    return takeModal([&] { fixture.controller().transferFromServerB(); });
 }
 
 QImage takePreferences()
 {
-    WindowStage stage({});
-    BVPreferencesDialog dialog(5, stage.rig.window.get());
+    LookFixture fixture({});
+    BVPreferencesDialog dialog(5, fixture.window.get());
     return takeShown(dialog);
 }
 
 QImage takeAbout()
 {
-    WindowStage stage({});
-    AboutDialog dialog(stage.rig.window.get());
+    LookFixture fixture({});
+    AboutDialog dialog(fixture.window.get());
     return takeShown(dialog);
 }
 
 /// The file dialog in a folder with some files, opened as for an upload.
 QImage takeFileDialog(const TakeDialog &take)
 {
-    WindowStage stage(usualServers());
-    const QDir documents = stage.rig.sandbox.directory();
+    LookFixture fixture(usualServers());
+    const QDir documents = fixture.sandbox.directory();
     documents.mkpath(u"Documents/Loops"_s);
     for (const char *name : {"Harbour at night.mov", "Sunset.jpg", "Дюны.png", "夜の港.mp4"}) {
         QFile file(documents.filePath(u"Documents/"_s + QString::fromUtf8(name)));
@@ -185,10 +185,10 @@ QImage takeFileDialog(const TakeDialog &take)
             return {};
         file.resize(4'200'000);
     }
-    if (!stage.open(0))
+    if (!fixture.open(0))
         return {};
-    clickRow(stage.rig.bankA(), 6);
-    return takeModal([&] { childOf<QPushButton>(stage.rig.bankA(), "addButton").click(); }, take);
+    clickRow(fixture.bankA(), 6);
+    return takeModal([&] { childOf<QPushButton>(fixture.bankA(), "addButton").click(); }, take);
 }
 
 /// The completions of the file dialog after the first letter of a name.

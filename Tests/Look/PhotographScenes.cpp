@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Controller/ControllerRig.h"
+#include "Controller/ControllerFixture.h"
+#include "Look/LookFixture.h"
 #include "Look/Scenes.h"
-#include "Look/WindowStage.h"
 #include "Support/Wait.h"
 
 #include <QBuffer>
@@ -87,7 +87,7 @@ QList<MediaFolder> foldersOf(const Album &album, const QString &name, int missin
 }
 
 /// Two servers with photographs, whose folders are opened in the main window.
-class PhotographStage final
+class PhotographFixture final : public ControllerFixture
 {
 public:
     [[nodiscard]] bool open(const Album &album)
@@ -98,22 +98,21 @@ public:
                 request.answer(album.thumbnails.value(slot - 1), "Content-Type: image/png\r\n");
             });
         }
-        if (!rig.bringUp(left, u"Stage left"_s, foldersOf(album, u"Photographs"_s, -1)) ||
-            !rig.bringUp(right, u"Stage right"_s, foldersOf(album, u"Photographs 2025"_s, 4)) ||
-            !rig.rig.show())
+        if (!connectServer(left, u"Stage left"_s, foldersOf(album, u"Photographs"_s, -1)) ||
+            !connectServer(right, u"Stage right"_s, foldersOf(album, u"Photographs 2025"_s, 4)) ||
+            !show())
             return false;
-        rig.controller().serverUpdateFpsStats(left.uuid, 59.94F, 60, 60, true);
-        rig.controller().serverUpdateFpsStats(right.uuid, 59.94F, 60, 60, true);
-        rig.controller().folderChanged(0);
+        controller().serverUpdateFpsStats(left.uuid, 59.94F, 60, 60, true);
+        controller().serverUpdateFpsStats(right.uuid, 59.94F, 60, 60, true);
+        controller().folderChanged(0);
         const auto isOpen = [](const BVServerBank &bank) {
             return bank.isEnabled() && listOf(bank).count() == 257;
         };
-        return waitFor([&] { return isOpen(rig.bankA()) && isOpen(rig.bankB()); });
+        return waitFor([&] { return isOpen(bankA()) && isOpen(bankB()); });
     }
 
     PlayedServer left{loopback(11)};
     PlayedServer right{loopback(12)};
-    ControllerRig rig;
 };
 
 } // namespace
@@ -126,11 +125,11 @@ QList<Scene> photographScenes(const QString &directory)
     QList<Scene> scenes;
     for (const View &view : allViews()) {
         const auto take = [shown, view] {
-            PhotographStage stage;
-            if (!stage.open(shown))
+            PhotographFixture fixture;
+            if (!fixture.open(shown))
                 return QImage();
-            view.choose(*stage.rig.rig.window);
-            return pictureOf(*stage.rig.rig.window);
+            view.choose(*fixture.window);
+            return pictureOf(*fixture.window);
         };
         scenes.append({u"photographs-"_s + view.name(), take});
     }

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Look/LookFixture.h"
 #include "Look/Scenes.h"
-#include "Look/WindowStage.h"
 #include "Support/Loopback.h"
 
 #include <QMenu>
@@ -54,14 +54,14 @@ QList<Server> serversOf(const Names &names)
 QList<Scene> levels(const QString &name, const std::function<QList<Server>()> &servers,
                     const View &view, bool golden = false)
 {
-    const auto folders = [servers, view] { return WindowStage(servers(), view).picture(); };
+    const auto folders = [servers, view] { return LookFixture(servers(), view).picture(); };
     const auto slotRows = [servers, view] {
-        WindowStage stage(servers(), view);
-        if (!stage.open(1))
+        LookFixture fixture(servers(), view);
+        if (!fixture.open(1))
             return QImage();
-        stage.rig.bankA().selectRows({4});
-        stage.rig.bankB().selectRows({4});
-        return stage.picture();
+        fixture.bankA().selectRows({4});
+        fixture.bankB().selectRows({4});
+        return fixture.picture();
     };
     return {{name + u"-folders-"_s + view.name(), folders, golden},
             {name + u"-slots-"_s + view.name(), slotRows, golden}};
@@ -85,9 +85,9 @@ QList<Server> fullServers()
 
 QImage takeMenu(const char *name)
 {
-    WindowStage stage(usualServers());
-    auto &menu = stage.rig.find<QMenu>(name);
-    menu.popup(stage.rig.window->mapToGlobal(QPoint(4, 22)));
+    LookFixture fixture(usualServers());
+    auto &menu = fixture.find<QMenu>(name);
+    menu.popup(fixture.window->mapToGlobal(QPoint(4, 22)));
     menu.setActiveAction(menu.actions().first());
     return screenPicture();
 }
@@ -99,15 +99,15 @@ QImage takeServerList()
         servers.append(differingServer(servers.first(), u"Media server %1"_s.arg(i), i));
     servers.append(differingServer(
         servers.first(), u"A server whose name is longer than the box that it is chosen in"_s, 9));
-    WindowStage stage(servers);
-    childOf<QComboBox>(stage.rig.bankA(), "serverComboBox").showPopup();
+    LookFixture fixture(servers);
+    childOf<QComboBox>(fixture.bankA(), "serverComboBox").showPopup();
     return screenPicture();
 }
 
 QImage takeToolTip()
 {
-    WindowStage stage(usualServers());
-    auto &sign = stage.rig.find<QWidget>("unsyncServers");
+    LookFixture fixture(usualServers());
+    auto &sign = fixture.find<QWidget>("unsyncServers");
     QToolTip::showText(sign.mapToGlobal(QPoint(30, 60)), sign.toolTip(), &sign);
     const QImage picture = screenPicture();
     QToolTip::hideText();
@@ -117,41 +117,41 @@ QImage takeToolTip()
 /// Several selected rows of a folder, with the focus in the list.
 QImage takeSelection()
 {
-    WindowStage stage(usualServers());
-    if (!stage.open(1))
+    LookFixture fixture(usualServers());
+    if (!fixture.open(1))
         return {};
-    MediaListWidget &list = listOf(stage.rig.bankA());
+    MediaListWidget &list = listOf(fixture.bankA());
     list.setFocus();
-    clickRow(stage.rig.bankA(), 3);
-    clickRow(stage.rig.bankA(), 6, Qt::ShiftModifier);
-    return stage.picture();
+    clickRow(fixture.bankA(), 3);
+    clickRow(fixture.bankA(), 6, Qt::ShiftModifier);
+    return fixture.picture();
 }
 
 QImage takePointedRow()
 {
-    WindowStage stage(usualServers());
-    MediaListWidget &list = listOf(stage.rig.bankA());
+    LookFixture fixture(usualServers());
+    MediaListWidget &list = listOf(fixture.bankA());
     QTest::mouseMove(list.viewport(), list.visualItemRect(list.item(2)).center());
     QCoreApplication::processEvents();
-    return stage.picture();
+    return fixture.picture();
 }
 
 /// The banks are disabled while thumbnails are loaded.
 QImage takeWaiting()
 {
-    WindowStage stage(usualServers());
-    if (!stage.open(1))
+    LookFixture fixture(usualServers());
+    if (!fixture.open(1))
         return {};
-    stage.rig.bankA().setEnabled(false);
-    stage.rig.bankB().setEnabled(false);
-    return stage.picture();
+    fixture.bankA().setEnabled(false);
+    fixture.bankB().setEnabled(false);
+    return fixture.picture();
 }
 
 QImage takeLargeWindow()
 {
-    WindowStage stage(usualServers(), {false, 2});
-    stage.rig.window->resize(1800, 1000);
-    return stage.open(0) ? stage.picture() : QImage();
+    LookFixture fixture(usualServers(), {false, 2});
+    fixture.window->resize(1800, 1000);
+    return fixture.open(0) ? fixture.picture() : QImage();
 }
 
 QList<Server> equalServers()
@@ -165,7 +165,7 @@ QList<Server> equalServers()
 QList<Scene> singleScenes()
 {
     const auto show = [](auto servers) {
-        return [servers] { return WindowStage(servers()).picture(); };
+        return [servers] { return LookFixture(servers()).picture(); };
     };
     return {
         {u"no-server"_s, show([] { return QList<Server>(); }), true},

@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QDrag>
 #include <QTimer>
@@ -16,14 +16,14 @@
 ///
 /// Only a platform with real drag and drop will do, such as `minimal`; the offscreen one ends every
 /// drag before it begins.
-[[nodiscard]] inline bool drag(const WindowRig &rig, const QPoint &from, const QPoint &to)
+[[nodiscard]] inline bool drag(const WindowFixture &fixture, const QPoint &from, const QPoint &to)
 {
-    QWindow *window = rig.window->windowHandle();
+    QWindow *window = fixture.window->windowHandle();
     bool dragging = false;
     // The second move starts the drag's own event loop, in which the rest has to happen.
     QTimer rest;
     QObject::connect(&rest, &QTimer::timeout, window, [&] {
-        if (dragging || !rig.window->findChild<QDrag *>())
+        if (dragging || !fixture.window->findChild<QDrag *>())
             return;
         dragging = true;
         QTest::mouseMove(window, (from + to) / 2);
@@ -41,13 +41,13 @@
 }
 
 /// The same between the middles of two rows, both of which have to be in view.
-[[nodiscard]] inline bool dragRow(const WindowRig &rig, const BVServerBank &fromBank, int fromRow,
-                                  const BVServerBank &toBank, int toRow)
+[[nodiscard]] inline bool dragRow(const WindowFixture &fixture, const BVServerBank &fromBank,
+                                  int fromRow, const BVServerBank &toBank, int toRow)
 {
-    const auto middle = [&rig](const BVServerBank &bank, int row) {
+    const auto middle = [&fixture](const BVServerBank &bank, int row) {
         const MediaListWidget &list = listOf(bank);
-        return list.viewport()->mapTo(rig.window.get(),
+        return list.viewport()->mapTo(fixture.window.get(),
                                       list.visualItemRect(list.item(row)).center());
     };
-    return drag(rig, middle(fromBank, fromRow), middle(toBank, toRow));
+    return drag(fixture, middle(fromBank, fromRow), middle(toBank, toRow));
 }

@@ -1,9 +1,10 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Controller/OperationStage.h"
+#include "Controller/OperationFixture.h"
 
 #include "Dialogs/ErrorMessageDialog.h"
+#include "Dialogs/TransferDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Trust.h"
 #include "Support/Wait.h"
@@ -95,34 +96,33 @@ private:
 };
 
 /// Two played servers with different libraries, bank A's folder 3 with two visuals selected.
-class Scene final
+class DialogFixture final : public ControllerFixture
 {
 public:
     [[nodiscard]] bool open(int folderSlot)
     {
-        rig.model().warningLevel = allWarnings;
-        if (!rig.rig.show() || !rig.bringUp(one, u"One"_s, fullLibrary()) ||
-            !rig.bringUp(two, u"Two"_s, otherLibrary()))
+        model.warningLevel = allWarnings;
+        if (!show() || !connectServer(one, u"One"_s, fullLibrary()) ||
+            !connectServer(two, u"Two"_s, otherLibrary()))
             return false;
         if (folderSlot != -1)
-            doubleClickRow(rig.bankA(), folderSlot);
+            doubleClickRow(bankA(), folderSlot);
         const int rows = folderSlot == -1 ? 256 : 257;
-        return waitFor([&] {
-            return listOf(rig.bankA()).count() == rows && listOf(rig.bankB()).count() == rows;
-        });
+        return waitFor(
+            [&] { return listOf(bankA()).count() == rows && listOf(bankB()).count() == rows; });
     }
     void select(const QList<int> &rows) const
     {
         for (const int row : rows)
-            clickRow(rig.bankA(), row, row == rows.first() ? Qt::NoModifier : Qt::ControlModifier);
+            clickRow(bankA(), row, row == rows.first() ? Qt::NoModifier : Qt::ControlModifier);
     }
     void click(const char *button) const
     {
-        QTest::mouseClick(&childOf<QPushButton>(rig.bankA(), button), Qt::LeftButton);
+        QTest::mouseClick(&childOf<QPushButton>(bankA(), button), Qt::LeftButton);
     }
     [[nodiscard]] QString file() const
     {
-        QFile content(rig.rig.sandbox.directory().filePath(u"clip.mov"_s));
+        QFile content(sandbox.directory().filePath(u"clip.mov"_s));
         if (!content.open(QIODevice::WriteOnly) || content.write("content") < 0)
             qFatal("cannot write %s", qPrintable(content.fileName()));
         return content.fileName();
@@ -134,28 +134,27 @@ public:
         server.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":)" + QByteArray::number(mark) +
                                        R"(,"TFPS":1,"MFPS":1})"));
         return waitFor(
-            [&] { return rig.controller().connectedServer(server.uuid).graphFps == float(mark); });
+            [&] { return controller().connectedServer(server.uuid).graphFps == float(mark); });
     }
     /// The same for a server other than the first, so that the client has had the time for what the
     /// first one sent.
     [[nodiscard]] bool isAnotherServerHeard()
     {
         for (PlayedServer *const server : {&two, &three}) {
-            if (rig.isConnected(*server))
+            if (isConnected(*server))
                 return isHeard(*server);
         }
-        return rig.bringUp(three, u"Three"_s, fullLibrary()) && isHeard(three);
+        return connectServer(three, u"Three"_s, fullLibrary()) && isHeard(three);
     }
     [[nodiscard]] bool isTaskRunning() const
     {
-        return rig.rig.window->findChildren<BVProgressDialog *>().size() > 1 ||
-               rig.rig.window->findChild<TransferDialog *>();
+        return window->findChildren<BVProgressDialog *>().size() > 1 ||
+               window->findChild<TransferDialog *>();
     }
 
     PlayedServer one{loopback(1)};
     PlayedServer two{loopback(2)};
     PlayedServer three{loopback(3)};
-    ControllerRig rig;
 
 private:
     int marks = 0;
@@ -180,58 +179,60 @@ void addOrders(Orders &orders, const PlayedServer &server, const QString &name)
 struct Happening
 {
     const char *name;
-    bool (*happen)(Scene &scene);
+    bool (*happen)(DialogFixture &fixture);
 };
 
-bool changeLibrary(Scene &scene, PlayedServer &server, const QList<MediaFolder> &library)
+bool changeLibrary(DialogFixture &fixture, PlayedServer &server, const QList<MediaFolder> &library)
 {
-    if (!scene.rig.isConnected(server))
+    if (!fixture.isConnected(server))
         return true;
-    const QString before = scene.rig.controller().connectedServer(server.uuid).hash;
-    const bool isFetched = !scene.isTaskRunning();
+    const QString before = fixture.controller().connectedServer(server.uuid).hash;
+    const bool isFetched = !fixture.isTaskRunning();
     server.setLibrary(library);
     server.sendLibraryChanged();
-    return scene.isHeard(server) && (!isFetched || waitFor([&] {
-               return scene.rig.controller().connectedServer(server.uuid).hash != before;
+    return fixture.isHeard(server) && (!isFetched || waitFor([&] {
+               return fixture.controller().connectedServer(server.uuid).hash != before;
            }));
 }
 
 /// A library that was on its way brings a server back at once, which opens another stream.
-bool reset(Scene &scene, PlayedServer &server)
+bool reset(DialogFixture &fixture, PlayedServer &server)
 {
     const auto streams = [&] { return server.wire.requests(notifierPath).size(); };
     const qsizetype before = streams();
     server.stream.reset();
-    return waitFor([&] { return !scene.rig.isConnected(server) || streams() > before; });
+    return waitFor([&] { return !fixture.isConnected(server) || streams() > before; });
 }
 
 const Happening happenings[] = {
     {"discovery loses A",
-     [](Scene &s) {
-         s.rig.controller().removeServer(s.one.uuid);
+     [](DialogFixture &f) {
+         f.controller().removeServer(f.one.uuid);
          return true;
      }},
     {"discovery loses B",
-     [](Scene &s) {
-         s.rig.controller().removeServer(s.two.uuid);
+     [](DialogFixture &f) {
+         f.controller().removeServer(f.two.uuid);
          return true;
      }},
-    {"A disconnects", [](Scene &s) { return reset(s, s.one); }},
-    {"B disconnects", [](Scene &s) { return reset(s, s.two); }},
-    {"A's library changes", [](Scene &s) { return changeLibrary(s, s.one, fullLibrary(1)); }},
-    {"B's library changes", [](Scene &s) { return changeLibrary(s, s.two, otherLibrary(1)); }},
+    {"A disconnects", [](DialogFixture &f) { return reset(f, f.one); }},
+    {"B disconnects", [](DialogFixture &f) { return reset(f, f.two); }},
+    {"A's library changes",
+     [](DialogFixture &f) { return changeLibrary(f, f.one, fullLibrary(1)); }},
+    {"B's library changes",
+     [](DialogFixture &f) { return changeLibrary(f, f.two, otherLibrary(1)); }},
     {"A is renamed",
-     [](Scene &s) {
-         s.rig.controller().serverNameChanged(s.one.uuid, u"<b>%1</b>"_s);
+     [](DialogFixture &f) {
+         f.controller().serverNameChanged(f.one.uuid, u"<b>%1</b>"_s);
          return true;
      }},
     {"B is renamed",
-     [](Scene &s) {
-         s.rig.controller().serverNameChanged(s.two.uuid, u"<b>%1</b>"_s);
+     [](DialogFixture &f) {
+         f.controller().serverNameChanged(f.two.uuid, u"<b>%1</b>"_s);
          return true;
      }},
     {"a third server appears",
-     [](Scene &s) { return s.rig.bringUp(s.three, u"Three"_s, fullLibrary()); }},
+     [](DialogFixture &f) { return f.connectServer(f.three, u"Three"_s, fullLibrary()); }},
 };
 
 /// A dialog, how it is opened, what it says, how it is confirmed, and the commands that may go out
@@ -240,9 +241,9 @@ struct Subject
 {
     const char *name;
     int folderSlot;
-    void (*open)(Scene &scene);
+    void (*open)(DialogFixture &fixture);
     const char *text;
-    void (*confirm)(Scene &scene, QDialog &dialog);
+    void (*confirm)(DialogFixture &fixture, QDialog &dialog);
     Orders sent;
     Orders confirmed;
 };
@@ -254,32 +255,32 @@ void press(QDialog &dialog, QMessageBox::StandardButton button)
     QTest::mouseClick(box->button(button), Qt::LeftButton);
 }
 
-void pressYes(Scene &, QDialog &dialog)
+void pressYes(DialogFixture &, QDialog &dialog)
 {
     press(dialog, QMessageBox::Yes);
 }
 
-void startRemoval(Scene &scene)
+void startRemoval(DialogFixture &fixture)
 {
-    scene.rig.model().warningLevel = 0;
-    scene.select({4, 6});
-    scene.click("removeButton");
+    fixture.model.warningLevel = 0;
+    fixture.select({4, 6});
+    fixture.click("removeButton");
 }
 
 /// Carries out the removals that were held, and from now on any other at once.
-void answerHeld(Scene &scene)
+void answerHeld(DialogFixture &fixture)
 {
-    scene.one.accept();
-    for (const WireRequest &request : scene.one.wire.requests(executePath))
+    fixture.one.accept();
+    for (const WireRequest &request : fixture.one.wire.requests(executePath))
         request.answer(R"({"msg_type":7,"RESULT":0})");
 }
 
 const Subject subjects[] = {
     {"removal warning",
      3,
-     [](Scene &s) {
-         s.select({4, 6});
-         s.click("removeButton");
+     [](DialogFixture &f) {
+         f.select({4, 6});
+         f.click("removeButton");
      },
      "Are you sure you want to remove the selected visuals?\n\n"
      "Note: The operation can not be undone.",
@@ -288,7 +289,7 @@ const Subject subjects[] = {
      {u"one 2 3/3"_s, u"one 2 3/5"_s}},
     {"move warning",
      3,
-     [](Scene &s) { s.rig.controller().handleMoveVisual(3, 1, ServerDeckA); },
+     [](DialogFixture &f) { f.controller().handleMoveVisual(3, 1, ServerDeckA); },
      "Are you sure you want to move the selected visual?\n\n"
      "Note: The operation can not be canceled or undone.",
      pressYes,
@@ -296,9 +297,9 @@ const Subject subjects[] = {
      {u"one 3 3/3"_s}},
     {"overwrite warning",
      3,
-     [](Scene &s) {
-         s.select({4});
-         s.click("addButton");
+     [](DialogFixture &f) {
+         f.select({4});
+         f.click("addButton");
      },
      "Are you sure you want to overwrite the selected visual?\n"
      "The operation will permanently remove the visual in the destination slot",
@@ -307,22 +308,22 @@ const Subject subjects[] = {
      {}},
     {"file dialog",
      3,
-     [](Scene &s) {
-         s.select({10});
-         s.click("addButton");
+     [](DialogFixture &f) {
+         f.select({10});
+         f.click("addButton");
      },
      "",
-     [](Scene &s, QDialog &dialog) {
-         dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(s.file());
+     [](DialogFixture &f, QDialog &dialog) {
+         dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(f.file());
          dialog.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->click();
      },
      {},
      {u"one upload"_s}},
     {"sync warning",
      -1,
-     [](Scene &s) {
-         s.select({3});
-         s.rig.clickLeftToRight();
+     [](DialogFixture &f) {
+         f.select({3});
+         f.clickLeftToRight();
      },
      "Are you sure you want to synchronize the selected visuals?\n"
      "The operation may permanently remove or replace visuals in destination slots\n\n"
@@ -332,9 +333,9 @@ const Subject subjects[] = {
      {u"two 2 3/7"_s, u"two 1 3/3"_s, u"two 1 3/5"_s}},
     {"large sync warning",
      -1,
-     [](Scene &s) {
-         s.select({1});
-         s.rig.clickLeftToRight();
+     [](DialogFixture &f) {
+         f.select({1});
+         f.clickLeftToRight();
      },
      "You are trying to synchronize 12 visuals from server One to server Two.\n"
      "\nAre you sure you want to continue?\n\nNote: The operation can not be undone.",
@@ -345,37 +346,37 @@ const Subject subjects[] = {
       u"two 1 1/11"_s, u"two 1 1/12"_s}},
     {"error dialog",
      3,
-     [](Scene &s) {
-         s.one.refuse("no");
-         startRemoval(s);
+     [](DialogFixture &f) {
+         f.one.refuse("no");
+         startRemoval(f);
      },
      "Failed to remove 2 visuals from a total of 2.",
-     [](Scene &, QDialog &dialog) { dialog.accept(); },
+     [](DialogFixture &, QDialog &dialog) { dialog.accept(); },
      {u"one 2 3/3"_s, u"one 2 3/5"_s},
      {}},
     {"progress dialog",
      3,
-     [](Scene &s) {
-         s.one.wire.hold(executePath);
-         startRemoval(s);
+     [](DialogFixture &f) {
+         f.one.wire.hold(executePath);
+         startRemoval(f);
      },
      "",
-     [](Scene &s, QDialog &) { answerHeld(s); },
+     [](DialogFixture &f, QDialog &) { answerHeld(f); },
      {u"one 2 3/3"_s},
      {u"one 2 3/5"_s}},
     {"transfer window",
      -1,
-     [](Scene &s) {
-         s.rig.model().warningLevel = 0;
-         s.select({1});
-         s.rig.clickLeftToRight();
+     [](DialogFixture &f) {
+         f.model.warningLevel = 0;
+         f.select({1});
+         f.clickLeftToRight();
      },
      "",
-     [](Scene &s, QDialog &) {
+     [](DialogFixture &f, QDialog &) {
          for (int slot = 1; slot <= 12; ++slot)
-             s.two.sendStarted({1, slot});
+             f.two.sendStarted({1, slot});
          for (int slot = 1; slot <= 12; ++slot)
-             s.two.sendEnded({1, slot}, Brenvoka::SyncFinished);
+             f.two.sendEnded({1, slot}, Brenvoka::SyncFinished);
      },
      {u"two 1 1/1"_s, u"two 1 1/2"_s, u"two 1 1/3"_s, u"two 1 1/4"_s, u"two 1 1/5"_s,
       u"two 1 1/6"_s, u"two 1 1/7"_s, u"two 1 1/8"_s, u"two 1 1/9"_s, u"two 1 1/10"_s,
@@ -383,24 +384,24 @@ const Subject subjects[] = {
      {}},
     {"preferences",
      3,
-     [](Scene &s) { s.rig.rig.window->openPreferences(); },
+     [](DialogFixture &f) { f.window->openPreferences(); },
      "",
-     [](Scene &, QDialog &dialog) { dialog.accept(); },
+     [](DialogFixture &, QDialog &dialog) { dialog.accept(); },
      {},
      {}},
     {"disconnected message over queued removals",
      3,
-     [](Scene &s) {
-         s.one.wire.hold(executePath);
-         startRemoval(s);
-         QVERIFY(s.one.wire.waitForRequests(1, executePath));
-         s.one.stream.reset();
+     [](DialogFixture &f) {
+         f.one.wire.hold(executePath);
+         startRemoval(f);
+         QVERIFY(f.one.wire.waitForRequests(1, executePath));
+         f.one.stream.reset();
      },
      "Server \"One\" disconnected while an operation was in progress.",
-     [](Scene &s, QDialog &dialog) {
-         answerHeld(s);
+     [](DialogFixture &f, QDialog &dialog) {
+         answerHeld(f);
          for (int turn = 0; turn < 10; ++turn)
-             QVERIFY(s.isAnotherServerHeard());
+             QVERIFY(f.isAnotherServerHeard());
          dialog.accept();
      },
      {u"one 2 3/3"_s},
@@ -461,40 +462,40 @@ void trust_DialogEvents::eventDuringDialog()
     QFETCH(const int, happening);
     QFETCH(const bool, confirms);
     const Subject &about = subjects[subject];
-    Scene scene;
-    QVERIFY(scene.open(about.folderSlot));
+    DialogFixture fixture;
+    QVERIFY(fixture.open(about.folderSlot));
 
     bool happened = false;
     Watcher watcher([&](QDialog &dialog) {
         const QPointer<QDialog> guard(&dialog);
-        happened = happenings[happening].happen(scene);
+        happened = happenings[happening].happen(fixture);
         if (!guard)
             return; // its task ended with the server
         if (confirms)
-            about.confirm(scene, dialog);
+            about.confirm(fixture, dialog);
         else
             dialog.reject();
     });
-    about.open(scene);
+    about.open(fixture);
     EVENTUALLY(happened);
     QCOMPARE(watcher.subjectText, QString::fromUtf8(about.text));
 
     // A task whose server has gone, or was never answered, waits for Cancel.
     const auto isOver = [&] {
-        if (scene.isTaskRunning() && !scene.one.wire.requests(executePath).isEmpty())
-            scene.one.accept();
-        for (auto *const dialog : scene.rig.rig.window->findChildren<QDialog *>()) {
+        if (fixture.isTaskRunning() && !fixture.one.wire.requests(executePath).isEmpty())
+            fixture.one.accept();
+        for (auto *const dialog : fixture.window->findChildren<QDialog *>()) {
             if (dialog->isVisible() && dialog->isModal())
                 dialog->reject();
         }
-        return !scene.isTaskRunning() || scene.rig.rig.window->findChild<TransferDialog *>();
+        return !fixture.isTaskRunning() || fixture.window->findChild<TransferDialog *>();
     };
     QVERIFY(waitFor(isOver));
 
     Orders orders;
-    addOrders(orders, scene.one, u"one"_s);
-    addOrders(orders, scene.two, u"two"_s);
-    addOrders(orders, scene.three, u"three"_s);
+    addOrders(orders, fixture.one, u"one"_s);
+    addOrders(orders, fixture.two, u"two"_s);
+    addOrders(orders, fixture.three, u"three"_s);
     Orders allowed = about.sent;
     if (confirms)
         allowed.insert(about.confirmed.begin(), about.confirmed.end());
@@ -503,8 +504,8 @@ void trust_DialogEvents::eventDuringDialog()
         QVERIFY2(allowed.contains(order), qPrintable(order));
     for (const QString &message : std::as_const(watcher.messages))
         QVERIFY2(knownMessages.contains(message), qPrintable(message));
-    if (scene.rig.controller().isComparing())
-        QCOMPARE(scene.rig.bankA().selectedRows(), scene.rig.bankB().selectedRows());
+    if (fixture.controller().isComparing())
+        QCOMPARE(fixture.bankA().selectedRows(), fixture.bankB().selectedRows());
     ++pairs;
 }
 

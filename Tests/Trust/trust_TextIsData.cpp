@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Controller/OperationStage.h"
+#include "Controller/OperationFixture.h"
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
@@ -107,7 +107,7 @@ private slots:
     void cleanupTestCase() const;
 
 private:
-    void checkRows(const OperationStage &stage, const QString &text) const;
+    void checkRows(const OperationFixture &fixture, const QString &text) const;
 
     int shown = 0;
     qint64 longestGap = 0;
@@ -121,13 +121,13 @@ void trust_TextIsData::textIsShownAsData_data()
         QTest::addRow("%02d", number + 1) << texts.at(number);
 }
 
-void trust_TextIsData::checkRows(const OperationStage &stage, const QString &text) const
+void trust_TextIsData::checkRows(const OperationFixture &fixture, const QString &text) const
 {
-    for (const BVServerBank *const bank : {&stage.bankA(), &stage.bankB()}) {
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
         const QString row = listOf(*bank).item(bank->currentFolder == -1 ? 0 : 2)->text();
         QVERIFY2(showsName(row, text), qPrintable(row.left(200)));
         QVERIFY(row.size() <= longest + 1);
-        const QString server = ControllerRig::comboBox(*bank).currentText();
+        const QString server = ControllerFixture::comboBox(*bank).currentText();
         QVERIFY2(showsName(server, text.left(20)), qPrintable(server));
     }
 }
@@ -137,43 +137,43 @@ void trust_TextIsData::textIsShownAsData()
     QFETCH(const QString, text);
     LogCapture log;
     LoopWatch watch;
-    OperationStage stage(loopback(1));
-    stage.model().warningLevel = 0xFFFFFFFF;
-    QVERIFY(stage.rig.rig.show());
-    QVERIFY(stage.rig.bringUp(stage.one, text.left(80), {folderNamed(text, 10)}));
-    QVERIFY(stage.rig.bringUp(stage.two, text.left(79), {folderNamed(u"Other"_s, 20)}));
-    stage.two.setLibrary({folderNamed(text + u"!"_s, 20)});
-    stage.two.sendLibraryChanged();
-    EVENTUALLY(stage.controller().connectedServer(stage.two.uuid).folders.first().name !=
+    OperationFixture fixture;
+    fixture.model.warningLevel = 0xFFFFFFFF;
+    QVERIFY(fixture.show());
+    QVERIFY(fixture.connectServer(fixture.one, text.left(80), {folderNamed(text, 10)}));
+    QVERIFY(fixture.connectServer(fixture.two, text.left(79), {folderNamed(u"Other"_s, 20)}));
+    fixture.two.setLibrary({folderNamed(text + u"!"_s, 20)});
+    fixture.two.sendLibraryChanged();
+    EVENTUALLY(fixture.controller().connectedServer(fixture.two.uuid).folders.first().name !=
                u"Other"_s);
-    checkRows(stage, text);
+    checkRows(fixture, text);
 
     ModalDriver modals;
     modals.press(QMessageBox::No);
-    stage.rig.clickLeftToRight();
+    fixture.clickLeftToRight();
     QCOMPARE(modals.seen().size(), 1);
     QCOMPARE(modals.seen().first().text,
              u"Are you sure you want to synchronize the selected visuals?\n"
              "The operation may permanently remove or replace visuals in destination slots\n\n"
              "Note: The operation can not be  undone."_s);
 
-    doubleClickRow(stage.bankA(), 0);
-    EVENTUALLY_COMPARE(listOf(stage.bankA()).count(), 257);
-    EVENTUALLY_COMPARE(listOf(stage.bankB()).count(), 257);
-    checkRows(stage, text);
+    doubleClickRow(fixture.bankA(), 0);
+    EVENTUALLY_COMPARE(listOf(fixture.bankA()).count(), 257);
+    EVENTUALLY_COMPARE(listOf(fixture.bankB()).count(), 257);
+    checkRows(fixture, text);
     QTextDocument header;
-    header.setHtml(childOf<QLabel>(stage.bankA(), "mediaListFolder").text());
+    header.setHtml(childOf<QLabel>(fixture.bankA(), "mediaListFolder").text());
     QVERIFY(header.toPlainText().startsWith(u"Library > "_s));
     QVERIFY(header.toPlainText().size() <= longest + 20);
     QVERIFY2(showsName(header.toPlainText(), text.simplified()),
              qPrintable(header.toPlainText().left(200)));
 
     const QByteArray error = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
-    stage.one.refuse(error.sliced(2, error.size() - 4));
-    stage.model().warningLevel = 0;
-    clickRow(stage.bankA(), 2);
+    fixture.one.refuse(error.sliced(2, error.size() - 4));
+    fixture.model.warningLevel = 0;
+    clickRow(fixture.bankA(), 2);
     modals.press(QMessageBox::Ok);
-    OperationStage::clickRemove(stage.bankA());
+    OperationFixture::clickRemove(fixture.bankA());
     EVENTUALLY_COMPARE(modals.seen().size(), 2);
     QCOMPARE(modals.seen().last().text, u"Failed to remove 1 visuals from a total of 1."_s);
     QVERIFY(
@@ -181,7 +181,7 @@ void trust_TextIsData::textIsShownAsData()
     QVERIFY(modals.seen().last().details.endsWith(u'.'));
 
     modals.press(QMessageBox::Ok);
-    stage.one.stream.reset();
+    fixture.one.stream.reset();
     EVENTUALLY_COMPARE(modals.seen().size(), 3);
     const QString message = modals.seen().last().text;
     QVERIFY(message.startsWith(u"Server \""_s) && message.endsWith(u"\" disconnected."_s));

@@ -8,7 +8,7 @@
 #include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
 #include "Support/Wait.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
@@ -103,21 +103,19 @@ QString missingOnScreen()
 }
 
 /// Two servers that differ in folder 2's name and in slot 5 of folder 3.
-class Stage final
+class AccessibleFixture final : public WindowFixture
 {
 public:
-    Stage()
+    AccessibleFixture()
     {
-        rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        connectServer(sampleServer(u"Stage left"_s, loopback(1)));
         Server right = sampleServer(u"Stage right"_s, loopback(2));
         right.hash = hashOf(2);
         right.folders[2].name = u"Pictures"_s;
         right.folders[3].files.removeLast();
-        rig.connectServer(right);
-        rig.model.warningLevel = 15;
+        connectServer(right);
+        model.warningLevel = 15;
     }
-
-    WindowRig rig;
 };
 
 } // namespace
@@ -147,16 +145,16 @@ private slots:
 
 void tst_AccessibleNames::whatIsMissingIsSeen()
 {
-    const WindowRig rig;
-    QVERIFY(rig.window->centralWidget());
-    QCOMPARE(Walk(*rig.window).missing, QString());
-    auto *const nameless = new QPushButton(rig.window->centralWidget());
+    const WindowFixture fixture;
+    QVERIFY(fixture.window->centralWidget());
+    QCOMPARE(Walk(*fixture.window).missing, QString());
+    auto *const nameless = new QPushButton(fixture.window->centralWidget());
     nameless->setObjectName(u"nameless"_s);
     nameless->show();
-    rig.find<QPushButton>("leftToRightButton").setAccessibleName({});
-    listOf(rig.bankB()).setAccessibleName(u" "_s);
-    rig.window->show();
-    const QStringList missing = Walk(*rig.window).missing.split(u'\n', Qt::SkipEmptyParts);
+    fixture.find<QPushButton>("leftToRightButton").setAccessibleName({});
+    listOf(fixture.bankB()).setAccessibleName(u" "_s);
+    fixture.window->show();
+    const QStringList missing = Walk(*fixture.window).missing.split(u'\n', Qt::SkipEmptyParts);
     for (const QString &line :
          {u"nameless of role 2b: no name"_s, u"nameless of role 2b: no tool tip"_s,
           u"leftToRightButton of role 2b: no name"_s, u"mediaListWidget of role 21: no name"_s})
@@ -183,23 +181,22 @@ void tst_AccessibleNames::windowHasItsNames()
     QFETCH(const int, servers);
     QFETCH(const int, folderSlot);
     QFETCH(const int, rows);
-    Stage stage;
-    while (stage.rig.model.connectedServersWithLibrary().size() > servers)
-        stage.rig.controller().removeServer(
-            stage.rig.model.connectedServersWithLibrary().constLast());
+    AccessibleFixture fixture;
+    while (fixture.model.connectedServersWithLibrary().size() > servers)
+        fixture.controller().removeServer(fixture.model.connectedServersWithLibrary().constLast());
     if (folderSlot != -1)
-        stage.rig.controller().folderChanged(folderSlot);
-    QVERIFY(stage.rig.show());
-    const Walk walk(*stage.rig.window);
+        fixture.controller().folderChanged(folderSlot);
+    QVERIFY(fixture.show());
+    const Walk walk(*fixture.window);
     QCOMPARE(walk.missing, QString());
     QVERIFY(walk.nodes > rows + 50);
 }
 
 void tst_AccessibleNames::controlsOfABankNameTheirBank()
 {
-    Stage stage;
+    AccessibleFixture fixture;
     for (const bool first : {true, false}) {
-        BVServerBank &bank = first ? stage.rig.bankA() : stage.rig.bankB();
+        BVServerBank &bank = first ? fixture.bankA() : fixture.bankB();
         const QString own = first ? u"bank A"_s : u"bank B"_s;
         const QString other = first ? u"bank B"_s : u"bank A"_s;
         QCOMPARE(bank.accessibleName().toLower(), own.toLower());
@@ -214,7 +211,7 @@ void tst_AccessibleNames::controlsOfABankNameTheirBank()
     }
     // Those between the banks name both, and which of the two is changed.
     for (const char *name : {"leftToRightButton", "rightToLeftButton"}) {
-        const QString tip = stage.rig.find<QPushButton>(name).toolTip();
+        const QString tip = fixture.find<QPushButton>(name).toolTip();
         const bool toB = QLatin1StringView(name) == "leftToRightButton"_L1;
         QVERIFY(tip.indexOf(toB ? u"bank B" : u"bank A") <
                 tip.indexOf(toB ? u"bank A" : u"bank B"));
@@ -223,25 +220,25 @@ void tst_AccessibleNames::controlsOfABankNameTheirBank()
 
 void tst_AccessibleNames::redHeaderIsDescribed()
 {
-    Stage stage;
+    AccessibleFixture fixture;
     const auto described = [&] {
-        auto &header = childOf<QLabel>(stage.rig.bankB(), "mediaListFolder");
+        auto &header = childOf<QLabel>(fixture.bankB(), "mediaListFolder");
         return QAccessible::queryAccessibleInterface(&header)->text(QAccessible::Description);
     };
     QCOMPARE(described(), QString());
-    stage.rig.controller().folderChanged(2);
+    fixture.controller().folderChanged(2);
     QCOMPARE(described(), u"The servers name this folder differently, or one lacks it"_s);
-    stage.rig.controller().folderChanged(3);
+    fixture.controller().folderChanged(3);
     QCOMPARE(described(), QString());
-    stage.rig.controller().folderChanged(2);
-    stage.rig.controller().backToFolders();
+    fixture.controller().folderChanged(2);
+    fixture.controller().backToFolders();
     QCOMPARE(described(), QString());
 }
 
 void tst_AccessibleNames::labelsSayWhichServerTheySpeakOf()
 {
-    Stage stage;
-    BVServerBank &bank = stage.rig.bankA();
+    AccessibleFixture fixture;
+    BVServerBank &bank = fixture.bankA();
     bank.setConnectionStatus(true, 25, 50);
     const Walk walk(bank);
     for (const QString &saying : {u"Connected | Connection to the server of bank A"_s,
@@ -290,27 +287,27 @@ void tst_AccessibleNames::errorDialogHasItsNames()
 
 void tst_AccessibleNames::preferencesHaveTheirNames()
 {
-    const WindowRig rig;
+    const WindowFixture fixture;
     QString missing = u"never shown"_s;
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
         missing = missingOnScreen();
         dialog.reject();
     });
-    rig.window->openPreferences();
+    fixture.window->openPreferences();
     QCOMPARE(missing, QString());
 }
 
 void tst_AccessibleNames::aboutDialogHasItsNames()
 {
-    const WindowRig rig;
+    const WindowFixture fixture;
     QString missing = u"never shown"_s;
     ModalDriver modals;
     modals.answer([&](QDialog &dialog) {
         missing = missingOnScreen();
         dialog.reject();
     });
-    rig.find<QAction>("actionAbout").trigger();
+    fixture.find<QAction>("actionAbout").trigger();
     QCOMPARE(missing, QString());
 }
 
@@ -325,10 +322,10 @@ void tst_AccessibleNames::warningsHaveTheirNames_data()
 void tst_AccessibleNames::warningsHaveTheirNames()
 {
     QFETCH(const QString, title);
-    Stage stage;
-    QVERIFY(stage.rig.show());
-    stage.rig.controller().folderChanged(3);
-    clickRow(stage.rig.bankA(), 6);
+    AccessibleFixture fixture;
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
+    clickRow(fixture.bankA(), 6);
 
     std::optional<Walk> walk;
     ModalDriver modals;
@@ -336,7 +333,7 @@ void tst_AccessibleNames::warningsHaveTheirNames()
         walk.emplace(dialog);
         dialog.reject();
     });
-    stage.rig.find<QPushButton>(QTest::currentDataTag()).click();
+    fixture.find<QPushButton>(QTest::currentDataTag()).click();
     QVERIFY(walk);
     QCOMPARE(walk->missing, QString());
     QVERIFY(walk->sayings.contains(u"Warning | "_s));

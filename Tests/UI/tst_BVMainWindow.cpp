@@ -6,7 +6,7 @@
 #include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
 #include "Support/Wait.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QAction>
 #include <QButtonGroup>
@@ -64,56 +64,56 @@ private:
 
 void tst_BVMainWindow::transferButtonsAreOffAtStart()
 {
-    WindowRig rig;
-    QVERIFY(!rig.find<QPushButton>("leftToRightButton").isEnabled());
-    QVERIFY(!rig.find<QPushButton>("rightToLeftButton").isEnabled());
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-    QVERIFY(!rig.find<QPushButton>("leftToRightButton").isEnabled());
-    rig.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
-    QVERIFY(rig.find<QPushButton>("leftToRightButton").isEnabled());
-    QVERIFY(rig.find<QPushButton>("rightToLeftButton").isEnabled());
+    WindowFixture fixture;
+    QVERIFY(!fixture.find<QPushButton>("leftToRightButton").isEnabled());
+    QVERIFY(!fixture.find<QPushButton>("rightToLeftButton").isEnabled());
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+    QVERIFY(!fixture.find<QPushButton>("leftToRightButton").isEnabled());
+    fixture.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
+    QVERIFY(fixture.find<QPushButton>("leftToRightButton").isEnabled());
+    QVERIFY(fixture.find<QPushButton>("rightToLeftButton").isEnabled());
 }
 
 void tst_BVMainWindow::transferButtonsGoTogether()
 {
-    const WindowRig rig;
+    const WindowFixture fixture;
     for (const bool enabled : {true, false}) {
-        rig.window->setTransferEnabled(enabled);
-        QCOMPARE(rig.find<QPushButton>("leftToRightButton").isEnabled(), enabled);
-        QCOMPARE(rig.find<QPushButton>("rightToLeftButton").isEnabled(), enabled);
+        fixture.window->setTransferEnabled(enabled);
+        QCOMPARE(fixture.find<QPushButton>("leftToRightButton").isEnabled(), enabled);
+        QCOMPARE(fixture.find<QPushButton>("rightToLeftButton").isEnabled(), enabled);
     }
 }
 
 void tst_BVMainWindow::cannotBeSmallerAndSharesItsWidth()
 {
-    WindowRig rig;
-    QCOMPARE(rig.window->size(), QSize(1163, 674));
-    QVERIFY(rig.show());
-    rig.window->resize(300, 200);
-    QCOMPARE(rig.window->size(), QSize(1163, 670));
+    WindowFixture fixture;
+    QCOMPARE(fixture.window->size(), QSize(1163, 674));
+    QVERIFY(fixture.show());
+    fixture.window->resize(300, 200);
+    QCOMPARE(fixture.window->size(), QSize(1163, 670));
     for (const QSize size : {QSize(1163, 670), QSize(1500, 900), QSize(1601, 1000)}) {
-        rig.window->resize(size);
-        QCOMPARE(rig.window->size(), size);
-        EVENTUALLY(qAbs(rig.bankA().width() - rig.bankB().width()) <= 1);
-        QVERIFY(rig.bankA().width() >= 526);
-        QVERIFY(rig.bankB().geometry().right() < rig.window->width());
-        QVERIFY(rig.bankA().height() >= 610);
+        fixture.window->resize(size);
+        QCOMPARE(fixture.window->size(), size);
+        EVENTUALLY(qAbs(fixture.bankA().width() - fixture.bankB().width()) <= 1);
+        QVERIFY(fixture.bankA().width() >= 526);
+        QVERIFY(fixture.bankB().geometry().right() < fixture.window->width());
+        QVERIFY(fixture.bankA().height() >= 610);
     }
-    QVERIFY(rig.bankA().width() > 700);
+    QVERIFY(fixture.bankA().width() > 700);
 }
 
 void tst_BVMainWindow::standsAsTheFormSays()
 {
-    const WindowRig rig;
-    QCOMPARE(rig.window->windowTitle(), u"Zorvik Brenvoka"_s);
-    QVERIFY(!rig.window->windowIcon().isNull());
-    QCOMPARE(rig.window->minimumSize(), QSize(1163, 670));
-    QCOMPARE(rig.window->sizePolicy().horizontalPolicy(), QSizePolicy::Fixed);
-    QCOMPARE(rig.window->sizePolicy().verticalPolicy(), QSizePolicy::Fixed);
+    const WindowFixture fixture;
+    QCOMPARE(fixture.window->windowTitle(), u"Zorvik Brenvoka"_s);
+    QVERIFY(!fixture.window->windowIcon().isNull());
+    QCOMPARE(fixture.window->minimumSize(), QSize(1163, 670));
+    QCOMPARE(fixture.window->sizePolicy().horizontalPolicy(), QSizePolicy::Fixed);
+    QCOMPARE(fixture.window->sizePolicy().verticalPolicy(), QSizePolicy::Fixed);
 
     for (const char *name : {"listModeButton", "gridModeButton", "smallSizeButton",
                              "mediumSizeButton", "largeSizeButton"}) {
-        const auto &button = rig.find<QPushButton>(name);
+        const auto &button = fixture.find<QPushButton>(name);
         QCOMPARE(button.minimumSize(), QSize(35, 35));
         QCOMPARE(button.maximumSize(), QSize(35, 35));
         QCOMPARE(button.iconSize(), QSize(35, 35));
@@ -122,19 +122,19 @@ void tst_BVMainWindow::standsAsTheFormSays()
                 button.icon().pixmap(35, QIcon::Active, QIcon::On).toImage());
     }
     for (const char *name : {"listViewModeButtonGroup", "iconSizeButtonGroup"})
-        QVERIFY(rig.find<QButtonGroup>(name).exclusive());
+        QVERIFY(fixture.find<QButtonGroup>(name).exclusive());
     for (const char *name : {"leftToRightButton", "rightToLeftButton"}) {
-        const auto &button = rig.find<QPushButton>(name);
+        const auto &button = fixture.find<QPushButton>(name);
         QCOMPARE(button.minimumSize(), QSize(65, 50));
         QCOMPARE(button.maximumSize(), QSize(65, 50));
         QCOMPARE(button.iconSize(), QSize(50, 50));
         QVERIFY(button.isFlat());
     }
-    const auto &sign = rig.find<QLabel>("unsyncServers");
+    const auto &sign = fixture.find<QLabel>("unsyncServers");
     QCOMPARE(sign.minimumSize(), QSize(60, 60));
     QCOMPARE(sign.toolTip(), u"Content of both servers is not fully in sync"_s);
-    QCOMPARE(rig.find<QAction>("actionPreferences").shortcut(), QKeySequence(u"Ctrl+P"_s));
-    QCOMPARE(rig.find<QAction>("actionQuit").shortcut(), QKeySequence(u"Ctrl+Q"_s));
+    QCOMPARE(fixture.find<QAction>("actionPreferences").shortcut(), QKeySequence(u"Ctrl+P"_s));
+    QCOMPARE(fixture.find<QAction>("actionQuit").shortcut(), QKeySequence(u"Ctrl+Q"_s));
 }
 
 void tst_BVMainWindow::everyPictureIsThere()
@@ -154,63 +154,63 @@ void tst_BVMainWindow::everyPictureIsThere()
 
 void tst_BVMainWindow::controlsWithoutTextHaveAName()
 {
-    const WindowRig rig;
+    const WindowFixture fixture;
     const QList<QAbstractButton *> buttons =
-        rig.window->centralWidget()->findChildren<QAbstractButton *>(
+        fixture.window->centralWidget()->findChildren<QAbstractButton *>(
             QRegularExpression(u"^[a-z].*Button$"_s));
     QCOMPARE(buttons.size(), 11);
     for (const QAbstractButton *button : buttons) {
         QVERIFY2(!button->accessibleName().isEmpty(), qPrintable(button->objectName()));
         QVERIFY2(!button->toolTip().isEmpty(), qPrintable(button->objectName()));
     }
-    QCOMPARE(rig.find<QPushButton>("leftToRightButton").accessibleName(),
+    QCOMPARE(fixture.find<QPushButton>("leftToRightButton").accessibleName(),
              u"Transfer from bank A to bank B"_s);
-    QCOMPARE(rig.find<QPushButton>("rightToLeftButton").accessibleName(),
+    QCOMPARE(fixture.find<QPushButton>("rightToLeftButton").accessibleName(),
              u"Transfer from bank B to bank A"_s);
 }
 
 void tst_BVMainWindow::cancelledPreferencesChangeNothing()
 {
-    WindowRig rig;
-    rig.model.warningLevel = 0xF0000005;
-    rig.model.save();
+    WindowFixture fixture;
+    fixture.model.warningLevel = 0xF0000005;
+    fixture.model.save();
     const QStringList before = settings();
-    rig.model.selectedIconSize = 0; // would reach the file with a save
+    fixture.model.selectedIconSize = 0; // would reach the file with a save
     ModalDriver modals;
     modals.answer(tick("checkBoxWarnMove", QDialogButtonBox::Cancel)).escape();
 
-    rig.find<QAction>("actionPreferences").trigger();
-    rig.find<QAction>("actionPreferences").trigger();
+    fixture.find<QAction>("actionPreferences").trigger();
+    fixture.find<QAction>("actionPreferences").trigger();
     QCOMPARE(modals.seen().size(), 2);
-    QCOMPARE(rig.model.warningLevel, 0xF0000005);
+    QCOMPARE(fixture.model.warningLevel, 0xF0000005);
     QCOMPARE(settings(), before);
 }
 
 void tst_BVMainWindow::acceptedPreferencesAreSaved()
 {
-    WindowRig rig;
-    rig.model.warningLevel = 0xF0000005;
-    QVERIFY(rig.show());
+    WindowFixture fixture;
+    fixture.model.warningLevel = 0xF0000005;
+    QVERIFY(fixture.show());
     ModalDriver modals;
     modals.answer(tick("checkBoxWarnMove", QDialogButtonBox::Ok));
 
-    QTest::keyClick(rig.window.get(), Qt::Key_P, Qt::ControlModifier);
+    QTest::keyClick(fixture.window.get(), Qt::Key_P, Qt::ControlModifier);
     QCOMPARE(modals.seen().size(), 1);
-    QCOMPARE(rig.model.warningLevel, 0xF0000007);
+    QCOMPARE(fixture.model.warningLevel, 0xF0000007);
     QVERIFY(settings().contains(u"warningLevel=4026531847"_s));
 }
 
 void tst_BVMainWindow::aboutDialogIsMadeOnce()
 {
-    const WindowRig rig;
-    QCOMPARE(rig.window->findChildren<AboutDialog *>().size(), 1);
+    const WindowFixture fixture;
+    QCOMPARE(fixture.window->findChildren<AboutDialog *>().size(), 1);
     ModalDriver modals;
     modals.press(u"OK"_s).press(u"OK"_s);
-    rig.find<QAction>("actionAbout").trigger();
-    rig.find<QAction>("actionAbout").trigger();
+    fixture.find<QAction>("actionAbout").trigger();
+    fixture.find<QAction>("actionAbout").trigger();
     QCOMPARE(modals.seen().size(), 2);
     QCOMPARE(modals.seen().first().type, u"AboutDialog"_s);
-    QCOMPARE(rig.window->findChildren<AboutDialog *>().size(), 1);
+    QCOMPARE(fixture.window->findChildren<AboutDialog *>().size(), 1);
 }
 
 void tst_BVMainWindow::quitClosesTheWindow_data()
@@ -223,64 +223,64 @@ void tst_BVMainWindow::quitClosesTheWindow_data()
 void tst_BVMainWindow::quitClosesTheWindow()
 {
     QFETCH(const bool, byKey);
-    WindowRig rig;
-    QVERIFY(rig.show());
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
     if (byKey)
-        QTest::keyClick(rig.window.get(), Qt::Key_Q, Qt::ControlModifier);
+        QTest::keyClick(fixture.window.get(), Qt::Key_Q, Qt::ControlModifier);
     else
-        rig.find<QAction>("actionQuit").trigger();
-    QVERIFY(!rig.window->isVisible());
+        fixture.find<QAction>("actionQuit").trigger();
+    QVERIFY(!fixture.window->isVisible());
 }
 
 void tst_BVMainWindow::signIsVisibleWithOneServer()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    const auto &sign = rig.find<QLabel>("unsyncServers");
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    const auto &sign = fixture.find<QLabel>("unsyncServers");
     QVERIFY(sign.isVisible());
     Server first = sampleServer(u"Stage left"_s, loopback(3));
-    rig.connectServer(first);
+    fixture.connectServer(first);
     QVERIFY(sign.isVisible());
-    rig.connectServer(sampleServer(u"Stage right"_s, loopback(4))); // the same library
+    fixture.connectServer(sampleServer(u"Stage right"_s, loopback(4))); // the same library
     QVERIFY(!sign.isVisible());
     first.hash = hashOf(2);
-    rig.connectServer(first);
+    fixture.connectServer(first);
     QVERIFY(sign.isVisible());
-    rig.window->setSyncWarning(false);
+    fixture.window->setSyncWarning(false);
     QVERIFY(!sign.isVisible());
 }
 
 void tst_BVMainWindow::viewButtonsReachBothBanks()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
     const auto click = [&](const char *name) {
-        QTest::mouseClick(&rig.find<QPushButton>(name), Qt::LeftButton);
-        QVERIFY2(rig.find<QPushButton>(name).isChecked(), name);
+        QTest::mouseClick(&fixture.find<QPushButton>(name), Qt::LeftButton);
+        QVERIFY2(fixture.find<QPushButton>(name).isChecked(), name);
     };
     const auto check = [&](bool listView, QSize icon) {
-        for (const BVServerBank *bank : {&rig.bankA(), &rig.bankB()}) {
+        for (const BVServerBank *bank : {&fixture.bankA(), &fixture.bankB()}) {
             QCOMPARE(listOf(*bank).viewMode(),
                      listView ? QListView::ListMode : QListView::IconMode);
             QCOMPARE(listOf(*bank).iconSize(), icon);
         }
-        QCOMPARE(rig.model.selectedViewMode, listView);
-        QCOMPARE(rig.find<QPushButton>("listModeButton").isChecked(), listView);
-        QCOMPARE(rig.find<QPushButton>("gridModeButton").isChecked(), !listView);
+        QCOMPARE(fixture.model.selectedViewMode, listView);
+        QCOMPARE(fixture.find<QPushButton>("listModeButton").isChecked(), listView);
+        QCOMPARE(fixture.find<QPushButton>("gridModeButton").isChecked(), !listView);
     };
     check(false, {64, 48});
     click("listModeButton");
     click("smallSizeButton");
     check(true, {32, 24});
-    QCOMPARE(rig.model.selectedIconSize, 0);
+    QCOMPARE(fixture.model.selectedIconSize, 0);
     click("largeSizeButton");
     check(true, {128, 96});
-    QCOMPARE(rig.model.selectedIconSize, 2);
-    QVERIFY(!rig.find<QPushButton>("smallSizeButton").isChecked());
+    QCOMPARE(fixture.model.selectedIconSize, 2);
+    QVERIFY(!fixture.find<QPushButton>("smallSizeButton").isChecked());
     click("gridModeButton");
     click("mediumSizeButton");
     check(false, {64, 48});
-    QCOMPARE(rig.model.selectedIconSize, 1);
+    QCOMPARE(fixture.model.selectedIconSize, 1);
 }
 
 void tst_BVMainWindow::storedViewIsChecked_data()
@@ -299,15 +299,15 @@ void tst_BVMainWindow::storedViewIsChecked()
     QFETCH(const bool, listView);
     QFETCH(const int, index);
     QFETCH(const QByteArray, button);
-    WindowRig rig;
-    rig.window.reset();
-    rig.model.selectedViewMode = listView;
-    rig.model.selectedIconSize = index;
-    rig.window = std::make_unique<BVMainWindow>(&rig.model);
-    QVERIFY(rig.find<QPushButton>(listView ? "listModeButton" : "gridModeButton").isChecked());
-    QVERIFY(!rig.find<QPushButton>(listView ? "gridModeButton" : "listModeButton").isChecked());
-    QVERIFY(rig.find<QPushButton>(button.constData()).isChecked());
-    QCOMPARE(rig.model.selectedIconSize, index);
+    WindowFixture fixture;
+    fixture.window.reset();
+    fixture.model.selectedViewMode = listView;
+    fixture.model.selectedIconSize = index;
+    fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
+    QVERIFY(fixture.find<QPushButton>(listView ? "listModeButton" : "gridModeButton").isChecked());
+    QVERIFY(!fixture.find<QPushButton>(listView ? "gridModeButton" : "listModeButton").isChecked());
+    QVERIFY(fixture.find<QPushButton>(button.constData()).isChecked());
+    QCOMPARE(fixture.model.selectedIconSize, index);
 }
 
 QTEST_MAIN(tst_BVMainWindow)

@@ -5,7 +5,7 @@
 #include "Support/Loopback.h"
 #include "Support/Pixels.h"
 #include "Support/Wait.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QCompleter>
 #include <QDialog>
@@ -38,24 +38,26 @@ private slots:
     void textsCanBeRead();
 
 private:
-    static QImage grab(const WindowRig &rig, const QWidget &widget)
+    static QImage grab(const WindowFixture &fixture, const QWidget &widget)
     {
-        const QPoint corner = widget.mapTo(rig.window.get(), QPoint());
-        return rig.window->grab(QRect(corner, widget.size())).toImage();
+        const QPoint corner = widget.mapTo(fixture.window.get(), QPoint());
+        return fixture.window->grab(QRect(corner, widget.size())).toImage();
     }
 };
 
 void tst_BVMainWindowLook::looksDark()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
-    QVERIFY(rig.show());
-    const QImage image = rig.window->grab().toImage();
-    const QWidget *central = rig.window->centralWidget();
-    QCOMPARE(image.pixelColor(central->mapTo(rig.window.get(), QPoint(2, 2))), QColor(39, 45, 52));
-    const QWidget *viewport = listOf(rig.bankA()).viewport();
-    QCOMPARE(image.pixelColor(viewport->mapTo(rig.window.get(), QPoint(1, 1))), QColor(73, 83, 96));
-    QDialog dialog(rig.window.get());
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
+    QVERIFY(fixture.show());
+    const QImage image = fixture.window->grab().toImage();
+    const QWidget *central = fixture.window->centralWidget();
+    QCOMPARE(image.pixelColor(central->mapTo(fixture.window.get(), QPoint(2, 2))),
+             QColor(39, 45, 52));
+    const QWidget *viewport = listOf(fixture.bankA()).viewport();
+    QCOMPARE(image.pixelColor(viewport->mapTo(fixture.window.get(), QPoint(1, 1))),
+             QColor(73, 83, 96));
+    QDialog dialog(fixture.window.get());
     QCOMPARE(dialog.grab().toImage().pixelColor(5, 5), QColor(51, 58, 67));
 }
 
@@ -69,21 +71,21 @@ void tst_BVMainWindowLook::disabledButtonsLookDisabled_data()
 void tst_BVMainWindowLook::disabledButtonsLookDisabled()
 {
     QFETCH(const QByteArray, name);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
-    QVERIFY(rig.show());
-    auto &button = rig.find<QPushButton>(name.constData());
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
+    QVERIFY(fixture.show());
+    auto &button = fixture.find<QPushButton>(name.constData());
     button.setEnabled(true);
-    const double enabled = contrast(grab(rig, button));
+    const double enabled = contrast(grab(fixture, button));
     button.setEnabled(false);
-    QVERIFY(contrast(grab(rig, button)) < enabled / 1.5);
+    QVERIFY(contrast(grab(fixture, button)) < enabled / 1.5);
 }
 
 void tst_BVMainWindowLook::toolTipsCanBeRead()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    auto &button = rig.find<QPushButton>("listModeButton");
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    auto &button = fixture.find<QPushButton>("listModeButton");
     QToolTip::showText(QPoint(50, 50), button.toolTip(), &button);
     const QWidgetList all = QApplication::topLevelWidgets();
     const auto tip = std::find_if(all.begin(), all.end(),
@@ -98,9 +100,9 @@ void tst_BVMainWindowLook::toolTipsCanBeRead()
 /// Where the desktop brings no file dialog of its own, Qt's stands in the dark window.
 void tst_BVMainWindowLook::fileDialogIsDark()
 {
-    WindowRig rig;
-    rig.sandbox.directory().mkpath(u"Loops"_s);
-    QFileDialog dialog(rig.window.get(), {}, rig.sandbox.directory().path());
+    WindowFixture fixture;
+    fixture.sandbox.directory().mkpath(u"Loops"_s);
+    QFileDialog dialog(fixture.window.get(), {}, fixture.sandbox.directory().path());
     dialog.setOption(QFileDialog::DontUseNativeDialog);
     dialog.show();
     QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
@@ -119,11 +121,11 @@ void tst_BVMainWindowLook::fileDialogIsDark()
 /// What is offered under the name box stands in a window of its own.
 void tst_BVMainWindowLook::completionsOfTheFileDialogAreDark()
 {
-    WindowRig rig;
-    const QDir directory(rig.sandbox.directory().filePath(u"clips"_s));
+    WindowFixture fixture;
+    const QDir directory(fixture.sandbox.directory().filePath(u"clips"_s));
     for (int number = 0; number < 12; ++number)
         directory.mkpath(u"Loops %1"_s.arg(number));
-    QFileDialog dialog(rig.window.get(), {}, directory.path());
+    QFileDialog dialog(fixture.window.get(), {}, directory.path());
     dialog.setOption(QFileDialog::DontUseNativeDialog);
     dialog.show();
     QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
@@ -160,15 +162,15 @@ void tst_BVMainWindowLook::textsCanBeRead_data()
 void tst_BVMainWindowLook::textsCanBeRead()
 {
     QFETCH(const QByteArray, widget);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(6)));
-    QVERIFY(rig.show());
-    auto &shown = rig.find<QWidget>(widget.constData());
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(6)));
+    QVERIFY(fixture.show());
+    auto &shown = fixture.find<QWidget>(widget.constData());
     if (auto *menu = qobject_cast<QMenu *>(&shown)) {
         menu->popup(QPoint(100, 100));
         QVERIFY(contrast(menu->grab().toImage()) >= 4.5);
     } else {
-        QVERIFY(contrast(grab(rig, shown)) >= 4.5);
+        QVERIFY(contrast(grab(fixture, shown)) >= 4.5);
     }
 }
 

@@ -4,7 +4,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/Pixels.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -58,8 +58,8 @@ void tst_BVMainWindowSharp::labelsAreSharp()
 {
     QFETCH(const QByteArray, name);
     QFETCH(const QString, path);
-    const WindowRig rig;
-    const QPixmap shown = rig.find<QLabel>(name.constData()).pixmap(Qt::ReturnByValue);
+    const WindowFixture fixture;
+    const QPixmap shown = fixture.find<QLabel>(name.constData()).pixmap(Qt::ReturnByValue);
     QCOMPARE(shown.devicePixelRatio(), 2.0);
     QCOMPARE(pixelsOf(shown), pixelsOf(QImage(path)));
 }
@@ -93,8 +93,8 @@ void tst_BVMainWindowSharp::buttonsAreSharp()
     QFETCH(const QByteArray, button);
     QFETCH(const QString, name);
     QFETCH(const bool, on);
-    const WindowRig rig;
-    const auto &shown = rig.find<QPushButton>(button.constData());
+    const WindowFixture fixture;
+    const auto &shown = fixture.find<QPushButton>(button.constData());
     const QPixmap pixmap = shown.icon().pixmap(shown.iconSize(), shown.devicePixelRatioF(),
                                                QIcon::Normal, on ? QIcon::On : QIcon::Off);
     QCOMPARE(pixelsOf(pixmap), iconFile(name + "@2x"_L1));
@@ -102,20 +102,22 @@ void tst_BVMainWindowSharp::buttonsAreSharp()
 
 void tst_BVMainWindowSharp::backRowIsSharp()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
-    rig.controller().folderChanged(3);
-    const QPixmap shown =
-        listOf(rig.bankA()).item(0)->icon().pixmap(QSize(128, 96), rig.window->devicePixelRatioF());
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
+    fixture.controller().folderChanged(3);
+    const QPixmap shown = listOf(fixture.bankA())
+                              .item(0)
+                              ->icon()
+                              .pixmap(QSize(128, 96), fixture.window->devicePixelRatioF());
     QCOMPARE(pixelsOf(shown), iconFile(u"back@2x"_s));
 }
 
 void tst_BVMainWindowSharp::comboBoxArrowsAreSharp()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
-    QVERIFY(rig.show());
-    const QImage box = pixelsOf(childOf<QComboBox>(rig.bankA(), "serverComboBox").grab());
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
+    QVERIFY(fixture.show());
+    const QImage box = pixelsOf(childOf<QComboBox>(fixture.bankA(), "serverComboBox").grab());
 
     const QImage arrows = iconFile(u"combobox-arrows@2x"_s);
     QVERIFY(!arrows.isNull());

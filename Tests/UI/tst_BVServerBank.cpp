@@ -4,7 +4,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 #include "Support/WireServer.h"
 
 #include <QBoxLayout>
@@ -94,7 +94,7 @@ void tst_BVServerBank::staysOffWithoutController()
 
 void tst_BVServerBank::mirrorsTheBottomRowOfDeckB()
 {
-    const WindowRig rig;
+    const WindowFixture fixture;
     const auto order = [](const BVServerBank &bank) {
         const auto &row = childOf<QHBoxLayout>(bank, "bottomLayout");
         QStringList names;
@@ -102,16 +102,16 @@ void tst_BVServerBank::mirrorsTheBottomRowOfDeckB()
             names.append(row.itemAt(i)->layout() ? row.itemAt(i)->layout()->objectName() : u"-"_s);
         return names;
     };
-    QCOMPARE(order(rig.bankA()), (QStringList{u"buttonLayout"_s, u"-"_s, u"cpugpuLayout"_s}));
-    QCOMPARE(order(rig.bankB()), (QStringList{u"cpugpuLayout"_s, u"-"_s, u"buttonLayout"_s}));
+    QCOMPARE(order(fixture.bankA()), (QStringList{u"buttonLayout"_s, u"-"_s, u"cpugpuLayout"_s}));
+    QCOMPARE(order(fixture.bankB()), (QStringList{u"cpugpuLayout"_s, u"-"_s, u"buttonLayout"_s}));
 }
 
 void tst_BVServerBank::tellsWhatItsControlsDo()
 {
-    const WindowRig rig;
+    const WindowFixture fixture;
     for (const char *name : {"serverComboBox", "mediaListWidget", "removeButton", "addButton"}) {
-        const auto &ofA = childOf<QWidget>(rig.bankA(), name);
-        const auto &ofB = childOf<QWidget>(rig.bankB(), name);
+        const auto &ofA = childOf<QWidget>(fixture.bankA(), name);
+        const auto &ofB = childOf<QWidget>(fixture.bankB(), name);
         QVERIFY2(ofA.accessibleName().contains(u"bank A"), name);
         QVERIFY2(ofB.accessibleName().contains(u"bank B"), name);
         QVERIFY2(ofA.toolTip().contains(u"bank A"), name);
@@ -121,9 +121,9 @@ void tst_BVServerBank::tellsWhatItsControlsDo()
 
 void tst_BVServerBank::emptyServerListDisablesThePanel()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-    BVServerBank &bank = rig.bankA();
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+    BVServerBank &bank = fixture.bankA();
     QVERIFY(bank.isEnabled());
     QVERIFY(!bank.currentServerUuid().isNull());
 
@@ -137,12 +137,12 @@ void tst_BVServerBank::emptyServerListDisablesThePanel()
 
 void tst_BVServerBank::settingServersNeverReportsASelection()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server first = sampleServer(u"Stage left"_s, loopback(2));
     const Server second = sampleServer(u"<b>%1</b>"_s, loopback(3));
-    rig.connectServer(first);
-    rig.connectServer(second);
-    BVServerBank &bank = rig.bankA();
+    fixture.connectServer(first);
+    fixture.connectServer(second);
+    BVServerBank &bank = fixture.bankA();
     const QSignalSpy selections(&bank, &BVServerBank::serverSelectionChanged);
 
     bank.setServers({second.uuid, first.uuid});
@@ -161,20 +161,20 @@ void tst_BVServerBank::settingServersNeverReportsASelection()
 
 void tst_BVServerBank::settingServersSetsAllMarks()
 {
-    const WindowRig rig;
-    rig.bankA().sameMarks.reset();
-    rig.bankA().setServers({});
-    QVERIFY(rig.bankA().sameMarks.all());
+    const WindowFixture fixture;
+    fixture.bankA().sameMarks.reset();
+    fixture.bankA().setServers({});
+    QVERIFY(fixture.bankA().sameMarks.all());
 }
 
 void tst_BVServerBank::selectServerReportsNothing()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server first = sampleServer(u"Stage left"_s, loopback(4));
     const Server second = sampleServer(u"Stage right"_s, loopback(5));
-    rig.connectServer(first);
-    rig.connectServer(second);
-    BVServerBank &bank = rig.bankA();
+    fixture.connectServer(first);
+    fixture.connectServer(second);
+    BVServerBank &bank = fixture.bankA();
     bank.setServers({first.uuid, second.uuid});
     const QSignalSpy selections(&bank, &BVServerBank::serverSelectionChanged);
 
@@ -191,15 +191,15 @@ void tst_BVServerBank::choosingAServerIsReportedAndLogged()
     // Held requests: both servers take the stream's connection and say nothing.
     const WireServer firstPeer(loopback(6));
     const WireServer secondPeer(loopback(7));
-    WindowRig rig;
+    WindowFixture fixture;
     const Server first = sampleServer(u"Stage left"_s, loopback(6));
     const Server second = sampleServer(u"Stage right"_s, loopback(7));
-    rig.connectServer(first);
-    rig.connectServer(second);
-    QVERIFY(rig.show());
+    fixture.connectServer(first);
+    fixture.connectServer(second);
+    QVERIFY(fixture.show());
     LogCapture log;
 
-    for (BVServerBank *bank : {&rig.bankA(), &rig.bankB()}) {
+    for (BVServerBank *bank : {&fixture.bankA(), &fixture.bankB()}) {
         bank->setServers({first.uuid, second.uuid});
         bank->selectServer(first.uuid);
         const QSignalSpy selections(bank, &BVServerBank::serverSelectionChanged);
@@ -261,70 +261,70 @@ void tst_BVServerBank::uploadButtonFollowsTheSelection_data()
 void tst_BVServerBank::uploadButtonFollowsTheSelection()
 {
     QFETCH(const QList<int>, rows);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
     for (const int row : rows)
-        clickRow(rig.bankA(), row, Qt::ControlModifier);
-    QTEST(childOf<QPushButton>(rig.bankA(), "addButton").isEnabled(), "enabled");
-    QVERIFY(childOf<QPushButton>(rig.bankA(), "removeButton").isEnabled());
+        clickRow(fixture.bankA(), row, Qt::ControlModifier);
+    QTEST(childOf<QPushButton>(fixture.bankA(), "addButton").isEnabled(), "enabled");
+    QVERIFY(childOf<QPushButton>(fixture.bankA(), "removeButton").isEnabled());
 }
 
 void tst_BVServerBank::uploadButtonStaysOffAtTheFoldersLevel()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
-    QVERIFY(rig.show());
-    clickRow(rig.bankA(), 3);
-    QCOMPARE(rig.bankA().selectedRows(), QList<int>{3});
-    QVERIFY(!childOf<QPushButton>(rig.bankA(), "addButton").isEnabled());
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
+    QVERIFY(fixture.show());
+    clickRow(fixture.bankA(), 3);
+    QCOMPARE(fixture.bankA().selectedRows(), QList<int>{3});
+    QVERIFY(!childOf<QPushButton>(fixture.bankA(), "addButton").isEnabled());
 }
 
 void tst_BVServerBank::removeButtonNeedsAServerOnly()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
-    const auto &button = childOf<QPushButton>(rig.bankA(), "removeButton");
-    QCOMPARE(rig.bankA().selectedRowCount(), 0);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
+    const auto &button = childOf<QPushButton>(fixture.bankA(), "removeButton");
+    QCOMPARE(fixture.bankA().selectedRowCount(), 0);
     QVERIFY(button.isEnabled());
-    rig.controller().folderChanged(3);
+    fixture.controller().folderChanged(3);
     QVERIFY(button.isEnabled());
 }
 
 void tst_BVServerBank::uploadButtonIsOnAfterAChangeOfContent()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server server = sampleServer(u"Stage left"_s, loopback(11));
-    rig.connectServer(server);
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
-    clickRow(rig.bankA(), 0);
-    const auto &button = childOf<QPushButton>(rig.bankA(), "addButton");
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
+    clickRow(fixture.bankA(), 0);
+    const auto &button = childOf<QPushButton>(fixture.bankA(), "addButton");
     QVERIFY(!button.isEnabled());
 
     // With the thumbnails outstanding the rows and their selection are still there.
     QPixmapCache::remove("thumbnail+"_L1 + hashOf(3));
     const WireServer peer(loopback(11));
-    rig.bankA().serverContentChanged(server.uuid);
-    QCOMPARE(rig.bankA().selectedRows(), QList<int>{0});
-    QVERIFY(!rig.bankA().isEnabled());
-    QVERIFY(button.isEnabledTo(&rig.bankA()));
+    fixture.bankA().serverContentChanged(server.uuid);
+    QCOMPARE(fixture.bankA().selectedRows(), QList<int>{0});
+    QVERIFY(!fixture.bankA().isEnabled());
+    QVERIFY(button.isEnabledTo(&fixture.bankA()));
 }
 
 void tst_BVServerBank::uploadWithTwoRowsSelectedIsLoggedOnly()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server server = sampleServer(u"Stage left"_s, loopback(12));
-    rig.connectServer(server);
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
-    rig.bankA().serverContentChanged(server.uuid);
-    rig.bankA().selectRows({4, 6});
-    const QSignalSpy uploads(&rig.bankA(), &BVServerBank::uploadFile);
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
+    fixture.bankA().serverContentChanged(server.uuid);
+    fixture.bankA().selectRows({4, 6});
+    const QSignalSpy uploads(&fixture.bankA(), &BVServerBank::uploadFile);
     LogCapture log;
 
-    auto &button = childOf<QPushButton>(rig.bankA(), "addButton");
+    auto &button = childOf<QPushButton>(fixture.bankA(), "addButton");
     QVERIFY(button.isEnabled());
     QTest::mouseClick(&button, Qt::LeftButton);
     QCOMPARE(log.texts(), QStringList{u"Logic error - upload enabled but selection is wrong"_s});
@@ -333,21 +333,21 @@ void tst_BVServerBank::uploadWithTwoRowsSelectedIsLoggedOnly()
 
 void tst_BVServerBank::uploadButtonAsksForTheSelectedSlot()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(13));
     server.folders.removeAt(1); // folder 3 now stands at position 2
-    rig.connectServer(server);
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
     QObject receiver;
     QList<QVariant> seen;
-    disconnect(&rig.bankA(), &BVServerBank::uploadFile, &rig.controller(), nullptr);
-    connect(&rig.bankA(), &BVServerBank::uploadFile, &receiver,
+    disconnect(&fixture.bankA(), &BVServerBank::uploadFile, &fixture.controller(), nullptr);
+    connect(&fixture.bankA(), &BVServerBank::uploadFile, &receiver,
             [&](const QUuid &uuid, int folderIndex, int visualIndex) {
                 seen = {uuid, folderIndex, visualIndex};
             });
-    clickRow(rig.bankA(), 10);
-    QTest::mouseClick(&childOf<QPushButton>(rig.bankA(), "addButton"), Qt::LeftButton);
+    clickRow(fixture.bankA(), 10);
+    QTest::mouseClick(&childOf<QPushButton>(fixture.bankA(), "addButton"), Qt::LeftButton);
     QCOMPARE(seen, (QList<QVariant>{server.uuid, 2, 9}));
 }
 

@@ -42,21 +42,21 @@ void tst_BVServerBankDrag::dragAsksForAMoveAndMovesNoRow_data()
 void tst_BVServerBankDrag::dragAsksForAMoveAndMovesNoRow()
 {
     QFETCH(const bool, listView);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-    rig.bankA().setListMode(listView);
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
-    auto &controller = *rig.bankA().findChild<ServerBankController *>();
-    disconnect(&controller, &ServerBankController::moveVisual, &rig.controller(), nullptr);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+    fixture.bankA().setListMode(listView);
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
+    auto &controller = *fixture.bankA().findChild<ServerBankController *>();
+    disconnect(&controller, &ServerBankController::moveVisual, &fixture.controller(), nullptr);
     QSignalSpy moves(&controller, &ServerBankController::moveVisual);
-    const QRect place = listOf(rig.bankA()).visualItemRect(listOf(rig.bankA()).item(4));
+    const QRect place = listOf(fixture.bankA()).visualItemRect(listOf(fixture.bankA()).item(4));
 
-    QVERIFY(dragRow(rig, rig.bankA(), 4, rig.bankA(), 2));
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
     QCOMPARE(moves, (QList<QVariantList>{{3, 1, QVariant::fromValue(ServerDeckA)}}));
-    QCOMPARE(listOf(rig.bankA()).count(), 257);
-    QCOMPARE(listOf(rig.bankA()).item(4)->text(), u"003: Sunset"_s);
-    QCOMPARE(listOf(rig.bankA()).visualItemRect(listOf(rig.bankA()).item(4)), place);
+    QCOMPARE(listOf(fixture.bankA()).count(), 257);
+    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
+    QCOMPARE(listOf(fixture.bankA()).visualItemRect(listOf(fixture.bankA()).item(4)), place);
 }
 
 void tst_BVServerBankDrag::nothingCanBeDraggedAtTheFoldersLevel_data()
@@ -67,25 +67,25 @@ void tst_BVServerBankDrag::nothingCanBeDraggedAtTheFoldersLevel_data()
 void tst_BVServerBankDrag::nothingCanBeDraggedAtTheFoldersLevel()
 {
     QFETCH(const bool, listView);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
-    rig.controller().backToFolders();
-    rig.bankA().setListMode(listView);
-    QVERIFY(!dragRow(rig, rig.bankA(), 3, rig.bankA(), 1));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
+    fixture.controller().backToFolders();
+    fixture.bankA().setListMode(listView);
+    QVERIFY(!dragRow(fixture, fixture.bankA(), 3, fixture.bankA(), 1));
 }
 
 void tst_BVServerBankDrag::rowsCannotBeDroppedOnTheOtherBank()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
-    rig.connectServer(sampleServer(u"Stage right"_s, loopback(4)));
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(3);
-    const QSignalSpy movesA(&listOf(rig.bankA()), &MediaListWidget::moveItem);
-    const QSignalSpy movesB(&listOf(rig.bankB()), &MediaListWidget::moveItem);
-    QVERIFY(dragRow(rig, rig.bankA(), 4, rig.bankB(), 2));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
+    fixture.connectServer(sampleServer(u"Stage right"_s, loopback(4)));
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(3);
+    const QSignalSpy movesA(&listOf(fixture.bankA()), &MediaListWidget::moveItem);
+    const QSignalSpy movesB(&listOf(fixture.bankB()), &MediaListWidget::moveItem);
+    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankB(), 2));
     QCOMPARE(movesA.count(), 0);
     QCOMPARE(movesB.count(), 0);
 }

@@ -5,7 +5,7 @@
 #include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
 #include "Support/Wait.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QListWidget>
 #include <QPushButton>
@@ -17,15 +17,15 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// Two servers in the window, with the keyboard in the list of bank A.
-class KeyStage final
+class KeyFixture final : public WindowFixture
 {
 public:
-    KeyStage()
+    KeyFixture()
     {
-        rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-        rig.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
+        connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        connectServer(sampleServer(u"Stage right"_s, loopback(2)));
     }
-    [[nodiscard]] bool open() { return rig.show() && list.hasFocus(); }
+    [[nodiscard]] bool open() { return show() && list.hasFocus(); }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
     {
         QTest::keyClick(&list, key, modifiers);
@@ -39,9 +39,8 @@ public:
         return rows;
     }
 
-    WindowRig rig;
-    MediaListWidget &list = listOf(rig.bankA());
-    MediaListWidget &otherList = listOf(rig.bankB());
+    MediaListWidget &list = listOf(bankA());
+    MediaListWidget &otherList = listOf(bankB());
 };
 
 constexpr int backRow = 0;
@@ -94,47 +93,47 @@ void tst_BVServerBankKeys::enterOpensTheCurrentFolderAndBackLeadsOut()
     QFETCH(const int, folder);
     const Qt::KeyboardModifiers modifiers =
         key == Qt::Key_Enter ? Qt::KeypadModifier : Qt::NoModifier;
-    KeyStage stage;
-    QVERIFY(stage.open());
-    stage.stepTo(folder);
-    stage.press(key, modifiers);
-    for (const BVServerBank *const bank : {&stage.rig.bankA(), &stage.rig.bankB()}) {
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.stepTo(folder);
+    fixture.press(key, modifiers);
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
         QCOMPARE(bank->currentFolder, folder);
         QCOMPARE(listOf(*bank).count(), 257);
         QCOMPARE(listOf(*bank).currentRow(), backRow);
     }
-    QVERIFY(stage.list.hasFocus());
+    QVERIFY(fixture.list.hasFocus());
 
-    stage.press(key, modifiers);
-    QCOMPARE(stage.rig.bankA().currentFolder, -1);
-    QCOMPARE(stage.rig.bankB().currentFolder, -1);
-    QVERIFY(stage.list.hasFocus());
+    fixture.press(key, modifiers);
+    QCOMPARE(fixture.bankA().currentFolder, -1);
+    QCOMPARE(fixture.bankB().currentFolder, -1);
+    QVERIFY(fixture.list.hasFocus());
 }
 
 void tst_BVServerBankKeys::enterOnASlotDoesNothing()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    stage.rig.controller().folderChanged(3);
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.controller().folderChanged(3);
     for (const int row : {1, 2, 4, 256}) {
-        stage.stepTo(row);
-        stage.press(Qt::Key_Return);
-        QCOMPARE(stage.rig.bankA().currentFolder, 3);
-        QCOMPARE(stage.list.currentRow(), row);
+        fixture.stepTo(row);
+        fixture.press(Qt::Key_Return);
+        QCOMPARE(fixture.bankA().currentFolder, 3);
+        QCOMPARE(fixture.list.currentRow(), row);
     }
 }
 
 void tst_BVServerBankKeys::aKeyHeldDownOpensOnce()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    stage.stepTo(3);
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.stepTo(3);
     for (const bool repeats : {false, true, true}) {
         QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, u"\r"_s, repeats);
-        qt_handleKeyEvent(stage.rig.window->windowHandle(), press.type(), Qt::Key_Return,
+        qt_handleKeyEvent(fixture.window->windowHandle(), press.type(), Qt::Key_Return,
                           Qt::NoModifier, press.text(), repeats);
         QCoreApplication::processEvents();
-        QCOMPARE(stage.rig.bankA().currentFolder, 3);
+        QCOMPARE(fixture.bankA().currentFolder, 3);
     }
 }
 
@@ -150,82 +149,82 @@ void tst_BVServerBankKeys::backLeavesTheFolderFromAnyRow()
 {
     QFETCH(const Qt::Key, key);
     QFETCH(const Qt::KeyboardModifiers, modifiers);
-    KeyStage stage;
-    QVERIFY(stage.open());
-    stage.rig.controller().folderChanged(3);
-    stage.stepTo(200);
-    stage.press(key, modifiers);
-    QCOMPARE(stage.rig.bankA().currentFolder, -1);
-    QCOMPARE(stage.list.currentRow(), 3);
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.controller().folderChanged(3);
+    fixture.stepTo(200);
+    fixture.press(key, modifiers);
+    QCOMPARE(fixture.bankA().currentFolder, -1);
+    QCOMPARE(fixture.list.currentRow(), 3);
 }
 
 void tst_BVServerBankKeys::backDoesNothingAtTheFolders()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    stage.stepTo(3);
-    stage.press(Qt::Key_Backspace);
-    stage.press(Qt::Key_Left, Qt::AltModifier);
-    QCOMPARE(stage.rig.bankA().currentFolder, -1);
-    QCOMPARE(stage.list.currentRow(), 3);
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.stepTo(3);
+    fixture.press(Qt::Key_Backspace);
+    fixture.press(Qt::Key_Left, Qt::AltModifier);
+    QCOMPARE(fixture.bankA().currentFolder, -1);
+    QCOMPARE(fixture.list.currentRow(), 3);
 }
 
 void tst_BVServerBankKeys::deleteAsksLikeTheButton()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
     ModalDriver modals;
     modals.escape().escape();
-    stage.press(Qt::Key_Delete);
-    childOf<QPushButton>(stage.rig.bankA(), "removeButton").click();
+    fixture.press(Qt::Key_Delete);
+    childOf<QPushButton>(fixture.bankA(), "removeButton").click();
     QCOMPARE(modals.seen().size(), 2);
     QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
     QCOMPARE(modals.seen().first().text, modals.seen().last().text);
-    stage.rig.window->activateWindow(); // done by a window manager otherwise
-    EVENTUALLY(stage.list.hasFocus());
+    fixture.window->activateWindow(); // done by a window manager otherwise
+    EVENTUALLY(fixture.list.hasFocus());
 }
 
 void tst_BVServerBankKeys::deleteNeedsTheButtonEnabled()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    auto &button = childOf<QPushButton>(stage.rig.bankA(), "removeButton");
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    auto &button = childOf<QPushButton>(fixture.bankA(), "removeButton");
     const QSignalSpy clicks(&button, &QPushButton::clicked);
     button.setEnabled(false);
-    stage.press(Qt::Key_Delete); // a dialog would be without an answer here, and hang the test
+    fixture.press(Qt::Key_Delete); // a dialog would be without an answer here, and hang the test
     QCOMPARE(clicks.count(), 0);
 }
 
 void tst_BVServerBankKeys::insertPressesTheUploadButton()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    stage.rig.controller().folderChanged(2);
-    const QSignalSpy uploads(&stage.rig.bankA(), &BVServerBank::uploadFile);
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.controller().folderChanged(2);
+    const QSignalSpy uploads(&fixture.bankA(), &BVServerBank::uploadFile);
     ModalDriver modals;
     modals.escape();
-    stage.list.setCurrentRow(9);
-    stage.press(Qt::Key_Insert);
+    fixture.list.setCurrentRow(9);
+    fixture.press(Qt::Key_Insert);
     QCOMPARE(uploads.count(), 1);
     QCOMPARE(modals.seen().first().title, u"Select file for upload"_s);
 
-    stage.list.setCurrentRow(backRow);
-    stage.press(Qt::Key_Insert);
+    fixture.list.setCurrentRow(backRow);
+    fixture.press(Qt::Key_Insert);
     QCOMPARE(uploads.count(), 1);
 }
 
 void tst_BVServerBankKeys::typingSearches()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    QTest::keyClicks(&stage.list, u"sta"_s);
-    QCOMPARE(stage.list.currentRow(), 3);
-    stage.press(Qt::Key_Return);
-    QCOMPARE(stage.rig.bankA().currentFolder, 3);
-    stage.list.keyboardSearch({}); // begins anew, as a pause of the operator does
-    QTest::keyClicks(&stage.list, u"005"_s);
-    QCOMPARE(stage.list.currentItem()->text(), u"005: Harbour"_s);
-    QCOMPARE(stage.selected(stage.rig.bankB()), QList<int>{6});
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    QTest::keyClicks(&fixture.list, u"sta"_s);
+    QCOMPARE(fixture.list.currentRow(), 3);
+    fixture.press(Qt::Key_Return);
+    QCOMPARE(fixture.bankA().currentFolder, 3);
+    fixture.list.keyboardSearch({}); // begins anew, as a pause of the operator does
+    QTest::keyClicks(&fixture.list, u"005"_s);
+    QCOMPARE(fixture.list.currentItem()->text(), u"005: Harbour"_s);
+    QCOMPARE(fixture.selected(fixture.bankB()), QList<int>{6});
 }
 
 void tst_BVServerBankKeys::listKeysWorkInBothViews_data()
@@ -242,74 +241,76 @@ void tst_BVServerBankKeys::listKeysWorkInBothViews()
 {
     QFETCH(const bool, listView);
     QFETCH(const bool, inFolder);
-    KeyStage stage;
-    QVERIFY(stage.open());
-    listView ? stage.rig.controller().setListMode() : stage.rig.controller().setGridMode();
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    listView ? fixture.controller().setListMode() : fixture.controller().setGridMode();
     if (inFolder)
-        stage.rig.controller().folderChanged(3);
+        fixture.controller().folderChanged(3);
     const auto reach = [&](Qt::Key key) {
-        stage.press(key);
-        const int row = stage.list.currentRow();
-        for (const BVServerBank *const bank : {&stage.rig.bankA(), &stage.rig.bankB()})
-            QCOMPARE(stage.selected(*bank), QList<int>{row});
-        QVERIFY(stage.list.viewport()->rect().contains(
-            stage.list.visualItemRect(stage.list.currentItem()).center()));
-        QCOMPARE(stage.otherList.verticalScrollBar()->value(),
-                 stage.list.verticalScrollBar()->value());
+        fixture.press(key);
+        const int row = fixture.list.currentRow();
+        for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()})
+            QCOMPARE(fixture.selected(*bank), QList<int>{row});
+        QVERIFY(fixture.list.viewport()->rect().contains(
+            fixture.list.visualItemRect(fixture.list.currentItem()).center()));
+        QCOMPARE(fixture.otherList.verticalScrollBar()->value(),
+                 fixture.list.verticalScrollBar()->value());
     };
-    const auto rowTop = [&] { return stage.list.visualItemRect(stage.list.currentItem()).top(); };
-    const int last = stage.list.count() - 1;
+    const auto rowTop = [&] {
+        return fixture.list.visualItemRect(fixture.list.currentItem()).top();
+    };
+    const int last = fixture.list.count() - 1;
 
     reach(Qt::Key_Down);
-    const int below = stage.list.currentRow();
+    const int below = fixture.list.currentRow();
     QVERIFY(listView ? below == 1 : below > 1);
     reach(Qt::Key_End);
-    QCOMPARE(stage.list.currentRow(), last);
+    QCOMPARE(fixture.list.currentRow(), last);
     reach(Qt::Key_PageUp);
-    const int pageUp = stage.list.currentRow();
+    const int pageUp = fixture.list.currentRow();
     QVERIFY(pageUp < last - 1);
     reach(Qt::Key_Home);
-    QCOMPARE(stage.list.currentRow(), 0);
+    QCOMPARE(fixture.list.currentRow(), 0);
     reach(Qt::Key_PageDown);
-    QVERIFY(stage.list.currentRow() > below);
+    QVERIFY(fixture.list.currentRow() > below);
     reach(Qt::Key_PageUp);
-    QCOMPARE(stage.list.currentRow(), 0);
+    QCOMPARE(fixture.list.currentRow(), 0);
     if (!listView) {
         const int top = rowTop();
         reach(Qt::Key_Right);
-        QCOMPARE(stage.list.currentRow(), 1);
+        QCOMPARE(fixture.list.currentRow(), 1);
         QCOMPARE(rowTop(), top);
         reach(Qt::Key_Left);
-        QCOMPARE(stage.list.currentRow(), 0);
+        QCOMPARE(fixture.list.currentRow(), 0);
     }
 }
 
 void tst_BVServerBankKeys::rangesAndSingleRowsAreSelectedByKeys()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    stage.rig.controller().setListMode();
-    stage.press(Qt::Key_Down);
-    stage.press(Qt::Key_Down, Qt::ShiftModifier);
-    stage.press(Qt::Key_Down, Qt::ShiftModifier);
-    QCOMPARE(stage.selected(stage.rig.bankB()), (QList<int>{1, 2, 3}));
-    stage.press(Qt::Key_Down, Qt::ControlModifier);
-    stage.press(Qt::Key_Down, Qt::ControlModifier);
-    QCOMPARE(stage.selected(stage.rig.bankB()), (QList<int>{1, 2, 3}));
-    stage.press(Qt::Key_Space, Qt::ControlModifier);
-    QCOMPARE(stage.selected(stage.rig.bankB()), (QList<int>{1, 2, 3, 5}));
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.controller().setListMode();
+    fixture.press(Qt::Key_Down);
+    fixture.press(Qt::Key_Down, Qt::ShiftModifier);
+    fixture.press(Qt::Key_Down, Qt::ShiftModifier);
+    QCOMPARE(fixture.selected(fixture.bankB()), (QList<int>{1, 2, 3}));
+    fixture.press(Qt::Key_Down, Qt::ControlModifier);
+    fixture.press(Qt::Key_Down, Qt::ControlModifier);
+    QCOMPARE(fixture.selected(fixture.bankB()), (QList<int>{1, 2, 3}));
+    fixture.press(Qt::Key_Space, Qt::ControlModifier);
+    QCOMPARE(fixture.selected(fixture.bankB()), (QList<int>{1, 2, 3, 5}));
 }
 
 void tst_BVServerBankKeys::theWayBackLeadsToTheFolderLeft()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    doubleClickRow(stage.rig.bankB(), 40);
-    QCOMPARE(stage.list.currentRow(), backRow);
-    QCOMPARE(stage.otherList.currentRow(), backRow);
-    stage.stepTo(9);
-    doubleClickRow(stage.rig.bankA(), backRow);
-    for (const BVServerBank *const bank : {&stage.rig.bankA(), &stage.rig.bankB()}) {
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    doubleClickRow(fixture.bankB(), 40);
+    QCOMPARE(fixture.list.currentRow(), backRow);
+    QCOMPARE(fixture.otherList.currentRow(), backRow);
+    fixture.stepTo(9);
+    doubleClickRow(fixture.bankA(), backRow);
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
         QCOMPARE(listOf(*bank).currentRow(), 40);
         QCOMPARE(bank->selectedRowCount(), 0);
     }
@@ -326,48 +327,48 @@ void tst_BVServerBankKeys::aRefreshKeepsTheCurrentRow_data()
 void tst_BVServerBankKeys::aRefreshKeepsTheCurrentRow()
 {
     QFETCH(const int, folder);
-    KeyStage stage;
-    QVERIFY(stage.open());
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
     if (folder != -1)
-        stage.rig.controller().folderChanged(folder);
-    stage.stepTo(120);
-    stage.rig.bankA().serverContentChanged(stage.rig.bankA().currentServerUuid());
-    QCOMPARE(stage.list.currentRow(), 120);
-    QVERIFY(stage.list.hasFocus());
+        fixture.controller().folderChanged(folder);
+    fixture.stepTo(120);
+    fixture.bankA().serverContentChanged(fixture.bankA().currentServerUuid());
+    QCOMPARE(fixture.list.currentRow(), 120);
+    QVERIFY(fixture.list.hasFocus());
 }
 
 void tst_BVServerBankKeys::theCurrentRowIsNeverScrolledTo()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    stage.rig.controller().setListMode();
-    stage.stepTo(200);
-    const int scrolled = stage.rig.bankA().scrollPosition();
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    fixture.controller().setListMode();
+    fixture.stepTo(200);
+    const int scrolled = fixture.bankA().scrollPosition();
     QVERIFY(scrolled > 0);
-    stage.rig.bankA().setScrollPosition(30); // as with the wheel
-    for (const auto *const bank : {&stage.rig.bankA(), &stage.rig.bankB()}) {
+    fixture.bankA().setScrollPosition(30); // as with the wheel
+    for (const auto *const bank : {&fixture.bankA(), &fixture.bankB()}) {
         listOf(*bank).setFocus();
-        stage.rig.bankA().serverContentChanged(stage.rig.bankA().currentServerUuid());
-        QCOMPARE(stage.rig.bankA().scrollPosition(), 30);
+        fixture.bankA().serverContentChanged(fixture.bankA().currentServerUuid());
+        QCOMPARE(fixture.bankA().scrollPosition(), 30);
     }
-    stage.rig.controller().folderChanged(3);
-    QCOMPARE(stage.rig.bankA().scrollPosition(), 0);
-    stage.rig.controller().backToFolders();
-    QCOMPARE(stage.rig.bankA().scrollPosition(), 30);
-    QCOMPARE(stage.rig.bankB().scrollPosition(), 30);
+    fixture.controller().folderChanged(3);
+    QCOMPARE(fixture.bankA().scrollPosition(), 0);
+    fixture.controller().backToFolders();
+    QCOMPARE(fixture.bankA().scrollPosition(), 30);
+    QCOMPARE(fixture.bankB().scrollPosition(), 30);
 }
 
 void tst_BVServerBankKeys::aRebuildSelectsNothing()
 {
-    KeyStage stage;
-    QVERIFY(stage.open());
-    const QSignalSpy changesA(&stage.list, &QListWidget::itemSelectionChanged);
-    const QSignalSpy changesB(&stage.otherList, &QListWidget::itemSelectionChanged);
-    stage.rig.controller().folderChanged(3);
-    stage.rig.bankA().serverContentChanged(stage.rig.bankA().currentServerUuid());
-    stage.rig.controller().backToFolders();
+    KeyFixture fixture;
+    QVERIFY(fixture.open());
+    const QSignalSpy changesA(&fixture.list, &QListWidget::itemSelectionChanged);
+    const QSignalSpy changesB(&fixture.otherList, &QListWidget::itemSelectionChanged);
+    fixture.controller().folderChanged(3);
+    fixture.bankA().serverContentChanged(fixture.bankA().currentServerUuid());
+    fixture.controller().backToFolders();
     QCOMPARE(changesA.count() + changesB.count(), 0);
-    QCOMPARE(stage.rig.bankA().selectedRowCount() + stage.rig.bankB().selectedRowCount(), 0);
+    QCOMPARE(fixture.bankA().selectedRowCount() + fixture.bankB().selectedRowCount(), 0);
 }
 
 QTEST_MAIN(tst_BVServerBankKeys)

@@ -3,7 +3,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QListWidget>
 #include <QPainter>
@@ -55,20 +55,20 @@ private:
 
 void tst_BVServerBankMarks::pictureThatCouldNotBeReadLeavesItsRow()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
-    rig.controller().folderChanged(3);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
+    fixture.controller().folderChanged(3);
     QPixmapCache::clear();
-    rig.bankA().folderChanged(3, QList<QPixmap>(256));
-    QCOMPARE(listOf(rig.bankA()).item(4)->text(), u"003: Sunset"_s);
-    QVERIFY(listOf(rig.bankA()).item(4)->icon().pixmap(64, 48).isNull());
+    fixture.bankA().folderChanged(3, QList<QPixmap>(256));
+    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
+    QVERIFY(listOf(fixture.bankA()).item(4)->icon().pixmap(64, 48).isNull());
 }
 
 void tst_BVServerBankMarks::marksTellWhatDiffers()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
-    BVServerBank &bank = rig.bankA();
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
+    BVServerBank &bank = fixture.bankA();
     const QImage same = marked(icon(u"folder.png"_s), u"yes.png"_s);
     const QImage different = marked(icon(u"folder.png"_s), u"no.png"_s);
     QVERIFY(same != different);
@@ -92,10 +92,10 @@ void tst_BVServerBankMarks::markFillsTheLowerRightQuarter_data()
 void tst_BVServerBankMarks::markFillsTheLowerRightQuarter()
 {
     QFETCH(const QSize, size);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
-    BVServerBank &bank = rig.bankA();
-    rig.controller().folderChanged(3);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
+    BVServerBank &bank = fixture.bankA();
+    fixture.controller().folderChanged(3);
     QPixmapCache::clear();
     QPixmap plain(size);
     plain.fill(Qt::magenta);
@@ -118,20 +118,20 @@ void tst_BVServerBankMarks::markFillsTheLowerRightQuarter()
 
 void tst_BVServerBankMarks::headerRowsHaveNoMark()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
-    rig.controller().folderChanged(3);
-    QCOMPARE(picture(rig.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
-    QCOMPARE(picture(rig.bankA(), 1), QPixmap::fromImage(icon(u"no_visual.png"_s)).toImage());
-    QCOMPARE(picture(rig.bankA(), 2), marked(icon(u"background.png"_s), u"yes.png"_s));
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
+    fixture.controller().folderChanged(3);
+    QCOMPARE(picture(fixture.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
+    QCOMPARE(picture(fixture.bankA(), 1), QPixmap::fromImage(icon(u"no_visual.png"_s)).toImage());
+    QCOMPARE(picture(fixture.bankA(), 2), marked(icon(u"background.png"_s), u"yes.png"_s));
 }
 
 void tst_BVServerBankMarks::aVisualKeepsTheFirstPictureOfItsSlot()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
-    BVServerBank &bank = rig.bankA();
-    rig.controller().folderChanged(3);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
+    BVServerBank &bank = fixture.bankA();
+    fixture.controller().folderChanged(3);
     QPixmapCache::clear();
     QPixmap own(64, 48);
     own.fill(Qt::magenta);

@@ -3,7 +3,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QComboBox>
 #include <QElapsedTimer>
@@ -108,22 +108,22 @@ private slots:
 
 private:
     /// A window with one server, whose folder 0 holds this name in slot 7.
-    static void openFolderWith(WindowRig &rig, const QString &name)
+    static void openFolderWith(WindowFixture &fixture, const QString &name)
     {
         Server server = sampleServer(u"Stage left"_s, loopback(30));
         Visual odd = visual(7, {}, 7);
         odd.name = name;
         server.folders[0].files = {odd};
-        rig.connectServer(server);
-        QVERIFY(rig.show());
-        rig.controller().folderChanged(0);
-        QVERIFY(rig.bankA().isEnabled());
+        fixture.connectServer(server);
+        QVERIFY(fixture.show());
+        fixture.controller().folderChanged(0);
+        QVERIFY(fixture.bankA().isEnabled());
     }
 
     /// The part of a drawn row that holds its text.
-    static QImage textOf(const WindowRig &rig, int number)
+    static QImage textOf(const WindowFixture &fixture, int number)
     {
-        MediaListWidget &list = listOf(rig.bankA());
+        MediaListWidget &list = listOf(fixture.bankA());
         list.scrollToItem(list.item(number));
         QRect place = list.visualItemRect(list.item(number)).adjusted(2, 2, -2, -2);
         if (list.viewMode() == QListView::ListMode)
@@ -153,17 +153,17 @@ void tst_BVServerBankNames::theNumberStaysOnShow_data()
 void tst_BVServerBankNames::theNumberStaysOnShow()
 {
     QFETCH(const QString, title);
-    WindowRig rig;
-    openFolderWith(rig, numbered(title));
-    MediaListWidget &list = listOf(rig.bankA());
+    WindowFixture fixture;
+    openFolderWith(fixture, numbered(title));
+    MediaListWidget &list = listOf(fixture.bankA());
     for (const bool listView : {true, false}) {
         for (const int size : {0, 1, 2}) {
-            rig.bankA().setListMode(listView);
-            rig.bankA().setIconSizeIndex(size);
-            const QImage shown = textOf(rig, row);
+            fixture.bankA().setListMode(listView);
+            fixture.bankA().setIconSizeIndex(size);
+            const QImage shown = textOf(fixture, row);
             const QString text = list.item(row)->text();
             list.item(row)->setText(u"007:"_s);
-            const QImage number = textOf(rig, row);
+            const QImage number = textOf(fixture, row);
             list.item(row)->setText(text);
             QVERIFY2(beginsLike(shown, number), qPrintable(QString::number(size)));
         }
@@ -178,12 +178,12 @@ void tst_BVServerBankNames::nothingIsDrawnBetweenRows_data()
 void tst_BVServerBankNames::nothingIsDrawnBetweenRows()
 {
     QFETCH(const QString, title);
-    WindowRig rig;
-    openFolderWith(rig, numbered(title));
-    MediaListWidget &list = listOf(rig.bankA());
+    WindowFixture fixture;
+    openFolderWith(fixture, numbered(title));
+    MediaListWidget &list = listOf(fixture.bankA());
     const QColor ground(73, 83, 96);
     for (const bool listView : {true, false}) {
-        rig.bankA().setListMode(listView);
+        fixture.bankA().setListMode(listView);
         list.scrollToItem(list.item(row));
         const QRect place = list.visualItemRect(list.item(row));
         QCOMPARE(place.height(), list.visualItemRect(list.item(row - 1)).height());
@@ -201,29 +201,29 @@ void tst_BVServerBankNames::nothingIsDrawnBetweenRows()
 
 void tst_BVServerBankNames::folderRowsKeepTheirNumber()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(31));
     server.folders[1].name = u"001_"_s + u"اسم طويل جدا\n"_s.repeated(50);
-    rig.connectServer(server);
-    QVERIFY(rig.show());
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
     for (const bool listView : {true, false}) {
-        rig.bankA().setListMode(listView);
-        const QImage shown = textOf(rig, 1);
-        const QString text = listOf(rig.bankA()).item(1)->text();
-        listOf(rig.bankA()).item(1)->setText(u"001_"_s);
-        const QImage number = textOf(rig, 1);
-        listOf(rig.bankA()).item(1)->setText(text);
+        fixture.bankA().setListMode(listView);
+        const QImage shown = textOf(fixture, 1);
+        const QString text = listOf(fixture.bankA()).item(1)->text();
+        listOf(fixture.bankA()).item(1)->setText(u"001_"_s);
+        const QImage number = textOf(fixture, 1);
+        listOf(fixture.bankA()).item(1)->setText(text);
         QVERIFY(beginsLike(shown, number));
     }
 }
 
 void tst_BVServerBankNames::rowsThatAreCutOffHaveAToolTip()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const QString name = numbered(u"<b>bold</b> "_s.repeated(9));
-    openFolderWith(rig, name);
-    rig.bankA().setListMode(false);
-    MediaListWidget &list = listOf(rig.bankA());
+    openFolderWith(fixture, name);
+    fixture.bankA().setListMode(false);
+    MediaListWidget &list = listOf(fixture.bankA());
     const auto tipOf = [&](int number) {
         QToolTip::hideText();
         const QPoint place = list.visualItemRect(list.item(number)).center();
@@ -240,15 +240,15 @@ void tst_BVServerBankNames::rowsThatAreCutOffHaveAToolTip()
 
 void tst_BVServerBankNames::namesThatAreCutOffHaveAToolTip()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"<i>S</i>"_s.repeated(14), loopback(33));
     server.folders[1].name = u"<b>folder</b> "_s.repeated(40).chopped(1);
-    rig.connectServer(server);
-    QVERIFY(rig.show());
-    rig.controller().folderChanged(1);
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
+    fixture.controller().folderChanged(1);
     const auto tipOf = [&](const char *name) {
         QToolTip::hideText();
-        auto &widget = childOf<QWidget>(rig.bankA(), name);
+        auto &widget = childOf<QWidget>(fixture.bankA(), name);
         const QPoint place = widget.rect().center();
         QHelpEvent event(QEvent::ToolTip, place, widget.mapToGlobal(place));
         QCoreApplication::sendEvent(&widget, &event);
@@ -263,35 +263,35 @@ void tst_BVServerBankNames::namesThatAreCutOffHaveAToolTip()
 
 void tst_BVServerBankNames::longNamesAreElided()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"W"_s.repeated(115), loopback(32));
     server.folders[1].name = u"W"_s.repeated(5000);
-    rig.connectServer(server);
-    QVERIFY(rig.show());
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
     const auto picture = [&](const char *name) {
-        auto &widget = childOf<QWidget>(rig.bankA(), name);
-        const QPoint corner = widget.mapTo(rig.window.get(), QPoint());
-        return rig.window->grab(QRect(corner, widget.size())).toImage();
+        auto &widget = childOf<QWidget>(fixture.bankA(), name);
+        const QPoint corner = widget.mapTo(fixture.window.get(), QPoint());
+        return fixture.window->grab(QRect(corner, widget.size())).toImage();
     };
     const QImage box = picture("serverComboBox");
     QVERIFY(endsWithEllipsis(box.copy(3, 3, box.width() - 22, box.height() - 6)));
     for (const bool red : {false, true}) {
-        rig.bankA().showFolder(1, red);
+        fixture.bankA().showFolder(1, red);
         QVERIFY(endsWithEllipsis(picture("mediaListFolder")));
     }
 }
 
 void tst_BVServerBankNames::rowsLookTheSameWhileTheBankIsDisabled()
 {
-    WindowRig rig;
-    openFolderWith(rig, numbered(u"Sunset"_s));
-    MediaListWidget &list = listOf(rig.bankA());
-    rig.find<QWidget>("listModeButton").setFocus(); // a disabled list has no frame of focus
-    list.scrollToItem(list.item(row));              // lays the rows out
+    WindowFixture fixture;
+    openFolderWith(fixture, numbered(u"Sunset"_s));
+    MediaListWidget &list = listOf(fixture.bankA());
+    fixture.find<QWidget>("listModeButton").setFocus(); // a disabled list has no frame of focus
+    list.scrollToItem(list.item(row));                  // lays the rows out
     const QPoint picture = list.visualItemRect(list.item(row)).topLeft() + QPoint(20, 10);
     const QImage enabled = list.viewport()->grab().toImage();
     QCOMPARE(enabled.pixelColor(picture), thumbnailOf(7).toImage().pixelColor(0, 0));
-    rig.bankA().setEnabled(false);
+    fixture.bankA().setEnabled(false);
     QCOMPARE(list.viewport()->grab().toImage(), enabled);
 }
 
@@ -299,24 +299,24 @@ void tst_BVServerBankNames::namesAreShownOnOneLine()
 {
     const auto odd = u"One\n\u202Etwo\u2028"_s;
     const auto shown = u"One  two "_s;
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(odd, loopback(34));
     server.folders[1] = folder(1, odd);
     server.folders[1].files = {visual(7, odd, 7)};
-    rig.connectServer(server);
-    QVERIFY(rig.show());
-    const auto &box = childOf<QComboBox>(rig.bankA(), "serverComboBox");
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
+    const auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
     QCOMPARE(box.currentText(), shown);
-    QCOMPARE(listOf(rig.bankA()).item(1)->text(), shown);
-    rig.controller().folderChanged(1);
-    QCOMPARE(listOf(rig.bankA()).item(row)->text(), numbered(shown));
-    const auto &header = childOf<QLabel>(rig.bankA(), "mediaListFolder");
-    rig.bankA().showFolder(1, false);
+    QCOMPARE(listOf(fixture.bankA()).item(1)->text(), shown);
+    fixture.controller().folderChanged(1);
+    QCOMPARE(listOf(fixture.bankA()).item(row)->text(), numbered(shown));
+    const auto &header = childOf<QLabel>(fixture.bankA(), "mediaListFolder");
+    fixture.bankA().showFolder(1, false);
     QCOMPARE(header.text(), u"Library > "_s + shown);
-    rig.bankA().showFolder(1, true);
+    fixture.bankA().showFolder(1, true);
     QVERIFY(header.text().contains(shown));
-    QCOMPARE(rig.bankA().currentServer().name, odd);
-    QCOMPARE(rig.bankA().currentServer().folders.at(1).name, odd);
+    QCOMPARE(fixture.bankA().currentServer().name, odd);
+    QCOMPARE(fixture.bankA().currentServer().folders.at(1).name, odd);
 }
 
 /// Unbounded, each of these steps takes tens of seconds.
@@ -324,18 +324,18 @@ void tst_BVServerBankNames::anEnormousFolderNameFreezesNothing()
 {
     const QString enormous = u"W"_s.repeated(20'000'000);
     const QString shown = u"W"_s.repeated(4096) + u'…';
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(35));
     server.folders[1].name = enormous;
-    rig.connectServer(server);
-    QVERIFY(rig.show());
-    const auto &header = childOf<QLabel>(rig.bankA(), "mediaListFolder");
-    QCOMPARE(listOf(rig.bankA()).item(1)->text(), shown);
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
+    const auto &header = childOf<QLabel>(fixture.bankA(), "mediaListFolder");
+    QCOMPARE(listOf(fixture.bankA()).item(1)->text(), shown);
     for (const bool red : {false, true}) {
         QElapsedTimer timer;
         timer.start();
-        rig.bankA().showFolder(1, red);
-        QVERIFY(!rig.window->grab().isNull());
+        fixture.bankA().showFolder(1, red);
+        QVERIFY(!fixture.window->grab().isNull());
         QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(header.text().contains(shown));
         QVERIFY(header.text().size() < 4200);
@@ -345,18 +345,18 @@ void tst_BVServerBankNames::anEnormousFolderNameFreezesNothing()
 /// What is laid out is bounded by the width of a row, whatever a letter costs.
 void tst_BVServerBankNames::aFolderOfEnormousNamesIsDrawnAtOnce()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(36));
     server.folders[0].files.clear();
     for (int slot = 1; slot < 256; ++slot)
         server.folders[0].files.append(visual(slot, u"ก"_s.repeated(100'000), 7));
-    rig.connectServer(server);
-    QVERIFY(rig.show());
-    rig.window->resize(2000, 2000);
-    rig.bankA().setListMode(false);
-    rig.bankA().setIconSizeIndex(0);
-    rig.controller().folderChanged(0);
-    MediaListWidget &list = listOf(rig.bankA());
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
+    fixture.window->resize(2000, 2000);
+    fixture.bankA().setListMode(false);
+    fixture.bankA().setIconSizeIndex(0);
+    fixture.controller().folderChanged(0);
+    MediaListWidget &list = listOf(fixture.bankA());
     QCOMPARE(list.item(255)->text().size(), 4097);
     QVERIFY(list.viewport()->rect().contains(list.visualItemRect(list.item(255)).center()));
     list.viewport()->grab();                 // loads the font

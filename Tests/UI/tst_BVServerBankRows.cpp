@@ -3,7 +3,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QLabel>
 #include <QListWidget>
@@ -66,31 +66,31 @@ private:
 
 void tst_BVServerBankRows::foldersLevelHasARowForEachFolder()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(1));
     server.folders.append(folder(255, u"Last"_s));
     server.folders.append(folder(256, u"One too many"_s));
-    rig.connectServer(server);
+    fixture.connectServer(server);
 
-    const QStringList rows = texts(rig.bankA());
+    const QStringList rows = texts(fixture.bankA());
     QCOMPARE(rows.size(), 256);
     QCOMPARE(rows.first(), u"Intro"_s);
     QCOMPARE(rows.at(3), u"Stage"_s);
     QCOMPARE(rows.at(4), u"004_Folder"_s);
     QCOMPARE(rows.at(254), u"254_Folder"_s);
     QCOMPARE(rows.last(), u"Last"_s);
-    QCOMPARE(header(rig.bankA()), u"Library"_s);
+    QCOMPARE(header(fixture.bankA()), u"Library"_s);
     for (int row = 0; row < 256; ++row)
-        QCOMPARE(listOf(rig.bankA()).item(row)->type(), row + 1);
+        QCOMPARE(listOf(fixture.bankA()).item(row)->type(), row + 1);
 }
 
 void tst_BVServerBankRows::slotsLevelHasARowForEachSlot()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
-    rig.controller().folderChanged(3);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
+    fixture.controller().folderChanged(3);
 
-    const QStringList rows = texts(rig.bankA());
+    const QStringList rows = texts(fixture.bankA());
     QCOMPARE(rows.size(), 257);
     QCOMPARE(rows.at(0), u"Back"_s);
     QCOMPARE(rows.at(1), u"000: NO VISUAL"_s);
@@ -99,72 +99,72 @@ void tst_BVServerBankRows::slotsLevelHasARowForEachSlot()
     QCOMPARE(rows.at(5), u"004: EMPTY"_s);
     QCOMPARE(rows.at(6), u"005: Harbour"_s);
     QCOMPARE(rows.at(256), u"255: EMPTY"_s);
-    QCOMPARE(header(rig.bankA()), u"Library > Stage"_s);
+    QCOMPARE(header(fixture.bankA()), u"Library > Stage"_s);
 
-    const QListWidget &list = listOf(rig.bankA());
+    const QListWidget &list = listOf(fixture.bankA());
     QCOMPARE(list.item(0)->type(), 0);
     QCOMPARE(list.item(1)->type(), 0);
     QCOMPARE(list.item(2)->type(), 1); // an empty slot has its slot, a file its row
     QCOMPARE(list.item(4)->type(), 4);
-    QVERIFY(rig.bankA().isEnabled());
+    QVERIFY(fixture.bankA().isEnabled());
 }
 
 void tst_BVServerBankRows::folderOfTheOtherServerOnly()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server other = sampleServer(u"Stage right"_s, loopback(4));
     other.folders.append(folder(7, u"Only here"_s));
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
-    rig.connectServer(other);
-    const QSignalSpy requests(&rig.bankA(), &BVServerBank::changeFolder);
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
+    fixture.connectServer(other);
+    const QSignalSpy requests(&fixture.bankA(), &BVServerBank::changeFolder);
 
-    rig.controller().folderChanged(7);
-    QCOMPARE(header(rig.bankA()), u"Library > <b><font color=#FF0000>007_Folder</font></b>"_s);
-    QCOMPARE(header(rig.bankB()), u"Library > <b><font color=#FF0000>Only here</font></b>"_s);
-    const QStringList rows = texts(rig.bankA());
+    fixture.controller().folderChanged(7);
+    QCOMPARE(header(fixture.bankA()), u"Library > <b><font color=#FF0000>007_Folder</font></b>"_s);
+    QCOMPARE(header(fixture.bankB()), u"Library > <b><font color=#FF0000>Only here</font></b>"_s);
+    const QStringList rows = texts(fixture.bankA());
     QCOMPARE(rows.size(), 257);
     QCOMPARE(rows.first(), u"Back"_s);
     QCOMPARE(rows.filter(u": EMPTY"_s).size(), 255);
     QCOMPARE(requests.count(), 0);
-    QVERIFY(rig.bankA().isEnabled());
+    QVERIFY(fixture.bankA().isEnabled());
 }
 
 void tst_BVServerBankRows::rowsCarryNoData()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
-    rig.controller().folderChanged(3);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
+    fixture.controller().folderChanged(3);
     for (int row = 0; row < 257; ++row)
-        QVERIFY(!listOf(rig.bankA()).item(row)->data(Qt::UserRole).isValid());
+        QVERIFY(!listOf(fixture.bankA()).item(row)->data(Qt::UserRole).isValid());
 }
 
 void tst_BVServerBankRows::withoutServerTheListStays()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server server = sampleServer(u"Stage left"_s, loopback(5));
-    rig.connectServer(server);
-    rig.bankA().setServers({server.uuid});
-    QVERIFY(rig.bankA().currentServerUuid().isNull());
-    const QListWidgetItem *const row = listOf(rig.bankA()).item(255);
+    fixture.connectServer(server);
+    fixture.bankA().setServers({server.uuid});
+    QVERIFY(fixture.bankA().currentServerUuid().isNull());
+    const QListWidgetItem *const row = listOf(fixture.bankA()).item(255);
     QVERIFY(row);
-    rig.bankA().showFolder(3, true);
-    QCOMPARE(rig.bankA().currentFolder, 3);
-    QCOMPARE(header(rig.bankA()), u"Library"_s);
-    QCOMPARE(listOf(rig.bankA()).count(), 256);
-    QCOMPARE(listOf(rig.bankA()).item(255), row);
-    rig.bankA().showFolders();
-    QCOMPARE(rig.bankA().currentFolder, -1);
-    QCOMPARE(listOf(rig.bankA()).count(), 0);
+    fixture.bankA().showFolder(3, true);
+    QCOMPARE(fixture.bankA().currentFolder, 3);
+    QCOMPARE(header(fixture.bankA()), u"Library"_s);
+    QCOMPARE(listOf(fixture.bankA()).count(), 256);
+    QCOMPARE(listOf(fixture.bankA()).item(255), row);
+    fixture.bankA().showFolders();
+    QCOMPARE(fixture.bankA().currentFolder, -1);
+    QCOMPARE(listOf(fixture.bankA()).count(), 0);
 }
 
 void tst_BVServerBankRows::staysDisabledUntilTheThumbnailsAreThere()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(4));
     server.addConnection(QHostAddress(loopback(6)), 8);
-    rig.model.upsertServer(server);
-    rig.controller().serverConnected(server.uuid, QHostAddress(loopback(6)));
-    BVServerBank &bank = rig.bankA();
+    fixture.model.upsertServer(server);
+    fixture.controller().serverConnected(server.uuid, QHostAddress(loopback(6)));
+    BVServerBank &bank = fixture.bankA();
     disconnect(&bank, &BVServerBank::changeFolder, nullptr, nullptr);
     const QSignalSpy requests(&bank, &BVServerBank::changeFolder);
 
@@ -183,12 +183,12 @@ void tst_BVServerBankRows::staysDisabledUntilTheThumbnailsAreThere()
 
 void tst_BVServerBankRows::indexOutOfRangeGivesAnEmptyFolder()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
-    rig.controller().folderChanged(3);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
+    fixture.controller().folderChanged(3);
     for (const int index : {-1, 4, 100000}) {
-        rig.bankA().folderChanged(index, {});
-        QCOMPARE(texts(rig.bankA()).filter(u": EMPTY"_s).size(), 255);
+        fixture.bankA().folderChanged(index, {});
+        QCOMPARE(texts(fixture.bankA()).filter(u": EMPTY"_s).size(), 255);
     }
 }
 
@@ -206,17 +206,17 @@ void tst_BVServerBankRows::headerShowsTheNameAsItIs_data()
 void tst_BVServerBankRows::headerShowsTheNameAsItIs()
 {
     QFETCH(const QString, name);
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(12));
     server.folders[1].name = name;
-    rig.connectServer(server);
-    const auto &label = childOf<QLabel>(rig.bankA(), "mediaListFolder");
+    fixture.connectServer(server);
+    const auto &label = childOf<QLabel>(fixture.bankA(), "mediaListFolder");
 
-    rig.bankA().showFolder(1, false);
+    fixture.bankA().showFolder(1, false);
     QCOMPARE(label.textFormat(), Qt::PlainText);
     QCOMPARE(label.text(), u"Library > "_s + name);
 
-    rig.bankA().showFolder(1, true);
+    fixture.bankA().showFolder(1, true);
     QCOMPARE(label.textFormat(), Qt::RichText);
     QCOMPARE(label.text(),
              u"Library > <b><font color=#FF0000>"_s + name.toHtmlEscaped() + u"</font></b>"_s);
@@ -224,73 +224,73 @@ void tst_BVServerBankRows::headerShowsTheNameAsItIs()
     document.setHtml(label.text());
     QCOMPARE(document.toPlainText(), u"Library > "_s + name);
 
-    rig.bankA().showFolders();
+    fixture.bankA().showFolders();
     QCOMPARE(label.textFormat(), Qt::PlainText);
     QCOMPARE(label.text(), u"Library"_s);
 }
 
 void tst_BVServerBankRows::headerStaysRedUntilTheFolderIsLeft()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server server = sampleServer(u"Stage left"_s, loopback(13));
-    rig.connectServer(server);
-    rig.bankA().showFolder(3, true);
-    rig.bankA().serverContentChanged(server.uuid);
-    QVERIFY(header(rig.bankA()).contains(u"color=#FF0000"));
-    rig.bankA().showFolders();
-    rig.bankA().showFolder(3, false);
-    QCOMPARE(header(rig.bankA()), u"Library > Stage"_s);
+    fixture.connectServer(server);
+    fixture.bankA().showFolder(3, true);
+    fixture.bankA().serverContentChanged(server.uuid);
+    QVERIFY(header(fixture.bankA()).contains(u"color=#FF0000"));
+    fixture.bankA().showFolders();
+    fixture.bankA().showFolder(3, false);
+    QCOMPARE(header(fixture.bankA()), u"Library > Stage"_s);
 }
 
 void tst_BVServerBankRows::longNamesMoveNothing()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"S"_s.repeated(5000), loopback(14));
     server.folders[1].name = u"wide "_s.repeated(2000);
     server.folders[2].name = u"tall\n"_s.repeated(2000);
-    rig.connectServer(server);
-    QVERIFY(rig.show());
-    const QSize size = rig.window->size();
-    const QRect place = listOf(rig.bankA()).geometry();
+    fixture.connectServer(server);
+    QVERIFY(fixture.show());
+    const QSize size = fixture.window->size();
+    const QRect place = listOf(fixture.bankA()).geometry();
     for (const int slot : {1, 2}) {
         for (const bool red : {false, true}) {
-            rig.bankA().showFolder(slot, red);
+            fixture.bankA().showFolder(slot, red);
             QCoreApplication::processEvents(); // the layouts follow the label
-            QCOMPARE(rig.window->size(), size);
-            QCOMPARE(listOf(rig.bankA()).geometry(), place);
+            QCOMPARE(fixture.window->size(), size);
+            QCOMPARE(listOf(fixture.bankA()).geometry(), place);
         }
     }
 }
 
 void tst_BVServerBankRows::contentOfAnotherServerChangesNothing()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(15)));
-    rig.bankA().showFolder(3, false);
-    const QListWidgetItem *row = listOf(rig.bankA()).item(0);
-    rig.bankA().serverContentChanged(QUuid::createUuid());
-    rig.bankA().serverContentChanged({});
-    QCOMPARE(rig.bankA().currentFolder, 3);
-    QCOMPARE(listOf(rig.bankA()).item(0), row);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(15)));
+    fixture.bankA().showFolder(3, false);
+    const QListWidgetItem *row = listOf(fixture.bankA()).item(0);
+    fixture.bankA().serverContentChanged(QUuid::createUuid());
+    fixture.bankA().serverContentChanged({});
+    QCOMPARE(fixture.bankA().currentFolder, 3);
+    QCOMPARE(listOf(fixture.bankA()).item(0), row);
 }
 
 void tst_BVServerBankRows::contentOfTheSelectedServerRedrawsItsLevel()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(16));
-    rig.connectServer(server);
-    BVServerBank &bank = rig.bankA();
+    fixture.connectServer(server);
+    BVServerBank &bank = fixture.bankA();
     server.connected = true;
 
     server.folders[0].name = u"Renamed"_s;
-    rig.model.upsertServer(server);
+    fixture.model.upsertServer(server);
     bank.serverContentChanged(server.uuid);
     QCOMPARE(bank.currentFolder, -1);
     QCOMPARE(texts(bank).first(), u"Renamed"_s);
 
     bank.showFolder(3, false);
     server.folders[3].files.clear();
-    rig.model.upsertServer(server);
+    fixture.model.upsertServer(server);
     bank.serverContentChanged(server.uuid);
     QCOMPARE(bank.currentFolder, 3);
     QCOMPARE(texts(bank).at(4), u"003: EMPTY"_s);
@@ -298,13 +298,13 @@ void tst_BVServerBankRows::contentOfTheSelectedServerRedrawsItsLevel()
 
 void tst_BVServerBankRows::bankWithoutServerFallsBackToTheFolders()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(17)));
-    rig.controller().folderChanged(3);
-    QCOMPARE(rig.bankB().currentFolder, 3);
-    rig.bankB().serverContentChanged({});
-    QCOMPARE(rig.bankB().currentFolder, -1);
-    QCOMPARE(rig.bankA().currentFolder, 3);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(17)));
+    fixture.controller().folderChanged(3);
+    QCOMPARE(fixture.bankB().currentFolder, 3);
+    fixture.bankB().serverContentChanged({});
+    QCOMPARE(fixture.bankB().currentFolder, -1);
+    QCOMPARE(fixture.bankA().currentFolder, 3);
 }
 
 void tst_BVServerBankRows::sizes_data()
@@ -328,25 +328,26 @@ void tst_BVServerBankRows::sizes()
 {
     QFETCH(const bool, listView);
     QFETCH(const int, index);
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(18)));
-    rig.bankA().setIconSizeIndex(index);
-    rig.bankA().setListMode(listView);
-    const QListWidgetItem *row = listOf(rig.bankA()).item(0);
-    QTEST(listOf(rig.bankA()).iconSize(), "icon");
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(18)));
+    fixture.bankA().setIconSizeIndex(index);
+    fixture.bankA().setListMode(listView);
+    const QListWidgetItem *row = listOf(fixture.bankA()).item(0);
+    QTEST(listOf(fixture.bankA()).iconSize(), "icon");
     QTEST(row->sizeHint(), "hint");
     QTEST(row->font().pointSize(), "points");
-    QCOMPARE(listOf(rig.bankA()).viewMode(), listView ? QListView::ListMode : QListView::IconMode);
-    QCOMPARE(listOf(rig.bankA()).spacing(), 4);
-    QCOMPARE(listOf(rig.bankA()).resizeMode(), QListView::Adjust);
-    QCOMPARE(listOf(rig.bankA()).movement(), QListView::Static);
+    QCOMPARE(listOf(fixture.bankA()).viewMode(),
+             listView ? QListView::ListMode : QListView::IconMode);
+    QCOMPARE(listOf(fixture.bankA()).spacing(), 4);
+    QCOMPARE(listOf(fixture.bankA()).resizeMode(), QListView::Adjust);
+    QCOMPARE(listOf(fixture.bankA()).movement(), QListView::Static);
 }
 
 void tst_BVServerBankRows::everyRowHasTheSameLook()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(19)));
-    BVServerBank &bank = rig.bankA();
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(19)));
+    BVServerBank &bank = fixture.bankA();
     bank.setListMode(false);
     const auto check = [&](int count) {
         QCOMPARE(listOf(bank).count(), count);
@@ -357,17 +358,17 @@ void tst_BVServerBankRows::everyRowHasTheSameLook()
     };
     bank.setIconSizeIndex(2); // rows that exist
     check(256);
-    rig.controller().folderChanged(3); // rows that are made
+    fixture.controller().folderChanged(3); // rows that are made
     check(257);
-    rig.controller().folderChanged(77);
+    fixture.controller().folderChanged(77);
     check(257);
 }
 
 void tst_BVServerBankRows::dragRule()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(20)));
-    BVServerBank &bank = rig.bankA();
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(20)));
+    BVServerBank &bank = fixture.bankA();
     QVERIFY(!listOf(bank).dragEnabled());
     QVERIFY(!listOf(bank).viewport()->acceptDrops());
     for (const bool listView : {true, false, true}) {

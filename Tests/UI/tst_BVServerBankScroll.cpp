@@ -4,7 +4,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QScrollBar>
 
@@ -37,22 +37,22 @@ private:
 };
 
 /// Two servers with full folders in a window, in list view or in icon view.
-class ScrollStage final
+class ScrollFixture final : public WindowFixture
 {
 public:
-    explicit ScrollStage(bool listView)
+    explicit ScrollFixture(bool listView)
     {
-        rig.model.selectedViewMode = listView;
-        rig.connectServer(one);
-        rig.connectServer(two);
+        model.selectedViewMode = listView;
+        connectServer(one);
+        connectServer(two);
         one.connected = two.connected = true;
-        listView ? rig.controller().setListMode() : rig.controller().setGridMode();
+        listView ? controller().setListMode() : controller().setGridMode();
     }
 
-    [[nodiscard]] bool open() { return rig.show() && scrollTo(100); }
+    [[nodiscard]] bool open() { return show() && scrollTo(100); }
     [[nodiscard]] bool scrollTo(int row)
     {
-        rig.bankA().scrollToTop(row);
+        bankA().scrollToTop(row);
         return barA.value() > 0 && inStep();
     }
     [[nodiscard]] bool inStep() const { return barA.value() == barB.value(); }
@@ -60,14 +60,13 @@ public:
     void changeLibrary(const QString &name)
     {
         one.folders[0].name = name;
-        rig.model.upsertServer(one);
+        model.upsertServer(one);
     }
 
     Server one = sampleServer(u"One"_s, loopback(1));
     Server two = sampleServer(u"Two"_s, loopback(2));
-    WindowRig rig;
-    QScrollBar &barA = *listOf(rig.bankA()).verticalScrollBar();
-    QScrollBar &barB = *listOf(rig.bankB()).verticalScrollBar();
+    QScrollBar &barA = *listOf(bankA()).verticalScrollBar();
+    QScrollBar &barB = *listOf(bankB()).verticalScrollBar();
 };
 
 } // namespace
@@ -106,70 +105,70 @@ private:
 void tst_BVServerBankScroll::newContentKeepsThePosition()
 {
     QFETCH(const bool, listView);
-    ScrollStage stage(listView);
-    QVERIFY(stage.open());
+    ScrollFixture fixture(listView);
+    QVERIFY(fixture.open());
     for (const int folder : {-1, 3, 77}) {
         if (folder != -1)
-            stage.rig.controller().folderChanged(folder);
-        QVERIFY(stage.scrollTo(60));
-        const int position = stage.barA.value();
-        for (const QUuid &server : {stage.one.uuid, stage.two.uuid}) {
-            stage.changeLibrary(server.toString());
-            emit stage.rig.controller().serverContentChanged(server);
+            fixture.controller().folderChanged(folder);
+        QVERIFY(fixture.scrollTo(60));
+        const int position = fixture.barA.value();
+        for (const QUuid &server : {fixture.one.uuid, fixture.two.uuid}) {
+            fixture.changeLibrary(server.toString());
+            emit fixture.controller().serverContentChanged(server);
             QCoreApplication::processEvents(); // the rows are laid out
-            QCOMPARE(stage.barA.value(), position);
-            QCOMPARE(stage.barB.value(), position);
+            QCOMPARE(fixture.barA.value(), position);
+            QCOMPARE(fixture.barB.value(), position);
         }
-        stage.rig.controller().serverConnected(stage.one.uuid, QHostAddress(loopback(1)));
+        fixture.controller().serverConnected(fixture.one.uuid, QHostAddress(loopback(1)));
         QCoreApplication::processEvents();
-        QCOMPARE(stage.barA.value(), position);
-        QCOMPARE(stage.barB.value(), position);
+        QCOMPARE(fixture.barA.value(), position);
+        QCOMPARE(fixture.barB.value(), position);
     }
 }
 
 void tst_BVServerBankScroll::enteringAFolderShowsItsTop()
 {
     QFETCH(const bool, listView);
-    ScrollStage stage(listView);
-    QVERIFY(stage.open());
-    const int position = stage.barA.value();
+    ScrollFixture fixture(listView);
+    QVERIFY(fixture.open());
+    const int position = fixture.barA.value();
     for (const int folder : {3, 77}) {
-        stage.rig.controller().folderChanged(folder);
+        fixture.controller().folderChanged(folder);
         QCoreApplication::processEvents();
-        QCOMPARE(stage.barA.value(), 0);
-        QCOMPARE(stage.barB.value(), 0);
-        QVERIFY(stage.scrollTo(60));
-        stage.rig.controller().backToFolders();
+        QCOMPARE(fixture.barA.value(), 0);
+        QCOMPARE(fixture.barB.value(), 0);
+        QVERIFY(fixture.scrollTo(60));
+        fixture.controller().backToFolders();
         QCoreApplication::processEvents();
-        QCOMPARE(stage.barA.value(), position);
-        QCOMPARE(stage.barB.value(), position);
+        QCOMPARE(fixture.barA.value(), position);
+        QCOMPARE(fixture.barB.value(), position);
     }
 }
 
 void tst_BVServerBankScroll::sizeAndViewKeepTheFirstRow()
 {
     QFETCH(const bool, listView);
-    ScrollStage stage(listView);
-    UIController &controller = stage.rig.controller();
-    QVERIFY(stage.open());
+    ScrollFixture fixture(listView);
+    UIController &controller = fixture.controller();
+    QVERIFY(fixture.open());
     const QList<void (UIController::*)()> changes{
         &UIController::setSmallSize,  &UIController::setLargeSize, &UIController::setGridMode,
         &UIController::setMediumSize, &UIController::setListMode,  &UIController::setLargeSize};
     for (const auto change : changes) {
-        const int row = stage.rig.bankA().firstVisibleRow();
+        const int row = fixture.bankA().firstVisibleRow();
         QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
         (controller.*change)();
         QCoreApplication::processEvents();
-        const MediaListWidget &list = listOf(stage.rig.bankA());
+        const MediaListWidget &list = listOf(fixture.bankA());
         const QRect place = list.visualItemRect(list.item(row));
         QVERIFY2(place.top() >= 0 && place.top() < 10, qPrintable(QString::number(place.top())));
-        QVERIFY(stage.inStep());
+        QVERIFY(fixture.inStep());
     }
-    stage.barA.setValue(0);
+    fixture.barA.setValue(0);
     for (const auto change : changes) {
         (controller.*change)();
         QCoreApplication::processEvents();
-        QCOMPARE(stage.barA.value(), 0);
+        QCOMPARE(fixture.barA.value(), 0);
     }
 }
 
@@ -178,11 +177,11 @@ void tst_BVServerBankScroll::aBankOnItsOwnKeepsItsPlace()
 {
     QFETCH(const bool, listView);
     for (const bool isBankA : {true, false}) {
-        ScrollStage stage(listView);
-        UIController &controller = stage.rig.controller();
-        QVERIFY(stage.open());
-        controller.removeServer(isBankA ? stage.two.uuid : stage.one.uuid);
-        const BVServerBank &bank = isBankA ? stage.rig.bankA() : stage.rig.bankB();
+        ScrollFixture fixture(listView);
+        UIController &controller = fixture.controller();
+        QVERIFY(fixture.open());
+        controller.removeServer(isBankA ? fixture.two.uuid : fixture.one.uuid);
+        const BVServerBank &bank = isBankA ? fixture.bankA() : fixture.bankB();
         for (const auto change : {&UIController::setSmallSize, &UIController::setLargeSize}) {
             const int row = bank.firstVisibleRow();
             QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
@@ -198,25 +197,25 @@ void tst_BVServerBankScroll::aBankOnItsOwnKeepsItsPlace()
 void tst_BVServerBankScroll::aLostServerLeavesTheOtherBankInPlace()
 {
     QFETCH(const bool, listView);
-    ScrollStage stage(listView);
-    QVERIFY(stage.open());
-    const int position = stage.barA.value();
-    stage.rig.controller().removeServer(stage.two.uuid);
-    EVENTUALLY_COMPARE(stage.barB.maximum(), 0);
-    QCOMPARE(listOf(stage.rig.bankB()).count(), 0);
-    QCOMPARE(stage.barA.value(), position);
-    EVENTUALLY(!stage.barB.isVisible());
+    ScrollFixture fixture(listView);
+    QVERIFY(fixture.open());
+    const int position = fixture.barA.value();
+    fixture.controller().removeServer(fixture.two.uuid);
+    EVENTUALLY_COMPARE(fixture.barB.maximum(), 0);
+    QCOMPARE(listOf(fixture.bankB()).count(), 0);
+    QCOMPARE(fixture.barA.value(), position);
+    EVENTUALLY(!fixture.barB.isVisible());
 }
 
 void tst_BVServerBankScroll::noPaintingSeesHalfARebuild()
 {
     QFETCH(const bool, listView);
-    ScrollStage stage(listView);
-    QVERIFY(stage.open());
-    const PaintLog log(listOf(stage.rig.bankA()));
-    stage.rig.controller().folderChanged(3);
-    stage.rig.controller().backToFolders();
-    emit stage.rig.controller().serverContentChanged(stage.one.uuid);
+    ScrollFixture fixture(listView);
+    QVERIFY(fixture.open());
+    const PaintLog log(listOf(fixture.bankA()));
+    fixture.controller().folderChanged(3);
+    fixture.controller().backToFolders();
+    emit fixture.controller().serverContentChanged(fixture.one.uuid);
     QVERIFY(log.rows.isEmpty()); // a rebuild paints nothing by itself
     EVENTUALLY(!log.rows.isEmpty());
     QCOMPARE(QSet<int>(log.rows.begin(), log.rows.end()), QSet<int>{256});
@@ -224,13 +223,13 @@ void tst_BVServerBankScroll::noPaintingSeesHalfARebuild()
 
 void tst_BVServerBankScroll::iconsFlowAnewWhenTheWindowGrows()
 {
-    ScrollStage stage(false);
-    QVERIFY(stage.open());
-    const MediaListWidget &list = listOf(stage.rig.bankA());
-    stage.barA.setValue(0);
+    ScrollFixture fixture(false);
+    QVERIFY(fixture.open());
+    const MediaListWidget &list = listOf(fixture.bankA());
+    fixture.barA.setValue(0);
     int columns = 0;
     for (const QSize size : {QSize(1163, 670), QSize(1920, 1040), QSize(3840, 2100)}) {
-        stage.rig.window->resize(size);
+        fixture.window->resize(size);
         EVENTUALLY(list.visualItemRect(list.item(columns)).top() < 10);
         while (columns < 255 && list.visualItemRect(list.item(columns)).top() < 10)
             ++columns;
@@ -238,7 +237,7 @@ void tst_BVServerBankScroll::iconsFlowAnewWhenTheWindowGrows()
         QVERIFY(columns * 80 <= list.viewport()->width());
         QCOMPARE(list.horizontalScrollBar()->maximum(), 0);
         const QRect last = list.visualItemRect(list.item(255));
-        QVERIFY(last.bottom() - stage.barA.maximum() <= list.viewport()->height());
+        QVERIFY(last.bottom() - fixture.barA.maximum() <= list.viewport()->height());
     }
 }
 

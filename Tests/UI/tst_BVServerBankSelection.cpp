@@ -4,7 +4,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QListWidget>
 #include <QScrollBar>
@@ -41,9 +41,9 @@ private:
 
 void tst_BVServerBankSelection::selectedFolderStandsForItsSlots()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(14)));
-    BVServerBank &bank = rig.bankA();
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(14)));
+    BVServerBank &bank = fixture.bankA();
     QCOMPARE(bank.selectedVisuals(false), QList<VisualRef>{});
 
     for (const int row : {3, 200}) { // one that exists, one that doesn't
@@ -60,15 +60,15 @@ void tst_BVServerBankSelection::selectedFolderStandsForItsSlots()
 
 void tst_BVServerBankSelection::selectedSlots()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(15)));
-    BVServerBank &bank = rig.bankA();
-    rig.controller().folderChanged(3);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(15)));
+    BVServerBank &bank = fixture.bankA();
+    fixture.controller().folderChanged(3);
     bank.selectRows({0, 1, 2, 4, 6, 256});
     QCOMPARE(bank.selectedVisuals(false), refs(3, {1, 3, 5, 255}));
     QCOMPARE(bank.selectedVisuals(true), refs(3, {3, 5}));
 
-    rig.controller().folderChanged(77); // on no server
+    fixture.controller().folderChanged(77); // on no server
     bank.selectRows({2});
     QCOMPARE(bank.selectedVisuals(false), refs(-1, {1}));
     QCOMPARE(bank.selectedVisuals(true), QList<VisualRef>{});
@@ -76,36 +76,36 @@ void tst_BVServerBankSelection::selectedSlots()
 
 void tst_BVServerBankSelection::slotsLevelSearchesTheFolderAtThePosition()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(16));
     // Folder 1 stands at position 0, and at position 1 stands folder 4 with slot 9.
     server.folders = {folder(1, u"One"_s, {visual(8, u"Eight"_s, 8)}),
                       folder(4, u"Four"_s, {visual(9, u"Nine"_s, 9)})};
-    rig.connectServer(server);
-    rig.controller().folderChanged(1);
-    rig.bankA().selectRows({9, 10});
-    QCOMPARE(rig.bankA().selectedVisuals(false), refs(0, {8, 9}));
-    QCOMPARE(rig.bankA().selectedVisuals(true), refs(0, {9}));
+    fixture.connectServer(server);
+    fixture.controller().folderChanged(1);
+    fixture.bankA().selectRows({9, 10});
+    QCOMPARE(fixture.bankA().selectedVisuals(false), refs(0, {8, 9}));
+    QCOMPARE(fixture.bankA().selectedVisuals(true), refs(0, {9}));
 }
 
 void tst_BVServerBankSelection::folderBeyondTheLibraryCountsAsEmpty()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(17));
     server.folders = {folder(250, u"Far"_s, {visual(8, u"Eight"_s, 8)})};
-    rig.connectServer(server);
-    rig.controller().folderChanged(250);
-    rig.bankA().selectRows({9});
-    QCOMPARE(rig.bankA().selectedVisuals(false), refs(0, {8}));
-    QCOMPARE(rig.bankA().selectedVisuals(true), QList<VisualRef>{});
-    QCOMPARE(rig.bankA().allVisuals().size(), 254);
+    fixture.connectServer(server);
+    fixture.controller().folderChanged(250);
+    fixture.bankA().selectRows({9});
+    QCOMPARE(fixture.bankA().selectedVisuals(false), refs(0, {8}));
+    QCOMPARE(fixture.bankA().selectedVisuals(true), QList<VisualRef>{});
+    QCOMPARE(fixture.bankA().allVisuals().size(), 254);
 }
 
 void tst_BVServerBankSelection::allVisualsOfTheFoldersLevel()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(18)));
-    const QList<VisualRef> visuals = rig.bankA().allVisuals();
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(18)));
+    const QList<VisualRef> visuals = fixture.bankA().allVisuals();
     QCOMPARE(visuals.size(), 65280);
     QCOMPARE(visuals.first(), VisualRef(0, 1));
     QCOMPARE(visuals.at(255), VisualRef(1, 1));
@@ -114,11 +114,11 @@ void tst_BVServerBankSelection::allVisualsOfTheFoldersLevel()
 
 void tst_BVServerBankSelection::allVisualsOfTheSlotsLevel()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(19)));
-    rig.controller().folderChanged(2);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(19)));
+    fixture.controller().folderChanged(2);
     LogCapture log;
-    const QList<VisualRef> visuals = rig.bankA().allVisuals();
+    const QList<VisualRef> visuals = fixture.bankA().allVisuals();
     QCOMPARE(visuals.size(), 254);
     QCOMPARE(visuals.first(), VisualRef(2, 1));
     QCOMPARE(visuals.last(), VisualRef(2, 254));
@@ -130,9 +130,9 @@ void tst_BVServerBankSelection::allVisualsOfTheSlotsLevel()
 
 void tst_BVServerBankSelection::selectRowsReportsNothing()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(20)));
-    BVServerBank &bank = rig.bankA();
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(20)));
+    BVServerBank &bank = fixture.bankA();
     const QSignalSpy changes(&listOf(bank), &QListWidget::itemSelectionChanged);
     bank.selectRows({1, 2});
     bank.selectRows({255, 256, 3000, -1, 0});
@@ -145,12 +145,12 @@ void tst_BVServerBankSelection::selectRowsReportsNothing()
 
 void tst_BVServerBankSelection::scrollPositionIsThatOfTheSlider()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(21)));
-    QVERIFY(rig.show());
-    rig.bankA().setScrollPosition(40);
-    QCOMPARE(rig.bankA().scrollPosition(), 40);
-    QCOMPARE(listOf(rig.bankA()).verticalScrollBar()->sliderPosition(), 40);
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(21)));
+    QVERIFY(fixture.show());
+    fixture.bankA().setScrollPosition(40);
+    QCOMPARE(fixture.bankA().scrollPosition(), 40);
+    QCOMPARE(listOf(fixture.bankA()).verticalScrollBar()->sliderPosition(), 40);
 }
 
 QTEST_MAIN(tst_BVServerBankSelection)

@@ -5,7 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QAbstractItemView>
 #include <QComboBox>
@@ -32,13 +32,13 @@ private slots:
 
 void tst_BVServerBankStatus::refillsOfferTheServersInTheirOrder()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     QList<QUuid> known;
     for (const QString &name : {u"One"_s, u"Two"_s, u"Three"_s, u"Four"_s}) {
-        rig.connectServer(sampleServer(name, loopback(1)));
-        known.append(rig.model.servers.last()->uuid);
+        fixture.connectServer(sampleServer(name, loopback(1)));
+        known.append(fixture.model.servers.last()->uuid);
     }
-    BVServerBank &bank = rig.bankA();
+    BVServerBank &bank = fixture.bankA();
     const auto &box = childOf<QComboBox>(bank, "serverComboBox");
     const QList<QList<int>> refills{{0, 1, 2, 3}, {1, 3},       {3, 1},    {0, 3, 2, 1}, {2},
                                     {},           {3, 2, 1, 0}, {0, 2, 0}, {0, 2},       {1, 3, 0}};
@@ -50,7 +50,7 @@ void tst_BVServerBankStatus::refillsOfferTheServersInTheirOrder()
         QList<QUuid> offered;
         for (int row = 0; row < box.count(); ++row) {
             offered.append(box.itemData(row).toUuid());
-            QCOMPARE(box.itemText(row), rig.model.connectedServer(offered.last()).name);
+            QCOMPARE(box.itemText(row), fixture.model.connectedServer(offered.last()).name);
         }
         QCOMPARE(offered, wanted);
         QCOMPARE(box.currentIndex(), -1);
@@ -60,12 +60,12 @@ void tst_BVServerBankStatus::refillsOfferTheServersInTheirOrder()
 
 void tst_BVServerBankStatus::aRefillShowsANewName()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     const Server server = sampleServer(u"One"_s, loopback(1));
-    rig.connectServer(server);
-    rig.model.setServerName(server.uuid, u"Uno"_s);
-    rig.bankA().setServers({server.uuid});
-    QCOMPARE(childOf<QComboBox>(rig.bankA(), "serverComboBox").itemText(0), u"Uno"_s);
+    fixture.connectServer(server);
+    fixture.model.setServerName(server.uuid, u"Uno"_s);
+    fixture.bankA().setServers({server.uuid});
+    QCOMPARE(childOf<QComboBox>(fixture.bankA(), "serverComboBox").itemText(0), u"Uno"_s);
 }
 
 void tst_BVServerBankStatus::theOpenListIsAsWideAsItsNames_data()
@@ -83,10 +83,10 @@ void tst_BVServerBankStatus::theOpenListIsAsWideAsItsNames()
     QFETCH(const QString, name);
     QFETCH(const int, narrowest);
     QFETCH(const int, broadest);
-    WindowRig rig;
-    rig.connectServer(sampleServer(name, loopback(1)));
-    QVERIFY(rig.show());
-    auto &box = childOf<QComboBox>(rig.bankA(), "serverComboBox");
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(name, loopback(1)));
+    QVERIFY(fixture.show());
+    auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
     box.showPopup();
     EVENTUALLY(box.view()->isVisible());
     const int width = box.view()->width();
@@ -96,15 +96,15 @@ void tst_BVServerBankStatus::theOpenListIsAsWideAsItsNames()
 
 void tst_BVServerBankStatus::theSameReportSetsNothingAgain()
 {
-    WindowRig rig;
-    rig.connectServer(sampleServer(u"One"_s, loopback(1)));
-    QVERIFY(rig.show());
+    WindowFixture fixture;
+    fixture.connectServer(sampleServer(u"One"_s, loopback(1)));
+    QVERIFY(fixture.show());
     for (const bool connected : {true, false}) {
-        rig.bankA().setConnectionStatus(connected, 59.94F, 1234567);
+        fixture.bankA().setConnectionStatus(connected, 59.94F, 1234567);
         QCoreApplication::processEvents();
         for (const char *name : {"serverStatusLabel", "cpuValueLabel", "gpuValueLabel"}) {
-            const EventCount events(childOf<QLabel>(rig.bankA(), name));
-            rig.bankA().setConnectionStatus(connected, 59.94F, 1234567);
+            const EventCount events(childOf<QLabel>(fixture.bankA(), name));
+            fixture.bankA().setConnectionStatus(connected, 59.94F, 1234567);
             QCoreApplication::processEvents();
             QCOMPARE(events.of(QEvent::StyleChange), 0);
             QCOMPARE(events.of(QEvent::FontChange), 0);
@@ -115,12 +115,12 @@ void tst_BVServerBankStatus::theSameReportSetsNothingAgain()
 
 void tst_BVServerBankStatus::aRateOfAsManyDigitsKeepsItsFont()
 {
-    WindowRig rig;
-    rig.bankA().setConnectionStatus(true, 59.94F, 60);
-    auto &cpu = childOf<QLabel>(rig.bankA(), "cpuValueLabel");
+    WindowFixture fixture;
+    fixture.bankA().setConnectionStatus(true, 59.94F, 60);
+    auto &cpu = childOf<QLabel>(fixture.bankA(), "cpuValueLabel");
     const EventCount events(cpu);
     for (int rate = 10; rate < 90; ++rate)
-        rig.bankA().setConnectionStatus(true, float(rate), 60);
+        fixture.bankA().setConnectionStatus(true, float(rate), 60);
     QCOMPARE(cpu.text(), u"89.00"_s);
     QCOMPARE(events.of(QEvent::FontChange), 0);
     QCOMPARE(events.of(QEvent::StyleChange), 0);
@@ -128,14 +128,14 @@ void tst_BVServerBankStatus::aRateOfAsManyDigitsKeepsItsFont()
 
 void tst_BVServerBankStatus::aLongRateIsShownInSmallerDigits()
 {
-    WindowRig rig;
+    WindowFixture fixture;
     for (const char *name : {"cpuValueLabel", "gpuValueLabel"}) {
-        const auto &label = childOf<QLabel>(rig.bankA(), name);
-        rig.bankA().setConnectionStatus(true, 9, 9);
+        const auto &label = childOf<QLabel>(fixture.bankA(), name);
+        fixture.bankA().setConnectionStatus(true, 9, 9);
         const int size = label.font().pointSize();
-        rig.bankA().setConnectionStatus(true, 1234567, 1234567);
+        fixture.bankA().setConnectionStatus(true, 1234567, 1234567);
         QVERIFY(label.font().pointSize() < size);
-        rig.bankA().setConnectionStatus(true, 9, 9);
+        fixture.bankA().setConnectionStatus(true, 9, 9);
         QCOMPARE(label.font().pointSize(), size);
     }
 }

@@ -10,7 +10,7 @@
 #include "Support/Loopback.h"
 #include "Support/ModalDriver.h"
 #include "Support/Wait.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -83,10 +83,10 @@ private slots:
     void theFocusIsSeen();
 
 private:
-    static void connectTwo(WindowRig &rig)
+    static void connectTwo(WindowFixture &fixture)
     {
-        rig.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-        rig.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        fixture.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
     }
     static QDialog *makeDialog(const QByteArray &name, QWidget *parent)
     {
@@ -107,9 +107,9 @@ private:
 
 void tst_KeyboardFocus::tabFollowsTheEye()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    connectTwo(rig);
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    connectTwo(fixture);
     QStringList expected{u"A.mediaListWidget"_s, u"A.removeButton"_s,    u"A.addButton"_s,
                          u"leftToRightButton"_s, u"rightToLeftButton"_s, u"B.serverComboBox"_s,
                          u"B.mediaListWidget"_s, u"B.removeButton"_s,    u"B.addButton"_s,
@@ -123,10 +123,10 @@ void tst_KeyboardFocus::tabFollowsTheEye()
 
 void tst_KeyboardFocus::tabPassesOverWhatIsDisabled()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    rig.connectServer(sampleServer(u"Stage left"_s, loopback(1))); // nothing for bank B
-    listOf(rig.bankA()).setCurrentRow(3);                          // a folder takes no upload
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1))); // nothing for bank B
+    listOf(fixture.bankA()).setCurrentRow(3);                          // a folder takes no upload
     QCOMPARE(walk(5), (QStringList{u"A.mediaListWidget"_s, u"A.removeButton"_s, u"gridModeButton"_s,
                                    u"mediumSizeButton"_s, u"A.serverComboBox"_s}));
     QCOMPARE(focused(), u"A.mediaListWidget"_s);
@@ -134,75 +134,75 @@ void tst_KeyboardFocus::tabPassesOverWhatIsDisabled()
 
 void tst_KeyboardFocus::arrowsChooseAmongTheViewButtons()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    connectTwo(rig);
-    QTest::keyClick(&listOf(rig.bankA()), Qt::Key_Tab, Qt::ShiftModifier);
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    connectTwo(fixture);
+    QTest::keyClick(&listOf(fixture.bankA()), Qt::Key_Tab, Qt::ShiftModifier);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
     QCOMPARE(focused(), u"mediumSizeButton"_s);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
     QCOMPARE(focused(), u"largeSizeButton"_s);
-    QCOMPARE(rig.model.selectedIconSize, 2);
+    QCOMPARE(fixture.model.selectedIconSize, 2);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
     QCOMPARE(focused(), u"gridModeButton"_s);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
     QCOMPARE(focused(), u"listModeButton"_s);
-    QVERIFY(rig.model.selectedViewMode);
+    QVERIFY(fixture.model.selectedViewMode);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     QCOMPARE(focused(), u"largeSizeButton"_s);
 }
 
 void tst_KeyboardFocus::theMouseLeavesTheKeyboardInTheList()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    connectTwo(rig);
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    connectTwo(fixture);
     ModalDriver modals;
     modals.escape();
-    clickRow(rig.bankB(), 3);
+    clickRow(fixture.bankB(), 3);
     for (const char *const name : {"listModeButton", "largeSizeButton", "leftToRightButton"})
-        QTest::mouseClick(&rig.find<QPushButton>(name), Qt::LeftButton);
-    QTest::mouseClick(&childOf<QPushButton>(rig.bankB(), "removeButton"), Qt::LeftButton);
+        QTest::mouseClick(&fixture.find<QPushButton>(name), Qt::LeftButton);
+    QTest::mouseClick(&childOf<QPushButton>(fixture.bankB(), "removeButton"), Qt::LeftButton);
     QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
-    rig.window->activateWindow(); // done by a window manager otherwise
+    fixture.window->activateWindow(); // done by a window manager otherwise
     EVENTUALLY_COMPARE(focused(), u"B.mediaListWidget"_s);
 }
 
 void tst_KeyboardFocus::theListHasItFromTheFirstServerOn()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
     QCOMPARE(focused(), u"BVMainWindow"_s);
     const Server server = sampleServer(u"Stage left"_s, loopback(1));
-    rig.connectServer(server);
+    fixture.connectServer(server);
     QCOMPARE(focused(), u"A.mediaListWidget"_s);
-    QCOMPARE(listOf(rig.bankA()).currentRow(), 0);
+    QCOMPARE(listOf(fixture.bankA()).currentRow(), 0);
 
-    rig.controller().removeServer(server.uuid);
+    fixture.controller().removeServer(server.uuid);
     QCOMPARE(focused(), u"BVMainWindow"_s);
-    rig.connectServer(server);
+    fixture.connectServer(server);
     QCOMPARE(focused(), u"A.mediaListWidget"_s);
 }
 
 void tst_KeyboardFocus::aRefreshBringsItBackToTheRemoveButton()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    connectTwo(rig);
-    rig.controller().folderChanged(3);
-    childOf<QPushButton>(rig.bankB(), "removeButton").setFocus();
-    connectTwo(rig); // fills the boxes anew, and both lists
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    connectTwo(fixture);
+    fixture.controller().folderChanged(3);
+    childOf<QPushButton>(fixture.bankB(), "removeButton").setFocus();
+    connectTwo(fixture); // fills the boxes anew, and both lists
     QCOMPARE(focused(), u"B.removeButton"_s);
 }
 
 void tst_KeyboardFocus::choosingAServerByKeysKeepsItInTheBox()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    connectTwo(rig);
-    rig.connectServer(sampleServer(u"Foyer"_s, loopback(3)));
-    rig.controller().folderChanged(3);
-    auto &box = childOf<QComboBox>(rig.bankA(), "serverComboBox");
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    connectTwo(fixture);
+    fixture.connectServer(sampleServer(u"Foyer"_s, loopback(3)));
+    fixture.controller().folderChanged(3);
+    auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
     box.setFocus();
     const QString before = box.currentText();
     QTest::keyClick(&box, Qt::Key_Down);
@@ -212,25 +212,25 @@ void tst_KeyboardFocus::choosingAServerByKeysKeepsItInTheBox()
 
 void tst_KeyboardFocus::theMenuIsReachedByF10AndAlt()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    connectTwo(rig);
-    const auto &bar = rig.find<QMenuBar>("menuBar");
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    connectTwo(fixture);
+    const auto &bar = fixture.find<QMenuBar>("menuBar");
     QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
     QTest::ignoreMessage(QtWarningMsg, "This plugin does not support grabbing the keyboard");
-    QTest::keyClick(&listOf(rig.bankA()), Qt::Key_F10);
-    QCOMPARE(QApplication::activePopupWidget(), &rig.find<QMenu>("menuFile"));
+    QTest::keyClick(&listOf(fixture.bankA()), Qt::Key_F10);
+    QCOMPARE(QApplication::activePopupWidget(), &fixture.find<QMenu>("menuFile"));
     QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
     QVERIFY(!QApplication::activePopupWidget());
-    QCOMPARE(bar.activeAction(), rig.find<QMenu>("menuFile").menuAction());
+    QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuFile").menuAction());
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
     QCOMPARE(focused(), u"A.mediaListWidget"_s);
 
-    QTest::keyPress(&listOf(rig.bankA()), Qt::Key_Alt);
-    QTest::keyRelease(&listOf(rig.bankA()), Qt::Key_Alt, Qt::AltModifier);
-    QCOMPARE(bar.activeAction(), rig.find<QMenu>("menuFile").menuAction());
+    QTest::keyPress(&listOf(fixture.bankA()), Qt::Key_Alt);
+    QTest::keyRelease(&listOf(fixture.bankA()), Qt::Key_Alt, Qt::AltModifier);
+    QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuFile").menuAction());
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
-    QCOMPARE(bar.activeAction(), rig.find<QMenu>("menuHelp").menuAction());
+    QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuHelp").menuAction());
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
     QCOMPARE(focused(), u"A.mediaListWidget"_s);
 }
@@ -259,9 +259,9 @@ void tst_KeyboardFocus::tabOfTheDialogs()
 {
     QFETCH(const QByteArray, dialog);
     QFETCH(const QStringList, expected);
-    WindowRig rig;
-    QVERIFY(rig.show());
-    QDialog *const shown = makeDialog(dialog, rig.window.get());
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    QDialog *const shown = makeDialog(dialog, fixture.window.get());
     shown->show();
     EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
     QCOMPARE(walk(int(expected.size())), expected);
@@ -270,9 +270,9 @@ void tst_KeyboardFocus::tabOfTheDialogs()
 
 void tst_KeyboardFocus::tabLeavesTheDetailsOfAnError()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    QDialog *const shown = makeDialog("error with details", rig.window.get());
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    QDialog *const shown = makeDialog("error with details", fixture.window.get());
     shown->show();
     EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
     QTest::keyClick(shown->findChild<QPushButton *>(u"errorDetails"_s), Qt::Key_Space);
@@ -294,9 +294,9 @@ void tst_KeyboardFocus::escapeClosesTheDialogs_data()
 void tst_KeyboardFocus::escapeClosesTheDialogs()
 {
     QFETCH(const QByteArray, dialog);
-    WindowRig rig;
-    QVERIFY(rig.show());
-    QDialog *const shown = makeDialog(dialog, rig.window.get());
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    QDialog *const shown = makeDialog(dialog, fixture.window.get());
     shown->show();
     EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
@@ -306,10 +306,10 @@ void tst_KeyboardFocus::escapeClosesTheDialogs()
 
 void tst_KeyboardFocus::theWarningIsDeclinedByEnterAndEscape()
 {
-    WindowRig rig;
-    QVERIFY(rig.show());
-    connectTwo(rig);
-    listOf(rig.bankA()).setCurrentRow(3);
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    connectTwo(fixture);
+    listOf(fixture.bankA()).setCurrentRow(3);
     ModalDriver modals;
     QStringList way;
     modals.escape().answer([&](QDialog &box) {
@@ -318,14 +318,14 @@ void tst_KeyboardFocus::theWarningIsDeclinedByEnterAndEscape()
         QTest::keyClick(&box, Qt::Key_Return);
     });
     for (int round = 0; round < 2; ++round) {
-        rig.window->activateWindow(); // done by a window manager otherwise
+        fixture.window->activateWindow(); // done by a window manager otherwise
         EVENTUALLY_COMPARE(focused(), u"A.mediaListWidget"_s);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Delete);
     }
     QCOMPARE(modals.seen().size(), 2);
     QCOMPARE(way, (QStringList{u"No"_s, u"Yes, don't ask again"_s, u"Yes"_s}));
     // The one dialog is that of the thumbnails: no removal has begun.
-    QCOMPARE(rig.window->findChildren<BVProgressDialog *>().size(), 1);
+    QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
 }
 
 void tst_KeyboardFocus::theFocusIsSeen_data()
@@ -342,13 +342,13 @@ void tst_KeyboardFocus::theFocusIsSeen_data()
 void tst_KeyboardFocus::theFocusIsSeen()
 {
     QFETCH(const QByteArray, name);
-    WindowRig rig;
-    QVERIFY(rig.show());
-    connectTwo(rig);
-    auto &widget = rig.find<QWidget>(name.constData());
+    WindowFixture fixture;
+    QVERIFY(fixture.show());
+    connectTwo(fixture);
+    auto &widget = fixture.find<QWidget>(name.constData());
     const auto ringPixels = [&] {
         const QImage image =
-            rig.window->grab(QRect(widget.mapTo(rig.window.get(), QPoint()), widget.size()))
+            fixture.window->grab(QRect(widget.mapTo(fixture.window.get(), QPoint()), widget.size()))
                 .toImage();
         int count = 0;
         for (int y = 0; y < image.height(); ++y) {
@@ -357,7 +357,7 @@ void tst_KeyboardFocus::theFocusIsSeen()
         }
         return count;
     };
-    rig.window->setFocus();
+    fixture.window->setFocus();
     const QRect place = widget.geometry();
     const QSize hint = widget.sizeHint();
     const int before = ringPixels();

@@ -3,7 +3,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QAccessible>
 #include <QComboBox>
@@ -46,21 +46,17 @@ Server otherServer(const Server &first)
 }
 
 /// Two servers in the banks that differ in folder 1 and in slot 5 of folder 3.
-class Comparison final
+class MarksFixture final : public WindowFixture
 {
 public:
-    Comparison()
+    MarksFixture()
     {
-        rig.connectServer(left);
-        rig.connectServer(right);
+        connectServer(left);
+        connectServer(right);
     }
-
-    [[nodiscard]] BVServerBank &bankA() const { return rig.bankA(); }
-    [[nodiscard]] BVServerBank &bankB() const { return rig.bankB(); }
 
     Server left = sampleServer(u"Stage left"_s, loopback(101));
     Server right = otherServer(left);
-    WindowRig rig;
 };
 
 } // namespace
@@ -87,48 +83,48 @@ private slots:
 
 void tst_MediaListMarks::foldersSpeakOfTheirMarks()
 {
-    const Comparison comparison;
-    for (const BVServerBank *const bank : {&comparison.bankA(), &comparison.bankB()}) {
+    const MarksFixture fixture;
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
         for (const int row : {0, 1, 2, 3, 4, 255})
             QCOMPARE(description(*bank, row), row == 1 || row == 3 ? differs : same);
     }
-    QCOMPARE(name(comparison.bankB(), 1), u"Others"_s);
+    QCOMPARE(name(fixture.bankB(), 1), u"Others"_s);
 }
 
 void tst_MediaListMarks::slotsSpeakOfTheirMarks()
 {
-    const Comparison comparison;
-    comparison.rig.controller().folderChanged(3);
-    for (const BVServerBank *const bank : {&comparison.bankA(), &comparison.bankB()}) {
+    const MarksFixture fixture;
+    fixture.controller().folderChanged(3);
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
         for (const int row : {2, 4, 5, 6, 7, 256})
             QCOMPARE(description(*bank, row), row == 6 ? differs : same);
     }
     // A folder that only one server has is drawn in another way.
-    comparison.rig.controller().folderChanged(9);
-    QCOMPARE(description(comparison.bankA(), 2), same);
+    fixture.controller().folderChanged(9);
+    QCOMPARE(description(fixture.bankA(), 2), same);
 }
 
 void tst_MediaListMarks::rowsAboveTheSlotsHaveNoMark()
 {
-    const Comparison comparison;
-    comparison.rig.controller().folderChanged(3);
+    const MarksFixture fixture;
+    fixture.controller().folderChanged(3);
     for (const int row : {0, 1})
-        QCOMPARE(description(comparison.bankA(), row), QString());
-    comparison.rig.controller().folderChanged(9);
+        QCOMPARE(description(fixture.bankA(), row), QString());
+    fixture.controller().folderChanged(9);
     for (const int row : {0, 1})
-        QCOMPARE(description(comparison.bankA(), row), QString());
-    comparison.rig.controller().backToFolders();
-    QCOMPARE(description(comparison.bankA(), 0), same);
+        QCOMPARE(description(fixture.bankA(), row), QString());
+    fixture.controller().backToFolders();
+    QCOMPARE(description(fixture.bankA(), 0), same);
 }
 
 void tst_MediaListMarks::marksFollowTheNextComparison()
 {
-    Comparison comparison;
-    QCOMPARE(description(comparison.bankA(), 1), differs);
-    comparison.right.folders = comparison.left.folders;
-    comparison.right.folders[2].name = u"Pictures"_s;
-    comparison.rig.connectServer(comparison.right);
-    for (const BVServerBank *const bank : {&comparison.bankA(), &comparison.bankB()}) {
+    MarksFixture fixture;
+    QCOMPARE(description(fixture.bankA(), 1), differs);
+    fixture.right.folders = fixture.left.folders;
+    fixture.right.folders[2].name = u"Pictures"_s;
+    fixture.connectServer(fixture.right);
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
         for (const int row : {0, 1, 2, 3})
             QCOMPARE(description(*bank, row), row == 2 ? differs : same);
     }
@@ -136,8 +132,8 @@ void tst_MediaListMarks::marksFollowTheNextComparison()
 
 void tst_MediaListMarks::marksAreThoseOfTheRowsOnShow()
 {
-    const Comparison comparison;
-    BVServerBank &bank = comparison.bankA();
+    const MarksFixture fixture;
+    BVServerBank &bank = fixture.bankA();
     // What has not been drawn yet, as while a folder's thumbnails are on their way.
     bank.sameMarks.set().reset(0);
     bank.currentFolder = 3;
@@ -150,30 +146,30 @@ void tst_MediaListMarks::marksAreThoseOfTheRowsOnShow()
 
 void tst_MediaListMarks::oneServerIsComparedWithNothing()
 {
-    Comparison comparison;
-    comparison.rig.controller().removeServer(comparison.right.uuid);
+    MarksFixture fixture;
+    fixture.controller().removeServer(fixture.right.uuid);
     for (const int row : {0, 1, 255})
-        QCOMPARE(description(comparison.bankA(), row), QString());
-    comparison.rig.connectServer(comparison.right);
-    childOf<QComboBox>(comparison.bankB(), "serverComboBox").setCurrentIndex(0);
-    QCOMPARE(description(comparison.bankA(), 1), differs);
+        QCOMPARE(description(fixture.bankA(), row), QString());
+    fixture.connectServer(fixture.right);
+    childOf<QComboBox>(fixture.bankB(), "serverComboBox").setCurrentIndex(0);
+    QCOMPARE(description(fixture.bankA(), 1), differs);
 }
 
 void tst_MediaListMarks::thereIsNoMarkPastTheEnd()
 {
-    const Comparison comparison;
+    const MarksFixture fixture;
     for (const int row : {-1, 256, 257, 100000})
-        QVERIFY(!comparison.bankA().rowMark(row));
-    comparison.rig.controller().folderChanged(3);
+        QVERIFY(!fixture.bankA().rowMark(row));
+    fixture.controller().folderChanged(3);
     for (const int row : {-1, 0, 1, 257})
-        QVERIFY(!comparison.bankA().rowMark(row));
+        QVERIFY(!fixture.bankA().rowMark(row));
 }
 
 void tst_MediaListMarks::rowsCarryNoData()
 {
-    const Comparison comparison;
-    QCOMPARE(description(comparison.bankA(), 1), differs);
-    const QListWidgetItem &row = *listOf(comparison.bankA()).item(1);
+    const MarksFixture fixture;
+    QCOMPARE(description(fixture.bankA(), 1), differs);
+    const QListWidgetItem &row = *listOf(fixture.bankA()).item(1);
     QCOMPARE(row.data(Qt::AccessibleDescriptionRole), differs);
     const QListWidgetItem stored(row); // a copy has only what is stored
     for (const int role : {Qt::AccessibleTextRole, Qt::AccessibleDescriptionRole, Qt::ToolTipRole,
@@ -184,21 +180,21 @@ void tst_MediaListMarks::rowsCarryNoData()
 // A view reports each reset of its rows to a screen reader.
 void tst_MediaListMarks::newMarksAreAnnounced()
 {
-    Comparison comparison;
-    const QSignalSpy spyA(listOf(comparison.bankA()).model(), &QAbstractItemModel::modelReset);
-    const QSignalSpy spyB(listOf(comparison.bankB()).model(), &QAbstractItemModel::modelReset);
-    comparison.right.folders = comparison.left.folders;
-    comparison.rig.connectServer(comparison.right);
+    MarksFixture fixture;
+    const QSignalSpy spyA(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
+    const QSignalSpy spyB(listOf(fixture.bankB()).model(), &QAbstractItemModel::modelReset);
+    fixture.right.folders = fixture.left.folders;
+    fixture.connectServer(fixture.right);
     QVERIFY(!spyA.isEmpty());
     QVERIFY(!spyB.isEmpty());
 }
 
 void tst_MediaListMarks::currentRowIsTheFocusedOne()
 {
-    const Comparison comparison;
-    MediaListWidget &list = listOf(comparison.bankA());
+    const MarksFixture fixture;
+    MediaListWidget &list = listOf(fixture.bankA());
     list.setCurrentRow(2);
-    const QAccessibleInterface &rows = accessible(comparison.bankA());
+    const QAccessibleInterface &rows = accessible(fixture.bankA());
     QCOMPARE(rows.focusChild(), rows.child(2));
     QVERIFY(rows.child(2)->state().focused);
     // What Qt reports of a list's key presses names the row by its number.

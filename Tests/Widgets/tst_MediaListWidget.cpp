@@ -24,10 +24,10 @@ Q_DECLARE_METATYPE(QListView::ViewMode)
 namespace {
 
 /// Two lists side by side, set up as the banks set them up at the slots level.
-class Stage final : public QWidget
+class ListsFixture final : public QWidget
 {
 public:
-    Stage()
+    ListsFixture()
     {
         auto *layout = new QHBoxLayout(this);
         for (auto *list : {&a, &b}) {
@@ -148,16 +148,16 @@ private slots:
     {
         QFETCH(int, dragged);
         QFETCH(int, target);
-        Stage stage;
-        QVERIFY(stage.open());
-        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
-        const auto before = texts(stage.a);
-        stage.drag(stage.at(stage.a, dragged), stage.at(stage.a, target));
-        QVERIFY(stage.dragging);
+        ListsFixture fixture;
+        QVERIFY(fixture.open());
+        QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
+        const auto before = texts(fixture.a);
+        fixture.drag(fixture.at(fixture.a, dragged), fixture.at(fixture.a, target));
+        QVERIFY(fixture.dragging);
         QCOMPARE(spy.size(), 1);
         QTEST(spy.first().at(0).toInt(), "fromIdx");
         QTEST(spy.first().at(1).toInt(), "toIdx");
-        QCOMPARE(texts(stage.a), before);
+        QCOMPARE(texts(fixture.a), before);
     }
 
     void dragNeverMovesARow_data()
@@ -170,85 +170,85 @@ private slots:
     void dragNeverMovesARow()
     {
         QFETCH(QListView::ViewMode, mode);
-        Stage stage;
-        stage.setViewMode(mode);
-        QVERIFY(stage.open());
-        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
-        const auto before = texts(stage.a);
-        const auto place = stage.a.visualItemRect(stage.a.item(2));
-        stage.drag(stage.at(stage.a, 2), stage.at(stage.a, 4));
-        QVERIFY(stage.dragging);
+        ListsFixture fixture;
+        fixture.setViewMode(mode);
+        QVERIFY(fixture.open());
+        QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
+        const auto before = texts(fixture.a);
+        const auto place = fixture.a.visualItemRect(fixture.a.item(2));
+        fixture.drag(fixture.at(fixture.a, 2), fixture.at(fixture.a, 4));
+        QVERIFY(fixture.dragging);
         QCOMPARE(spy.size(), 1);
-        QCOMPARE(texts(stage.a), before);
-        QCOMPARE(stage.a.visualItemRect(stage.a.item(2)), place);
+        QCOMPARE(texts(fixture.a), before);
+        QCOMPARE(fixture.a.visualItemRect(fixture.a.item(2)), place);
     }
 
     void dropOnAGapReportsNothing()
     {
-        Stage stage;
-        QVERIFY(stage.open());
-        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
-        const auto upper = stage.a.visualItemRect(stage.a.item(4));
-        const auto lower = stage.a.visualItemRect(stage.a.item(5));
+        ListsFixture fixture;
+        QVERIFY(fixture.open());
+        QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
+        const auto upper = fixture.a.visualItemRect(fixture.a.item(4));
+        const auto lower = fixture.a.visualItemRect(fixture.a.item(5));
         const QPoint gap(upper.center().x(), (upper.bottom() + lower.top()) / 2);
-        QVERIFY(!stage.a.itemAt(gap));
-        stage.drag(stage.at(stage.a, 2), stage.map(stage.a, gap));
-        QVERIFY(stage.dragging);
+        QVERIFY(!fixture.a.itemAt(gap));
+        fixture.drag(fixture.at(fixture.a, 2), fixture.map(fixture.a, gap));
+        QVERIFY(fixture.dragging);
         QCOMPARE(spy.size(), 0);
     }
 
     void twoSelectedRowsCannotBeDropped()
     {
-        Stage stage;
-        QVERIFY(stage.open());
-        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
-        QTest::mouseClick(stage.windowHandle(), Qt::LeftButton, {}, stage.at(stage.a, 2));
-        QTest::mouseClick(stage.windowHandle(), Qt::LeftButton, Qt::ControlModifier,
-                          stage.at(stage.a, 4));
-        QCOMPARE(stage.a.selectedItems().size(), 2);
-        stage.drag(stage.at(stage.a, 4), stage.at(stage.a, 3));
-        QVERIFY(stage.dragging);
-        QCOMPARE(stage.a.selectedItems().size(), 2);
+        ListsFixture fixture;
+        QVERIFY(fixture.open());
+        QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
+        QTest::mouseClick(fixture.windowHandle(), Qt::LeftButton, {}, fixture.at(fixture.a, 2));
+        QTest::mouseClick(fixture.windowHandle(), Qt::LeftButton, Qt::ControlModifier,
+                          fixture.at(fixture.a, 4));
+        QCOMPARE(fixture.a.selectedItems().size(), 2);
+        fixture.drag(fixture.at(fixture.a, 4), fixture.at(fixture.a, 3));
+        QVERIFY(fixture.dragging);
+        QCOMPARE(fixture.a.selectedItems().size(), 2);
         QCOMPARE(spy.size(), 0);
     }
 
     void dragFromTheOtherListCannotBeDropped()
     {
-        Stage stage;
-        QVERIFY(stage.open());
-        QSignalSpy spyA(&stage.a, &MediaListWidget::moveItem);
-        QSignalSpy spyB(&stage.b, &MediaListWidget::moveItem);
-        const auto before = texts(stage.b);
-        QTest::mouseClick(stage.windowHandle(), Qt::LeftButton, {}, stage.at(stage.b, 2));
-        stage.drag(stage.at(stage.a, 2), stage.at(stage.b, 4));
-        QVERIFY(stage.dragging);
+        ListsFixture fixture;
+        QVERIFY(fixture.open());
+        QSignalSpy spyA(&fixture.a, &MediaListWidget::moveItem);
+        QSignalSpy spyB(&fixture.b, &MediaListWidget::moveItem);
+        const auto before = texts(fixture.b);
+        QTest::mouseClick(fixture.windowHandle(), Qt::LeftButton, {}, fixture.at(fixture.b, 2));
+        fixture.drag(fixture.at(fixture.a, 2), fixture.at(fixture.b, 4));
+        QVERIFY(fixture.dragging);
         QCOMPARE(spyA.size() + spyB.size(), 0);
-        QCOMPARE(texts(stage.a), before);
-        QCOMPARE(texts(stage.b), before);
+        QCOMPARE(texts(fixture.a), before);
+        QCOMPARE(texts(fixture.b), before);
     }
 
     void nothingCanBeDraggedWithDragSwitchedOff()
     {
-        Stage stage;
-        stage.a.setDragEnabled(false);
-        stage.a.viewport()->setAcceptDrops(false);
-        QVERIFY(stage.open());
-        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
-        stage.drag(stage.at(stage.a, 2), stage.at(stage.a, 4));
-        QVERIFY(!stage.dragging);
+        ListsFixture fixture;
+        fixture.a.setDragEnabled(false);
+        fixture.a.viewport()->setAcceptDrops(false);
+        QVERIFY(fixture.open());
+        QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
+        fixture.drag(fixture.at(fixture.a, 2), fixture.at(fixture.a, 4));
+        QVERIFY(!fixture.dragging);
         QCOMPARE(spy.size(), 0);
     }
 
     void dragFromOutsideMayEnterButNotDrop()
     {
-        Stage stage;
-        QVERIFY(stage.open());
-        stage.a.item(2)->setSelected(true);
-        QSignalSpy spy(&stage.a, &MediaListWidget::moveItem);
+        ListsFixture fixture;
+        QVERIFY(fixture.open());
+        fixture.a.item(2)->setSelected(true);
+        QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
         QMimeData data;
         data.setText(u"003: from elsewhere"_s);
-        auto *viewport = stage.a.viewport();
-        const auto pos = stage.a.visualItemRect(stage.a.item(4)).center();
+        auto *viewport = fixture.a.viewport();
+        const auto pos = fixture.a.visualItemRect(fixture.a.item(4)).center();
         QDragEnterEvent enter(pos, Qt::MoveAction, &data, Qt::LeftButton, {});
         QApplication::sendEvent(viewport, &enter);
         QVERIFY(enter.isAccepted());

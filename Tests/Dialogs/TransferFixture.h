@@ -12,9 +12,9 @@
 #include <QTableWidget>
 
 /// A dialog with its widgets at hand.
-struct TransferScreen
+struct TransferFixture
 {
-    explicit TransferScreen(int transfers = 0)
+    explicit TransferFixture(int transfers = 0)
     {
         for (int slot = 1; slot <= transfers; ++slot)
             dialog.addTransfer(0, slot, QStringLiteral("Clips - %1 ").arg(slot));

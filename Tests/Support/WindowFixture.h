@@ -69,11 +69,9 @@ inline Server sampleServer(const QString &name, const QString &address)
 }
 
 /// A real main window over a model that the test fills by hand. No server is on the network.
-class WindowRig final
+class WindowFixture
 {
 public:
-    WindowRig() { window = std::make_unique<BVMainWindow>(&model); }
-
     /// Makes the server known as one that is connected. The first goes to bank A, the second to B.
     void connectServer(const Server &server)
     {
@@ -100,7 +98,7 @@ public:
 
     Sandbox sandbox;
     ApplicationModel model;
-    std::unique_ptr<BVMainWindow> window;
+    std::unique_ptr<BVMainWindow> window = std::make_unique<BVMainWindow>(&model);
 };
 
 /// A child of a bank, by object name.

@@ -3,9 +3,9 @@
 
 #pragma once
 
-#include "ControllerRig.h"
+#include "ControllerFixture.h"
 
-/// The numbers of the marks that say "different".
+/// The numbers of the marks that mean "different".
 inline QList<int> differences(const Marks &marks)
 {
     QList<int> numbers;
@@ -22,19 +22,18 @@ inline QString headerOf(const BVServerBank &bank)
 }
 
 /// Two connected servers with these libraries; nothing is on the network.
-class BrowsingStage final
+class BrowsingFixture : public WindowFixture
 {
 public:
-    BrowsingStage(const QList<MediaFolder> &foldersA, const QList<MediaFolder> &foldersB)
+    BrowsingFixture(const QList<MediaFolder> &foldersA, const QList<MediaFolder> &foldersB)
     {
         one.folders = foldersA;
-        rig.connectServer(one);
+        connectServer(one);
         two.folders = foldersB;
         two.hash = foldersA.size() == foldersB.size() ? one.hash : hashOf(2);
-        rig.connectServer(two);
+        connectServer(two);
     }
 
     Server one = sampleServer(QStringLiteral("One"), loopback(51));
     Server two = sampleServer(QStringLiteral("Two"), loopback(52));
-    WindowRig rig;
 };

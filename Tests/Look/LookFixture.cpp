@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Look/WindowStage.h"
+#include "Look/LookFixture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
 
@@ -83,30 +83,30 @@ QList<View> allViews()
     return {{true, 0}, {true, 1}, {true, 2}, {false, 0}, {false, 1}, {false, 2}};
 }
 
-WindowStage::WindowStage(const QList<Server> &servers, const View &view)
+LookFixture::LookFixture(const QList<Server> &servers, const View &view)
 {
     for (const Server &server : servers)
-        rig.connectServer(server);
-    for (const BVServerBank *bank : {&rig.bankA(), &rig.bankB()}) {
+        connectServer(server);
+    for (const BVServerBank *bank : {&bankA(), &bankB()}) {
         const QUuid uuid = bank->currentServerUuid();
         if (!uuid.isNull())
-            rig.controller().serverUpdateFpsStats(uuid, 59.94F, 60, 60, true);
+            controller().serverUpdateFpsStats(uuid, 59.94F, 60, 60, true);
     }
-    view.choose(*rig.window);
+    view.choose(*window);
     // Away from its position in the previous scene.
     QCursor::setPos(QGuiApplication::primaryScreen()->geometry().bottomRight());
-    rig.window->show();
-    (void)waitForKeyboard(*rig.window);
+    window->show();
+    (void)waitForKeyboard(*window);
 }
 
-bool WindowStage::open(int folder)
+bool LookFixture::open(int folder)
 {
-    rig.controller().folderChanged(folder);
+    controller().folderChanged(folder);
     const auto isOpen = [](const BVServerBank &bank) {
         return bank.currentServerUuid().isNull() ||
                (bank.isEnabled() && listOf(bank).count() == 257);
     };
-    return waitFor([&] { return isOpen(rig.bankA()) && isOpen(rig.bankB()); });
+    return waitFor([&] { return isOpen(bankA()) && isOpen(bankB()); });
 }
 
 QList<Server> usualServers()

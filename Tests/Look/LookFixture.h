@@ -4,7 +4,7 @@
 #pragma once
 
 #include "Look/Picture.h"
-#include "Support/WindowRig.h"
+#include "Support/WindowFixture.h"
 
 #include <QComboBox>
 #include <QPushButton>
@@ -47,17 +47,15 @@ struct View
 [[nodiscard]] QList<View> allViews();
 
 /// The visible main window with connected servers, of which the first two are selected.
-class WindowStage final
+class LookFixture final : public WindowFixture
 {
 public:
-    explicit WindowStage(const QList<Server> &servers, const View &view = {});
+    explicit LookFixture(const QList<Server> &servers, const View &view = {});
 
     /// Opens a folder in both banks and waits until its rows are there.
     [[nodiscard]] bool open(int folder);
 
-    [[nodiscard]] QImage picture() { return pictureOf(*rig.window); }
-
-    WindowRig rig;
+    [[nodiscard]] QImage picture() { return pictureOf(*window); }
 };
 
 /// Two usual servers that differ a little.
