@@ -61,8 +61,8 @@ private slots:
         QList<Visual> files;
         QList<Visual> longFiles;
         for (int slot = 1; slot < 256; ++slot) {
-            files.append(visual(slot, u"Sunset"_s, slot));
-            longFiles.append(visual(slot, u"Sunset over the sea "_s.repeated(500), slot));
+            files.append(cachedVisual(slot, u"Sunset"_s, slot));
+            longFiles.append(cachedVisual(slot, u"Sunset over the sea "_s.repeated(500), slot));
         }
         Server server = sampleServer(u"Stage left"_s, loopback(1));
         server.folders = {folder(0, u"Full"_s, files), folder(1, u"Long names"_s, longFiles)};

@@ -17,7 +17,7 @@ namespace {
 QByteArray fullDocument()
 {
     QJsonArray folders;
-    for (const MediaFolder &folder : Libraries::fullServer(u"clip"_s).folders)
+    for (const MediaFolder &folder : fullServer(u"clip"_s).folders)
         folders.append(folder.toJson());
     return QJsonDocument(QJsonObject{{u"folders"_s, folders}, {u"hash"_s, u"whole"_s}}).toJson();
 }

@@ -6,7 +6,6 @@
 
 #include <QTest>
 
-using namespace Libraries;
 using namespace Qt::Literals::StringLiterals;
 
 /// How long the operator waits for the marks, and for the warning after a click on a transfer

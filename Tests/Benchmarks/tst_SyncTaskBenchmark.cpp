@@ -8,7 +8,6 @@
 #include <QCheckBox>
 #include <QHeaderView>
 
-using namespace Libraries;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {

@@ -15,20 +15,21 @@ public:
     /// Folder 3, "Stage", with visuals in slots 3, 5, 7 and 255, after three empty ones.
     [[nodiscard]] static QList<MediaFolder> library()
     {
-        return {
-            folder(0, QStringLiteral("Intro")), folder(1, QStringLiteral("Loops")),
-            folder(2, QStringLiteral("Stills")),
-            folder(3, QStringLiteral("Stage"),
-                   {visual(3, QStringLiteral("Sunset"), 3), visual(5, QStringLiteral("Harbour"), 5),
-                    visual(7, QStringLiteral("Bridge"), 7),
-                    visual(255, QStringLiteral("Last"), 9)})};
+        return {folder(0, QStringLiteral("Intro")), folder(1, QStringLiteral("Loops")),
+                folder(2, QStringLiteral("Stills")),
+                folder(3, QStringLiteral("Stage"),
+                       {cachedVisual(3, QStringLiteral("Sunset"), 3),
+                        cachedVisual(5, QStringLiteral("Harbour"), 5),
+                        cachedVisual(7, QStringLiteral("Bridge"), 7),
+                        cachedVisual(255, QStringLiteral("Last"), 9)})};
     }
     /// A library without folder 1: row 1 shows folder 2, row 2 shows folder 3.
     [[nodiscard]] static QList<MediaFolder> sparseLibrary()
     {
-        return {folder(0, QStringLiteral("Intro")),
-                folder(2, QStringLiteral("Stills"), {visual(3, QStringLiteral("Sunset"), 3)}),
-                folder(3, QStringLiteral("Stage"), {visual(5, QStringLiteral("Harbour"), 5)})};
+        return {
+            folder(0, QStringLiteral("Intro")),
+            folder(2, QStringLiteral("Stills"), {cachedVisual(3, QStringLiteral("Sunset"), 3)}),
+            folder(3, QStringLiteral("Stage"), {cachedVisual(5, QStringLiteral("Harbour"), 5)})};
     }
 
     [[nodiscard]] bool open(quint32 warnings = 0, const QList<MediaFolder> &folders = library())

@@ -21,8 +21,9 @@ public:
     /// One visual to transfer, and nothing else to do.
     [[nodiscard]] bool open()
     {
-        return open({folder(0, QStringLiteral("Intro"), {visual(1, QStringLiteral("Sunset"), 1)})},
-                    {folder(0, QStringLiteral("Intro"))});
+        return open(
+            {folder(0, QStringLiteral("Intro"), {cachedVisual(1, QStringLiteral("Sunset"), 1)})},
+            {folder(0, QStringLiteral("Intro"))});
     }
     /// Clicks, and waits until the destination has that many sync requests.
     [[nodiscard]] bool start(int count = 1)

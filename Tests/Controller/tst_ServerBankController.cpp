@@ -228,7 +228,7 @@ void tst_ServerBankController::bothBanksLoadByThemselves()
     WireServer secondPeer(loopback(9));
     WindowFixture fixture;
     Server second = sampleServer(u"Stage right"_s, loopback(9));
-    second.folders[3] = folder(3, u"Stage"_s, {visual(7, u"Bridge"_s, 7)});
+    second.folders[3] = folder(3, u"Stage"_s, {cachedVisual(7, u"Bridge"_s, 7)});
     fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
     fixture.connectServer(second);
     QPixmapCache::clear();

@@ -40,7 +40,7 @@ private slots:
 
 void tst_UIControllerBrowsing::equalLibrariesShowNoDifference()
 {
-    const QList<MediaFolder> folders{folder(0, u"a"_s, {visual(1, u"x"_s, 1)})};
+    const QList<MediaFolder> folders{folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})};
     BrowsingFixture fixture(folders, folders);
     QVERIFY(fixture.bankA().sameMarks.all());
     QVERIFY(fixture.bankB().sameMarks.all());
@@ -63,7 +63,8 @@ void tst_UIControllerBrowsing::oneServerShowsTheSignAndNoDifference()
 void tst_UIControllerBrowsing::aFolderOfOneServerDiffersAtBothLevels()
 {
     BrowsingFixture fixture(
-        {folder(0, u"a"_s), folder(7, u"Seven"_s, {visual(1, u"x"_s, 1), visual(2, u"y"_s, 2)})},
+        {folder(0, u"a"_s),
+         folder(7, u"Seven"_s, {cachedVisual(1, u"x"_s, 1), cachedVisual(2, u"y"_s, 2)})},
         {folder(0, u"a"_s)});
     QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{7});
     QCOMPARE(differences(fixture.bankB().sameMarks), QList<int>{7});
@@ -79,8 +80,9 @@ void tst_UIControllerBrowsing::aFolderOfOneServerDiffersAtBothLevels()
 
 void tst_UIControllerBrowsing::equalVisualsUnderAnotherNameShowARedHeaderOnly()
 {
-    BrowsingFixture fixture({folder(0, u"a"_s), folder(1, u"One"_s, {visual(1, u"x"_s, 1)})},
-                            {folder(0, u"a"_s), folder(1, u"Eins"_s, {visual(1, u"x"_s, 1)})});
+    BrowsingFixture fixture(
+        {folder(0, u"a"_s), folder(1, u"One"_s, {cachedVisual(1, u"x"_s, 1)})},
+        {folder(0, u"a"_s), folder(1, u"Eins"_s, {cachedVisual(1, u"x"_s, 1)})});
     QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{1});
     fixture.controller().folderChanged(1);
     QVERIFY(fixture.bankA().sameMarks.all());
@@ -132,7 +134,7 @@ void tst_UIControllerBrowsing::aChangeOfServerStaysInTheFolder()
     fixture.connectServer(sample);
     fixture.controller().folderChanged(3);
     QVERIFY(fixture.connectServer(server, u"Other"_s,
-                                  {folder(3, u"Stage"_s, {visual(3, u"Sunset"_s, 3)})}));
+                                  {folder(3, u"Stage"_s, {cachedVisual(3, u"Sunset"_s, 3)})}));
     QCOMPARE(fixture.bankB().currentServerUuid(), server.uuid);
     QCOMPARE(fixture.bankB().currentFolder, 3);
     QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{5});

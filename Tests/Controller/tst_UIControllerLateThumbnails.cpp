@@ -107,7 +107,7 @@ void tst_UIControllerLateThumbnails::rowsStayAsTheyAre_data()
         doubleClickRow(fixture.bankB(), 77);
     });
     QTest::newRow("a library without the folder") << Event([](auto &fixture) {
-        fixture.one.folders[3] = folder(4, u"Four"_s, {visual(9, u"Nine"_s, 9)});
+        fixture.one.folders[3] = folder(4, u"Four"_s, {cachedVisual(9, u"Nine"_s, 9)});
         fixture.connectServer(fixture.one);
     });
     QTest::newRow("no server chosen after a rename") << Event(
@@ -139,7 +139,7 @@ void tst_UIControllerLateThumbnails::anotherServersVisualsGetNoPicture()
 {
     SlowFixture fixture;
     Server three = sampleServer(u"Three"_s, loopback(3));
-    three.folders[3] = folder(4, u"Four"_s, {visual(9, u"Nine"_s, 9)});
+    three.folders[3] = folder(4, u"Four"_s, {cachedVisual(9, u"Nine"_s, 9)});
     fixture.connectServer(three);
     QVERIFY(fixture.open());
     ControllerFixture::choose(fixture.bankA(), u"Three"_s);

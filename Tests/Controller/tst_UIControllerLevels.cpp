@@ -26,9 +26,9 @@ class LevelFixture final : SilentServers, public BrowsingFixture
 {
 public:
     LevelFixture()
-        : BrowsingFixture(
-              library(u"Stage"_s, {visual(3, u"Sunset"_s, 3), visual(5, u"Harbour"_s, 5)}),
-              library(u"Other"_s, {visual(3, u"Sunset"_s, 3)}))
+        : BrowsingFixture(library(u"Stage"_s, {cachedVisual(3, u"Sunset"_s, 3),
+                                               cachedVisual(5, u"Harbour"_s, 5)}),
+                          library(u"Other"_s, {cachedVisual(3, u"Sunset"_s, 3)}))
     {
     }
 
@@ -139,7 +139,7 @@ void tst_UIControllerLevels::aFirstServerJoinsTheFolder()
     fixture.connectServer(one); // any refresh of the lists
     QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
     Server two = sampleServer(u"Two"_s, loopback(52));
-    two.folders = LevelFixture::library(u"Other"_s, {visual(3, u"Sunset"_s, 3)});
+    two.folders = LevelFixture::library(u"Other"_s, {cachedVisual(3, u"Sunset"_s, 3)});
     fixture.connectServer(two);
     holdInFolder(fixture.bankA());
     holdInFolder(fixture.bankB());
@@ -264,7 +264,7 @@ void tst_UIControllerLevels::aNewLibraryKeepsTheFolderOfTheBankThatIsLeft()
     fixture.enter(3);
     fixture.lose(fixture.two);
     Server changed = fixture.one;
-    changed.folders = LevelFixture::library(u"Stage"_s, {visual(9, u"New"_s, 9)});
+    changed.folders = LevelFixture::library(u"Stage"_s, {cachedVisual(9, u"New"_s, 9)});
     fixture.connectServer(changed);
     QCOMPARE(fixture.level(), 3);
     QCOMPARE(listOf(fixture.bankA()).item(10)->text(), u"009: New"_s);

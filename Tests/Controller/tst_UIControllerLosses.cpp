@@ -18,7 +18,7 @@ namespace {
 
 QList<MediaFolder> library(int hashNumber = 1)
 {
-    return {folder(0, u"Intro"_s, {visual(1, u"Sunset"_s, hashNumber)})};
+    return {folder(0, u"Intro"_s, {cachedVisual(1, u"Sunset"_s, hashNumber)})};
 }
 
 /// Calls a function when a dialog is hidden, once.

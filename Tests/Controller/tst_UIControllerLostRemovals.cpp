@@ -22,7 +22,7 @@ QList<MediaFolder> thirtyVisuals()
     QList<MediaFolder> folders = OperationFixture::library();
     folders.last().files.clear();
     for (int slot = 1; slot <= 30; ++slot)
-        folders.last().files.append(visual(slot, u"Sunset"_s, slot));
+        folders.last().files.append(cachedVisual(slot, u"Sunset"_s, slot));
     return folders;
 }
 

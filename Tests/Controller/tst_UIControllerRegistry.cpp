@@ -14,7 +14,7 @@ namespace {
 
 QList<MediaFolder> library()
 {
-    return {folder(0, u"Intro"_s, {visual(1, u"Sunset"_s, 1)})};
+    return {folder(0, u"Intro"_s, {cachedVisual(1, u"Sunset"_s, 1)})};
 }
 
 } // namespace

@@ -30,7 +30,7 @@ class SelectionFixture final : public WindowFixture
 public:
     SelectionFixture()
     {
-        two.folders[3] = folder(3, u"Stage"_s, {visual(3, u"Bridge"_s, 7)});
+        two.folders[3] = folder(3, u"Stage"_s, {cachedVisual(3, u"Bridge"_s, 7)});
         for (const Server *const server : {&one, &two, &three})
             connectServer(*server);
     }
@@ -144,8 +144,8 @@ void tst_UIControllerSelection::theLibraryOfAThirdServerLeavesTheArrowItsFolder(
     const QList<MediaFolder> empty{folder(0, u"a"_s), folder(1, u"b"_s), folder(2, u"c"_s),
                                    folder(3, u"d"_s)};
     QList<MediaFolder> full = empty;
-    full[1] = folder(1, u"b"_s, {visual(1, u"x"_s, 1)});
-    full[3] = folder(3, u"d"_s, {visual(3, u"y"_s, 2)});
+    full[1] = folder(1, u"b"_s, {cachedVisual(1, u"x"_s, 1)});
+    full[3] = folder(3, u"d"_s, {cachedVisual(3, u"y"_s, 2)});
     PlayedServer third(loopback(103));
     SyncClickFixture fixture;
     QVERIFY(fixture.open(full, empty));
@@ -192,8 +192,9 @@ void tst_UIControllerSelection::aSelectionMadeDuringASlowRedrawStays()
 void tst_UIControllerSelection::aBankThatStillLoadsSendsWhatTheOtherShowsSelected()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s)},
-                         {folder(0, u"a"_s, {visual(3, u"x"_s, 3), visual(255, u"y"_s, 255)})}));
+    QVERIFY(fixture.open(
+        {folder(0, u"a"_s)},
+        {folder(0, u"a"_s, {cachedVisual(3, u"x"_s, 3), cachedVisual(255, u"y"_s, 255)})}));
     QVERIFY(fixture.show());
     QPixmapCache::remove(u"thumbnail+"_s + hashOf(3));
     fixture.controller().folderChanged(0);

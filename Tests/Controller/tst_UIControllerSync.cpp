@@ -52,9 +52,10 @@ private slots:
 void tst_UIControllerSync::everythingIsComparedWithoutASelection()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s, {visual(1, u"x"_s, 1), visual(2, u"y"_s, 2)}),
-                          folder(1, u"b"_s, {visual(255, u"z"_s, 3)})},
-                         {folder(0, u"a"_s, {visual(1, u"x"_s, 1)}), folder(1, u"b"_s)}));
+    QVERIFY(
+        fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1), cachedVisual(2, u"y"_s, 2)}),
+                      folder(1, u"b"_s, {cachedVisual(255, u"z"_s, 3)})},
+                     {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}), folder(1, u"b"_s)}));
     QVERIFY(fixture.start(2));
     Refs visuals = fixture.two.visuals(PlayedServer::Sync);
     std::ranges::sort(visuals); // each has a connection of its own
@@ -67,9 +68,9 @@ void tst_UIControllerSync::everythingIsComparedWithoutASelection()
 void tst_UIControllerSync::aSelectedFolderIsComparedAlone()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open(
-        {folder(0, u"a"_s, {visual(2, u"y"_s, 2)}), folder(1, u"b"_s, {visual(255, u"z"_s, 3)})},
-        {folder(0, u"a"_s), folder(1, u"other name"_s)}));
+    QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)}),
+                          folder(1, u"b"_s, {cachedVisual(255, u"z"_s, 3)})},
+                         {folder(0, u"a"_s), folder(1, u"other name"_s)}));
     fixture.bankA().selectRows({0});
     QVERIFY(fixture.start());
     fixture.two.sendStarted({0, 2});
@@ -82,9 +83,10 @@ void tst_UIControllerSync::aSelectedFolderIsComparedAlone()
 void tst_UIControllerSync::aSelectedSlotIsComparedAlone()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open(
-        {folder(0, u"a"_s), folder(1, u"b"_s, {visual(7, u"z"_s, 3), visual(8, u"z"_s, 3)})},
-        {folder(0, u"a"_s), folder(1, u"b"_s)}));
+    QVERIFY(
+        fixture.open({folder(0, u"a"_s),
+                      folder(1, u"b"_s, {cachedVisual(7, u"z"_s, 3), cachedVisual(8, u"z"_s, 3)})},
+                     {folder(0, u"a"_s), folder(1, u"b"_s)}));
     fixture.controller().folderChanged(1);
     fixture.bankA().selectRows({9, 10});
     QVERIFY(fixture.start());
@@ -94,7 +96,7 @@ void tst_UIControllerSync::aSelectedSlotIsComparedAlone()
 void tst_UIControllerSync::theOtherDirectionIsTheOtherButton()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {visual(2, u"y"_s, 2)})}));
+    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)})}));
     fixture.clickRightToLeft();
     EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
     QCOMPARE(fixture.one.commands(PlayedServer::Sync).first().field("serverURL"),
@@ -104,8 +106,8 @@ void tst_UIControllerSync::theOtherDirectionIsTheOtherButton()
 void tst_UIControllerSync::anEqualSlotStillTouchesItsFolder()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s, {visual(1, u"x"_s, 1)})},
-                         {folder(0, u"b"_s, {visual(1, u"x"_s, 1)})}));
+    QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
+                         {folder(0, u"b"_s, {cachedVisual(1, u"x"_s, 1)})}));
     fixture.clickLeftToRight();
     EVENTUALLY_COMPARE(fixture.two.commands(PlayedServer::Rename).size(), 1);
     QCOMPARE(fixture.two.commands(PlayedServer::Rename).first().field("folderName"), u"a"_s);
@@ -116,7 +118,7 @@ void tst_UIControllerSync::anEqualSlotStillTouchesItsFolder()
 void tst_UIControllerSync::aMissingFolderIsNamedFirst()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s), folder(1, u"b"_s, {visual(1, u"x"_s, 1)})},
+    QVERIFY(fixture.open({folder(0, u"a"_s), folder(1, u"b"_s, {cachedVisual(1, u"x"_s, 1)})},
                          {folder(0, u"a"_s)}));
     QVERIFY(fixture.start());
     const QList<WireRequest> requests = fixture.two.wire.requests("/brenvoka/execute.html");
@@ -128,8 +130,8 @@ void tst_UIControllerSync::aMissingFolderIsNamedFirst()
 void tst_UIControllerSync::whatTheSourceLacksIsRemoved()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {visual(1, u"x"_s, 1)}),
-                                               folder(1, u"b"_s, {visual(9, u"x"_s, 1)})}));
+    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}),
+                                               folder(1, u"b"_s, {cachedVisual(9, u"x"_s, 1)})}));
     fixture.clickLeftToRight();
     EVENTUALLY_COMPARE(fixture.two.visuals(PlayedServer::Remove), (Refs{{0, 1}, {1, 9}}));
     QCOMPARE(fixture.two.commands(PlayedServer::Rename).size(), 0);
@@ -139,7 +141,8 @@ void tst_UIControllerSync::serversWithoutACommonSubnetAreToldAtTheClick()
 {
     LogCapture log;
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s, {visual(1, u"x"_s, 1)})}, {folder(0, u"a"_s)}, 32));
+    QVERIFY(
+        fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}, {folder(0, u"a"_s)}, 32));
     QVERIFY(fixture.isTransferEnabled());
     ModalDriver modals;
     modals.press(QMessageBox::Ok);
@@ -185,8 +188,8 @@ void tst_UIControllerSync::withoutASourceNothingHappens()
 void tst_UIControllerSync::nothingToDoFetchesTheLibrary()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s, {visual(1, u"x"_s, 1)})},
-                         {folder(0, u"a"_s, {visual(1, u"x"_s, 1)})}));
+    QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
+                         {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
     fixture.clickLeftToRight();
     EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
     QCOMPARE(fixture.one.libraryRequests(), 1);
@@ -219,7 +222,7 @@ void tst_UIControllerSync::theLibraryIsFetchedAtTheEndAlone()
 void tst_UIControllerSync::theLibraryIsFetchedAfterACancel()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {visual(1, u"x"_s, 1)})}));
+    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
     fixture.two.wire.hold("/brenvoka/execute.html");
     fixture.clickLeftToRight();
     BVProgressDialog *removing = nullptr;
@@ -237,8 +240,8 @@ void tst_UIControllerSync::theLibraryIsFetchedAfterACancel()
 void tst_UIControllerSync::errorsAreShownOnceAtTheEnd()
 {
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s, {visual(1, u"x"_s, 1)})},
-                         {folder(0, u"a"_s, {visual(2, u"y"_s, 2)})}));
+    QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
+                         {folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)})}));
     fixture.two.refuse("it is <locked>");
     QVERIFY(fixture.start());
     fixture.two.sendStarted({0, 1});
@@ -261,7 +264,7 @@ void tst_UIControllerSync::errorsAreShownOnceAtTheEnd()
 
 void tst_UIControllerSync::theFreshLibraryReachesTheScreen()
 {
-    const QList<MediaFolder> source{folder(0, u"a"_s, {visual(1, u"x"_s, 1)})};
+    const QList<MediaFolder> source{folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})};
     SyncClickFixture fixture;
     fixture.model.warningLevel = 0;
     fixture.one.setLibrary(source);
@@ -289,7 +292,7 @@ void tst_UIControllerSync::aSecondStartLetsGoOfTheFirst()
 {
     LogCapture log;
     SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {visual(1, u"x"_s, 1)})}));
+    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
     fixture.two.wire.hold("/brenvoka/execute.html");
     {
         const LeakAllowed first;

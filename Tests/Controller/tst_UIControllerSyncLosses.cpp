@@ -27,9 +27,10 @@ public:
     /// unanswered.
     [[nodiscard]] bool startUntil(PlayedServer::CommandType phase)
     {
-        const bool isOpen = open(
-            {folder(0, u"a"_s, {visual(1, u"x"_s, 1)}), folder(1, u"b"_s)},
-            {folder(0, u"c"_s, {visual(2, u"y"_s, 2), visual(3, u"z"_s, 3)}), folder(1, u"d"_s)});
+        const bool isOpen =
+            open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}), folder(1, u"b"_s)},
+                 {folder(0, u"c"_s, {cachedVisual(2, u"y"_s, 2), cachedVisual(3, u"z"_s, 3)}),
+                  folder(1, u"d"_s)});
         two.wire.on(executePath, [phase](const WireRequest &request) {
             if (!request.body.startsWith("req_type=" + QByteArray::number(phase) + '&'))
                 request.answer(accepted);

@@ -35,7 +35,7 @@ MediaFolder numbered(int slot, int first, int last, int content)
 {
     QList<Visual> files;
     for (int file = first; file <= last; ++file)
-        files.append(visual(file, QString::number(content), content * 1000 + file));
+        files.append(cachedVisual(file, QString::number(content), content * 1000 + file));
     return folder(slot, QString::number(slot), files);
 }
 

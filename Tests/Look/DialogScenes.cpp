@@ -57,7 +57,7 @@ QStringList longLabels()
     for (int slot = 1; slot <= 40; ++slot)
         labels.append(u"Recordings of the second rehearsal in the large hall, camera %1 - %2: A "
                       "panorama of the harbour at the blue hour with all of its ships "_s.arg(
-                          QString::number(slot), u"%1"_s.arg(slot, 3, 10, QLatin1Char('0'))));
+                          QString::number(slot), threeDigits(slot)));
     return labels;
 }
 
@@ -113,9 +113,8 @@ QStringList failures()
 {
     QStringList lines;
     for (int slot = 1; slot <= 12; ++slot)
-        lines.append(
-            u"Remove visual %1 in folder Loops on server \"Stage left\" failed: "
-            "the file is in use by the running show."_s.arg(slot, 3, 10, QLatin1Char('0')));
+        lines.append(u"Remove visual %1 in folder Loops on server \"Stage left\" failed: "
+                     "the file is in use by the running show."_s.arg(threeDigits(slot)));
     return lines;
 }
 

@@ -51,7 +51,7 @@ Server stageServer(const QString &name, int number, const QStringList &folderNam
         const int slot = i + 1 + (isFull ? 0 : i / 4);
         const QString hash = hashOf(i + 1);
         QPixmapCache::insert(u"thumbnail+"_s + hash, drawnThumbnail(i + 1));
-        files.append({hash, u"%1: %2"_s.arg(slot, 3, 10, QLatin1Char('0')).arg(titles[i]), slot});
+        files.append(visual(slot, titles[i], hash));
     }
     // A constant UUID, so that all runs give the same pictures.
     Server server(QUuid::createUuidV5(QUuid(), name), QHostAddress(loopback(number)), 8, name);

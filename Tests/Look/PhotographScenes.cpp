@@ -79,9 +79,7 @@ QList<MediaFolder> foldersOf(const Album &album, const QString &name, int missin
     for (int i = 0; i < album.titles.size(); ++i) {
         const int slot = i + 1;
         if (i != missing)
-            files.append(Visual{hashOf(5000 + i),
-                                u"%1: %2"_s.arg(slot, 3, 10, QLatin1Char('0')).arg(album.titles[i]),
-                                slot});
+            files.append(visual(slot, album.titles[i], hashOf(5000 + i)));
     }
     return {folder(0, name, files), folder(1, u"Loops"_s)};
 }

@@ -8,7 +8,6 @@
 #include <QTest>
 
 using namespace LibraryComparison;
-using namespace Libraries;
 using namespace Qt::Literals::StringLiterals;
 
 Q_DECLARE_METATYPE(Visual)

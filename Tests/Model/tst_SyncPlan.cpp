@@ -9,7 +9,6 @@
 #include <QTest>
 
 using namespace LibraryComparison;
-using namespace Libraries;
 using namespace Qt::Literals::StringLiterals;
 
 /// What a synchronisation has to do.

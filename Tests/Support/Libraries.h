@@ -9,19 +9,27 @@
 #include <algorithm>
 #include <set>
 
-/// Libraries to compare, and the comparison as it reads, without any index.
-namespace Libraries {
-
 inline QString threeDigits(int number)
 {
     return QStringLiteral("%1").arg(number, 3, 10, QLatin1Char('0'));
 }
 
+/// A hash as servers send it, 32 characters, different for each number.
+inline QString hashOf(int number)
+{
+    return QStringLiteral("%1").arg(number, 32, 16, QLatin1Char('0'));
+}
+
+/// A visual with a name as servers send it, such as "017: Sunset".
+inline Visual visual(int slot, const QString &title, const QString &hash)
+{
+    return {hash, QStringLiteral("%1: %2").arg(threeDigits(slot), title), slot};
+}
+
 /// A visual whose hash follows from `content`.
 inline Visual visual(int slot, const QString &content = QStringLiteral("clip"))
 {
-    return {content.leftJustified(32, QLatin1Char('0'), true),
-            QStringLiteral("%1: %2").arg(threeDigits(slot), content), slot};
+    return visual(slot, content, content.leftJustified(32, QLatin1Char('0'), true));
 }
 
 /// A folder with its files in stored order.
@@ -46,7 +54,7 @@ inline Server server(const QList<MediaFolder> &folders)
     return server(QUuid::createUuid(), folders);
 }
 
-/// 256 folders of 255 visuals each, in the slots that a synchronisation looks at.
+/// 256 folders of 255 visuals each: every slot that a synchronisation compares.
 inline Server fullServer(const QString &content)
 {
     QList<MediaFolder> folders;
@@ -70,7 +78,7 @@ inline QList<VisualRef> allSlots()
     return refs;
 }
 
-/// What LibraryComparison::planSync is to find, slot by slot through linear searches.
+/// A simple model of LibraryComparison::planSync: linear searches, slot by slot.
 inline LibraryComparison::SyncPlan literalPlan(const Server &source, const Server &destination,
                                                const QList<VisualRef> &candidates)
 {
@@ -96,5 +104,3 @@ inline LibraryComparison::SyncPlan literalPlan(const Server &source, const Serve
     }
     return plan;
 }
-
-} // namespace Libraries

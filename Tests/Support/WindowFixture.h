@@ -5,6 +5,7 @@
 
 #include "Controller/UIController.h"
 #include "Model/ApplicationModel.h"
+#include "Support/Libraries.h"
 #include "Support/PictureMemory.h"
 #include "Support/Sandbox.h"
 #include "Support/Wait.h"
@@ -15,16 +16,9 @@
 #include <QPixmapCache>
 #include <QTest>
 
-#include <algorithm>
 #include <memory>
 
-/// A hash as servers give it, 32 characters, different for each number.
-inline QString hashOf(int number)
-{
-    return QStringLiteral("%1").arg(number, 32, 16, QLatin1Char('0'));
-}
-
-/// The thumbnail that `cacheThumbnail` gives to that hash: one plain colour.
+/// The thumbnail that `cacheThumbnail` caches for that hash: one plain colour.
 inline QPixmap thumbnailOf(int number)
 {
     QPixmap pixmap(128, 96);
@@ -32,39 +26,30 @@ inline QPixmap thumbnailOf(int number)
     return pixmap;
 }
 
-/// Makes the thumbnail known, so that a folder opens at once and without a request.
+/// Caches the thumbnail, so that a folder opens at once and without a request.
 inline void cacheThumbnail(int number)
 {
     PictureMemory::keep();
     QPixmapCache::insert(QStringLiteral("thumbnail+") + hashOf(number), thumbnailOf(number));
 }
 
-/// A visual with a name as servers give it, such as "017: Sunset", and its thumbnail in memory.
-inline Visual visual(int slot, const QString &title, int hashNumber)
+/// A visual whose thumbnail is cached.
+inline Visual cachedVisual(int slot, const QString &title, int hashNumber)
 {
     cacheThumbnail(hashNumber);
-    return {hashOf(hashNumber), QStringLiteral("%1: ").arg(slot, 3, 10, QLatin1Char('0')) + title,
-            slot};
+    return visual(slot, title, hashOf(hashNumber));
 }
 
-inline MediaFolder folder(int slot, const QString &name, QList<Visual> files = {})
-{
-    std::sort(files.begin(), files.end(),
-              [](const Visual &a, const Visual &b) { return a.hash < b.hash; });
-    return {files, name, slot};
-}
-
-/// A server with folders 0 to 3, as in a library without gaps; folder 3, "Stage", holds slots 3
-/// and 5.
+/// A server with folders 0 to 3; folder 3, "Stage", has visuals in slots 3 and 5.
 inline Server sampleServer(const QString &name, const QString &address)
 {
     Server server(QUuid::createUuid(), QHostAddress(address), 8, name);
     server.hash = hashOf(1);
-    server.folders = {
-        folder(0, QStringLiteral("Intro")), folder(1, QStringLiteral("Loops")),
-        folder(2, QStringLiteral("Stills")),
-        folder(3, QStringLiteral("Stage"),
-               {visual(3, QStringLiteral("Sunset"), 3), visual(5, QStringLiteral("Harbour"), 5)})};
+    server.folders = {folder(0, QStringLiteral("Intro")), folder(1, QStringLiteral("Loops")),
+                      folder(2, QStringLiteral("Stills")),
+                      folder(3, QStringLiteral("Stage"),
+                             {cachedVisual(3, QStringLiteral("Sunset"), 3),
+                              cachedVisual(5, QStringLiteral("Harbour"), 5)})};
     return server;
 }
 
@@ -72,7 +57,7 @@ inline Server sampleServer(const QString &name, const QString &address)
 class WindowFixture
 {
 public:
-    /// Makes the server known as one that is connected. The first goes to bank A, the second to B.
+    /// Adds a connected server. Bank A shows the first one, bank B the second one.
     void connectServer(const Server &server)
     {
         model.upsertServer(server);

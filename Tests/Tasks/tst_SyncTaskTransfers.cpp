@@ -10,7 +10,6 @@
 #include <QProgressBar>
 #include <QPushButton>
 
-using namespace Libraries;
 using namespace Qt::Literals::StringLiterals;
 
 namespace {

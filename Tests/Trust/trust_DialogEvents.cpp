@@ -33,17 +33,19 @@ QList<MediaFolder> fullLibrary(int hashOffset = 0)
 {
     QList<Visual> many;
     for (int slot = 1; slot <= 12; ++slot)
-        many.append(visual(slot, u"Loop"_s, 100 + slot));
-    return {folder(0, u"Intro"_s), folder(1, u"Loops"_s, many), folder(2, u"Stills"_s),
-            folder(3, u"Stage"_s,
-                   {visual(3, u"Sunset"_s, 3 + hashOffset), visual(5, u"Harbour"_s, 5)})};
+        many.append(cachedVisual(slot, u"Loop"_s, 100 + slot));
+    return {
+        folder(0, u"Intro"_s), folder(1, u"Loops"_s, many), folder(2, u"Stills"_s),
+        folder(3, u"Stage"_s,
+               {cachedVisual(3, u"Sunset"_s, 3 + hashOffset), cachedVisual(5, u"Harbour"_s, 5)})};
 }
 
 QList<MediaFolder> otherLibrary(int hashOffset = 0)
 {
-    return {folder(0, u"Intro"_s), folder(1, u"Loops"_s), folder(2, u"Stills"_s),
-            folder(3, u"Stage"_s,
-                   {visual(3, u"Sunset"_s, 30 + hashOffset), visual(7, u"Bridge"_s, 7)})};
+    return {
+        folder(0, u"Intro"_s), folder(1, u"Loops"_s), folder(2, u"Stills"_s),
+        folder(3, u"Stage"_s,
+               {cachedVisual(3, u"Sunset"_s, 30 + hashOffset), cachedVisual(7, u"Bridge"_s, 7)})};
 }
 
 /// The first dialog that is open, for as long as it lives, is the subject: `onOpen` gets it once.

@@ -87,8 +87,8 @@ bool showsName(const QString &text, const QString &name)
 MediaFolder folderNamed(const QString &name, int hashNumber)
 {
     return folder(0, name,
-                  {visual(1, name, hashNumber), visual(2, name, hashNumber + 1),
-                   visual(3, name, hashNumber + 2)});
+                  {cachedVisual(1, name, hashNumber), cachedVisual(2, name, hashNumber + 1),
+                   cachedVisual(3, name, hashNumber + 2)});
 }
 
 } // namespace

@@ -111,7 +111,7 @@ private:
     static void openFolderWith(WindowFixture &fixture, const QString &name)
     {
         Server server = sampleServer(u"Stage left"_s, loopback(30));
-        Visual odd = visual(7, {}, 7);
+        Visual odd = cachedVisual(7, {}, 7);
         odd.name = name;
         server.folders[0].files = {odd};
         fixture.connectServer(server);
@@ -302,7 +302,7 @@ void tst_BVServerBankNames::namesAreShownOnOneLine()
     WindowFixture fixture;
     Server server = sampleServer(odd, loopback(34));
     server.folders[1] = folder(1, odd);
-    server.folders[1].files = {visual(7, odd, 7)};
+    server.folders[1].files = {cachedVisual(7, odd, 7)};
     fixture.connectServer(server);
     QVERIFY(fixture.show());
     const auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
@@ -349,7 +349,7 @@ void tst_BVServerBankNames::aFolderOfEnormousNamesIsDrawnAtOnce()
     Server server = sampleServer(u"Stage left"_s, loopback(36));
     server.folders[0].files.clear();
     for (int slot = 1; slot < 256; ++slot)
-        server.folders[0].files.append(visual(slot, u"ก"_s.repeated(100'000), 7));
+        server.folders[0].files.append(cachedVisual(slot, u"ก"_s.repeated(100'000), 7));
     fixture.connectServer(server);
     QVERIFY(fixture.show());
     fixture.window->resize(2000, 2000);

@@ -79,8 +79,8 @@ void tst_BVServerBankSelection::slotsLevelSearchesTheFolderAtThePosition()
     WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(16));
     // Folder 1 stands at position 0, and at position 1 stands folder 4 with slot 9.
-    server.folders = {folder(1, u"One"_s, {visual(8, u"Eight"_s, 8)}),
-                      folder(4, u"Four"_s, {visual(9, u"Nine"_s, 9)})};
+    server.folders = {folder(1, u"One"_s, {cachedVisual(8, u"Eight"_s, 8)}),
+                      folder(4, u"Four"_s, {cachedVisual(9, u"Nine"_s, 9)})};
     fixture.connectServer(server);
     fixture.controller().folderChanged(1);
     fixture.bankA().selectRows({9, 10});
@@ -92,7 +92,7 @@ void tst_BVServerBankSelection::folderBeyondTheLibraryCountsAsEmpty()
 {
     WindowFixture fixture;
     Server server = sampleServer(u"Stage left"_s, loopback(17));
-    server.folders = {folder(250, u"Far"_s, {visual(8, u"Eight"_s, 8)})};
+    server.folders = {folder(250, u"Far"_s, {cachedVisual(8, u"Eight"_s, 8)})};
     fixture.connectServer(server);
     fixture.controller().folderChanged(250);
     fixture.bankA().selectRows({9});

@@ -41,7 +41,7 @@ Server otherServer(const Server &first)
     Server server = sampleServer(u"Stage right"_s, loopback(102));
     server.hash = hashOf(2);
     server.folders[1].name = u"Others"_s;
-    server.folders[3] = folder(3, first.folders[3].name, {visual(3, u"Sunset"_s, 3)});
+    server.folders[3] = folder(3, first.folders[3].name, {cachedVisual(3, u"Sunset"_s, 3)});
     return server;
 }
 
