@@ -19,258 +19,240 @@ class tst_UIControllerBrowsing : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void equalLibrariesShowNoDifference();
-    void oneServerShowsTheSignAndNoDifference();
-    void aFolderOfOneServerDiffersAtBothLevels();
-    void equalVisualsUnderAnotherNameShowARedHeaderOnly();
-    void aFolderThatBothLackHasARedHeader();
-    void aSingleServerHasNoRedHeader();
-    void bothBanksChangeLevelTogether();
-    void aChangeOfServerStaysInTheFolder();
-    void selectionIsMirroredByRow();
-    void rowsPastTheEndAreNotMirrored();
-    void scrollingIsLinked();
-    void goingBackRestoresTheScrollPosition();
-    void goingBackRestoresThePositionOfBankA();
-    void viewSettingsReachModelAndBanks_data();
-    void viewSettingsReachModelAndBanks();
-    void aFailedThumbnailHasAMessage();
-    void aFailedThumbnailOfAHiddenServerHasNone();
-};
-
-void tst_UIControllerBrowsing::equalLibrariesShowNoDifference()
-{
-    const QList<MediaFolder> folders{folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})};
-    BrowsingFixture fixture(folders, folders);
-    QVERIFY(fixture.bankA().sameMarks.all());
-    QVERIFY(fixture.bankB().sameMarks.all());
-    QVERIFY(fixture.find<QLabel>("unsyncServers").isHidden());
-}
-
-void tst_UIControllerBrowsing::oneServerShowsTheSignAndNoDifference()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
-    QVERIFY(fixture.bankA().sameMarks.all());
-    QVERIFY(!fixture.find<QLabel>("unsyncServers").isHidden());
-    fixture.controller().folderChanged(3);
-    QVERIFY(fixture.bankA().sameMarks.all());
-    fixture.controller().backToFolders();
-    QVERIFY(fixture.bankA().sameMarks.all());
-    QVERIFY(!fixture.find<QLabel>("unsyncServers").isHidden());
-}
-
-void tst_UIControllerBrowsing::aFolderOfOneServerDiffersAtBothLevels()
-{
-    BrowsingFixture fixture(
-        {folder(0, u"a"_s),
-         folder(7, u"Seven"_s, {cachedVisual(1, u"x"_s, 1), cachedVisual(2, u"y"_s, 2)})},
-        {folder(0, u"a"_s)});
-    QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{7});
-    QCOMPARE(differences(fixture.bankB().sameMarks), QList<int>{7});
-    fixture.controller().folderChanged(7);
-    QCOMPARE(differences(fixture.bankA().sameMarks), (QList<int>{1, 2}));
-    QCOMPARE(differences(fixture.bankB().sameMarks), (QList<int>{1, 2}));
-    QVERIFY(headerOf(fixture.bankA()).contains(u"#FF0000"_s));
-    QVERIFY(headerOf(fixture.bankB()).contains(u"#FF0000"_s));
-    fixture.controller().backToFolders();
-    QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{7});
-    QVERIFY(!fixture.find<QLabel>("unsyncServers").isHidden());
-}
-
-void tst_UIControllerBrowsing::equalVisualsUnderAnotherNameShowARedHeaderOnly()
-{
-    BrowsingFixture fixture(
-        {folder(0, u"a"_s), folder(1, u"One"_s, {cachedVisual(1, u"x"_s, 1)})},
-        {folder(0, u"a"_s), folder(1, u"Eins"_s, {cachedVisual(1, u"x"_s, 1)})});
-    QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{1});
-    fixture.controller().folderChanged(1);
-    QVERIFY(fixture.bankA().sameMarks.all());
-    QVERIFY(fixture.bankB().sameMarks.all());
-    QCOMPARE(headerOf(fixture.bankA()), u"Library > <b><font color=#FF0000>One</font></b>"_s);
-    QCOMPARE(headerOf(fixture.bankB()), u"Library > <b><font color=#FF0000>Eins</font></b>"_s);
-    fixture.controller().folderChanged(0);
-    QCOMPARE(headerOf(fixture.bankA()), u"Library > a"_s);
-}
-
-void tst_UIControllerBrowsing::aFolderThatBothLackHasARedHeader()
-{
-    BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
-    fixture.controller().folderChanged(9);
-    QVERIFY(fixture.bankA().sameMarks.all());
-    QVERIFY(headerOf(fixture.bankA()).contains(u"#FF0000"_s));
-}
-
-void tst_UIControllerBrowsing::aSingleServerHasNoRedHeader()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
-    fixture.controller().folderChanged(9);
-    QCOMPARE(headerOf(fixture.bankA()), u"Library > 009_Folder"_s);
-}
-
-void tst_UIControllerBrowsing::bothBanksChangeLevelTogether()
-{
-    const Server sample = sampleServer(u"x"_s, loopback(51));
-    BrowsingFixture fixture(sample.folders, sample.folders);
-    QVERIFY(fixture.show());
-    doubleClickRow(fixture.bankB(), 3);
-    QCOMPARE(fixture.model.selectedFolder, 3);
-    QCOMPARE(fixture.bankA().currentFolder, 3);
-    QCOMPARE(fixture.bankB().currentFolder, 3);
-    QCOMPARE(listOf(fixture.bankA()).count(), 257);
-    doubleClickRow(fixture.bankA(), 0);
-    QCOMPARE(fixture.model.selectedFolder, -1);
-    QCOMPARE(fixture.bankA().currentFolder, -1);
-    QCOMPARE(fixture.bankB().currentFolder, -1);
-    QCOMPARE(listOf(fixture.bankB()).count(), 256);
-}
-
-void tst_UIControllerBrowsing::aChangeOfServerStaysInTheFolder()
-{
-    PlayedServer server(loopback(53));
-    ControllerFixture fixture;
-    const Server sample = sampleServer(u"One"_s, loopback(51));
-    fixture.connectServer(sample);
-    fixture.controller().folderChanged(3);
-    QVERIFY(fixture.connectServer(server, u"Other"_s,
-                                  {folder(3, u"Stage"_s, {cachedVisual(3, u"Sunset"_s, 3)})}));
-    QCOMPARE(fixture.bankB().currentServerUuid(), server.uuid);
-    QCOMPARE(fixture.bankB().currentFolder, 3);
-    QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{5});
-    QCOMPARE(differences(fixture.bankB().sameMarks), QList<int>{5});
-    fixture.choose(fixture.bankA(), u"Other"_s);
-    QCOMPARE(fixture.bankA().currentFolder, 3);
-    QVERIFY(fixture.bankA().sameMarks.all());
-    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
-}
-
-void tst_UIControllerBrowsing::selectionIsMirroredByRow()
-{
-    const Server sample = sampleServer(u"x"_s, loopback(51));
-    BrowsingFixture fixture(sample.folders, sample.folders);
-    QVERIFY(fixture.show());
-    clickRow(fixture.bankA(), 3);
-    clickRow(fixture.bankA(), 4, Qt::ControlModifier);
-    QList<int> rows = fixture.bankB().selectedRows();
-    std::sort(rows.begin(), rows.end());
-    QCOMPARE(rows, (QList<int>{3, 4}));
-    clickRow(fixture.bankB(), 7);
-    QCOMPARE(fixture.bankA().selectedRows(), QList<int>{7});
-}
-
-void tst_UIControllerBrowsing::rowsPastTheEndAreNotMirrored()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
-    QCOMPARE(listOf(fixture.bankB()).count(), 0);
-    fixture.bankA().selectRows({3, 4});
-    fixture.controller().serverItemsSelectionChanged(ServerDeckA);
-    QCOMPARE(fixture.bankB().selectedRowCount(), 0);
-
-    for (int row = 0; row < 4; ++row)
-        listOf(fixture.bankB()).addItem(QString::number(row));
-    fixture.controller().serverItemsSelectionChanged(ServerDeckA);
-    QCOMPARE(fixture.bankB().selectedRows(), QList<int>{3});
-    QCOMPARE(fixture.bankA().selectedRowCount(), 2);
-}
-
-void tst_UIControllerBrowsing::scrollingIsLinked()
-{
-    const Server sample = sampleServer(u"x"_s, loopback(51));
-    BrowsingFixture fixture(sample.folders, sample.folders);
-    QVERIFY(fixture.show());
-    QScrollBar *const barA = listOf(fixture.bankA()).verticalScrollBar();
-    QScrollBar *const barB = listOf(fixture.bankB()).verticalScrollBar();
-    EVENTUALLY(barA->maximum() > 100 && barB->maximum() > 100);
-    barA->setValue(80);
-    QCOMPARE(barB->value(), 80);
-    barB->setValue(20);
-    QCOMPARE(barA->value(), 20);
-}
-
-/// Bank B has no server, and so no position to go back to.
-void tst_UIControllerBrowsing::goingBackRestoresThePositionOfBankA()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
-    QVERIFY(fixture.show());
-    QScrollBar *const bar = listOf(fixture.bankA()).verticalScrollBar();
-    EVENTUALLY(bar->maximum() > 100);
-    bar->setValue(70);
-    fixture.controller().folderChanged(3);
-    fixture.controller().backToFolders();
-    EVENTUALLY_COMPARE(bar->value(), 70);
-}
-
-void tst_UIControllerBrowsing::goingBackRestoresTheScrollPosition()
-{
-    const Server sample = sampleServer(u"x"_s, loopback(51));
-    BrowsingFixture fixture(sample.folders, sample.folders);
-    QVERIFY(fixture.show());
-    QScrollBar *const barA = listOf(fixture.bankA()).verticalScrollBar();
-    QScrollBar *const barB = listOf(fixture.bankB()).verticalScrollBar();
-    EVENTUALLY(barA->maximum() > 100 && barB->maximum() > 100);
-    barA->setValue(70);
-    fixture.controller().folderChanged(3);
-    QCOMPARE(barA->value(), 0);
-    fixture.controller().backToFolders();
-    EVENTUALLY_COMPARE(barA->value(), 70);
-    QCOMPARE(barB->value(), 70);
-}
-
-void tst_UIControllerBrowsing::viewSettingsReachModelAndBanks_data()
-{
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<bool>("listView");
-    QTest::addColumn<int>("size");
-    QTest::newRow("small") << u"smallSizeButton"_s << false << 0;
-    QTest::newRow("medium") << u"mediumSizeButton"_s << false << 1;
-    QTest::newRow("large") << u"largeSizeButton"_s << false << 2;
-    QTest::newRow("list") << u"listModeButton"_s << true << 7;
-    QTest::newRow("grid") << u"gridModeButton"_s << false << 7;
-}
-
-void tst_UIControllerBrowsing::viewSettingsReachModelAndBanks()
-{
-    QFETCH(const QString, button);
-    QFETCH(const bool, listView);
-    QFETCH(const int, size);
-    WindowFixture fixture;
-    fixture.model.selectedIconSize = 7;
-    fixture.model.selectedViewMode = !listView && button.contains(u"Mode"_s);
-    fixture.window->findChild<QPushButton *>(button)->click();
-    QCOMPARE(fixture.model.selectedViewMode, listView);
-    QCOMPARE(fixture.model.selectedIconSize, size);
-    const QSize sizes[] = {{32, 24}, {64, 48}, {128, 96}};
-    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
-        QCOMPARE(listOf(*bank).viewMode(), listView ? QListView::ListMode : QListView::IconMode);
-        if (size < 3)
-            QCOMPARE(listOf(*bank).iconSize(), sizes[size]);
+    void equalLibrariesShowNoDifference()
+    {
+        const QList<MediaFolder> folders{folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})};
+        BrowsingFixture fixture(folders, folders);
+        QVERIFY(fixture.bankA().sameMarks.all());
+        QVERIFY(fixture.bankB().sameMarks.all());
+        QVERIFY(fixture.find<QLabel>("unsyncServers").isHidden());
     }
-    QVERIFY(!QFile::exists(settingsFilePath()));
-}
 
-void tst_UIControllerBrowsing::aFailedThumbnailHasAMessage()
-{
-    BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
-    fixture.model.setServerName(fixture.two.uuid, u"%1\n<b>Two</b>\u202E"_s);
-    ModalDriver modals;
-    modals.press(QMessageBox::Ok);
-    fixture.controller().thumbnailError(7, QHostAddress(loopback(52)));
-    QCOMPARE(modals.seen().value(0).text,
-             u"Download of thumbnail for visual 007 from server \"%1 <b>Two</b> \" failed."_s);
-}
+    void oneServerShowsTheSignAndNoDifference()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
+        QVERIFY(fixture.bankA().sameMarks.all());
+        QVERIFY(!fixture.find<QLabel>("unsyncServers").isHidden());
+        fixture.controller().folderChanged(3);
+        QVERIFY(fixture.bankA().sameMarks.all());
+        fixture.controller().backToFolders();
+        QVERIFY(fixture.bankA().sameMarks.all());
+        QVERIFY(!fixture.find<QLabel>("unsyncServers").isHidden());
+    }
 
-void tst_UIControllerBrowsing::aFailedThumbnailOfAHiddenServerHasNone()
-{
-    BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
-    fixture.connectServer(sampleServer(u"Three"_s, loopback(53)));
-    ModalDriver modals;
-    fixture.controller().thumbnailError(7, QHostAddress(loopback(53)));
-    fixture.controller().thumbnailError(7, QHostAddress(loopback(149)));
-    QVERIFY(modals.seen().isEmpty());
-}
+    void aFolderOfOneServerDiffersAtBothLevels()
+    {
+        BrowsingFixture fixture(
+            {folder(0, u"a"_s),
+             folder(7, u"Seven"_s, {cachedVisual(1, u"x"_s, 1), cachedVisual(2, u"y"_s, 2)})},
+            {folder(0, u"a"_s)});
+        QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{7});
+        QCOMPARE(differences(fixture.bankB().sameMarks), QList<int>{7});
+        fixture.controller().folderChanged(7);
+        QCOMPARE(differences(fixture.bankA().sameMarks), (QList<int>{1, 2}));
+        QCOMPARE(differences(fixture.bankB().sameMarks), (QList<int>{1, 2}));
+        QVERIFY(headerOf(fixture.bankA()).contains(u"#FF0000"_s));
+        QVERIFY(headerOf(fixture.bankB()).contains(u"#FF0000"_s));
+        fixture.controller().backToFolders();
+        QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{7});
+        QVERIFY(!fixture.find<QLabel>("unsyncServers").isHidden());
+    }
+
+    void equalVisualsUnderAnotherNameShowARedHeaderOnly()
+    {
+        BrowsingFixture fixture(
+            {folder(0, u"a"_s), folder(1, u"One"_s, {cachedVisual(1, u"x"_s, 1)})},
+            {folder(0, u"a"_s), folder(1, u"Eins"_s, {cachedVisual(1, u"x"_s, 1)})});
+        QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{1});
+        fixture.controller().folderChanged(1);
+        QVERIFY(fixture.bankA().sameMarks.all());
+        QVERIFY(fixture.bankB().sameMarks.all());
+        QCOMPARE(headerOf(fixture.bankA()), u"Library > <b><font color=#FF0000>One</font></b>"_s);
+        QCOMPARE(headerOf(fixture.bankB()), u"Library > <b><font color=#FF0000>Eins</font></b>"_s);
+        fixture.controller().folderChanged(0);
+        QCOMPARE(headerOf(fixture.bankA()), u"Library > a"_s);
+    }
+
+    void aFolderThatBothLackHasARedHeader()
+    {
+        BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
+        fixture.controller().folderChanged(9);
+        QVERIFY(fixture.bankA().sameMarks.all());
+        QVERIFY(headerOf(fixture.bankA()).contains(u"#FF0000"_s));
+    }
+
+    void aSingleServerHasNoRedHeader()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
+        fixture.controller().folderChanged(9);
+        QCOMPARE(headerOf(fixture.bankA()), u"Library > 009_Folder"_s);
+    }
+
+    void bothBanksChangeLevelTogether()
+    {
+        const Server sample = sampleServer(u"x"_s, loopback(51));
+        BrowsingFixture fixture(sample.folders, sample.folders);
+        QVERIFY(fixture.show());
+        doubleClickRow(fixture.bankB(), 3);
+        QCOMPARE(fixture.model.selectedFolder, 3);
+        QCOMPARE(fixture.bankA().currentFolder, 3);
+        QCOMPARE(fixture.bankB().currentFolder, 3);
+        QCOMPARE(listOf(fixture.bankA()).count(), 257);
+        doubleClickRow(fixture.bankA(), 0);
+        QCOMPARE(fixture.model.selectedFolder, -1);
+        QCOMPARE(fixture.bankA().currentFolder, -1);
+        QCOMPARE(fixture.bankB().currentFolder, -1);
+        QCOMPARE(listOf(fixture.bankB()).count(), 256);
+    }
+
+    void aChangeOfServerStaysInTheFolder()
+    {
+        PlayedServer server(loopback(53));
+        ControllerFixture fixture;
+        const Server sample = sampleServer(u"One"_s, loopback(51));
+        fixture.connectServer(sample);
+        fixture.controller().folderChanged(3);
+        QVERIFY(fixture.connectServer(server, u"Other"_s,
+                                      {folder(3, u"Stage"_s, {cachedVisual(3, u"Sunset"_s, 3)})}));
+        QCOMPARE(fixture.bankB().currentServerUuid(), server.uuid);
+        QCOMPARE(fixture.bankB().currentFolder, 3);
+        QCOMPARE(differences(fixture.bankA().sameMarks), QList<int>{5});
+        QCOMPARE(differences(fixture.bankB().sameMarks), QList<int>{5});
+        fixture.choose(fixture.bankA(), u"Other"_s);
+        QCOMPARE(fixture.bankA().currentFolder, 3);
+        QVERIFY(fixture.bankA().sameMarks.all());
+        QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
+    }
+
+    void selectionIsMirroredByRow()
+    {
+        const Server sample = sampleServer(u"x"_s, loopback(51));
+        BrowsingFixture fixture(sample.folders, sample.folders);
+        QVERIFY(fixture.show());
+        clickRow(fixture.bankA(), 3);
+        clickRow(fixture.bankA(), 4, Qt::ControlModifier);
+        QList<int> rows = fixture.bankB().selectedRows();
+        std::sort(rows.begin(), rows.end());
+        QCOMPARE(rows, (QList<int>{3, 4}));
+        clickRow(fixture.bankB(), 7);
+        QCOMPARE(fixture.bankA().selectedRows(), QList<int>{7});
+    }
+
+    void rowsPastTheEndAreNotMirrored()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
+        QCOMPARE(listOf(fixture.bankB()).count(), 0);
+        fixture.bankA().selectRows({3, 4});
+        fixture.controller().serverItemsSelectionChanged(ServerDeckA);
+        QCOMPARE(fixture.bankB().selectedRowCount(), 0);
+
+        for (int row = 0; row < 4; ++row)
+            listOf(fixture.bankB()).addItem(QString::number(row));
+        fixture.controller().serverItemsSelectionChanged(ServerDeckA);
+        QCOMPARE(fixture.bankB().selectedRows(), QList<int>{3});
+        QCOMPARE(fixture.bankA().selectedRowCount(), 2);
+    }
+
+    void scrollingIsLinked()
+    {
+        const Server sample = sampleServer(u"x"_s, loopback(51));
+        BrowsingFixture fixture(sample.folders, sample.folders);
+        QVERIFY(fixture.show());
+        QScrollBar *const barA = listOf(fixture.bankA()).verticalScrollBar();
+        QScrollBar *const barB = listOf(fixture.bankB()).verticalScrollBar();
+        EVENTUALLY(barA->maximum() > 100 && barB->maximum() > 100);
+        barA->setValue(80);
+        QCOMPARE(barB->value(), 80);
+        barB->setValue(20);
+        QCOMPARE(barA->value(), 20);
+    }
+
+    void goingBackRestoresTheScrollPosition()
+    {
+        const Server sample = sampleServer(u"x"_s, loopback(51));
+        BrowsingFixture fixture(sample.folders, sample.folders);
+        QVERIFY(fixture.show());
+        QScrollBar *const barA = listOf(fixture.bankA()).verticalScrollBar();
+        QScrollBar *const barB = listOf(fixture.bankB()).verticalScrollBar();
+        EVENTUALLY(barA->maximum() > 100 && barB->maximum() > 100);
+        barA->setValue(70);
+        fixture.controller().folderChanged(3);
+        QCOMPARE(barA->value(), 0);
+        fixture.controller().backToFolders();
+        EVENTUALLY_COMPARE(barA->value(), 70);
+        QCOMPARE(barB->value(), 70);
+    }
+
+    /// Bank B has no server, and so no position to go back to.
+    void goingBackRestoresThePositionOfBankA()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
+        QVERIFY(fixture.show());
+        QScrollBar *const bar = listOf(fixture.bankA()).verticalScrollBar();
+        EVENTUALLY(bar->maximum() > 100);
+        bar->setValue(70);
+        fixture.controller().folderChanged(3);
+        fixture.controller().backToFolders();
+        EVENTUALLY_COMPARE(bar->value(), 70);
+    }
+
+    void viewSettingsReachModelAndBanks_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<bool>("listView");
+        QTest::addColumn<int>("size");
+        QTest::newRow("small") << u"smallSizeButton"_s << false << 0;
+        QTest::newRow("medium") << u"mediumSizeButton"_s << false << 1;
+        QTest::newRow("large") << u"largeSizeButton"_s << false << 2;
+        QTest::newRow("list") << u"listModeButton"_s << true << 7;
+        QTest::newRow("grid") << u"gridModeButton"_s << false << 7;
+    }
+    void viewSettingsReachModelAndBanks()
+    {
+        QFETCH(const QString, button);
+        QFETCH(const bool, listView);
+        QFETCH(const int, size);
+        WindowFixture fixture;
+        fixture.model.selectedIconSize = 7;
+        fixture.model.selectedViewMode = !listView && button.contains(u"Mode"_s);
+        fixture.window->findChild<QPushButton *>(button)->click();
+        QCOMPARE(fixture.model.selectedViewMode, listView);
+        QCOMPARE(fixture.model.selectedIconSize, size);
+        const QSize sizes[] = {{32, 24}, {64, 48}, {128, 96}};
+        for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
+            QCOMPARE(listOf(*bank).viewMode(),
+                     listView ? QListView::ListMode : QListView::IconMode);
+            if (size < 3)
+                QCOMPARE(listOf(*bank).iconSize(), sizes[size]);
+        }
+        QVERIFY(!QFile::exists(settingsFilePath()));
+    }
+
+    void aFailedThumbnailHasAMessage()
+    {
+        BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
+        fixture.model.setServerName(fixture.two.uuid, u"%1\n<b>Two</b>\u202E"_s);
+        ModalDriver modals;
+        modals.press(QMessageBox::Ok);
+        fixture.controller().thumbnailError(7, QHostAddress(loopback(52)));
+        QCOMPARE(modals.seen().value(0).text,
+                 u"Download of thumbnail for visual 007 from server \"%1 <b>Two</b> \" failed."_s);
+    }
+
+    void aFailedThumbnailOfAHiddenServerHasNone()
+    {
+        BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
+        fixture.connectServer(sampleServer(u"Three"_s, loopback(53)));
+        ModalDriver modals;
+        fixture.controller().thumbnailError(7, QHostAddress(loopback(53)));
+        fixture.controller().thumbnailError(7, QHostAddress(loopback(149)));
+        QVERIFY(modals.seen().isEmpty());
+    }
+};
 
 QTEST_MAIN(tst_UIControllerBrowsing)
 #include "tst_UIControllerBrowsing.moc"

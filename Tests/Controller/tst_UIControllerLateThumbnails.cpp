@@ -80,118 +80,110 @@ class tst_UIControllerLateThumbnails : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void backEnablesTheBankAtOnce();
-    void rowsStayAsTheyAre_data();
-    void rowsStayAsTheyAre();
-    void anotherServersVisualsGetNoPicture();
-    void aBankWithoutServersStaysDisabled();
-    void aFolderEnteredAgainShowsTheSecondLoad();
-    void aNewLibraryDuringALoadShowsItsOwnVisuals();
-};
-
-void tst_UIControllerLateThumbnails::backEnablesTheBankAtOnce()
-{
-    SlowFixture fixture;
-    QVERIFY(fixture.open());
-    doubleClickRow(fixture.bankB(), 0);
-    QVERIFY(fixture.bankA().isEnabled());
-    QVERIFY(listOf(fixture.bankB()).hasFocus());
-}
-
-void tst_UIControllerLateThumbnails::rowsStayAsTheyAre_data()
-{
-    QTest::addColumn<Event>("event");
-    QTest::newRow("back") << Event([](auto &fixture) { doubleClickRow(fixture.bankB(), 0); });
-    QTest::newRow("back, and into a folder that bank A lacks") << Event([](auto &fixture) {
+    void backEnablesTheBankAtOnce()
+    {
+        SlowFixture fixture;
+        QVERIFY(fixture.open());
         doubleClickRow(fixture.bankB(), 0);
-        doubleClickRow(fixture.bankB(), 77);
-    });
-    QTest::newRow("a library without the folder") << Event([](auto &fixture) {
-        fixture.one.folders[3] = folder(4, u"Four"_s, {cachedVisual(9, u"Nine"_s, 9)});
+        QVERIFY(fixture.bankA().isEnabled());
+        QVERIFY(listOf(fixture.bankB()).hasFocus());
+    }
+
+    void rowsStayAsTheyAre_data()
+    {
+        QTest::addColumn<Event>("event");
+        QTest::newRow("back") << Event([](auto &fixture) { doubleClickRow(fixture.bankB(), 0); });
+        QTest::newRow("back, and into a folder that bank A lacks") << Event([](auto &fixture) {
+            doubleClickRow(fixture.bankB(), 0);
+            doubleClickRow(fixture.bankB(), 77);
+        });
+        QTest::newRow("a library without the folder") << Event([](auto &fixture) {
+            fixture.one.folders[3] = folder(4, u"Four"_s, {cachedVisual(9, u"Nine"_s, 9)});
+            fixture.connectServer(fixture.one);
+        });
+        QTest::newRow("no server chosen after a rename") << Event([](auto &fixture) {
+            fixture.controller().serverNameChanged(fixture.one.uuid, u"Uno"_s);
+        });
+        QTest::newRow("server lost")
+            << Event([](auto &fixture) { fixture.controller().removeServer(fixture.one.uuid); });
+    }
+    void rowsStayAsTheyAre()
+    {
+        QFETCH(const Event, event);
+        SlowFixture fixture;
+        QVERIFY(fixture.open());
+        event(fixture);
+        const auto rows = [&] {
+            QStringList texts;
+            for (int row = 0; row < listOf(fixture.bankA()).count(); ++row)
+                texts.append(listOf(fixture.bankA()).item(row)->text());
+            return texts;
+        };
+        const QStringList before = rows();
+        const bool wasEnabled = fixture.bankA().isEnabled();
+        QVERIFY(fixture.finishLoad());
+        QCOMPARE(rows(), before);
+        QCOMPARE(fixture.bankA().isEnabled(), wasEnabled);
+    }
+
+    void anotherServersVisualsGetNoPicture()
+    {
+        SlowFixture fixture;
+        Server three = sampleServer(u"Three"_s, loopback(3));
+        three.folders[3] = folder(4, u"Four"_s, {cachedVisual(9, u"Nine"_s, 9)});
+        fixture.connectServer(three);
+        QVERIFY(fixture.open());
+        ControllerFixture::choose(fixture.bankA(), u"Three"_s);
+        QCOMPARE(emptyRows(fixture.bankA()), emptySlots);
+
+        QVERIFY(fixture.finishLoad());
+        QCOMPARE(emptyRows(fixture.bankA()), emptySlots);
+        for (const QLatin1Char mark : {'+'_L1, '-'_L1})
+            QVERIFY(!QPixmapCache::find(mark + u"BVServerBank+"_s + hashOf(9), nullptr));
+    }
+
+    void aBankWithoutServersStaysDisabled()
+    {
+        SlowFixture fixture;
+        QVERIFY(fixture.open());
+        fixture.controller().removeServer(fixture.one.uuid);
+        fixture.controller().removeServer(fixture.two.uuid);
+        QVERIFY(!fixture.bankA().isEnabled());
+        QVERIFY(fixture.finishLoad());
+        QVERIFY(!fixture.bankA().isEnabled());
+        QCOMPARE(listOf(fixture.bankA()).count(), 0);
+    }
+
+    void aFolderEnteredAgainShowsTheSecondLoad()
+    {
+        SlowFixture fixture;
+        QVERIFY(fixture.open());
+        doubleClickRow(fixture.bankB(), 0);
+        doubleClickRow(fixture.bankB(), 3);
+        QVERIFY(!fixture.bankA().isEnabled());
+        QVERIFY(fixture.peerOne.waitForRequests(4, "/brenvoka/thumbnails/3/"));
+        QVERIFY(fixture.finishLoad());
+        EVENTUALLY(fixture.bankA().isEnabled());
+        QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
+        QCOMPARE(listOf(fixture.bankA()).item(4)->icon().pixmap(128, 96).toImage().pixelColor(2, 2),
+                 QColor(Qt::red));
+    }
+
+    void aNewLibraryDuringALoadShowsItsOwnVisuals()
+    {
+        SlowFixture fixture;
+        QVERIFY(fixture.open());
+        fixture.one.folders.removeFirst(); // folder 3 is at another position now
+        fixture.one.folders[2].files[0].name = u"003: Sunrise"_s;
         fixture.connectServer(fixture.one);
-    });
-    QTest::newRow("no server chosen after a rename") << Event(
-        [](auto &fixture) { fixture.controller().serverNameChanged(fixture.one.uuid, u"Uno"_s); });
-    QTest::newRow("server lost") << Event(
-        [](auto &fixture) { fixture.controller().removeServer(fixture.one.uuid); });
-}
-
-void tst_UIControllerLateThumbnails::rowsStayAsTheyAre()
-{
-    QFETCH(const Event, event);
-    SlowFixture fixture;
-    QVERIFY(fixture.open());
-    event(fixture);
-    const auto rows = [&] {
-        QStringList texts;
-        for (int row = 0; row < listOf(fixture.bankA()).count(); ++row)
-            texts.append(listOf(fixture.bankA()).item(row)->text());
-        return texts;
-    };
-    const QStringList before = rows();
-    const bool wasEnabled = fixture.bankA().isEnabled();
-    QVERIFY(fixture.finishLoad());
-    QCOMPARE(rows(), before);
-    QCOMPARE(fixture.bankA().isEnabled(), wasEnabled);
-}
-
-void tst_UIControllerLateThumbnails::anotherServersVisualsGetNoPicture()
-{
-    SlowFixture fixture;
-    Server three = sampleServer(u"Three"_s, loopback(3));
-    three.folders[3] = folder(4, u"Four"_s, {cachedVisual(9, u"Nine"_s, 9)});
-    fixture.connectServer(three);
-    QVERIFY(fixture.open());
-    ControllerFixture::choose(fixture.bankA(), u"Three"_s);
-    QCOMPARE(emptyRows(fixture.bankA()), emptySlots);
-
-    QVERIFY(fixture.finishLoad());
-    QCOMPARE(emptyRows(fixture.bankA()), emptySlots);
-    for (const QLatin1Char mark : {'+'_L1, '-'_L1})
-        QVERIFY(!QPixmapCache::find(mark + u"BVServerBank+"_s + hashOf(9), nullptr));
-}
-
-void tst_UIControllerLateThumbnails::aBankWithoutServersStaysDisabled()
-{
-    SlowFixture fixture;
-    QVERIFY(fixture.open());
-    fixture.controller().removeServer(fixture.one.uuid);
-    fixture.controller().removeServer(fixture.two.uuid);
-    QVERIFY(!fixture.bankA().isEnabled());
-    QVERIFY(fixture.finishLoad());
-    QVERIFY(!fixture.bankA().isEnabled());
-    QCOMPARE(listOf(fixture.bankA()).count(), 0);
-}
-
-void tst_UIControllerLateThumbnails::aFolderEnteredAgainShowsTheSecondLoad()
-{
-    SlowFixture fixture;
-    QVERIFY(fixture.open());
-    doubleClickRow(fixture.bankB(), 0);
-    doubleClickRow(fixture.bankB(), 3);
-    QVERIFY(!fixture.bankA().isEnabled());
-    QVERIFY(fixture.peerOne.waitForRequests(4, "/brenvoka/thumbnails/3/"));
-    QVERIFY(fixture.finishLoad());
-    EVENTUALLY(fixture.bankA().isEnabled());
-    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
-    QCOMPARE(listOf(fixture.bankA()).item(4)->icon().pixmap(128, 96).toImage().pixelColor(2, 2),
-             QColor(Qt::red));
-}
-
-void tst_UIControllerLateThumbnails::aNewLibraryDuringALoadShowsItsOwnVisuals()
-{
-    SlowFixture fixture;
-    QVERIFY(fixture.open());
-    fixture.one.folders.removeFirst(); // folder 3 is at another position now
-    fixture.one.folders[2].files[0].name = u"003: Sunrise"_s;
-    fixture.connectServer(fixture.one);
-    QVERIFY(!fixture.bankA().isEnabled());
-    QVERIFY(fixture.peerOne.waitForRequests(4, "/brenvoka/thumbnails/3/"));
-    QVERIFY(fixture.finishLoad());
-    EVENTUALLY(fixture.bankA().isEnabled());
-    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunrise"_s);
-    QCOMPARE(emptyRows(fixture.bankA()), emptySlots - 2);
-}
+        QVERIFY(!fixture.bankA().isEnabled());
+        QVERIFY(fixture.peerOne.waitForRequests(4, "/brenvoka/thumbnails/3/"));
+        QVERIFY(fixture.finishLoad());
+        EVENTUALLY(fixture.bankA().isEnabled());
+        QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunrise"_s);
+        QCOMPARE(emptyRows(fixture.bankA()), emptySlots - 2);
+    }
+};
 
 QTEST_MAIN(tst_UIControllerLateThumbnails)
 #include "tst_UIControllerLateThumbnails.moc"

@@ -85,218 +85,203 @@ class tst_UIControllerLevels : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void bankBJoinsTheFolder();
-    void bankAJoinsTheFolder();
-    void aFirstServerJoinsTheFolder();
-    void aSelectionMeansTheSameOnceABankHasJoined();
-    void aBankThatGaveItsServerAwayJoinsTheFolder();
-    void aBankThatTakesTheLastServerOutOfTheFolderStaysAtTheFolders();
-    void aBankJoinsTheFolderAfterARename();
-    void aBankAtTheFoldersIsJoinedThere();
-    void banksThatBothLostTheirServersMeetAtTheFolders();
-    void banksThatBothLostTheirServersToARenameMeetAtTheFolders();
-    void aFirstServerStaysOutOfAFolderThatNobodyIsIn();
-    void aNewLibraryKeepsTheFolderOfTheBankThatIsLeft();
-    void theHeaderKeepsItsColourWhileBothStay();
-    void joiningAsksForEachThumbnailOnce();
+    void bankBJoinsTheFolder()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        fixture.lose(fixture.two);
+        QCOMPARE(fixture.bankA().currentFolder, 3);
+        QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+        QVERIFY(headerOf(fixture.bankA()).contains(u"#FF0000"_s));
+        fixture.connectServer(fixture.two);
+        QCOMPARE(fixture.bankA().currentFolder, 3);
+        QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+        ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+        holdInFolder(fixture.bankA());
+        holdInFolder(fixture.bankB());
+    }
+
+    void bankAJoinsTheFolder()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        fixture.lose(fixture.one);
+        QCOMPARE(fixture.bankA().currentFolder, foldersLevel);
+        QCOMPARE(fixture.bankB().currentFolder, 3);
+        fixture.connectServer(fixture.one);
+        ControllerFixture::choose(fixture.bankA(), u"One"_s);
+        holdInFolder(fixture.bankA());
+        holdInFolder(fixture.bankB());
+    }
+
+    void aFirstServerJoinsTheFolder()
+    {
+        WindowFixture fixture;
+        const Server one = sampleServer(u"One"_s, loopback(51));
+        fixture.connectServer(one);
+        fixture.controller().folderChanged(3);
+        fixture.connectServer(one); // any refresh of the lists
+        QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+        Server two = sampleServer(u"Two"_s, loopback(52));
+        two.folders = LevelFixture::library(u"Other"_s, {cachedVisual(3, u"Sunset"_s, 3)});
+        fixture.connectServer(two);
+        holdInFolder(fixture.bankA());
+        holdInFolder(fixture.bankB());
+    }
+
+    void aSelectionMeansTheSameOnceABankHasJoined()
+    {
+        LevelFixture fixture;
+        QVERIFY(fixture.show());
+        fixture.enter(3);
+        fixture.lose(fixture.two);
+        fixture.connectServer(fixture.two);
+        ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+        clickRow(fixture.bankA(), 4);
+        const QList<VisualRef> visuals{{3, 3}};
+        QCOMPARE(fixture.bankA().selectedVisuals(false), visuals);
+        QCOMPARE(fixture.bankB().selectedVisuals(false), visuals);
+    }
+
+    void aBankThatGaveItsServerAwayJoinsTheFolder()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        ControllerFixture::choose(fixture.bankA(), u"Two"_s);
+        QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+        QVERIFY(fixture.bankA().sameMarks.all());
+        ControllerFixture::choose(fixture.bankB(), u"One"_s);
+        holdInFolder(fixture.bankA());
+        holdInFolder(fixture.bankB());
+    }
+
+    void aBankThatTakesTheLastServerOutOfTheFolderStaysAtTheFolders()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        fixture.lose(fixture.one);
+        ControllerFixture::choose(fixture.bankA(), u"Two"_s);
+        QCOMPARE(fixture.level(), foldersLevel);
+        QCOMPARE(listOf(fixture.bankA()).count(), folderRows);
+        fixture.connectServer(fixture.one);
+        ControllerFixture::choose(fixture.bankB(), u"One"_s);
+        holdAtFolders(fixture.bankA());
+        holdAtFolders(fixture.bankB());
+    }
+
+    void aBankJoinsTheFolderAfterARename()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        fixture.controller().serverNameChanged(fixture.two.uuid, u"Due"_s);
+        QVERIFY(fixture.bankA().currentServerUuid().isNull() &&
+                fixture.bankB().currentServerUuid().isNull());
+        ControllerFixture::choose(fixture.bankA(), u"One"_s);
+        QCOMPARE(fixture.level(), 3);
+        QCOMPARE(listOf(fixture.bankA()).count(), slotRows);
+        QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+        ControllerFixture::choose(fixture.bankB(), u"Due"_s);
+        holdInFolder(fixture.bankA());
+        holdInFolder(fixture.bankB());
+    }
+
+    void aBankAtTheFoldersIsJoinedThere()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        fixture.lose(fixture.two);
+        fixture.controller().backToFolders();
+        fixture.connectServer(fixture.two);
+        ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+        holdAtFolders(fixture.bankA());
+        holdAtFolders(fixture.bankB());
+    }
+
+    void banksThatBothLostTheirServersMeetAtTheFolders()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        fixture.lose(fixture.two);
+        QCOMPARE(fixture.level(), 3);
+        fixture.lose(fixture.one);
+        QCOMPARE(fixture.level(), foldersLevel);
+        fixture.connectServer(fixture.one);
+        fixture.connectServer(fixture.two);
+        ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+        QCOMPARE(listOf(fixture.bankB()).count(), folderRows);
+        ControllerFixture::choose(fixture.bankA(), u"One"_s);
+        holdAtFolders(fixture.bankA());
+        holdAtFolders(fixture.bankB());
+    }
+
+    void banksThatBothLostTheirServersToARenameMeetAtTheFolders()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        fixture.controller().serverNameChanged(fixture.two.uuid, u"Due"_s);
+        fixture.connectServer(fixture.one); // any refresh of the lists
+        QCOMPARE(fixture.level(), foldersLevel);
+        ControllerFixture::choose(fixture.bankA(), u"One"_s);
+        ControllerFixture::choose(fixture.bankB(), u"Due"_s);
+        holdAtFolders(fixture.bankA());
+        holdAtFolders(fixture.bankB());
+    }
+
+    void aFirstServerStaysOutOfAFolderThatNobodyIsIn()
+    {
+        WindowFixture fixture;
+        const Server one = sampleServer(u"One"_s, loopback(51));
+        const Server two = sampleServer(u"Two"_s, loopback(52));
+        fixture.connectServer(one);
+        fixture.controller().folderChanged(3);
+        fixture.controller().removeServer(one.uuid);
+        fixture.connectServer(two);
+        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
+        QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+        QCOMPARE(fixture.model.selectedFolder, foldersLevel);
+        QCOMPARE(listOf(fixture.bankB()).count(), folderRows);
+    }
+
+    void aNewLibraryKeepsTheFolderOfTheBankThatIsLeft()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        fixture.lose(fixture.two);
+        Server changed = fixture.one;
+        changed.folders = LevelFixture::library(u"Stage"_s, {cachedVisual(9, u"New"_s, 9)});
+        fixture.connectServer(changed);
+        QCOMPARE(fixture.level(), 3);
+        QCOMPARE(listOf(fixture.bankA()).item(10)->text(), u"009: New"_s);
+        QVERIFY(fixture.bankA().sameMarks.all());
+        QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
+    }
+
+    void theHeaderKeepsItsColourWhileBothStay()
+    {
+        LevelFixture fixture;
+        fixture.enter(2);
+        Server renamed = fixture.two;
+        renamed.folders[2].name = u"Pictures"_s;
+        fixture.connectServer(renamed);
+        QCOMPARE(headerOf(fixture.bankA()), u"Library > Stills"_s);
+        QCOMPARE(headerOf(fixture.bankB()), u"Library > Pictures"_s);
+    }
+
+    void joiningAsksForEachThumbnailOnce()
+    {
+        LevelFixture fixture;
+        fixture.enter(3);
+        fixture.lose(fixture.two);
+        fixture.connectServer(fixture.two);
+        QPixmapCache::clear();
+        LogCapture log;
+        ControllerFixture::choose(fixture.bankB(), u"Two"_s);
+        const QStringList asked = log.texts().filter(u"Downloading thumbnail from: "_s);
+        QCOMPARE(asked.filter(u"//" LOOPBACK(51) ":"_s).size(), 2);
+        QCOMPARE(asked.filter(u"//" LOOPBACK(52) ":"_s).size(), 1);
+        QCOMPARE(asked.size(), 3);
+    }
 };
-
-void tst_UIControllerLevels::bankBJoinsTheFolder()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    fixture.lose(fixture.two);
-    QCOMPARE(fixture.bankA().currentFolder, 3);
-    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
-    QVERIFY(headerOf(fixture.bankA()).contains(u"#FF0000"_s));
-    fixture.connectServer(fixture.two);
-    QCOMPARE(fixture.bankA().currentFolder, 3);
-    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
-    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-    holdInFolder(fixture.bankA());
-    holdInFolder(fixture.bankB());
-}
-
-void tst_UIControllerLevels::bankAJoinsTheFolder()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    fixture.lose(fixture.one);
-    QCOMPARE(fixture.bankA().currentFolder, foldersLevel);
-    QCOMPARE(fixture.bankB().currentFolder, 3);
-    fixture.connectServer(fixture.one);
-    ControllerFixture::choose(fixture.bankA(), u"One"_s);
-    holdInFolder(fixture.bankA());
-    holdInFolder(fixture.bankB());
-}
-
-void tst_UIControllerLevels::aFirstServerJoinsTheFolder()
-{
-    WindowFixture fixture;
-    const Server one = sampleServer(u"One"_s, loopback(51));
-    fixture.connectServer(one);
-    fixture.controller().folderChanged(3);
-    fixture.connectServer(one); // any refresh of the lists
-    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
-    Server two = sampleServer(u"Two"_s, loopback(52));
-    two.folders = LevelFixture::library(u"Other"_s, {cachedVisual(3, u"Sunset"_s, 3)});
-    fixture.connectServer(two);
-    holdInFolder(fixture.bankA());
-    holdInFolder(fixture.bankB());
-}
-
-void tst_UIControllerLevels::aSelectionMeansTheSameOnceABankHasJoined()
-{
-    LevelFixture fixture;
-    QVERIFY(fixture.show());
-    fixture.enter(3);
-    fixture.lose(fixture.two);
-    fixture.connectServer(fixture.two);
-    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-    clickRow(fixture.bankA(), 4);
-    const QList<VisualRef> visuals{{3, 3}};
-    QCOMPARE(fixture.bankA().selectedVisuals(false), visuals);
-    QCOMPARE(fixture.bankB().selectedVisuals(false), visuals);
-}
-
-void tst_UIControllerLevels::aBankThatGaveItsServerAwayJoinsTheFolder()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    ControllerFixture::choose(fixture.bankA(), u"Two"_s);
-    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
-    QVERIFY(fixture.bankA().sameMarks.all());
-    ControllerFixture::choose(fixture.bankB(), u"One"_s);
-    holdInFolder(fixture.bankA());
-    holdInFolder(fixture.bankB());
-}
-
-void tst_UIControllerLevels::aBankThatTakesTheLastServerOutOfTheFolderStaysAtTheFolders()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    fixture.lose(fixture.one);
-    ControllerFixture::choose(fixture.bankA(), u"Two"_s);
-    QCOMPARE(fixture.level(), foldersLevel);
-    QCOMPARE(listOf(fixture.bankA()).count(), folderRows);
-    fixture.connectServer(fixture.one);
-    ControllerFixture::choose(fixture.bankB(), u"One"_s);
-    holdAtFolders(fixture.bankA());
-    holdAtFolders(fixture.bankB());
-}
-
-void tst_UIControllerLevels::aBankJoinsTheFolderAfterARename()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    fixture.controller().serverNameChanged(fixture.two.uuid, u"Due"_s);
-    QVERIFY(fixture.bankA().currentServerUuid().isNull() &&
-            fixture.bankB().currentServerUuid().isNull());
-    ControllerFixture::choose(fixture.bankA(), u"One"_s);
-    QCOMPARE(fixture.level(), 3);
-    QCOMPARE(listOf(fixture.bankA()).count(), slotRows);
-    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
-    ControllerFixture::choose(fixture.bankB(), u"Due"_s);
-    holdInFolder(fixture.bankA());
-    holdInFolder(fixture.bankB());
-}
-
-void tst_UIControllerLevels::aBankAtTheFoldersIsJoinedThere()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    fixture.lose(fixture.two);
-    fixture.controller().backToFolders();
-    fixture.connectServer(fixture.two);
-    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-    holdAtFolders(fixture.bankA());
-    holdAtFolders(fixture.bankB());
-}
-
-void tst_UIControllerLevels::banksThatBothLostTheirServersMeetAtTheFolders()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    fixture.lose(fixture.two);
-    QCOMPARE(fixture.level(), 3);
-    fixture.lose(fixture.one);
-    QCOMPARE(fixture.level(), foldersLevel);
-    fixture.connectServer(fixture.one);
-    fixture.connectServer(fixture.two);
-    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-    QCOMPARE(listOf(fixture.bankB()).count(), folderRows);
-    ControllerFixture::choose(fixture.bankA(), u"One"_s);
-    holdAtFolders(fixture.bankA());
-    holdAtFolders(fixture.bankB());
-}
-
-void tst_UIControllerLevels::banksThatBothLostTheirServersToARenameMeetAtTheFolders()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    fixture.controller().serverNameChanged(fixture.two.uuid, u"Due"_s);
-    fixture.connectServer(fixture.one); // any refresh of the lists
-    QCOMPARE(fixture.level(), foldersLevel);
-    ControllerFixture::choose(fixture.bankA(), u"One"_s);
-    ControllerFixture::choose(fixture.bankB(), u"Due"_s);
-    holdAtFolders(fixture.bankA());
-    holdAtFolders(fixture.bankB());
-}
-
-void tst_UIControllerLevels::aFirstServerStaysOutOfAFolderThatNobodyIsIn()
-{
-    WindowFixture fixture;
-    const Server one = sampleServer(u"One"_s, loopback(51));
-    const Server two = sampleServer(u"Two"_s, loopback(52));
-    fixture.connectServer(one);
-    fixture.controller().folderChanged(3);
-    fixture.controller().removeServer(one.uuid);
-    fixture.connectServer(two);
-    QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
-    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
-    QCOMPARE(fixture.model.selectedFolder, foldersLevel);
-    QCOMPARE(listOf(fixture.bankB()).count(), folderRows);
-}
-
-void tst_UIControllerLevels::aNewLibraryKeepsTheFolderOfTheBankThatIsLeft()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    fixture.lose(fixture.two);
-    Server changed = fixture.one;
-    changed.folders = LevelFixture::library(u"Stage"_s, {cachedVisual(9, u"New"_s, 9)});
-    fixture.connectServer(changed);
-    QCOMPARE(fixture.level(), 3);
-    QCOMPARE(listOf(fixture.bankA()).item(10)->text(), u"009: New"_s);
-    QVERIFY(fixture.bankA().sameMarks.all());
-    QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
-}
-
-void tst_UIControllerLevels::theHeaderKeepsItsColourWhileBothStay()
-{
-    LevelFixture fixture;
-    fixture.enter(2);
-    Server renamed = fixture.two;
-    renamed.folders[2].name = u"Pictures"_s;
-    fixture.connectServer(renamed);
-    QCOMPARE(headerOf(fixture.bankA()), u"Library > Stills"_s);
-    QCOMPARE(headerOf(fixture.bankB()), u"Library > Pictures"_s);
-}
-
-void tst_UIControllerLevels::joiningAsksForEachThumbnailOnce()
-{
-    LevelFixture fixture;
-    fixture.enter(3);
-    fixture.lose(fixture.two);
-    fixture.connectServer(fixture.two);
-    QPixmapCache::clear();
-    LogCapture log;
-    ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-    const QStringList asked = log.texts().filter(u"Downloading thumbnail from: "_s);
-    QCOMPARE(asked.filter(u"//" LOOPBACK(51) ":"_s).size(), 2);
-    QCOMPARE(asked.filter(u"//" LOOPBACK(52) ":"_s).size(), 1);
-    QCOMPARE(asked.size(), 3);
-}
 
 QTEST_MAIN(tst_UIControllerLevels)
 #include "tst_UIControllerLevels.moc"

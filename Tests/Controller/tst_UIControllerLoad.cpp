@@ -60,117 +60,111 @@ class tst_UIControllerLoad final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aThousandReportsASecondLeaveTheWindowAnswering();
-    void reportsThatArriveTogetherAreDrawnOnce();
-    void manyServersLeaveAtOnce_data();
-    void manyServersLeaveAtOnce();
-    void aMillionFoldersAreReadInOnePass();
-};
+    void aThousandReportsASecondLeaveTheWindowAnswering()
+    {
+        constexpr int count = 2000;
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(server, u"One"_s, {folder(0, u"Intro"_s)}));
+        QVERIFY(fixture.show());
+        const auto &cpu = childOf<QLabel>(fixture.bankA(), "cpuValueLabel");
+        const EventCount changes(childOf<QLabel>(fixture.bankA(), "serverStatusLabel"));
+        const LongestStop stop;
 
-void tst_UIControllerLoad::aThousandReportsASecondLeaveTheWindowAnswering()
-{
-    constexpr int count = 2000;
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(server, u"One"_s, {folder(0, u"Intro"_s)}));
-    QVERIFY(fixture.show());
-    const auto &cpu = childOf<QLabel>(fixture.bankA(), "cpuValueLabel");
-    const EventCount changes(childOf<QLabel>(fixture.bankA(), "serverStatusLabel"));
-    const LongestStop stop;
-
-    QElapsedTimer clock;
-    clock.start();
-    int sent = 0;
-    QTimer sender;
-    connect(&sender, &QTimer::timeout, &sender, [&] {
-        for (; sent < qMin<qint64>(count, clock.elapsed()); ++sent)
-            server.stream.send(report(sent % 60));
-    });
-    sender.start(1);
-    EVENTUALLY_COMPARE(sent, count);
-    server.stream.send(report(77));
-    EVENTUALLY_COMPARE(cpu.text(), u"77.00"_s);
-    qInfo("%d reports in %lld ms, longest stop %lld ms", count, clock.elapsed(), stop.longest);
-    QVERIFY(stop.longest < 1000);
-    QVERIFY(changes.of(QEvent::StyleChange) < 10);
-}
-
-void tst_UIControllerLoad::reportsThatArriveTogetherAreDrawnOnce()
-{
-    WindowFixture fixture;
-    const Server server = sampleServer(u"One"_s, loopback(1));
-    fixture.connectServer(server);
-    QVERIFY(fixture.show());
-    auto &cpu = childOf<QLabel>(fixture.bankA(), "cpuValueLabel");
-    QCoreApplication::processEvents();
-    const EventCount changes(cpu);
-    for (int rate = 1; rate <= 1000; ++rate)
-        fixture.controller().serverUpdateFpsStats(server.uuid, float(rate % 100), 60, 60, false);
-    fixture.controller().serverUpdateFpsStats(server.uuid, 59.94F, 60, 60, false);
-    EVENTUALLY(changes.of(QEvent::Paint) > 0);
-    QCoreApplication::processEvents();
-    QCOMPARE(changes.of(QEvent::Paint), 1);
-    QCOMPARE(cpu.text(), u"59.94"_s);
-}
-
-void tst_UIControllerLoad::manyServersLeaveAtOnce_data()
-{
-    QTest::addColumn<bool>("shownOnesFirst");
-    QTest::newRow("those that are shown leave first") << true;
-    QTest::newRow("those that are shown leave last") << false;
-}
-
-void tst_UIControllerLoad::manyServersLeaveAtOnce()
-{
-    QFETCH(const bool, shownOnesFirst);
-    WindowFixture fixture;
-    QList<QUuid> uuids;
-    for (int number = 0; number < crowd; ++number) {
-        Server server = sampleServer(u"Server %1"_s.arg(number), loopback(2));
-        server.connected = true;
-        fixture.model.upsertServer(server);
-        uuids.append(server.uuid);
+        QElapsedTimer clock;
+        clock.start();
+        int sent = 0;
+        QTimer sender;
+        connect(&sender, &QTimer::timeout, &sender, [&] {
+            for (; sent < qMin<qint64>(count, clock.elapsed()); ++sent)
+                server.stream.send(report(sent % 60));
+        });
+        sender.start(1);
+        EVENTUALLY_COMPARE(sent, count);
+        server.stream.send(report(77));
+        EVENTUALLY_COMPARE(cpu.text(), u"77.00"_s);
+        qInfo("%d reports in %lld ms, longest stop %lld ms", count, clock.elapsed(), stop.longest);
+        QVERIFY(stop.longest < 1000);
+        QVERIFY(changes.of(QEvent::StyleChange) < 10);
     }
-    fixture.controller().serverConnected(uuids.first(), QHostAddress(loopback(2)));
-    QVERIFY(fixture.show());
-    QCOMPARE(ControllerFixture::offered(fixture.bankA()).size(), crowd);
-    QCOMPARE(ControllerFixture::offered(fixture.bankB()).size(), crowd - 1);
-    if (!shownOnesFirst)
-        std::ranges::reverse(uuids);
 
-    const double time = processorTime([&] {
-        for (const QUuid &uuid : std::as_const(uuids))
-            fixture.controller().removeServer(uuid);
-    });
-    qInfo("%d servers leave: %.0f ms", crowd, time);
-    QCOMPARE(ControllerFixture::offered(fixture.bankA()).size(), 0);
-    QCOMPARE(ControllerFixture::offered(fixture.bankB()).size(), 0);
-    QVERIFY(time < 8000);
-}
+    void reportsThatArriveTogetherAreDrawnOnce()
+    {
+        WindowFixture fixture;
+        const Server server = sampleServer(u"One"_s, loopback(1));
+        fixture.connectServer(server);
+        QVERIFY(fixture.show());
+        auto &cpu = childOf<QLabel>(fixture.bankA(), "cpuValueLabel");
+        QCoreApplication::processEvents();
+        const EventCount changes(cpu);
+        for (int rate = 1; rate <= 1000; ++rate)
+            fixture.controller().serverUpdateFpsStats(server.uuid, float(rate % 100), 60, 60,
+                                                      false);
+        fixture.controller().serverUpdateFpsStats(server.uuid, 59.94F, 60, 60, false);
+        EVENTUALLY(changes.of(QEvent::Paint) > 0);
+        QCoreApplication::processEvents();
+        QCOMPARE(changes.of(QEvent::Paint), 1);
+        QCOMPARE(cpu.text(), u"59.94"_s);
+    }
 
-void tst_UIControllerLoad::aMillionFoldersAreReadInOnePass()
-{
-    WindowFixture fixture;
-    const Server one = hugeServer(u"One"_s);
-    fixture.connectServer(one);
-    fixture.connectServer(hugeServer(u"Two"_s));
-    QVERIFY(fixture.show());
-    QList<int> rows(256);
-    std::iota(rows.begin(), rows.end(), 0);
+    void manyServersLeaveAtOnce_data()
+    {
+        QTest::addColumn<bool>("shownOnesFirst");
+        QTest::newRow("those that are shown leave first") << true;
+        QTest::newRow("those that are shown leave last") << false;
+    }
+    void manyServersLeaveAtOnce()
+    {
+        QFETCH(const bool, shownOnesFirst);
+        WindowFixture fixture;
+        QList<QUuid> uuids;
+        for (int number = 0; number < crowd; ++number) {
+            Server server = sampleServer(u"Server %1"_s.arg(number), loopback(2));
+            server.connected = true;
+            fixture.model.upsertServer(server);
+            uuids.append(server.uuid);
+        }
+        fixture.controller().serverConnected(uuids.first(), QHostAddress(loopback(2)));
+        QVERIFY(fixture.show());
+        QCOMPARE(ControllerFixture::offered(fixture.bankA()).size(), crowd);
+        QCOMPARE(ControllerFixture::offered(fixture.bankB()).size(), crowd - 1);
+        if (!shownOnesFirst)
+            std::ranges::reverse(uuids);
 
-    const auto select = [&] {
-        fixture.bankA().selectRows(rows);
-        QVERIFY(fixture.bankA().selectedVisuals(true).isEmpty());
-    };
-    const auto compareAndDraw = [&] { fixture.controller().backToFolders(); };
-    const auto search = [&] { QVERIFY(LibraryComparison::slotEmpty(one, 3, 7)); };
-    const Comparison selection = compare(select, search, 3);
-    selection.print("selection of all rows", "search of one folder");
-    QVERIFY(selection.ratio() < 100);
-    const Comparison drawing = compare(compareAndDraw, search, 3);
-    drawing.print("comparison and drawing of two libraries", "search of one folder");
-    QVERIFY(drawing.ratio() < 100);
-}
+        const double time = processorTime([&] {
+            for (const QUuid &uuid : std::as_const(uuids))
+                fixture.controller().removeServer(uuid);
+        });
+        qInfo("%d servers leave: %.0f ms", crowd, time);
+        QCOMPARE(ControllerFixture::offered(fixture.bankA()).size(), 0);
+        QCOMPARE(ControllerFixture::offered(fixture.bankB()).size(), 0);
+        QVERIFY(time < 8000);
+    }
+
+    void aMillionFoldersAreReadInOnePass()
+    {
+        WindowFixture fixture;
+        const Server one = hugeServer(u"One"_s);
+        fixture.connectServer(one);
+        fixture.connectServer(hugeServer(u"Two"_s));
+        QVERIFY(fixture.show());
+        QList<int> rows(256);
+        std::iota(rows.begin(), rows.end(), 0);
+
+        const auto select = [&] {
+            fixture.bankA().selectRows(rows);
+            QVERIFY(fixture.bankA().selectedVisuals(true).isEmpty());
+        };
+        const auto compareAndDraw = [&] { fixture.controller().backToFolders(); };
+        const auto search = [&] { QVERIFY(LibraryComparison::slotEmpty(one, 3, 7)); };
+        const Comparison selection = compare(select, search, 3);
+        selection.print("selection of all rows", "search of one folder");
+        QVERIFY(selection.ratio() < 100);
+        const Comparison drawing = compare(compareAndDraw, search, 3);
+        drawing.print("comparison and drawing of two libraries", "search of one folder");
+        QVERIFY(drawing.ratio() < 100);
+    }
+};
 
 QTEST_MAIN(tst_UIControllerLoad)
 #include "tst_UIControllerLoad.moc"

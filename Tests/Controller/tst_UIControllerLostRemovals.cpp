@@ -67,50 +67,47 @@ class tst_UIControllerLostRemovals : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void lostServerGetsNoRemovalUnderTheMessage();
-    void lostSourceEndsTheRemovalsOfASync();
+    void lostServerGetsNoRemovalUnderTheMessage()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, 0, thirtyVisuals()));
+        answerFive(fixture.one);
+        listOf(fixture.bankA()).selectAll();
+        fixture.clickRemove(fixture.bankA());
+        QVERIFY(waitForTheSixth(fixture.one));
+        ModalDriver modals;
+        modals.answer([&](QDialog &message) {
+            QVERIFY(answerTheRest(fixture.one, fixture.two));
+            message.accept();
+        });
+        fixture.one.stream.reset();
+        EVENTUALLY(!modals.pending());
+        QCOMPARE(modals.seen().first().text,
+                 u"Server \"One\" disconnected while an operation was in progress."_s);
+        QCOMPARE(fixture.one.commands(PlayedServer::Remove).size(), answered + 1);
+    }
+
+    void lostSourceEndsTheRemovalsOfASync()
+    {
+        PlayedServer three(loopback(3));
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open(OperationFixture::library().first(3), thirtyVisuals()));
+        QVERIFY(fixture.connectServer(three, u"Three"_s, OperationFixture::library()));
+        answerFive(fixture.two);
+        fixture.clickLeftToRight();
+        QVERIFY(waitForTheSixth(fixture.two));
+        ModalDriver modals;
+        modals.answer([&](QDialog &message) {
+            QVERIFY(answerTheRest(fixture.two, three));
+            message.accept();
+        });
+        fixture.one.stream.reset();
+        EVENTUALLY(!modals.pending());
+        QCOMPARE(modals.seen().first().text,
+                 u"Server \"One\" disconnected while an operation was in progress."_s);
+        QCOMPARE(fixture.two.commands(PlayedServer::Remove).size(), answered + 1);
+    }
 };
-
-void tst_UIControllerLostRemovals::lostServerGetsNoRemovalUnderTheMessage()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, 0, thirtyVisuals()));
-    answerFive(fixture.one);
-    listOf(fixture.bankA()).selectAll();
-    fixture.clickRemove(fixture.bankA());
-    QVERIFY(waitForTheSixth(fixture.one));
-    ModalDriver modals;
-    modals.answer([&](QDialog &message) {
-        QVERIFY(answerTheRest(fixture.one, fixture.two));
-        message.accept();
-    });
-    fixture.one.stream.reset();
-    EVENTUALLY(!modals.pending());
-    QCOMPARE(modals.seen().first().text,
-             u"Server \"One\" disconnected while an operation was in progress."_s);
-    QCOMPARE(fixture.one.commands(PlayedServer::Remove).size(), answered + 1);
-}
-
-void tst_UIControllerLostRemovals::lostSourceEndsTheRemovalsOfASync()
-{
-    PlayedServer three(loopback(3));
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open(OperationFixture::library().first(3), thirtyVisuals()));
-    QVERIFY(fixture.connectServer(three, u"Three"_s, OperationFixture::library()));
-    answerFive(fixture.two);
-    fixture.clickLeftToRight();
-    QVERIFY(waitForTheSixth(fixture.two));
-    ModalDriver modals;
-    modals.answer([&](QDialog &message) {
-        QVERIFY(answerTheRest(fixture.two, three));
-        message.accept();
-    });
-    fixture.one.stream.reset();
-    EVENTUALLY(!modals.pending());
-    QCOMPARE(modals.seen().first().text,
-             u"Server \"One\" disconnected while an operation was in progress."_s);
-    QCOMPARE(fixture.two.commands(PlayedServer::Remove).size(), answered + 1);
-}
 
 QTEST_MAIN(tst_UIControllerLostRemovals)
 #include "tst_UIControllerLostRemovals.moc"

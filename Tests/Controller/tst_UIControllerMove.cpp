@@ -42,282 +42,260 @@ class tst_UIControllerMove : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aDragAsksWithTheTitleOfTheRemoval();
-    void noChangesNothing_data();
-    void noChangesNothing();
-    void askingNoMoreIsSavedAtOnce();
-    void withoutAnyServerNothingHappens();
-
-    void rowsAreDropped_data();
-    void rowsAreDropped();
-    void severalRowsAreNotMoved();
-    void theDeckDecidesTheServer();
-    void aNameWithoutANumberIsSlotZero();
-    void aLibraryWithGapsKeepsTheFoldersNumber();
-
-    void aFailureIsShownOnceAtTheEnd();
-    void aCancelSendsNothing();
-    void aSecondStartLetsGoOfTheFirst();
-    void theServerGoesWhileTheWarningIsOpen_data();
-    void theServerGoesWhileTheWarningIsOpen();
-    void theBankIsEmptiedWhileTheWarningIsOpen();
-    void theWindowGoesWhileTheWarningIsOpen();
-};
-
-void tst_UIControllerMove::aDragAsksWithTheTitleOfTheRemoval()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    ModalDriver modals;
-    modals.press(QMessageBox::Yes);
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QCOMPARE(modals.seen().size(), 1);
-    QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
-    QCOMPARE(modals.seen().first().text, u"Are you sure you want to move the selected visual?\n\n"
-                                         "Note: The operation can not be canceled or undone."_s);
-    QVERIFY(fixture.hasStarted());
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QCOMPARE(moves(fixture.one), QStringList{u"3: 3 to 1"_s});
-    QCOMPARE(fixture.model.warningLevel, allWarnings);
-    QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
-}
-
-void tst_UIControllerMove::noChangesNothing_data()
-{
-    QTest::addColumn<bool>("escape");
-    QTest::newRow("No") << false;
-    QTest::newRow("Escape") << true;
-}
-
-void tst_UIControllerMove::noChangesNothing()
-{
-    QFETCH(const bool, escape);
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    ModalDriver modals;
-    escape ? modals.escape() : modals.press(QMessageBox::No);
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QCOMPARE(modals.seen().size(), 1);
-    QVERIFY(!fixture.hasStarted());
-    QVERIFY(fixture.requestLibrary(fixture.one));
-    QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
-    QCOMPARE(fixture.model.warningLevel, allWarnings);
-    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
-}
-
-void tst_UIControllerMove::askingNoMoreIsSavedAtOnce()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    ModalDriver modals;
-    modals.press(u"Yes, don't ask again"_s);
-    const QSignalSpy redrawn(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QVERIFY(fixture.hasStarted());
-    QCOMPARE(fixture.model.warningLevel, allWarnings - moveWarning);
-    const QSettings settings(settingsFilePath(), QSettings::IniFormat);
-    QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - moveWarning);
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    EVENTUALLY(!redrawn.isEmpty());
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QVERIFY(fixture.hasStarted());
-    QCOMPARE(modals.seen().size(), 1);
-}
-
-void tst_UIControllerMove::withoutAnyServerNothingHappens()
-{
-    WindowFixture fixture;
-    ModalDriver modals;
-    fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
-    QVERIFY(modals.seen().isEmpty());
-    QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
-}
-
-void tst_UIControllerMove::rowsAreDropped_data()
-{
-    QTest::addColumn<bool>("listView");
-    QTest::addColumn<int>("from");
-    QTest::addColumn<int>("to");
-    QTest::addColumn<QString>("sent");
-    QTest::newRow("an empty slot") << true << 4 << 2 << u"3: 3 to 1"_s;
-    QTest::newRow("an empty slot, icons") << false << 4 << 2 << u"3: 3 to 1"_s;
-    QTest::newRow("an occupied slot") << true << 4 << 6 << u"3: 3 to 5"_s;
-    QTest::newRow("itself") << true << 4 << 4 << u"3: 3 to 3"_s;
-    QTest::newRow("Back") << true << 4 << 0 << u"3: 3 to 0"_s;
-    QTest::newRow("Back, icons") << false << 4 << 0 << u"3: 3 to 0"_s;
-    QTest::newRow("no visual") << true << 4 << 1 << u"3: 3 to 0"_s;
-    QTest::newRow("an empty slot is dragged") << true << 3 << 2 << u"3: 2 to 1"_s;
-    QTest::newRow("Back is dragged") << true << 0 << 2 << u"3: 0 to 1"_s;
-}
-
-void tst_UIControllerMove::rowsAreDropped()
-{
-    QFETCH(const bool, listView);
-    QFETCH(const int, from);
-    QFETCH(const int, to);
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.bankA().setListMode(listView);
-    QVERIFY(dragRow(fixture, fixture.bankA(), from, fixture.bankA(), to));
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QCOMPARE(moves(fixture.one).size(), 1);
-    QTEST(moves(fixture.one).first(), "sent");
-}
-
-void tst_UIControllerMove::severalRowsAreNotMoved()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    clickRow(fixture.bankA(), 4);
-    clickRow(fixture.bankA(), 6, Qt::ControlModifier);
-    const ModalDriver modals;
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QVERIFY(modals.seen().isEmpty());
-    QVERIFY(!fixture.hasStarted());
-    QVERIFY(fixture.requestLibrary(fixture.one));
-    QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
-}
-
-void tst_UIControllerMove::theDeckDecidesTheServer()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    QVERIFY(dragRow(fixture, fixture.bankB(), 4, fixture.bankB(), 2));
-    QVERIFY(fixture.hasDownloadedAgain(fixture.two));
-    QCOMPARE(moves(fixture.two), QStringList{u"3: 3 to 1"_s});
-    QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
-}
-
-void tst_UIControllerMove::aNameWithoutANumberIsSlotZero()
-{
-    cacheThumbnail(4);
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(
-        0, 0,
-        {folder(0, u"Intro"_s, {{hashOf(3), u"Sunset 003"_s, 3}, {hashOf(4), u"7: "_s, 4}}),
-         folder(1, u"Loops"_s)}));
-    const QSignalSpy redrawn(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    EVENTUALLY(!redrawn.isEmpty());
-    QVERIFY(dragRow(fixture, fixture.bankA(), 2, fixture.bankA(), 5));
-    EVENTUALLY_COMPARE(moves(fixture.one), (QStringList{u"0: 0 to 1"_s, u"0: 1 to 0"_s}));
-}
-
-// Unlike removal and upload, which take the folder's place in the list for its number.
-void tst_UIControllerMove::aLibraryWithGapsKeepsTheFoldersNumber()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(2, 0, OperationFixture::sparseLibrary()));
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QCOMPARE(moves(fixture.one), QStringList{u"2: 3 to 1"_s});
-}
-
-void tst_UIControllerMove::aFailureIsShownOnceAtTheEnd()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.one.refuse("it is <locked>");
-    ModalDriver modals;
-    modals.press(QMessageBox::Ok);
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    EVENTUALLY(!modals.pending());
-    QCOMPARE(modals.seen().first().text, u"Visual could not be moved"_s);
-    QCOMPARE(modals.seen().first().details,
-             u"Move from 003 to 001 in folder 003 on server \"One\" failed: it is <locked>."_s);
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-}
-
-void tst_UIControllerMove::aCancelSendsNothing()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.one.wire.hold(executePath);
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
-    QVERIFY(fixture.cancel(u"Moving..."_s));
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QCOMPARE(fixture.one.wire.requests(executePath).size(), 1);
-    QVERIFY(fixture.one.wire.requests(executePath).first().isOpen());
-}
-
-void tst_UIControllerMove::aSecondStartLetsGoOfTheFirst()
-{
-    LogCapture log;
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.one.wire.hold(executePath);
+    void aDragAsksWithTheTitleOfTheRemoval()
     {
-        const LeakAllowed first;
-        fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        ModalDriver modals;
+        modals.press(QMessageBox::Yes);
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QCOMPARE(modals.seen().size(), 1);
+        QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
+        QCOMPARE(modals.seen().first().text,
+                 u"Are you sure you want to move the selected visual?\n\n"
+                 "Note: The operation can not be canceled or undone."_s);
+        QVERIFY(fixture.hasStarted());
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QCOMPARE(moves(fixture.one), QStringList{u"3: 3 to 1"_s});
+        QCOMPARE(fixture.model.warningLevel, allWarnings);
+        QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
     }
-    fixture.controller().handleMoveVisual(5, 2, ServerDeckA);
-    QVERIFY(fixture.one.wire.waitForRequests(2, executePath));
-    for (const WireRequest &request : fixture.one.wire.requests(executePath))
-        request.answer(accepted);
-    EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
-    EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
-}
 
-void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen_data()
-{
-    QTest::addColumn<bool>("toldByTheServer");
-    QTest::newRow("silence") << false;
-    QTest::newRow("end of the stream") << true;
-}
+    void noChangesNothing_data()
+    {
+        QTest::addColumn<bool>("escape");
+        QTest::newRow("No") << false;
+        QTest::newRow("Escape") << true;
+    }
+    void noChangesNothing()
+    {
+        QFETCH(const bool, escape);
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        ModalDriver modals;
+        escape ? modals.escape() : modals.press(QMessageBox::No);
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QCOMPARE(modals.seen().size(), 1);
+        QVERIFY(!fixture.hasStarted());
+        QVERIFY(fixture.requestLibrary(fixture.one));
+        QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
+        QCOMPARE(fixture.model.warningLevel, allWarnings);
+        QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
+    }
 
-// Nobody answers for a server that is gone: the operator ends the task.
-void tst_UIControllerMove::theServerGoesWhileTheWarningIsOpen()
-{
-    QFETCH(const bool, toldByTheServer);
-    LogCapture log;
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    ModalDriver modals;
-    modals.answer([&](QDialog &warning) {
-        if (toldByTheServer)
-            fixture.one.stream.close();
-        else
-            fixture.loseServerA();
-        QVERIFY(waitFor([&] { return !modals.pending(); }));
-        qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
-    });
-    if (toldByTheServer)
+    void askingNoMoreIsSavedAtOnce()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        ModalDriver modals;
+        modals.press(u"Yes, don't ask again"_s);
+        const QSignalSpy redrawn(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(fixture.hasStarted());
+        QCOMPARE(fixture.model.warningLevel, allWarnings - moveWarning);
+        const QSettings settings(settingsFilePath(), QSettings::IniFormat);
+        QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - moveWarning);
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        EVENTUALLY(!redrawn.isEmpty());
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(fixture.hasStarted());
+        QCOMPARE(modals.seen().size(), 1);
+    }
+
+    void withoutAnyServerNothingHappens()
+    {
+        WindowFixture fixture;
+        ModalDriver modals;
+        fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
+        QVERIFY(modals.seen().isEmpty());
+        QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
+    }
+
+    void rowsAreDropped_data()
+    {
+        QTest::addColumn<bool>("listView");
+        QTest::addColumn<int>("from");
+        QTest::addColumn<int>("to");
+        QTest::addColumn<QString>("sent");
+        QTest::newRow("an empty slot") << true << 4 << 2 << u"3: 3 to 1"_s;
+        QTest::newRow("an empty slot, icons") << false << 4 << 2 << u"3: 3 to 1"_s;
+        QTest::newRow("an occupied slot") << true << 4 << 6 << u"3: 3 to 5"_s;
+        QTest::newRow("itself") << true << 4 << 4 << u"3: 3 to 3"_s;
+        QTest::newRow("Back") << true << 4 << 0 << u"3: 3 to 0"_s;
+        QTest::newRow("Back, icons") << false << 4 << 0 << u"3: 3 to 0"_s;
+        QTest::newRow("no visual") << true << 4 << 1 << u"3: 3 to 0"_s;
+        QTest::newRow("an empty slot is dragged") << true << 3 << 2 << u"3: 2 to 1"_s;
+        QTest::newRow("Back is dragged") << true << 0 << 2 << u"3: 0 to 1"_s;
+    }
+    void rowsAreDropped()
+    {
+        QFETCH(const bool, listView);
+        QFETCH(const int, from);
+        QFETCH(const int, to);
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.bankA().setListMode(listView);
+        QVERIFY(dragRow(fixture, fixture.bankA(), from, fixture.bankA(), to));
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QCOMPARE(moves(fixture.one).size(), 1);
+        QTEST(moves(fixture.one).first(), "sent");
+    }
+
+    void severalRowsAreNotMoved()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        clickRow(fixture.bankA(), 4);
+        clickRow(fixture.bankA(), 6, Qt::ControlModifier);
+        const ModalDriver modals;
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(modals.seen().isEmpty());
+        QVERIFY(!fixture.hasStarted());
+        QVERIFY(fixture.requestLibrary(fixture.one));
+        QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
+    }
+
+    void theDeckDecidesTheServer()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        QVERIFY(dragRow(fixture, fixture.bankB(), 4, fixture.bankB(), 2));
+        QVERIFY(fixture.hasDownloadedAgain(fixture.two));
+        QCOMPARE(moves(fixture.two), QStringList{u"3: 3 to 1"_s});
+        QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
+    }
+
+    void aNameWithoutANumberIsSlotZero()
+    {
+        cacheThumbnail(4);
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(
+            0, 0,
+            {folder(0, u"Intro"_s, {{hashOf(3), u"Sunset 003"_s, 3}, {hashOf(4), u"7: "_s, 4}}),
+             folder(1, u"Loops"_s)}));
+        const QSignalSpy redrawn(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        EVENTUALLY(!redrawn.isEmpty());
+        QVERIFY(dragRow(fixture, fixture.bankA(), 2, fixture.bankA(), 5));
+        EVENTUALLY_COMPARE(moves(fixture.one), (QStringList{u"0: 0 to 1"_s, u"0: 1 to 0"_s}));
+    }
+
+    // Unlike removal and upload, which take the folder's place in the list for its number.
+    void aLibraryWithGapsKeepsTheFoldersNumber()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(2, 0, OperationFixture::sparseLibrary()));
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QCOMPARE(moves(fixture.one), QStringList{u"2: 3 to 1"_s});
+    }
+
+    void aFailureIsShownOnceAtTheEnd()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.one.refuse("it is <locked>");
+        ModalDriver modals;
         modals.press(QMessageBox::Ok);
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QVERIFY(!fixture.isConnected(fixture.one));
-    QVERIFY(log.texts().contains(u"Handler not found for id: "_s + fixture.one.uuid.toString()));
-    QVERIFY(fixture.cancel(u"Moving..."_s));
-    EVENTUALLY(!fixture.hasStarted());
-    QVERIFY(fixture.requestLibrary(fixture.two));
-    QCOMPARE(fixture.one.libraryRequests(), 1);
-}
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        EVENTUALLY(!modals.pending());
+        QCOMPARE(modals.seen().first().text, u"Visual could not be moved"_s);
+        QCOMPARE(modals.seen().first().details,
+                 u"Move from 003 to 001 in folder 003 on server \"One\" failed: it is <locked>."_s);
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    }
 
-void tst_UIControllerMove::theBankIsEmptiedWhileTheWarningIsOpen()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    ModalDriver modals;
-    modals.answer([&](QDialog &warning) {
-        fixture.controller().serverNameChanged(fixture.one.uuid, u"Renamed"_s);
-        qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
-    });
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QVERIFY(fixture.bankA().currentServerUuid().isNull());
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QCOMPARE(moves(fixture.one), QStringList{u"3: 3 to 1"_s});
-}
+    void aCancelSendsNothing()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.one.wire.hold(executePath);
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+        QVERIFY(fixture.cancel(u"Moving..."_s));
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QCOMPARE(fixture.one.wire.requests(executePath).size(), 1);
+        QVERIFY(fixture.one.wire.requests(executePath).first().isOpen());
+    }
 
-void tst_UIControllerMove::theWindowGoesWhileTheWarningIsOpen()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"One"_s, loopback(9)));
-    ModalDriver modals;
-    modals.answer([&](QDialog &) { fixture.window.reset(); });
-    fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
-    QVERIFY(!fixture.window);
-}
+    void aSecondStartLetsGoOfTheFirst()
+    {
+        LogCapture log;
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.one.wire.hold(executePath);
+        {
+            const LeakAllowed first;
+            fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
+        }
+        fixture.controller().handleMoveVisual(5, 2, ServerDeckA);
+        QVERIFY(fixture.one.wire.waitForRequests(2, executePath));
+        for (const WireRequest &request : fixture.one.wire.requests(executePath))
+            request.answer(accepted);
+        EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
+        EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
+    }
+
+    void theServerGoesWhileTheWarningIsOpen_data()
+    {
+        QTest::addColumn<bool>("toldByTheServer");
+        QTest::newRow("silence") << false;
+        QTest::newRow("end of the stream") << true;
+    }
+    // Nobody answers for a server that is gone: the operator ends the task.
+    void theServerGoesWhileTheWarningIsOpen()
+    {
+        QFETCH(const bool, toldByTheServer);
+        LogCapture log;
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        ModalDriver modals;
+        modals.answer([&](QDialog &warning) {
+            if (toldByTheServer)
+                fixture.one.stream.close();
+            else
+                fixture.loseServerA();
+            QVERIFY(waitFor([&] { return !modals.pending(); }));
+            qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
+        });
+        if (toldByTheServer)
+            modals.press(QMessageBox::Ok);
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(!fixture.isConnected(fixture.one));
+        QVERIFY(
+            log.texts().contains(u"Handler not found for id: "_s + fixture.one.uuid.toString()));
+        QVERIFY(fixture.cancel(u"Moving..."_s));
+        EVENTUALLY(!fixture.hasStarted());
+        QVERIFY(fixture.requestLibrary(fixture.two));
+        QCOMPARE(fixture.one.libraryRequests(), 1);
+    }
+
+    void theBankIsEmptiedWhileTheWarningIsOpen()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        ModalDriver modals;
+        modals.answer([&](QDialog &warning) {
+            fixture.controller().serverNameChanged(fixture.one.uuid, u"Renamed"_s);
+            qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
+        });
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(fixture.bankA().currentServerUuid().isNull());
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QCOMPARE(moves(fixture.one), QStringList{u"3: 3 to 1"_s});
+    }
+
+    void theWindowGoesWhileTheWarningIsOpen()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"One"_s, loopback(9)));
+        ModalDriver modals;
+        modals.answer([&](QDialog &) { fixture.window.reset(); });
+        fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
+        QVERIFY(!fixture.window);
+    }
+};
 
 QTEST_MAIN(tst_UIControllerMove)
 #include "tst_UIControllerMove.moc"

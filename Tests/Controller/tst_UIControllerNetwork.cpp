@@ -59,48 +59,44 @@ private slots:
         QPixmapCache::clear();
     }
 
-    void thumbnailsAreFetchedPastTheProxy();
-    void thumbnailsAreFetchedWithoutACookie();
-    void thumbnailCacheHas64Mebibytes();
-};
-
-void tst_UIControllerNetwork::thumbnailsAreFetchedPastTheProxy()
-{
-    const ApplicationProxy proxy(loopback(9));
-    WindowFixture fixture;
-    fixture.connectServer(oneVisualAFolder(ApplicationProxy::thisMachine().toString()));
-    LogCapture log;
-    fixture.controller().folderChanged(0);
-    EVENTUALLY(proxy.wasUsed() ||
-               !log.texts().filter(u"Error while getting thumbnail"_s).isEmpty());
-    QVERIFY(!proxy.wasUsed());
-}
-
-void tst_UIControllerNetwork::thumbnailsAreFetchedWithoutACookie()
-{
-    WireServer server(serverAddress);
-    server.answer(thumbnails, "no picture", "Set-Cookie: id=7; Path=/\r\n");
-    WindowFixture fixture;
-    fixture.connectServer(oneVisualAFolder());
-    for (int number = 0; number < 2; ++number) {
-        fixture.controller().folderChanged(number);
-        EVENTUALLY(fixture.bankA().isEnabled());
+    void thumbnailsAreFetchedPastTheProxy()
+    {
+        const ApplicationProxy proxy(loopback(9));
+        WindowFixture fixture;
+        fixture.connectServer(oneVisualAFolder(ApplicationProxy::thisMachine().toString()));
+        LogCapture log;
+        fixture.controller().folderChanged(0);
+        EVENTUALLY(proxy.wasUsed() ||
+                   !log.texts().filter(u"Error while getting thumbnail"_s).isEmpty());
+        QVERIFY(!proxy.wasUsed());
     }
-    QCOMPARE(server.requests(thumbnails).size(), 2);
-    for (const WireRequest &request : server.requests(thumbnails))
-        QVERIFY(request.header("Cookie").isNull());
-}
 
-void tst_UIControllerNetwork::thumbnailCacheHas64Mebibytes()
-{
-    WireServer server(serverAddress);
-    server.answer(thumbnails, "no picture");
-    WindowFixture fixture;
-    fixture.connectServer(oneVisualAFolder());
-    CacheOfReplies cache;
-    fixture.controller().folderChanged(0);
-    EVENTUALLY_COMPARE(cache.maximumSize, 67108864);
-}
+    void thumbnailsAreFetchedWithoutACookie()
+    {
+        WireServer server(serverAddress);
+        server.answer(thumbnails, "no picture", "Set-Cookie: id=7; Path=/\r\n");
+        WindowFixture fixture;
+        fixture.connectServer(oneVisualAFolder());
+        for (int number = 0; number < 2; ++number) {
+            fixture.controller().folderChanged(number);
+            EVENTUALLY(fixture.bankA().isEnabled());
+        }
+        QCOMPARE(server.requests(thumbnails).size(), 2);
+        for (const WireRequest &request : server.requests(thumbnails))
+            QVERIFY(request.header("Cookie").isNull());
+    }
+
+    void thumbnailCacheHas64Mebibytes()
+    {
+        WireServer server(serverAddress);
+        server.answer(thumbnails, "no picture");
+        WindowFixture fixture;
+        fixture.connectServer(oneVisualAFolder());
+        CacheOfReplies cache;
+        fixture.controller().folderChanged(0);
+        EVENTUALLY_COMPARE(cache.maximumSize, 67108864);
+    }
+};
 
 QTEST_MAIN(tst_UIControllerNetwork)
 #include "tst_UIControllerNetwork.moc"

@@ -27,400 +27,379 @@ class tst_UIControllerRegistry : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aDiscoveredServerReachesTheScreen();
-    void theFirstServerGoesToBankAAndTheSecondToBankB();
-    void aBankLeftEmptyIsNotFilledAgain();
-    void aServerIsNeverOfferedInBothBanksAtOnce();
-    void bankBKeepsItsServerWhenBankAChanges();
-    void bankBTakesTheFirstLeftOnlyWhileItNeverHadOne();
-    void anEmptyLibraryIsOfferedNowhere();
-    void aServerIsOfferedAsSoonAsItHasFolders();
-    void aRenameClearsTheSelectionOfBothBanks();
-    void aRenameOffersTheWholeListInBothBanks();
-    void aNewInterfaceRefreshesTheLibrary();
-    void anInterfaceOfAnUnknownServerChangesNothing();
-    void aLostInterfaceIsForgottenByAddressAndMask();
-    void aServerWithoutInterfacesIsNotAsked();
-    void aChangedLibraryIsFetchedAndDrawn();
-    void aChangeOfAnUnknownServerFetchesNothing();
-    void noServerChosenDisablesTheTransfer();
-    void ratesAreShownByTheBankOfTheServer();
-    void ratesOfAnUnknownServerAreDropped();
-    void theSignHidesOnlyWhileTwoServersAreEqual();
-    void theTransferIsEnabledWithTwoServers();
-    void aServerThatReachesNobodyDisablesTheTransfer();
-    void aServerThatIsBackUnderTheMessageKeepsTheTransfer();
-};
+    void aDiscoveredServerReachesTheScreen()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        server.setLibrary(library());
+        fixture.controller().addServer(server.uuid, server.wire.address(), 8, u"Stage left"_s);
+        QCOMPARE(fixture.model.servers.size(), 1);
+        QVERIFY(!fixture.isConnected(server));
+        QVERIFY(server.wire.waitForRequests(1, "/brenvoka/notifier.html"));
+        QCOMPARE(fixture.model.servers.first()->folders.size(), 1);
+        QCOMPARE(fixture.offered(fixture.bankA()), QStringList());
 
-void tst_UIControllerRegistry::aDiscoveredServerReachesTheScreen()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    server.setLibrary(library());
-    fixture.controller().addServer(server.uuid, server.wire.address(), 8, u"Stage left"_s);
-    QCOMPARE(fixture.model.servers.size(), 1);
-    QVERIFY(!fixture.isConnected(server));
-    QVERIFY(server.wire.waitForRequests(1, "/brenvoka/notifier.html"));
-    QCOMPARE(fixture.model.servers.first()->folders.size(), 1);
-    QCOMPARE(fixture.offered(fixture.bankA()), QStringList());
+        QVERIFY(server.openStream());
+        EVENTUALLY_COMPARE(fixture.bankA().currentServerUuid(), server.uuid);
+        QCOMPARE(fixture.offered(fixture.bankA()), QStringList{u"Stage left"_s});
+        QCOMPARE(listOf(fixture.bankA()).count(), 256);
+        QCOMPARE(listOf(fixture.bankA()).item(0)->text(), u"Intro"_s);
+        QVERIFY(fixture.bankB().currentServerUuid().isNull());
+    }
 
-    QVERIFY(server.openStream());
-    EVENTUALLY_COMPARE(fixture.bankA().currentServerUuid(), server.uuid);
-    QCOMPARE(fixture.offered(fixture.bankA()), QStringList{u"Stage left"_s});
-    QCOMPARE(listOf(fixture.bankA()).count(), 256);
-    QCOMPARE(listOf(fixture.bankA()).item(0)->text(), u"Intro"_s);
-    QVERIFY(fixture.bankB().currentServerUuid().isNull());
-}
+    void theFirstServerGoesToBankAAndTheSecondToBankB()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        PlayedServer three(loopback(3));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
+        QVERIFY(fixture.bankB().currentServerUuid().isNull());
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
+        QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
+        QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
+        QCOMPARE(fixture.offered(fixture.bankA()), (QStringList{u"One"_s, u"Two"_s, u"Three"_s}));
+        QCOMPARE(fixture.offered(fixture.bankB()), (QStringList{u"Two"_s, u"Three"_s}));
+    }
 
-void tst_UIControllerRegistry::theFirstServerGoesToBankAAndTheSecondToBankB()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    PlayedServer three(loopback(3));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
-    QVERIFY(fixture.bankB().currentServerUuid().isNull());
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
-    QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
-    QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
-    QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
-    QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
-    QCOMPARE(fixture.offered(fixture.bankA()), (QStringList{u"One"_s, u"Two"_s, u"Three"_s}));
-    QCOMPARE(fixture.offered(fixture.bankB()), (QStringList{u"Two"_s, u"Three"_s}));
-}
+    void aBankLeftEmptyIsNotFilledAgain()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        PlayedServer three(loopback(3));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
+        fixture.controller().removeServer(one.uuid);
+        QVERIFY(fixture.bankA().currentServerUuid().isNull());
+        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
+        fixture.controller().removeServer(two.uuid);
+        QVERIFY(fixture.bankB().currentServerUuid().isNull());
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.bankA().currentServerUuid().isNull());
+        QVERIFY(fixture.bankB().currentServerUuid().isNull());
+        QCOMPARE(fixture.offered(fixture.bankA()), (QStringList{u"Three"_s, u"One"_s}));
+    }
 
-void tst_UIControllerRegistry::aBankLeftEmptyIsNotFilledAgain()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    PlayedServer three(loopback(3));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
-    fixture.controller().removeServer(one.uuid);
-    QVERIFY(fixture.bankA().currentServerUuid().isNull());
-    QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
-    fixture.controller().removeServer(two.uuid);
-    QVERIFY(fixture.bankB().currentServerUuid().isNull());
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.bankA().currentServerUuid().isNull());
-    QVERIFY(fixture.bankB().currentServerUuid().isNull());
-    QCOMPARE(fixture.offered(fixture.bankA()), (QStringList{u"Three"_s, u"One"_s}));
-}
+    void aServerIsNeverOfferedInBothBanksAtOnce()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        QCOMPARE(fixture.offered(fixture.bankB()), QStringList{u"Two"_s});
+        fixture.choose(fixture.bankA(), u"Two"_s);
+        QCOMPARE(fixture.bankA().currentServerUuid(), two.uuid);
+        QCOMPARE(fixture.offered(fixture.bankB()), QStringList{u"One"_s});
+        QVERIFY(fixture.bankB().currentServerUuid().isNull());
+        QVERIFY(!fixture.isTransferEnabled());
+        QVERIFY(fixture.isSyncWarningShown());
+    }
 
-void tst_UIControllerRegistry::aServerIsNeverOfferedInBothBanksAtOnce()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    QCOMPARE(fixture.offered(fixture.bankB()), QStringList{u"Two"_s});
-    fixture.choose(fixture.bankA(), u"Two"_s);
-    QCOMPARE(fixture.bankA().currentServerUuid(), two.uuid);
-    QCOMPARE(fixture.offered(fixture.bankB()), QStringList{u"One"_s});
-    QVERIFY(fixture.bankB().currentServerUuid().isNull());
-    QVERIFY(!fixture.isTransferEnabled());
-    QVERIFY(fixture.isSyncWarningShown());
-}
+    void bankBKeepsItsServerWhenBankAChanges()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        PlayedServer three(loopback(3));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
+        fixture.choose(fixture.bankA(), u"Three"_s);
+        QCOMPARE(fixture.bankA().currentServerUuid(), three.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
+        QCOMPARE(fixture.offered(fixture.bankB()), (QStringList{u"One"_s, u"Two"_s}));
+        fixture.choose(fixture.bankB(), u"One"_s);
+        QCOMPARE(fixture.bankA().currentServerUuid(), three.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), one.uuid);
+        QVERIFY(fixture.isTransferEnabled());
+    }
 
-void tst_UIControllerRegistry::bankBKeepsItsServerWhenBankAChanges()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    PlayedServer three(loopback(3));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
-    fixture.choose(fixture.bankA(), u"Three"_s);
-    QCOMPARE(fixture.bankA().currentServerUuid(), three.uuid);
-    QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
-    QCOMPARE(fixture.offered(fixture.bankB()), (QStringList{u"One"_s, u"Two"_s}));
-    fixture.choose(fixture.bankB(), u"One"_s);
-    QCOMPARE(fixture.bankA().currentServerUuid(), three.uuid);
-    QCOMPARE(fixture.bankB().currentServerUuid(), one.uuid);
-    QVERIFY(fixture.isTransferEnabled());
-}
+    void bankBTakesTheFirstLeftOnlyWhileItNeverHadOne()
+    {
+        ControllerFixture fixture;
+        const Server one = sampleServer(u"One"_s, loopback(1));
+        fixture.connectServer(one);
+        // A second server that is connected, of which the lists have not heard yet.
+        Server two = sampleServer(u"Two"_s, loopback(2));
+        two.connected = true;
+        fixture.model.upsertServer(two);
+        fixture.controller().serverSelectionChanged(ServerDeckA, one.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
+        QCOMPARE(listOf(fixture.bankB()).count(), 256);
+        // This choice was not the bank's first automatic one: that is still to come.
+        fixture.controller().removeServer(two.uuid);
+        QVERIFY(fixture.bankB().currentServerUuid().isNull());
+        const Server three = sampleServer(u"Three"_s, loopback(3));
+        fixture.connectServer(three);
+        QCOMPARE(fixture.bankB().currentServerUuid(), three.uuid);
+    }
 
-void tst_UIControllerRegistry::bankBTakesTheFirstLeftOnlyWhileItNeverHadOne()
-{
-    ControllerFixture fixture;
-    const Server one = sampleServer(u"One"_s, loopback(1));
-    fixture.connectServer(one);
-    // A second server that is connected, of which the lists have not heard yet.
-    Server two = sampleServer(u"Two"_s, loopback(2));
-    two.connected = true;
-    fixture.model.upsertServer(two);
-    fixture.controller().serverSelectionChanged(ServerDeckA, one.uuid);
-    QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
-    QCOMPARE(listOf(fixture.bankB()).count(), 256);
-    // This choice was not the bank's first automatic one: that is still to come.
-    fixture.controller().removeServer(two.uuid);
-    QVERIFY(fixture.bankB().currentServerUuid().isNull());
-    const Server three = sampleServer(u"Three"_s, loopback(3));
-    fixture.connectServer(three);
-    QCOMPARE(fixture.bankB().currentServerUuid(), three.uuid);
-}
+    void anEmptyLibraryIsOfferedNowhere()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(server, u"Empty"_s, {}));
+        QCOMPARE(fixture.offered(fixture.bankA()), QStringList());
+        QCOMPARE(fixture.offered(fixture.bankB()), QStringList());
+        QVERIFY(!fixture.bankA().isEnabled());
+    }
 
-void tst_UIControllerRegistry::anEmptyLibraryIsOfferedNowhere()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(server, u"Empty"_s, {}));
-    QCOMPARE(fixture.offered(fixture.bankA()), QStringList());
-    QCOMPARE(fixture.offered(fixture.bankB()), QStringList());
-    QVERIFY(!fixture.bankA().isEnabled());
-}
+    void aServerIsOfferedAsSoonAsItHasFolders()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(server, u"Empty"_s, {}));
+        server.setLibrary(library());
+        server.sendLibraryChanged();
+        EVENTUALLY_COMPARE(fixture.bankA().currentServerUuid(), server.uuid);
+    }
 
-void tst_UIControllerRegistry::aServerIsOfferedAsSoonAsItHasFolders()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(server, u"Empty"_s, {}));
-    server.setLibrary(library());
-    server.sendLibraryChanged();
-    EVENTUALLY_COMPARE(fixture.bankA().currentServerUuid(), server.uuid);
-}
+    void aRenameClearsTheSelectionOfBothBanks()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        QVERIFY(!fixture.isSyncWarningShown());
+        fixture.controller().serverNameChanged(two.uuid, u"Zwei"_s);
+        QVERIFY(fixture.bankA().currentServerUuid().isNull());
+        QVERIFY(fixture.bankB().currentServerUuid().isNull());
+        QCOMPARE(fixture.comboBox(fixture.bankA()).currentIndex(), -1);
+        QVERIFY(fixture.isSyncWarningShown());
+    }
 
-void tst_UIControllerRegistry::aRenameClearsTheSelectionOfBothBanks()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    QVERIFY(!fixture.isSyncWarningShown());
-    fixture.controller().serverNameChanged(two.uuid, u"Zwei"_s);
-    QVERIFY(fixture.bankA().currentServerUuid().isNull());
-    QVERIFY(fixture.bankB().currentServerUuid().isNull());
-    QCOMPARE(fixture.comboBox(fixture.bankA()).currentIndex(), -1);
-    QVERIFY(fixture.isSyncWarningShown());
-}
+    void aRenameOffersTheWholeListInBothBanks()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        fixture.controller().serverNameChanged(two.uuid, u"Zwei"_s);
+        const QStringList all{u"One"_s, u"Zwei"_s};
+        QCOMPARE(fixture.offered(fixture.bankA()), all);
+        QCOMPARE(fixture.offered(fixture.bankB()), all);
+    }
 
-void tst_UIControllerRegistry::aRenameOffersTheWholeListInBothBanks()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    fixture.controller().serverNameChanged(two.uuid, u"Zwei"_s);
-    const QStringList all{u"One"_s, u"Zwei"_s};
-    QCOMPARE(fixture.offered(fixture.bankA()), all);
-    QCOMPARE(fixture.offered(fixture.bankB()), all);
-}
+    void aNewInterfaceRefreshesTheLibrary()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
+        fixture.controller().addServerConnection(server.uuid, QHostAddress(loopback(9)), 16);
+        QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
+        const Server &record = fixture.controller().connectedServer(server.uuid);
+        QCOMPARE(record.connections.size(), 2);
+        QCOMPARE(record.connections.last(), ServerConnection(QHostAddress(loopback(9)), 16));
+    }
 
-void tst_UIControllerRegistry::aNewInterfaceRefreshesTheLibrary()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(server, u"One"_s, library()));
-    fixture.controller().addServerConnection(server.uuid, QHostAddress(loopback(9)), 16);
-    QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
-    const Server &record = fixture.controller().connectedServer(server.uuid);
-    QCOMPARE(record.connections.size(), 2);
-    QCOMPARE(record.connections.last(), ServerConnection(QHostAddress(loopback(9)), 16));
-}
+    void anInterfaceOfAnUnknownServerChangesNothing()
+    {
+        ControllerFixture fixture;
+        fixture.controller().addServerConnection(QUuid::createUuid(), QHostAddress(loopback(9)),
+                                                 16);
+        fixture.controller().removeServerConnection(QUuid::createUuid(), QHostAddress(loopback(9)),
+                                                    16);
+        QVERIFY(fixture.model.servers.isEmpty());
+    }
 
-void tst_UIControllerRegistry::anInterfaceOfAnUnknownServerChangesNothing()
-{
-    ControllerFixture fixture;
-    fixture.controller().addServerConnection(QUuid::createUuid(), QHostAddress(loopback(9)), 16);
-    fixture.controller().removeServerConnection(QUuid::createUuid(), QHostAddress(loopback(9)), 16);
-    QVERIFY(fixture.model.servers.isEmpty());
-}
+    void aLostInterfaceIsForgottenByAddressAndMask()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
+        const Server &record = fixture.controller().connectedServer(server.uuid);
+        fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 24);
+        QCOMPARE(record.connections.size(), 1);
+        fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
+        QCOMPARE(record.connections.size(), 0);
+        QCOMPARE(fixture.bankA().currentServerUuid(), server.uuid);
+        // The only request is that for the interface that comes back.
+        fixture.controller().addServerConnection(server.uuid, server.wire.address(), 8);
+        EVENTUALLY(server.libraryRequests() > 1);
+        QCOMPARE(server.libraryRequests(), 2);
+    }
 
-void tst_UIControllerRegistry::aLostInterfaceIsForgottenByAddressAndMask()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(server, u"One"_s, library()));
-    const Server &record = fixture.controller().connectedServer(server.uuid);
-    fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 24);
-    QCOMPARE(record.connections.size(), 1);
-    fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
-    QCOMPARE(record.connections.size(), 0);
-    QCOMPARE(fixture.bankA().currentServerUuid(), server.uuid);
-    // The only request is that for the interface that comes back.
-    fixture.controller().addServerConnection(server.uuid, server.wire.address(), 8);
-    EVENTUALLY(server.libraryRequests() > 1);
-    QCOMPARE(server.libraryRequests(), 2);
-}
+    void aServerWithoutInterfacesIsNotAsked()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
+        fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
+        fixture.controller().serverLibraryChanged(server.uuid);
+        fixture.controller().addServerConnection(server.uuid, server.wire.address(), 8);
+        QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
+        QCOMPARE(server.libraryRequests(), 2);
+    }
 
-void tst_UIControllerRegistry::aServerWithoutInterfacesIsNotAsked()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(server, u"One"_s, library()));
-    fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
-    fixture.controller().serverLibraryChanged(server.uuid);
-    fixture.controller().addServerConnection(server.uuid, server.wire.address(), 8);
-    QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
-    QCOMPARE(server.libraryRequests(), 2);
-}
+    void aChangedLibraryIsFetchedAndDrawn()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
+        server.setLibrary({folder(0, u"Outro"_s)});
+        server.sendLibraryChanged();
+        EVENTUALLY_COMPARE(listOf(fixture.bankA()).item(0)->text(), u"Outro"_s);
+        QCOMPARE(fixture.bankA().currentServerUuid(), server.uuid);
+        QCOMPARE(server.wire.requests("/brenvoka/notifier.html").size(), 1);
+    }
 
-void tst_UIControllerRegistry::aChangedLibraryIsFetchedAndDrawn()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(server, u"One"_s, library()));
-    server.setLibrary({folder(0, u"Outro"_s)});
-    server.sendLibraryChanged();
-    EVENTUALLY_COMPARE(listOf(fixture.bankA()).item(0)->text(), u"Outro"_s);
-    QCOMPARE(fixture.bankA().currentServerUuid(), server.uuid);
-    QCOMPARE(server.wire.requests("/brenvoka/notifier.html").size(), 1);
-}
+    void aChangeOfAnUnknownServerFetchesNothing()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
+        fixture.controller().serverLibraryChanged(QUuid());
+        fixture.controller().serverLibraryChanged(QUuid::createUuid());
+        fixture.controller().serverLibraryChanged(server.uuid);
+        QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
+        QCOMPARE(server.libraryRequests(), 2);
+    }
 
-void tst_UIControllerRegistry::aChangeOfAnUnknownServerFetchesNothing()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(server, u"One"_s, library()));
-    fixture.controller().serverLibraryChanged(QUuid());
-    fixture.controller().serverLibraryChanged(QUuid::createUuid());
-    fixture.controller().serverLibraryChanged(server.uuid);
-    QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
-    QCOMPARE(server.libraryRequests(), 2);
-}
+    void noServerChosenDisablesTheTransfer()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        QVERIFY(fixture.isTransferEnabled());
+        QVERIFY(!fixture.isSyncWarningShown());
+        fixture.comboBox(fixture.bankB()).setCurrentIndex(-1);
+        QVERIFY(!fixture.isTransferEnabled());
+        QVERIFY(fixture.isSyncWarningShown());
+    }
 
-void tst_UIControllerRegistry::noServerChosenDisablesTheTransfer()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    QVERIFY(fixture.isTransferEnabled());
-    QVERIFY(!fixture.isSyncWarningShown());
-    fixture.comboBox(fixture.bankB()).setCurrentIndex(-1);
-    QVERIFY(!fixture.isTransferEnabled());
-    QVERIFY(fixture.isSyncWarningShown());
-}
+    void ratesAreShownByTheBankOfTheServer()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        const auto label = [](const BVServerBank &bank, const char *name) {
+            return childOf<QLabel>(bank, name).text();
+        };
+        two.stream.send(
+            Wire::frame(R"({"msg_type":5,"GFPS":59.5,"TFPS":60.25,"MFPS":30,"FS":true})"));
+        EVENTUALLY_COMPARE(label(fixture.bankB(), "serverStatusLabel"), u"Connected"_s);
+        QCOMPARE(label(fixture.bankB(), "cpuValueLabel"), u"59.50"_s);
+        QCOMPARE(label(fixture.bankB(), "gpuValueLabel"), u"60.25"_s);
+        QCOMPARE(label(fixture.bankA(), "serverStatusLabel"), u"Disconnected"_s);
+        const Server &record = fixture.controller().connectedServer(two.uuid);
+        QVERIFY(record.hasFpsStats && record.isFullScreen);
+        QCOMPARE(record.monitorFps, 30.0F);
 
-void tst_UIControllerRegistry::ratesAreShownByTheBankOfTheServer()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    const auto label = [](const BVServerBank &bank, const char *name) {
-        return childOf<QLabel>(bank, name).text();
-    };
-    two.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":59.5,"TFPS":60.25,"MFPS":30,"FS":true})"));
-    EVENTUALLY_COMPARE(label(fixture.bankB(), "serverStatusLabel"), u"Connected"_s);
-    QCOMPARE(label(fixture.bankB(), "cpuValueLabel"), u"59.50"_s);
-    QCOMPARE(label(fixture.bankB(), "gpuValueLabel"), u"60.25"_s);
-    QCOMPARE(label(fixture.bankA(), "serverStatusLabel"), u"Disconnected"_s);
-    const Server &record = fixture.controller().connectedServer(two.uuid);
-    QVERIFY(record.hasFpsStats && record.isFullScreen);
-    QCOMPARE(record.monitorFps, 30.0F);
+        one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5,"TFPS":25.25})"));
+        EVENTUALLY_COMPARE(label(fixture.bankA(), "cpuValueLabel"), u"24.50"_s);
+        QCOMPARE(label(fixture.bankA(), "gpuValueLabel"), u"25.25"_s);
+        QCOMPARE(label(fixture.bankB(), "cpuValueLabel"), u"59.50"_s);
 
-    one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5,"TFPS":25.25})"));
-    EVENTUALLY_COMPARE(label(fixture.bankA(), "cpuValueLabel"), u"24.50"_s);
-    QCOMPARE(label(fixture.bankA(), "gpuValueLabel"), u"25.25"_s);
-    QCOMPARE(label(fixture.bankB(), "cpuValueLabel"), u"59.50"_s);
+        fixture.controller().removeServer(two.uuid);
+        QCOMPARE(label(fixture.bankB(), "serverStatusLabel"), u"Disconnected"_s);
+        QCOMPARE(label(fixture.bankB(), "cpuValueLabel"), u"0.00"_s);
+    }
 
-    fixture.controller().removeServer(two.uuid);
-    QCOMPARE(label(fixture.bankB(), "serverStatusLabel"), u"Disconnected"_s);
-    QCOMPARE(label(fixture.bankB(), "cpuValueLabel"), u"0.00"_s);
-}
+    void ratesOfAnUnknownServerAreDropped()
+    {
+        ControllerFixture fixture;
+        fixture.controller().serverUpdateFpsStats(QUuid(), 1, 2, 3, true);
+        fixture.controller().serverUpdateFpsStats(QUuid::createUuid(), 1, 2, 3, true);
+        QCOMPARE(childOf<QLabel>(fixture.bankA(), "serverStatusLabel").text(), u"Disconnected"_s);
+    }
 
-void tst_UIControllerRegistry::ratesOfAnUnknownServerAreDropped()
-{
-    ControllerFixture fixture;
-    fixture.controller().serverUpdateFpsStats(QUuid(), 1, 2, 3, true);
-    fixture.controller().serverUpdateFpsStats(QUuid::createUuid(), 1, 2, 3, true);
-    QCOMPARE(childOf<QLabel>(fixture.bankA(), "serverStatusLabel").text(), u"Disconnected"_s);
-}
+    void theSignHidesOnlyWhileTwoServersAreEqual()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        ControllerFixture fixture;
+        QVERIFY(fixture.isSyncWarningShown());
+        one.setLibrary(library());
+        QVERIFY(fixture.discover(one, u"One"_s));
+        QVERIFY(fixture.isSyncWarningShown());
+        two.setLibrary(library());
+        QVERIFY(fixture.discover(two, u"Two"_s));
+        QVERIFY(!fixture.isSyncWarningShown());
 
-void tst_UIControllerRegistry::theSignHidesOnlyWhileTwoServersAreEqual()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    ControllerFixture fixture;
-    QVERIFY(fixture.isSyncWarningShown());
-    one.setLibrary(library());
-    QVERIFY(fixture.discover(one, u"One"_s));
-    QVERIFY(fixture.isSyncWarningShown());
-    two.setLibrary(library());
-    QVERIFY(fixture.discover(two, u"Two"_s));
-    QVERIFY(!fixture.isSyncWarningShown());
+        two.setLibrary({folder(0, u"Outro"_s)});
+        two.sendLibraryChanged();
+        EVENTUALLY(fixture.isSyncWarningShown());
+        two.setLibrary(library());
+        two.sendLibraryChanged();
+        EVENTUALLY(!fixture.isSyncWarningShown());
 
-    two.setLibrary({folder(0, u"Outro"_s)});
-    two.sendLibraryChanged();
-    EVENTUALLY(fixture.isSyncWarningShown());
-    two.setLibrary(library());
-    two.sendLibraryChanged();
-    EVENTUALLY(!fixture.isSyncWarningShown());
+        fixture.controller().removeServer(two.uuid);
+        QVERIFY(fixture.isSyncWarningShown());
+        fixture.controller().removeServer(one.uuid);
+        QVERIFY(fixture.isSyncWarningShown());
+    }
 
-    fixture.controller().removeServer(two.uuid);
-    QVERIFY(fixture.isSyncWarningShown());
-    fixture.controller().removeServer(one.uuid);
-    QVERIFY(fixture.isSyncWarningShown());
-}
+    void theTransferIsEnabledWithTwoServers()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        ControllerFixture fixture;
+        QVERIFY(!fixture.isTransferEnabled());
+        QVERIFY(fixture.connectServer(one, u"One"_s, library(), 32));
+        QVERIFY(!fixture.isTransferEnabled());
+        // Whether the two reach each other doesn't matter here.
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library(), 32));
+        QVERIFY(fixture.isTransferEnabled());
+        fixture.controller().removeServer(one.uuid);
+        QVERIFY(!fixture.isTransferEnabled());
+    }
 
-void tst_UIControllerRegistry::theTransferIsEnabledWithTwoServers()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    ControllerFixture fixture;
-    QVERIFY(!fixture.isTransferEnabled());
-    QVERIFY(fixture.connectServer(one, u"One"_s, library(), 32));
-    QVERIFY(!fixture.isTransferEnabled());
-    // Whether the two reach each other doesn't matter here.
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library(), 32));
-    QVERIFY(fixture.isTransferEnabled());
-    fixture.controller().removeServer(one.uuid);
-    QVERIFY(!fixture.isTransferEnabled());
-}
-
-void tst_UIControllerRegistry::aServerThatReachesNobodyDisablesTheTransfer()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    LogCapture log;
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    fixture.controller().removeServerConnection(one.uuid, one.wire.address(), 8);
-    ModalDriver modals;
-    bool isLoggedInTheDialog = false;
-    bool isEnabledInTheDialog = false;
-    modals.answer([&](QDialog &dialog) {
-        isLoggedInTheDialog = log.texts().contains(u"Server don't share a subnet"_s);
-        isEnabledInTheDialog = fixture.isTransferEnabled();
-        dialog.accept();
-    });
-    fixture.controller().serverConnected(two.uuid, two.wire.address());
-    QCOMPARE(modals.seen().value(0).text, u"The servers don't share a subnet"_s);
-    QVERIFY(isLoggedInTheDialog);
-    QVERIFY(isEnabledInTheDialog);
-    QVERIFY(!fixture.isTransferEnabled());
-}
-
-void tst_UIControllerRegistry::aServerThatIsBackUnderTheMessageKeepsTheTransfer()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-    fixture.controller().removeServerConnection(one.uuid, one.wire.address(), 8);
-    ModalDriver modals;
-    modals.answer([&](QDialog &dialog) {
-        fixture.controller().addServerConnection(one.uuid, one.wire.address(), 8);
+    void aServerThatReachesNobodyDisablesTheTransfer()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        LogCapture log;
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        fixture.controller().removeServerConnection(one.uuid, one.wire.address(), 8);
+        ModalDriver modals;
+        bool isLoggedInTheDialog = false;
+        bool isEnabledInTheDialog = false;
+        modals.answer([&](QDialog &dialog) {
+            isLoggedInTheDialog = log.texts().contains(u"Server don't share a subnet"_s);
+            isEnabledInTheDialog = fixture.isTransferEnabled();
+            dialog.accept();
+        });
         fixture.controller().serverConnected(two.uuid, two.wire.address());
-        dialog.accept();
-    });
-    fixture.controller().serverConnected(two.uuid, two.wire.address());
-    QCOMPARE(modals.seen().size(), 1);
-    QVERIFY(fixture.isTransferEnabled());
-}
+        QCOMPARE(modals.seen().value(0).text, u"The servers don't share a subnet"_s);
+        QVERIFY(isLoggedInTheDialog);
+        QVERIFY(isEnabledInTheDialog);
+        QVERIFY(!fixture.isTransferEnabled());
+    }
+
+    void aServerThatIsBackUnderTheMessageKeepsTheTransfer()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        fixture.controller().removeServerConnection(one.uuid, one.wire.address(), 8);
+        ModalDriver modals;
+        modals.answer([&](QDialog &dialog) {
+            fixture.controller().addServerConnection(one.uuid, one.wire.address(), 8);
+            fixture.controller().serverConnected(two.uuid, two.wire.address());
+            dialog.accept();
+        });
+        fixture.controller().serverConnected(two.uuid, two.wire.address());
+        QCOMPARE(modals.seen().size(), 1);
+        QVERIFY(fixture.isTransferEnabled());
+    }
+};
 
 QTEST_MAIN(tst_UIControllerRegistry)
 #include "tst_UIControllerRegistry.moc"

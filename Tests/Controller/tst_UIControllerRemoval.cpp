@@ -32,356 +32,332 @@ class tst_UIControllerRemoval : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void anEmptySelectionIsAskedAboutAndDoesNothing();
-    void withoutAnyServerNothingIsAsked();
-    void aServerThatIsNotConnectedIsEnoughToAsk();
-    void noChangesNothing_data();
-    void noChangesNothing();
-    void yesRemovesAndKeepsTheWarning();
-    void askingNoMoreIsSavedAtOnce();
-    void withTheWarningOffNothingIsAsked();
-
-    void clickedRowsAreRemoved_data();
-    void clickedRowsAreRemoved();
-    void aSelectedFolderStandsForItsVisuals();
-    void theDeckDecidesTheServer();
-    void aLibraryWithGapsNamesAnotherFolder();
-    void atTheFoldersLevelGapsDoNoHarm();
-
-    void failuresAreShownOnceAtTheEnd();
-    void aCancelKeepsWhatWasNotSent();
-    void aCancelTogetherWithTheLastResultIsOneEnd();
-    void aSecondStartLetsGoOfTheFirst();
-    void aQueueWithDuplicatesRepeatsItsLast();
-    void theServerGoesWhileTheWarningIsOpen_data();
-    void theServerGoesWhileTheWarningIsOpen();
-    void theWindowGoesWhileTheWarningIsOpen();
-};
-
-void tst_UIControllerRemoval::anEmptySelectionIsAskedAboutAndDoesNothing()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    ModalDriver modals;
-    modals.press(QMessageBox::Yes);
-    OperationFixture::clickRemove(fixture.bankA());
-    QCOMPARE(modals.seen().size(), 1);
-    QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
-    QCOMPARE(modals.seen().first().text,
-             u"Are you sure you want to remove the selected visuals?\n\n"
-             "Note: The operation can not be undone."_s);
-    QVERIFY(!fixture.hasStarted());
-}
-
-void tst_UIControllerRemoval::withoutAnyServerNothingIsAsked()
-{
-    WindowFixture fixture;
-    ModalDriver modals;
-    fixture.controller().handleRemoveVisuals(ServerDeckA);
-    fixture.controller().handleRemoveVisuals(ServerDeckB);
-    QVERIFY(modals.seen().isEmpty());
-}
-
-void tst_UIControllerRemoval::aServerThatIsNotConnectedIsEnoughToAsk()
-{
-    WindowFixture fixture;
-    fixture.model.upsertServer(sampleServer(u"One"_s, loopback(9)));
-    ModalDriver modals;
-    modals.press(QMessageBox::Yes);
-    fixture.controller().handleRemoveVisuals(ServerDeckA);
-    QCOMPARE(modals.seen().size(), 1);
-}
-
-void tst_UIControllerRemoval::noChangesNothing_data()
-{
-    QTest::addColumn<bool>("escape");
-    QTest::newRow("No") << false;
-    QTest::newRow("Escape") << true;
-}
-
-void tst_UIControllerRemoval::noChangesNothing()
-{
-    QFETCH(const bool, escape);
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    clickRow(fixture.bankA(), 4);
-    ModalDriver modals;
-    escape ? modals.escape() : modals.press(QMessageBox::No);
-    OperationFixture::clickRemove(fixture.bankA());
-    QCOMPARE(modals.seen().size(), 1);
-    QVERIFY(!fixture.hasStarted());
-    QCOMPARE(fixture.model.warningLevel, allWarnings);
-    QCOMPARE(fixture.bankA().selectedRows(), QList<int>{4});
-}
-
-void tst_UIControllerRemoval::yesRemovesAndKeepsTheWarning()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    clickRow(fixture.bankA(), 4);
-    ModalDriver modals;
-    modals.press(QMessageBox::Yes);
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(fixture.hasStarted());
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
-    QCOMPARE(fixture.two.libraryRequests(), 1);
-    QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
-    QCOMPARE(fixture.model.warningLevel, allWarnings);
-}
-
-void tst_UIControllerRemoval::askingNoMoreIsSavedAtOnce()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    clickRow(fixture.bankA(), 4);
-    ModalDriver modals;
-    modals.press(u"Yes, don't ask again"_s);
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(fixture.hasStarted());
-    QCOMPARE(fixture.model.warningLevel, allWarnings - removalWarning);
-    const QSettings settings(settingsFilePath(), QSettings::IniFormat);
-    QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - removalWarning);
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    OperationFixture::clickRemove(fixture.bankA());
-    QCOMPARE(modals.seen().size(), 1);
-}
-
-void tst_UIControllerRemoval::withTheWarningOffNothingIsAsked()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings - removalWarning));
-    clickRow(fixture.bankA(), 4);
-    const ModalDriver modals;
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(modals.seen().isEmpty());
-    QVERIFY(fixture.hasStarted());
-}
-
-void tst_UIControllerRemoval::clickedRowsAreRemoved_data()
-{
-    using Click = QPair<int, Qt::KeyboardModifiers>;
-    QTest::addColumn<QList<Click>>("clicks");
-    QTest::addColumn<Refs>("removed");
-    const Qt::KeyboardModifiers none;
-    const Qt::KeyboardModifiers shift = Qt::ShiftModifier;
-    const Qt::KeyboardModifiers control = Qt::ControlModifier;
-    QTest::newRow("a range passes over empty slots")
-        << QList<Click>{{4, none}, {8, shift}} << Refs{{3, 3}, {3, 5}, {3, 7}};
-    QTest::newRow("Back and no visual are never removed")
-        << QList<Click>{{0, none}, {5, shift}} << Refs{{3, 3}};
-    QTest::newRow("single rows are added")
-        << QList<Click>{{4, none}, {8, control}} << Refs{{3, 3}, {3, 7}};
-    QTest::newRow("a single row is taken out of a range")
-        << QList<Click>{{4, none}, {8, shift}, {6, control}} << Refs{{3, 3}, {3, 7}};
-    QTest::newRow("slot 255 is a slot like any other")
-        << QList<Click>{{8, none}, {256, shift}} << Refs{{3, 7}, {3, 255}};
-    QTest::newRow("empty slots alone") << QList<Click>{{9, none}, {12, shift}} << Refs{};
-}
-
-void tst_UIControllerRemoval::clickedRowsAreRemoved()
-{
-    using Click = QPair<int, Qt::KeyboardModifiers>;
-    QFETCH(const QList<Click>, clicks);
-    QFETCH(const Refs, removed);
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    for (const auto &[row, modifiers] : clicks)
-        clickRow(fixture.bankA(), row, modifiers);
-    OperationFixture::clickRemove(fixture.bankA());
-    QCOMPARE(fixture.hasStarted(), !removed.isEmpty());
-    if (removed.isEmpty())
-        return;
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    Refs sent = fixture.one.visuals(PlayedServer::Remove);
-    std::sort(sent.begin(), sent.end()); // the list gives its selection in no order
-    QCOMPARE(sent, removed);
-}
-
-void tst_UIControllerRemoval::aSelectedFolderStandsForItsVisuals()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.open());
-    clickRow(fixture.bankA(), 3);
-    clickRow(fixture.bankA(), 2, Qt::ControlModifier);  // empty
-    clickRow(fixture.bankA(), 99, Qt::ControlModifier); // absent
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 255}}));
-}
-
-void tst_UIControllerRemoval::theDeckDecidesTheServer()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.bankA().selectRows({4});
-    fixture.bankB().selectRows({8});
-    OperationFixture::clickRemove(fixture.bankB());
-    QVERIFY(fixture.hasDownloadedAgain(fixture.two));
-    QCOMPARE(fixture.two.visuals(PlayedServer::Remove), (Refs{{3, 7}}));
-    QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
-}
-
-// Folder 2 is on show; the server is told to clear folder 1, as far as folder 3 holds the visual.
-void tst_UIControllerRemoval::aLibraryWithGapsNamesAnotherFolder()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(2, 0, OperationFixture::sparseLibrary()));
-    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
-    fixture.bankA().selectRows({4, 6});
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{1, 5}}));
-}
-
-void tst_UIControllerRemoval::atTheFoldersLevelGapsDoNoHarm()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.open(0, OperationFixture::sparseLibrary()));
-    clickRow(fixture.bankA(), 2);
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{2, 3}}));
-}
-
-void tst_UIControllerRemoval::failuresAreShownOnceAtTheEnd()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.one.refuse("it is <locked>");
-    fixture.bankA().selectRows({4, 6});
-    ModalDriver modals;
-    modals.press(QMessageBox::Ok);
-    OperationFixture::clickRemove(fixture.bankA());
-    EVENTUALLY(!modals.pending());
-    QCOMPARE(modals.seen().first().text, u"Failed to remove 2 visuals from a total of 2."_s);
-    QCOMPARE(modals.seen().first().details,
-             u"Remove visual 003 in folder 003 on server \"One\" failed: it is <locked>.\n"
-             "Remove visual 005 in folder 003 on server \"One\" failed: it is <locked>."_s);
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-}
-
-void tst_UIControllerRemoval::aCancelKeepsWhatWasNotSent()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.one.wire.hold(executePath);
-    fixture.bankA().selectRows({4, 6, 8});
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
-    QVERIFY(fixture.cancel(u"Removing..."_s));
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    fixture.one.wire.requests(executePath).first().answer(accepted);
-    // The next command comes behind all that might have been queued.
-    fixture.controller().handleMoveVisual(3, 4, ServerDeckA);
-    EVENTUALLY_COMPARE(fixture.one.commands(PlayedServer::Move).size(), 1);
-    QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
-}
-
-void tst_UIControllerRemoval::aCancelTogetherWithTheLastResultIsOneEnd()
-{
-    LogCapture log;
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.one.refuse("it is locked");
-    fixture.bankA().selectRows({4});
-    ModalDriver modals;
-    modals.press(QMessageBox::Ok);
-    OperationFixture::clickRemove(fixture.bankA());
-    // Cancelled after the task's end was posted and before that is received.
-    BVProgressDialog *const dialog = fixture.dialog(u"Removing..."_s);
-    connect(dialog, &QDialog::accepted, dialog, &QDialog::reject, Qt::QueuedConnection);
-    EVENTUALLY_COMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
-    EVENTUALLY(!modals.pending() && !QApplication::activeModalWidget());
-    QCOMPARE(modals.seen().size(), 1);
-    QCOMPARE(modals.seen().first().text, u"Failed to remove 1 visuals from a total of 1."_s);
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-}
-
-// Both ask one queue, and an answer counts for both: they end together, and only one is known.
-void tst_UIControllerRemoval::aSecondStartLetsGoOfTheFirst()
-{
-    LogCapture log;
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.one.wire.hold(executePath);
-    fixture.bankA().selectRows({4, 6});
+    void anEmptySelectionIsAskedAboutAndDoesNothing()
     {
-        const LeakAllowed first;
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        ModalDriver modals;
+        modals.press(QMessageBox::Yes);
         OperationFixture::clickRemove(fixture.bankA());
+        QCOMPARE(modals.seen().size(), 1);
+        QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
+        QCOMPARE(modals.seen().first().text,
+                 u"Are you sure you want to remove the selected visuals?\n\n"
+                 "Note: The operation can not be undone."_s);
+        QVERIFY(!fixture.hasStarted());
     }
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
-    fixture.one.accept();
-    fixture.one.wire.requests(executePath).first().answer(accepted);
-    EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
-    EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
-    QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
-    EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Remove),
-                       (Refs{{3, 3}, {3, 5}, {3, 3}, {3, 5}}));
-}
 
-// While the first visual is on the wire, the queue holds 5, 5, 7: without its head that is 7, 7.
-void tst_UIControllerRemoval::aQueueWithDuplicatesRepeatsItsLast()
-{
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3));
-    fixture.one.wire.hold(executePath);
+    void withoutAnyServerNothingIsAsked()
     {
-        const LeakAllowed allButTheLast;
-        for (const int row : {4, 6}) {
-            fixture.bankA().selectRows({row});
+        WindowFixture fixture;
+        ModalDriver modals;
+        fixture.controller().handleRemoveVisuals(ServerDeckA);
+        fixture.controller().handleRemoveVisuals(ServerDeckB);
+        QVERIFY(modals.seen().isEmpty());
+    }
+
+    void aServerThatIsNotConnectedIsEnoughToAsk()
+    {
+        WindowFixture fixture;
+        fixture.model.upsertServer(sampleServer(u"One"_s, loopback(9)));
+        ModalDriver modals;
+        modals.press(QMessageBox::Yes);
+        fixture.controller().handleRemoveVisuals(ServerDeckA);
+        QCOMPARE(modals.seen().size(), 1);
+    }
+
+    void noChangesNothing_data()
+    {
+        QTest::addColumn<bool>("escape");
+        QTest::newRow("No") << false;
+        QTest::newRow("Escape") << true;
+    }
+    void noChangesNothing()
+    {
+        QFETCH(const bool, escape);
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        clickRow(fixture.bankA(), 4);
+        ModalDriver modals;
+        escape ? modals.escape() : modals.press(QMessageBox::No);
+        OperationFixture::clickRemove(fixture.bankA());
+        QCOMPARE(modals.seen().size(), 1);
+        QVERIFY(!fixture.hasStarted());
+        QCOMPARE(fixture.model.warningLevel, allWarnings);
+        QCOMPARE(fixture.bankA().selectedRows(), QList<int>{4});
+    }
+
+    void yesRemovesAndKeepsTheWarning()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        clickRow(fixture.bankA(), 4);
+        ModalDriver modals;
+        modals.press(QMessageBox::Yes);
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(fixture.hasStarted());
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
+        QCOMPARE(fixture.two.libraryRequests(), 1);
+        QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
+        QCOMPARE(fixture.model.warningLevel, allWarnings);
+    }
+
+    void askingNoMoreIsSavedAtOnce()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        clickRow(fixture.bankA(), 4);
+        ModalDriver modals;
+        modals.press(u"Yes, don't ask again"_s);
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(fixture.hasStarted());
+        QCOMPARE(fixture.model.warningLevel, allWarnings - removalWarning);
+        const QSettings settings(settingsFilePath(), QSettings::IniFormat);
+        QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - removalWarning);
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        OperationFixture::clickRemove(fixture.bankA());
+        QCOMPARE(modals.seen().size(), 1);
+    }
+
+    void withTheWarningOffNothingIsAsked()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings - removalWarning));
+        clickRow(fixture.bankA(), 4);
+        const ModalDriver modals;
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(modals.seen().isEmpty());
+        QVERIFY(fixture.hasStarted());
+    }
+
+    void clickedRowsAreRemoved_data()
+    {
+        using Click = QPair<int, Qt::KeyboardModifiers>;
+        QTest::addColumn<QList<Click>>("clicks");
+        QTest::addColumn<Refs>("removed");
+        const Qt::KeyboardModifiers none;
+        const Qt::KeyboardModifiers shift = Qt::ShiftModifier;
+        const Qt::KeyboardModifiers control = Qt::ControlModifier;
+        QTest::newRow("a range passes over empty slots")
+            << QList<Click>{{4, none}, {8, shift}} << Refs{{3, 3}, {3, 5}, {3, 7}};
+        QTest::newRow("Back and no visual are never removed")
+            << QList<Click>{{0, none}, {5, shift}} << Refs{{3, 3}};
+        QTest::newRow("single rows are added")
+            << QList<Click>{{4, none}, {8, control}} << Refs{{3, 3}, {3, 7}};
+        QTest::newRow("a single row is taken out of a range")
+            << QList<Click>{{4, none}, {8, shift}, {6, control}} << Refs{{3, 3}, {3, 7}};
+        QTest::newRow("slot 255 is a slot like any other")
+            << QList<Click>{{8, none}, {256, shift}} << Refs{{3, 7}, {3, 255}};
+        QTest::newRow("empty slots alone") << QList<Click>{{9, none}, {12, shift}} << Refs{};
+    }
+    void clickedRowsAreRemoved()
+    {
+        using Click = QPair<int, Qt::KeyboardModifiers>;
+        QFETCH(const QList<Click>, clicks);
+        QFETCH(const Refs, removed);
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        for (const auto &[row, modifiers] : clicks)
+            clickRow(fixture.bankA(), row, modifiers);
+        OperationFixture::clickRemove(fixture.bankA());
+        QCOMPARE(fixture.hasStarted(), !removed.isEmpty());
+        if (removed.isEmpty())
+            return;
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        Refs sent = fixture.one.visuals(PlayedServer::Remove);
+        std::sort(sent.begin(), sent.end()); // the list gives its selection in no order
+        QCOMPARE(sent, removed);
+    }
+
+    void aSelectedFolderStandsForItsVisuals()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.open());
+        clickRow(fixture.bankA(), 3);
+        clickRow(fixture.bankA(), 2, Qt::ControlModifier);  // empty
+        clickRow(fixture.bankA(), 99, Qt::ControlModifier); // absent
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QCOMPARE(fixture.one.visuals(PlayedServer::Remove),
+                 (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 255}}));
+    }
+
+    void theDeckDecidesTheServer()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.bankA().selectRows({4});
+        fixture.bankB().selectRows({8});
+        OperationFixture::clickRemove(fixture.bankB());
+        QVERIFY(fixture.hasDownloadedAgain(fixture.two));
+        QCOMPARE(fixture.two.visuals(PlayedServer::Remove), (Refs{{3, 7}}));
+        QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
+    }
+
+    // Folder 2 is on show; the server is told to clear folder 1, as far as folder 3 holds the
+    // visual.
+    void aLibraryWithGapsNamesAnotherFolder()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(2, 0, OperationFixture::sparseLibrary()));
+        QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
+        fixture.bankA().selectRows({4, 6});
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{1, 5}}));
+    }
+
+    void atTheFoldersLevelGapsDoNoHarm()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.open(0, OperationFixture::sparseLibrary()));
+        clickRow(fixture.bankA(), 2);
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{2, 3}}));
+    }
+
+    void failuresAreShownOnceAtTheEnd()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.one.refuse("it is <locked>");
+        fixture.bankA().selectRows({4, 6});
+        ModalDriver modals;
+        modals.press(QMessageBox::Ok);
+        OperationFixture::clickRemove(fixture.bankA());
+        EVENTUALLY(!modals.pending());
+        QCOMPARE(modals.seen().first().text, u"Failed to remove 2 visuals from a total of 2."_s);
+        QCOMPARE(modals.seen().first().details,
+                 u"Remove visual 003 in folder 003 on server \"One\" failed: it is <locked>.\n"
+                 "Remove visual 005 in folder 003 on server \"One\" failed: it is <locked>."_s);
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    }
+
+    void aCancelKeepsWhatWasNotSent()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.one.wire.hold(executePath);
+        fixture.bankA().selectRows({4, 6, 8});
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+        QVERIFY(fixture.cancel(u"Removing..."_s));
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        fixture.one.wire.requests(executePath).first().answer(accepted);
+        // The next command comes behind all that might have been queued.
+        fixture.controller().handleMoveVisual(3, 4, ServerDeckA);
+        EVENTUALLY_COMPARE(fixture.one.commands(PlayedServer::Move).size(), 1);
+        QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
+    }
+
+    void aCancelTogetherWithTheLastResultIsOneEnd()
+    {
+        LogCapture log;
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.one.refuse("it is locked");
+        fixture.bankA().selectRows({4});
+        ModalDriver modals;
+        modals.press(QMessageBox::Ok);
+        OperationFixture::clickRemove(fixture.bankA());
+        // Cancelled after the task's end was posted and before that is received.
+        BVProgressDialog *const dialog = fixture.dialog(u"Removing..."_s);
+        connect(dialog, &QDialog::accepted, dialog, &QDialog::reject, Qt::QueuedConnection);
+        EVENTUALLY_COMPARE(log.texts().count(u"Finish notification received from invalid task"_s),
+                           1);
+        EVENTUALLY(!modals.pending() && !QApplication::activeModalWidget());
+        QCOMPARE(modals.seen().size(), 1);
+        QCOMPARE(modals.seen().first().text, u"Failed to remove 1 visuals from a total of 1."_s);
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    }
+
+    // Both ask one queue, and an answer counts for both: they end together, and only one is known.
+    void aSecondStartLetsGoOfTheFirst()
+    {
+        LogCapture log;
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.one.wire.hold(executePath);
+        fixture.bankA().selectRows({4, 6});
+        {
+            const LeakAllowed first;
             OperationFixture::clickRemove(fixture.bankA());
         }
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+        fixture.one.accept();
+        fixture.one.wire.requests(executePath).first().answer(accepted);
+        EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
+        EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
+        QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
+        EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Remove),
+                           (Refs{{3, 3}, {3, 5}, {3, 3}, {3, 5}}));
     }
-    fixture.bankA().selectRows({6, 8});
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
-    fixture.one.accept();
-    fixture.one.wire.requests(executePath).first().answer(accepted);
-    EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Remove),
-                       (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 7}}));
-    EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
-}
 
-void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen_data()
-{
-    QTest::addColumn<bool>("toldByTheServer");
-    QTest::newRow("silence") << false;
-    QTest::newRow("end of the stream") << true;
-}
+    // While the first visual is on the wire, the queue holds 5, 5, 7: without its head that is
+    // 7, 7.
+    void aQueueWithDuplicatesRepeatsItsLast()
+    {
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3));
+        fixture.one.wire.hold(executePath);
+        {
+            const LeakAllowed allButTheLast;
+            for (const int row : {4, 6}) {
+                fixture.bankA().selectRows({row});
+                OperationFixture::clickRemove(fixture.bankA());
+            }
+        }
+        fixture.bankA().selectRows({6, 8});
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+        fixture.one.accept();
+        fixture.one.wire.requests(executePath).first().answer(accepted);
+        EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Remove),
+                           (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 7}}));
+        EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
+    }
 
-void tst_UIControllerRemoval::theServerGoesWhileTheWarningIsOpen()
-{
-    QFETCH(const bool, toldByTheServer);
-    OperationFixture fixture;
-    QVERIFY(fixture.openInside(3, allWarnings));
-    clickRow(fixture.bankA(), 4);
-    ModalDriver modals;
-    modals.answer([&](QDialog &warning) {
+    void theServerGoesWhileTheWarningIsOpen_data()
+    {
+        QTest::addColumn<bool>("toldByTheServer");
+        QTest::newRow("silence") << false;
+        QTest::newRow("end of the stream") << true;
+    }
+    void theServerGoesWhileTheWarningIsOpen()
+    {
+        QFETCH(const bool, toldByTheServer);
+        OperationFixture fixture;
+        QVERIFY(fixture.openInside(3, allWarnings));
+        clickRow(fixture.bankA(), 4);
+        ModalDriver modals;
+        modals.answer([&](QDialog &warning) {
+            if (toldByTheServer)
+                fixture.one.stream.close();
+            else
+                fixture.loseServerA();
+            QVERIFY(waitFor([&] { return !modals.pending(); }));
+            qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
+        });
         if (toldByTheServer)
-            fixture.one.stream.close();
-        else
-            fixture.loseServerA();
-        QVERIFY(waitFor([&] { return !modals.pending(); }));
-        qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
-    });
-    if (toldByTheServer)
-        modals.press(QMessageBox::Ok);
-    OperationFixture::clickRemove(fixture.bankA());
-    QVERIFY(!fixture.isConnected(fixture.one));
-    QVERIFY(!fixture.hasStarted());
-}
+            modals.press(QMessageBox::Ok);
+        OperationFixture::clickRemove(fixture.bankA());
+        QVERIFY(!fixture.isConnected(fixture.one));
+        QVERIFY(!fixture.hasStarted());
+    }
 
-void tst_UIControllerRemoval::theWindowGoesWhileTheWarningIsOpen()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"One"_s, loopback(9)));
-    ModalDriver modals;
-    modals.answer([&](QDialog &) { fixture.window.reset(); });
-    fixture.controller().handleRemoveVisuals(ServerDeckA);
-    QVERIFY(!fixture.window);
-}
+    void theWindowGoesWhileTheWarningIsOpen()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"One"_s, loopback(9)));
+        ModalDriver modals;
+        modals.answer([&](QDialog &) { fixture.window.reset(); });
+        fixture.controller().handleRemoveVisuals(ServerDeckA);
+        QVERIFY(!fixture.window);
+    }
+};
 
 QTEST_MAIN(tst_UIControllerRemoval)
 #include "tst_UIControllerRemoval.moc"

@@ -42,213 +42,202 @@ class tst_UIControllerSetup : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void thumbnailsHaveADiskCacheOfTheirOwn();
-    void theDiskCacheKeepsManyThumbnails();
-    void theDeckIsKnownToTheMetaTypeSystem();
-    void banksStartEmptyWithTheStoredView_data();
-    void banksStartEmptyWithTheStoredView();
-    void serversInTheModelAreOfferedFromTheStart();
-    void theThumbnailDialogWaitsHidden();
-    void downloadsOfBothBanksAddUp();
-    void aShortDownloadShowsNoDialog();
-    void theLastStepClosesTheDialogAndResetsIt();
-    void stepsAfterTheEndAreHarmless();
-    void aFolderIsDownloadedThroughTheDialog();
-    void aCancelledDownloadLeavesTheBanksEnabled();
-};
-
-void tst_UIControllerSetup::thumbnailsHaveADiskCacheOfTheirOwn()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    const QString directory =
-        QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + u"thumbnails"_s;
-    const auto cachedFiles = [&] {
-        QDirIterator files(directory, {u"*.d"_s}, QDir::Files, QDirIterator::Subdirectories);
-        return files.hasNext();
-    };
-    QVERIFY(!cachedFiles());
-    server.wire.answer("/brenvoka/thumbnails/", "no picture", "Cache-Control: max-age=3600\r\n");
-    QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(1)}));
-    fixture.controller().folderChanged(0);
-    EVENTUALLY(cachedFiles());
-}
-
-void tst_UIControllerSetup::theDiskCacheKeepsManyThumbnails()
-{
-    constexpr int count = 12;
-    constexpr qint64 size = 1 << 20;
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    const auto cached = [&] {
-        const QString directory = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
-        QDirIterator files(directory + u"thumbnails"_s, {u"*.d"_s}, QDir::Files,
-                           QDirIterator::Subdirectories);
-        qint64 bytes = 0;
-        while (files.hasNext())
-            bytes += files.nextFileInfo().size();
-        return bytes;
-    };
-    server.wire.answer("/brenvoka/thumbnails/", QByteArray(size, 'x'),
-                       "Cache-Control: max-age=3600\r\n");
-    QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(count)}));
-    fixture.controller().folderChanged(0);
-    EVENTUALLY(fixture.bankA().isEnabled());
-    EVENTUALLY(cached() > count * size);
-}
-
-void tst_UIControllerSetup::theDeckIsKnownToTheMetaTypeSystem()
-{
-    WindowFixture fixture;
-    QCOMPARE(QMetaType::fromName("ServerDeck"), QMetaType::fromType<ServerDeck>());
-}
-
-void tst_UIControllerSetup::banksStartEmptyWithTheStoredView_data()
-{
-    QTest::addColumn<bool>("listView");
-    QTest::addColumn<int>("index");
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<QString>("button");
-    QTest::newRow("small grid") << false << 0 << QSize(32, 24) << u"smallSizeButton"_s;
-    QTest::newRow("medium list") << true << 1 << QSize(64, 48) << u"mediumSizeButton"_s;
-    QTest::newRow("large list") << true << 2 << QSize(128, 96) << u"largeSizeButton"_s;
-    QTest::newRow("out of range") << false << 9 << QSize(128, 96) << u"largeSizeButton"_s;
-}
-
-void tst_UIControllerSetup::banksStartEmptyWithTheStoredView()
-{
-    QFETCH(const bool, listView);
-    QFETCH(const int, index);
-    QFETCH(const QSize, size);
-    QFETCH(const QString, button);
-    WindowFixture fixture;
-    fixture.model.selectedViewMode = listView;
-    fixture.model.selectedIconSize = index;
-    fixture.window.reset();
-    fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
-    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
-        QVERIFY(!bank->isEnabled());
-        QCOMPARE(ControllerFixture::comboBox(*bank).count(), 0);
-        QCOMPARE(listOf(*bank).iconSize(), size);
-        QCOMPARE(listOf(*bank).viewMode(), listView ? QListView::ListMode : QListView::IconMode);
-        QVERIFY(!listOf(*bank).dragEnabled());
+    void thumbnailsHaveADiskCacheOfTheirOwn()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        const QString directory =
+            QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + u"thumbnails"_s;
+        const auto cachedFiles = [&] {
+            QDirIterator files(directory, {u"*.d"_s}, QDir::Files, QDirIterator::Subdirectories);
+            return files.hasNext();
+        };
+        QVERIFY(!cachedFiles());
+        server.wire.answer("/brenvoka/thumbnails/", "no picture",
+                           "Cache-Control: max-age=3600\r\n");
+        QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(1)}));
+        fixture.controller().folderChanged(0);
+        EVENTUALLY(cachedFiles());
     }
-    QCOMPARE(fixture.find<QPushButton>("listModeButton").isChecked(), listView);
-    QCOMPARE(fixture.find<QPushButton>("gridModeButton").isChecked(), !listView);
-    QVERIFY(fixture.window->findChild<QPushButton *>(button)->isChecked());
-    QCOMPARE(fixture.model.selectedIconSize, index);
-}
 
-void tst_UIControllerSetup::serversInTheModelAreOfferedFromTheStart()
-{
-    WindowFixture fixture;
-    Server server = sampleServer(u"One"_s, loopback(9));
-    server.connected = true;
-    fixture.model.upsertServer(server);
-    fixture.window.reset();
-    fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
-    QCOMPARE(ControllerFixture::offered(fixture.bankA()), QStringList{u"One"_s});
-    QCOMPARE(ControllerFixture::offered(fixture.bankB()), QStringList{u"One"_s});
-    QVERIFY(fixture.bankA().currentServerUuid().isNull());
-}
+    void theDiskCacheKeepsManyThumbnails()
+    {
+        constexpr int count = 12;
+        constexpr qint64 size = 1 << 20;
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        const auto cached = [&] {
+            const QString directory =
+                QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
+            QDirIterator files(directory + u"thumbnails"_s, {u"*.d"_s}, QDir::Files,
+                               QDirIterator::Subdirectories);
+            qint64 bytes = 0;
+            while (files.hasNext())
+                bytes += files.nextFileInfo().size();
+            return bytes;
+        };
+        server.wire.answer("/brenvoka/thumbnails/", QByteArray(size, 'x'),
+                           "Cache-Control: max-age=3600\r\n");
+        QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(count)}));
+        fixture.controller().folderChanged(0);
+        EVENTUALLY(fixture.bankA().isEnabled());
+        EVENTUALLY(cached() > count * size);
+    }
 
-void tst_UIControllerSetup::theThumbnailDialogWaitsHidden()
-{
-    const ShownDialogs shown;
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
-    QCOMPARE(shown.count, 0);
-    QCOMPARE(thumbnailProgress(fixture).findChild<QLabel *>()->text(), u"Downloading thumbnails"_s);
-}
+    void theDeckIsKnownToTheMetaTypeSystem()
+    {
+        WindowFixture fixture;
+        QCOMPARE(QMetaType::fromName("ServerDeck"), QMetaType::fromType<ServerDeck>());
+    }
 
-void tst_UIControllerSetup::downloadsOfBothBanksAddUp()
-{
-    WindowFixture fixture;
-    fixture.controller().increaseThumbnailDownloadSize(3);
-    fixture.controller().increaseThumbnailDownloadSize(2);
-    QCOMPARE(thumbnailProgress(fixture).maximum(), 5);
-    QCOMPARE(thumbnailProgress(fixture).windowTitle(), u"Downloading"_s);
-    fixture.controller().updateProgress();
-    QCOMPARE(thumbnailProgress(fixture).progress(), 1);
-    EVENTUALLY(thumbnailProgress(fixture).isVisible());
-}
+    void banksStartEmptyWithTheStoredView_data()
+    {
+        QTest::addColumn<bool>("listView");
+        QTest::addColumn<int>("index");
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<QString>("button");
+        QTest::newRow("small grid") << false << 0 << QSize(32, 24) << u"smallSizeButton"_s;
+        QTest::newRow("medium list") << true << 1 << QSize(64, 48) << u"mediumSizeButton"_s;
+        QTest::newRow("large list") << true << 2 << QSize(128, 96) << u"largeSizeButton"_s;
+        QTest::newRow("out of range") << false << 9 << QSize(128, 96) << u"largeSizeButton"_s;
+    }
+    void banksStartEmptyWithTheStoredView()
+    {
+        QFETCH(const bool, listView);
+        QFETCH(const int, index);
+        QFETCH(const QSize, size);
+        QFETCH(const QString, button);
+        WindowFixture fixture;
+        fixture.model.selectedViewMode = listView;
+        fixture.model.selectedIconSize = index;
+        fixture.window.reset();
+        fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
+        for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
+            QVERIFY(!bank->isEnabled());
+            QCOMPARE(ControllerFixture::comboBox(*bank).count(), 0);
+            QCOMPARE(listOf(*bank).iconSize(), size);
+            QCOMPARE(listOf(*bank).viewMode(),
+                     listView ? QListView::ListMode : QListView::IconMode);
+            QVERIFY(!listOf(*bank).dragEnabled());
+        }
+        QCOMPARE(fixture.find<QPushButton>("listModeButton").isChecked(), listView);
+        QCOMPARE(fixture.find<QPushButton>("gridModeButton").isChecked(), !listView);
+        QVERIFY(fixture.window->findChild<QPushButton *>(button)->isChecked());
+        QCOMPARE(fixture.model.selectedIconSize, index);
+    }
 
-void tst_UIControllerSetup::aShortDownloadShowsNoDialog()
-{
-    WindowFixture fixture;
-    const ShownDialogs shown;
-    fixture.controller().increaseThumbnailDownloadSize(1);
-    fixture.controller().updateProgress();
-    bool passed = false;
-    QTimer::singleShot(700, this, [&passed] { passed = true; });
-    EVENTUALLY(passed);
-    QCOMPARE(shown.count, 0);
-}
+    void serversInTheModelAreOfferedFromTheStart()
+    {
+        WindowFixture fixture;
+        Server server = sampleServer(u"One"_s, loopback(9));
+        server.connected = true;
+        fixture.model.upsertServer(server);
+        fixture.window.reset();
+        fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
+        QCOMPARE(ControllerFixture::offered(fixture.bankA()), QStringList{u"One"_s});
+        QCOMPARE(ControllerFixture::offered(fixture.bankB()), QStringList{u"One"_s});
+        QVERIFY(fixture.bankA().currentServerUuid().isNull());
+    }
 
-void tst_UIControllerSetup::theLastStepClosesTheDialogAndResetsIt()
-{
-    WindowFixture fixture;
-    fixture.controller().increaseThumbnailDownloadSize(2);
-    EVENTUALLY(thumbnailProgress(fixture).isVisible());
-    QSignalSpy canceled(&fixture.controller(), &UIController::downloadCanceled);
-    fixture.controller().updateProgress();
-    fixture.controller().updateProgress();
-    QVERIFY(!thumbnailProgress(fixture).isVisible());
-    QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
-    QCOMPARE(thumbnailProgress(fixture).progress(), 0);
-    QCOMPARE(canceled.size(), 0);
-}
+    void theThumbnailDialogWaitsHidden()
+    {
+        const ShownDialogs shown;
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
+        QCOMPARE(shown.count, 0);
+        QCOMPARE(thumbnailProgress(fixture).findChild<QLabel *>()->text(),
+                 u"Downloading thumbnails"_s);
+    }
 
-void tst_UIControllerSetup::stepsAfterTheEndAreHarmless()
-{
-    WindowFixture fixture;
-    fixture.controller().updateProgress();
-    fixture.controller().updateProgress();
-    QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
-    QVERIFY(!thumbnailProgress(fixture).isVisible());
-}
+    void downloadsOfBothBanksAddUp()
+    {
+        WindowFixture fixture;
+        fixture.controller().increaseThumbnailDownloadSize(3);
+        fixture.controller().increaseThumbnailDownloadSize(2);
+        QCOMPARE(thumbnailProgress(fixture).maximum(), 5);
+        QCOMPARE(thumbnailProgress(fixture).windowTitle(), u"Downloading"_s);
+        fixture.controller().updateProgress();
+        QCOMPARE(thumbnailProgress(fixture).progress(), 1);
+        EVENTUALLY(thumbnailProgress(fixture).isVisible());
+    }
 
-void tst_UIControllerSetup::aFolderIsDownloadedThroughTheDialog()
-{
-    PlayedServer server(loopback(1));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(4)}));
-    fixture.controller().folderChanged(0);
-    QCOMPARE(thumbnailProgress(fixture).maximum(), 4);
-    QVERIFY(!fixture.bankA().isEnabled());
-    QVERIFY(server.wire.waitForRequests(4, "/brenvoka/thumbnails/"));
-    for (const WireRequest &request : server.wire.requests("/brenvoka/thumbnails/"))
-        request.answer("no picture", "Cache-Control: no-store\r\n");
-    EVENTUALLY(fixture.bankA().isEnabled());
-    QCOMPARE(listOf(fixture.bankA()).count(), 257);
-    // Each reply is counted by the services of both banks.
-    EVENTUALLY_COMPARE(thumbnailProgress(fixture).progress(), 4);
-    QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
-}
+    void aShortDownloadShowsNoDialog()
+    {
+        WindowFixture fixture;
+        const ShownDialogs shown;
+        fixture.controller().increaseThumbnailDownloadSize(1);
+        fixture.controller().updateProgress();
+        bool passed = false;
+        QTimer::singleShot(700, this, [&passed] { passed = true; });
+        EVENTUALLY(passed);
+        QCOMPARE(shown.count, 0);
+    }
 
-void tst_UIControllerSetup::aCancelledDownloadLeavesTheBanksEnabled()
-{
-    PlayedServer one(loopback(1));
-    PlayedServer two(loopback(2));
-    ControllerFixture fixture;
-    QVERIFY(fixture.connectServer(one, u"One"_s, {unseenFolder(2)}));
-    QVERIFY(fixture.connectServer(two, u"Two"_s, {unseenFolder(3)}));
-    fixture.controller().folderChanged(0);
-    QVERIFY(!fixture.bankA().isEnabled() && !fixture.bankB().isEnabled());
-    BVProgressDialog &dialog = thumbnailProgress(fixture);
-    EVENTUALLY(dialog.isVisible());
-    QCOMPARE(dialog.maximum(), 5);
-    QSignalSpy canceled(&fixture.controller(), &UIController::downloadCanceled);
-    QTest::keyClick(&dialog, Qt::Key_Escape);
-    QCOMPARE(canceled.size(), 1);
-    QVERIFY(fixture.bankA().isEnabled() && fixture.bankB().isEnabled());
-    QVERIFY(!dialog.isVisible());
-    QCOMPARE(fixture.bankA().currentFolder, 0);
-    QCOMPARE(fixture.bankB().currentFolder, 0);
-    // What was drawn before stays: at this level the rows come with the pictures.
-    QCOMPARE(listOf(fixture.bankA()).count(), 256);
-}
+    void theLastStepClosesTheDialogAndResetsIt()
+    {
+        WindowFixture fixture;
+        fixture.controller().increaseThumbnailDownloadSize(2);
+        EVENTUALLY(thumbnailProgress(fixture).isVisible());
+        QSignalSpy canceled(&fixture.controller(), &UIController::downloadCanceled);
+        fixture.controller().updateProgress();
+        fixture.controller().updateProgress();
+        QVERIFY(!thumbnailProgress(fixture).isVisible());
+        QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
+        QCOMPARE(thumbnailProgress(fixture).progress(), 0);
+        QCOMPARE(canceled.size(), 0);
+    }
+
+    void stepsAfterTheEndAreHarmless()
+    {
+        WindowFixture fixture;
+        fixture.controller().updateProgress();
+        fixture.controller().updateProgress();
+        QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
+        QVERIFY(!thumbnailProgress(fixture).isVisible());
+    }
+
+    void aFolderIsDownloadedThroughTheDialog()
+    {
+        PlayedServer server(loopback(1));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(4)}));
+        fixture.controller().folderChanged(0);
+        QCOMPARE(thumbnailProgress(fixture).maximum(), 4);
+        QVERIFY(!fixture.bankA().isEnabled());
+        QVERIFY(server.wire.waitForRequests(4, "/brenvoka/thumbnails/"));
+        for (const WireRequest &request : server.wire.requests("/brenvoka/thumbnails/"))
+            request.answer("no picture", "Cache-Control: no-store\r\n");
+        EVENTUALLY(fixture.bankA().isEnabled());
+        QCOMPARE(listOf(fixture.bankA()).count(), 257);
+        // Each reply is counted by the services of both banks.
+        EVENTUALLY_COMPARE(thumbnailProgress(fixture).progress(), 4);
+        QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
+    }
+
+    void aCancelledDownloadLeavesTheBanksEnabled()
+    {
+        PlayedServer one(loopback(1));
+        PlayedServer two(loopback(2));
+        ControllerFixture fixture;
+        QVERIFY(fixture.connectServer(one, u"One"_s, {unseenFolder(2)}));
+        QVERIFY(fixture.connectServer(two, u"Two"_s, {unseenFolder(3)}));
+        fixture.controller().folderChanged(0);
+        QVERIFY(!fixture.bankA().isEnabled() && !fixture.bankB().isEnabled());
+        BVProgressDialog &dialog = thumbnailProgress(fixture);
+        EVENTUALLY(dialog.isVisible());
+        QCOMPARE(dialog.maximum(), 5);
+        QSignalSpy canceled(&fixture.controller(), &UIController::downloadCanceled);
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+        QCOMPARE(canceled.size(), 1);
+        QVERIFY(fixture.bankA().isEnabled() && fixture.bankB().isEnabled());
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(fixture.bankA().currentFolder, 0);
+        QCOMPARE(fixture.bankB().currentFolder, 0);
+        // What was drawn before stays: at this level the rows come with the pictures.
+        QCOMPARE(listOf(fixture.bankA()).count(), 256);
+    }
+};
 
 QTEST_MAIN(tst_UIControllerSetup)
 #include "tst_UIControllerSetup.moc"

@@ -28,301 +28,285 @@ class tst_UIControllerSync : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void everythingIsComparedWithoutASelection();
-    void aSelectedFolderIsComparedAlone();
-    void aSelectedSlotIsComparedAlone();
-    void theOtherDirectionIsTheOtherButton();
-    void anEqualSlotStillTouchesItsFolder();
-    void aMissingFolderIsNamedFirst();
-    void whatTheSourceLacksIsRemoved();
-    void serversWithoutACommonSubnetAreToldAtTheClick();
-    void oneServerInBothBanksDisablesTheTransfer();
-    void withoutADestinationThereIsNoCommonSubnet();
-    void withoutASourceNothingHappens();
-    void nothingToDoFetchesTheLibrary();
-    void theLibraryIsFetchedAtTheEndAlone();
-    void theLibraryIsFetchedAfterACancel();
-    void errorsAreShownOnceAtTheEnd();
-    void theFreshLibraryReachesTheScreen();
-    void theEndOfNoTaskIsLogged();
-    void aSecondStartLetsGoOfTheFirst();
-    void theWindowGoesWithItsTask();
-};
-
-void tst_UIControllerSync::everythingIsComparedWithoutASelection()
-{
-    SyncClickFixture fixture;
-    QVERIFY(
-        fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1), cachedVisual(2, u"y"_s, 2)}),
-                      folder(1, u"b"_s, {cachedVisual(255, u"z"_s, 3)})},
-                     {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}), folder(1, u"b"_s)}));
-    QVERIFY(fixture.start(2));
-    Refs visuals = fixture.two.visuals(PlayedServer::Sync);
-    std::ranges::sort(visuals); // each has a connection of its own
-    QCOMPARE(visuals, (Refs{{0, 2}, {1, 255}}));
-    QCOMPARE(fixture.two.commands(PlayedServer::Sync).first().field("serverURL"),
-             u"http://" LOOPBACK(101) ":4567"_s);
-    QVERIFY(fixture.one.wire.requests("/brenvoka/execute.html").isEmpty());
-}
-
-void tst_UIControllerSync::aSelectedFolderIsComparedAlone()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)}),
-                          folder(1, u"b"_s, {cachedVisual(255, u"z"_s, 3)})},
-                         {folder(0, u"a"_s), folder(1, u"other name"_s)}));
-    fixture.bankA().selectRows({0});
-    QVERIFY(fixture.start());
-    fixture.two.sendStarted({0, 2});
-    fixture.two.sendEnded({0, 2}, Brenvoka::SyncFinished);
-    EVENTUALLY(!fixture.transferDialog());
-    QCOMPARE(fixture.two.wire.requests("/brenvoka/execute.html").size(), 1);
-    QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
-}
-
-void tst_UIControllerSync::aSelectedSlotIsComparedAlone()
-{
-    SyncClickFixture fixture;
-    QVERIFY(
-        fixture.open({folder(0, u"a"_s),
-                      folder(1, u"b"_s, {cachedVisual(7, u"z"_s, 3), cachedVisual(8, u"z"_s, 3)})},
-                     {folder(0, u"a"_s), folder(1, u"b"_s)}));
-    fixture.controller().folderChanged(1);
-    fixture.bankA().selectRows({9, 10});
-    QVERIFY(fixture.start());
-    QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (Refs{{1, 8}}));
-}
-
-void tst_UIControllerSync::theOtherDirectionIsTheOtherButton()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)})}));
-    fixture.clickRightToLeft();
-    EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
-    QCOMPARE(fixture.one.commands(PlayedServer::Sync).first().field("serverURL"),
-             u"http://" LOOPBACK(102) ":4567"_s);
-}
-
-void tst_UIControllerSync::anEqualSlotStillTouchesItsFolder()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
-                         {folder(0, u"b"_s, {cachedVisual(1, u"x"_s, 1)})}));
-    fixture.clickLeftToRight();
-    EVENTUALLY_COMPARE(fixture.two.commands(PlayedServer::Rename).size(), 1);
-    QCOMPARE(fixture.two.commands(PlayedServer::Rename).first().field("folderName"), u"a"_s);
-    EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
-    QCOMPARE(fixture.two.wire.requests("/brenvoka/execute.html").size(), 1);
-}
-
-void tst_UIControllerSync::aMissingFolderIsNamedFirst()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s), folder(1, u"b"_s, {cachedVisual(1, u"x"_s, 1)})},
-                         {folder(0, u"a"_s)}));
-    QVERIFY(fixture.start());
-    const QList<WireRequest> requests = fixture.two.wire.requests("/brenvoka/execute.html");
-    QCOMPARE(requests.size(), 2);
-    QVERIFY(requests.first().body.startsWith("req_type=5&folderIdx=1&folderName=b&"));
-    QVERIFY(requests.last().body.startsWith("req_type=1&"));
-}
-
-void tst_UIControllerSync::whatTheSourceLacksIsRemoved()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}),
-                                               folder(1, u"b"_s, {cachedVisual(9, u"x"_s, 1)})}));
-    fixture.clickLeftToRight();
-    EVENTUALLY_COMPARE(fixture.two.visuals(PlayedServer::Remove), (Refs{{0, 1}, {1, 9}}));
-    QCOMPARE(fixture.two.commands(PlayedServer::Rename).size(), 0);
-}
-
-void tst_UIControllerSync::serversWithoutACommonSubnetAreToldAtTheClick()
-{
-    LogCapture log;
-    SyncClickFixture fixture;
-    QVERIFY(
-        fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}, {folder(0, u"a"_s)}, 32));
-    QVERIFY(fixture.isTransferEnabled());
-    ModalDriver modals;
-    modals.press(QMessageBox::Ok);
-    fixture.clickLeftToRight();
-    QCOMPARE(modals.seen().value(0).text, u"The servers don't share a subnet"_s);
-    QVERIFY(log.texts().contains(u"Server don't share a subnet"_s));
-    QVERIFY(!fixture.transferDialog());
-    QVERIFY(fixture.isTransferEnabled());
-}
-
-void tst_UIControllerSync::oneServerInBothBanksDisablesTheTransfer()
-{
-    ControllerFixture fixture;
-    const Server one = sampleServer(u"One"_s, loopback(101));
-    fixture.connectServer(one);
-    fixture.connectServer(sampleServer(u"Two"_s, loopback(102)));
-    QVERIFY(fixture.isTransferEnabled());
-    fixture.bankB().setServers({one.uuid});
-    fixture.choose(fixture.bankB(), u"One"_s);
-    QCOMPARE(fixture.bankB().currentServerUuid(), fixture.bankA().currentServerUuid());
-    QVERIFY(!fixture.isTransferEnabled());
-}
-
-void tst_UIControllerSync::withoutADestinationThereIsNoCommonSubnet()
-{
-    ControllerFixture fixture;
-    fixture.connectServer(sampleServer(u"One"_s, loopback(109)));
-    ModalDriver modals;
-    modals.press(QMessageBox::Ok);
-    fixture.controller().transferFromServerA();
-    QCOMPARE(modals.seen().value(0).text, u"The servers don't share a subnet"_s);
-}
-
-void tst_UIControllerSync::withoutASourceNothingHappens()
-{
-    ControllerFixture fixture;
-    fixture.connectServer(sampleServer(u"One"_s, loopback(109)));
-    ModalDriver modals;
-    fixture.controller().transferFromServerB();
-    QVERIFY(modals.seen().isEmpty());
-}
-
-void tst_UIControllerSync::nothingToDoFetchesTheLibrary()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
-                         {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
-    fixture.clickLeftToRight();
-    EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
-    QCOMPARE(fixture.one.libraryRequests(), 1);
-    QVERIFY(!fixture.transferDialog());
-    QVERIFY(fixture.two.wire.requests("/brenvoka/execute.html").isEmpty());
-}
-
-void tst_UIControllerSync::theLibraryIsFetchedAtTheEndAlone()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open() && fixture.start());
-    QCOMPARE(fixture.two.libraryRequests(), 1);
-    fixture.two.sendStarted({0, 1});
-    fixture.two.sendLibraryChanged();
-    fixture.one.sendLibraryChanged();
-    fixture.two.sendProgress({0, 1}, Brenvoka::SyncTransferring, 50);
-    EVENTUALLY_COMPARE(fixture.transferDialog()->rows.at({0, 1}).percent, 50);
-    // What the source says comes on a stream of its own: the rates show that all was heard.
-    fixture.one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5})"));
-    EVENTUALLY(fixture.controller().connectedServer(fixture.one.uuid).hasFpsStats);
-    QCOMPARE(fixture.two.libraryRequests(), 1);
-    fixture.two.sendEnded({0, 1}, Brenvoka::SyncFinished);
-    EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
-    QVERIFY(!fixture.transferDialog());
-    // A change that is told while a library is still on its way asks for nothing new.
-    EVENTUALLY((fixture.two.sendLibraryChanged(), fixture.two.libraryRequests() > 2));
-    QCOMPARE(fixture.one.libraryRequests(), 1);
-}
-
-void tst_UIControllerSync::theLibraryIsFetchedAfterACancel()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
-    fixture.two.wire.hold("/brenvoka/execute.html");
-    fixture.clickLeftToRight();
-    BVProgressDialog *removing = nullptr;
-    EVENTUALLY([&] {
-        for (auto *const dialog : fixture.window->findChildren<BVProgressDialog *>()) {
-            if (dialog->windowTitle() == u"Removing..."_s && dialog->isVisible())
-                removing = dialog;
-        }
-        return removing;
-    }());
-    QTest::keyClick(removing, Qt::Key_Escape);
-    EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
-}
-
-void tst_UIControllerSync::errorsAreShownOnceAtTheEnd()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
-                         {folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)})}));
-    fixture.two.refuse("it is <locked>");
-    QVERIFY(fixture.start());
-    fixture.two.sendStarted({0, 1});
-    ModalDriver modals;
-    modals.answer([&](QDialog &errors) {
-        // The library does not wait for the operator.
-        EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
-        errors.accept();
-    });
-    fixture.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
-    EVENTUALLY(!modals.pending() && !QApplication::activeModalWidget());
-    QCOMPARE(modals.seen().size(), 1);
-    QCOMPARE(modals.seen().first().text, u"Folder synchronization completed with errors"_s);
-    QCOMPARE(modals.seen().first().details,
-             u"Remove visual 002 in folder 000 on server \"Two\" failed: it is <locked>.\n"
-             "Visual sync from \"One\" on server \"Two\" in folder 000 at index 001 failed: "
-             "Import failure."_s);
-    QCOMPARE(fixture.two.libraryRequests(), 2);
-}
-
-void tst_UIControllerSync::theFreshLibraryReachesTheScreen()
-{
-    const QList<MediaFolder> source{folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})};
-    SyncClickFixture fixture;
-    fixture.model.warningLevel = 0;
-    fixture.one.setLibrary(source);
-    fixture.two.setLibrary({folder(0, u"a"_s)});
-    QVERIFY(fixture.discover(fixture.one, u"One"_s) && fixture.discover(fixture.two, u"Two"_s));
-    QVERIFY(!fixture.bankA().sameMarks.test(0));
-    QVERIFY(fixture.start());
-    fixture.two.setLibrary(source);
-    fixture.two.sendStarted({0, 1});
-    fixture.two.sendEnded({0, 1}, Brenvoka::SyncFinished);
-    EVENTUALLY(!fixture.isSyncWarningShown());
-    QVERIFY(fixture.bankA().sameMarks.all());
-    QVERIFY(fixture.bankB().sameMarks.all());
-}
-
-void tst_UIControllerSync::theEndOfNoTaskIsLogged()
-{
-    LogCapture log;
-    ControllerFixture fixture;
-    fixture.controller().onTaskFinished(nullptr);
-    QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
-}
-
-void tst_UIControllerSync::aSecondStartLetsGoOfTheFirst()
-{
-    LogCapture log;
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
-    fixture.two.wire.hold("/brenvoka/execute.html");
+    void everythingIsComparedWithoutASelection()
     {
-        const LeakAllowed first;
-        fixture.clickLeftToRight();
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open(
+            {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1), cachedVisual(2, u"y"_s, 2)}),
+             folder(1, u"b"_s, {cachedVisual(255, u"z"_s, 3)})},
+            {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}), folder(1, u"b"_s)}));
+        QVERIFY(fixture.start(2));
+        Refs visuals = fixture.two.visuals(PlayedServer::Sync);
+        std::ranges::sort(visuals); // each has a connection of its own
+        QCOMPARE(visuals, (Refs{{0, 2}, {1, 255}}));
+        QCOMPARE(fixture.two.commands(PlayedServer::Sync).first().field("serverURL"),
+                 u"http://" LOOPBACK(101) ":4567"_s);
+        QVERIFY(fixture.one.wire.requests("/brenvoka/execute.html").isEmpty());
     }
-    fixture.clickLeftToRight();
-    fixture.two.accept();
-    QVERIFY(fixture.two.wire.waitForRequests(1, "/brenvoka/execute.html"));
-    fixture.two.wire.requests("/brenvoka/execute.html")
-        .first()
-        .answer(R"({"msg_type":7,"RESULT":0})");
-    EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
-    // The first task's result is the second's as well: each ends with it.
-    EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
-}
 
-void tst_UIControllerSync::theWindowGoesWithItsTask()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open() && fixture.start());
-    const QPointer<TransferDialog> dialog = fixture.transferDialog();
-    QVERIFY(dialog->isVisible());
-    bool isTaskDeleted = false; // which takes its dialog along, before the window does
-    connect(&fixture.controller(), &QObject::destroyed, this,
-            [&] { isTaskDeleted = dialog.isNull(); });
-    fixture.window.reset();
-    QVERIFY(isTaskDeleted);
-    EVENTUALLY(!fixture.two.stream.isOpen());
-    QVERIFY(QApplication::topLevelWidgets().isEmpty());
-}
+    void aSelectedFolderIsComparedAlone()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)}),
+                              folder(1, u"b"_s, {cachedVisual(255, u"z"_s, 3)})},
+                             {folder(0, u"a"_s), folder(1, u"other name"_s)}));
+        fixture.bankA().selectRows({0});
+        QVERIFY(fixture.start());
+        fixture.two.sendStarted({0, 2});
+        fixture.two.sendEnded({0, 2}, Brenvoka::SyncFinished);
+        EVENTUALLY(!fixture.transferDialog());
+        QCOMPARE(fixture.two.wire.requests("/brenvoka/execute.html").size(), 1);
+        QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
+    }
+
+    void aSelectedSlotIsComparedAlone()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open(
+            {folder(0, u"a"_s),
+             folder(1, u"b"_s, {cachedVisual(7, u"z"_s, 3), cachedVisual(8, u"z"_s, 3)})},
+            {folder(0, u"a"_s), folder(1, u"b"_s)}));
+        fixture.controller().folderChanged(1);
+        fixture.bankA().selectRows({9, 10});
+        QVERIFY(fixture.start());
+        QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (Refs{{1, 8}}));
+    }
+
+    void theOtherDirectionIsTheOtherButton()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(
+            fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)})}));
+        fixture.clickRightToLeft();
+        EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
+        QCOMPARE(fixture.one.commands(PlayedServer::Sync).first().field("serverURL"),
+                 u"http://" LOOPBACK(102) ":4567"_s);
+    }
+
+    void anEqualSlotStillTouchesItsFolder()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
+                             {folder(0, u"b"_s, {cachedVisual(1, u"x"_s, 1)})}));
+        fixture.clickLeftToRight();
+        EVENTUALLY_COMPARE(fixture.two.commands(PlayedServer::Rename).size(), 1);
+        QCOMPARE(fixture.two.commands(PlayedServer::Rename).first().field("folderName"), u"a"_s);
+        EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
+        QCOMPARE(fixture.two.wire.requests("/brenvoka/execute.html").size(), 1);
+    }
+
+    void aMissingFolderIsNamedFirst()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open({folder(0, u"a"_s), folder(1, u"b"_s, {cachedVisual(1, u"x"_s, 1)})},
+                             {folder(0, u"a"_s)}));
+        QVERIFY(fixture.start());
+        const QList<WireRequest> requests = fixture.two.wire.requests("/brenvoka/execute.html");
+        QCOMPARE(requests.size(), 2);
+        QVERIFY(requests.first().body.startsWith("req_type=5&folderIdx=1&folderName=b&"));
+        QVERIFY(requests.last().body.startsWith("req_type=1&"));
+    }
+
+    void whatTheSourceLacksIsRemoved()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(
+            fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}),
+                                               folder(1, u"b"_s, {cachedVisual(9, u"x"_s, 1)})}));
+        fixture.clickLeftToRight();
+        EVENTUALLY_COMPARE(fixture.two.visuals(PlayedServer::Remove), (Refs{{0, 1}, {1, 9}}));
+        QCOMPARE(fixture.two.commands(PlayedServer::Rename).size(), 0);
+    }
+
+    void serversWithoutACommonSubnetAreToldAtTheClick()
+    {
+        LogCapture log;
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}, {folder(0, u"a"_s)},
+                             32));
+        QVERIFY(fixture.isTransferEnabled());
+        ModalDriver modals;
+        modals.press(QMessageBox::Ok);
+        fixture.clickLeftToRight();
+        QCOMPARE(modals.seen().value(0).text, u"The servers don't share a subnet"_s);
+        QVERIFY(log.texts().contains(u"Server don't share a subnet"_s));
+        QVERIFY(!fixture.transferDialog());
+        QVERIFY(fixture.isTransferEnabled());
+    }
+
+    void oneServerInBothBanksDisablesTheTransfer()
+    {
+        ControllerFixture fixture;
+        const Server one = sampleServer(u"One"_s, loopback(101));
+        fixture.connectServer(one);
+        fixture.connectServer(sampleServer(u"Two"_s, loopback(102)));
+        QVERIFY(fixture.isTransferEnabled());
+        fixture.bankB().setServers({one.uuid});
+        fixture.choose(fixture.bankB(), u"One"_s);
+        QCOMPARE(fixture.bankB().currentServerUuid(), fixture.bankA().currentServerUuid());
+        QVERIFY(!fixture.isTransferEnabled());
+    }
+
+    void withoutADestinationThereIsNoCommonSubnet()
+    {
+        ControllerFixture fixture;
+        fixture.connectServer(sampleServer(u"One"_s, loopback(109)));
+        ModalDriver modals;
+        modals.press(QMessageBox::Ok);
+        fixture.controller().transferFromServerA();
+        QCOMPARE(modals.seen().value(0).text, u"The servers don't share a subnet"_s);
+    }
+
+    void withoutASourceNothingHappens()
+    {
+        ControllerFixture fixture;
+        fixture.connectServer(sampleServer(u"One"_s, loopback(109)));
+        ModalDriver modals;
+        fixture.controller().transferFromServerB();
+        QVERIFY(modals.seen().isEmpty());
+    }
+
+    void nothingToDoFetchesTheLibrary()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
+                             {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
+        fixture.clickLeftToRight();
+        EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
+        QCOMPARE(fixture.one.libraryRequests(), 1);
+        QVERIFY(!fixture.transferDialog());
+        QVERIFY(fixture.two.wire.requests("/brenvoka/execute.html").isEmpty());
+    }
+
+    void theLibraryIsFetchedAtTheEndAlone()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open() && fixture.start());
+        QCOMPARE(fixture.two.libraryRequests(), 1);
+        fixture.two.sendStarted({0, 1});
+        fixture.two.sendLibraryChanged();
+        fixture.one.sendLibraryChanged();
+        fixture.two.sendProgress({0, 1}, Brenvoka::SyncTransferring, 50);
+        EVENTUALLY_COMPARE(fixture.transferDialog()->rows.at({0, 1}).percent, 50);
+        // What the source says comes on a stream of its own: the rates show that all was heard.
+        fixture.one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5})"));
+        EVENTUALLY(fixture.controller().connectedServer(fixture.one.uuid).hasFpsStats);
+        QCOMPARE(fixture.two.libraryRequests(), 1);
+        fixture.two.sendEnded({0, 1}, Brenvoka::SyncFinished);
+        EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
+        QVERIFY(!fixture.transferDialog());
+        // A change that is told while a library is still on its way asks for nothing new.
+        EVENTUALLY((fixture.two.sendLibraryChanged(), fixture.two.libraryRequests() > 2));
+        QCOMPARE(fixture.one.libraryRequests(), 1);
+    }
+
+    void theLibraryIsFetchedAfterACancel()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(
+            fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
+        fixture.two.wire.hold("/brenvoka/execute.html");
+        fixture.clickLeftToRight();
+        BVProgressDialog *removing = nullptr;
+        EVENTUALLY([&] {
+            for (auto *const dialog : fixture.window->findChildren<BVProgressDialog *>()) {
+                if (dialog->windowTitle() == u"Removing..."_s && dialog->isVisible())
+                    removing = dialog;
+            }
+            return removing;
+        }());
+        QTest::keyClick(removing, Qt::Key_Escape);
+        EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
+    }
+
+    void errorsAreShownOnceAtTheEnd()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
+                             {folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)})}));
+        fixture.two.refuse("it is <locked>");
+        QVERIFY(fixture.start());
+        fixture.two.sendStarted({0, 1});
+        ModalDriver modals;
+        modals.answer([&](QDialog &errors) {
+            // The library does not wait for the operator.
+            EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
+            errors.accept();
+        });
+        fixture.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
+        EVENTUALLY(!modals.pending() && !QApplication::activeModalWidget());
+        QCOMPARE(modals.seen().size(), 1);
+        QCOMPARE(modals.seen().first().text, u"Folder synchronization completed with errors"_s);
+        QCOMPARE(modals.seen().first().details,
+                 u"Remove visual 002 in folder 000 on server \"Two\" failed: it is <locked>.\n"
+                 "Visual sync from \"One\" on server \"Two\" in folder 000 at index 001 failed: "
+                 "Import failure."_s);
+        QCOMPARE(fixture.two.libraryRequests(), 2);
+    }
+
+    void theFreshLibraryReachesTheScreen()
+    {
+        const QList<MediaFolder> source{folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})};
+        SyncClickFixture fixture;
+        fixture.model.warningLevel = 0;
+        fixture.one.setLibrary(source);
+        fixture.two.setLibrary({folder(0, u"a"_s)});
+        QVERIFY(fixture.discover(fixture.one, u"One"_s) && fixture.discover(fixture.two, u"Two"_s));
+        QVERIFY(!fixture.bankA().sameMarks.test(0));
+        QVERIFY(fixture.start());
+        fixture.two.setLibrary(source);
+        fixture.two.sendStarted({0, 1});
+        fixture.two.sendEnded({0, 1}, Brenvoka::SyncFinished);
+        EVENTUALLY(!fixture.isSyncWarningShown());
+        QVERIFY(fixture.bankA().sameMarks.all());
+        QVERIFY(fixture.bankB().sameMarks.all());
+    }
+
+    void theEndOfNoTaskIsLogged()
+    {
+        LogCapture log;
+        ControllerFixture fixture;
+        fixture.controller().onTaskFinished(nullptr);
+        QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
+    }
+
+    void aSecondStartLetsGoOfTheFirst()
+    {
+        LogCapture log;
+        SyncClickFixture fixture;
+        QVERIFY(
+            fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
+        fixture.two.wire.hold("/brenvoka/execute.html");
+        {
+            const LeakAllowed first;
+            fixture.clickLeftToRight();
+        }
+        fixture.clickLeftToRight();
+        fixture.two.accept();
+        QVERIFY(fixture.two.wire.waitForRequests(1, "/brenvoka/execute.html"));
+        fixture.two.wire.requests("/brenvoka/execute.html")
+            .first()
+            .answer(R"({"msg_type":7,"RESULT":0})");
+        EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
+        // The first task's result is the second's as well: each ends with it.
+        EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
+    }
+
+    void theWindowGoesWithItsTask()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open() && fixture.start());
+        const QPointer<TransferDialog> dialog = fixture.transferDialog();
+        QVERIFY(dialog->isVisible());
+        bool isTaskDeleted = false; // which takes its dialog along, before the window does
+        connect(&fixture.controller(), &QObject::destroyed, this,
+                [&] { isTaskDeleted = dialog.isNull(); });
+        fixture.window.reset();
+        QVERIFY(isTaskDeleted);
+        EVENTUALLY(!fixture.two.stream.isOpen());
+        QVERIFY(QApplication::topLevelWidgets().isEmpty());
+    }
+};
 
 QTEST_MAIN(tst_UIControllerSync)
 #include "tst_UIControllerSync.moc"

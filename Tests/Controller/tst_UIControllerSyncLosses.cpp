@@ -55,110 +55,105 @@ class tst_UIControllerSyncLosses : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aLossInAnyPhaseIsTheEndAndTheOnlyMessage_data();
-    void aLossInAnyPhaseIsTheEndAndTheOnlyMessage();
-    void theDestinationGoesUnderTheErrorsOfItsTask();
-    void theSecondServerGoesUnderTheMessageOfTheFirst();
-};
-
-void tst_UIControllerSyncLosses::aLossInAnyPhaseIsTheEndAndTheOnlyMessage_data()
-{
-    QTest::addColumn<int>("phase");
-    QTest::addColumn<bool>("isSource");
-    QTest::addColumn<bool>("isSilent");
-    const char *names[]{"renames", "removals", "transfers"};
-    for (int phase = 0; phase < 3; ++phase) {
-        for (const bool isSource : {false, true}) {
-            for (const bool isSilent : {false, true}) {
-                QTest::addRow("%s, the %s %s", names[phase], isSource ? "source" : "destination",
-                              isSilent ? "falls silent" : "ends its stream")
-                    << phase << isSource << isSilent;
+    void aLossInAnyPhaseIsTheEndAndTheOnlyMessage_data()
+    {
+        QTest::addColumn<int>("phase");
+        QTest::addColumn<bool>("isSource");
+        QTest::addColumn<bool>("isSilent");
+        const char *names[]{"renames", "removals", "transfers"};
+        for (int phase = 0; phase < 3; ++phase) {
+            for (const bool isSource : {false, true}) {
+                for (const bool isSilent : {false, true}) {
+                    QTest::addRow("%s, the %s %s", names[phase],
+                                  isSource ? "source" : "destination",
+                                  isSilent ? "falls silent" : "ends its stream")
+                        << phase << isSource << isSilent;
+                }
             }
         }
     }
-}
+    void aLossInAnyPhaseIsTheEndAndTheOnlyMessage()
+    {
+        QFETCH(const int, phase);
+        QFETCH(const bool, isSource);
+        QFETCH(const bool, isSilent);
+        PhaseFixture fixture;
+        QVERIFY(fixture.startUntil(phases[phase]));
+        PlayedServer &lost = isSource ? fixture.one : fixture.two;
+        ModalDriver modals;
+        modals.answer([&](QDialog &message) {
+            // Its stream is closed before the operator has read the message.
+            QVERIFY(waitFor([&] { return !lost.stream.isOpen(); }));
+            message.accept();
+        });
+        if (isSilent)
+            fixture.controller().removeServer(lost.uuid);
+        else
+            lost.stream.close();
+        EVENTUALLY(!modals.pending() && fixture.isOver());
+        QCOMPARE(modals.seen().size(), 1);
+        QCOMPARE(modals.seen().first().text,
+                 u"Server \"%1\" %2 while an operation was in progress."_s.arg(
+                     isSource ? u"One"_s : u"Two"_s,
+                     isSilent ? u"became unresponsive"_s : u"disconnected"_s));
+        // The destination may have changed, if it is still there.
+        if (isSource)
+            EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
+        else
+            QVERIFY(fixture.requestLibrary(fixture.one));
+        QCOMPARE(fixture.two.libraryRequests(), isSource ? 2 : 1);
+        QCOMPARE(fixture.one.libraryRequests(), isSource ? 1 : 2);
+        for (int other = 0; other < 3; ++other)
+            QCOMPARE(fixture.two.commands(phases[other]).isEmpty(), other > phase);
+    }
 
-void tst_UIControllerSyncLosses::aLossInAnyPhaseIsTheEndAndTheOnlyMessage()
-{
-    QFETCH(const int, phase);
-    QFETCH(const bool, isSource);
-    QFETCH(const bool, isSilent);
-    PhaseFixture fixture;
-    QVERIFY(fixture.startUntil(phases[phase]));
-    PlayedServer &lost = isSource ? fixture.one : fixture.two;
-    ModalDriver modals;
-    modals.answer([&](QDialog &message) {
-        // Its stream is closed before the operator has read the message.
-        QVERIFY(waitFor([&] { return !lost.stream.isOpen(); }));
-        message.accept();
-    });
-    if (isSilent)
-        fixture.controller().removeServer(lost.uuid);
-    else
-        lost.stream.close();
-    EVENTUALLY(!modals.pending() && fixture.isOver());
-    QCOMPARE(modals.seen().size(), 1);
-    QCOMPARE(modals.seen().first().text,
-             u"Server \"%1\" %2 while an operation was in progress."_s.arg(
-                 isSource ? u"One"_s : u"Two"_s,
-                 isSilent ? u"became unresponsive"_s : u"disconnected"_s));
-    // The destination may have changed, if it is still there.
-    if (isSource)
-        EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
-    else
-        QVERIFY(fixture.requestLibrary(fixture.one));
-    QCOMPARE(fixture.two.libraryRequests(), isSource ? 2 : 1);
-    QCOMPARE(fixture.one.libraryRequests(), isSource ? 1 : 2);
-    for (int other = 0; other < 3; ++other)
-        QCOMPARE(fixture.two.commands(phases[other]).isEmpty(), other > phase);
-}
+    void theDestinationGoesUnderTheErrorsOfItsTask()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open() && fixture.start());
+        ModalDriver modals;
+        modals.answer([&](QDialog &errors) {
+            fixture.two.stream.close();
+            QVERIFY(waitFor([&] { return !modals.pending(); }));
+            errors.accept();
+        });
+        modals.press(QMessageBox::Ok);
+        fixture.two.sendStarted({0, 1});
+        fixture.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
+        EVENTUALLY_COMPARE(modals.seen().size(), 2);
+        QCOMPARE(modals.seen().first().text, u"Folder synchronization completed with errors"_s);
+        // Its operation is over.
+        QCOMPARE(modals.seen().last().text, u"Server \"Two\" disconnected."_s);
+        EVENTUALLY(!QApplication::activeModalWidget());
+        QVERIFY(fixture.bankB().currentServerUuid().isNull());
+        QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
+    }
 
-void tst_UIControllerSyncLosses::theDestinationGoesUnderTheErrorsOfItsTask()
-{
-    SyncClickFixture fixture;
-    QVERIFY(fixture.open() && fixture.start());
-    ModalDriver modals;
-    modals.answer([&](QDialog &errors) {
-        fixture.two.stream.close();
-        QVERIFY(waitFor([&] { return !modals.pending(); }));
-        errors.accept();
-    });
-    modals.press(QMessageBox::Ok);
-    fixture.two.sendStarted({0, 1});
-    fixture.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
-    EVENTUALLY_COMPARE(modals.seen().size(), 2);
-    QCOMPARE(modals.seen().first().text, u"Folder synchronization completed with errors"_s);
-    // Its operation is over.
-    QCOMPARE(modals.seen().last().text, u"Server \"Two\" disconnected."_s);
-    EVENTUALLY(!QApplication::activeModalWidget());
-    QVERIFY(fixture.bankB().currentServerUuid().isNull());
-    QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
-}
-
-void tst_UIControllerSyncLosses::theSecondServerGoesUnderTheMessageOfTheFirst()
-{
-    PhaseFixture fixture;
-    QVERIFY(fixture.startUntil(PlayedServer::Remove));
-    ModalDriver modals;
-    modals.answer([&](QDialog &first) {
-        fixture.one.stream.close();
-        QVERIFY(waitFor([&] { return !modals.pending(); }));
-        first.accept();
-    });
-    modals.press(QMessageBox::Ok);
-    fixture.controller().removeServer(fixture.two.uuid);
-    QCOMPARE(modals.seen().size(), 2);
-    QCOMPARE(modals.seen().first().text,
-             u"Server \"Two\" became unresponsive while an operation was in progress."_s);
-    // The task has ended under the first message already.
-    QCOMPARE(modals.seen().last().text, u"Server \"One\" disconnected."_s);
-    QVERIFY(fixture.isOver());
-    QVERIFY(fixture.model.servers.isEmpty());
-    QVERIFY(fixture.bankA().currentServerUuid().isNull());
-    QVERIFY(fixture.bankB().currentServerUuid().isNull());
-    QVERIFY(!fixture.isTransferEnabled());
-    QVERIFY(fixture.isSyncWarningShown());
-}
+    void theSecondServerGoesUnderTheMessageOfTheFirst()
+    {
+        PhaseFixture fixture;
+        QVERIFY(fixture.startUntil(PlayedServer::Remove));
+        ModalDriver modals;
+        modals.answer([&](QDialog &first) {
+            fixture.one.stream.close();
+            QVERIFY(waitFor([&] { return !modals.pending(); }));
+            first.accept();
+        });
+        modals.press(QMessageBox::Ok);
+        fixture.controller().removeServer(fixture.two.uuid);
+        QCOMPARE(modals.seen().size(), 2);
+        QCOMPARE(modals.seen().first().text,
+                 u"Server \"Two\" became unresponsive while an operation was in progress."_s);
+        // The task has ended under the first message already.
+        QCOMPARE(modals.seen().last().text, u"Server \"One\" disconnected."_s);
+        QVERIFY(fixture.isOver());
+        QVERIFY(fixture.model.servers.isEmpty());
+        QVERIFY(fixture.bankA().currentServerUuid().isNull());
+        QVERIFY(fixture.bankB().currentServerUuid().isNull());
+        QVERIFY(!fixture.isTransferEnabled());
+        QVERIFY(fixture.isSyncWarningShown());
+    }
+};
 
 QTEST_MAIN(tst_UIControllerSyncLosses)
 #include "tst_UIControllerSyncLosses.moc"

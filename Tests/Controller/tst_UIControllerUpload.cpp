@@ -78,192 +78,182 @@ class tst_UIControllerUpload : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void theFileGoesToTheSelectedSlot();
-    void theDeckDecidesTheServer();
-    void aLibraryWithGapsNamesAnotherFolder();
-    void fullAndNotAnsweredIsImporting();
-    void theDialogIsThereAtOnce();
-    void aCancelEndsTheRequest();
-    void aFailureIsShownOnceAtTheEnd();
-    void aVanishedFileLeavesTheDialogLive();
-    void aSecondStartLetsGoOfTheFirst();
-    void theServerGoesWhileTheFileDialogIsOpen_data();
-    void theServerGoesWhileTheFileDialogIsOpen();
-};
-
-void tst_UIControllerUpload::theFileGoesToTheSelectedSlot()
-{
-    UploadFixture fixture;
-    QVERIFY(fixture.open());
-    fixture.one.wire.answer(uploadPath, accepted);
-    fixture.upload(10);
-    const QByteArray body = fixture.sentBody();
-    QVERIFY(hasField(body, "folderIdx", "3"));
-    QVERIFY(hasField(body, "visualIdx", "9"));
-    QVERIFY(body.contains("filename=\"clip.mov\""));
-    QVERIFY(body.contains("\r\n\r\ncontent\r\n"));
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QVERIFY(fixture.two.wire.requests(uploadPath).isEmpty());
-    QCOMPARE(fixture.two.libraryRequests(), 1);
-}
-
-void tst_UIControllerUpload::theDeckDecidesTheServer()
-{
-    UploadFixture fixture;
-    QVERIFY(fixture.open());
-    clickRow(fixture.bankB(), 10);
-    ModalDriver modals;
-    modals.chooseFile(fixture.file());
-    OperationFixture::clickUpload(fixture.bankB());
-    QVERIFY(fixture.two.wire.waitForRequests(1, uploadPath));
-    QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty());
-}
-
-// Folder 2 is on show, second in the list; the server is told folder 1.
-void tst_UIControllerUpload::aLibraryWithGapsNamesAnotherFolder()
-{
-    UploadFixture fixture;
-    QVERIFY(fixture.open("content", OperationFixture::sparseLibrary(), 2));
-    fixture.upload(10);
-    QVERIFY(hasField(fixture.sentBody(), "folderIdx", "1"));
-}
-
-void tst_UIControllerUpload::theDialogIsThereAtOnce()
-{
-    UploadFixture fixture;
-    QVERIFY(fixture.open());
-    fixture.upload();
-    const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
-    QVERIFY(dialog);
-    QVERIFY(dialog->isVisible());
-    QVERIFY(dialog->isModal());
-    QVERIFY(fixture.buttons(u"Uploading..."_s).isEnabled());
-}
-
-void tst_UIControllerUpload::fullAndNotAnsweredIsImporting()
-{
-    UploadFixture fixture;
-    QVERIFY(fixture.open());
-    fixture.upload();
-    EVENTUALLY(fixture.dialog(u"Importing..."_s));
-    BVProgressDialog *const dialog = fixture.dialog(u"Importing..."_s);
-    QCOMPARE(dialog->progress(), 100);
-    QCOMPARE(dialog->findChild<QLabel *>()->text(), u"Importing visual"_s);
-    QVERIFY(!fixture.buttons(u"Importing..."_s).isEnabled());
-    QVERIFY(fixture.one.wire.waitForRequests(1, uploadPath));
-    fixture.one.wire.requests(uploadPath).first().answer(accepted);
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-}
-
-void tst_UIControllerUpload::aCancelEndsTheRequest()
-{
-    UploadFixture fixture;
-    QVERIFY(fixture.open());
-    QVERIFY(QFile::resize(fixture.file(), qint64{1} << 30));
-    fixture.upload();
-    const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
-    // What is left is far more than fits into the buffers on the way.
-    connect(dialog->findChild<QProgressBar *>(), &QProgressBar::valueChanged, dialog,
-            [&] { fixture.one.wire.setReading(false); });
-    EVENTUALLY(dialog->progress() > 0);
-    QVERIFY(dialog->progress() < 100);
-    QTest::mouseClick(fixture.buttons(u"Uploading..."_s).button(QDialogButtonBox::Cancel),
-                      Qt::LeftButton);
-    EVENTUALLY(!fixture.hasStarted());
-    fixture.one.wire.setReading(true);
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty()); // never whole
-    QVERIFY(!QApplication::activeModalWidget());
-}
-
-void tst_UIControllerUpload::aFailureIsShownOnceAtTheEnd()
-{
-    UploadFixture fixture;
-    QVERIFY(fixture.open());
-    fixture.one.wire.answer(uploadPath, R"({"msg_type":7,"RESULT":3,"ERROR":"it is <locked>"})");
-    clickRow(fixture.bankA(), 10);
-    ModalDriver modals;
-    modals.chooseFile(fixture.file()).press(QMessageBox::Ok);
-    OperationFixture::clickUpload(fixture.bankA());
-    EVENTUALLY(!modals.pending());
-    QCOMPARE(modals.seen().last().text, u"Visual could not be uploaded"_s);
-    QCOMPARE(modals.seen().last().details, u"Upload for visual 009 in folder 003 to server \"One\" "
-                                           "failed: it is <locked>."_s);
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-}
-
-void tst_UIControllerUpload::aVanishedFileLeavesTheDialogLive()
-{
-    UploadFixture fixture;
-    QVERIFY(fixture.open());
-    clickRow(fixture.bankA(), 10);
-    ModalDriver modals;
-    modals.answer([&](QDialog &dialog) {
-        connect(&dynamic_cast<QFileDialog &>(dialog), &QFileDialog::fileSelected, &modals,
-                [&] { QVERIFY(QFile::remove(fixture.file())); });
-        fixture.choose(dialog);
-    });
-    OperationFixture::clickUpload(fixture.bankA());
-    const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
-    QVERIFY(dialog && dialog->isVisible());
-    QCOMPARE(dialog->progress(), 0);
-    QVERIFY(fixture.buttons(u"Uploading..."_s).isEnabled());
-    QVERIFY(fixture.cancel(u"Uploading..."_s));
-    QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-    QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty());
-}
-
-void tst_UIControllerUpload::aSecondStartLetsGoOfTheFirst()
-{
-    LogCapture log;
-    UploadFixture fixture;
-    QVERIFY(fixture.open());
+    void theFileGoesToTheSelectedSlot()
     {
-        const LeakAllowed first;
-        fixture.upload();
+        UploadFixture fixture;
+        QVERIFY(fixture.open());
+        fixture.one.wire.answer(uploadPath, accepted);
+        fixture.upload(10);
+        const QByteArray body = fixture.sentBody();
+        QVERIFY(hasField(body, "folderIdx", "3"));
+        QVERIFY(hasField(body, "visualIdx", "9"));
+        QVERIFY(body.contains("filename=\"clip.mov\""));
+        QVERIFY(body.contains("\r\n\r\ncontent\r\n"));
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QVERIFY(fixture.two.wire.requests(uploadPath).isEmpty());
+        QCOMPARE(fixture.two.libraryRequests(), 1);
     }
-    fixture.upload();
-    QVERIFY(fixture.one.wire.waitForRequests(1, uploadPath));
-    fixture.one.wire.requests(uploadPath).first().answer(accepted);
-    EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
-    EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
-    QCOMPARE(fixture.one.wire.requests(uploadPath).size(), 1); // one at a time
-}
 
-void tst_UIControllerUpload::theServerGoesWhileTheFileDialogIsOpen_data()
-{
-    QTest::addColumn<bool>("toldByTheServer");
-    QTest::newRow("silence") << false;
-    QTest::newRow("end of the stream") << true;
-}
+    void theDeckDecidesTheServer()
+    {
+        UploadFixture fixture;
+        QVERIFY(fixture.open());
+        clickRow(fixture.bankB(), 10);
+        ModalDriver modals;
+        modals.chooseFile(fixture.file());
+        OperationFixture::clickUpload(fixture.bankB());
+        QVERIFY(fixture.two.wire.waitForRequests(1, uploadPath));
+        QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty());
+    }
 
-// Nobody answers for a server that is gone: the operator ends the task.
-void tst_UIControllerUpload::theServerGoesWhileTheFileDialogIsOpen()
-{
-    QFETCH(const bool, toldByTheServer);
-    LogCapture log;
-    UploadFixture fixture;
-    QVERIFY(fixture.open());
-    clickRow(fixture.bankA(), 10);
-    ModalDriver modals;
-    modals.answer([&](QDialog &dialog) {
+    // Folder 2 is on show, second in the list; the server is told folder 1.
+    void aLibraryWithGapsNamesAnotherFolder()
+    {
+        UploadFixture fixture;
+        QVERIFY(fixture.open("content", OperationFixture::sparseLibrary(), 2));
+        fixture.upload(10);
+        QVERIFY(hasField(fixture.sentBody(), "folderIdx", "1"));
+    }
+
+    void fullAndNotAnsweredIsImporting()
+    {
+        UploadFixture fixture;
+        QVERIFY(fixture.open());
+        fixture.upload();
+        EVENTUALLY(fixture.dialog(u"Importing..."_s));
+        BVProgressDialog *const dialog = fixture.dialog(u"Importing..."_s);
+        QCOMPARE(dialog->progress(), 100);
+        QCOMPARE(dialog->findChild<QLabel *>()->text(), u"Importing visual"_s);
+        QVERIFY(!fixture.buttons(u"Importing..."_s).isEnabled());
+        QVERIFY(fixture.one.wire.waitForRequests(1, uploadPath));
+        fixture.one.wire.requests(uploadPath).first().answer(accepted);
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    }
+
+    void theDialogIsThereAtOnce()
+    {
+        UploadFixture fixture;
+        QVERIFY(fixture.open());
+        fixture.upload();
+        const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
+        QVERIFY(dialog);
+        QVERIFY(dialog->isVisible());
+        QVERIFY(dialog->isModal());
+        QVERIFY(fixture.buttons(u"Uploading..."_s).isEnabled());
+    }
+
+    void aCancelEndsTheRequest()
+    {
+        UploadFixture fixture;
+        QVERIFY(fixture.open());
+        QVERIFY(QFile::resize(fixture.file(), qint64{1} << 30));
+        fixture.upload();
+        const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
+        // What is left is far more than fits into the buffers on the way.
+        connect(dialog->findChild<QProgressBar *>(), &QProgressBar::valueChanged, dialog,
+                [&] { fixture.one.wire.setReading(false); });
+        EVENTUALLY(dialog->progress() > 0);
+        QVERIFY(dialog->progress() < 100);
+        QTest::mouseClick(fixture.buttons(u"Uploading..."_s).button(QDialogButtonBox::Cancel),
+                          Qt::LeftButton);
+        EVENTUALLY(!fixture.hasStarted());
+        fixture.one.wire.setReading(true);
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty()); // never whole
+        QVERIFY(!QApplication::activeModalWidget());
+    }
+
+    void aFailureIsShownOnceAtTheEnd()
+    {
+        UploadFixture fixture;
+        QVERIFY(fixture.open());
+        fixture.one.wire.answer(uploadPath,
+                                R"({"msg_type":7,"RESULT":3,"ERROR":"it is <locked>"})");
+        clickRow(fixture.bankA(), 10);
+        ModalDriver modals;
+        modals.chooseFile(fixture.file()).press(QMessageBox::Ok);
+        OperationFixture::clickUpload(fixture.bankA());
+        EVENTUALLY(!modals.pending());
+        QCOMPARE(modals.seen().last().text, u"Visual could not be uploaded"_s);
+        QCOMPARE(modals.seen().last().details,
+                 u"Upload for visual 009 in folder 003 to server \"One\" "
+                 "failed: it is <locked>."_s);
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+    }
+
+    void aVanishedFileLeavesTheDialogLive()
+    {
+        UploadFixture fixture;
+        QVERIFY(fixture.open());
+        clickRow(fixture.bankA(), 10);
+        ModalDriver modals;
+        modals.answer([&](QDialog &dialog) {
+            connect(&dynamic_cast<QFileDialog &>(dialog), &QFileDialog::fileSelected, &modals,
+                    [&] { QVERIFY(QFile::remove(fixture.file())); });
+            fixture.choose(dialog);
+        });
+        OperationFixture::clickUpload(fixture.bankA());
+        const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
+        QVERIFY(dialog && dialog->isVisible());
+        QCOMPARE(dialog->progress(), 0);
+        QVERIFY(fixture.buttons(u"Uploading..."_s).isEnabled());
+        QVERIFY(fixture.cancel(u"Uploading..."_s));
+        QVERIFY(fixture.hasDownloadedAgain(fixture.one));
+        QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty());
+    }
+
+    void aSecondStartLetsGoOfTheFirst()
+    {
+        LogCapture log;
+        UploadFixture fixture;
+        QVERIFY(fixture.open());
+        {
+            const LeakAllowed first;
+            fixture.upload();
+        }
+        fixture.upload();
+        QVERIFY(fixture.one.wire.waitForRequests(1, uploadPath));
+        fixture.one.wire.requests(uploadPath).first().answer(accepted);
+        EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
+        EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
+        QCOMPARE(fixture.one.wire.requests(uploadPath).size(), 1); // one at a time
+    }
+
+    void theServerGoesWhileTheFileDialogIsOpen_data()
+    {
+        QTest::addColumn<bool>("toldByTheServer");
+        QTest::newRow("silence") << false;
+        QTest::newRow("end of the stream") << true;
+    }
+    // Nobody answers for a server that is gone: the operator ends the task.
+    void theServerGoesWhileTheFileDialogIsOpen()
+    {
+        QFETCH(const bool, toldByTheServer);
+        LogCapture log;
+        UploadFixture fixture;
+        QVERIFY(fixture.open());
+        clickRow(fixture.bankA(), 10);
+        ModalDriver modals;
+        modals.answer([&](QDialog &dialog) {
+            if (toldByTheServer)
+                fixture.one.stream.close();
+            else
+                fixture.loseServerA();
+            QVERIFY(waitFor([&] { return !modals.pending(); }));
+            fixture.choose(dialog);
+        });
         if (toldByTheServer)
-            fixture.one.stream.close();
-        else
-            fixture.loseServerA();
-        QVERIFY(waitFor([&] { return !modals.pending(); }));
-        fixture.choose(dialog);
-    });
-    if (toldByTheServer)
-        modals.press(QMessageBox::Ok);
-    OperationFixture::clickUpload(fixture.bankA());
-    QVERIFY(!fixture.isConnected(fixture.one));
-    QVERIFY(log.texts().contains(u"Handler not found for id: "_s + fixture.one.uuid.toString()));
-    QVERIFY(fixture.cancel(u"Uploading..."_s));
-    EVENTUALLY(!fixture.hasStarted());
-    QVERIFY(fixture.requestLibrary(fixture.two));
-    QCOMPARE(fixture.one.libraryRequests(), 1);
-}
+            modals.press(QMessageBox::Ok);
+        OperationFixture::clickUpload(fixture.bankA());
+        QVERIFY(!fixture.isConnected(fixture.one));
+        QVERIFY(
+            log.texts().contains(u"Handler not found for id: "_s + fixture.one.uuid.toString()));
+        QVERIFY(fixture.cancel(u"Uploading..."_s));
+        EVENTUALLY(!fixture.hasStarted());
+        QVERIFY(fixture.requestLibrary(fixture.two));
+        QCOMPARE(fixture.one.libraryRequests(), 1);
+    }
+};
 
 QTEST_MAIN(tst_UIControllerUpload)
 #include "tst_UIControllerUpload.moc"

@@ -432,91 +432,87 @@ class trust_DialogEvents : public QObject
 
 private slots:
     void init() { failOnAnyWarning(); }
-    void eventDuringDialog_data();
-    void eventDuringDialog();
-    void cleanupTestCase() const;
+
+    void eventDuringDialog_data()
+    {
+        QTest::addColumn<int>("subject");
+        QTest::addColumn<int>("happening");
+        QTest::addColumn<bool>("confirms");
+        for (int subject = 0; subject < int(std::size(subjects)); ++subject) {
+            for (int happening = 0; happening < int(std::size(happenings)); ++happening) {
+                for (const bool confirms : {false, true}) {
+                    if (!Trust::isFull() && confirms == (subject + happening) % 2)
+                        continue;
+                    QTest::addRow("%s, %s, %s", subjects[subject].name, happenings[happening].name,
+                                  confirms ? "confirmed" : "refused")
+                        << subject << happening << confirms;
+                }
+            }
+        }
+    }
+    void eventDuringDialog()
+    {
+        QFETCH(const int, subject);
+        QFETCH(const int, happening);
+        QFETCH(const bool, confirms);
+        const Subject &about = subjects[subject];
+        DialogFixture fixture;
+        QVERIFY(fixture.open(about.folderSlot));
+
+        bool happened = false;
+        Watcher watcher([&](QDialog &dialog) {
+            const QPointer<QDialog> guard(&dialog);
+            happened = happenings[happening].happen(fixture);
+            if (!guard)
+                return; // its task ended with the server
+            if (confirms)
+                about.confirm(fixture, dialog);
+            else
+                dialog.reject();
+        });
+        about.open(fixture);
+        EVENTUALLY(happened);
+        QCOMPARE(watcher.subjectText, QString::fromUtf8(about.text));
+
+        // A task whose server has gone, or was never answered, waits for Cancel.
+        const auto isOver = [&] {
+            if (fixture.isTaskRunning() && !fixture.one.wire.requests(executePath).isEmpty())
+                fixture.one.accept();
+            for (auto *const dialog : fixture.window->findChildren<QDialog *>()) {
+                if (dialog->isVisible() && dialog->isModal())
+                    dialog->reject();
+            }
+            return !fixture.isTaskRunning() || fixture.window->findChild<TransferDialog *>();
+        };
+        QVERIFY(waitFor(isOver));
+
+        Orders orders;
+        addOrders(orders, fixture.one, u"one"_s);
+        addOrders(orders, fixture.two, u"two"_s);
+        addOrders(orders, fixture.three, u"three"_s);
+        Orders allowed = about.sent;
+        if (confirms)
+            allowed.insert(about.confirmed.begin(), about.confirmed.end());
+        allowed.insert({u"one 4 /"_s, u"two 4 /"_s, u"three 4 /"_s}); // a cancel harms nobody
+        for (const QString &order : orders)
+            QVERIFY2(allowed.contains(order), qPrintable(order));
+        for (const QString &message : std::as_const(watcher.messages))
+            QVERIFY2(knownMessages.contains(message), qPrintable(message));
+        if (fixture.controller().isComparing())
+            QCOMPARE(fixture.bankA().selectedRows(), fixture.bankB().selectedRows());
+        ++pairs;
+    }
+
+    void cleanupTestCase() const
+    {
+        Trust::report("events during dialogs", u"%1 cases of %2 dialogs and %3 events"_s.arg(pairs)
+                                                   .arg(std::size(subjects))
+                                                   .arg(std::size(happenings)));
+    }
 
 private:
     int pairs = 0;
 };
-
-void trust_DialogEvents::eventDuringDialog_data()
-{
-    QTest::addColumn<int>("subject");
-    QTest::addColumn<int>("happening");
-    QTest::addColumn<bool>("confirms");
-    for (int subject = 0; subject < int(std::size(subjects)); ++subject) {
-        for (int happening = 0; happening < int(std::size(happenings)); ++happening) {
-            for (const bool confirms : {false, true}) {
-                if (!Trust::isFull() && confirms == (subject + happening) % 2)
-                    continue;
-                QTest::addRow("%s, %s, %s", subjects[subject].name, happenings[happening].name,
-                              confirms ? "confirmed" : "refused")
-                    << subject << happening << confirms;
-            }
-        }
-    }
-}
-
-void trust_DialogEvents::eventDuringDialog()
-{
-    QFETCH(const int, subject);
-    QFETCH(const int, happening);
-    QFETCH(const bool, confirms);
-    const Subject &about = subjects[subject];
-    DialogFixture fixture;
-    QVERIFY(fixture.open(about.folderSlot));
-
-    bool happened = false;
-    Watcher watcher([&](QDialog &dialog) {
-        const QPointer<QDialog> guard(&dialog);
-        happened = happenings[happening].happen(fixture);
-        if (!guard)
-            return; // its task ended with the server
-        if (confirms)
-            about.confirm(fixture, dialog);
-        else
-            dialog.reject();
-    });
-    about.open(fixture);
-    EVENTUALLY(happened);
-    QCOMPARE(watcher.subjectText, QString::fromUtf8(about.text));
-
-    // A task whose server has gone, or was never answered, waits for Cancel.
-    const auto isOver = [&] {
-        if (fixture.isTaskRunning() && !fixture.one.wire.requests(executePath).isEmpty())
-            fixture.one.accept();
-        for (auto *const dialog : fixture.window->findChildren<QDialog *>()) {
-            if (dialog->isVisible() && dialog->isModal())
-                dialog->reject();
-        }
-        return !fixture.isTaskRunning() || fixture.window->findChild<TransferDialog *>();
-    };
-    QVERIFY(waitFor(isOver));
-
-    Orders orders;
-    addOrders(orders, fixture.one, u"one"_s);
-    addOrders(orders, fixture.two, u"two"_s);
-    addOrders(orders, fixture.three, u"three"_s);
-    Orders allowed = about.sent;
-    if (confirms)
-        allowed.insert(about.confirmed.begin(), about.confirmed.end());
-    allowed.insert({u"one 4 /"_s, u"two 4 /"_s, u"three 4 /"_s}); // a cancel harms nobody
-    for (const QString &order : orders)
-        QVERIFY2(allowed.contains(order), qPrintable(order));
-    for (const QString &message : std::as_const(watcher.messages))
-        QVERIFY2(knownMessages.contains(message), qPrintable(message));
-    if (fixture.controller().isComparing())
-        QCOMPARE(fixture.bankA().selectedRows(), fixture.bankB().selectedRows());
-    ++pairs;
-}
-
-void trust_DialogEvents::cleanupTestCase() const
-{
-    Trust::report("events during dialogs", u"%1 cases of %2 dialogs and %3 events"_s.arg(pairs)
-                                               .arg(std::size(subjects))
-                                               .arg(std::size(happenings)));
-}
 
 QTEST_MAIN(trust_DialogEvents)
 #include "trust_DialogEvents.moc"

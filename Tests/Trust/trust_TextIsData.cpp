@@ -102,103 +102,98 @@ class trust_TextIsData : public QObject
 
 private slots:
     void init() { failOnAnyWarning(); }
-    void textIsShownAsData_data();
-    void textIsShownAsData();
-    void cleanupTestCase() const;
+
+    void textIsShownAsData_data()
+    {
+        QTest::addColumn<QString>("text");
+        const QStringList texts = payloads();
+        for (int number = 0; number < texts.size(); number += Trust::size(6, 1))
+            QTest::addRow("%02d", number + 1) << texts.at(number);
+    }
+    void textIsShownAsData()
+    {
+        QFETCH(const QString, text);
+        LogCapture log;
+        LoopWatch watch;
+        OperationFixture fixture;
+        fixture.model.warningLevel = 0xFFFFFFFF;
+        QVERIFY(fixture.show());
+        QVERIFY(fixture.connectServer(fixture.one, text.left(80), {folderNamed(text, 10)}));
+        QVERIFY(fixture.connectServer(fixture.two, text.left(79), {folderNamed(u"Other"_s, 20)}));
+        fixture.two.setLibrary({folderNamed(text + u"!"_s, 20)});
+        fixture.two.sendLibraryChanged();
+        EVENTUALLY(fixture.controller().connectedServer(fixture.two.uuid).folders.first().name !=
+                   u"Other"_s);
+        checkRows(fixture, text);
+
+        ModalDriver modals;
+        modals.press(QMessageBox::No);
+        fixture.clickLeftToRight();
+        QCOMPARE(modals.seen().size(), 1);
+        QCOMPARE(modals.seen().first().text,
+                 u"Are you sure you want to synchronize the selected visuals?\n"
+                 "The operation may permanently remove or replace visuals in destination slots\n\n"
+                 "Note: The operation can not be  undone."_s);
+
+        doubleClickRow(fixture.bankA(), 0);
+        EVENTUALLY_COMPARE(listOf(fixture.bankA()).count(), 257);
+        EVENTUALLY_COMPARE(listOf(fixture.bankB()).count(), 257);
+        checkRows(fixture, text);
+        QTextDocument header;
+        header.setHtml(childOf<QLabel>(fixture.bankA(), "mediaListFolder").text());
+        QVERIFY(header.toPlainText().startsWith(u"Library > "_s));
+        QVERIFY(header.toPlainText().size() <= longest + 20);
+        QVERIFY2(showsName(header.toPlainText(), text.simplified()),
+                 qPrintable(header.toPlainText().left(200)));
+
+        const QByteArray error = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+        fixture.one.refuse(error.sliced(2, error.size() - 4));
+        fixture.model.warningLevel = 0;
+        clickRow(fixture.bankA(), 2);
+        modals.press(QMessageBox::Ok);
+        OperationFixture::clickRemove(fixture.bankA());
+        EVENTUALLY_COMPARE(modals.seen().size(), 2);
+        QCOMPARE(modals.seen().last().text, u"Failed to remove 1 visuals from a total of 1."_s);
+        QVERIFY(modals.seen().last().details.startsWith(
+            u"Remove visual 001 in folder 000 on server \""_s));
+        QVERIFY(modals.seen().last().details.endsWith(u'.'));
+
+        modals.press(QMessageBox::Ok);
+        fixture.one.stream.reset();
+        EVENTUALLY_COMPARE(modals.seen().size(), 3);
+        const QString message = modals.seen().last().text;
+        QVERIFY(message.startsWith(u"Server \""_s) && message.endsWith(u"\" disconnected."_s));
+        QVERIFY2(showsName(message, text.left(20)), qPrintable(message));
+
+        longestGap = std::max(longestGap, watch.longestGap());
+        for (const QString &line : log.lines())
+            QVERIFY2(line.startsWith(u'['), qPrintable(line.left(200)));
+        ++shown;
+    }
+
+    void cleanupTestCase() const
+    {
+        Trust::report(
+            "text is data",
+            u"%1 texts in 9 places, longest stop of the event loop %2 ms"_s.arg(shown).arg(
+                longestGap));
+    }
 
 private:
-    void checkRows(const OperationFixture &fixture, const QString &text) const;
+    void checkRows(const OperationFixture &fixture, const QString &text) const
+    {
+        for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
+            const QString row = listOf(*bank).item(bank->currentFolder == -1 ? 0 : 2)->text();
+            QVERIFY2(showsName(row, text), qPrintable(row.left(200)));
+            QVERIFY(row.size() <= longest + 1);
+            const QString server = ControllerFixture::comboBox(*bank).currentText();
+            QVERIFY2(showsName(server, text.left(20)), qPrintable(server));
+        }
+    }
 
     int shown = 0;
     qint64 longestGap = 0;
 };
-
-void trust_TextIsData::textIsShownAsData_data()
-{
-    QTest::addColumn<QString>("text");
-    const QStringList texts = payloads();
-    for (int number = 0; number < texts.size(); number += Trust::size(6, 1))
-        QTest::addRow("%02d", number + 1) << texts.at(number);
-}
-
-void trust_TextIsData::checkRows(const OperationFixture &fixture, const QString &text) const
-{
-    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
-        const QString row = listOf(*bank).item(bank->currentFolder == -1 ? 0 : 2)->text();
-        QVERIFY2(showsName(row, text), qPrintable(row.left(200)));
-        QVERIFY(row.size() <= longest + 1);
-        const QString server = ControllerFixture::comboBox(*bank).currentText();
-        QVERIFY2(showsName(server, text.left(20)), qPrintable(server));
-    }
-}
-
-void trust_TextIsData::textIsShownAsData()
-{
-    QFETCH(const QString, text);
-    LogCapture log;
-    LoopWatch watch;
-    OperationFixture fixture;
-    fixture.model.warningLevel = 0xFFFFFFFF;
-    QVERIFY(fixture.show());
-    QVERIFY(fixture.connectServer(fixture.one, text.left(80), {folderNamed(text, 10)}));
-    QVERIFY(fixture.connectServer(fixture.two, text.left(79), {folderNamed(u"Other"_s, 20)}));
-    fixture.two.setLibrary({folderNamed(text + u"!"_s, 20)});
-    fixture.two.sendLibraryChanged();
-    EVENTUALLY(fixture.controller().connectedServer(fixture.two.uuid).folders.first().name !=
-               u"Other"_s);
-    checkRows(fixture, text);
-
-    ModalDriver modals;
-    modals.press(QMessageBox::No);
-    fixture.clickLeftToRight();
-    QCOMPARE(modals.seen().size(), 1);
-    QCOMPARE(modals.seen().first().text,
-             u"Are you sure you want to synchronize the selected visuals?\n"
-             "The operation may permanently remove or replace visuals in destination slots\n\n"
-             "Note: The operation can not be  undone."_s);
-
-    doubleClickRow(fixture.bankA(), 0);
-    EVENTUALLY_COMPARE(listOf(fixture.bankA()).count(), 257);
-    EVENTUALLY_COMPARE(listOf(fixture.bankB()).count(), 257);
-    checkRows(fixture, text);
-    QTextDocument header;
-    header.setHtml(childOf<QLabel>(fixture.bankA(), "mediaListFolder").text());
-    QVERIFY(header.toPlainText().startsWith(u"Library > "_s));
-    QVERIFY(header.toPlainText().size() <= longest + 20);
-    QVERIFY2(showsName(header.toPlainText(), text.simplified()),
-             qPrintable(header.toPlainText().left(200)));
-
-    const QByteArray error = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
-    fixture.one.refuse(error.sliced(2, error.size() - 4));
-    fixture.model.warningLevel = 0;
-    clickRow(fixture.bankA(), 2);
-    modals.press(QMessageBox::Ok);
-    OperationFixture::clickRemove(fixture.bankA());
-    EVENTUALLY_COMPARE(modals.seen().size(), 2);
-    QCOMPARE(modals.seen().last().text, u"Failed to remove 1 visuals from a total of 1."_s);
-    QVERIFY(
-        modals.seen().last().details.startsWith(u"Remove visual 001 in folder 000 on server \""_s));
-    QVERIFY(modals.seen().last().details.endsWith(u'.'));
-
-    modals.press(QMessageBox::Ok);
-    fixture.one.stream.reset();
-    EVENTUALLY_COMPARE(modals.seen().size(), 3);
-    const QString message = modals.seen().last().text;
-    QVERIFY(message.startsWith(u"Server \""_s) && message.endsWith(u"\" disconnected."_s));
-    QVERIFY2(showsName(message, text.left(20)), qPrintable(message));
-
-    longestGap = std::max(longestGap, watch.longestGap());
-    for (const QString &line : log.lines())
-        QVERIFY2(line.startsWith(u'['), qPrintable(line.left(200)));
-    ++shown;
-}
-
-void trust_TextIsData::cleanupTestCase() const
-{
-    Trust::report(
-        "text is data",
-        u"%1 texts in 9 places, longest stop of the event loop %2 ms"_s.arg(shown).arg(longestGap));
-}
 
 QTEST_MAIN(trust_TextIsData)
 #include "trust_TextIsData.moc"

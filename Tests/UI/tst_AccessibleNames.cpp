@@ -128,217 +128,203 @@ class tst_AccessibleNames final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void whatIsMissingIsSeen();
-    void windowHasItsNames_data();
-    void windowHasItsNames();
-    void controlsOfABankNameTheirBank();
-    void redHeaderIsDescribed();
-    void labelsSayWhichServerTheySpeakOf();
-    void transferDialogHasItsNames();
-    void progressDialogHasItsNames();
-    void errorDialogHasItsNames();
-    void preferencesHaveTheirNames();
-    void aboutDialogHasItsNames();
-    void warningsHaveTheirNames_data();
-    void warningsHaveTheirNames();
-};
+    void whatIsMissingIsSeen()
+    {
+        const WindowFixture fixture;
+        QVERIFY(fixture.window->centralWidget());
+        QCOMPARE(Walk(*fixture.window).missing, QString());
+        auto *const nameless = new QPushButton(fixture.window->centralWidget());
+        nameless->setObjectName(u"nameless"_s);
+        nameless->show();
+        fixture.find<QPushButton>("leftToRightButton").setAccessibleName({});
+        listOf(fixture.bankB()).setAccessibleName(u" "_s);
+        fixture.window->show();
+        const QStringList missing = Walk(*fixture.window).missing.split(u'\n', Qt::SkipEmptyParts);
+        for (const QString &line :
+             {u"nameless of role 2b: no name"_s, u"nameless of role 2b: no tool tip"_s,
+              u"leftToRightButton of role 2b: no name"_s, u"mediaListWidget of role 21: no name"_s})
+            QVERIFY2(missing.contains(line), qPrintable(line));
+        QCOMPARE(missing.size(), 4);
+    }
 
-void tst_AccessibleNames::whatIsMissingIsSeen()
-{
-    const WindowFixture fixture;
-    QVERIFY(fixture.window->centralWidget());
-    QCOMPARE(Walk(*fixture.window).missing, QString());
-    auto *const nameless = new QPushButton(fixture.window->centralWidget());
-    nameless->setObjectName(u"nameless"_s);
-    nameless->show();
-    fixture.find<QPushButton>("leftToRightButton").setAccessibleName({});
-    listOf(fixture.bankB()).setAccessibleName(u" "_s);
-    fixture.window->show();
-    const QStringList missing = Walk(*fixture.window).missing.split(u'\n', Qt::SkipEmptyParts);
-    for (const QString &line :
-         {u"nameless of role 2b: no name"_s, u"nameless of role 2b: no tool tip"_s,
-          u"leftToRightButton of role 2b: no name"_s, u"mediaListWidget of role 21: no name"_s})
-        QVERIFY2(missing.contains(line), qPrintable(line));
-    QCOMPARE(missing.size(), 4);
-}
+    void windowHasItsNames_data()
+    {
+        QTest::addColumn<int>("servers");
+        QTest::addColumn<int>("folderSlot");
+        QTest::addColumn<int>("rows");
+        QTest::newRow("no server") << 0 << -1 << 0;
+        QTest::newRow("one server, folders") << 1 << -1 << 256;
+        QTest::newRow("one server, slots") << 1 << 3 << 257;
+        QTest::newRow("two servers, folders") << 2 << -1 << 512;
+        QTest::newRow("two servers, slots") << 2 << 3 << 514;
+        QTest::newRow("two servers, names differ") << 2 << 2 << 514;
+        QTest::newRow("two servers, a folder that neither has") << 2 << 200 << 514;
+    }
+    void windowHasItsNames()
+    {
+        QFETCH(const int, servers);
+        QFETCH(const int, folderSlot);
+        QFETCH(const int, rows);
+        AccessibleFixture fixture;
+        while (fixture.model.connectedServersWithLibrary().size() > servers)
+            fixture.controller().removeServer(
+                fixture.model.connectedServersWithLibrary().constLast());
+        if (folderSlot != -1)
+            fixture.controller().folderChanged(folderSlot);
+        QVERIFY(fixture.show());
+        const Walk walk(*fixture.window);
+        QCOMPARE(walk.missing, QString());
+        QVERIFY(walk.nodes > rows + 50);
+    }
 
-void tst_AccessibleNames::windowHasItsNames_data()
-{
-    QTest::addColumn<int>("servers");
-    QTest::addColumn<int>("folderSlot");
-    QTest::addColumn<int>("rows");
-    QTest::newRow("no server") << 0 << -1 << 0;
-    QTest::newRow("one server, folders") << 1 << -1 << 256;
-    QTest::newRow("one server, slots") << 1 << 3 << 257;
-    QTest::newRow("two servers, folders") << 2 << -1 << 512;
-    QTest::newRow("two servers, slots") << 2 << 3 << 514;
-    QTest::newRow("two servers, names differ") << 2 << 2 << 514;
-    QTest::newRow("two servers, a folder that neither has") << 2 << 200 << 514;
-}
-
-void tst_AccessibleNames::windowHasItsNames()
-{
-    QFETCH(const int, servers);
-    QFETCH(const int, folderSlot);
-    QFETCH(const int, rows);
-    AccessibleFixture fixture;
-    while (fixture.model.connectedServersWithLibrary().size() > servers)
-        fixture.controller().removeServer(fixture.model.connectedServersWithLibrary().constLast());
-    if (folderSlot != -1)
-        fixture.controller().folderChanged(folderSlot);
-    QVERIFY(fixture.show());
-    const Walk walk(*fixture.window);
-    QCOMPARE(walk.missing, QString());
-    QVERIFY(walk.nodes > rows + 50);
-}
-
-void tst_AccessibleNames::controlsOfABankNameTheirBank()
-{
-    AccessibleFixture fixture;
-    for (const bool first : {true, false}) {
-        BVServerBank &bank = first ? fixture.bankA() : fixture.bankB();
-        const QString own = first ? u"bank A"_s : u"bank B"_s;
-        const QString other = first ? u"bank B"_s : u"bank A"_s;
-        QCOMPARE(bank.accessibleName().toLower(), own.toLower());
-        const Walk walk(bank);
-        QVERIFY(walk.sayings.filter(other, Qt::CaseInsensitive).isEmpty());
-        for (const char *name : {"serverComboBox", "serverStatusLabel", "mediaListWidget",
-                                 "removeButton", "addButton", "gpuValueLabel", "cpuValueLabel"}) {
-            auto &widget = childOf<QWidget>(bank, name);
-            const auto &node = *QAccessible::queryAccessibleInterface(&widget);
-            QVERIFY2(node.text(QAccessible::Description).contains(own), name);
+    void controlsOfABankNameTheirBank()
+    {
+        AccessibleFixture fixture;
+        for (const bool first : {true, false}) {
+            BVServerBank &bank = first ? fixture.bankA() : fixture.bankB();
+            const QString own = first ? u"bank A"_s : u"bank B"_s;
+            const QString other = first ? u"bank B"_s : u"bank A"_s;
+            QCOMPARE(bank.accessibleName().toLower(), own.toLower());
+            const Walk walk(bank);
+            QVERIFY(walk.sayings.filter(other, Qt::CaseInsensitive).isEmpty());
+            for (const char *name :
+                 {"serverComboBox", "serverStatusLabel", "mediaListWidget", "removeButton",
+                  "addButton", "gpuValueLabel", "cpuValueLabel"}) {
+                auto &widget = childOf<QWidget>(bank, name);
+                const auto &node = *QAccessible::queryAccessibleInterface(&widget);
+                QVERIFY2(node.text(QAccessible::Description).contains(own), name);
+            }
+        }
+        // Those between the banks name both, and which of the two is changed.
+        for (const char *name : {"leftToRightButton", "rightToLeftButton"}) {
+            const QString tip = fixture.find<QPushButton>(name).toolTip();
+            const bool toB = QLatin1StringView(name) == "leftToRightButton"_L1;
+            QVERIFY(tip.indexOf(toB ? u"bank B" : u"bank A") <
+                    tip.indexOf(toB ? u"bank A" : u"bank B"));
         }
     }
-    // Those between the banks name both, and which of the two is changed.
-    for (const char *name : {"leftToRightButton", "rightToLeftButton"}) {
-        const QString tip = fixture.find<QPushButton>(name).toolTip();
-        const bool toB = QLatin1StringView(name) == "leftToRightButton"_L1;
-        QVERIFY(tip.indexOf(toB ? u"bank B" : u"bank A") <
-                tip.indexOf(toB ? u"bank A" : u"bank B"));
+
+    void redHeaderIsDescribed()
+    {
+        AccessibleFixture fixture;
+        const auto described = [&] {
+            auto &header = childOf<QLabel>(fixture.bankB(), "mediaListFolder");
+            return QAccessible::queryAccessibleInterface(&header)->text(QAccessible::Description);
+        };
+        QCOMPARE(described(), QString());
+        fixture.controller().folderChanged(2);
+        QCOMPARE(described(), u"The servers name this folder differently, or one lacks it"_s);
+        fixture.controller().folderChanged(3);
+        QCOMPARE(described(), QString());
+        fixture.controller().folderChanged(2);
+        fixture.controller().backToFolders();
+        QCOMPARE(described(), QString());
     }
-}
 
-void tst_AccessibleNames::redHeaderIsDescribed()
-{
-    AccessibleFixture fixture;
-    const auto described = [&] {
-        auto &header = childOf<QLabel>(fixture.bankB(), "mediaListFolder");
-        return QAccessible::queryAccessibleInterface(&header)->text(QAccessible::Description);
-    };
-    QCOMPARE(described(), QString());
-    fixture.controller().folderChanged(2);
-    QCOMPARE(described(), u"The servers name this folder differently, or one lacks it"_s);
-    fixture.controller().folderChanged(3);
-    QCOMPARE(described(), QString());
-    fixture.controller().folderChanged(2);
-    fixture.controller().backToFolders();
-    QCOMPARE(described(), QString());
-}
+    void labelsSayWhichServerTheySpeakOf()
+    {
+        AccessibleFixture fixture;
+        BVServerBank &bank = fixture.bankA();
+        bank.setConnectionStatus(true, 25, 50);
+        const Walk walk(bank);
+        for (const QString &saying : {u"Connected | Connection to the server of bank A"_s,
+                                      u"25.00 | CPU frame rate of the server in bank A"_s,
+                                      u"50.00 | GPU frame rate of the server in bank A"_s})
+            QVERIFY2(walk.sayings.contains(saying), qPrintable(saying));
+    }
 
-void tst_AccessibleNames::labelsSayWhichServerTheySpeakOf()
-{
-    AccessibleFixture fixture;
-    BVServerBank &bank = fixture.bankA();
-    bank.setConnectionStatus(true, 25, 50);
-    const Walk walk(bank);
-    for (const QString &saying : {u"Connected | Connection to the server of bank A"_s,
-                                  u"25.00 | CPU frame rate of the server in bank A"_s,
-                                  u"50.00 | GPU frame rate of the server in bank A"_s})
-        QVERIFY2(walk.sayings.contains(saying), qPrintable(saying));
-}
+    void transferDialogHasItsNames()
+    {
+        TransferDialog dialog(nullptr);
+        for (int slot = 1; slot <= 5; ++slot)
+            dialog.addTransfer(3, slot, u"Stage - Visual "_s);
+        dialog.updateTransfer(3, 2, 40, Brenvoka::SyncTransferring);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
+        const Walk walk(dialog);
+        QCOMPARE(walk.missing, QString());
+        QCOMPARE(walk.sayings.filter(u"Stage - Visual"_s).size(), 5);
+        QVERIFY(walk.sayings.contains(u"Visual | "_s) && walk.sayings.contains(u"State | "_s));
+        QVERIFY(walk.sayings.contains(u"40% | "_s));
+    }
 
-void tst_AccessibleNames::transferDialogHasItsNames()
-{
-    TransferDialog dialog(nullptr);
-    for (int slot = 1; slot <= 5; ++slot)
-        dialog.addTransfer(3, slot, u"Stage - Visual "_s);
-    dialog.updateTransfer(3, 2, 40, Brenvoka::SyncTransferring);
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
-    const Walk walk(dialog);
-    QCOMPARE(walk.missing, QString());
-    QCOMPARE(walk.sayings.filter(u"Stage - Visual"_s).size(), 5);
-    QVERIFY(walk.sayings.contains(u"Visual | "_s) && walk.sayings.contains(u"State | "_s));
-    QVERIFY(walk.sayings.contains(u"40% | "_s));
-}
+    void progressDialogHasItsNames()
+    {
+        BVProgressDialog dialog(u"Removing visuals"_s, true, nullptr);
+        dialog.addSteps(3, false);
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
+        const Walk walk(dialog);
+        QCOMPARE(walk.missing, QString());
+        QVERIFY(walk.sayings.contains(u"Removing visuals | "_s));
+        QVERIFY(!walk.sayings.filter(u"Progress | "_s).isEmpty());
+    }
 
-void tst_AccessibleNames::progressDialogHasItsNames()
-{
-    BVProgressDialog dialog(u"Removing visuals"_s, true, nullptr);
-    dialog.addSteps(3, false);
-    QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
-    const Walk walk(dialog);
-    QCOMPARE(walk.missing, QString());
-    QVERIFY(walk.sayings.contains(u"Removing visuals | "_s));
-    QVERIFY(!walk.sayings.filter(u"Progress | "_s).isEmpty());
-}
+    void errorDialogHasItsNames()
+    {
+        ErrorMessageDialog dialog(nullptr);
+        dialog.displayErrorMessage(u"Nothing works"_s, {u"first"_s, u"second"_s});
+        dialog.show();
+        dialog.findChild<QPushButton *>(u"errorDetails"_s)->click();
+        QVERIFY(dialog.findChild<QWidget *>(u"errorDetailsList"_s)->isVisible());
+        const Walk walk(dialog);
+        QCOMPARE(walk.missing, QString());
+        QVERIFY(walk.sayings.contains(u"Nothing works | "_s));
+    }
 
-void tst_AccessibleNames::errorDialogHasItsNames()
-{
-    ErrorMessageDialog dialog(nullptr);
-    dialog.displayErrorMessage(u"Nothing works"_s, {u"first"_s, u"second"_s});
-    dialog.show();
-    dialog.findChild<QPushButton *>(u"errorDetails"_s)->click();
-    QVERIFY(dialog.findChild<QWidget *>(u"errorDetailsList"_s)->isVisible());
-    const Walk walk(dialog);
-    QCOMPARE(walk.missing, QString());
-    QVERIFY(walk.sayings.contains(u"Nothing works | "_s));
-}
+    void preferencesHaveTheirNames()
+    {
+        const WindowFixture fixture;
+        QString missing = u"never shown"_s;
+        ModalDriver modals;
+        modals.answer([&](QDialog &dialog) {
+            missing = missingOnScreen();
+            dialog.reject();
+        });
+        fixture.window->openPreferences();
+        QCOMPARE(missing, QString());
+    }
 
-void tst_AccessibleNames::preferencesHaveTheirNames()
-{
-    const WindowFixture fixture;
-    QString missing = u"never shown"_s;
-    ModalDriver modals;
-    modals.answer([&](QDialog &dialog) {
-        missing = missingOnScreen();
-        dialog.reject();
-    });
-    fixture.window->openPreferences();
-    QCOMPARE(missing, QString());
-}
+    void aboutDialogHasItsNames()
+    {
+        const WindowFixture fixture;
+        QString missing = u"never shown"_s;
+        ModalDriver modals;
+        modals.answer([&](QDialog &dialog) {
+            missing = missingOnScreen();
+            dialog.reject();
+        });
+        fixture.find<QAction>("actionAbout").trigger();
+        QCOMPARE(missing, QString());
+    }
 
-void tst_AccessibleNames::aboutDialogHasItsNames()
-{
-    const WindowFixture fixture;
-    QString missing = u"never shown"_s;
-    ModalDriver modals;
-    modals.answer([&](QDialog &dialog) {
-        missing = missingOnScreen();
-        dialog.reject();
-    });
-    fixture.find<QAction>("actionAbout").trigger();
-    QCOMPARE(missing, QString());
-}
+    void warningsHaveTheirNames_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::newRow("removeButton") << u"Visual remove"_s;
+        QTest::newRow("addButton") << u"Visual upload"_s;
+        QTest::newRow("rightToLeftButton") << u"Visual synchronize"_s;
+    }
+    void warningsHaveTheirNames()
+    {
+        QFETCH(const QString, title);
+        AccessibleFixture fixture;
+        QVERIFY(fixture.show());
+        fixture.controller().folderChanged(3);
+        clickRow(fixture.bankA(), 6);
 
-void tst_AccessibleNames::warningsHaveTheirNames_data()
-{
-    QTest::addColumn<QString>("title");
-    QTest::newRow("removeButton") << u"Visual remove"_s;
-    QTest::newRow("addButton") << u"Visual upload"_s;
-    QTest::newRow("rightToLeftButton") << u"Visual synchronize"_s;
-}
-
-void tst_AccessibleNames::warningsHaveTheirNames()
-{
-    QFETCH(const QString, title);
-    AccessibleFixture fixture;
-    QVERIFY(fixture.show());
-    fixture.controller().folderChanged(3);
-    clickRow(fixture.bankA(), 6);
-
-    std::optional<Walk> walk;
-    ModalDriver modals;
-    modals.answer([&](QDialog &dialog) {
-        walk.emplace(dialog);
-        dialog.reject();
-    });
-    fixture.find<QPushButton>(QTest::currentDataTag()).click();
-    QVERIFY(walk);
-    QCOMPARE(walk->missing, QString());
-    QVERIFY(walk->sayings.contains(u"Warning | "_s));
-    QCOMPARE(modals.seen().constLast().title, title);
-}
+        std::optional<Walk> walk;
+        ModalDriver modals;
+        modals.answer([&](QDialog &dialog) {
+            walk.emplace(dialog);
+            dialog.reject();
+        });
+        fixture.find<QPushButton>(QTest::currentDataTag()).click();
+        QVERIFY(walk);
+        QCOMPARE(walk->missing, QString());
+        QVERIFY(walk->sayings.contains(u"Warning | "_s));
+        QCOMPARE(modals.seen().constLast().title, title);
+    }
+};
 
 QTEST_MAIN(tst_AccessibleNames)
 #include "tst_AccessibleNames.moc"

@@ -26,23 +26,253 @@ class tst_BVMainWindow final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void transferButtonsAreOffAtStart();
-    void transferButtonsGoTogether();
-    void cannotBeSmallerAndSharesItsWidth();
-    void standsAsTheFormSays();
-    void everyPictureIsThere();
-    void controlsWithoutTextHaveAName();
+    void transferButtonsAreOffAtStart()
+    {
+        WindowFixture fixture;
+        QVERIFY(!fixture.find<QPushButton>("leftToRightButton").isEnabled());
+        QVERIFY(!fixture.find<QPushButton>("rightToLeftButton").isEnabled());
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        QVERIFY(!fixture.find<QPushButton>("leftToRightButton").isEnabled());
+        fixture.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
+        QVERIFY(fixture.find<QPushButton>("leftToRightButton").isEnabled());
+        QVERIFY(fixture.find<QPushButton>("rightToLeftButton").isEnabled());
+    }
 
-    void cancelledPreferencesChangeNothing();
-    void acceptedPreferencesAreSaved();
-    void aboutDialogIsMadeOnce();
-    void quitClosesTheWindow_data();
-    void quitClosesTheWindow();
+    void transferButtonsGoTogether()
+    {
+        const WindowFixture fixture;
+        for (const bool enabled : {true, false}) {
+            fixture.window->setTransferEnabled(enabled);
+            QCOMPARE(fixture.find<QPushButton>("leftToRightButton").isEnabled(), enabled);
+            QCOMPARE(fixture.find<QPushButton>("rightToLeftButton").isEnabled(), enabled);
+        }
+    }
 
-    void signIsVisibleWithOneServer();
-    void viewButtonsReachBothBanks();
-    void storedViewIsChecked_data();
-    void storedViewIsChecked();
+    void cannotBeSmallerAndSharesItsWidth()
+    {
+        WindowFixture fixture;
+        QCOMPARE(fixture.window->size(), QSize(1163, 674));
+        QVERIFY(fixture.show());
+        fixture.window->resize(300, 200);
+        QCOMPARE(fixture.window->size(), QSize(1163, 670));
+        for (const QSize size : {QSize(1163, 670), QSize(1500, 900), QSize(1601, 1000)}) {
+            fixture.window->resize(size);
+            QCOMPARE(fixture.window->size(), size);
+            EVENTUALLY(qAbs(fixture.bankA().width() - fixture.bankB().width()) <= 1);
+            QVERIFY(fixture.bankA().width() >= 526);
+            QVERIFY(fixture.bankB().geometry().right() < fixture.window->width());
+            QVERIFY(fixture.bankA().height() >= 610);
+        }
+        QVERIFY(fixture.bankA().width() > 700);
+    }
+
+    void standsAsTheFormSays()
+    {
+        const WindowFixture fixture;
+        QCOMPARE(fixture.window->windowTitle(), u"Zorvik Brenvoka"_s);
+        QVERIFY(!fixture.window->windowIcon().isNull());
+        QCOMPARE(fixture.window->minimumSize(), QSize(1163, 670));
+        QCOMPARE(fixture.window->sizePolicy().horizontalPolicy(), QSizePolicy::Fixed);
+        QCOMPARE(fixture.window->sizePolicy().verticalPolicy(), QSizePolicy::Fixed);
+
+        for (const char *name : {"listModeButton", "gridModeButton", "smallSizeButton",
+                                 "mediumSizeButton", "largeSizeButton"}) {
+            const auto &button = fixture.find<QPushButton>(name);
+            QCOMPARE(button.minimumSize(), QSize(35, 35));
+            QCOMPARE(button.maximumSize(), QSize(35, 35));
+            QCOMPARE(button.iconSize(), QSize(35, 35));
+            QVERIFY(button.isCheckable() && button.isFlat() && button.text().isEmpty());
+            QVERIFY(button.icon().pixmap(35, QIcon::Normal, QIcon::Off).toImage() !=
+                    button.icon().pixmap(35, QIcon::Active, QIcon::On).toImage());
+        }
+        for (const char *name : {"listViewModeButtonGroup", "iconSizeButtonGroup"})
+            QVERIFY(fixture.find<QButtonGroup>(name).exclusive());
+        for (const char *name : {"leftToRightButton", "rightToLeftButton"}) {
+            const auto &button = fixture.find<QPushButton>(name);
+            QCOMPARE(button.minimumSize(), QSize(65, 50));
+            QCOMPARE(button.maximumSize(), QSize(65, 50));
+            QCOMPARE(button.iconSize(), QSize(50, 50));
+            QVERIFY(button.isFlat());
+        }
+        const auto &sign = fixture.find<QLabel>("unsyncServers");
+        QCOMPARE(sign.minimumSize(), QSize(60, 60));
+        QCOMPARE(sign.toolTip(), u"Content of both servers is not fully in sync"_s);
+        QCOMPARE(fixture.find<QAction>("actionPreferences").shortcut(), QKeySequence(u"Ctrl+P"_s));
+        QCOMPARE(fixture.find<QAction>("actionQuit").shortcut(), QKeySequence(u"Ctrl+Q"_s));
+    }
+
+    void everyPictureIsThere()
+    {
+        QVERIFY(!QPixmap(u":/icons/Brenvoka.png"_s).isNull());
+        QVERIFY(!QPixmap(u":/bitmaps/Bin/bitmap/bitmaps/zorvikLogo.png"_s).isNull());
+        for (const char *name : {"folder",       "back",        "no_visual",       "background",
+                                 "yes",          "no",          "remove",          "upload",
+                                 "no_thumbnail", "unsynced",    "combobox-arrows", "list",
+                                 "list_frame",   "grid",        "grid_frame",      "imageS",
+                                 "imageS_frame", "imageM",      "imageM_frame",    "imageL",
+                                 "imageL_frame", "leftToRight", "rightToLeft"}) {
+            const QString path = u":/icons/Bin/bitmap/icons/%1.png"_s.arg(QLatin1String(name));
+            QVERIFY2(!QPixmap(path).isNull(), name);
+        }
+    }
+
+    void controlsWithoutTextHaveAName()
+    {
+        const WindowFixture fixture;
+        const QList<QAbstractButton *> buttons =
+            fixture.window->centralWidget()->findChildren<QAbstractButton *>(
+                QRegularExpression(u"^[a-z].*Button$"_s));
+        QCOMPARE(buttons.size(), 11);
+        for (const QAbstractButton *button : buttons) {
+            QVERIFY2(!button->accessibleName().isEmpty(), qPrintable(button->objectName()));
+            QVERIFY2(!button->toolTip().isEmpty(), qPrintable(button->objectName()));
+        }
+        QCOMPARE(fixture.find<QPushButton>("leftToRightButton").accessibleName(),
+                 u"Transfer from bank A to bank B"_s);
+        QCOMPARE(fixture.find<QPushButton>("rightToLeftButton").accessibleName(),
+                 u"Transfer from bank B to bank A"_s);
+    }
+
+    void cancelledPreferencesChangeNothing()
+    {
+        WindowFixture fixture;
+        fixture.model.warningLevel = 0xF0000005;
+        fixture.model.save();
+        const QStringList before = settings();
+        fixture.model.selectedIconSize = 0; // would reach the file with a save
+        ModalDriver modals;
+        modals.answer(tick("checkBoxWarnMove", QDialogButtonBox::Cancel)).escape();
+
+        fixture.find<QAction>("actionPreferences").trigger();
+        fixture.find<QAction>("actionPreferences").trigger();
+        QCOMPARE(modals.seen().size(), 2);
+        QCOMPARE(fixture.model.warningLevel, 0xF0000005);
+        QCOMPARE(settings(), before);
+    }
+
+    void acceptedPreferencesAreSaved()
+    {
+        WindowFixture fixture;
+        fixture.model.warningLevel = 0xF0000005;
+        QVERIFY(fixture.show());
+        ModalDriver modals;
+        modals.answer(tick("checkBoxWarnMove", QDialogButtonBox::Ok));
+
+        QTest::keyClick(fixture.window.get(), Qt::Key_P, Qt::ControlModifier);
+        QCOMPARE(modals.seen().size(), 1);
+        QCOMPARE(fixture.model.warningLevel, 0xF0000007);
+        QVERIFY(settings().contains(u"warningLevel=4026531847"_s));
+    }
+
+    void aboutDialogIsMadeOnce()
+    {
+        const WindowFixture fixture;
+        QCOMPARE(fixture.window->findChildren<AboutDialog *>().size(), 1);
+        ModalDriver modals;
+        modals.press(u"OK"_s).press(u"OK"_s);
+        fixture.find<QAction>("actionAbout").trigger();
+        fixture.find<QAction>("actionAbout").trigger();
+        QCOMPARE(modals.seen().size(), 2);
+        QCOMPARE(modals.seen().first().type, u"AboutDialog"_s);
+        QCOMPARE(fixture.window->findChildren<AboutDialog *>().size(), 1);
+    }
+
+    void quitClosesTheWindow_data()
+    {
+        QTest::addColumn<bool>("byKey");
+        QTest::newRow("menu") << false;
+        QTest::newRow("Ctrl+Q") << true;
+    }
+    void quitClosesTheWindow()
+    {
+        QFETCH(const bool, byKey);
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        if (byKey)
+            QTest::keyClick(fixture.window.get(), Qt::Key_Q, Qt::ControlModifier);
+        else
+            fixture.find<QAction>("actionQuit").trigger();
+        QVERIFY(!fixture.window->isVisible());
+    }
+
+    void signIsVisibleWithOneServer()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        const auto &sign = fixture.find<QLabel>("unsyncServers");
+        QVERIFY(sign.isVisible());
+        Server first = sampleServer(u"Stage left"_s, loopback(3));
+        fixture.connectServer(first);
+        QVERIFY(sign.isVisible());
+        fixture.connectServer(sampleServer(u"Stage right"_s, loopback(4))); // the same library
+        QVERIFY(!sign.isVisible());
+        first.hash = hashOf(2);
+        fixture.connectServer(first);
+        QVERIFY(sign.isVisible());
+        fixture.window->setSyncWarning(false);
+        QVERIFY(!sign.isVisible());
+    }
+
+    void viewButtonsReachBothBanks()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        const auto click = [&](const char *name) {
+            QTest::mouseClick(&fixture.find<QPushButton>(name), Qt::LeftButton);
+            QVERIFY2(fixture.find<QPushButton>(name).isChecked(), name);
+        };
+        const auto check = [&](bool listView, QSize icon) {
+            for (const BVServerBank *bank : {&fixture.bankA(), &fixture.bankB()}) {
+                QCOMPARE(listOf(*bank).viewMode(),
+                         listView ? QListView::ListMode : QListView::IconMode);
+                QCOMPARE(listOf(*bank).iconSize(), icon);
+            }
+            QCOMPARE(fixture.model.selectedViewMode, listView);
+            QCOMPARE(fixture.find<QPushButton>("listModeButton").isChecked(), listView);
+            QCOMPARE(fixture.find<QPushButton>("gridModeButton").isChecked(), !listView);
+        };
+        check(false, {64, 48});
+        click("listModeButton");
+        click("smallSizeButton");
+        check(true, {32, 24});
+        QCOMPARE(fixture.model.selectedIconSize, 0);
+        click("largeSizeButton");
+        check(true, {128, 96});
+        QCOMPARE(fixture.model.selectedIconSize, 2);
+        QVERIFY(!fixture.find<QPushButton>("smallSizeButton").isChecked());
+        click("gridModeButton");
+        click("mediumSizeButton");
+        check(false, {64, 48});
+        QCOMPARE(fixture.model.selectedIconSize, 1);
+    }
+
+    void storedViewIsChecked_data()
+    {
+        QTest::addColumn<bool>("listView");
+        QTest::addColumn<int>("index");
+        QTest::addColumn<QByteArray>("button");
+        QTest::newRow("grid, small") << false << 0 << QByteArray("smallSizeButton");
+        QTest::newRow("list, medium") << true << 1 << QByteArray("mediumSizeButton");
+        QTest::newRow("list, large") << true << 2 << QByteArray("largeSizeButton");
+        QTest::newRow("grid, unknown") << false << 7 << QByteArray("largeSizeButton");
+    }
+    void storedViewIsChecked()
+    {
+        QFETCH(const bool, listView);
+        QFETCH(const int, index);
+        QFETCH(const QByteArray, button);
+        WindowFixture fixture;
+        fixture.window.reset();
+        fixture.model.selectedViewMode = listView;
+        fixture.model.selectedIconSize = index;
+        fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
+        QVERIFY(
+            fixture.find<QPushButton>(listView ? "listModeButton" : "gridModeButton").isChecked());
+        QVERIFY(
+            !fixture.find<QPushButton>(listView ? "gridModeButton" : "listModeButton").isChecked());
+        QVERIFY(fixture.find<QPushButton>(button.constData()).isChecked());
+        QCOMPARE(fixture.model.selectedIconSize, index);
+    }
 
 private:
     static QStringList settings()
@@ -61,254 +291,6 @@ private:
         };
     }
 };
-
-void tst_BVMainWindow::transferButtonsAreOffAtStart()
-{
-    WindowFixture fixture;
-    QVERIFY(!fixture.find<QPushButton>("leftToRightButton").isEnabled());
-    QVERIFY(!fixture.find<QPushButton>("rightToLeftButton").isEnabled());
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-    QVERIFY(!fixture.find<QPushButton>("leftToRightButton").isEnabled());
-    fixture.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
-    QVERIFY(fixture.find<QPushButton>("leftToRightButton").isEnabled());
-    QVERIFY(fixture.find<QPushButton>("rightToLeftButton").isEnabled());
-}
-
-void tst_BVMainWindow::transferButtonsGoTogether()
-{
-    const WindowFixture fixture;
-    for (const bool enabled : {true, false}) {
-        fixture.window->setTransferEnabled(enabled);
-        QCOMPARE(fixture.find<QPushButton>("leftToRightButton").isEnabled(), enabled);
-        QCOMPARE(fixture.find<QPushButton>("rightToLeftButton").isEnabled(), enabled);
-    }
-}
-
-void tst_BVMainWindow::cannotBeSmallerAndSharesItsWidth()
-{
-    WindowFixture fixture;
-    QCOMPARE(fixture.window->size(), QSize(1163, 674));
-    QVERIFY(fixture.show());
-    fixture.window->resize(300, 200);
-    QCOMPARE(fixture.window->size(), QSize(1163, 670));
-    for (const QSize size : {QSize(1163, 670), QSize(1500, 900), QSize(1601, 1000)}) {
-        fixture.window->resize(size);
-        QCOMPARE(fixture.window->size(), size);
-        EVENTUALLY(qAbs(fixture.bankA().width() - fixture.bankB().width()) <= 1);
-        QVERIFY(fixture.bankA().width() >= 526);
-        QVERIFY(fixture.bankB().geometry().right() < fixture.window->width());
-        QVERIFY(fixture.bankA().height() >= 610);
-    }
-    QVERIFY(fixture.bankA().width() > 700);
-}
-
-void tst_BVMainWindow::standsAsTheFormSays()
-{
-    const WindowFixture fixture;
-    QCOMPARE(fixture.window->windowTitle(), u"Zorvik Brenvoka"_s);
-    QVERIFY(!fixture.window->windowIcon().isNull());
-    QCOMPARE(fixture.window->minimumSize(), QSize(1163, 670));
-    QCOMPARE(fixture.window->sizePolicy().horizontalPolicy(), QSizePolicy::Fixed);
-    QCOMPARE(fixture.window->sizePolicy().verticalPolicy(), QSizePolicy::Fixed);
-
-    for (const char *name : {"listModeButton", "gridModeButton", "smallSizeButton",
-                             "mediumSizeButton", "largeSizeButton"}) {
-        const auto &button = fixture.find<QPushButton>(name);
-        QCOMPARE(button.minimumSize(), QSize(35, 35));
-        QCOMPARE(button.maximumSize(), QSize(35, 35));
-        QCOMPARE(button.iconSize(), QSize(35, 35));
-        QVERIFY(button.isCheckable() && button.isFlat() && button.text().isEmpty());
-        QVERIFY(button.icon().pixmap(35, QIcon::Normal, QIcon::Off).toImage() !=
-                button.icon().pixmap(35, QIcon::Active, QIcon::On).toImage());
-    }
-    for (const char *name : {"listViewModeButtonGroup", "iconSizeButtonGroup"})
-        QVERIFY(fixture.find<QButtonGroup>(name).exclusive());
-    for (const char *name : {"leftToRightButton", "rightToLeftButton"}) {
-        const auto &button = fixture.find<QPushButton>(name);
-        QCOMPARE(button.minimumSize(), QSize(65, 50));
-        QCOMPARE(button.maximumSize(), QSize(65, 50));
-        QCOMPARE(button.iconSize(), QSize(50, 50));
-        QVERIFY(button.isFlat());
-    }
-    const auto &sign = fixture.find<QLabel>("unsyncServers");
-    QCOMPARE(sign.minimumSize(), QSize(60, 60));
-    QCOMPARE(sign.toolTip(), u"Content of both servers is not fully in sync"_s);
-    QCOMPARE(fixture.find<QAction>("actionPreferences").shortcut(), QKeySequence(u"Ctrl+P"_s));
-    QCOMPARE(fixture.find<QAction>("actionQuit").shortcut(), QKeySequence(u"Ctrl+Q"_s));
-}
-
-void tst_BVMainWindow::everyPictureIsThere()
-{
-    QVERIFY(!QPixmap(u":/icons/Brenvoka.png"_s).isNull());
-    QVERIFY(!QPixmap(u":/bitmaps/Bin/bitmap/bitmaps/zorvikLogo.png"_s).isNull());
-    for (const char *name : {"folder",       "back",        "no_visual",       "background",
-                             "yes",          "no",          "remove",          "upload",
-                             "no_thumbnail", "unsynced",    "combobox-arrows", "list",
-                             "list_frame",   "grid",        "grid_frame",      "imageS",
-                             "imageS_frame", "imageM",      "imageM_frame",    "imageL",
-                             "imageL_frame", "leftToRight", "rightToLeft"}) {
-        const QString path = u":/icons/Bin/bitmap/icons/%1.png"_s.arg(QLatin1String(name));
-        QVERIFY2(!QPixmap(path).isNull(), name);
-    }
-}
-
-void tst_BVMainWindow::controlsWithoutTextHaveAName()
-{
-    const WindowFixture fixture;
-    const QList<QAbstractButton *> buttons =
-        fixture.window->centralWidget()->findChildren<QAbstractButton *>(
-            QRegularExpression(u"^[a-z].*Button$"_s));
-    QCOMPARE(buttons.size(), 11);
-    for (const QAbstractButton *button : buttons) {
-        QVERIFY2(!button->accessibleName().isEmpty(), qPrintable(button->objectName()));
-        QVERIFY2(!button->toolTip().isEmpty(), qPrintable(button->objectName()));
-    }
-    QCOMPARE(fixture.find<QPushButton>("leftToRightButton").accessibleName(),
-             u"Transfer from bank A to bank B"_s);
-    QCOMPARE(fixture.find<QPushButton>("rightToLeftButton").accessibleName(),
-             u"Transfer from bank B to bank A"_s);
-}
-
-void tst_BVMainWindow::cancelledPreferencesChangeNothing()
-{
-    WindowFixture fixture;
-    fixture.model.warningLevel = 0xF0000005;
-    fixture.model.save();
-    const QStringList before = settings();
-    fixture.model.selectedIconSize = 0; // would reach the file with a save
-    ModalDriver modals;
-    modals.answer(tick("checkBoxWarnMove", QDialogButtonBox::Cancel)).escape();
-
-    fixture.find<QAction>("actionPreferences").trigger();
-    fixture.find<QAction>("actionPreferences").trigger();
-    QCOMPARE(modals.seen().size(), 2);
-    QCOMPARE(fixture.model.warningLevel, 0xF0000005);
-    QCOMPARE(settings(), before);
-}
-
-void tst_BVMainWindow::acceptedPreferencesAreSaved()
-{
-    WindowFixture fixture;
-    fixture.model.warningLevel = 0xF0000005;
-    QVERIFY(fixture.show());
-    ModalDriver modals;
-    modals.answer(tick("checkBoxWarnMove", QDialogButtonBox::Ok));
-
-    QTest::keyClick(fixture.window.get(), Qt::Key_P, Qt::ControlModifier);
-    QCOMPARE(modals.seen().size(), 1);
-    QCOMPARE(fixture.model.warningLevel, 0xF0000007);
-    QVERIFY(settings().contains(u"warningLevel=4026531847"_s));
-}
-
-void tst_BVMainWindow::aboutDialogIsMadeOnce()
-{
-    const WindowFixture fixture;
-    QCOMPARE(fixture.window->findChildren<AboutDialog *>().size(), 1);
-    ModalDriver modals;
-    modals.press(u"OK"_s).press(u"OK"_s);
-    fixture.find<QAction>("actionAbout").trigger();
-    fixture.find<QAction>("actionAbout").trigger();
-    QCOMPARE(modals.seen().size(), 2);
-    QCOMPARE(modals.seen().first().type, u"AboutDialog"_s);
-    QCOMPARE(fixture.window->findChildren<AboutDialog *>().size(), 1);
-}
-
-void tst_BVMainWindow::quitClosesTheWindow_data()
-{
-    QTest::addColumn<bool>("byKey");
-    QTest::newRow("menu") << false;
-    QTest::newRow("Ctrl+Q") << true;
-}
-
-void tst_BVMainWindow::quitClosesTheWindow()
-{
-    QFETCH(const bool, byKey);
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    if (byKey)
-        QTest::keyClick(fixture.window.get(), Qt::Key_Q, Qt::ControlModifier);
-    else
-        fixture.find<QAction>("actionQuit").trigger();
-    QVERIFY(!fixture.window->isVisible());
-}
-
-void tst_BVMainWindow::signIsVisibleWithOneServer()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    const auto &sign = fixture.find<QLabel>("unsyncServers");
-    QVERIFY(sign.isVisible());
-    Server first = sampleServer(u"Stage left"_s, loopback(3));
-    fixture.connectServer(first);
-    QVERIFY(sign.isVisible());
-    fixture.connectServer(sampleServer(u"Stage right"_s, loopback(4))); // the same library
-    QVERIFY(!sign.isVisible());
-    first.hash = hashOf(2);
-    fixture.connectServer(first);
-    QVERIFY(sign.isVisible());
-    fixture.window->setSyncWarning(false);
-    QVERIFY(!sign.isVisible());
-}
-
-void tst_BVMainWindow::viewButtonsReachBothBanks()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    const auto click = [&](const char *name) {
-        QTest::mouseClick(&fixture.find<QPushButton>(name), Qt::LeftButton);
-        QVERIFY2(fixture.find<QPushButton>(name).isChecked(), name);
-    };
-    const auto check = [&](bool listView, QSize icon) {
-        for (const BVServerBank *bank : {&fixture.bankA(), &fixture.bankB()}) {
-            QCOMPARE(listOf(*bank).viewMode(),
-                     listView ? QListView::ListMode : QListView::IconMode);
-            QCOMPARE(listOf(*bank).iconSize(), icon);
-        }
-        QCOMPARE(fixture.model.selectedViewMode, listView);
-        QCOMPARE(fixture.find<QPushButton>("listModeButton").isChecked(), listView);
-        QCOMPARE(fixture.find<QPushButton>("gridModeButton").isChecked(), !listView);
-    };
-    check(false, {64, 48});
-    click("listModeButton");
-    click("smallSizeButton");
-    check(true, {32, 24});
-    QCOMPARE(fixture.model.selectedIconSize, 0);
-    click("largeSizeButton");
-    check(true, {128, 96});
-    QCOMPARE(fixture.model.selectedIconSize, 2);
-    QVERIFY(!fixture.find<QPushButton>("smallSizeButton").isChecked());
-    click("gridModeButton");
-    click("mediumSizeButton");
-    check(false, {64, 48});
-    QCOMPARE(fixture.model.selectedIconSize, 1);
-}
-
-void tst_BVMainWindow::storedViewIsChecked_data()
-{
-    QTest::addColumn<bool>("listView");
-    QTest::addColumn<int>("index");
-    QTest::addColumn<QByteArray>("button");
-    QTest::newRow("grid, small") << false << 0 << QByteArray("smallSizeButton");
-    QTest::newRow("list, medium") << true << 1 << QByteArray("mediumSizeButton");
-    QTest::newRow("list, large") << true << 2 << QByteArray("largeSizeButton");
-    QTest::newRow("grid, unknown") << false << 7 << QByteArray("largeSizeButton");
-}
-
-void tst_BVMainWindow::storedViewIsChecked()
-{
-    QFETCH(const bool, listView);
-    QFETCH(const int, index);
-    QFETCH(const QByteArray, button);
-    WindowFixture fixture;
-    fixture.window.reset();
-    fixture.model.selectedViewMode = listView;
-    fixture.model.selectedIconSize = index;
-    fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
-    QVERIFY(fixture.find<QPushButton>(listView ? "listModeButton" : "gridModeButton").isChecked());
-    QVERIFY(!fixture.find<QPushButton>(listView ? "gridModeButton" : "listModeButton").isChecked());
-    QVERIFY(fixture.find<QPushButton>(button.constData()).isChecked());
-    QCOMPARE(fixture.model.selectedIconSize, index);
-}
 
 QTEST_MAIN(tst_BVMainWindow)
 #include "tst_BVMainWindow.moc"

@@ -28,14 +28,134 @@ class tst_BVMainWindowLook final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void looksDark();
-    void disabledButtonsLookDisabled_data();
-    void disabledButtonsLookDisabled();
-    void toolTipsCanBeRead();
-    void fileDialogIsDark();
-    void completionsOfTheFileDialogAreDark();
-    void textsCanBeRead_data();
-    void textsCanBeRead();
+    void looksDark()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
+        QVERIFY(fixture.show());
+        const QImage image = fixture.window->grab().toImage();
+        const QWidget *central = fixture.window->centralWidget();
+        QCOMPARE(image.pixelColor(central->mapTo(fixture.window.get(), QPoint(2, 2))),
+                 QColor(39, 45, 52));
+        const QWidget *viewport = listOf(fixture.bankA()).viewport();
+        QCOMPARE(image.pixelColor(viewport->mapTo(fixture.window.get(), QPoint(1, 1))),
+                 QColor(73, 83, 96));
+        QDialog dialog(fixture.window.get());
+        QCOMPARE(dialog.grab().toImage().pixelColor(5, 5), QColor(51, 58, 67));
+    }
+
+    void disabledButtonsLookDisabled_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        for (const char *name :
+             {"leftToRightButton", "rightToLeftButton", "removeButton", "addButton"})
+            QTest::newRow(name) << QByteArray(name);
+    }
+    void disabledButtonsLookDisabled()
+    {
+        QFETCH(const QByteArray, name);
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
+        QVERIFY(fixture.show());
+        auto &button = fixture.find<QPushButton>(name.constData());
+        button.setEnabled(true);
+        const double enabled = contrast(grab(fixture, button));
+        button.setEnabled(false);
+        QVERIFY(contrast(grab(fixture, button)) < enabled / 1.5);
+    }
+
+    void toolTipsCanBeRead()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        auto &button = fixture.find<QPushButton>("listModeButton");
+        QToolTip::showText(QPoint(50, 50), button.toolTip(), &button);
+        const QWidgetList all = QApplication::topLevelWidgets();
+        const auto tip = std::find_if(all.begin(), all.end(),
+                                      [](const QWidget *w) { return w->inherits("QTipLabel"); });
+        QVERIFY(tip != all.end());
+        const QImage inside = (*tip)->grab((*tip)->rect().adjusted(2, 2, -2, -2)).toImage();
+        QCOMPARE(inside.pixelColor(0, 0), QColor(39, 44, 51));
+        QVERIFY(contrast(inside) >= 4.5);
+        QToolTip::hideText();
+    }
+
+    /// Where the desktop brings no file dialog of its own, Qt's stands in the dark window.
+    void fileDialogIsDark()
+    {
+        WindowFixture fixture;
+        fixture.sandbox.directory().mkpath(u"Loops"_s);
+        QFileDialog dialog(fixture.window.get(), {}, fixture.sandbox.directory().path());
+        dialog.setOption(QFileDialog::DontUseNativeDialog);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
+        const auto *files = dialog.findChild<QTreeView *>(u"treeView"_s);
+        EVENTUALLY(files->model()->rowCount(files->rootIndex()) > 0);
+        const auto *name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
+        for (const QWidget *field :
+             std::initializer_list<const QWidget *>{files->viewport(), name}) {
+            const QRect area(field->mapTo(&dialog, QPoint(4, 4)), field->size() - QSize(8, 8));
+            const QImage image = dialog.grab(area).toImage();
+            QCOMPARE(image.pixelColor(image.width() - 1, image.height() - 1), QColor(39, 44, 51));
+        }
+        const QRect firstName(files->viewport()->mapTo(&dialog, QPoint(30, 2)), QSize(80, 20));
+        EVENTUALLY(contrast(dialog.grab(firstName).toImage()) >= 4.5);
+    }
+
+    /// What is offered under the name box stands in a window of its own.
+    void completionsOfTheFileDialogAreDark()
+    {
+        WindowFixture fixture;
+        const QDir directory(fixture.sandbox.directory().filePath(u"clips"_s));
+        for (int number = 0; number < 12; ++number)
+            directory.mkpath(u"Loops %1"_s.arg(number));
+        QFileDialog dialog(fixture.window.get(), {}, directory.path());
+        dialog.setOption(QFileDialog::DontUseNativeDialog);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
+        const auto *files = dialog.findChild<QTreeView *>(u"treeView"_s);
+        EVENTUALLY_COMPARE(files->model()->rowCount(files->rootIndex()), 12);
+        auto *const name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
+        QTest::keyClicks(name, u"Loops"_s);
+        auto *const list = name->completer()->popup();
+        EVENTUALLY(list->isVisible());
+        QVERIFY(list->isWindow());
+
+        const auto picture = [list] { return list->viewport()->grab().toImage(); };
+        QCOMPARE(picture().pixelColor(list->viewport()->width() - 2, 1), QColor(39, 44, 51));
+        EVENTUALLY(contrast(picture()) >= 4.5);
+        QVERIFY(list->verticalScrollBar()->isVisible());
+        QCOMPARE(list->verticalScrollBar()->width(), 10);
+
+        QTest::keyClick(list, Qt::Key_Down);
+        QCOMPARE(name->text(), u"Loops 0"_s);
+        QTest::keyClick(list, Qt::Key_Escape);
+        QVERIFY(!list->isVisible());
+        QVERIFY(dialog.isVisible());
+    }
+
+    void textsCanBeRead_data()
+    {
+        QTest::addColumn<QByteArray>("widget");
+        for (const char *name : {"menuBar", "menuFile", "menuHelp", "mediaListFolder",
+                                 "middleCpuGpuLabel", "serverComboBox"})
+            QTest::newRow(name) << QByteArray(name);
+    }
+    /// Some pixels of each text stand out from its background as far as WCAG asks of normal text.
+    void textsCanBeRead()
+    {
+        QFETCH(const QByteArray, widget);
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(6)));
+        QVERIFY(fixture.show());
+        auto &shown = fixture.find<QWidget>(widget.constData());
+        if (auto *menu = qobject_cast<QMenu *>(&shown)) {
+            menu->popup(QPoint(100, 100));
+            QVERIFY(contrast(menu->grab().toImage()) >= 4.5);
+        } else {
+            QVERIFY(contrast(grab(fixture, shown)) >= 4.5);
+        }
+    }
 
 private:
     static QImage grab(const WindowFixture &fixture, const QWidget &widget)
@@ -44,135 +164,6 @@ private:
         return fixture.window->grab(QRect(corner, widget.size())).toImage();
     }
 };
-
-void tst_BVMainWindowLook::looksDark()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
-    QVERIFY(fixture.show());
-    const QImage image = fixture.window->grab().toImage();
-    const QWidget *central = fixture.window->centralWidget();
-    QCOMPARE(image.pixelColor(central->mapTo(fixture.window.get(), QPoint(2, 2))),
-             QColor(39, 45, 52));
-    const QWidget *viewport = listOf(fixture.bankA()).viewport();
-    QCOMPARE(image.pixelColor(viewport->mapTo(fixture.window.get(), QPoint(1, 1))),
-             QColor(73, 83, 96));
-    QDialog dialog(fixture.window.get());
-    QCOMPARE(dialog.grab().toImage().pixelColor(5, 5), QColor(51, 58, 67));
-}
-
-void tst_BVMainWindowLook::disabledButtonsLookDisabled_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    for (const char *name : {"leftToRightButton", "rightToLeftButton", "removeButton", "addButton"})
-        QTest::newRow(name) << QByteArray(name);
-}
-
-void tst_BVMainWindowLook::disabledButtonsLookDisabled()
-{
-    QFETCH(const QByteArray, name);
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
-    QVERIFY(fixture.show());
-    auto &button = fixture.find<QPushButton>(name.constData());
-    button.setEnabled(true);
-    const double enabled = contrast(grab(fixture, button));
-    button.setEnabled(false);
-    QVERIFY(contrast(grab(fixture, button)) < enabled / 1.5);
-}
-
-void tst_BVMainWindowLook::toolTipsCanBeRead()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    auto &button = fixture.find<QPushButton>("listModeButton");
-    QToolTip::showText(QPoint(50, 50), button.toolTip(), &button);
-    const QWidgetList all = QApplication::topLevelWidgets();
-    const auto tip = std::find_if(all.begin(), all.end(),
-                                  [](const QWidget *w) { return w->inherits("QTipLabel"); });
-    QVERIFY(tip != all.end());
-    const QImage inside = (*tip)->grab((*tip)->rect().adjusted(2, 2, -2, -2)).toImage();
-    QCOMPARE(inside.pixelColor(0, 0), QColor(39, 44, 51));
-    QVERIFY(contrast(inside) >= 4.5);
-    QToolTip::hideText();
-}
-
-/// Where the desktop brings no file dialog of its own, Qt's stands in the dark window.
-void tst_BVMainWindowLook::fileDialogIsDark()
-{
-    WindowFixture fixture;
-    fixture.sandbox.directory().mkpath(u"Loops"_s);
-    QFileDialog dialog(fixture.window.get(), {}, fixture.sandbox.directory().path());
-    dialog.setOption(QFileDialog::DontUseNativeDialog);
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
-    const auto *files = dialog.findChild<QTreeView *>(u"treeView"_s);
-    EVENTUALLY(files->model()->rowCount(files->rootIndex()) > 0);
-    const auto *name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
-    for (const QWidget *field : std::initializer_list<const QWidget *>{files->viewport(), name}) {
-        const QRect area(field->mapTo(&dialog, QPoint(4, 4)), field->size() - QSize(8, 8));
-        const QImage image = dialog.grab(area).toImage();
-        QCOMPARE(image.pixelColor(image.width() - 1, image.height() - 1), QColor(39, 44, 51));
-    }
-    const QRect firstName(files->viewport()->mapTo(&dialog, QPoint(30, 2)), QSize(80, 20));
-    EVENTUALLY(contrast(dialog.grab(firstName).toImage()) >= 4.5);
-}
-
-/// What is offered under the name box stands in a window of its own.
-void tst_BVMainWindowLook::completionsOfTheFileDialogAreDark()
-{
-    WindowFixture fixture;
-    const QDir directory(fixture.sandbox.directory().filePath(u"clips"_s));
-    for (int number = 0; number < 12; ++number)
-        directory.mkpath(u"Loops %1"_s.arg(number));
-    QFileDialog dialog(fixture.window.get(), {}, directory.path());
-    dialog.setOption(QFileDialog::DontUseNativeDialog);
-    dialog.show();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
-    const auto *files = dialog.findChild<QTreeView *>(u"treeView"_s);
-    EVENTUALLY_COMPARE(files->model()->rowCount(files->rootIndex()), 12);
-    auto *const name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);
-    QTest::keyClicks(name, u"Loops"_s);
-    auto *const list = name->completer()->popup();
-    EVENTUALLY(list->isVisible());
-    QVERIFY(list->isWindow());
-
-    const auto picture = [list] { return list->viewport()->grab().toImage(); };
-    QCOMPARE(picture().pixelColor(list->viewport()->width() - 2, 1), QColor(39, 44, 51));
-    EVENTUALLY(contrast(picture()) >= 4.5);
-    QVERIFY(list->verticalScrollBar()->isVisible());
-    QCOMPARE(list->verticalScrollBar()->width(), 10);
-
-    QTest::keyClick(list, Qt::Key_Down);
-    QCOMPARE(name->text(), u"Loops 0"_s);
-    QTest::keyClick(list, Qt::Key_Escape);
-    QVERIFY(!list->isVisible());
-    QVERIFY(dialog.isVisible());
-}
-
-void tst_BVMainWindowLook::textsCanBeRead_data()
-{
-    QTest::addColumn<QByteArray>("widget");
-    for (const char *name : {"menuBar", "menuFile", "menuHelp", "mediaListFolder",
-                             "middleCpuGpuLabel", "serverComboBox"})
-        QTest::newRow(name) << QByteArray(name);
-}
-
-/// Some pixels of each text stand out from its background as far as WCAG asks of normal text.
-void tst_BVMainWindowLook::textsCanBeRead()
-{
-    QFETCH(const QByteArray, widget);
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(6)));
-    QVERIFY(fixture.show());
-    auto &shown = fixture.find<QWidget>(widget.constData());
-    if (auto *menu = qobject_cast<QMenu *>(&shown)) {
-        menu->popup(QPoint(100, 100));
-        QVERIFY(contrast(menu->grab().toImage()) >= 4.5);
-    } else {
-        QVERIFY(contrast(grab(fixture, shown)) >= 4.5);
-    }
-}
 
 QTEST_MAIN(tst_BVMainWindowLook)
 #include "tst_BVMainWindowLook.moc"

@@ -19,11 +19,53 @@ class tst_BVServerBankDrag final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void dragAsksForAMoveAndMovesNoRow_data();
-    void dragAsksForAMoveAndMovesNoRow();
-    void nothingCanBeDraggedAtTheFoldersLevel_data();
-    void nothingCanBeDraggedAtTheFoldersLevel();
-    void rowsCannotBeDroppedOnTheOtherBank();
+    void dragAsksForAMoveAndMovesNoRow_data() { addViewModes(); }
+    void dragAsksForAMoveAndMovesNoRow()
+    {
+        QFETCH(const bool, listView);
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        fixture.bankA().setListMode(listView);
+        QVERIFY(fixture.show());
+        fixture.controller().folderChanged(3);
+        auto &controller = *fixture.bankA().findChild<ServerBankController *>();
+        disconnect(&controller, &ServerBankController::moveVisual, &fixture.controller(), nullptr);
+        QSignalSpy moves(&controller, &ServerBankController::moveVisual);
+        const QRect place = listOf(fixture.bankA()).visualItemRect(listOf(fixture.bankA()).item(4));
+
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QCOMPARE(moves, (QList<QVariantList>{{3, 1, QVariant::fromValue(ServerDeckA)}}));
+        QCOMPARE(listOf(fixture.bankA()).count(), 257);
+        QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
+        QCOMPARE(listOf(fixture.bankA()).visualItemRect(listOf(fixture.bankA()).item(4)), place);
+    }
+
+    void nothingCanBeDraggedAtTheFoldersLevel_data() { addViewModes(); }
+    void nothingCanBeDraggedAtTheFoldersLevel()
+    {
+        QFETCH(const bool, listView);
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
+        QVERIFY(fixture.show());
+        fixture.controller().folderChanged(3);
+        fixture.controller().backToFolders();
+        fixture.bankA().setListMode(listView);
+        QVERIFY(!dragRow(fixture, fixture.bankA(), 3, fixture.bankA(), 1));
+    }
+
+    void rowsCannotBeDroppedOnTheOtherBank()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
+        fixture.connectServer(sampleServer(u"Stage right"_s, loopback(4)));
+        QVERIFY(fixture.show());
+        fixture.controller().folderChanged(3);
+        const QSignalSpy movesA(&listOf(fixture.bankA()), &MediaListWidget::moveItem);
+        const QSignalSpy movesB(&listOf(fixture.bankB()), &MediaListWidget::moveItem);
+        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankB(), 2));
+        QCOMPARE(movesA.count(), 0);
+        QCOMPARE(movesB.count(), 0);
+    }
 
 private:
     static void addViewModes()
@@ -33,62 +75,6 @@ private:
         QTest::newRow("icon view") << false;
     }
 };
-
-void tst_BVServerBankDrag::dragAsksForAMoveAndMovesNoRow_data()
-{
-    addViewModes();
-}
-
-void tst_BVServerBankDrag::dragAsksForAMoveAndMovesNoRow()
-{
-    QFETCH(const bool, listView);
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-    fixture.bankA().setListMode(listView);
-    QVERIFY(fixture.show());
-    fixture.controller().folderChanged(3);
-    auto &controller = *fixture.bankA().findChild<ServerBankController *>();
-    disconnect(&controller, &ServerBankController::moveVisual, &fixture.controller(), nullptr);
-    QSignalSpy moves(&controller, &ServerBankController::moveVisual);
-    const QRect place = listOf(fixture.bankA()).visualItemRect(listOf(fixture.bankA()).item(4));
-
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-    QCOMPARE(moves, (QList<QVariantList>{{3, 1, QVariant::fromValue(ServerDeckA)}}));
-    QCOMPARE(listOf(fixture.bankA()).count(), 257);
-    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
-    QCOMPARE(listOf(fixture.bankA()).visualItemRect(listOf(fixture.bankA()).item(4)), place);
-}
-
-void tst_BVServerBankDrag::nothingCanBeDraggedAtTheFoldersLevel_data()
-{
-    addViewModes();
-}
-
-void tst_BVServerBankDrag::nothingCanBeDraggedAtTheFoldersLevel()
-{
-    QFETCH(const bool, listView);
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
-    QVERIFY(fixture.show());
-    fixture.controller().folderChanged(3);
-    fixture.controller().backToFolders();
-    fixture.bankA().setListMode(listView);
-    QVERIFY(!dragRow(fixture, fixture.bankA(), 3, fixture.bankA(), 1));
-}
-
-void tst_BVServerBankDrag::rowsCannotBeDroppedOnTheOtherBank()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
-    fixture.connectServer(sampleServer(u"Stage right"_s, loopback(4)));
-    QVERIFY(fixture.show());
-    fixture.controller().folderChanged(3);
-    const QSignalSpy movesA(&listOf(fixture.bankA()), &MediaListWidget::moveItem);
-    const QSignalSpy movesB(&listOf(fixture.bankB()), &MediaListWidget::moveItem);
-    QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankB(), 2));
-    QCOMPARE(movesA.count(), 0);
-    QCOMPARE(movesB.count(), 0);
-}
 
 QTEST_MAIN(tst_BVServerBankDrag)
 #include "tst_BVServerBankDrag.moc"

@@ -22,12 +22,100 @@ private slots:
         QPixmapCache::clear();
     }
 
-    void pictureThatCouldNotBeReadLeavesItsRow();
-    void marksTellWhatDiffers();
-    void markFillsTheLowerRightQuarter_data();
-    void markFillsTheLowerRightQuarter();
-    void headerRowsHaveNoMark();
-    void aVisualKeepsTheFirstPictureOfItsSlot();
+    void pictureThatCouldNotBeReadLeavesItsRow()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
+        fixture.controller().folderChanged(3);
+        QPixmapCache::clear();
+        fixture.bankA().folderChanged(3, QList<QPixmap>(256));
+        QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
+        QVERIFY(listOf(fixture.bankA()).item(4)->icon().pixmap(64, 48).isNull());
+    }
+
+    void marksTellWhatDiffers()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
+        BVServerBank &bank = fixture.bankA();
+        const QImage same = marked(icon(u"folder.png"_s), u"yes.png"_s);
+        const QImage different = marked(icon(u"folder.png"_s), u"no.png"_s);
+        QVERIFY(same != different);
+
+        bank.sameMarks.reset(0).reset(9).reset(255);
+        bank.showFolders();
+        for (int row = 0; row < 256; ++row) {
+            const bool differs = row == 0 || row == 9 || row == 255;
+            QCOMPARE(picture(bank, row), differs ? different : same);
+        }
+    }
+
+    void markFillsTheLowerRightQuarter_data()
+    {
+        QTest::addColumn<QSize>("size");
+        QTest::newRow("even") << QSize(128, 96);
+        QTest::newRow("odd") << QSize(33, 25);
+        QTest::newRow("narrow") << QSize(2, 2);
+    }
+    void markFillsTheLowerRightQuarter()
+    {
+        QFETCH(const QSize, size);
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
+        BVServerBank &bank = fixture.bankA();
+        fixture.controller().folderChanged(3);
+        QPixmapCache::clear();
+        QPixmap plain(size);
+        plain.fill(Qt::magenta);
+
+        bank.sameMarks.set().reset(5);
+        bank.folderChanged(3, QList<QPixmap>(256, plain));
+        const QImage same = picture(bank, 4);
+        const QImage different = picture(bank, 6);
+        QCOMPARE(same, marked(plain.toImage(), u"yes.png"_s));
+        QCOMPARE(different, marked(plain.toImage(), u"no.png"_s));
+
+        const QPoint half(size.width() / 2, size.height() / 2);
+        for (int y = 0; y < size.height(); ++y) {
+            for (int x = 0; x < size.width(); ++x) {
+                if (x < half.x() || y < half.y())
+                    QCOMPARE(same.pixelColor(x, y), QColor(Qt::magenta));
+            }
+        }
+    }
+
+    void headerRowsHaveNoMark()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
+        fixture.controller().folderChanged(3);
+        QCOMPARE(picture(fixture.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
+        QCOMPARE(picture(fixture.bankA(), 1),
+                 QPixmap::fromImage(icon(u"no_visual.png"_s)).toImage());
+        QCOMPARE(picture(fixture.bankA(), 2), marked(icon(u"background.png"_s), u"yes.png"_s));
+    }
+
+    void aVisualKeepsTheFirstPictureOfItsSlot()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
+        BVServerBank &bank = fixture.bankA();
+        fixture.controller().folderChanged(3);
+        QPixmapCache::clear();
+        QPixmap own(64, 48);
+        own.fill(Qt::magenta);
+        QPixmap other(64, 48);
+        other.fill(Qt::green);
+        QList<QPixmap> pixmaps(256, other);
+        pixmaps[3] = own;
+
+        bank.folderChanged(3, pixmaps);
+        QCOMPARE(picture(bank, 4), marked(own.toImage(), u"yes.png"_s));
+        QCOMPARE(picture(bank, 6), marked(other.toImage(), u"yes.png"_s));
+        // It is remembered with its file: what a later download brings is not looked at.
+        bank.folderChanged(3, QList<QPixmap>(256, other));
+        QCOMPARE(picture(bank, 4), marked(own.toImage(), u"yes.png"_s));
+    }
 
 private:
     /// The row's picture, at its own size.
@@ -52,101 +140,6 @@ private:
         return pixmap.toImage();
     }
 };
-
-void tst_BVServerBankMarks::pictureThatCouldNotBeReadLeavesItsRow()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
-    fixture.controller().folderChanged(3);
-    QPixmapCache::clear();
-    fixture.bankA().folderChanged(3, QList<QPixmap>(256));
-    QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
-    QVERIFY(listOf(fixture.bankA()).item(4)->icon().pixmap(64, 48).isNull());
-}
-
-void tst_BVServerBankMarks::marksTellWhatDiffers()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
-    BVServerBank &bank = fixture.bankA();
-    const QImage same = marked(icon(u"folder.png"_s), u"yes.png"_s);
-    const QImage different = marked(icon(u"folder.png"_s), u"no.png"_s);
-    QVERIFY(same != different);
-
-    bank.sameMarks.reset(0).reset(9).reset(255);
-    bank.showFolders();
-    for (int row = 0; row < 256; ++row) {
-        const bool differs = row == 0 || row == 9 || row == 255;
-        QCOMPARE(picture(bank, row), differs ? different : same);
-    }
-}
-
-void tst_BVServerBankMarks::markFillsTheLowerRightQuarter_data()
-{
-    QTest::addColumn<QSize>("size");
-    QTest::newRow("even") << QSize(128, 96);
-    QTest::newRow("odd") << QSize(33, 25);
-    QTest::newRow("narrow") << QSize(2, 2);
-}
-
-void tst_BVServerBankMarks::markFillsTheLowerRightQuarter()
-{
-    QFETCH(const QSize, size);
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
-    BVServerBank &bank = fixture.bankA();
-    fixture.controller().folderChanged(3);
-    QPixmapCache::clear();
-    QPixmap plain(size);
-    plain.fill(Qt::magenta);
-
-    bank.sameMarks.set().reset(5);
-    bank.folderChanged(3, QList<QPixmap>(256, plain));
-    const QImage same = picture(bank, 4);
-    const QImage different = picture(bank, 6);
-    QCOMPARE(same, marked(plain.toImage(), u"yes.png"_s));
-    QCOMPARE(different, marked(plain.toImage(), u"no.png"_s));
-
-    const QPoint half(size.width() / 2, size.height() / 2);
-    for (int y = 0; y < size.height(); ++y) {
-        for (int x = 0; x < size.width(); ++x) {
-            if (x < half.x() || y < half.y())
-                QCOMPARE(same.pixelColor(x, y), QColor(Qt::magenta));
-        }
-    }
-}
-
-void tst_BVServerBankMarks::headerRowsHaveNoMark()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
-    fixture.controller().folderChanged(3);
-    QCOMPARE(picture(fixture.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
-    QCOMPARE(picture(fixture.bankA(), 1), QPixmap::fromImage(icon(u"no_visual.png"_s)).toImage());
-    QCOMPARE(picture(fixture.bankA(), 2), marked(icon(u"background.png"_s), u"yes.png"_s));
-}
-
-void tst_BVServerBankMarks::aVisualKeepsTheFirstPictureOfItsSlot()
-{
-    WindowFixture fixture;
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
-    BVServerBank &bank = fixture.bankA();
-    fixture.controller().folderChanged(3);
-    QPixmapCache::clear();
-    QPixmap own(64, 48);
-    own.fill(Qt::magenta);
-    QPixmap other(64, 48);
-    other.fill(Qt::green);
-    QList<QPixmap> pixmaps(256, other);
-    pixmaps[3] = own;
-
-    bank.folderChanged(3, pixmaps);
-    QCOMPARE(picture(bank, 4), marked(own.toImage(), u"yes.png"_s));
-    QCOMPARE(picture(bank, 6), marked(other.toImage(), u"yes.png"_s));
-    // It is remembered with its file: what a later download brings is not looked at.
-    bank.folderChanged(3, QList<QPixmap>(256, other));
-    QCOMPARE(picture(bank, 4), marked(own.toImage(), u"yes.png"_s));
-}
 
 QTEST_MAIN(tst_BVServerBankMarks)
 #include "tst_BVServerBankMarks.moc"

@@ -80,18 +80,150 @@ private slots:
     void init() { failOnAnyWarning(); }
 
     void newContentKeepsThePosition_data() { addViews(); }
-    void newContentKeepsThePosition();
+    void newContentKeepsThePosition()
+    {
+        QFETCH(const bool, listView);
+        ScrollFixture fixture(listView);
+        QVERIFY(fixture.open());
+        for (const int folder : {-1, 3, 77}) {
+            if (folder != -1)
+                fixture.controller().folderChanged(folder);
+            QVERIFY(fixture.scrollTo(60));
+            const int position = fixture.barA.value();
+            for (const QUuid &server : {fixture.one.uuid, fixture.two.uuid}) {
+                fixture.changeLibrary(server.toString());
+                emit fixture.controller().serverContentChanged(server);
+                QCoreApplication::processEvents(); // the rows are laid out
+                QCOMPARE(fixture.barA.value(), position);
+                QCOMPARE(fixture.barB.value(), position);
+            }
+            fixture.controller().serverConnected(fixture.one.uuid, QHostAddress(loopback(1)));
+            QCoreApplication::processEvents();
+            QCOMPARE(fixture.barA.value(), position);
+            QCOMPARE(fixture.barB.value(), position);
+        }
+    }
+
     void enteringAFolderShowsItsTop_data() { addViews(); }
-    void enteringAFolderShowsItsTop();
+    void enteringAFolderShowsItsTop()
+    {
+        QFETCH(const bool, listView);
+        ScrollFixture fixture(listView);
+        QVERIFY(fixture.open());
+        const int position = fixture.barA.value();
+        for (const int folder : {3, 77}) {
+            fixture.controller().folderChanged(folder);
+            QCoreApplication::processEvents();
+            QCOMPARE(fixture.barA.value(), 0);
+            QCOMPARE(fixture.barB.value(), 0);
+            QVERIFY(fixture.scrollTo(60));
+            fixture.controller().backToFolders();
+            QCoreApplication::processEvents();
+            QCOMPARE(fixture.barA.value(), position);
+            QCOMPARE(fixture.barB.value(), position);
+        }
+    }
+
     void sizeAndViewKeepTheFirstRow_data() { addViews(); }
-    void sizeAndViewKeepTheFirstRow();
+    void sizeAndViewKeepTheFirstRow()
+    {
+        QFETCH(const bool, listView);
+        ScrollFixture fixture(listView);
+        UIController &controller = fixture.controller();
+        QVERIFY(fixture.open());
+        const QList<void (UIController::*)()> changes{
+            &UIController::setSmallSize,  &UIController::setLargeSize, &UIController::setGridMode,
+            &UIController::setMediumSize, &UIController::setListMode,  &UIController::setLargeSize};
+        for (const auto change : changes) {
+            const int row = fixture.bankA().firstVisibleRow();
+            QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
+            (controller.*change)();
+            QCoreApplication::processEvents();
+            const MediaListWidget &list = listOf(fixture.bankA());
+            const QRect place = list.visualItemRect(list.item(row));
+            QVERIFY2(place.top() >= 0 && place.top() < 10,
+                     qPrintable(QString::number(place.top())));
+            QVERIFY(fixture.inStep());
+        }
+        fixture.barA.setValue(0);
+        for (const auto change : changes) {
+            (controller.*change)();
+            QCoreApplication::processEvents();
+            QCOMPARE(fixture.barA.value(), 0);
+        }
+    }
+
     void aBankOnItsOwnKeepsItsPlace_data() { addViews(); }
-    void aBankOnItsOwnKeepsItsPlace();
+    /// Only one bank has rows, and it may be either.
+    void aBankOnItsOwnKeepsItsPlace()
+    {
+        QFETCH(const bool, listView);
+        for (const bool isBankA : {true, false}) {
+            ScrollFixture fixture(listView);
+            UIController &controller = fixture.controller();
+            QVERIFY(fixture.open());
+            controller.removeServer(isBankA ? fixture.two.uuid : fixture.one.uuid);
+            const BVServerBank &bank = isBankA ? fixture.bankA() : fixture.bankB();
+            for (const auto change : {&UIController::setSmallSize, &UIController::setLargeSize}) {
+                const int row = bank.firstVisibleRow();
+                QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
+                (controller.*change)();
+                QCoreApplication::processEvents();
+                const QRect place = listOf(bank).visualItemRect(listOf(bank).item(row));
+                QVERIFY2(place.top() >= 0 && place.top() < 10,
+                         qPrintable(QString::number(place.top())));
+            }
+        }
+    }
+
     void aLostServerLeavesTheOtherBankInPlace_data() { addViews(); }
-    void aLostServerLeavesTheOtherBankInPlace();
+    void aLostServerLeavesTheOtherBankInPlace()
+    {
+        QFETCH(const bool, listView);
+        ScrollFixture fixture(listView);
+        QVERIFY(fixture.open());
+        const int position = fixture.barA.value();
+        fixture.controller().removeServer(fixture.two.uuid);
+        EVENTUALLY_COMPARE(fixture.barB.maximum(), 0);
+        QCOMPARE(listOf(fixture.bankB()).count(), 0);
+        QCOMPARE(fixture.barA.value(), position);
+        EVENTUALLY(!fixture.barB.isVisible());
+    }
+
     void noPaintingSeesHalfARebuild_data() { addViews(); }
-    void noPaintingSeesHalfARebuild();
-    void iconsFlowAnewWhenTheWindowGrows();
+    void noPaintingSeesHalfARebuild()
+    {
+        QFETCH(const bool, listView);
+        ScrollFixture fixture(listView);
+        QVERIFY(fixture.open());
+        const PaintLog log(listOf(fixture.bankA()));
+        fixture.controller().folderChanged(3);
+        fixture.controller().backToFolders();
+        emit fixture.controller().serverContentChanged(fixture.one.uuid);
+        QVERIFY(log.rows.isEmpty()); // a rebuild paints nothing by itself
+        EVENTUALLY(!log.rows.isEmpty());
+        QCOMPARE(QSet<int>(log.rows.begin(), log.rows.end()), QSet<int>{256});
+    }
+
+    void iconsFlowAnewWhenTheWindowGrows()
+    {
+        ScrollFixture fixture(false);
+        QVERIFY(fixture.open());
+        const MediaListWidget &list = listOf(fixture.bankA());
+        fixture.barA.setValue(0);
+        int columns = 0;
+        for (const QSize size : {QSize(1163, 670), QSize(1920, 1040), QSize(3840, 2100)}) {
+            fixture.window->resize(size);
+            EVENTUALLY(list.visualItemRect(list.item(columns)).top() < 10);
+            while (columns < 255 && list.visualItemRect(list.item(columns)).top() < 10)
+                ++columns;
+            QCOMPARE(list.count(), 256);
+            QVERIFY(columns * 80 <= list.viewport()->width());
+            QCOMPARE(list.horizontalScrollBar()->maximum(), 0);
+            const QRect last = list.visualItemRect(list.item(255));
+            QVERIFY(last.bottom() - fixture.barA.maximum() <= list.viewport()->height());
+        }
+    }
 
 private:
     static void addViews()
@@ -101,145 +233,6 @@ private:
         QTest::newRow("icons") << false;
     }
 };
-
-void tst_BVServerBankScroll::newContentKeepsThePosition()
-{
-    QFETCH(const bool, listView);
-    ScrollFixture fixture(listView);
-    QVERIFY(fixture.open());
-    for (const int folder : {-1, 3, 77}) {
-        if (folder != -1)
-            fixture.controller().folderChanged(folder);
-        QVERIFY(fixture.scrollTo(60));
-        const int position = fixture.barA.value();
-        for (const QUuid &server : {fixture.one.uuid, fixture.two.uuid}) {
-            fixture.changeLibrary(server.toString());
-            emit fixture.controller().serverContentChanged(server);
-            QCoreApplication::processEvents(); // the rows are laid out
-            QCOMPARE(fixture.barA.value(), position);
-            QCOMPARE(fixture.barB.value(), position);
-        }
-        fixture.controller().serverConnected(fixture.one.uuid, QHostAddress(loopback(1)));
-        QCoreApplication::processEvents();
-        QCOMPARE(fixture.barA.value(), position);
-        QCOMPARE(fixture.barB.value(), position);
-    }
-}
-
-void tst_BVServerBankScroll::enteringAFolderShowsItsTop()
-{
-    QFETCH(const bool, listView);
-    ScrollFixture fixture(listView);
-    QVERIFY(fixture.open());
-    const int position = fixture.barA.value();
-    for (const int folder : {3, 77}) {
-        fixture.controller().folderChanged(folder);
-        QCoreApplication::processEvents();
-        QCOMPARE(fixture.barA.value(), 0);
-        QCOMPARE(fixture.barB.value(), 0);
-        QVERIFY(fixture.scrollTo(60));
-        fixture.controller().backToFolders();
-        QCoreApplication::processEvents();
-        QCOMPARE(fixture.barA.value(), position);
-        QCOMPARE(fixture.barB.value(), position);
-    }
-}
-
-void tst_BVServerBankScroll::sizeAndViewKeepTheFirstRow()
-{
-    QFETCH(const bool, listView);
-    ScrollFixture fixture(listView);
-    UIController &controller = fixture.controller();
-    QVERIFY(fixture.open());
-    const QList<void (UIController::*)()> changes{
-        &UIController::setSmallSize,  &UIController::setLargeSize, &UIController::setGridMode,
-        &UIController::setMediumSize, &UIController::setListMode,  &UIController::setLargeSize};
-    for (const auto change : changes) {
-        const int row = fixture.bankA().firstVisibleRow();
-        QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
-        (controller.*change)();
-        QCoreApplication::processEvents();
-        const MediaListWidget &list = listOf(fixture.bankA());
-        const QRect place = list.visualItemRect(list.item(row));
-        QVERIFY2(place.top() >= 0 && place.top() < 10, qPrintable(QString::number(place.top())));
-        QVERIFY(fixture.inStep());
-    }
-    fixture.barA.setValue(0);
-    for (const auto change : changes) {
-        (controller.*change)();
-        QCoreApplication::processEvents();
-        QCOMPARE(fixture.barA.value(), 0);
-    }
-}
-
-/// Only one bank has rows, and it may be either.
-void tst_BVServerBankScroll::aBankOnItsOwnKeepsItsPlace()
-{
-    QFETCH(const bool, listView);
-    for (const bool isBankA : {true, false}) {
-        ScrollFixture fixture(listView);
-        UIController &controller = fixture.controller();
-        QVERIFY(fixture.open());
-        controller.removeServer(isBankA ? fixture.two.uuid : fixture.one.uuid);
-        const BVServerBank &bank = isBankA ? fixture.bankA() : fixture.bankB();
-        for (const auto change : {&UIController::setSmallSize, &UIController::setLargeSize}) {
-            const int row = bank.firstVisibleRow();
-            QVERIFY2(row > 75 && row <= 100, qPrintable(QString::number(row)));
-            (controller.*change)();
-            QCoreApplication::processEvents();
-            const QRect place = listOf(bank).visualItemRect(listOf(bank).item(row));
-            QVERIFY2(place.top() >= 0 && place.top() < 10,
-                     qPrintable(QString::number(place.top())));
-        }
-    }
-}
-
-void tst_BVServerBankScroll::aLostServerLeavesTheOtherBankInPlace()
-{
-    QFETCH(const bool, listView);
-    ScrollFixture fixture(listView);
-    QVERIFY(fixture.open());
-    const int position = fixture.barA.value();
-    fixture.controller().removeServer(fixture.two.uuid);
-    EVENTUALLY_COMPARE(fixture.barB.maximum(), 0);
-    QCOMPARE(listOf(fixture.bankB()).count(), 0);
-    QCOMPARE(fixture.barA.value(), position);
-    EVENTUALLY(!fixture.barB.isVisible());
-}
-
-void tst_BVServerBankScroll::noPaintingSeesHalfARebuild()
-{
-    QFETCH(const bool, listView);
-    ScrollFixture fixture(listView);
-    QVERIFY(fixture.open());
-    const PaintLog log(listOf(fixture.bankA()));
-    fixture.controller().folderChanged(3);
-    fixture.controller().backToFolders();
-    emit fixture.controller().serverContentChanged(fixture.one.uuid);
-    QVERIFY(log.rows.isEmpty()); // a rebuild paints nothing by itself
-    EVENTUALLY(!log.rows.isEmpty());
-    QCOMPARE(QSet<int>(log.rows.begin(), log.rows.end()), QSet<int>{256});
-}
-
-void tst_BVServerBankScroll::iconsFlowAnewWhenTheWindowGrows()
-{
-    ScrollFixture fixture(false);
-    QVERIFY(fixture.open());
-    const MediaListWidget &list = listOf(fixture.bankA());
-    fixture.barA.setValue(0);
-    int columns = 0;
-    for (const QSize size : {QSize(1163, 670), QSize(1920, 1040), QSize(3840, 2100)}) {
-        fixture.window->resize(size);
-        EVENTUALLY(list.visualItemRect(list.item(columns)).top() < 10);
-        while (columns < 255 && list.visualItemRect(list.item(columns)).top() < 10)
-            ++columns;
-        QCOMPARE(list.count(), 256);
-        QVERIFY(columns * 80 <= list.viewport()->width());
-        QCOMPARE(list.horizontalScrollBar()->maximum(), 0);
-        const QRect last = list.visualItemRect(list.item(255));
-        QVERIFY(last.bottom() - fixture.barA.maximum() <= list.viewport()->height());
-    }
-}
 
 QTEST_MAIN(tst_BVServerBankScroll)
 #include "tst_BVServerBankScroll.moc"

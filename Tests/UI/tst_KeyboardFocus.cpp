@@ -63,24 +63,266 @@ class tst_KeyboardFocus final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void tabFollowsTheEye();
-    void tabPassesOverWhatIsDisabled();
-    void arrowsChooseAmongTheViewButtons();
-    void theMouseLeavesTheKeyboardInTheList();
-    void theListHasItFromTheFirstServerOn();
-    void aRefreshBringsItBackToTheRemoveButton();
-    void choosingAServerByKeysKeepsItInTheBox();
-    void theMenuIsReachedByF10AndAlt();
+    void tabFollowsTheEye()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        connectTwo(fixture);
+        QStringList expected{u"A.mediaListWidget"_s, u"A.removeButton"_s,    u"A.addButton"_s,
+                             u"leftToRightButton"_s, u"rightToLeftButton"_s, u"B.serverComboBox"_s,
+                             u"B.mediaListWidget"_s, u"B.removeButton"_s,    u"B.addButton"_s,
+                             u"gridModeButton"_s,    u"mediumSizeButton"_s,  u"A.serverComboBox"_s};
+        const int count = int(expected.size());
+        QCOMPARE(walk(count), expected);
+        QCOMPARE(focused(), expected.first());
+        std::reverse(expected.begin() + 1, expected.end());
+        QCOMPARE(walk(count, Qt::ShiftModifier), expected);
+    }
 
-    void tabOfTheDialogs_data();
-    void tabOfTheDialogs();
-    void tabLeavesTheDetailsOfAnError();
-    void escapeClosesTheDialogs_data();
-    void escapeClosesTheDialogs();
-    void theWarningIsDeclinedByEnterAndEscape();
+    void tabPassesOverWhatIsDisabled()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1))); // nothing for bank B
+        listOf(fixture.bankA()).setCurrentRow(3); // a folder takes no upload
+        QCOMPARE(walk(5),
+                 (QStringList{u"A.mediaListWidget"_s, u"A.removeButton"_s, u"gridModeButton"_s,
+                              u"mediumSizeButton"_s, u"A.serverComboBox"_s}));
+        QCOMPARE(focused(), u"A.mediaListWidget"_s);
+    }
 
-    void theFocusIsSeen_data();
-    void theFocusIsSeen();
+    void arrowsChooseAmongTheViewButtons()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        connectTwo(fixture);
+        QTest::keyClick(&listOf(fixture.bankA()), Qt::Key_Tab, Qt::ShiftModifier);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
+        QCOMPARE(focused(), u"mediumSizeButton"_s);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+        QCOMPARE(focused(), u"largeSizeButton"_s);
+        QCOMPARE(fixture.model.selectedIconSize, 2);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
+        QCOMPARE(focused(), u"gridModeButton"_s);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
+        QCOMPARE(focused(), u"listModeButton"_s);
+        QVERIFY(fixture.model.selectedViewMode);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        QCOMPARE(focused(), u"largeSizeButton"_s);
+    }
+
+    void theMouseLeavesTheKeyboardInTheList()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        connectTwo(fixture);
+        ModalDriver modals;
+        modals.escape();
+        clickRow(fixture.bankB(), 3);
+        for (const char *const name : {"listModeButton", "largeSizeButton", "leftToRightButton"})
+            QTest::mouseClick(&fixture.find<QPushButton>(name), Qt::LeftButton);
+        QTest::mouseClick(&childOf<QPushButton>(fixture.bankB(), "removeButton"), Qt::LeftButton);
+        QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
+        fixture.window->activateWindow(); // done by a window manager otherwise
+        EVENTUALLY_COMPARE(focused(), u"B.mediaListWidget"_s);
+    }
+
+    void theListHasItFromTheFirstServerOn()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        QCOMPARE(focused(), u"BVMainWindow"_s);
+        const Server server = sampleServer(u"Stage left"_s, loopback(1));
+        fixture.connectServer(server);
+        QCOMPARE(focused(), u"A.mediaListWidget"_s);
+        QCOMPARE(listOf(fixture.bankA()).currentRow(), 0);
+
+        fixture.controller().removeServer(server.uuid);
+        QCOMPARE(focused(), u"BVMainWindow"_s);
+        fixture.connectServer(server);
+        QCOMPARE(focused(), u"A.mediaListWidget"_s);
+    }
+
+    void aRefreshBringsItBackToTheRemoveButton()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        connectTwo(fixture);
+        fixture.controller().folderChanged(3);
+        childOf<QPushButton>(fixture.bankB(), "removeButton").setFocus();
+        connectTwo(fixture); // fills the boxes anew, and both lists
+        QCOMPARE(focused(), u"B.removeButton"_s);
+    }
+
+    void choosingAServerByKeysKeepsItInTheBox()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        connectTwo(fixture);
+        fixture.connectServer(sampleServer(u"Foyer"_s, loopback(3)));
+        fixture.controller().folderChanged(3);
+        auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
+        box.setFocus();
+        const QString before = box.currentText();
+        QTest::keyClick(&box, Qt::Key_Down);
+        QVERIFY(box.currentText() != before);
+        QCOMPARE(focused(), u"A.serverComboBox"_s);
+    }
+
+    void theMenuIsReachedByF10AndAlt()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        connectTwo(fixture);
+        const auto &bar = fixture.find<QMenuBar>("menuBar");
+        QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
+        QTest::ignoreMessage(QtWarningMsg, "This plugin does not support grabbing the keyboard");
+        QTest::keyClick(&listOf(fixture.bankA()), Qt::Key_F10);
+        QCOMPARE(QApplication::activePopupWidget(), &fixture.find<QMenu>("menuFile"));
+        QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+        QVERIFY(!QApplication::activePopupWidget());
+        QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuFile").menuAction());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        QCOMPARE(focused(), u"A.mediaListWidget"_s);
+
+        QTest::keyPress(&listOf(fixture.bankA()), Qt::Key_Alt);
+        QTest::keyRelease(&listOf(fixture.bankA()), Qt::Key_Alt, Qt::AltModifier);
+        QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuFile").menuAction());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+        QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuHelp").menuAction());
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        QCOMPARE(focused(), u"A.mediaListWidget"_s);
+    }
+
+    void tabOfTheDialogs_data()
+    {
+        QTest::addColumn<QByteArray>("dialog");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("preferences") << QByteArray("preferences")
+                                     << QStringList{u"checkBoxWarnMove"_s,
+                                                    u"checkBoxWarnDeleteAndOverwrite"_s,
+                                                    u"checkBoxWarnUpload"_s,
+                                                    u"checkBoxWarnLarge"_s,
+                                                    u"OK"_s,
+                                                    u"Cancel"_s};
+        QTest::newRow("about") << QByteArray("about") << QStringList{u"okButton"_s};
+        QTest::newRow("transfer") << QByteArray("transfer")
+                                  << QStringList{u"ckAutoScroll"_s, u"cancelSync"_s};
+        QTest::newRow("progress") << QByteArray("progress") << QStringList{u"Cancel"_s};
+        QTest::newRow("error") << QByteArray("error") << QStringList{u"OK"_s};
+        QTest::newRow("error with details")
+            << QByteArray("error with details") << QStringList{u"OK"_s, u"errorDetails"_s};
+    }
+    void tabOfTheDialogs()
+    {
+        QFETCH(const QByteArray, dialog);
+        QFETCH(const QStringList, expected);
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        QDialog *const shown = makeDialog(dialog, fixture.window.get());
+        shown->show();
+        EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
+        QCOMPARE(walk(int(expected.size())), expected);
+        QCOMPARE(focused(), expected.first());
+    }
+
+    void tabLeavesTheDetailsOfAnError()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        QDialog *const shown = makeDialog("error with details", fixture.window.get());
+        shown->show();
+        EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
+        QTest::keyClick(shown->findChild<QPushButton *>(u"errorDetails"_s), Qt::Key_Space);
+        auto *const details = shown->findChild<QTextEdit *>();
+        QVERIFY(details->isVisible());
+        details->setFocus();
+        QCOMPARE(walk(3), (QStringList{u"errorDetailsList"_s, u"errorDetails"_s, u"OK"_s}));
+        QCOMPARE(details->toPlainText(), u"Why."_s);
+    }
+
+    void escapeClosesTheDialogs_data()
+    {
+        QTest::addColumn<QByteArray>("dialog");
+        for (const char *const name :
+             {"preferences", "about", "transfer", "progress", "error", "error with details"})
+            QTest::newRow(name) << QByteArray(name);
+    }
+    void escapeClosesTheDialogs()
+    {
+        QFETCH(const QByteArray, dialog);
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        QDialog *const shown = makeDialog(dialog, fixture.window.get());
+        shown->show();
+        EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+        QVERIFY(!shown->isVisible());
+        QCOMPARE(shown->result(), int(QDialog::Rejected));
+    }
+
+    void theWarningIsDeclinedByEnterAndEscape()
+    {
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        connectTwo(fixture);
+        listOf(fixture.bankA()).setCurrentRow(3);
+        ModalDriver modals;
+        QStringList way;
+        modals.escape().answer([&](QDialog &box) {
+            EVENTUALLY_COMPARE(QApplication::activeWindow(), &box);
+            way = walk(3);
+            QTest::keyClick(&box, Qt::Key_Return);
+        });
+        for (int round = 0; round < 2; ++round) {
+            fixture.window->activateWindow(); // done by a window manager otherwise
+            EVENTUALLY_COMPARE(focused(), u"A.mediaListWidget"_s);
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Delete);
+        }
+        QCOMPARE(modals.seen().size(), 2);
+        QCOMPARE(way, (QStringList{u"No"_s, u"Yes, don't ask again"_s, u"Yes"_s}));
+        // The one dialog is that of the thumbnails: no removal has begun.
+        QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
+    }
+
+    void theFocusIsSeen_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        for (const char *const name :
+             {"gridModeButton", "mediumSizeButton", "leftToRightButton", "rightToLeftButton",
+              "removeButton", "addButton", "serverComboBox", "mediaListWidget"})
+            QTest::newRow(name) << QByteArray(name);
+    }
+    /// With the focus pixels near the edge of the control, or of the list's row, are as light as
+    /// the ring; nothing moves or grows.
+    void theFocusIsSeen()
+    {
+        QFETCH(const QByteArray, name);
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        connectTwo(fixture);
+        auto &widget = fixture.find<QWidget>(name.constData());
+        const auto ringPixels = [&] {
+            const QImage image =
+                fixture.window
+                    ->grab(QRect(widget.mapTo(fixture.window.get(), QPoint()), widget.size()))
+                    .toImage();
+            int count = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x)
+                    count += image.pixelColor(x, y) == QColor(220, 220, 220);
+            }
+            return count;
+        };
+        fixture.window->setFocus();
+        const QRect place = widget.geometry();
+        const QSize hint = widget.sizeHint();
+        const int before = ringPixels();
+        widget.setFocus(Qt::TabFocusReason);
+        QVERIFY2(ringPixels() >= before + 60, qPrintable(QString::number(ringPixels() - before)));
+        QCOMPARE(widget.geometry(), place);
+        QCOMPARE(widget.sizeHint(), hint);
+    }
 
 private:
     static void connectTwo(WindowFixture &fixture)
@@ -104,268 +346,6 @@ private:
         return error;
     }
 };
-
-void tst_KeyboardFocus::tabFollowsTheEye()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    connectTwo(fixture);
-    QStringList expected{u"A.mediaListWidget"_s, u"A.removeButton"_s,    u"A.addButton"_s,
-                         u"leftToRightButton"_s, u"rightToLeftButton"_s, u"B.serverComboBox"_s,
-                         u"B.mediaListWidget"_s, u"B.removeButton"_s,    u"B.addButton"_s,
-                         u"gridModeButton"_s,    u"mediumSizeButton"_s,  u"A.serverComboBox"_s};
-    const int count = int(expected.size());
-    QCOMPARE(walk(count), expected);
-    QCOMPARE(focused(), expected.first());
-    std::reverse(expected.begin() + 1, expected.end());
-    QCOMPARE(walk(count, Qt::ShiftModifier), expected);
-}
-
-void tst_KeyboardFocus::tabPassesOverWhatIsDisabled()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1))); // nothing for bank B
-    listOf(fixture.bankA()).setCurrentRow(3);                          // a folder takes no upload
-    QCOMPARE(walk(5), (QStringList{u"A.mediaListWidget"_s, u"A.removeButton"_s, u"gridModeButton"_s,
-                                   u"mediumSizeButton"_s, u"A.serverComboBox"_s}));
-    QCOMPARE(focused(), u"A.mediaListWidget"_s);
-}
-
-void tst_KeyboardFocus::arrowsChooseAmongTheViewButtons()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    connectTwo(fixture);
-    QTest::keyClick(&listOf(fixture.bankA()), Qt::Key_Tab, Qt::ShiftModifier);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
-    QCOMPARE(focused(), u"mediumSizeButton"_s);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
-    QCOMPARE(focused(), u"largeSizeButton"_s);
-    QCOMPARE(fixture.model.selectedIconSize, 2);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
-    QCOMPARE(focused(), u"gridModeButton"_s);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
-    QCOMPARE(focused(), u"listModeButton"_s);
-    QVERIFY(fixture.model.selectedViewMode);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    QCOMPARE(focused(), u"largeSizeButton"_s);
-}
-
-void tst_KeyboardFocus::theMouseLeavesTheKeyboardInTheList()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    connectTwo(fixture);
-    ModalDriver modals;
-    modals.escape();
-    clickRow(fixture.bankB(), 3);
-    for (const char *const name : {"listModeButton", "largeSizeButton", "leftToRightButton"})
-        QTest::mouseClick(&fixture.find<QPushButton>(name), Qt::LeftButton);
-    QTest::mouseClick(&childOf<QPushButton>(fixture.bankB(), "removeButton"), Qt::LeftButton);
-    QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
-    fixture.window->activateWindow(); // done by a window manager otherwise
-    EVENTUALLY_COMPARE(focused(), u"B.mediaListWidget"_s);
-}
-
-void tst_KeyboardFocus::theListHasItFromTheFirstServerOn()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    QCOMPARE(focused(), u"BVMainWindow"_s);
-    const Server server = sampleServer(u"Stage left"_s, loopback(1));
-    fixture.connectServer(server);
-    QCOMPARE(focused(), u"A.mediaListWidget"_s);
-    QCOMPARE(listOf(fixture.bankA()).currentRow(), 0);
-
-    fixture.controller().removeServer(server.uuid);
-    QCOMPARE(focused(), u"BVMainWindow"_s);
-    fixture.connectServer(server);
-    QCOMPARE(focused(), u"A.mediaListWidget"_s);
-}
-
-void tst_KeyboardFocus::aRefreshBringsItBackToTheRemoveButton()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    connectTwo(fixture);
-    fixture.controller().folderChanged(3);
-    childOf<QPushButton>(fixture.bankB(), "removeButton").setFocus();
-    connectTwo(fixture); // fills the boxes anew, and both lists
-    QCOMPARE(focused(), u"B.removeButton"_s);
-}
-
-void tst_KeyboardFocus::choosingAServerByKeysKeepsItInTheBox()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    connectTwo(fixture);
-    fixture.connectServer(sampleServer(u"Foyer"_s, loopback(3)));
-    fixture.controller().folderChanged(3);
-    auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
-    box.setFocus();
-    const QString before = box.currentText();
-    QTest::keyClick(&box, Qt::Key_Down);
-    QVERIFY(box.currentText() != before);
-    QCOMPARE(focused(), u"A.serverComboBox"_s);
-}
-
-void tst_KeyboardFocus::theMenuIsReachedByF10AndAlt()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    connectTwo(fixture);
-    const auto &bar = fixture.find<QMenuBar>("menuBar");
-    QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
-    QTest::ignoreMessage(QtWarningMsg, "This plugin does not support grabbing the keyboard");
-    QTest::keyClick(&listOf(fixture.bankA()), Qt::Key_F10);
-    QCOMPARE(QApplication::activePopupWidget(), &fixture.find<QMenu>("menuFile"));
-    QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
-    QVERIFY(!QApplication::activePopupWidget());
-    QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuFile").menuAction());
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-    QCOMPARE(focused(), u"A.mediaListWidget"_s);
-
-    QTest::keyPress(&listOf(fixture.bankA()), Qt::Key_Alt);
-    QTest::keyRelease(&listOf(fixture.bankA()), Qt::Key_Alt, Qt::AltModifier);
-    QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuFile").menuAction());
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
-    QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuHelp").menuAction());
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-    QCOMPARE(focused(), u"A.mediaListWidget"_s);
-}
-
-void tst_KeyboardFocus::tabOfTheDialogs_data()
-{
-    QTest::addColumn<QByteArray>("dialog");
-    QTest::addColumn<QStringList>("expected");
-    QTest::newRow("preferences") << QByteArray("preferences")
-                                 << QStringList{u"checkBoxWarnMove"_s,
-                                                u"checkBoxWarnDeleteAndOverwrite"_s,
-                                                u"checkBoxWarnUpload"_s,
-                                                u"checkBoxWarnLarge"_s,
-                                                u"OK"_s,
-                                                u"Cancel"_s};
-    QTest::newRow("about") << QByteArray("about") << QStringList{u"okButton"_s};
-    QTest::newRow("transfer") << QByteArray("transfer")
-                              << QStringList{u"ckAutoScroll"_s, u"cancelSync"_s};
-    QTest::newRow("progress") << QByteArray("progress") << QStringList{u"Cancel"_s};
-    QTest::newRow("error") << QByteArray("error") << QStringList{u"OK"_s};
-    QTest::newRow("error with details")
-        << QByteArray("error with details") << QStringList{u"OK"_s, u"errorDetails"_s};
-}
-
-void tst_KeyboardFocus::tabOfTheDialogs()
-{
-    QFETCH(const QByteArray, dialog);
-    QFETCH(const QStringList, expected);
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    QDialog *const shown = makeDialog(dialog, fixture.window.get());
-    shown->show();
-    EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
-    QCOMPARE(walk(int(expected.size())), expected);
-    QCOMPARE(focused(), expected.first());
-}
-
-void tst_KeyboardFocus::tabLeavesTheDetailsOfAnError()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    QDialog *const shown = makeDialog("error with details", fixture.window.get());
-    shown->show();
-    EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
-    QTest::keyClick(shown->findChild<QPushButton *>(u"errorDetails"_s), Qt::Key_Space);
-    auto *const details = shown->findChild<QTextEdit *>();
-    QVERIFY(details->isVisible());
-    details->setFocus();
-    QCOMPARE(walk(3), (QStringList{u"errorDetailsList"_s, u"errorDetails"_s, u"OK"_s}));
-    QCOMPARE(details->toPlainText(), u"Why."_s);
-}
-
-void tst_KeyboardFocus::escapeClosesTheDialogs_data()
-{
-    QTest::addColumn<QByteArray>("dialog");
-    for (const char *const name :
-         {"preferences", "about", "transfer", "progress", "error", "error with details"})
-        QTest::newRow(name) << QByteArray(name);
-}
-
-void tst_KeyboardFocus::escapeClosesTheDialogs()
-{
-    QFETCH(const QByteArray, dialog);
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    QDialog *const shown = makeDialog(dialog, fixture.window.get());
-    shown->show();
-    EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
-    QVERIFY(!shown->isVisible());
-    QCOMPARE(shown->result(), int(QDialog::Rejected));
-}
-
-void tst_KeyboardFocus::theWarningIsDeclinedByEnterAndEscape()
-{
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    connectTwo(fixture);
-    listOf(fixture.bankA()).setCurrentRow(3);
-    ModalDriver modals;
-    QStringList way;
-    modals.escape().answer([&](QDialog &box) {
-        EVENTUALLY_COMPARE(QApplication::activeWindow(), &box);
-        way = walk(3);
-        QTest::keyClick(&box, Qt::Key_Return);
-    });
-    for (int round = 0; round < 2; ++round) {
-        fixture.window->activateWindow(); // done by a window manager otherwise
-        EVENTUALLY_COMPARE(focused(), u"A.mediaListWidget"_s);
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Delete);
-    }
-    QCOMPARE(modals.seen().size(), 2);
-    QCOMPARE(way, (QStringList{u"No"_s, u"Yes, don't ask again"_s, u"Yes"_s}));
-    // The one dialog is that of the thumbnails: no removal has begun.
-    QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
-}
-
-void tst_KeyboardFocus::theFocusIsSeen_data()
-{
-    QTest::addColumn<QByteArray>("name");
-    for (const char *const name :
-         {"gridModeButton", "mediumSizeButton", "leftToRightButton", "rightToLeftButton",
-          "removeButton", "addButton", "serverComboBox", "mediaListWidget"})
-        QTest::newRow(name) << QByteArray(name);
-}
-
-/// With the focus pixels near the edge of the control, or of the list's row, are as light as the
-/// ring; nothing moves or grows.
-void tst_KeyboardFocus::theFocusIsSeen()
-{
-    QFETCH(const QByteArray, name);
-    WindowFixture fixture;
-    QVERIFY(fixture.show());
-    connectTwo(fixture);
-    auto &widget = fixture.find<QWidget>(name.constData());
-    const auto ringPixels = [&] {
-        const QImage image =
-            fixture.window->grab(QRect(widget.mapTo(fixture.window.get(), QPoint()), widget.size()))
-                .toImage();
-        int count = 0;
-        for (int y = 0; y < image.height(); ++y) {
-            for (int x = 0; x < image.width(); ++x)
-                count += image.pixelColor(x, y) == QColor(220, 220, 220);
-        }
-        return count;
-    };
-    fixture.window->setFocus();
-    const QRect place = widget.geometry();
-    const QSize hint = widget.sizeHint();
-    const int before = ringPixels();
-    widget.setFocus(Qt::TabFocusReason);
-    QVERIFY2(ringPixels() >= before + 60, qPrintable(QString::number(ringPixels() - before)));
-    QCOMPARE(widget.geometry(), place);
-    QCOMPARE(widget.sizeHint(), hint);
-}
 
 QTEST_MAIN(tst_KeyboardFocus)
 #include "tst_KeyboardFocus.moc"

@@ -69,139 +69,128 @@ class tst_MediaListMarks final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void foldersSpeakOfTheirMarks();
-    void slotsSpeakOfTheirMarks();
-    void rowsAboveTheSlotsHaveNoMark();
-    void marksFollowTheNextComparison();
-    void marksAreThoseOfTheRowsOnShow();
-    void oneServerIsComparedWithNothing();
-    void thereIsNoMarkPastTheEnd();
-    void rowsCarryNoData();
-    void newMarksAreAnnounced();
-    void currentRowIsTheFocusedOne();
+    void foldersSpeakOfTheirMarks()
+    {
+        const MarksFixture fixture;
+        for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
+            for (const int row : {0, 1, 2, 3, 4, 255})
+                QCOMPARE(description(*bank, row), row == 1 || row == 3 ? differs : same);
+        }
+        QCOMPARE(name(fixture.bankB(), 1), u"Others"_s);
+    }
+
+    void slotsSpeakOfTheirMarks()
+    {
+        const MarksFixture fixture;
+        fixture.controller().folderChanged(3);
+        for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
+            for (const int row : {2, 4, 5, 6, 7, 256})
+                QCOMPARE(description(*bank, row), row == 6 ? differs : same);
+        }
+        // A folder that only one server has is drawn in another way.
+        fixture.controller().folderChanged(9);
+        QCOMPARE(description(fixture.bankA(), 2), same);
+    }
+
+    void rowsAboveTheSlotsHaveNoMark()
+    {
+        const MarksFixture fixture;
+        fixture.controller().folderChanged(3);
+        for (const int row : {0, 1})
+            QCOMPARE(description(fixture.bankA(), row), QString());
+        fixture.controller().folderChanged(9);
+        for (const int row : {0, 1})
+            QCOMPARE(description(fixture.bankA(), row), QString());
+        fixture.controller().backToFolders();
+        QCOMPARE(description(fixture.bankA(), 0), same);
+    }
+
+    void marksFollowTheNextComparison()
+    {
+        MarksFixture fixture;
+        QCOMPARE(description(fixture.bankA(), 1), differs);
+        fixture.right.folders = fixture.left.folders;
+        fixture.right.folders[2].name = u"Pictures"_s;
+        fixture.connectServer(fixture.right);
+        for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
+            for (const int row : {0, 1, 2, 3})
+                QCOMPARE(description(*bank, row), row == 2 ? differs : same);
+        }
+    }
+
+    void marksAreThoseOfTheRowsOnShow()
+    {
+        const MarksFixture fixture;
+        BVServerBank &bank = fixture.bankA();
+        // What has not been drawn yet, as while a folder's thumbnails are on their way.
+        bank.sameMarks.set().reset(0);
+        bank.currentFolder = 3;
+        QCOMPARE(description(bank, 0), same);
+        QCOMPARE(description(bank, 1), differs);
+        bank.showFolders();
+        QCOMPARE(description(bank, 0), differs);
+        QCOMPARE(description(bank, 1), same);
+    }
+
+    void oneServerIsComparedWithNothing()
+    {
+        MarksFixture fixture;
+        fixture.controller().removeServer(fixture.right.uuid);
+        for (const int row : {0, 1, 255})
+            QCOMPARE(description(fixture.bankA(), row), QString());
+        fixture.connectServer(fixture.right);
+        childOf<QComboBox>(fixture.bankB(), "serverComboBox").setCurrentIndex(0);
+        QCOMPARE(description(fixture.bankA(), 1), differs);
+    }
+
+    void thereIsNoMarkPastTheEnd()
+    {
+        const MarksFixture fixture;
+        for (const int row : {-1, 256, 257, 100000})
+            QVERIFY(!fixture.bankA().rowMark(row));
+        fixture.controller().folderChanged(3);
+        for (const int row : {-1, 0, 1, 257})
+            QVERIFY(!fixture.bankA().rowMark(row));
+    }
+
+    void rowsCarryNoData()
+    {
+        const MarksFixture fixture;
+        QCOMPARE(description(fixture.bankA(), 1), differs);
+        const QListWidgetItem &row = *listOf(fixture.bankA()).item(1);
+        QCOMPARE(row.data(Qt::AccessibleDescriptionRole), differs);
+        const QListWidgetItem stored(row); // a copy has only what is stored
+        for (const int role : {Qt::AccessibleTextRole, Qt::AccessibleDescriptionRole,
+                               Qt::ToolTipRole, Qt::StatusTipRole, Qt::WhatsThisRole, Qt::UserRole})
+            QVERIFY(!stored.data(role).isValid());
+    }
+
+    // A view reports each reset of its rows to a screen reader.
+    void newMarksAreAnnounced()
+    {
+        MarksFixture fixture;
+        const QSignalSpy spyA(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
+        const QSignalSpy spyB(listOf(fixture.bankB()).model(), &QAbstractItemModel::modelReset);
+        fixture.right.folders = fixture.left.folders;
+        fixture.connectServer(fixture.right);
+        QVERIFY(!spyA.isEmpty());
+        QVERIFY(!spyB.isEmpty());
+    }
+
+    void currentRowIsTheFocusedOne()
+    {
+        const MarksFixture fixture;
+        MediaListWidget &list = listOf(fixture.bankA());
+        list.setCurrentRow(2);
+        const QAccessibleInterface &rows = accessible(fixture.bankA());
+        QCOMPARE(rows.focusChild(), rows.child(2));
+        QVERIFY(rows.child(2)->state().focused);
+        // What Qt reports of a list's key presses names the row by its number.
+        QAccessibleEvent focus(&list, QAccessible::Focus);
+        focus.setChild(1);
+        QCOMPARE(focus.accessibleInterface()->text(QAccessible::Description), differs);
+    }
 };
-
-void tst_MediaListMarks::foldersSpeakOfTheirMarks()
-{
-    const MarksFixture fixture;
-    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
-        for (const int row : {0, 1, 2, 3, 4, 255})
-            QCOMPARE(description(*bank, row), row == 1 || row == 3 ? differs : same);
-    }
-    QCOMPARE(name(fixture.bankB(), 1), u"Others"_s);
-}
-
-void tst_MediaListMarks::slotsSpeakOfTheirMarks()
-{
-    const MarksFixture fixture;
-    fixture.controller().folderChanged(3);
-    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
-        for (const int row : {2, 4, 5, 6, 7, 256})
-            QCOMPARE(description(*bank, row), row == 6 ? differs : same);
-    }
-    // A folder that only one server has is drawn in another way.
-    fixture.controller().folderChanged(9);
-    QCOMPARE(description(fixture.bankA(), 2), same);
-}
-
-void tst_MediaListMarks::rowsAboveTheSlotsHaveNoMark()
-{
-    const MarksFixture fixture;
-    fixture.controller().folderChanged(3);
-    for (const int row : {0, 1})
-        QCOMPARE(description(fixture.bankA(), row), QString());
-    fixture.controller().folderChanged(9);
-    for (const int row : {0, 1})
-        QCOMPARE(description(fixture.bankA(), row), QString());
-    fixture.controller().backToFolders();
-    QCOMPARE(description(fixture.bankA(), 0), same);
-}
-
-void tst_MediaListMarks::marksFollowTheNextComparison()
-{
-    MarksFixture fixture;
-    QCOMPARE(description(fixture.bankA(), 1), differs);
-    fixture.right.folders = fixture.left.folders;
-    fixture.right.folders[2].name = u"Pictures"_s;
-    fixture.connectServer(fixture.right);
-    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
-        for (const int row : {0, 1, 2, 3})
-            QCOMPARE(description(*bank, row), row == 2 ? differs : same);
-    }
-}
-
-void tst_MediaListMarks::marksAreThoseOfTheRowsOnShow()
-{
-    const MarksFixture fixture;
-    BVServerBank &bank = fixture.bankA();
-    // What has not been drawn yet, as while a folder's thumbnails are on their way.
-    bank.sameMarks.set().reset(0);
-    bank.currentFolder = 3;
-    QCOMPARE(description(bank, 0), same);
-    QCOMPARE(description(bank, 1), differs);
-    bank.showFolders();
-    QCOMPARE(description(bank, 0), differs);
-    QCOMPARE(description(bank, 1), same);
-}
-
-void tst_MediaListMarks::oneServerIsComparedWithNothing()
-{
-    MarksFixture fixture;
-    fixture.controller().removeServer(fixture.right.uuid);
-    for (const int row : {0, 1, 255})
-        QCOMPARE(description(fixture.bankA(), row), QString());
-    fixture.connectServer(fixture.right);
-    childOf<QComboBox>(fixture.bankB(), "serverComboBox").setCurrentIndex(0);
-    QCOMPARE(description(fixture.bankA(), 1), differs);
-}
-
-void tst_MediaListMarks::thereIsNoMarkPastTheEnd()
-{
-    const MarksFixture fixture;
-    for (const int row : {-1, 256, 257, 100000})
-        QVERIFY(!fixture.bankA().rowMark(row));
-    fixture.controller().folderChanged(3);
-    for (const int row : {-1, 0, 1, 257})
-        QVERIFY(!fixture.bankA().rowMark(row));
-}
-
-void tst_MediaListMarks::rowsCarryNoData()
-{
-    const MarksFixture fixture;
-    QCOMPARE(description(fixture.bankA(), 1), differs);
-    const QListWidgetItem &row = *listOf(fixture.bankA()).item(1);
-    QCOMPARE(row.data(Qt::AccessibleDescriptionRole), differs);
-    const QListWidgetItem stored(row); // a copy has only what is stored
-    for (const int role : {Qt::AccessibleTextRole, Qt::AccessibleDescriptionRole, Qt::ToolTipRole,
-                           Qt::StatusTipRole, Qt::WhatsThisRole, Qt::UserRole})
-        QVERIFY(!stored.data(role).isValid());
-}
-
-// A view reports each reset of its rows to a screen reader.
-void tst_MediaListMarks::newMarksAreAnnounced()
-{
-    MarksFixture fixture;
-    const QSignalSpy spyA(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
-    const QSignalSpy spyB(listOf(fixture.bankB()).model(), &QAbstractItemModel::modelReset);
-    fixture.right.folders = fixture.left.folders;
-    fixture.connectServer(fixture.right);
-    QVERIFY(!spyA.isEmpty());
-    QVERIFY(!spyB.isEmpty());
-}
-
-void tst_MediaListMarks::currentRowIsTheFocusedOne()
-{
-    const MarksFixture fixture;
-    MediaListWidget &list = listOf(fixture.bankA());
-    list.setCurrentRow(2);
-    const QAccessibleInterface &rows = accessible(fixture.bankA());
-    QCOMPARE(rows.focusChild(), rows.child(2));
-    QVERIFY(rows.child(2)->state().focused);
-    // What Qt reports of a list's key presses names the row by its number.
-    QAccessibleEvent focus(&list, QAccessible::Focus);
-    focus.setChild(1);
-    QCOMPARE(focus.accessibleInterface()->text(QAccessible::Description), differs);
-}
 
 QTEST_MAIN(tst_MediaListMarks)
 #include "tst_MediaListMarks.moc"

@@ -58,153 +58,142 @@ class tst_FocusReturn final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void theFirstWidgetGetsItWhenItIsEnabled();
-    void theOperatorsChoiceComesBeforeTheFirstWidget();
-    void itComesBackAfterItsPanelWasDisabled();
-    void itComesBackAfterTheWidgetItselfWasDisabled();
-    void aWidgetThatNeverHadItDoesNotGetIt();
-    void itIsNotTakenFromWhatTheOperatorChose();
-    void itIsNotTakenFromADialog();
-    void aDialogThatClosesMeanwhileDoesNotMoveIt();
-    void aWidgetDisabledBehindADialogGetsItAfterwards();
-    void aDeletedWidgetIsForgotten();
-};
-
-void tst_FocusReturn::theFirstWidgetGetsItWhenItIsEnabled()
-{
-    Window window;
-    window.panel.setEnabled(false);
-    new FocusReturn(&window, &window.inPanel);
-    QVERIFY(window.open());
-    QVERIFY(window.hasFocus());
-    window.panel.setEnabled(true);
-    QVERIFY(window.inPanel.hasFocus());
-}
-
-void tst_FocusReturn::theOperatorsChoiceComesBeforeTheFirstWidget()
-{
-    Window window;
-    window.panel.setEnabled(false);
-    new FocusReturn(&window, &window.inPanel);
-    QVERIFY(window.open());
-    QTest::keyClick(&window, Qt::Key_Tab);
-    QVERIFY(window.first.hasFocus());
-    window.panel.setEnabled(true);
-    QVERIFY(window.first.hasFocus());
-}
-
-void tst_FocusReturn::itComesBackAfterItsPanelWasDisabled()
-{
-    Window window;
-    QVERIFY(window.openInPanel());
-    for (int round = 0; round < 2; ++round) {
+    void theFirstWidgetGetsItWhenItIsEnabled()
+    {
+        Window window;
         window.panel.setEnabled(false);
+        new FocusReturn(&window, &window.inPanel);
+        QVERIFY(window.open());
         QVERIFY(window.hasFocus());
         window.panel.setEnabled(true);
         QVERIFY(window.inPanel.hasFocus());
     }
-}
 
-void tst_FocusReturn::itComesBackAfterTheWidgetItselfWasDisabled()
-{
-    Window window;
-    QVERIFY(window.openInPanel());
-    window.inPanel.setEnabled(false);
-    QVERIFY(!window.besideInPanel.hasFocus());
-    window.besideInPanel.setEnabled(false);
-    window.inPanel.setEnabled(true);
-    QVERIFY(window.inPanel.hasFocus());
-}
-
-void tst_FocusReturn::aWidgetThatNeverHadItDoesNotGetIt()
-{
-    Window window;
-    new FocusReturn(&window, &window.first);
-    QVERIFY(window.open());
-    window.other.setFocus();
-    window.panel.setEnabled(false);
-    window.panel.setEnabled(true);
-    QVERIFY(window.other.hasFocus());
-}
-
-void tst_FocusReturn::itIsNotTakenFromWhatTheOperatorChose()
-{
-    Window window;
-    QVERIFY(window.openInPanel());
-    window.panel.setEnabled(false);
-    window.other.setFocus();
-    window.panel.setEnabled(true);
-    QVERIFY(window.other.hasFocus());
-}
-
-void tst_FocusReturn::itIsNotTakenFromADialog()
-{
-    Window window;
-    QVERIFY(window.openInPanel());
-    window.panel.setEnabled(false);
-
-    QDialog dialog(&window);
-    QPushButton button(&dialog);
-    dialog.open();
-    QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
-    EVENTUALLY(button.hasFocus());
-    window.panel.setEnabled(true);
-    QVERIFY(button.hasFocus());
-    QCOMPARE(QApplication::activeWindow(), &dialog);
-
-    dialog.close();
-    window.activateWindow(); // done by a window manager otherwise
-    EVENTUALLY(window.inPanel.hasFocus());
-}
-
-void tst_FocusReturn::aDialogThatClosesMeanwhileDoesNotMoveIt()
-{
-    Window window;
-    QVERIFY(window.openInPanel());
+    void theOperatorsChoiceComesBeforeTheFirstWidget()
     {
-        QDialog dialog(&window);
-        QPushButton button(&dialog);
-        dialog.open();
-        QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
+        Window window;
         window.panel.setEnabled(false);
+        new FocusReturn(&window, &window.inPanel);
+        QVERIFY(window.open());
+        QTest::keyClick(&window, Qt::Key_Tab);
+        QVERIFY(window.first.hasFocus());
+        window.panel.setEnabled(true);
+        QVERIFY(window.first.hasFocus());
     }
-    window.activateWindow();
-    EVENTUALLY(window.hasFocus());
-    window.panel.setEnabled(true);
-    QVERIFY(window.inPanel.hasFocus());
-}
 
-void tst_FocusReturn::aWidgetDisabledBehindADialogGetsItAfterwards()
-{
-    Window window;
-    QVERIFY(window.openInPanel());
+    void itComesBackAfterItsPanelWasDisabled()
     {
+        Window window;
+        QVERIFY(window.openInPanel());
+        for (int round = 0; round < 2; ++round) {
+            window.panel.setEnabled(false);
+            QVERIFY(window.hasFocus());
+            window.panel.setEnabled(true);
+            QVERIFY(window.inPanel.hasFocus());
+        }
+    }
+
+    void itComesBackAfterTheWidgetItselfWasDisabled()
+    {
+        Window window;
+        QVERIFY(window.openInPanel());
+        window.inPanel.setEnabled(false);
+        QVERIFY(!window.besideInPanel.hasFocus());
+        window.besideInPanel.setEnabled(false);
+        window.inPanel.setEnabled(true);
+        QVERIFY(window.inPanel.hasFocus());
+    }
+
+    void aWidgetThatNeverHadItDoesNotGetIt()
+    {
+        Window window;
+        new FocusReturn(&window, &window.first);
+        QVERIFY(window.open());
+        window.other.setFocus();
+        window.panel.setEnabled(false);
+        window.panel.setEnabled(true);
+        QVERIFY(window.other.hasFocus());
+    }
+
+    void itIsNotTakenFromWhatTheOperatorChose()
+    {
+        Window window;
+        QVERIFY(window.openInPanel());
+        window.panel.setEnabled(false);
+        window.other.setFocus();
+        window.panel.setEnabled(true);
+        QVERIFY(window.other.hasFocus());
+    }
+
+    void itIsNotTakenFromADialog()
+    {
+        Window window;
+        QVERIFY(window.openInPanel());
+        window.panel.setEnabled(false);
+
         QDialog dialog(&window);
         QPushButton button(&dialog);
         dialog.open();
         QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
-        window.inPanel.setEnabled(false);
-        window.inPanel.setEnabled(true);
-    }
-    window.activateWindow();
-    EVENTUALLY(window.inPanel.hasFocus());
-}
+        EVENTUALLY(button.hasFocus());
+        window.panel.setEnabled(true);
+        QVERIFY(button.hasFocus());
+        QCOMPARE(QApplication::activeWindow(), &dialog);
 
-void tst_FocusReturn::aDeletedWidgetIsForgotten()
-{
-    Window window;
-    QVERIFY(window.openInPanel());
-    auto passing = std::make_unique<QPushButton>(&window);
-    passing->show();
-    passing->setFocus();
-    passing->setEnabled(false);
-    passing.reset();
-    QTest::keyClick(&window, Qt::Key_Tab);
-    QVERIFY(window.first.hasFocus());
-    window.first.setEnabled(false);
-    window.first.setEnabled(true);
-    QVERIFY(window.first.hasFocus());
-}
+        dialog.close();
+        window.activateWindow(); // done by a window manager otherwise
+        EVENTUALLY(window.inPanel.hasFocus());
+    }
+
+    void aDialogThatClosesMeanwhileDoesNotMoveIt()
+    {
+        Window window;
+        QVERIFY(window.openInPanel());
+        {
+            QDialog dialog(&window);
+            QPushButton button(&dialog);
+            dialog.open();
+            QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
+            window.panel.setEnabled(false);
+        }
+        window.activateWindow();
+        EVENTUALLY(window.hasFocus());
+        window.panel.setEnabled(true);
+        QVERIFY(window.inPanel.hasFocus());
+    }
+
+    void aWidgetDisabledBehindADialogGetsItAfterwards()
+    {
+        Window window;
+        QVERIFY(window.openInPanel());
+        {
+            QDialog dialog(&window);
+            QPushButton button(&dialog);
+            dialog.open();
+            QVERIFY(QTest::qWaitForWindowActive(&dialog, patience));
+            window.inPanel.setEnabled(false);
+            window.inPanel.setEnabled(true);
+        }
+        window.activateWindow();
+        EVENTUALLY(window.inPanel.hasFocus());
+    }
+
+    void aDeletedWidgetIsForgotten()
+    {
+        Window window;
+        QVERIFY(window.openInPanel());
+        auto passing = std::make_unique<QPushButton>(&window);
+        passing->show();
+        passing->setFocus();
+        passing->setEnabled(false);
+        passing.reset();
+        QTest::keyClick(&window, Qt::Key_Tab);
+        QVERIFY(window.first.hasFocus());
+        window.first.setEnabled(false);
+        window.first.setEnabled(true);
+        QVERIFY(window.first.hasFocus());
+    }
+};
 
 QTEST_MAIN(tst_FocusReturn)
 #include "tst_FocusReturn.moc"
