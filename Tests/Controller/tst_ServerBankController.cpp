@@ -20,7 +20,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What each bank's controller makes of a click, and how a folder opens.
+/// What a bank's controller does on a click, and how a folder opens.
 class tst_ServerBankController final : public QObject
 {
     Q_OBJECT
@@ -60,7 +60,7 @@ private slots:
         QCOMPARE(listOf(fixture.bankA()).count(), 257);
     }
 
-    void doubleClickOnBackLeadsBack()
+    void doubleClickOnBackOpensTheFolders()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
@@ -103,7 +103,7 @@ private slots:
         QCOMPARE(fixture.bankA().currentFolder, 3);
     }
 
-    void selectionIsToldBeforeTheUploadButtonIsSet()
+    void selectionIsReportedBeforeTheUploadButtonIsSet()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"Stage left"_s, loopback(4)));
@@ -130,7 +130,7 @@ private slots:
     void everySignalCarriesItsDeck()
     {
         QFETCH(const ServerDeck, deck);
-        // The servers take the stream's connection and say nothing.
+        // The servers accept the stream's connection and send nothing.
         const WireServer firstPeer(loopback(5));
         const WireServer secondPeer(loopback(6));
         WindowFixture fixture;
@@ -189,7 +189,7 @@ private slots:
         QCOMPARE(peer.requests().size(), 2);
     }
 
-    void bothBanksLoadByThemselves()
+    void bothBanksLoadIndependently()
     {
         WireServer firstPeer(loopback(8));
         WireServer secondPeer(loopback(9));
@@ -204,7 +204,7 @@ private slots:
         QVERIFY(firstPeer.waitForRequests(2));
         QVERIFY(secondPeer.waitForRequests(1));
 
-        // Bank B is done first; bank A waits on.
+        // Bank B finishes first; bank A still waits.
         secondPeer.requests().first().answer(png(Qt::green));
         EVENTUALLY_COMPARE(listOf(fixture.bankB()).count(), 257);
         QVERIFY(fixture.bankB().isEnabled());
@@ -217,7 +217,7 @@ private slots:
         QCOMPARE(topLeft(fixture.bankB(), 8), QColor(Qt::green));
     }
 
-    void lateThumbnailsLeaveTheFolders()
+    void lateThumbnailsDoNotChangeTheFolders()
     {
         WireServer firstPeer(loopback(13));
         WindowFixture fixture;
@@ -241,7 +241,7 @@ private slots:
         QCOMPARE(listOf(fixture.bankA()).item(3)->text(), u"Stage"_s);
     }
 
-    void failedThumbnailIsToldToNobody()
+    void failedThumbnailIsNotReported()
     {
         WireServer peer(loopback(10));
         WindowFixture fixture;
@@ -260,7 +260,7 @@ private slots:
         QVERIFY(!QApplication::activeModalWidget());
     }
 
-    void panelStaysOffWhenTheLastThumbnailFails_data()
+    void panelStaysDisabledWhenTheLastThumbnailFails_data()
     {
         QTest::addColumn<std::function<void(WindowFixture &)>>("remedy");
         using Remedy = std::function<void(WindowFixture &)>;
@@ -274,7 +274,7 @@ private slots:
         QTest::newRow("pictures after all") << Remedy(
             [](WindowFixture &fixture) { fixture.bankA().folderChanged(3, QList<QPixmap>(256)); });
     }
-    void panelStaysOffWhenTheLastThumbnailFails()
+    void panelStaysDisabledWhenTheLastThumbnailFails()
     {
         QFETCH(const std::function<void(WindowFixture &)>, remedy);
         WireServer peer(loopback(12));

@@ -11,7 +11,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// How the two banks are kept in step: level, marks, scroll position, selection and view.
+/// How the two banks stay the same: level, marks, scroll position, selection and view.
 class tst_UIControllerBrowsing : public QObject
 {
     Q_OBJECT
@@ -59,7 +59,7 @@ private slots:
         QVERIFY(!fixture.find<QLabel>("unsyncServers").isHidden());
     }
 
-    void equalVisualsUnderAnotherNameShowARedHeaderOnly()
+    void anotherFolderNameShowsOnlyARedHeader()
     {
         BrowsingFixture fixture(
             {folder(0, u"a"_s), folder(1, u"One"_s, {cachedVisual(1, u"x"_s, 1)})},
@@ -186,7 +186,7 @@ private slots:
         QCOMPARE(barB->value(), 70);
     }
 
-    /// Bank B has no server, and so no position to go back to.
+    /// Bank B has no server, and so no position to restore.
     void goingBackRestoresThePositionOfBankA()
     {
         WindowFixture fixture;
@@ -243,7 +243,7 @@ private slots:
                  u"Download of thumbnail for visual 007 from server \"%1 <b>Two</b> \" failed."_s);
     }
 
-    void aFailedThumbnailOfAHiddenServerHasNone()
+    void aFailedThumbnailOfAHiddenServerHasNoMessage()
     {
         BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
         fixture.connectServer(sampleServer(u"Three"_s, loopback(53)));

@@ -31,8 +31,8 @@ qsizetype emptyRows(const BVServerBank &bank)
     return listOf(bank).findItems(u": EMPTY"_s, Qt::MatchEndsWith).size();
 }
 
-/// Bank A shows server One, which sends no thumbnail before the test wants it. Bank B shows Two,
-/// whose folder 3 is empty and therefore opens at once. Bank A is loading One's folder 3.
+/// Bank A shows server One and is loading its folder 3: One sends the thumbnails only when the test
+/// answers. Bank B shows Two, whose folder 3 is empty and opens at once.
 class SlowFixture final : public WindowFixture
 {
 public:
@@ -50,7 +50,7 @@ public:
         doubleClickRow(bankB(), 3);
         return peerOne.waitForRequests(2) && !bankA().isEnabled() && bankB().isEnabled();
     }
-    /// Answers every thumbnail of folder 3 and waits until all have been read.
+    /// Answers every thumbnail request of folder 3 and waits until all are handled.
     [[nodiscard]] bool finishLoad(const QColor &color = Qt::red)
     {
         const QList<WireRequest> requests = peerOne.requests("/brenvoka/thumbnails/3/");
@@ -72,7 +72,7 @@ using Event = std::function<void(SlowFixture &)>;
 
 } // namespace
 
-/// Thumbnails that arrive once their bank shows something else.
+/// Thumbnails that arrive after their bank has started to show something else.
 class tst_UIControllerLateThumbnails : public QObject
 {
     Q_OBJECT
@@ -89,7 +89,7 @@ private slots:
         QVERIFY(listOf(fixture.bankB()).hasFocus());
     }
 
-    void rowsStayAsTheyAre_data()
+    void lateThumbnailsDoNotChangeTheRows_data()
     {
         QTest::addColumn<Event>("event");
         QTest::newRow("back") << Event([](auto &fixture) { doubleClickRow(fixture.bankB(), 0); });
@@ -107,7 +107,7 @@ private slots:
         QTest::newRow("server lost")
             << Event([](auto &fixture) { fixture.controller().removeServer(fixture.one.uuid); });
     }
-    void rowsStayAsTheyAre()
+    void lateThumbnailsDoNotChangeTheRows()
     {
         QFETCH(const Event, event);
         SlowFixture fixture;
@@ -173,7 +173,7 @@ private slots:
     {
         SlowFixture fixture;
         QVERIFY(fixture.open());
-        fixture.one.folders.removeFirst(); // folder 3 is at another position now
+        fixture.one.folders.removeFirst(); // moves folder 3 to another position
         fixture.one.folders[2].files[0].name = u"003: Sunrise"_s;
         fixture.connectServer(fixture.one);
         QVERIFY(!fixture.bankA().isEnabled());

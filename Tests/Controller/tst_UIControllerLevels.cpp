@@ -43,7 +43,7 @@ public:
     [[nodiscard]] int level() const { return model.selectedFolder; }
 };
 
-/// The rows with the mark "different", as they are drawn.
+/// The rows that are drawn with the mark "different".
 QList<int> differentRows(const BVServerBank &bank)
 {
     QList<int> rows;
@@ -54,7 +54,7 @@ QList<int> differentRows(const BVServerBank &bank)
     return rows;
 }
 
-void holdInFolder(const BVServerBank &bank)
+void checkInsideTheFolder(const BVServerBank &bank)
 {
     QCOMPARE(bank.currentFolder, 3);
     QCOMPARE(listOf(bank).count(), slotRows);
@@ -64,7 +64,7 @@ void holdInFolder(const BVServerBank &bank)
     QVERIFY(headerOf(bank).contains(u"#FF0000"_s));
 }
 
-void holdAtFolders(const BVServerBank &bank)
+void checkAtTheFolders(const BVServerBank &bank)
 {
     QCOMPARE(bank.currentFolder, foldersLevel);
     QCOMPARE(listOf(bank).count(), folderRows);
@@ -76,8 +76,8 @@ void holdAtFolders(const BVServerBank &bank)
 
 } // namespace
 
-/// Both banks stand at one level: a bank that lost its server falls back to the folders alone, and
-/// goes where the other stands once it has one again.
+/// Both banks show the same level. A bank that lost its server returns to the folders; when it has
+/// a server again it joins the other bank, that is, opens the folder that the other bank shows.
 class tst_UIControllerLevels : public QObject
 {
     Q_OBJECT
@@ -97,8 +97,8 @@ private slots:
         QCOMPARE(fixture.bankA().currentFolder, 3);
         QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
         ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-        holdInFolder(fixture.bankA());
-        holdInFolder(fixture.bankB());
+        checkInsideTheFolder(fixture.bankA());
+        checkInsideTheFolder(fixture.bankB());
     }
 
     void bankAJoinsTheFolder()
@@ -110,8 +110,8 @@ private slots:
         QCOMPARE(fixture.bankB().currentFolder, 3);
         fixture.connectServer(fixture.one);
         ControllerFixture::choose(fixture.bankA(), u"One"_s);
-        holdInFolder(fixture.bankA());
-        holdInFolder(fixture.bankB());
+        checkInsideTheFolder(fixture.bankA());
+        checkInsideTheFolder(fixture.bankB());
     }
 
     void aFirstServerJoinsTheFolder()
@@ -125,11 +125,11 @@ private slots:
         Server two = sampleServer(u"Two"_s, loopback(52));
         two.folders = LevelFixture::library(u"Other"_s, {cachedVisual(3, u"Sunset"_s, 3)});
         fixture.connectServer(two);
-        holdInFolder(fixture.bankA());
-        holdInFolder(fixture.bankB());
+        checkInsideTheFolder(fixture.bankA());
+        checkInsideTheFolder(fixture.bankB());
     }
 
-    void aSelectionMeansTheSameOnceABankHasJoined()
+    void bothBanksSelectTheSameVisualsAfterJoining()
     {
         LevelFixture fixture;
         QVERIFY(fixture.show());
@@ -143,7 +143,7 @@ private slots:
         QCOMPARE(fixture.bankB().selectedVisuals(false), visuals);
     }
 
-    void aBankThatGaveItsServerAwayJoinsTheFolder()
+    void aBankWhoseServerMovedToTheOtherBankJoinsTheFolder()
     {
         LevelFixture fixture;
         fixture.enter(3);
@@ -151,11 +151,11 @@ private slots:
         QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
         QVERIFY(fixture.bankA().sameMarks.all());
         ControllerFixture::choose(fixture.bankB(), u"One"_s);
-        holdInFolder(fixture.bankA());
-        holdInFolder(fixture.bankB());
+        checkInsideTheFolder(fixture.bankA());
+        checkInsideTheFolder(fixture.bankB());
     }
 
-    void aBankThatTakesTheLastServerOutOfTheFolderStaysAtTheFolders()
+    void aBankThatTakesTheOnlyServerStaysAtTheFolders()
     {
         LevelFixture fixture;
         fixture.enter(3);
@@ -165,8 +165,8 @@ private slots:
         QCOMPARE(listOf(fixture.bankA()).count(), folderRows);
         fixture.connectServer(fixture.one);
         ControllerFixture::choose(fixture.bankB(), u"One"_s);
-        holdAtFolders(fixture.bankA());
-        holdAtFolders(fixture.bankB());
+        checkAtTheFolders(fixture.bankA());
+        checkAtTheFolders(fixture.bankB());
     }
 
     void aBankJoinsTheFolderAfterARename()
@@ -181,8 +181,8 @@ private slots:
         QCOMPARE(listOf(fixture.bankA()).count(), slotRows);
         QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
         ControllerFixture::choose(fixture.bankB(), u"Due"_s);
-        holdInFolder(fixture.bankA());
-        holdInFolder(fixture.bankB());
+        checkInsideTheFolder(fixture.bankA());
+        checkInsideTheFolder(fixture.bankB());
     }
 
     void aBankAtTheFoldersIsJoinedThere()
@@ -193,11 +193,11 @@ private slots:
         fixture.controller().backToFolders();
         fixture.connectServer(fixture.two);
         ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-        holdAtFolders(fixture.bankA());
-        holdAtFolders(fixture.bankB());
+        checkAtTheFolders(fixture.bankA());
+        checkAtTheFolders(fixture.bankB());
     }
 
-    void banksThatBothLostTheirServersMeetAtTheFolders()
+    void bothBanksReturnToTheFoldersAfterBothLosses()
     {
         LevelFixture fixture;
         fixture.enter(3);
@@ -210,11 +210,11 @@ private slots:
         ControllerFixture::choose(fixture.bankB(), u"Two"_s);
         QCOMPARE(listOf(fixture.bankB()).count(), folderRows);
         ControllerFixture::choose(fixture.bankA(), u"One"_s);
-        holdAtFolders(fixture.bankA());
-        holdAtFolders(fixture.bankB());
+        checkAtTheFolders(fixture.bankA());
+        checkAtTheFolders(fixture.bankB());
     }
 
-    void banksThatBothLostTheirServersToARenameMeetAtTheFolders()
+    void bothBanksReturnToTheFoldersAfterARename()
     {
         LevelFixture fixture;
         fixture.enter(3);
@@ -223,11 +223,11 @@ private slots:
         QCOMPARE(fixture.level(), foldersLevel);
         ControllerFixture::choose(fixture.bankA(), u"One"_s);
         ControllerFixture::choose(fixture.bankB(), u"Due"_s);
-        holdAtFolders(fixture.bankA());
-        holdAtFolders(fixture.bankB());
+        checkAtTheFolders(fixture.bankA());
+        checkAtTheFolders(fixture.bankB());
     }
 
-    void aFirstServerStaysOutOfAFolderThatNobodyIsIn()
+    void aFirstServerShowsTheFoldersWhenNoBankIsInAFolder()
     {
         WindowFixture fixture;
         const Server one = sampleServer(u"One"_s, loopback(51));
@@ -242,7 +242,7 @@ private slots:
         QCOMPARE(listOf(fixture.bankB()).count(), folderRows);
     }
 
-    void aNewLibraryKeepsTheFolderOfTheBankThatIsLeft()
+    void aNewLibraryKeepsTheFolderOfTheRemainingBank()
     {
         LevelFixture fixture;
         fixture.enter(3);
@@ -267,7 +267,7 @@ private slots:
         QCOMPARE(headerOf(fixture.bankB()), u"Library > Pictures"_s);
     }
 
-    void joiningAsksForEachThumbnailOnce()
+    void joiningRequestsEachThumbnailOnce()
     {
         LevelFixture fixture;
         fixture.enter(3);

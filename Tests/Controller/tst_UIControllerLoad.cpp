@@ -17,7 +17,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The longest time between two turns of the event loop, in milliseconds.
+/// The longest time that the event loop does not run, in milliseconds.
 class LongestStop final : public QObject
 {
 public:
@@ -51,8 +51,8 @@ constexpr int crowd = 1196;
 
 } // namespace
 
-/// What much work at a time costs: reports without a pause, many servers, huge libraries. The
-/// limits are far above what a slow machine needs, and far below what a search per row takes.
+/// The time for much work at once: continuous reports, many servers, huge libraries. The limits are
+/// far above what a slow machine needs, and far below what a search per row takes.
 class tst_UIControllerLoad final : public QObject
 {
     Q_OBJECT
@@ -60,7 +60,7 @@ class tst_UIControllerLoad final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aThousandReportsASecondLeaveTheWindowAnswering()
+    void windowRespondsDuringAThousandReportsASecond()
     {
         constexpr int count = 2000;
         PlayedServer server(loopback(1));
@@ -107,13 +107,13 @@ private slots:
         QCOMPARE(cpu.text(), u"59.94"_s);
     }
 
-    void manyServersLeaveAtOnce_data()
+    void manyServersAreRemovedAtOnce_data()
     {
         QTest::addColumn<bool>("shownOnesFirst");
-        QTest::newRow("those that are shown leave first") << true;
-        QTest::newRow("those that are shown leave last") << false;
+        QTest::newRow("shown servers first") << true;
+        QTest::newRow("shown servers last") << false;
     }
-    void manyServersLeaveAtOnce()
+    void manyServersAreRemovedAtOnce()
     {
         QFETCH(const bool, shownOnesFirst);
         WindowFixture fixture;
@@ -135,7 +135,7 @@ private slots:
             for (const QUuid &uuid : std::as_const(uuids))
                 fixture.controller().removeServer(uuid);
         });
-        qInfo("%d servers leave: %.0f ms", crowd, time);
+        qInfo("%d servers removed: %.0f ms", crowd, time);
         QCOMPARE(ControllerFixture::offered(fixture.bankA()).size(), 0);
         QCOMPARE(ControllerFixture::offered(fixture.bankB()).size(), 0);
         QVERIFY(time < 8000);

@@ -21,7 +21,7 @@ QList<MediaFolder> library(int hashNumber = 1)
     return {folder(0, u"Intro"_s, {cachedVisual(1, u"Sunset"_s, hashNumber)})};
 }
 
-/// Calls a function when a dialog is hidden, once.
+/// Calls a function once, when a dialog is hidden.
 class OnHide final : public QObject
 {
 public:
@@ -45,7 +45,7 @@ private:
 
 } // namespace
 
-/// Servers that go away, with and without a task, and what the operator is told.
+/// Lost servers, with and without a task, and the messages about them.
 class tst_UIControllerLosses : public QObject
 {
     Q_OBJECT
@@ -53,7 +53,7 @@ class tst_UIControllerLosses : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void theOperatorIsToldWhy_data()
+    void disconnectMessageShowsTheReason_data()
     {
         QTest::addColumn<Brenvoka::ServerDisconnectReason>("reason");
         QTest::addColumn<QString>("error");
@@ -66,7 +66,7 @@ private slots:
         QTest::newRow("no such reason")
             << static_cast<Brenvoka::ServerDisconnectReason>(7) << u"unused"_s << QString();
     }
-    void theOperatorIsToldWhy()
+    void disconnectMessageShowsTheReason()
     {
         QFETCH(const Brenvoka::ServerDisconnectReason, reason);
         QFETCH(const QString, error);
@@ -83,7 +83,7 @@ private slots:
         QVERIFY(fixture.model.servers.isEmpty());
     }
 
-    void anotherClientIsNotNamedAndDetailsStayOpen()
+    void disconnectByAnotherClientHasEmptyDetails()
     {
         ControllerFixture fixture;
         const Server server = sampleServer(u"One"_s, loopback(109));
@@ -100,7 +100,7 @@ private slots:
         QCOMPARE(modals.seen().value(0).details, QString());
     }
 
-    void namesAndErrorsAreShownAsTheyAre_data()
+    void namesAndErrorsAreShownAsPlainText_data()
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("shownName");
@@ -114,7 +114,7 @@ private slots:
         QTest::newRow("enormous") << w.repeated(300'000) << w.repeated(4096) + u'…'
                                   << w.repeated(300'000) << w.repeated(4096) + u'…';
     }
-    void namesAndErrorsAreShownAsTheyAre()
+    void namesAndErrorsAreShownAsPlainText()
     {
         QFETCH(const QString, name);
         QFETCH(const QString, shownName);
@@ -131,7 +131,7 @@ private slots:
         QCOMPARE(modals.seen().value(0).details, u"Network error: "_s + shownError + u'.');
     }
 
-    void aServerInNeitherBankDisappearsWithoutAWord()
+    void lostServerInNeitherBankShowsNoMessage()
     {
         ControllerFixture fixture;
         const Server one = sampleServer(u"One"_s, loopback(109));
@@ -167,7 +167,7 @@ private slots:
         QVERIFY(log.texts().contains(u"Disconnect notification received for an invalid server"_s));
     }
 
-    void theServerIsGoneBeforeItsMessageOpens()
+    void serverIsRemovedBeforeItsMessageOpens()
     {
         ControllerFixture fixture;
         const Server server = sampleServer(u"One"_s, loopback(109));
@@ -183,7 +183,7 @@ private slots:
         QCOMPARE(modals.seen().size(), 1);
     }
 
-    void discoveryLosesAServerWithoutAWord()
+    void serverLostByDiscoveryShowsNoMessage()
     {
         ControllerFixture fixture;
         const Server server = sampleServer(u"One"_s, loopback(109));
@@ -195,7 +195,7 @@ private slots:
         QVERIFY(fixture.bankA().currentServerUuid().isNull());
     }
 
-    void discoveryLosesAnUnknownServer()
+    void unknownServerLostByDiscoveryIsIgnored()
     {
         LogCapture log;
         ControllerFixture fixture;
@@ -204,7 +204,7 @@ private slots:
         QVERIFY(!log.texts().contains(u"Handler not found for id "_s + uuid.toString()));
     }
 
-    void aDroppedServerIsDisconnectedFromTheService()
+    void aRemovedServerIsDisconnectedFromTheService()
     {
         LogCapture log;
         PlayedServer server(loopback(101));
@@ -216,7 +216,7 @@ private slots:
         EVENTUALLY(!server.stream.isOpen());
     }
 
-    void aServerThatCameBackIsDrawnAnew()
+    void aServerThatReturnsIsOfferedAgain()
     {
         PlayedServer server(loopback(101));
         ControllerFixture fixture;
@@ -229,7 +229,7 @@ private slots:
         QCOMPARE(fixture.offered(fixture.bankA()), QStringList{u"One again"_s});
     }
 
-    void losingTheDestinationDuringATransferIsTheOnlyMessage()
+    void lostDestinationDuringATransferShowsOneMessage()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open() && fixture.start());
@@ -244,7 +244,7 @@ private slots:
                  u"Server \"Two\" disconnected while an operation was in progress."_s);
     }
 
-    void losingTheSourceAbortsTheTaskToo()
+    void lostSourceAbortsTheTask()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open() && fixture.start());
@@ -261,7 +261,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture.two.libraryRequests(), fetched + 1);
     }
 
-    void losingABystanderLeavesTheTaskAlone()
+    void lostThirdServerDoesNotAffectTheTask()
     {
         PlayedServer three(loopback(103));
         SyncClickFixture fixture;
@@ -273,7 +273,7 @@ private slots:
         QVERIFY(fixture.transferDialog() && fixture.transferDialog()->isVisible());
     }
 
-    void discoveryLosesAServerOfTheTask()
+    void taskServerLostByDiscoveryShowsAMessage()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open() && fixture.start());
@@ -285,7 +285,7 @@ private slots:
         QVERIFY(!fixture.isSyncWarningShown());
         ModalDriver modals;
         modals.answer([&](QDialog &dialog) {
-            // The record has gone already, the lists have not been told.
+            // The record is removed already, the lists are not updated yet.
             QVERIFY(!fixture.isConnected(fixture.two));
             QCOMPARE(fixture.bankB().currentServerUuid(), fixture.two.uuid);
             QVERIFY(fixture.isSyncWarningShown());
@@ -301,7 +301,7 @@ private slots:
         EVENTUALLY(!fixture.transferDialog());
     }
 
-    void discoveryLosesAServerOfTheTaskThatIsInNeitherBank()
+    void lostTaskServerInNeitherBankShowsNoMessage()
     {
         PlayedServer three(loopback(103));
         SyncClickFixture fixture;
@@ -315,14 +315,14 @@ private slots:
         EVENTUALLY(!fixture.transferDialog());
     }
 
-    void theEndOfATaskAndItsAbortAreOneEnd()
+    void abortAfterTheEndOfTheTaskIsIgnored()
     {
         LogCapture log;
         SyncClickFixture fixture;
         QVERIFY(fixture.open() && fixture.start());
         ModalDriver modals;
         modals.press(QMessageBox::Ok);
-        // The server is lost after the task's end was posted and before that is received.
+        // The server is lost after the task posted its end and before that event is handled.
         OnHide onHide(fixture.transferDialog(), [&fixture] {
             QMetaObject::invokeMethod(
                 &fixture.controller(),
@@ -340,7 +340,7 @@ private slots:
         QCOMPARE(modals.seen().size(), 1);
     }
 
-    void aMessageSurvivesTheServersThatComeAndGoUnderIt()
+    void messageStaysOpenWhileServersComeAndGo()
     {
         PlayedServer two(loopback(102));
         ControllerFixture fixture;
@@ -356,7 +356,7 @@ private slots:
         QVERIFY(fixture.model.servers.isEmpty());
     }
 
-    void aMessageGoesWithItsWindow()
+    void messageIsDeletedWithItsWindow()
     {
         ControllerFixture fixture;
         ModalDriver modals;

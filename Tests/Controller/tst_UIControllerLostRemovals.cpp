@@ -26,7 +26,7 @@ QList<MediaFolder> thirtyVisuals()
     return folders;
 }
 
-/// Answers the first five removals and leaves the next one on the wire.
+/// Answers the first five removals and leaves the next one open.
 void answerFive(PlayedServer &server)
 {
     server.wire.on(executePath, [&server](const WireRequest &request) {
@@ -40,16 +40,16 @@ void answerFive(PlayedServer &server)
     return waitFor([&server] { return server.commands(PlayedServer::Remove).size() > answered; });
 }
 
-/// Answers the removal on the wire and all that follow, and waits until the program has had the
-/// time for one more: for as long as it closes the connection of the answer and then fetches
-/// another server's library five times.
+/// Answers the open removal and all later ones, and waits long enough for the program to send one
+/// more: until it has closed the connection of the answer and then downloaded another server's
+/// library five times.
 [[nodiscard]] bool answerTheRest(PlayedServer &server, PlayedServer &other)
 {
     server.accept();
     const WireRequest sixth = server.wire.requests(executePath).last();
     sixth.answer(accepted, "Connection: close\r\n");
     const qsizetype wanted = other.libraryRequests() + 5;
-    // A change is ignored while the library is being fetched.
+    // A change is ignored during the download of the library.
     const auto fetched = [&] {
         other.sendLibraryChanged();
         return other.libraryRequests() >= wanted;
@@ -59,7 +59,7 @@ void answerFive(PlayedServer &server)
 
 } // namespace
 
-/// Removals that wait when a server is lost, while the message about that stays open.
+/// Removals that are queued when a server is lost and the message about it is open.
 class tst_UIControllerLostRemovals : public QObject
 {
     Q_OBJECT
@@ -67,7 +67,7 @@ class tst_UIControllerLostRemovals : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void lostServerGetsNoRemovalUnderTheMessage()
+    void lostServerGetsNoRemovalDuringTheMessage()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, 0, thirtyVisuals()));

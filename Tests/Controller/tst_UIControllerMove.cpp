@@ -21,7 +21,7 @@ constexpr quint32 moveWarning = 2;
 constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
 constexpr auto executePath = "/brenvoka/execute.html";
 
-/// Folder, slot and new slot of each move that a server was told.
+/// Folder, slot and new slot of each move command of a server.
 QStringList moves(const PlayedServer &server)
 {
     QStringList texts;
@@ -61,13 +61,13 @@ private slots:
         QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
     }
 
-    void noChangesNothing_data()
+    void decliningTheWarningChangesNothing_data()
     {
         QTest::addColumn<bool>("escape");
         QTest::newRow("No") << false;
         QTest::newRow("Escape") << true;
     }
-    void noChangesNothing()
+    void decliningTheWarningChangesNothing()
     {
         QFETCH(const bool, escape);
         OperationFixture fixture;
@@ -83,7 +83,7 @@ private slots:
         QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
     }
 
-    void askingNoMoreIsSavedAtOnce()
+    void dontAskAgainIsSavedAtOnce()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings));
@@ -102,7 +102,7 @@ private slots:
         QCOMPARE(modals.seen().size(), 1);
     }
 
-    void withoutAnyServerNothingHappens()
+    void withoutServersNothingHappens()
     {
         WindowFixture fixture;
         ModalDriver modals;
@@ -155,7 +155,7 @@ private slots:
         QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
     }
 
-    void theDeckDecidesTheServer()
+    void commandGoesToTheServerOfItsBank()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
@@ -165,7 +165,7 @@ private slots:
         QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
     }
 
-    void aNameWithoutANumberIsSlotZero()
+    void aNameWithoutANumberMeansSlotZero()
     {
         cacheThumbnail(4);
         OperationFixture fixture;
@@ -181,7 +181,7 @@ private slots:
         EVENTUALLY_COMPARE(moves(fixture.one), (QStringList{u"0: 0 to 1"_s, u"0: 1 to 0"_s}));
     }
 
-    // Unlike removal and upload, which take the folder's place in the list for its number.
+    // Unlike removal and upload, which send the folder's position in the list as its number.
     void aLibraryWithGapsKeepsTheFoldersNumber()
     {
         OperationFixture fixture;
@@ -219,7 +219,7 @@ private slots:
         QVERIFY(fixture.one.wire.requests(executePath).first().isOpen());
     }
 
-    void aSecondStartLetsGoOfTheFirst()
+    void aSecondStartAbandonsTheFirstTask()
     {
         LogCapture log;
         OperationFixture fixture;
@@ -237,29 +237,29 @@ private slots:
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
     }
 
-    void theServerGoesWhileTheWarningIsOpen_data()
+    void serverIsLostWhileTheWarningIsOpen_data()
     {
-        QTest::addColumn<bool>("toldByTheServer");
-        QTest::newRow("silence") << false;
-        QTest::newRow("end of the stream") << true;
+        QTest::addColumn<bool>("endsItsStream");
+        QTest::newRow("announcements stop") << false;
+        QTest::newRow("stream ends") << true;
     }
-    // Nobody answers for a server that is gone: the operator ends the task.
-    void theServerGoesWhileTheWarningIsOpen()
+    // A lost server never answers: the operator cancels the task.
+    void serverIsLostWhileTheWarningIsOpen()
     {
-        QFETCH(const bool, toldByTheServer);
+        QFETCH(const bool, endsItsStream);
         LogCapture log;
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings));
         ModalDriver modals;
         modals.answer([&](QDialog &warning) {
-            if (toldByTheServer)
+            if (endsItsStream)
                 fixture.one.stream.close();
             else
                 fixture.loseServerA();
             QVERIFY(waitFor([&] { return !modals.pending(); }));
             qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
         });
-        if (toldByTheServer)
+        if (endsItsStream)
             modals.press(QMessageBox::Ok);
         QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
         QVERIFY(!fixture.isConnected(fixture.one));
@@ -271,7 +271,7 @@ private slots:
         QCOMPARE(fixture.one.libraryRequests(), 1);
     }
 
-    void theBankIsEmptiedWhileTheWarningIsOpen()
+    void bankIsEmptiedWhileTheWarningIsOpen()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings));
@@ -286,7 +286,7 @@ private slots:
         QCOMPARE(moves(fixture.one), QStringList{u"3: 3 to 1"_s});
     }
 
-    void theWindowGoesWhileTheWarningIsOpen()
+    void windowIsDeletedWhileTheWarningIsOpen()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"One"_s, loopback(9)));

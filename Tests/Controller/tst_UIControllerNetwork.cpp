@@ -19,7 +19,7 @@ namespace {
 const QString serverAddress = loopback(1);
 const QByteArray thumbnails = "/brenvoka/thumbnails/";
 
-/// A server whose folders 0 and 1 have a visual each. Their thumbnails are not in memory.
+/// A server whose folders 0 and 1 have a visual each, without cached thumbnails.
 Server oneVisualAFolder(const QString &address = serverAddress)
 {
     Server server = sampleServer(u"One"_s, address);
@@ -47,7 +47,7 @@ public:
 
 } // namespace
 
-/// How the thumbnails of the two banks are fetched, and where they are kept.
+/// How the thumbnails of the two banks are downloaded and cached.
 class tst_UIControllerNetwork : public QObject
 {
     Q_OBJECT
@@ -59,7 +59,7 @@ private slots:
         QPixmapCache::clear();
     }
 
-    void thumbnailsAreFetchedPastTheProxy()
+    void thumbnailRequestsBypassTheProxy()
     {
         const ApplicationProxy proxy(loopback(9));
         WindowFixture fixture;
@@ -71,7 +71,7 @@ private slots:
         QVERIFY(!proxy.wasUsed());
     }
 
-    void thumbnailsAreFetchedWithoutACookie()
+    void thumbnailRequestsSendNoCookie()
     {
         WireServer server(serverAddress);
         server.answer(thumbnails, "no picture", "Set-Cookie: id=7; Path=/\r\n");

@@ -19,7 +19,7 @@ QList<MediaFolder> library()
 
 } // namespace
 
-/// Servers that come and change, and which of them the banks offer.
+/// Servers that appear and change, and which of them the banks offer.
 class tst_UIControllerRegistry : public QObject
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ class tst_UIControllerRegistry : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aDiscoveredServerReachesTheScreen()
+    void aDiscoveredServerIsShownInBankA()
     {
         PlayedServer server(loopback(1));
         ControllerFixture fixture;
@@ -66,7 +66,7 @@ private slots:
         QCOMPARE(fixture.offered(fixture.bankB()), (QStringList{u"Two"_s, u"Three"_s}));
     }
 
-    void aBankLeftEmptyIsNotFilledAgain()
+    void aBankThatLostItsServerIsNotFilledAgain()
     {
         PlayedServer one(loopback(1));
         PlayedServer two(loopback(2));
@@ -121,19 +121,19 @@ private slots:
         QVERIFY(fixture.isTransferEnabled());
     }
 
-    void bankBTakesTheFirstLeftOnlyWhileItNeverHadOne()
+    void bankBSelectsTheFirstServerOnlyOnce()
     {
         ControllerFixture fixture;
         const Server one = sampleServer(u"One"_s, loopback(1));
         fixture.connectServer(one);
-        // A second server that is connected, of which the lists have not heard yet.
+        // A second server is connected, but the lists are not updated yet.
         Server two = sampleServer(u"Two"_s, loopback(2));
         two.connected = true;
         fixture.model.upsertServer(two);
         fixture.controller().serverSelectionChanged(ServerDeckA, one.uuid);
         QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
         QCOMPARE(listOf(fixture.bankB()).count(), 256);
-        // This choice was not the bank's first automatic one: that is still to come.
+        // This was not the bank's automatic first choice: that is still to come.
         fixture.controller().removeServer(two.uuid);
         QVERIFY(fixture.bankB().currentServerUuid().isNull());
         const Server three = sampleServer(u"Three"_s, loopback(3));
@@ -141,7 +141,7 @@ private slots:
         QCOMPARE(fixture.bankB().currentServerUuid(), three.uuid);
     }
 
-    void anEmptyLibraryIsOfferedNowhere()
+    void aServerWithAnEmptyLibraryIsNotOffered()
     {
         PlayedServer server(loopback(1));
         ControllerFixture fixture;
@@ -211,7 +211,7 @@ private slots:
         QVERIFY(fixture.model.servers.isEmpty());
     }
 
-    void aLostInterfaceIsForgottenByAddressAndMask()
+    void aLostInterfaceIsRemovedByAddressAndMask()
     {
         PlayedServer server(loopback(1));
         ControllerFixture fixture;
@@ -222,13 +222,13 @@ private slots:
         fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
         QCOMPARE(record.connections.size(), 0);
         QCOMPARE(fixture.bankA().currentServerUuid(), server.uuid);
-        // The only request is that for the interface that comes back.
+        // The only request is the one for the interface that returns.
         fixture.controller().addServerConnection(server.uuid, server.wire.address(), 8);
         EVENTUALLY(server.libraryRequests() > 1);
         QCOMPARE(server.libraryRequests(), 2);
     }
 
-    void aServerWithoutInterfacesIsNotAsked()
+    void aServerWithoutInterfacesGetsNoRequest()
     {
         PlayedServer server(loopback(1));
         ControllerFixture fixture;
@@ -240,7 +240,7 @@ private slots:
         QCOMPARE(server.libraryRequests(), 2);
     }
 
-    void aChangedLibraryIsFetchedAndDrawn()
+    void aChangedLibraryIsDownloadedAndShown()
     {
         PlayedServer server(loopback(1));
         ControllerFixture fixture;
@@ -252,7 +252,7 @@ private slots:
         QCOMPARE(server.wire.requests("/brenvoka/notifier.html").size(), 1);
     }
 
-    void aChangeOfAnUnknownServerFetchesNothing()
+    void aChangeOfAnUnknownServerDownloadsNothing()
     {
         PlayedServer server(loopback(1));
         ControllerFixture fixture;
@@ -316,7 +316,7 @@ private slots:
         QCOMPARE(childOf<QLabel>(fixture.bankA(), "serverStatusLabel").text(), u"Disconnected"_s);
     }
 
-    void theSignHidesOnlyWhileTwoServersAreEqual()
+    void syncSignIsHiddenOnlyWhileTwoServersAreEqual()
     {
         PlayedServer one(loopback(1));
         PlayedServer two(loopback(2));
@@ -350,14 +350,14 @@ private slots:
         QVERIFY(!fixture.isTransferEnabled());
         QVERIFY(fixture.connectServer(one, u"One"_s, library(), 32));
         QVERIFY(!fixture.isTransferEnabled());
-        // Whether the two reach each other doesn't matter here.
+        // Whether the two share a subnet doesn't matter here.
         QVERIFY(fixture.connectServer(two, u"Two"_s, library(), 32));
         QVERIFY(fixture.isTransferEnabled());
         fixture.controller().removeServer(one.uuid);
         QVERIFY(!fixture.isTransferEnabled());
     }
 
-    void aServerThatReachesNobodyDisablesTheTransfer()
+    void aServerWithoutACommonSubnetDisablesTheTransfer()
     {
         PlayedServer one(loopback(1));
         PlayedServer two(loopback(2));
@@ -381,7 +381,7 @@ private slots:
         QVERIFY(!fixture.isTransferEnabled());
     }
 
-    void aServerThatIsBackUnderTheMessageKeepsTheTransfer()
+    void aServerBackDuringTheMessageKeepsTheTransferEnabled()
     {
         PlayedServer one(loopback(1));
         PlayedServer two(loopback(2));

@@ -24,7 +24,7 @@ using Refs = QList<VisualRef>;
 
 } // namespace
 
-/// Removing what is selected, from the click to the fresh library.
+/// Removing the selected visuals, from the click to the new library.
 class tst_UIControllerRemoval : public QObject
 {
     Q_OBJECT
@@ -32,7 +32,7 @@ class tst_UIControllerRemoval : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void anEmptySelectionIsAskedAboutAndDoesNothing()
+    void anEmptySelectionAsksAndRemovesNothing()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings));
@@ -47,7 +47,7 @@ private slots:
         QVERIFY(!fixture.hasStarted());
     }
 
-    void withoutAnyServerNothingIsAsked()
+    void withoutServersNothingIsAsked()
     {
         WindowFixture fixture;
         ModalDriver modals;
@@ -56,7 +56,7 @@ private slots:
         QVERIFY(modals.seen().isEmpty());
     }
 
-    void aServerThatIsNotConnectedIsEnoughToAsk()
+    void anUnconnectedServerIsEnoughToAsk()
     {
         WindowFixture fixture;
         fixture.model.upsertServer(sampleServer(u"One"_s, loopback(9)));
@@ -66,13 +66,13 @@ private slots:
         QCOMPARE(modals.seen().size(), 1);
     }
 
-    void noChangesNothing_data()
+    void decliningTheWarningChangesNothing_data()
     {
         QTest::addColumn<bool>("escape");
         QTest::newRow("No") << false;
         QTest::newRow("Escape") << true;
     }
-    void noChangesNothing()
+    void decliningTheWarningChangesNothing()
     {
         QFETCH(const bool, escape);
         OperationFixture fixture;
@@ -103,7 +103,7 @@ private slots:
         QCOMPARE(fixture.model.warningLevel, allWarnings);
     }
 
-    void askingNoMoreIsSavedAtOnce()
+    void dontAskAgainIsSavedAtOnce()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings));
@@ -139,17 +139,17 @@ private slots:
         const Qt::KeyboardModifiers none;
         const Qt::KeyboardModifiers shift = Qt::ShiftModifier;
         const Qt::KeyboardModifiers control = Qt::ControlModifier;
-        QTest::newRow("a range passes over empty slots")
+        QTest::newRow("a range skips empty slots")
             << QList<Click>{{4, none}, {8, shift}} << Refs{{3, 3}, {3, 5}, {3, 7}};
         QTest::newRow("Back and no visual are never removed")
             << QList<Click>{{0, none}, {5, shift}} << Refs{{3, 3}};
         QTest::newRow("single rows are added")
             << QList<Click>{{4, none}, {8, control}} << Refs{{3, 3}, {3, 7}};
-        QTest::newRow("a single row is taken out of a range")
+        QTest::newRow("a row is removed from a range")
             << QList<Click>{{4, none}, {8, shift}, {6, control}} << Refs{{3, 3}, {3, 7}};
         QTest::newRow("slot 255 is a slot like any other")
             << QList<Click>{{8, none}, {256, shift}} << Refs{{3, 7}, {3, 255}};
-        QTest::newRow("empty slots alone") << QList<Click>{{9, none}, {12, shift}} << Refs{};
+        QTest::newRow("only empty slots") << QList<Click>{{9, none}, {12, shift}} << Refs{};
     }
     void clickedRowsAreRemoved()
     {
@@ -166,11 +166,11 @@ private slots:
             return;
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
         Refs sent = fixture.one.visuals(PlayedServer::Remove);
-        std::sort(sent.begin(), sent.end()); // the list gives its selection in no order
+        std::sort(sent.begin(), sent.end()); // the selection has no order
         QCOMPARE(sent, removed);
     }
 
-    void aSelectedFolderStandsForItsVisuals()
+    void aSelectedFolderRemovesItsVisuals()
     {
         OperationFixture fixture;
         QVERIFY(fixture.open());
@@ -183,7 +183,7 @@ private slots:
                  (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 255}}));
     }
 
-    void theDeckDecidesTheServer()
+    void commandGoesToTheServerOfItsBank()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
@@ -195,9 +195,8 @@ private slots:
         QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
     }
 
-    // Folder 2 is on show; the server is told to clear folder 1, as far as folder 3 holds the
-    // visual.
-    void aLibraryWithGapsNamesAnotherFolder()
+    // The banks show folder 2. The command names folder 1, and only visuals that are in folder 3.
+    void aLibraryWithGapsSendsAnotherFolderNumber()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(2, 0, OperationFixture::sparseLibrary()));
@@ -208,7 +207,7 @@ private slots:
         QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{1, 5}}));
     }
 
-    void atTheFoldersLevelGapsDoNoHarm()
+    void gapsDoNotMatterAtTheFoldersLevel()
     {
         OperationFixture fixture;
         QVERIFY(fixture.open(0, OperationFixture::sparseLibrary()));
@@ -235,7 +234,7 @@ private slots:
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
     }
 
-    void aCancelKeepsWhatWasNotSent()
+    void aCancelDropsTheUnsentRemovals()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
@@ -246,13 +245,13 @@ private slots:
         QVERIFY(fixture.cancel(u"Removing..."_s));
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
         fixture.one.wire.requests(executePath).first().answer(accepted);
-        // The next command comes behind all that might have been queued.
+        // A later command is sent after everything that was queued.
         fixture.controller().handleMoveVisual(3, 4, ServerDeckA);
         EVENTUALLY_COMPARE(fixture.one.commands(PlayedServer::Move).size(), 1);
         QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
     }
 
-    void aCancelTogetherWithTheLastResultIsOneEnd()
+    void aCancelAfterTheEndOfTheTaskIsIgnored()
     {
         LogCapture log;
         OperationFixture fixture;
@@ -262,7 +261,7 @@ private slots:
         ModalDriver modals;
         modals.press(QMessageBox::Ok);
         OperationFixture::clickRemove(fixture.bankA());
-        // Cancelled after the task's end was posted and before that is received.
+        // Cancelled after the task posted its end and before that event is handled.
         BVProgressDialog *const dialog = fixture.dialog(u"Removing..."_s);
         connect(dialog, &QDialog::accepted, dialog, &QDialog::reject, Qt::QueuedConnection);
         EVENTUALLY_COMPARE(log.texts().count(u"Finish notification received from invalid task"_s),
@@ -273,8 +272,9 @@ private slots:
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
     }
 
-    // Both ask one queue, and an answer counts for both: they end together, and only one is known.
-    void aSecondStartLetsGoOfTheFirst()
+    // Both use one queue, and an answer counts for both: they end together, and only the second
+    // task is known.
+    void aSecondStartAbandonsTheFirstTask()
     {
         LogCapture log;
         OperationFixture fixture;
@@ -296,9 +296,8 @@ private slots:
                            (Refs{{3, 3}, {3, 5}, {3, 3}, {3, 5}}));
     }
 
-    // While the first visual is on the wire, the queue holds 5, 5, 7: without its head that is
-    // 7, 7.
-    void aQueueWithDuplicatesRepeatsItsLast()
+    // During the first request the queue contains 5, 5, 7. Dropping its head leaves 7, 7.
+    void aQueueWithDuplicatesRepeatsItsLastCommand()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
@@ -320,35 +319,35 @@ private slots:
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
     }
 
-    void theServerGoesWhileTheWarningIsOpen_data()
+    void serverIsLostWhileTheWarningIsOpen_data()
     {
-        QTest::addColumn<bool>("toldByTheServer");
-        QTest::newRow("silence") << false;
-        QTest::newRow("end of the stream") << true;
+        QTest::addColumn<bool>("endsItsStream");
+        QTest::newRow("announcements stop") << false;
+        QTest::newRow("stream ends") << true;
     }
-    void theServerGoesWhileTheWarningIsOpen()
+    void serverIsLostWhileTheWarningIsOpen()
     {
-        QFETCH(const bool, toldByTheServer);
+        QFETCH(const bool, endsItsStream);
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings));
         clickRow(fixture.bankA(), 4);
         ModalDriver modals;
         modals.answer([&](QDialog &warning) {
-            if (toldByTheServer)
+            if (endsItsStream)
                 fixture.one.stream.close();
             else
                 fixture.loseServerA();
             QVERIFY(waitFor([&] { return !modals.pending(); }));
             qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
         });
-        if (toldByTheServer)
+        if (endsItsStream)
             modals.press(QMessageBox::Ok);
         OperationFixture::clickRemove(fixture.bankA());
         QVERIFY(!fixture.isConnected(fixture.one));
         QVERIFY(!fixture.hasStarted());
     }
 
-    void theWindowGoesWhileTheWarningIsOpen()
+    void windowIsDeletedWhileTheWarningIsOpen()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"One"_s, loopback(9)));

@@ -23,8 +23,8 @@ Rows selected(const BVServerBank &bank)
     return rows;
 }
 
-/// Servers One and Two in the banks, and Three in neither. Their libraries come from the model;
-/// behind the addresses is a server that never answers.
+/// Servers One and Two in the banks, and Three in neither. Their libraries are in the model; the
+/// servers at their addresses never answer.
 class SelectionFixture final : public WindowFixture
 {
 public:
@@ -35,7 +35,7 @@ public:
             connectServer(*server);
     }
 
-    /// Goes to that level and selects these rows in bank A, as the operator does.
+    /// Opens that level and selects these rows in bank A by clicks.
     [[nodiscard]] bool select(int level, const Rows &rows)
     {
         if (!show())
@@ -46,7 +46,7 @@ public:
             clickRow(bankA(), row, row == rows.first() ? Qt::NoModifier : Qt::ControlModifier);
         return selected(bankA()) == rows && selected(bankB()) == rows;
     }
-    /// Lets bank B load folder 3 slowly: its one thumbnail is asked for and not answered.
+    /// Lets bank B load folder 3 slowly: its only thumbnail is requested and not answered.
     [[nodiscard]] bool redrawSlowly()
     {
         QPixmapCache::remove(u"thumbnail+"_s + hashOf(7));
@@ -72,8 +72,8 @@ using Event = std::function<void(SelectionFixture &)>;
 
 } // namespace
 
-/// Which redraws keep the selection. With nothing selected an arrow means everything, so a
-/// selection may only end by what the operator does.
+/// Which redraws keep the selection. Without a selection a transfer button transfers everything, so
+/// only the operator may clear a selection.
 class tst_UIControllerSelection : public QObject
 {
     Q_OBJECT
@@ -124,7 +124,7 @@ private slots:
         QCOMPARE(changesA.count() + changesB.count(), 0);
     }
 
-    void theLibraryOfAThirdServerLeavesTheArrowItsFolder()
+    void aThirdServersLibraryKeepsTheFolderToTransfer()
     {
         const QList<MediaFolder> empty{folder(0, u"a"_s), folder(1, u"b"_s), folder(2, u"c"_s),
                                        folder(3, u"d"_s)};
@@ -144,7 +144,7 @@ private slots:
         QVERIFY(fixture.start());
         fixture.two.sendStarted({3, 3});
         fixture.two.sendEnded({3, 3}, Brenvoka::SyncFinished);
-        EVENTUALLY(!fixture.transferDialog()); // nothing else was asked for
+        EVENTUALLY(!fixture.transferDialog()); // nothing else was requested
         QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (QList<VisualRef>{{3, 3}}));
     }
 
@@ -173,7 +173,7 @@ private slots:
         QCOMPARE(selected(fixture.bankB()), rows);
     }
 
-    void aBankThatStillLoadsSendsWhatTheOtherShowsSelected()
+    void aLoadingBankTransfersTheOtherBanksSelection()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open(
@@ -198,7 +198,7 @@ private slots:
         QCOMPARE(selected(fixture.bankA()), Rows{256});
     }
 
-    void aLostServerLeavesTheOtherBankItsSelection_data()
+    void aLostServerKeepsTheOtherBanksSelection_data()
     {
         QTest::addColumn<bool>("isBankA");
         QTest::addColumn<int>("level");
@@ -211,7 +211,7 @@ private slots:
             QTest::addRow("bank B, slots, %s", next) << false << 3 << isSame;
         }
     }
-    void aLostServerLeavesTheOtherBankItsSelection()
+    void aLostServerKeepsTheOtherBanksSelection()
     {
         QFETCH(const bool, isBankA);
         QFETCH(const int, level);
@@ -232,7 +232,7 @@ private slots:
         QCOMPARE(selected(other), rows);
     }
 
-    void aServerBackAtAnotherLevelTakesTheSelectionOver()
+    void aServerBackAtAnotherLevelGetsTheSelection()
     {
         SelectionFixture fixture;
         QVERIFY(fixture.select(3, {4}));
@@ -245,7 +245,7 @@ private slots:
         QCOMPARE(selected(fixture.bankB()), Rows{5});
     }
 
-    void aFirstServerTakesTheSelectionOver()
+    void aFirstServerGetsTheSelection()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"One"_s, loopback(1)));

@@ -22,7 +22,7 @@ BVProgressDialog &thumbnailProgress(const WindowFixture &fixture)
     return *fixture.window->findChild<BVProgressDialog *>();
 }
 
-/// A folder of which no thumbnail is in memory.
+/// A folder without cached thumbnails.
 MediaFolder unseenFolder(int count)
 {
     static int number = 1000000;
@@ -34,7 +34,7 @@ MediaFolder unseenFolder(int count)
 
 } // namespace
 
-/// What stands when the controller was built, and the one progress dialog for thumbnails.
+/// The state after construction, and the progress dialog for thumbnails.
 class tst_UIControllerSetup : public QObject
 {
     Q_OBJECT
@@ -42,7 +42,7 @@ class tst_UIControllerSetup : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void thumbnailsHaveADiskCacheOfTheirOwn()
+    void thumbnailsHaveTheirOwnDiskCache()
     {
         PlayedServer server(loopback(1));
         ControllerFixture fixture;
@@ -84,7 +84,7 @@ private slots:
         EVENTUALLY(cached() > count * size);
     }
 
-    void theDeckIsKnownToTheMetaTypeSystem()
+    void theDeckIsARegisteredMetaType()
     {
         WindowFixture fixture;
         QCOMPARE(QMetaType::fromName("ServerDeck"), QMetaType::fromType<ServerDeck>());
@@ -188,7 +188,7 @@ private slots:
         QCOMPARE(canceled.size(), 0);
     }
 
-    void stepsAfterTheEndAreHarmless()
+    void stepsAfterTheEndAreIgnored()
     {
         WindowFixture fixture;
         fixture.controller().updateProgress();
@@ -234,7 +234,7 @@ private slots:
         QVERIFY(!dialog.isVisible());
         QCOMPARE(fixture.bankA().currentFolder, 0);
         QCOMPARE(fixture.bankB().currentFolder, 0);
-        // What was drawn before stays: at this level the rows come with the pictures.
+        // The former rows stay: at this level new rows appear together with their pictures.
         QCOMPARE(listOf(fixture.bankA()).count(), 256);
     }
 };

@@ -9,7 +9,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// Whom the controller listens to, and what it tells by signals of its own.
+/// The signals that the controller handles, and those that it emits.
 class tst_UIControllerSignals : public QObject
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ class tst_UIControllerSignals : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void whatDiscoveryTellsReachesTheRegistry()
+    void discoverySignalsReachTheRegistry()
     {
         PlayedServer server(loopback(1));
         ControllerFixture fixture;
@@ -42,7 +42,7 @@ private slots:
         QVERIFY(fixture.model.servers.isEmpty());
     }
 
-    void aRefreshTellsTheServerOfBankABeforeThatOfBankB()
+    void aRefreshReportsBankABeforeBankB()
     {
         WindowFixture fixture;
         const Server one = sampleServer(u"One"_s, loopback(1));
@@ -55,7 +55,7 @@ private slots:
         QCOMPARE(told, (QList<QVariantList>{{one.uuid}, {two.uuid}}));
     }
 
-    void aRefreshTellsOfAnEmptyBankToo()
+    void aRefreshReportsAnEmptyBankToo()
     {
         WindowFixture fixture;
         const QSignalSpy told(&fixture.controller(), &UIController::serverContentChanged);
@@ -66,7 +66,7 @@ private slots:
 
     void aChoiceRedrawsTheBanksWithoutASignal()
     {
-        // It takes the stream's connection and says nothing.
+        // It accepts the stream's connection and sends nothing.
         const WireServer silent(loopback(3));
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"One"_s, loopback(1)));

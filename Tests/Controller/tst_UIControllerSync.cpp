@@ -20,7 +20,7 @@ using Refs = QList<VisualRef>;
 
 } // namespace
 
-/// A synchronisation from the click to the fresh library, by the commands that reach the servers.
+/// A synchronisation from the click to the new library, by the commands that the servers receive.
 class tst_UIControllerSync : public QObject
 {
     Q_OBJECT
@@ -37,14 +37,14 @@ private slots:
             {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}), folder(1, u"b"_s)}));
         QVERIFY(fixture.start(2));
         Refs visuals = fixture.two.visuals(PlayedServer::Sync);
-        std::ranges::sort(visuals); // each has a connection of its own
+        std::ranges::sort(visuals); // they use separate connections
         QCOMPARE(visuals, (Refs{{0, 2}, {1, 255}}));
         QCOMPARE(fixture.two.commands(PlayedServer::Sync).first().field("serverURL"),
                  u"http://" LOOPBACK(101) ":4567"_s);
         QVERIFY(fixture.one.wire.requests("/brenvoka/execute.html").isEmpty());
     }
 
-    void aSelectedFolderIsComparedAlone()
+    void onlyTheSelectedFolderIsCompared()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)}),
@@ -59,7 +59,7 @@ private slots:
         QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
     }
 
-    void aSelectedSlotIsComparedAlone()
+    void onlyTheSelectedSlotIsCompared()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open(
@@ -72,7 +72,7 @@ private slots:
         QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (Refs{{1, 8}}));
     }
 
-    void theOtherDirectionIsTheOtherButton()
+    void theOtherButtonTransfersTheOtherWay()
     {
         SyncClickFixture fixture;
         QVERIFY(
@@ -83,7 +83,7 @@ private slots:
                  u"http://" LOOPBACK(102) ":4567"_s);
     }
 
-    void anEqualSlotStillTouchesItsFolder()
+    void aFolderWithEqualSlotsIsRenamed()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
@@ -95,7 +95,7 @@ private slots:
         QCOMPARE(fixture.two.wire.requests("/brenvoka/execute.html").size(), 1);
     }
 
-    void aMissingFolderIsNamedFirst()
+    void aMissingFolderIsNamedBeforeItsTransfers()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open({folder(0, u"a"_s), folder(1, u"b"_s, {cachedVisual(1, u"x"_s, 1)})},
@@ -107,7 +107,7 @@ private slots:
         QVERIFY(requests.last().body.startsWith("req_type=1&"));
     }
 
-    void whatTheSourceLacksIsRemoved()
+    void visualsMissingInTheSourceAreRemoved()
     {
         SyncClickFixture fixture;
         QVERIFY(
@@ -118,7 +118,7 @@ private slots:
         QCOMPARE(fixture.two.commands(PlayedServer::Rename).size(), 0);
     }
 
-    void serversWithoutACommonSubnetAreToldAtTheClick()
+    void serversWithoutACommonSubnetAreReportedOnClick()
     {
         LogCapture log;
         SyncClickFixture fixture;
@@ -166,7 +166,7 @@ private slots:
         QVERIFY(modals.seen().isEmpty());
     }
 
-    void nothingToDoFetchesTheLibrary()
+    void nothingToDoDownloadsTheLibrary()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
@@ -178,7 +178,7 @@ private slots:
         QVERIFY(fixture.two.wire.requests("/brenvoka/execute.html").isEmpty());
     }
 
-    void theLibraryIsFetchedAtTheEndAlone()
+    void theLibraryIsDownloadedOnlyAtTheEnd()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open() && fixture.start());
@@ -188,19 +188,19 @@ private slots:
         fixture.one.sendLibraryChanged();
         fixture.two.sendProgress({0, 1}, Brenvoka::SyncTransferring, 50);
         EVENTUALLY_COMPARE(fixture.transferDialog()->rows.at({0, 1}).percent, 50);
-        // What the source says comes on a stream of its own: the rates show that all was heard.
+        // The source has its own stream: the rates show that everything before them was handled.
         fixture.one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5})"));
         EVENTUALLY(fixture.controller().connectedServer(fixture.one.uuid).hasFpsStats);
         QCOMPARE(fixture.two.libraryRequests(), 1);
         fixture.two.sendEnded({0, 1}, Brenvoka::SyncFinished);
         EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
         QVERIFY(!fixture.transferDialog());
-        // A change that is told while a library is still on its way asks for nothing new.
+        // A change during the download of a library is ignored.
         EVENTUALLY((fixture.two.sendLibraryChanged(), fixture.two.libraryRequests() > 2));
         QCOMPARE(fixture.one.libraryRequests(), 1);
     }
 
-    void theLibraryIsFetchedAfterACancel()
+    void theLibraryIsDownloadedAfterACancel()
     {
         SyncClickFixture fixture;
         QVERIFY(
@@ -229,7 +229,7 @@ private slots:
         fixture.two.sendStarted({0, 1});
         ModalDriver modals;
         modals.answer([&](QDialog &errors) {
-            // The library does not wait for the operator.
+            // The download does not wait for the operator.
             EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
             errors.accept();
         });
@@ -244,7 +244,7 @@ private slots:
         QCOMPARE(fixture.two.libraryRequests(), 2);
     }
 
-    void theFreshLibraryReachesTheScreen()
+    void theNewLibraryIsShown()
     {
         const QList<MediaFolder> source{folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})};
         SyncClickFixture fixture;
@@ -262,7 +262,7 @@ private slots:
         QVERIFY(fixture.bankB().sameMarks.all());
     }
 
-    void theEndOfNoTaskIsLogged()
+    void theEndOfAnUnknownTaskIsLogged()
     {
         LogCapture log;
         ControllerFixture fixture;
@@ -270,7 +270,7 @@ private slots:
         QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
     }
 
-    void aSecondStartLetsGoOfTheFirst()
+    void aSecondStartAbandonsTheFirstTask()
     {
         LogCapture log;
         SyncClickFixture fixture;
@@ -288,17 +288,17 @@ private slots:
             .first()
             .answer(R"({"msg_type":7,"RESULT":0})");
         EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
-        // The first task's result is the second's as well: each ends with it.
+        // The result counts for both tasks: each ends with it.
         EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
     }
 
-    void theWindowGoesWithItsTask()
+    void deletingTheWindowDeletesItsTask()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open() && fixture.start());
         const QPointer<TransferDialog> dialog = fixture.transferDialog();
         QVERIFY(dialog->isVisible());
-        bool isTaskDeleted = false; // which takes its dialog along, before the window does
+        bool isTaskDeleted = false; // with its dialog, before the window deletes that
         connect(&fixture.controller(), &QObject::destroyed, this,
                 [&] { isTaskDeleted = dialog.isNull(); });
         fixture.window.reset();

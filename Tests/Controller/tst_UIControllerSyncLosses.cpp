@@ -18,13 +18,13 @@ constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
 constexpr PlayedServer::CommandType phases[]{PlayedServer::Rename, PlayedServer::Remove,
                                              PlayedServer::Sync};
 
-/// Two servers on show, and a synchronisation from One to Two that has something to do in each
-/// phase, and more than the server gets at once.
+/// A synchronisation from One to Two that has something to do in each phase, and more than is sent
+/// at once.
 class PhaseFixture final : public SyncClickFixture
 {
 public:
-    /// Starts it, and waits until the destination has a command of that phase, which it leaves
-    /// unanswered.
+    /// Starts it and waits until the destination has received a command of that phase, which it
+    /// does not answer.
     [[nodiscard]] bool startUntil(PlayedServer::CommandType phase)
     {
         const bool isOpen =
@@ -38,7 +38,7 @@ public:
         clickLeftToRight();
         return isOpen && waitFor([&] { return !two.commands(phase).isEmpty(); });
     }
-    /// Whether a dialog of the task is left; that of the thumbnails always is.
+    /// Whether all dialogs of the task are deleted; that of the thumbnails always exists.
     [[nodiscard]] bool isOver() const
     {
         return !transferDialog() && window->findChildren<BVProgressDialog *>().size() == 1;
@@ -47,7 +47,7 @@ public:
 
 } // namespace
 
-/// Servers that go away in the course of a synchronisation, and under the messages at its end.
+/// Servers that are lost during a synchronisation, and during the messages at its end.
 class tst_UIControllerSyncLosses : public QObject
 {
     Q_OBJECT
@@ -55,7 +55,7 @@ class tst_UIControllerSyncLosses : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aLossInAnyPhaseIsTheEndAndTheOnlyMessage_data()
+    void aLossInAnyPhaseEndsTheTaskWithOneMessage_data()
     {
         QTest::addColumn<int>("phase");
         QTest::addColumn<bool>("isSource");
@@ -66,13 +66,13 @@ private slots:
                 for (const bool isSilent : {false, true}) {
                     QTest::addRow("%s, the %s %s", names[phase],
                                   isSource ? "source" : "destination",
-                                  isSilent ? "falls silent" : "ends its stream")
+                                  isSilent ? "stops its announcements" : "ends its stream")
                         << phase << isSource << isSilent;
                 }
             }
         }
     }
-    void aLossInAnyPhaseIsTheEndAndTheOnlyMessage()
+    void aLossInAnyPhaseEndsTheTaskWithOneMessage()
     {
         QFETCH(const int, phase);
         QFETCH(const bool, isSource);
@@ -82,7 +82,7 @@ private slots:
         PlayedServer &lost = isSource ? fixture.one : fixture.two;
         ModalDriver modals;
         modals.answer([&](QDialog &message) {
-            // Its stream is closed before the operator has read the message.
+            // Its stream is closed before the operator answers the message.
             QVERIFY(waitFor([&] { return !lost.stream.isOpen(); }));
             message.accept();
         });
@@ -96,7 +96,7 @@ private slots:
                  u"Server \"%1\" %2 while an operation was in progress."_s.arg(
                      isSource ? u"One"_s : u"Two"_s,
                      isSilent ? u"became unresponsive"_s : u"disconnected"_s));
-        // The destination may have changed, if it is still there.
+        // The destination may have changed, if it is still connected.
         if (isSource)
             EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
         else
@@ -107,7 +107,7 @@ private slots:
             QCOMPARE(fixture.two.commands(phases[other]).isEmpty(), other > phase);
     }
 
-    void theDestinationGoesUnderTheErrorsOfItsTask()
+    void destinationIsLostWhileTheErrorsAreShown()
     {
         SyncClickFixture fixture;
         QVERIFY(fixture.open() && fixture.start());
@@ -122,14 +122,14 @@ private slots:
         fixture.two.sendEnded({0, 1}, Brenvoka::SyncImporting);
         EVENTUALLY_COMPARE(modals.seen().size(), 2);
         QCOMPARE(modals.seen().first().text, u"Folder synchronization completed with errors"_s);
-        // Its operation is over.
+        // Its operation has ended.
         QCOMPARE(modals.seen().last().text, u"Server \"Two\" disconnected."_s);
         EVENTUALLY(!QApplication::activeModalWidget());
         QVERIFY(fixture.bankB().currentServerUuid().isNull());
         QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
     }
 
-    void theSecondServerGoesUnderTheMessageOfTheFirst()
+    void secondServerIsLostWhileTheFirstMessageIsShown()
     {
         PhaseFixture fixture;
         QVERIFY(fixture.startUntil(PlayedServer::Remove));
@@ -144,7 +144,7 @@ private slots:
         QCOMPARE(modals.seen().size(), 2);
         QCOMPARE(modals.seen().first().text,
                  u"Server \"Two\" became unresponsive while an operation was in progress."_s);
-        // The task has ended under the first message already.
+        // The task ended during the first message.
         QCOMPARE(modals.seen().last().text, u"Server \"One\" disconnected."_s);
         QVERIFY(fixture.isOver());
         QVERIFY(fixture.model.servers.isEmpty());

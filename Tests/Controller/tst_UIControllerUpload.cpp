@@ -22,7 +22,7 @@ namespace {
 constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
 constexpr auto uploadPath = "/brenvoka/upload.html";
 
-/// A folder opened on the screen, and a file to upload.
+/// An open folder, and a file to upload.
 class UploadFixture final : public OperationFixture
 {
 public:
@@ -43,7 +43,7 @@ public:
         OperationFixture::clickUpload(bankA());
         QCOMPARE(modals.seen().size(), 1);
     }
-    /// Does by hand what ModalDriver::chooseFile does.
+    /// Does the same as ModalDriver::chooseFile.
     void choose(const QDialog &dialog) const
     {
         dialog.findChild<QLineEdit *>(u"fileNameEdit"_s)->setText(file());
@@ -51,7 +51,7 @@ public:
         QTest::mouseClick(box->button(QDialogButtonBox::Open), Qt::LeftButton);
     }
     [[nodiscard]] QString file() const { return sandbox.directory().filePath(u"clip.mov"_s); }
-    /// What the server was sent.
+    /// The body that the server received.
     [[nodiscard]] QByteArray sentBody() const
     {
         return one.wire.waitForRequests(1, uploadPath) ? one.wire.requests(uploadPath).first().body
@@ -70,7 +70,7 @@ bool hasField(const QByteArray &form, const QByteArray &name, const QByteArray &
 
 } // namespace
 
-/// Uploading the chosen file into the selected slot, from the click to the fresh library.
+/// Uploading the chosen file into the selected slot, from the click to the new library.
 class tst_UIControllerUpload : public QObject
 {
     Q_OBJECT
@@ -94,7 +94,7 @@ private slots:
         QCOMPARE(fixture.two.libraryRequests(), 1);
     }
 
-    void theDeckDecidesTheServer()
+    void commandGoesToTheServerOfItsBank()
     {
         UploadFixture fixture;
         QVERIFY(fixture.open());
@@ -106,8 +106,8 @@ private slots:
         QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty());
     }
 
-    // Folder 2 is on show, second in the list; the server is told folder 1.
-    void aLibraryWithGapsNamesAnotherFolder()
+    // The banks show folder 2, which is second in the list; the upload names folder 1.
+    void aLibraryWithGapsSendsAnotherFolderNumber()
     {
         UploadFixture fixture;
         QVERIFY(fixture.open("content", OperationFixture::sparseLibrary(), 2));
@@ -115,7 +115,7 @@ private slots:
         QVERIFY(hasField(fixture.sentBody(), "folderIdx", "1"));
     }
 
-    void fullAndNotAnsweredIsImporting()
+    void fullUploadWithoutAnAnswerShowsImporting()
     {
         UploadFixture fixture;
         QVERIFY(fixture.open());
@@ -130,7 +130,7 @@ private slots:
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
     }
 
-    void theDialogIsThereAtOnce()
+    void theDialogIsShownAtOnce()
     {
         UploadFixture fixture;
         QVERIFY(fixture.open());
@@ -149,7 +149,7 @@ private slots:
         QVERIFY(QFile::resize(fixture.file(), qint64{1} << 30));
         fixture.upload();
         const BVProgressDialog *const dialog = fixture.dialog(u"Uploading..."_s);
-        // What is left is far more than fits into the buffers on the way.
+        // The rest is far larger than the socket buffers.
         connect(dialog->findChild<QProgressBar *>(), &QProgressBar::valueChanged, dialog,
                 [&] { fixture.one.wire.setReading(false); });
         EVENTUALLY(dialog->progress() > 0);
@@ -159,7 +159,7 @@ private slots:
         EVENTUALLY(!fixture.hasStarted());
         fixture.one.wire.setReading(true);
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-        QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty()); // never whole
+        QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty()); // never complete
         QVERIFY(!QApplication::activeModalWidget());
     }
 
@@ -181,7 +181,7 @@ private slots:
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
     }
 
-    void aVanishedFileLeavesTheDialogLive()
+    void aDeletedFileKeepsTheDialogEnabled()
     {
         UploadFixture fixture;
         QVERIFY(fixture.open());
@@ -202,7 +202,7 @@ private slots:
         QVERIFY(fixture.one.wire.requests(uploadPath).isEmpty());
     }
 
-    void aSecondStartLetsGoOfTheFirst()
+    void aSecondStartAbandonsTheFirstTask()
     {
         LogCapture log;
         UploadFixture fixture;
@@ -219,30 +219,30 @@ private slots:
         QCOMPARE(fixture.one.wire.requests(uploadPath).size(), 1); // one at a time
     }
 
-    void theServerGoesWhileTheFileDialogIsOpen_data()
+    void serverIsLostWhileTheFileDialogIsOpen_data()
     {
-        QTest::addColumn<bool>("toldByTheServer");
-        QTest::newRow("silence") << false;
-        QTest::newRow("end of the stream") << true;
+        QTest::addColumn<bool>("endsItsStream");
+        QTest::newRow("announcements stop") << false;
+        QTest::newRow("stream ends") << true;
     }
-    // Nobody answers for a server that is gone: the operator ends the task.
-    void theServerGoesWhileTheFileDialogIsOpen()
+    // A lost server never answers: the operator cancels the task.
+    void serverIsLostWhileTheFileDialogIsOpen()
     {
-        QFETCH(const bool, toldByTheServer);
+        QFETCH(const bool, endsItsStream);
         LogCapture log;
         UploadFixture fixture;
         QVERIFY(fixture.open());
         clickRow(fixture.bankA(), 10);
         ModalDriver modals;
         modals.answer([&](QDialog &dialog) {
-            if (toldByTheServer)
+            if (endsItsStream)
                 fixture.one.stream.close();
             else
                 fixture.loseServerA();
             QVERIFY(waitFor([&] { return !modals.pending(); }));
             fixture.choose(dialog);
         });
-        if (toldByTheServer)
+        if (endsItsStream)
             modals.press(QMessageBox::Ok);
         OperationFixture::clickUpload(fixture.bankA());
         QVERIFY(!fixture.isConnected(fixture.one));

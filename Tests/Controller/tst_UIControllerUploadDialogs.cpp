@@ -33,7 +33,7 @@ const auto filters =
     "Mp3 (*.mp3);;FLAC (*.flac);;WAV (*.wav);;AIF (*.aif *.aiff);;APE (*.ape);;WMA (*.wma);;"
     "OGG (*.ogg)"_s;
 
-/// Notes the directory that a file dialog opens in, without a file chosen, and leaves it so.
+/// Records the directory that a file dialog opens in and whether a file is chosen, then cancels.
 void expectDirectory(ModalDriver &modals, QString &directory)
 {
     modals.answer([&directory](QDialog &dialog) {
@@ -45,7 +45,7 @@ void expectDirectory(ModalDriver &modals, QString &directory)
 
 } // namespace
 
-/// What is asked before an upload: which slots, the overwrite warning, the file dialog.
+/// The steps before an upload: the check of the slot, the overwrite warning, the file dialog.
 class tst_UIControllerUploadDialogs : public QObject
 {
     Q_OBJECT
@@ -53,7 +53,7 @@ class tst_UIControllerUploadDialogs : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void onlyOneSlotIsUploadedInto_data()
+    void uploadNeedsExactlyOneSelectedSlot_data()
     {
         QTest::addColumn<bool>("inside");
         QTest::addColumn<QList<int>>("rows");
@@ -67,7 +67,7 @@ private slots:
         QTest::newRow("no visual") << true << QList<int>{1} << false;
         QTest::newRow("a folder") << false << QList<int>{3} << false;
     }
-    void onlyOneSlotIsUploadedInto()
+    void uploadNeedsExactlyOneSelectedSlot()
     {
         QFETCH(const bool, inside);
         QFETCH(const QList<int>, rows);
@@ -83,7 +83,7 @@ private slots:
         QVERIFY(!fixture.hasStarted());
     }
 
-    void onlyAServerOnShowIsUploadedTo()
+    void uploadNeedsAServerInABank()
     {
         PlayedServer third(loopback(3));
         OperationFixture fixture;
@@ -99,7 +99,7 @@ private slots:
         QVERIFY(!fixture.hasStarted());
     }
 
-    void eachBankAnswersForItsOwnServer()
+    void uploadUsesTheSelectionOfTheServersBank()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
@@ -113,7 +113,7 @@ private slots:
         QCOMPARE(modals.pending(), 0);
     }
 
-    void onlyAnOccupiedSlotIsAskedAbout_data()
+    void onlyAnOccupiedSlotShowsTheWarning_data()
     {
         QTest::addColumn<int>("row");
         QTest::addColumn<quint32>("level");
@@ -123,7 +123,7 @@ private slots:
         QTest::newRow("occupied, not asked") << 4 << allWarnings - overwriteWarning << false;
         QTest::newRow("empty") << 3 << allWarnings << false;
     }
-    void onlyAnOccupiedSlotIsAskedAbout()
+    void onlyAnOccupiedSlotShowsTheWarning()
     {
         QFETCH(const int, row);
         QFETCH(const quint32, level);
@@ -148,13 +148,13 @@ private slots:
                  "The operation will permanently remove the visual in the destination slot"_s);
     }
 
-    void noAsksForNoFile_data()
+    void answeringNoOpensNoFileDialog_data()
     {
         QTest::addColumn<bool>("escape");
         QTest::newRow("No") << false;
         QTest::newRow("Escape") << true;
     }
-    void noAsksForNoFile()
+    void answeringNoOpensNoFileDialog()
     {
         QFETCH(const bool, escape);
         OperationFixture fixture;
@@ -168,7 +168,7 @@ private slots:
         QCOMPARE(fixture.model.warningLevel, allWarnings);
     }
 
-    void askingNoMoreIsSavedAtOnce()
+    void dontAskAgainIsSavedAtOnce()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings));
@@ -185,8 +185,8 @@ private slots:
         QCOMPARE(modals.seen().last().type, u"QFileDialog"_s);
     }
 
-    // Folder 3 is on show, third in the list, and so it is folder 2 that is looked at.
-    void inALibraryWithGapsAnotherSlotIsAskedAbout()
+    // The banks show folder 3, which is third in the list, so folder 2 is checked.
+    void aLibraryWithGapsChecksAnotherSlot()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings, OperationFixture::sparseLibrary()));
@@ -202,7 +202,7 @@ private slots:
         QCOMPARE(modals.seen().last().type, u"QMessageBox"_s);
     }
 
-    void theServerGoesWhileTheWarningIsOpen()
+    void serverIsLostWhileTheWarningIsOpen()
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings));
@@ -218,7 +218,7 @@ private slots:
         QVERIFY(!fixture.hasStarted());
     }
 
-    void theFileDialogIsAsTheOperatorKnowsIt()
+    void theFileDialogHasItsTitleDirectoryAndFilters()
     {
         OperationFixture fixture;
         const QString documents =
@@ -243,7 +243,7 @@ private slots:
         QVERIFY(!fixture.hasStarted());
     }
 
-    void theFileDialogOpensWhereTheLastFileWas()
+    void theFileDialogOpensInTheLastDirectory()
     {
         OperationFixture fixture;
         const QString documents =
@@ -289,7 +289,7 @@ private slots:
         clickRow(fixture.bankA(), 10);
         ModalDriver modals;
         modals.answer([&](QDialog &dialog) {
-            // Until a directory is listed, its files pass as they are typed.
+            // Until the directory is listed, a typed name of a file in it is accepted.
             QSignalSpy listed(dialog.findChild<QFileSystemModel *>(),
                               &QFileSystemModel::directoryLoaded);
             dynamic_cast<QFileDialog &>(dialog).setDirectory(clips);
@@ -304,13 +304,13 @@ private slots:
         QCOMPARE(modals.seen().size(), 1);
     }
 
-    void theFileDialogCanBeRead_data()
+    void theFileDialogIsReadable_data()
     {
         QTest::addColumn<QPalette>("palette");
         QTest::newRow("light desktop") << QPalette(Qt::lightGray);
         QTest::newRow("dark desktop") << QPalette(QColor(40, 40, 40));
     }
-    void theFileDialogCanBeRead()
+    void theFileDialogIsReadable()
     {
         QFETCH(const QPalette, palette);
         const QPalette earlier = QApplication::palette();

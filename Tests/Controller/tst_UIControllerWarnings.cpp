@@ -39,7 +39,7 @@ MediaFolder numbered(int slot, int first, int last, int content)
     return folder(slot, QString::number(slot), files);
 }
 
-/// Two servers that no network knows: what is started for them sends nothing.
+/// Two servers that are not on the network: their tasks send nothing.
 class WarningFixture final : public WindowFixture
 {
 public:
@@ -53,7 +53,7 @@ public:
         connectServer(two);
     }
     void click() { find<QPushButton>("leftToRightButton").click(); }
-    /// Whether a task has begun to remove or to transfer.
+    /// Whether a task has started to remove or to transfer.
     [[nodiscard]] bool hasStarted() const
     {
         const auto dialogs = window->findChildren<QDialog *>();
@@ -66,7 +66,7 @@ public:
 
 } // namespace
 
-/// What is asked before a synchronisation, and what the answers do.
+/// The warning before a synchronisation, and what its answers do.
 class tst_UIControllerWarnings : public QObject
 {
     Q_OBJECT
@@ -74,7 +74,7 @@ class tst_UIControllerWarnings : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void asked_data()
+    void warningDependsOnTheChanges_data()
     {
         QTest::addColumn<QList<MediaFolder>>("source");
         QTest::addColumn<QList<MediaFolder>>("destination");
@@ -113,7 +113,7 @@ private slots:
         QTest::newRow("ten replaced, removal not asked") << ten << tenOthers << ~1U << none;
         QTest::newRow("eleven replaced, nothing asked") << eleven << elevenOthers << ~9U << none;
     }
-    void asked()
+    void warningDependsOnTheChanges()
     {
         QFETCH(const QList<MediaFolder>, source);
         QFETCH(const QList<MediaFolder>, destination);
@@ -135,7 +135,7 @@ private slots:
         QCOMPARE(modals.seen().first().title, u"Visual synchronize"_s);
     }
 
-    void theBoxSaysNoUnlessToldOtherwise()
+    void noIsTheDefaultButton()
     {
         WarningFixture fixture;
         fixture.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});
@@ -200,14 +200,14 @@ private slots:
         QCOMPARE(fixture.model.warningLevel, allWarnings);
     }
 
-    void askingNoMoreIsSavedAtOnce_data()
+    void dontAskAgainIsSavedAtOnce_data()
     {
         QTest::addColumn<int>("count");
         QTest::addColumn<quint32>("left");
         QTest::newRow("removal") << 10 << allWarnings - 1;
         QTest::newRow("large") << 11 << allWarnings - 8;
     }
-    void askingNoMoreIsSavedAtOnce()
+    void dontAskAgainIsSavedAtOnce()
     {
         QFETCH(const int, count);
         QFETCH(const quint32, left);
@@ -222,7 +222,7 @@ private slots:
         QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), left);
     }
 
-    void namesAreShownAsTheyAre_data()
+    void namesAreShownAsPlainText_data()
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("shown");
@@ -232,7 +232,7 @@ private slots:
         QTest::newRow("direction") << u"\u202Eowt\u2067"_s << u" owt "_s;
         QTest::newRow("enormous") << u"W"_s.repeated(2'000'000) << u"W"_s.repeated(4096) + u'…';
     }
-    void namesAreShownAsTheyAre()
+    void namesAreShownAsPlainText()
     {
         QFETCH(const QString, name);
         QFETCH(const QString, shown);
@@ -245,7 +245,7 @@ private slots:
         QCOMPARE(modals.seen().value(0).text, largeText(11, false).replace(u"One"_s, shown));
     }
 
-    void theAnswerCountsForWhatWasComparedBefore()
+    void theAnswerAppliesToTheEarlierComparison()
     {
         LogCapture log;
         WarningFixture fixture;
@@ -262,7 +262,7 @@ private slots:
         QVERIFY(log.texts().contains(u"Handler not found for id: "_s + destination.toString()));
     }
 
-    void theBoxGoesWithItsWindow()
+    void theBoxIsDeletedWithItsWindow()
     {
         WarningFixture fixture;
         fixture.open({numbered(0, 1, 1, 1)}, {numbered(0, 1, 1, 2)});

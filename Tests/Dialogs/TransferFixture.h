@@ -11,7 +11,7 @@
 #include <QPushButton>
 #include <QTableWidget>
 
-/// A dialog with its widgets at hand.
+/// A TransferDialog and its widgets.
 struct TransferFixture
 {
     explicit TransferFixture(int transfers = 0)

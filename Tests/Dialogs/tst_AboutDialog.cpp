@@ -65,7 +65,7 @@ private slots:
         QVERIFY(!copyright.contains(u'"') && !team.contains(u'"'));
     }
 
-    void missingCreditsLeaveTheFormsText()
+    void missingCreditsKeepTheTextOfTheForm()
     {
         takeResourcesAway();
         const auto back = qScopeGuard(bringResourcesBack);

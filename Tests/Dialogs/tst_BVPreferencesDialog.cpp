@@ -110,14 +110,14 @@ private slots:
         QVERIFY(!fixture.box(8)->isChecked());
     }
 
-    void eachBoxChangesItsBitAlone_data()
+    void eachBoxChangesOnlyItsBit_data()
     {
         QTest::addColumn<quint32>("bit");
         for (const quint32 bit : {1U, 2U, 4U, 8U})
             QTest::addRow("bit %u", bit) << bit;
     }
 
-    void eachBoxChangesItsBitAlone()
+    void eachBoxChangesOnlyItsBit()
     {
         QFETCH(quint32, bit);
         for (const quint32 level : {0U, 15U, 0xa5a5a5a5U}) {

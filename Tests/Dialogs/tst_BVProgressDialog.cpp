@@ -37,8 +37,8 @@ struct ProgressFixture
     QPushButton *cancel = buttonBox->button(QDialogButtonBox::Cancel);
 };
 
-/// Lets the delay of 500 ms pass, by a timer that runs out later than the dialog's own.
-void letTheDelayPass()
+/// Waits for a timer that fires after the dialog's delay of 500 ms.
+void waitPastTheDelay()
 {
     QTimer later;
     later.setTimerType(Qt::PreciseTimer);
@@ -71,7 +71,7 @@ private slots:
         QVERIFY(fixture.dialog.isFinished());
     }
 
-    void textsAreShownAsTheyAre()
+    void textsAreShownAsPlainText()
     {
         const auto hostile = u"<img src=\"/dev/zero\"> %1 &Go"_s;
         BVProgressDialog dialog(hostile, true, nullptr);
@@ -97,7 +97,7 @@ private slots:
         QVERIFY(fixture.dialog.isHidden());
         fixture.dialog.advance();
         fixture.dialog.advance();
-        letTheDelayPass();
+        waitPastTheDelay();
         QVERIFY(fixture.dialog.isHidden());
     }
 
@@ -113,7 +113,7 @@ private slots:
         QCOMPARE(fixture.dialog.progress(), 1);
     }
 
-    /// Timers fire in the order of their ends, however late they all are.
+    /// Timers fire in the order of their deadlines, however late they are.
     void delayIsHalfASecond()
     {
         ProgressFixture fixture;
@@ -141,7 +141,7 @@ private slots:
         auto dialog = std::make_unique<BVProgressDialog>(u"x"_s, true, nullptr);
         dialog->addSteps(1, true);
         dialog.reset();
-        letTheDelayPass();
+        waitPastTheDelay();
     }
 
     void showIfUnfinishedShowsOnlyAnUnfinishedJob()
@@ -266,7 +266,7 @@ private slots:
         QVERIFY2(different > 10, qPrintable(QString::number(different)));
     }
 
-    void everyWayOfClosingSetsTheBarBack_data()
+    void everyWayOfClosingResetsTheBar_data()
     {
         QTest::addColumn<int>("way");
         QTest::addColumn<int>("result");
@@ -277,7 +277,7 @@ private slots:
         QTest::newRow("any result") << 4 << 7;
     }
 
-    void everyWayOfClosingSetsTheBarBack()
+    void everyWayOfClosingResetsTheBar()
     {
         QFETCH(int, way);
         ProgressFixture fixture;

@@ -105,7 +105,7 @@ private slots:
         QCOMPARE(fixture.list->toPlainText(), u"third"_s);
     }
 
-    void whatAServerSentIsShownAsItIs()
+    void serverTextIsShownAsPlainText()
     {
         const auto hostile = u"<img src=\"/dev/zero\"> <b>%1</b> &amp; &Ok"_s;
         const ErrorFixture fixture(hostile, {hostile, u"<ul><li>x"_s});
@@ -187,7 +187,7 @@ private slots:
         QTest::newRow("pairs") << u"😀"_s.repeated(1'000'000);
     }
 
-    /// Unbounded, laying it out takes minutes.
+    /// Without a limit the layout takes minutes.
     void anUnbrokenWordOpensAtOnce()
     {
         QFETCH(const QString, word);
@@ -202,7 +202,7 @@ private slots:
         QCOMPARE(fixture.list->toPlainText(), u"first\n"_s + cut + u"\nlast"_s);
     }
 
-    void aFullLibraryOfFailuresIsAllThere()
+    void aFullLibraryOfFailuresIsListed()
     {
         QStringList lines;
         for (int line = 0; line < 65280; ++line)
@@ -211,15 +211,15 @@ private slots:
         QCOMPARE(fixture.list->toPlainText(), lines.join(u'\n'));
     }
 
-    void longFailuresShareTheRoom_data()
+    void longFailuresShareTheLengthLimit_data()
     {
         QTest::addColumn<QString>("text");
         QTest::newRow("unbroken") << u"W"_s.repeated(4096);
         QTest::newRow("lines") << u"\n"_s.repeated(4096);
     }
 
-    /// None is left out, but more than 16 Mi characters or 256 Ki lines are too much for a window.
-    void longFailuresShareTheRoom()
+    /// None is left out, but a window cannot show more than 16 Mi characters or 256 Ki lines.
+    void longFailuresShareTheLengthLimit()
     {
         QFETCH(const QString, text);
         QStringList lines;

@@ -104,7 +104,7 @@ private slots:
         QCOMPARE(fixture.bar->value(), 20);
     }
 
-    void labelsShowWhatAServerSentAsItIs()
+    void labelsShowServerTextAsPlainText()
     {
         TransferFixture fixture;
         const auto hostile = u"%1 <img src=\"/dev/zero\"> - <b>%n</b> "_s;

@@ -190,7 +190,7 @@ QImage takeFileDialog(const TakeDialog &take)
     return takeModal([&] { childOf<QPushButton>(fixture.bankA(), "addButton").click(); }, take);
 }
 
-/// The completions of the file dialog after the first letter of a name.
+/// The completions for the start of a file name.
 QImage takeCompletions(QDialog &dialog)
 {
     auto *const name = dialog.findChild<QLineEdit *>(u"fileNameEdit"_s);

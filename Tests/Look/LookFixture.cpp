@@ -53,7 +53,7 @@ Server stageServer(const QString &name, int number, const QStringList &folderNam
         QPixmapCache::insert(u"thumbnail+"_s + hash, drawnThumbnail(i + 1));
         files.append(visual(slot, titles[i], hash));
     }
-    // A constant UUID, so that all runs give the same pictures.
+    // Fixed, so that every run takes the same pictures.
     Server server(QUuid::createUuidV5(QUuid(), name), QHostAddress(loopback(number)), 8, name);
     server.hash = hashOf(1000);
     for (int slot = 0; slot < folderNames.size(); ++slot)
@@ -93,7 +93,7 @@ LookFixture::LookFixture(const QList<Server> &servers, const View &view)
             controller().serverUpdateFpsStats(uuid, 59.94F, 60, 60, true);
     }
     view.choose(*window);
-    // Away from its position in the previous scene.
+    // The previous scene may have moved it.
     QCursor::setPos(QGuiApplication::primaryScreen()->geometry().bottomRight());
     window->show();
     (void)waitForKeyboard(*window);

@@ -9,11 +9,11 @@
 #include <QComboBox>
 #include <QPushButton>
 
-/// A drawn thumbnail with sky, sun and hills, whose colours depend on the number.
+/// A thumbnail as a server creates it: sky, sun and hills, in other colours for each number.
 [[nodiscard]] QPixmap drawnThumbnail(int number);
 
-/// A server with folders of those names from slot 0. Each folder has all titles from slot 1; every
-/// fifth slot is empty unless there are 255 titles. Puts drawn thumbnails into the pixmap cache.
+/// A server with folders of those names, from slot 0 on. Each has all titles, from slot 1 on, and
+/// skips every fifth slot unless there are titles for all. Their drawn thumbnails are cached.
 [[nodiscard]] Server stageServer(const QString &name, int number, const QStringList &folderNames,
                                  const QStringList &titles);
 
@@ -46,7 +46,7 @@ struct View
 /// All six views, the lists first.
 [[nodiscard]] QList<View> allViews();
 
-/// The visible main window with connected servers, of which the first two are selected.
+/// The visible main window with connected servers, of which the banks show the first two.
 class LookFixture final : public WindowFixture
 {
 public:

@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The thumbnail of a photograph: its middle part in the size of a server's thumbnails.
+/// The thumbnail that a server creates of a photograph: its middle, in the size of a thumbnail.
 QByteArray thumbnailOf(const QString &path)
 {
     constexpr QSize size(128, 96);
@@ -52,7 +52,7 @@ constexpr Photograph photographs[] = {
     {"umang_by_Abhishek_Mudgal.jpg", "Colours"},
 };
 
-/// The titles and thumbnails of the photographs that exist.
+/// The photographs that exist, as a server sends them.
 struct Album
 {
     QStringList titles;
@@ -72,7 +72,7 @@ Album album(const QDir &directory)
     return result;
 }
 
-/// Two folders. The first has that name and all photographs except number `missing`.
+/// Two folders. The first has that name and all photographs but one.
 QList<MediaFolder> foldersOf(const Album &album, const QString &name, int missing)
 {
     QList<Visual> files;
@@ -84,7 +84,7 @@ QList<MediaFolder> foldersOf(const Album &album, const QString &name, int missin
     return {folder(0, name, files), folder(1, u"Loops"_s)};
 }
 
-/// Two servers with photographs, whose folders are opened in the main window.
+/// Two servers with photographs, opened in the main window.
 class PhotographFixture final : public ControllerFixture
 {
 public:

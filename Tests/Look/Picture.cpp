@@ -21,7 +21,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The stacking order: windows with a higher number are above the others.
+/// A higher number is further up on the screen.
 int layer(const QWidget *widget)
 {
     switch (widget->windowType()) {
@@ -88,7 +88,7 @@ bool waitForKeyboard(const QWidget &window)
 
 QImage pictureOf(QWidget &widget)
 {
-    // The first grab computes the layout of widgets that have not been shown yet.
+    // The first grab lays out widgets that were not shown yet.
     (void)widget.grab();
     QImage picture = widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
     picture.setDevicePixelRatio(1);

@@ -8,29 +8,29 @@
 
 class QWidget;
 
-/// Sets what would otherwise depend on the machine or the time: style, language and the blinking
-/// cursor. Call it once before the first widget is created.
+/// Fixes what would differ between machines or moments: style, language and blinking cursor. Call
+/// it once, before the first widget is created.
 void setUpAppearance();
 
-/// The missing fonts of the pictures; empty if all are available. FONTCONFIG_FILE must be
-/// Tests/Look/fonts.conf.
+/// The missing fonts, empty if all exist. Tests/Look/fonts.conf names them, and FONTCONFIG_FILE has
+/// to name that file.
 [[nodiscard]] QStringList missingFonts();
 
-/// Waits until a shown window is active and its widget has the focus; false after ten seconds. The
-/// platform activates a window before Qt sets the focus.
+/// Waits until a shown window has the keyboard focus; false after ten seconds. The platform calls a
+/// window active before Qt gives it the focus.
 [[nodiscard]] bool waitForKeyboard(const QWidget &window);
 
-/// A widget as it is shown, in pixels of the screen.
+/// One widget as the screen shows it, in device pixels.
 [[nodiscard]] QImage pictureOf(QWidget &widget);
 
-/// All visible windows, with open lists, menus and the tool tip.
+/// All windows on the screen, open lists and menus, and the tool tip.
 [[nodiscard]] QImage screenPicture();
 
-/// The differences between two pictures.
+/// The difference between two pictures.
 struct Difference
 {
-    qint64 pixels = 0; ///< number of pixels that differ by more than rounding
-    double share = 0;  ///< share of these pixels, from 0 to 1; 1 for pictures of different sizes
+    qint64 pixels = 0; ///< how many differ by more than rounding
+    double share = 0;  ///< of all pixels, from 0 to 1; 1 for pictures of different sizes
     QImage picture;    ///< the new picture, faint, with these pixels in red
 };
 

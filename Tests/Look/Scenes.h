@@ -9,12 +9,12 @@
 
 #include <functional>
 
-/// A state of the real windows of which a picture is taken.
+/// One picture that an operator may see, taken of the real windows.
 struct Scene
 {
     QString name;                 ///< lower case with hyphens; also the name of the picture's file
-    std::function<QImage()> take; ///< returns a null picture if the scene could not be set up
-    bool golden = false;          ///< whether the test compares it with a golden picture
+    std::function<QImage()> take; ///< a null picture if the scene failed
+    bool golden = false;          ///< whether the picture is compared with the one that is kept
 };
 
 /// The main window: views, sizes, levels, names, servers, menus and lists.
@@ -23,6 +23,6 @@ struct Scene
 /// Every dialog and every kind of message.
 [[nodiscard]] QList<Scene> dialogScenes();
 
-/// The main window with thumbnails of photographs, fetched from two servers; empty if the directory
-/// has none of these photographs.
+/// The main window with thumbnails of real photographs, downloaded from two servers; empty if the
+/// directory has none of them.
 [[nodiscard]] QList<Scene> photographScenes(const QString &directory);

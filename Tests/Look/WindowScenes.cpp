@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// A library whose names test the layout.
+/// A library with difficult names.
 struct Names
 {
     QString name;
@@ -136,7 +136,7 @@ QImage takePointedRow()
     return fixture.picture();
 }
 
-/// The banks are disabled while thumbnails are loaded.
+/// During the download of thumbnails both banks are disabled.
 QImage takeWaiting()
 {
     LookFixture fixture(usualServers());

@@ -70,8 +70,8 @@ bool writeSheet(const QList<Scene> &scenes, const QDir &pictures)
 
 } // namespace
 
-/// Writes the pictures of all scenes, or only of the golden ones, as PNG files, or an overview of
-/// pictures at three scales. The exit code is 1 if a picture could not be taken.
+/// Writes the pictures of all scenes, or only the golden ones, as PNG files; or puts those of three
+/// scales on one sheet. The exit code is 1 if a picture could not be taken.
 int main(int argc, char *argv[])
 {
     const QApplication application(argc, argv);

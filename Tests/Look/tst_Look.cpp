@@ -10,8 +10,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// Compares the windows and dialogs with golden pictures. After an intended change update them with
-/// `Scripts/screenshots.sh --golden`.
+/// The windows and dialogs look like their golden pictures. After an intended change
+/// `Scripts/screenshots.sh --golden` takes these again.
 class TestLook final : public QObject
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ private slots:
     }
     void init() { failOnAnyWarning(); }
 
-    void sceneMatchesGoldenPicture_data()
+    void matchesTheGoldenPicture_data()
     {
         QTest::addColumn<Scene>("scene");
         for (const Scene &scene : windowScenes() + dialogScenes()) {
@@ -34,7 +34,7 @@ private slots:
         }
     }
 
-    void sceneMatchesGoldenPicture()
+    void matchesTheGoldenPicture()
     {
         QFETCH(const Scene, scene);
         const QImage golden(
@@ -54,7 +54,7 @@ private slots:
     }
 
 private:
-    /// Fewer than the pixels of a missing letter or line.
+    /// Smaller than any sign, letter or edge that an operator would miss.
     static constexpr qint64 allowedPixels = 10;
 };
 

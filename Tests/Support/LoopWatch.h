@@ -10,8 +10,8 @@
 #include <algorithm>
 #include <chrono>
 
-/// Measures how long the event loop of this thread stands still: a timer fires each millisecond,
-/// and the longest time between two of its calls is kept. A nested event loop counts as running.
+/// Measures how long the event loop of this thread does not run: a timer fires each millisecond,
+/// and the longest time between two calls is kept. A nested event loop counts as running.
 class LoopWatch final : public QObject
 {
 public:

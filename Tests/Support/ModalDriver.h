@@ -14,7 +14,7 @@
 
 class QDialog;
 
-/// What a modal dialog showed at the moment that it was answered.
+/// What a modal dialog showed when it was answered.
 struct SeenDialog
 {
     QString type;        ///< class name, such as "QMessageBox"
@@ -25,8 +25,8 @@ struct SeenDialog
     QMessageBox::Icon icon = QMessageBox::NoIcon; ///< of a message box
 };
 
-/// Answers modal dialogs that open in a nested event loop, so that a test can call code that asks
-/// the operator something.
+/// Answers modal dialogs that open in a nested event loop, so that a test can call code that opens
+/// a dialog.
 ///
 ///     ModalDriver modals;
 ///     modals.press(QMessageBox::Yes).press(u"OK"_s);
@@ -34,10 +34,11 @@ struct SeenDialog
 ///     QCOMPARE(modals.seen().size(), 2);
 ///
 /// Orders are used up first in, first out, one for each dialog that appears. The dialogs that show
-/// progress (BVProgressDialog, TransferDialog) are left alone: they ask nothing.
+/// progress (BVProgressDialog, TransferDialog) are ignored: they ask nothing.
 ///
 /// Nothing hangs: a dialog without an order, or one that stays open after its answer, fails the
-/// test after the bound and is closed; so does an order that was never used when the driver goes.
+/// test after the bound and is closed. An order that is still unused when the driver is deleted
+/// fails the test, too.
 class ModalDriver final : public QObject
 {
     Q_OBJECT

@@ -7,9 +7,9 @@
 #include <QEvent>
 #include <QObject>
 
-/// Keeps QPixmapCache from forgetting: half a minute after its first picture a timer throws the
-/// oldest one out, and then more, however much room there is. A test that has put a picture there
-/// counts on it, and on a busy machine a test program runs longer than that.
+/// Keeps QPixmapCache from dropping pictures: half a minute after its first picture a timer removes
+/// the oldest one, and then more, even if there is room. A test relies on the pictures that it has
+/// cached, and on a busy machine it runs longer than that.
 class PictureMemory final : public QObject
 {
 public:

@@ -7,7 +7,7 @@
 
 #include <cmath>
 
-/// How many pixels of two pictures of one size differ so much in brightness that an eye sees it.
+/// How many pixels of two pictures of the same size differ visibly in brightness.
 [[nodiscard]] inline int visiblyDifferentPixels(const QImage &one, const QImage &other)
 {
     int count = 0;
@@ -24,7 +24,7 @@
     return 0.2126 * part(qRed(rgb)) + 0.7152 * part(qGreen(rgb)) + 0.0722 * part(qBlue(rgb));
 }
 
-/// Contrast between the brightest and the darkest pixel, from 1 to 21. Text can be read from 4.5.
+/// Contrast between the brightest and the darkest pixel, from 1 to 21. Text is readable from 4.5.
 [[nodiscard]] inline double contrast(const QImage &image)
 {
     double darkest = 1;

@@ -11,7 +11,7 @@
 #include <QPushButton>
 #include <QTest>
 
-/// Counts how often a progress dialog came onto the screen.
+/// Counts how often a progress dialog was shown.
 class ShownDialogs final : public QObject
 {
 public:

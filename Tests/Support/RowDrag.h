@@ -11,11 +11,11 @@
 
 #include <chrono>
 
-/// Drags by the mouse, as a hand does, from one point of a shown window to another. Returns whether
-/// the gesture became a drag. If the drop asks the operator something, it returns after the answer.
+/// Drags with the mouse from one point of a shown window to another. Returns whether a drag
+/// started. If the drop opens a dialog, it returns after the answer.
 ///
-/// Only a platform with real drag and drop will do, such as `minimal`; the offscreen one ends every
-/// drag before it begins.
+/// Needs a platform with real drag and drop, such as `minimal`; the offscreen platform ends every
+/// drag at once.
 [[nodiscard]] inline bool drag(const WindowFixture &fixture, const QPoint &from, const QPoint &to)
 {
     QWindow *window = fixture.window->windowHandle();
@@ -40,7 +40,7 @@
     return dragging;
 }
 
-/// The same between the middles of two rows, both of which have to be in view.
+/// The same between the middles of two visible rows.
 [[nodiscard]] inline bool dragRow(const WindowFixture &fixture, const BVServerBank &fromBank,
                                   int fromRow, const BVServerBank &toBank, int toRow)
 {

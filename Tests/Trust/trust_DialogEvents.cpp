@@ -28,7 +28,7 @@ constexpr auto executePath = "/brenvoka/execute.html";
 constexpr auto notifierPath = "/brenvoka/notifier.html";
 constexpr auto uploadPath = "/brenvoka/upload.html";
 
-/// What bank B's server lacks: folder 3 has two visuals, folder 1 has twelve.
+/// Folder 1 has twelve visuals, which bank B's server lacks, and folder 3 has two.
 QList<MediaFolder> fullLibrary(int hashOffset = 0)
 {
     QList<Visual> many;
@@ -48,8 +48,8 @@ QList<MediaFolder> otherLibrary(int hashOffset = 0)
                {cachedVisual(3, u"Sunset"_s, 30 + hashOffset), cachedVisual(7, u"Bridge"_s, 7)})};
 }
 
-/// The first dialog that is open, for as long as it lives, is the subject: `onOpen` gets it once.
-/// Messages and file dialogs that open later are closed; the texts of messages are kept.
+/// The first dialog that opens is the subject until it is deleted: `onOpen` is called with it once.
+/// Messages and file dialogs that open later are closed; the texts of messages are recorded.
 class Watcher final : public QObject
 {
 public:
@@ -129,7 +129,7 @@ public:
             qFatal("cannot write %s", qPrintable(content.fileName()));
         return content.fileName();
     }
-    /// Waits until the client has handled everything that the server sent before.
+    /// Waits until the program has handled everything that the server sent before.
     [[nodiscard]] bool isHeard(PlayedServer &server)
     {
         const int mark = ++marks;
@@ -138,8 +138,8 @@ public:
         return waitFor(
             [&] { return controller().connectedServer(server.uuid).graphFps == float(mark); });
     }
-    /// The same for a server other than the first, so that the client has had the time for what the
-    /// first one sent.
+    /// The same for another server than the first, which gives the program time for the messages of
+    /// the first.
     [[nodiscard]] bool isAnotherServerHeard()
     {
         for (PlayedServer *const server : {&two, &three}) {
@@ -162,7 +162,7 @@ private:
     int marks = 0;
 };
 
-/// A command on the wire, as a text such as "one 2 3/5": server, type, folder and slot.
+/// The commands that were sent, as texts such as "one 2 3/5": server, type, folder and slot.
 using Orders = std::set<QString>;
 
 void addOrders(Orders &orders, const PlayedServer &server, const QString &name)
@@ -177,7 +177,7 @@ void addOrders(Orders &orders, const PlayedServer &server, const QString &name)
         orders.insert(name + u" upload"_s);
 }
 
-/// What may happen while a dialog is open.
+/// An event while a dialog is open.
 struct Happening
 {
     const char *name;
@@ -197,7 +197,7 @@ bool changeLibrary(DialogFixture &fixture, PlayedServer &server, const QList<Med
            }));
 }
 
-/// A library that was on its way brings a server back at once, which opens another stream.
+/// A library download that finishes later reconnects the server, which opens another stream.
 bool reset(DialogFixture &fixture, PlayedServer &server)
 {
     const auto streams = [&] { return server.wire.requests(notifierPath).size(); };
@@ -237,7 +237,7 @@ const Happening happenings[] = {
      [](DialogFixture &f) { return f.connectServer(f.three, u"Three"_s, fullLibrary()); }},
 };
 
-/// A dialog, how it is opened, what it says, how it is confirmed, and the commands that may go out
+/// A dialog: how it is opened, its text, how it is confirmed, and the commands that may be sent
 /// before (`sent`) and after it was confirmed (`confirmed`).
 struct Subject
 {
@@ -269,7 +269,7 @@ void startRemoval(DialogFixture &fixture)
     fixture.click("removeButton");
 }
 
-/// Carries out the removals that were held, and from now on any other at once.
+/// Answers the open removals, and from now on all others at once.
 void answerHeld(DialogFixture &fixture)
 {
     fixture.one.accept();
@@ -423,9 +423,9 @@ const QStringList knownMessages{
 
 } // namespace
 
-/// Servers come, go and change while a dialog is open: every dialog with every event, refused and
-/// confirmed; in the short form one of the two. Nothing is sent that was not confirmed, and every
-/// text is as it should be.
+/// Servers appear, are lost and change while a dialog is open: every dialog with every event,
+/// refused and confirmed; in the short form only one of the two. Only confirmed commands are sent,
+/// and every text is known.
 class trust_DialogEvents : public QObject
 {
     Q_OBJECT
@@ -474,7 +474,7 @@ private slots:
         EVENTUALLY(happened);
         QCOMPARE(watcher.subjectText, QString::fromUtf8(about.text));
 
-        // A task whose server has gone, or was never answered, waits for Cancel.
+        // A task whose server is lost or never answers waits for Cancel.
         const auto isOver = [&] {
             if (fixture.isTaskRunning() && !fixture.one.wire.requests(executePath).isEmpty())
                 fixture.one.accept();
@@ -493,7 +493,7 @@ private slots:
         Orders allowed = about.sent;
         if (confirms)
             allowed.insert(about.confirmed.begin(), about.confirmed.end());
-        allowed.insert({u"one 4 /"_s, u"two 4 /"_s, u"three 4 /"_s}); // a cancel harms nobody
+        allowed.insert({u"one 4 /"_s, u"two 4 /"_s, u"three 4 /"_s}); // a cancel is always allowed
         for (const QString &order : orders)
             QVERIFY2(allowed.contains(order), qPrintable(order));
         for (const QString &message : std::as_const(watcher.messages))

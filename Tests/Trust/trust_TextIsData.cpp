@@ -18,7 +18,7 @@ namespace {
 
 constexpr qsizetype longest = 4096;
 
-/// Texts that would do something if they were anything but data.
+/// Texts that would have an effect if they were not treated as data.
 QStringList payloads()
 {
     const QString alphabet = u"0123456789abcdef"_s;
@@ -67,7 +67,7 @@ QStringList payloads()
     return texts;
 }
 
-/// What a name must not contain where it is shown.
+/// The characters that a shown name must not contain.
 bool isHarmless(const QString &shown)
 {
     static const QRegularExpression harmful(
@@ -76,7 +76,7 @@ bool isHarmless(const QString &shown)
     return !shown.contains(harmful);
 }
 
-/// Whether the name is there as it was sent, but for what is harmful and what is too long.
+/// Whether the name is shown as sent, except for harmful characters and excess length.
 bool showsName(const QString &text, const QString &name)
 {
     if (!isHarmless(text))
@@ -93,9 +93,9 @@ MediaFolder folderNamed(const QString &name, int hashNumber)
 
 } // namespace
 
-/// Forty texts, or some of them in the short form, as the names of servers, folders and visuals and
-/// as the text of an error, in every place where one is shown: in rows, above them, in the boxes,
-/// in questions, messages and details.
+/// Forty texts, or some of them in the short form, as names of servers, folders and visuals and as
+/// texts of errors, wherever they are shown: in rows, headers, boxes, warnings, messages and
+/// details.
 class trust_TextIsData : public QObject
 {
     Q_OBJECT

@@ -24,22 +24,22 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// A window's tree as a screen reader walks it, and what is missing there.
+/// Walks the accessible tree of a window as a screen reader does and collects missing names.
 class Walk final
 {
 public:
     explicit Walk(QWidget &window) { visit(*QAccessible::queryAccessibleInterface(&window)); }
 
     int nodes = 0;
-    QString missing;     ///< one line for each name or tool tip that should be there
-    QStringList sayings; ///< name and description of everything
+    QString missing;   ///< one line for each name or tool tip that should be there
+    QStringList texts; ///< all names and descriptions
 
 private:
     void visit(QAccessibleInterface &node)
     {
         ++nodes;
         const QString name = node.text(QAccessible::Name);
-        sayings.append(name + u" | "_s + node.text(QAccessible::Description));
+        texts.append(name + u" | "_s + node.text(QAccessible::Description));
         if (name.trimmed().isEmpty() && !isStructure(node))
             missing += label(node) + u": no name\n"_s;
         if (needsToolTip(node) && static_cast<QWidget *>(node.object())->toolTip().isEmpty())
@@ -54,7 +54,7 @@ private:
         return node.object() ? node.object()->objectName() + u" of role "_s + role : role;
     }
 
-    /// What only holds other things together, and scroll bars, which the keys do without.
+    /// Containers, and scroll bars, which the keyboard does not need.
     static bool isStructure(const QAccessibleInterface &node)
     {
         switch (node.role()) {
@@ -72,7 +72,7 @@ private:
         }
     }
 
-    /// What is on show and has no text that says what it is.
+    /// Visible objects without a text that says what they are.
     static bool needsToolTip(const QAccessibleInterface &node)
     {
         if (!qobject_cast<QWidget *>(node.object()) || node.state().invisible)
@@ -92,7 +92,7 @@ private:
     }
 };
 
-QString missingOnScreen()
+QString missingInShownWindows()
 {
     QString missing;
     for (QWidget *const window : QApplication::topLevelWidgets()) {
@@ -120,7 +120,7 @@ public:
 
 } // namespace
 
-/// That nothing which can be operated, or which tells something, is left without a name.
+/// Every control and every information has an accessible name.
 class tst_AccessibleNames final : public QObject
 {
     Q_OBJECT
@@ -128,7 +128,7 @@ class tst_AccessibleNames final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void whatIsMissingIsSeen()
+    void missingNamesAreFound()
     {
         const WindowFixture fixture;
         QVERIFY(fixture.window->centralWidget());
@@ -186,7 +186,7 @@ private slots:
             const QString other = first ? u"bank B"_s : u"bank A"_s;
             QCOMPARE(bank.accessibleName().toLower(), own.toLower());
             const Walk walk(bank);
-            QVERIFY(walk.sayings.filter(other, Qt::CaseInsensitive).isEmpty());
+            QVERIFY(walk.texts.filter(other, Qt::CaseInsensitive).isEmpty());
             for (const char *name :
                  {"serverComboBox", "serverStatusLabel", "mediaListWidget", "removeButton",
                   "addButton", "gpuValueLabel", "cpuValueLabel"}) {
@@ -195,7 +195,7 @@ private slots:
                 QVERIFY2(node.text(QAccessible::Description).contains(own), name);
             }
         }
-        // Those between the banks name both, and which of the two is changed.
+        // The buttons between the banks name both, and which one is changed.
         for (const char *name : {"leftToRightButton", "rightToLeftButton"}) {
             const QString tip = fixture.find<QPushButton>(name).toolTip();
             const bool toB = QLatin1StringView(name) == "leftToRightButton"_L1;
@@ -221,16 +221,16 @@ private slots:
         QCOMPARE(described(), QString());
     }
 
-    void labelsSayWhichServerTheySpeakOf()
+    void labelsNameTheirServer()
     {
         AccessibleFixture fixture;
         BVServerBank &bank = fixture.bankA();
         bank.setConnectionStatus(true, 25, 50);
         const Walk walk(bank);
-        for (const QString &saying : {u"Connected | Connection to the server of bank A"_s,
-                                      u"25.00 | CPU frame rate of the server in bank A"_s,
-                                      u"50.00 | GPU frame rate of the server in bank A"_s})
-            QVERIFY2(walk.sayings.contains(saying), qPrintable(saying));
+        for (const QString &text : {u"Connected | Connection to the server of bank A"_s,
+                                    u"25.00 | CPU frame rate of the server in bank A"_s,
+                                    u"50.00 | GPU frame rate of the server in bank A"_s})
+            QVERIFY2(walk.texts.contains(text), qPrintable(text));
     }
 
     void transferDialogHasItsNames()
@@ -243,9 +243,9 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
         const Walk walk(dialog);
         QCOMPARE(walk.missing, QString());
-        QCOMPARE(walk.sayings.filter(u"Stage - Visual"_s).size(), 5);
-        QVERIFY(walk.sayings.contains(u"Visual | "_s) && walk.sayings.contains(u"State | "_s));
-        QVERIFY(walk.sayings.contains(u"40% | "_s));
+        QCOMPARE(walk.texts.filter(u"Stage - Visual"_s).size(), 5);
+        QVERIFY(walk.texts.contains(u"Visual | "_s) && walk.texts.contains(u"State | "_s));
+        QVERIFY(walk.texts.contains(u"40% | "_s));
     }
 
     void progressDialogHasItsNames()
@@ -255,8 +255,8 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
         const Walk walk(dialog);
         QCOMPARE(walk.missing, QString());
-        QVERIFY(walk.sayings.contains(u"Removing visuals | "_s));
-        QVERIFY(!walk.sayings.filter(u"Progress | "_s).isEmpty());
+        QVERIFY(walk.texts.contains(u"Removing visuals | "_s));
+        QVERIFY(!walk.texts.filter(u"Progress | "_s).isEmpty());
     }
 
     void errorDialogHasItsNames()
@@ -268,7 +268,7 @@ private slots:
         QVERIFY(dialog.findChild<QWidget *>(u"errorDetailsList"_s)->isVisible());
         const Walk walk(dialog);
         QCOMPARE(walk.missing, QString());
-        QVERIFY(walk.sayings.contains(u"Nothing works | "_s));
+        QVERIFY(walk.texts.contains(u"Nothing works | "_s));
     }
 
     void preferencesHaveTheirNames()
@@ -277,7 +277,7 @@ private slots:
         QString missing = u"never shown"_s;
         ModalDriver modals;
         modals.answer([&](QDialog &dialog) {
-            missing = missingOnScreen();
+            missing = missingInShownWindows();
             dialog.reject();
         });
         fixture.window->openPreferences();
@@ -290,7 +290,7 @@ private slots:
         QString missing = u"never shown"_s;
         ModalDriver modals;
         modals.answer([&](QDialog &dialog) {
-            missing = missingOnScreen();
+            missing = missingInShownWindows();
             dialog.reject();
         });
         fixture.find<QAction>("actionAbout").trigger();
@@ -321,7 +321,7 @@ private slots:
         fixture.find<QPushButton>(QTest::currentDataTag()).click();
         QVERIFY(walk);
         QCOMPARE(walk->missing, QString());
-        QVERIFY(walk->sayings.contains(u"Warning | "_s));
+        QVERIFY(walk->texts.contains(u"Warning | "_s));
         QCOMPARE(modals.seen().constLast().title, title);
     }
 };

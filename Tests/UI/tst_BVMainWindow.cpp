@@ -18,7 +18,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// The main window: what stands in it, and what its buttons and menus do.
+/// The main window: its geometry, and what its buttons and menus do.
 class tst_BVMainWindow final : public QObject
 {
     Q_OBJECT
@@ -26,7 +26,7 @@ class tst_BVMainWindow final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void transferButtonsAreOffAtStart()
+    void transferButtonsAreDisabledAtStart()
     {
         WindowFixture fixture;
         QVERIFY(!fixture.find<QPushButton>("leftToRightButton").isEnabled());
@@ -38,7 +38,7 @@ private slots:
         QVERIFY(fixture.find<QPushButton>("rightToLeftButton").isEnabled());
     }
 
-    void transferButtonsGoTogether()
+    void transferButtonsAreEnabledTogether()
     {
         const WindowFixture fixture;
         for (const bool enabled : {true, false}) {
@@ -48,7 +48,7 @@ private slots:
         }
     }
 
-    void cannotBeSmallerAndSharesItsWidth()
+    void hasAMinimumSizeAndBanksOfEqualWidth()
     {
         WindowFixture fixture;
         QCOMPARE(fixture.window->size(), QSize(1163, 674));
@@ -66,7 +66,7 @@ private slots:
         QVERIFY(fixture.bankA().width() > 700);
     }
 
-    void standsAsTheFormSays()
+    void geometryFollowsTheForm()
     {
         const WindowFixture fixture;
         QCOMPARE(fixture.window->windowTitle(), u"Zorvik Brenvoka"_s);
@@ -101,7 +101,7 @@ private slots:
         QCOMPARE(fixture.find<QAction>("actionQuit").shortcut(), QKeySequence(u"Ctrl+Q"_s));
     }
 
-    void everyPictureIsThere()
+    void everyPictureExists()
     {
         QVERIFY(!QPixmap(u":/icons/Brenvoka.png"_s).isNull());
         QVERIFY(!QPixmap(u":/bitmaps/Bin/bitmap/bitmaps/zorvikLogo.png"_s).isNull());
@@ -139,7 +139,7 @@ private slots:
         fixture.model.warningLevel = 0xF0000005;
         fixture.model.save();
         const QStringList before = settings();
-        fixture.model.selectedIconSize = 0; // would reach the file with a save
+        fixture.model.selectedIconSize = 0; // a save would write it
         ModalDriver modals;
         modals.answer(tick("checkBoxWarnMove", QDialogButtonBox::Cancel)).escape();
 
@@ -164,7 +164,7 @@ private slots:
         QVERIFY(settings().contains(u"warningLevel=4026531847"_s));
     }
 
-    void aboutDialogIsMadeOnce()
+    void aboutDialogIsCreatedOnce()
     {
         const WindowFixture fixture;
         QCOMPARE(fixture.window->findChildren<AboutDialog *>().size(), 1);

@@ -20,7 +20,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// The dark look of the main window, and whether what stands in it can be read.
+/// The dark look of the main window, and whether its texts are readable.
 class tst_BVMainWindowLook final : public QObject
 {
     Q_OBJECT
@@ -64,7 +64,7 @@ private slots:
         QVERIFY(contrast(grab(fixture, button)) < enabled / 1.5);
     }
 
-    void toolTipsCanBeRead()
+    void toolTipsAreReadable()
     {
         WindowFixture fixture;
         QVERIFY(fixture.show());
@@ -80,7 +80,7 @@ private slots:
         QToolTip::hideText();
     }
 
-    /// Where the desktop brings no file dialog of its own, Qt's stands in the dark window.
+    /// Without a file dialog of the desktop, Qt's dialog is used.
     void fileDialogIsDark()
     {
         WindowFixture fixture;
@@ -102,7 +102,7 @@ private slots:
         EVENTUALLY(contrast(dialog.grab(firstName).toImage()) >= 4.5);
     }
 
-    /// What is offered under the name box stands in a window of its own.
+    /// The completions of the name box are in a separate window.
     void completionsOfTheFileDialogAreDark()
     {
         WindowFixture fixture;
@@ -134,15 +134,15 @@ private slots:
         QVERIFY(dialog.isVisible());
     }
 
-    void textsCanBeRead_data()
+    void textsAreReadable_data()
     {
         QTest::addColumn<QByteArray>("widget");
         for (const char *name : {"menuBar", "menuFile", "menuHelp", "mediaListFolder",
                                  "middleCpuGpuLabel", "serverComboBox"})
             QTest::newRow(name) << QByteArray(name);
     }
-    /// Some pixels of each text stand out from its background as far as WCAG asks of normal text.
-    void textsCanBeRead()
+    /// Some pixels of each text have the contrast that WCAG requires of normal text.
+    void textsAreReadable()
     {
         QFETCH(const QByteArray, widget);
         WindowFixture fixture;

@@ -13,7 +13,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// A screen with two pixels to a point gets the pictures of double density.
+/// On a screen with a device pixel ratio of 2 the pictures of double density are used.
 class tst_BVMainWindowSharp final : public QObject
 {
     Q_OBJECT
@@ -112,7 +112,7 @@ private slots:
     }
 
 private:
-    /// The pixels of a picture, whatever they measure in points.
+    /// The pixels of a picture, regardless of its device pixel ratio.
     static QImage pixelsOf(QImage image)
     {
         image.setDevicePixelRatio(1);

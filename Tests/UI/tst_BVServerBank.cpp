@@ -17,7 +17,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What a bank offers and reports, and when its buttons can be used.
+/// What a bank offers and reports, and when its buttons are enabled.
 class tst_BVServerBank final : public QObject
 {
     Q_OBJECT
@@ -25,7 +25,7 @@ class tst_BVServerBank final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void standsAsTheFormSays()
+    void geometryFollowsTheForm()
     {
         BVServerBank bank;
         QCOMPARE(bank.size(), QSize(548, 747));
@@ -62,7 +62,7 @@ private slots:
         }
     }
 
-    void staysOffWithoutController()
+    void staysDisabledWithoutController()
     {
         const BVServerBank bank;
         QCOMPARE(bank.currentFolder, -1);
@@ -88,7 +88,7 @@ private slots:
                  (QStringList{u"cpugpuLayout"_s, u"-"_s, u"buttonLayout"_s}));
     }
 
-    void tellsWhatItsControlsDo()
+    void controlsDescribeThemselves()
     {
         const WindowFixture fixture;
         for (const char *name :
@@ -171,7 +171,7 @@ private slots:
 
     void choosingAServerIsReportedAndLogged()
     {
-        // Held requests: both servers take the stream's connection and say nothing.
+        // Open requests: both servers accept the stream's connection and send nothing.
         const WireServer firstPeer(loopback(6));
         const WireServer secondPeer(loopback(7));
         WindowFixture fixture;
@@ -253,7 +253,7 @@ private slots:
         QVERIFY(childOf<QPushButton>(fixture.bankA(), "removeButton").isEnabled());
     }
 
-    void uploadButtonStaysOffAtTheFoldersLevel()
+    void uploadButtonStaysDisabledAtTheFoldersLevel()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
@@ -274,7 +274,7 @@ private slots:
         QVERIFY(button.isEnabled());
     }
 
-    void uploadButtonIsOnAfterAChangeOfContent()
+    void uploadButtonIsEnabledAfterAChangeOfContent()
     {
         WindowFixture fixture;
         const Server server = sampleServer(u"Stage left"_s, loopback(11));
@@ -285,7 +285,7 @@ private slots:
         const auto &button = childOf<QPushButton>(fixture.bankA(), "addButton");
         QVERIFY(!button.isEnabled());
 
-        // With the thumbnails outstanding the rows and their selection are still there.
+        // Until the thumbnails arrive, the rows and their selection stay.
         QPixmapCache::remove("thumbnail+"_L1 + hashOf(3));
         const WireServer peer(loopback(11));
         fixture.bankA().serverContentChanged(server.uuid);
@@ -318,7 +318,7 @@ private slots:
     {
         WindowFixture fixture;
         Server server = sampleServer(u"Stage left"_s, loopback(13));
-        server.folders.removeAt(1); // folder 3 now stands at position 2
+        server.folders.removeAt(1); // moves folder 3 to position 2
         fixture.connectServer(server);
         QVERIFY(fixture.show());
         fixture.controller().folderChanged(3);

@@ -11,7 +11,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// Drags inside the window as a hand makes them, on a platform that has real drag and drop.
+/// Drags with the mouse inside the window, on a platform that has real drag and drop.
 class tst_BVServerBankDrag final : public QObject
 {
     Q_OBJECT

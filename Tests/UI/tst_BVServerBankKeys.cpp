@@ -16,7 +16,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Two servers in the window, with the keyboard in the list of bank A.
+/// Two servers in the window, with the focus in the list of bank A.
 class KeyFixture final : public WindowFixture
 {
 public:
@@ -30,7 +30,7 @@ public:
     {
         QTest::keyClick(&list, key, modifiers);
     }
-    /// Puts the keyboard on a row without selecting it.
+    /// Makes a row the current one without selecting it.
     void stepTo(int row) { list.setCurrentRow(row, QItemSelectionModel::NoUpdate); }
     [[nodiscard]] QList<int> selected(const BVServerBank &bank) const
     {
@@ -47,7 +47,7 @@ constexpr int backRow = 0;
 
 } // namespace
 
-/// What the keyboard does in the list of a bank.
+/// What keys do in the list of a bank.
 class tst_BVServerBankKeys final : public QObject
 {
     Q_OBJECT
@@ -155,7 +155,7 @@ private slots:
         QCOMPARE(modals.seen().size(), 2);
         QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
         QCOMPARE(modals.seen().first().text, modals.seen().last().text);
-        fixture.window->activateWindow(); // done by a window manager otherwise
+        fixture.window->activateWindow(); // a window manager would do this
         EVENTUALLY(fixture.list.hasFocus());
     }
 
@@ -197,7 +197,7 @@ private slots:
         QCOMPARE(fixture.list.currentRow(), 3);
         fixture.press(Qt::Key_Return);
         QCOMPARE(fixture.bankA().currentFolder, 3);
-        fixture.list.keyboardSearch({}); // begins anew, as a pause of the operator does
+        fixture.list.keyboardSearch({}); // starts a new search, as a pause does
         QTest::keyClicks(&fixture.list, u"005"_s);
         QCOMPARE(fixture.list.currentItem()->text(), u"005: Harbour"_s);
         QCOMPARE(fixture.selected(fixture.bankB()), QList<int>{6});
@@ -276,7 +276,7 @@ private slots:
         QCOMPARE(fixture.selected(fixture.bankB()), (QList<int>{1, 2, 3, 5}));
     }
 
-    void theWayBackLeadsToTheFolderLeft()
+    void backMakesTheLeftFolderTheCurrentRow()
     {
         KeyFixture fixture;
         QVERIFY(fixture.open());

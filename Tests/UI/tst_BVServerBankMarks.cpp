@@ -10,7 +10,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// The pictures of the rows, and the marks that tell what differs.
+/// The pictures of the rows, and the marks for differences.
 class tst_BVServerBankMarks final : public QObject
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ private slots:
         QPixmapCache::clear();
     }
 
-    void pictureThatCouldNotBeReadLeavesItsRow()
+    void rowWithAnUnreadablePictureStays()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
@@ -33,7 +33,7 @@ private slots:
         QVERIFY(listOf(fixture.bankA()).item(4)->icon().pixmap(64, 48).isNull());
     }
 
-    void marksTellWhatDiffers()
+    void marksShowWhatDiffers()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
@@ -112,7 +112,7 @@ private slots:
         bank.folderChanged(3, pixmaps);
         QCOMPARE(picture(bank, 4), marked(own.toImage(), u"yes.png"_s));
         QCOMPARE(picture(bank, 6), marked(other.toImage(), u"yes.png"_s));
-        // It is remembered with its file: what a later download brings is not looked at.
+        // It is cached with its file: later downloads are ignored.
         bank.folderChanged(3, QList<QPixmap>(256, other));
         QCOMPARE(picture(bank, 4), marked(own.toImage(), u"yes.png"_s));
     }

@@ -25,7 +25,7 @@ bool isText(QRgb pixel)
     return std::max({qRed(pixel), qGreen(pixel), qBlue(pixel)}) > 140;
 }
 
-/// Where the letters of a text are, relative to its left edge.
+/// The positions of the letters of a text, relative to its left edge.
 QList<QPoint> letters(const QImage &image)
 {
     QList<QPoint> points;
@@ -43,7 +43,7 @@ QList<QPoint> letters(const QImage &image)
     return points;
 }
 
-/// Whether a line begins as another, give or take where a letter falls between two pixels.
+/// Whether a line starts like another, allowing for letters between two pixels.
 bool beginsLike(const QImage &line, const QImage &beginning)
 {
     const QList<QPoint> shown = letters(line);
@@ -55,7 +55,7 @@ bool beginsLike(const QImage &line, const QImage &beginning)
     return wanted.size() > 10 && missing * 8 < wanted.size();
 }
 
-/// Whether the right end of a line shows an ellipsis: dots on the ground, and nothing above.
+/// Whether a line ends with an ellipsis: dots on the baseline, and nothing above.
 bool endsWithEllipsis(const QImage &line)
 {
     int right = 0;
@@ -81,7 +81,7 @@ QString numbered(const QString &title)
 
 } // namespace
 
-/// Names as the network gives them: whatever is in them, rows and boxes keep their shape.
+/// Names as the network sends them: whatever they contain, rows and boxes keep their size.
 class tst_BVServerBankNames final : public QObject
 {
     Q_OBJECT
@@ -93,7 +93,7 @@ private slots:
         QPixmapCache::clear();
     }
 
-    void theNumberStaysOnShow_data()
+    void theNumberStaysVisible_data()
     {
         QTest::addColumn<QString>("title");
         QTest::newRow("long words") << u"A very long name "_s.repeated(20);
@@ -107,8 +107,8 @@ private slots:
         QTest::newRow("NUL") << u"\0\0nothing"_s;
         QTest::newRow("override") << u"\u202Ereversed"_s;
     }
-    /// The digits and the colon look as in a row whose name is that number and nothing else.
-    void theNumberStaysOnShow()
+    /// The digits and the colon look as in a row whose name is only that number.
+    void theNumberStaysVisible()
     {
         QFETCH(const QString, title);
         WindowFixture fixture;
@@ -128,7 +128,7 @@ private slots:
         }
     }
 
-    void nothingIsDrawnBetweenRows_data() { theNumberStaysOnShow_data(); }
+    void nothingIsDrawnBetweenRows_data() { theNumberStaysVisible_data(); }
     void nothingIsDrawnBetweenRows()
     {
         QFETCH(const QString, title);
@@ -240,7 +240,7 @@ private slots:
         WindowFixture fixture;
         openFolderWith(fixture, numbered(u"Sunset"_s));
         MediaListWidget &list = listOf(fixture.bankA());
-        fixture.find<QWidget>("listModeButton").setFocus(); // a disabled list has no frame of focus
+        fixture.find<QWidget>("listModeButton").setFocus(); // a disabled list has no focus frame
         list.scrollToItem(list.item(row));                  // lays the rows out
         const QPoint picture = list.visualItemRect(list.item(row)).topLeft() + QPoint(20, 10);
         const QImage enabled = list.viewport()->grab().toImage();
@@ -273,7 +273,7 @@ private slots:
         QCOMPARE(fixture.bankA().currentServer().folders.at(1).name, odd);
     }
 
-    /// Unbounded, each of these steps takes tens of seconds.
+    /// Without a limit each of these steps takes tens of seconds.
     void anEnormousFolderNameFreezesNothing()
     {
         const QString enormous = u"W"_s.repeated(20'000'000);
@@ -296,7 +296,7 @@ private slots:
         }
     }
 
-    /// What is laid out is bounded by the width of a row, whatever a letter costs.
+    /// The width of a row limits the text that is laid out.
     void aFolderOfEnormousNamesIsDrawnAtOnce()
     {
         WindowFixture fixture;
@@ -321,7 +321,7 @@ private slots:
     }
 
 private:
-    /// A window with one server, whose folder 0 holds this name in slot 7.
+    /// A window with one server, whose folder 0 has this name in slot 7.
     static void openFolderWith(WindowFixture &fixture, const QString &name)
     {
         Server server = sampleServer(u"Stage left"_s, loopback(30));
@@ -334,7 +334,7 @@ private:
         QVERIFY(fixture.bankA().isEnabled());
     }
 
-    /// The part of a drawn row that holds its text.
+    /// The part of a drawn row that contains its text.
     static QImage textOf(const WindowFixture &fixture, int number)
     {
         MediaListWidget &list = listOf(fixture.bankA());

@@ -64,12 +64,12 @@ private slots:
         const QListWidget &list = listOf(fixture.bankA());
         QCOMPARE(list.item(0)->type(), 0);
         QCOMPARE(list.item(1)->type(), 0);
-        QCOMPARE(list.item(2)->type(), 1); // an empty slot has its slot, a file its row
+        QCOMPARE(list.item(2)->type(), 1); // the slot of an empty slot, the row of a file
         QCOMPARE(list.item(4)->type(), 4);
         QVERIFY(fixture.bankA().isEnabled());
     }
 
-    void folderOfTheOtherServerOnly()
+    void folderThatOnlyTheOtherServerHas()
     {
         WindowFixture fixture;
         Server other = sampleServer(u"Stage right"_s, loopback(4));
@@ -154,7 +154,7 @@ private slots:
         }
     }
 
-    void headerShowsTheNameAsItIs_data()
+    void headerShowsTheNameAsPlainText_data()
     {
         QTest::addColumn<QString>("name");
         QTest::newRow("plain") << u"Opening night"_s;
@@ -164,7 +164,7 @@ private slots:
         QTest::newRow("entity") << u"A &amp; B & C"_s;
         QTest::newRow("empty") << u""_s;
     }
-    void headerShowsTheNameAsItIs()
+    void headerShowsTheNameAsPlainText()
     {
         QFETCH(const QString, name);
         WindowFixture fixture;
@@ -203,7 +203,7 @@ private slots:
         QCOMPARE(header(fixture.bankA()), u"Library > Stage"_s);
     }
 
-    void longNamesMoveNothing()
+    void longNamesDoNotChangeTheLayout()
     {
         WindowFixture fixture;
         Server server = sampleServer(u"S"_s.repeated(5000), loopback(14));
@@ -257,7 +257,7 @@ private slots:
         QCOMPARE(texts(bank).at(4), u"003: EMPTY"_s);
     }
 
-    void bankWithoutServerFallsBackToTheFolders()
+    void bankWithoutServerReturnsToTheFolders()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"Stage left"_s, loopback(17)));
@@ -268,7 +268,7 @@ private slots:
         QCOMPARE(fixture.bankA().currentFolder, 3);
     }
 
-    void sizes_data()
+    void rowSizesFollowViewAndIconSize_data()
     {
         QTest::addColumn<bool>("listView");
         QTest::addColumn<int>("index");
@@ -284,7 +284,7 @@ private slots:
         QTest::newRow("icons, unknown") << false << 7 << QSize(128, 96) << QSize(153, 115) << 8;
         QTest::newRow("list, negative") << true << -1 << QSize(128, 96) << QSize(153, 96) << 8;
     }
-    void sizes()
+    void rowSizesFollowViewAndIconSize()
     {
         QFETCH(const bool, listView);
         QFETCH(const int, index);
@@ -316,15 +316,15 @@ private slots:
                 QCOMPARE(listOf(bank).item(row)->font().pointSize(), 8);
             }
         };
-        bank.setIconSizeIndex(2); // rows that exist
+        bank.setIconSizeIndex(2); // existing rows
         check(256);
-        fixture.controller().folderChanged(3); // rows that are made
+        fixture.controller().folderChanged(3); // new rows
         check(257);
         fixture.controller().folderChanged(77);
         check(257);
     }
 
-    void dragRule()
+    void onlySlotsCanBeDraggedAndDropped()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"Stage left"_s, loopback(20)));
@@ -348,7 +348,7 @@ private slots:
         bank.setDragDropEnabled(false);
         QVERIFY(!listOf(bank).dragEnabled());
         QVERIFY(!listOf(bank).viewport()->acceptDrops());
-        bank.setListMode(false); // applies the rule anew
+        bank.setListMode(false); // applies the rule again
         QVERIFY(dragsAndDrops(bank));
     }
 

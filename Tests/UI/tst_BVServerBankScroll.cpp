@@ -12,7 +12,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// How many rows there were at each painting of a list.
+/// The number of rows at each paint event of a list.
 class PaintLog final : public QObject
 {
 public:
@@ -56,7 +56,7 @@ public:
         return barA.value() > 0 && inStep();
     }
     [[nodiscard]] bool inStep() const { return barA.value() == barB.value(); }
-    /// Changes the record of the first server, as a library that is fetched anew does.
+    /// Changes the record of the first server, as a new download of its library does.
     void changeLibrary(const QString &name)
     {
         one.folders[0].name = name;
@@ -71,7 +71,7 @@ public:
 
 } // namespace
 
-/// What a bank shows of its rows stays where it is, and is never seen half made.
+/// The rows of a bank keep their position, and are never painted during a rebuild.
 class tst_BVServerBankScroll final : public QObject
 {
     Q_OBJECT
@@ -153,9 +153,9 @@ private slots:
         }
     }
 
-    void aBankOnItsOwnKeepsItsPlace_data() { addViews(); }
-    /// Only one bank has rows, and it may be either.
-    void aBankOnItsOwnKeepsItsPlace()
+    void aSingleBankKeepsItsPosition_data() { addViews(); }
+    /// Either bank can be the only one with rows.
+    void aSingleBankKeepsItsPosition()
     {
         QFETCH(const bool, listView);
         for (const bool isBankA : {true, false}) {
@@ -176,8 +176,8 @@ private slots:
         }
     }
 
-    void aLostServerLeavesTheOtherBankInPlace_data() { addViews(); }
-    void aLostServerLeavesTheOtherBankInPlace()
+    void aLostServerKeepsTheOtherBanksPosition_data() { addViews(); }
+    void aLostServerKeepsTheOtherBanksPosition()
     {
         QFETCH(const bool, listView);
         ScrollFixture fixture(listView);
@@ -190,8 +190,8 @@ private slots:
         EVENTUALLY(!fixture.barB.isVisible());
     }
 
-    void noPaintingSeesHalfARebuild_data() { addViews(); }
-    void noPaintingSeesHalfARebuild()
+    void noPaintingShowsAPartialRebuild_data() { addViews(); }
+    void noPaintingShowsAPartialRebuild()
     {
         QFETCH(const bool, listView);
         ScrollFixture fixture(listView);
@@ -200,12 +200,12 @@ private slots:
         fixture.controller().folderChanged(3);
         fixture.controller().backToFolders();
         emit fixture.controller().serverContentChanged(fixture.one.uuid);
-        QVERIFY(log.rows.isEmpty()); // a rebuild paints nothing by itself
+        QVERIFY(log.rows.isEmpty()); // a rebuild does not paint
         EVENTUALLY(!log.rows.isEmpty());
         QCOMPARE(QSet<int>(log.rows.begin(), log.rows.end()), QSet<int>{256});
     }
 
-    void iconsFlowAnewWhenTheWindowGrows()
+    void iconsFlowAgainWhenTheWindowGrows()
     {
         ScrollFixture fixture(false);
         QVERIFY(fixture.open());

@@ -12,7 +12,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// Which slots the selection of a bank stands for, and how rows are selected from outside.
+/// Which slots the selection of a bank means, and how the controllers select rows.
 class tst_BVServerBankSelection final : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ class tst_BVServerBankSelection final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void selectedFolderStandsForItsSlots()
+    void selectedFolderMeansAllItsSlots()
     {
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"Stage left"_s, loopback(14)));
@@ -59,7 +59,7 @@ private slots:
     {
         WindowFixture fixture;
         Server server = sampleServer(u"Stage left"_s, loopback(16));
-        // Folder 1 stands at position 0, and at position 1 stands folder 4 with slot 9.
+        // Position 0 has folder 1. Position 1 has folder 4, with slot 9.
         server.folders = {folder(1, u"One"_s, {cachedVisual(8, u"Eight"_s, 8)}),
                           folder(4, u"Four"_s, {cachedVisual(9, u"Nine"_s, 9)})};
         fixture.connectServer(server);

@@ -13,7 +13,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What surrounds the list of a bank: the servers to choose from, the connection and the rates.
+/// The controls around the list of a bank: the server box, the connection and the rates.
 class tst_BVServerBankStatus final : public QObject
 {
     Q_OBJECT
@@ -21,7 +21,7 @@ class tst_BVServerBankStatus final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void refillsOfferTheServersInTheirOrder()
+    void serversAreOfferedInTheGivenOrder()
     {
         WindowFixture fixture;
         QList<QUuid> known;

@@ -24,8 +24,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The object name of what has the focus, with the letter of its bank; for a button of a button
-/// box its text.
+/// The object name of the focus widget, with the letter of its bank; the text of a button in a
+/// button box.
 QString focused()
 {
     const QWidget *const widget = QApplication::focusWidget();
@@ -54,8 +54,8 @@ QStringList walk(int steps, Qt::KeyboardModifiers modifiers = {})
 
 } // namespace
 
-/// Where Tab leads in the window and in its dialogs, what Escape closes, and that it can be seen
-/// where the keyboard is.
+/// The tab order of the window and its dialogs, what Escape closes, and whether the focus is
+/// visible.
 class tst_KeyboardFocus final : public QObject
 {
     Q_OBJECT
@@ -63,7 +63,7 @@ class tst_KeyboardFocus final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void tabFollowsTheEye()
+    void tabOrderFollowsTheLayout()
     {
         WindowFixture fixture;
         QVERIFY(fixture.show());
@@ -79,7 +79,7 @@ private slots:
         QCOMPARE(walk(count, Qt::ShiftModifier), expected);
     }
 
-    void tabPassesOverWhatIsDisabled()
+    void tabSkipsDisabledControls()
     {
         WindowFixture fixture;
         QVERIFY(fixture.show());
@@ -111,7 +111,7 @@ private slots:
         QCOMPARE(focused(), u"largeSizeButton"_s);
     }
 
-    void theMouseLeavesTheKeyboardInTheList()
+    void clicksKeepTheFocusInTheList()
     {
         WindowFixture fixture;
         QVERIFY(fixture.show());
@@ -123,11 +123,11 @@ private slots:
             QTest::mouseClick(&fixture.find<QPushButton>(name), Qt::LeftButton);
         QTest::mouseClick(&childOf<QPushButton>(fixture.bankB(), "removeButton"), Qt::LeftButton);
         QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
-        fixture.window->activateWindow(); // done by a window manager otherwise
+        fixture.window->activateWindow(); // a window manager would do this
         EVENTUALLY_COMPARE(focused(), u"B.mediaListWidget"_s);
     }
 
-    void theListHasItFromTheFirstServerOn()
+    void theListHasTheFocusFromTheFirstServerOn()
     {
         WindowFixture fixture;
         QVERIFY(fixture.show());
@@ -143,18 +143,18 @@ private slots:
         QCOMPARE(focused(), u"A.mediaListWidget"_s);
     }
 
-    void aRefreshBringsItBackToTheRemoveButton()
+    void aRefreshReturnsTheFocusToTheRemoveButton()
     {
         WindowFixture fixture;
         QVERIFY(fixture.show());
         connectTwo(fixture);
         fixture.controller().folderChanged(3);
         childOf<QPushButton>(fixture.bankB(), "removeButton").setFocus();
-        connectTwo(fixture); // fills the boxes anew, and both lists
+        connectTwo(fixture); // fills the boxes and both lists again
         QCOMPARE(focused(), u"B.removeButton"_s);
     }
 
-    void choosingAServerByKeysKeepsItInTheBox()
+    void choosingAServerByKeysKeepsTheFocus()
     {
         WindowFixture fixture;
         QVERIFY(fixture.show());
@@ -275,17 +275,17 @@ private slots:
             QTest::keyClick(&box, Qt::Key_Return);
         });
         for (int round = 0; round < 2; ++round) {
-            fixture.window->activateWindow(); // done by a window manager otherwise
+            fixture.window->activateWindow(); // a window manager would do this
             EVENTUALLY_COMPARE(focused(), u"A.mediaListWidget"_s);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Delete);
         }
         QCOMPARE(modals.seen().size(), 2);
         QCOMPARE(way, (QStringList{u"No"_s, u"Yes, don't ask again"_s, u"Yes"_s}));
-        // The one dialog is that of the thumbnails: no removal has begun.
+        // The only dialog is that of the thumbnails: no removal has started.
         QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
     }
 
-    void theFocusIsSeen_data()
+    void theFocusIsVisible_data()
     {
         QTest::addColumn<QByteArray>("name");
         for (const char *const name :
@@ -293,9 +293,9 @@ private slots:
               "removeButton", "addButton", "serverComboBox", "mediaListWidget"})
             QTest::newRow(name) << QByteArray(name);
     }
-    /// With the focus pixels near the edge of the control, or of the list's row, are as light as
-    /// the ring; nothing moves or grows.
-    void theFocusIsSeen()
+    /// With the focus, pixels near the edge of the control or of the list's row are as light as the
+    /// focus ring. The geometry stays.
+    void theFocusIsVisible()
     {
         QFETCH(const QByteArray, name);
         WindowFixture fixture;

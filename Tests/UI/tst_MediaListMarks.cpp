@@ -16,8 +16,8 @@ namespace {
 const QString same = u"same on both servers"_s;
 const QString differs = u"differs"_s;
 
-/// A new interface at each call: unless a screen reader runs, Qt does not tell one that it made
-/// before of new rows.
+/// A new interface at each call: without a screen reader Qt does not update an interface when the
+/// rows change.
 QAccessibleInterface &accessible(const BVServerBank &bank)
 {
     auto *const former = QAccessible::queryAccessibleInterface(&listOf(bank));
@@ -69,7 +69,7 @@ class tst_MediaListMarks final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void foldersSpeakOfTheirMarks()
+    void folderRowsDescribeTheirMarks()
     {
         const MarksFixture fixture;
         for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
@@ -79,7 +79,7 @@ private slots:
         QCOMPARE(name(fixture.bankB(), 1), u"Others"_s);
     }
 
-    void slotsSpeakOfTheirMarks()
+    void slotRowsDescribeTheirMarks()
     {
         const MarksFixture fixture;
         fixture.controller().folderChanged(3);
@@ -87,7 +87,7 @@ private slots:
             for (const int row : {2, 4, 5, 6, 7, 256})
                 QCOMPARE(description(*bank, row), row == 6 ? differs : same);
         }
-        // A folder that only one server has is drawn in another way.
+        // A folder that only one server has is drawn differently.
         fixture.controller().folderChanged(9);
         QCOMPARE(description(fixture.bankA(), 2), same);
     }
@@ -118,11 +118,11 @@ private slots:
         }
     }
 
-    void marksAreThoseOfTheRowsOnShow()
+    void marksBelongToTheDrawnRows()
     {
         const MarksFixture fixture;
         BVServerBank &bank = fixture.bankA();
-        // What has not been drawn yet, as while a folder's thumbnails are on their way.
+        // Marks that are not drawn yet, as during the download of a folder's thumbnails.
         bank.sameMarks.set().reset(0);
         bank.currentFolder = 3;
         QCOMPARE(description(bank, 0), same);
@@ -132,7 +132,7 @@ private slots:
         QCOMPARE(description(bank, 1), same);
     }
 
-    void oneServerIsComparedWithNothing()
+    void rowsOfASingleServerHaveNoMark()
     {
         MarksFixture fixture;
         fixture.controller().removeServer(fixture.right.uuid);
@@ -143,7 +143,7 @@ private slots:
         QCOMPARE(description(fixture.bankA(), 1), differs);
     }
 
-    void thereIsNoMarkPastTheEnd()
+    void rowsPastTheEndHaveNoMark()
     {
         const MarksFixture fixture;
         for (const int row : {-1, 256, 257, 100000})
@@ -185,7 +185,7 @@ private slots:
         const QAccessibleInterface &rows = accessible(fixture.bankA());
         QCOMPARE(rows.focusChild(), rows.child(2));
         QVERIFY(rows.child(2)->state().focused);
-        // What Qt reports of a list's key presses names the row by its number.
+        // After a key press in a list Qt reports the number of the row.
         QAccessibleEvent focus(&list, QAccessible::Focus);
         focus.setChild(1);
         QCOMPARE(focus.accessibleInterface()->text(QAccessible::Description), differs);

@@ -11,7 +11,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// One line of text, with a tool tip where it does not fit.
+/// One line of text, with a tool tip if it does not fit.
 class tst_ElidedLabel final : public QObject
 {
     Q_OBJECT

@@ -20,7 +20,7 @@ class Window final : public QWidget
 public:
     Window()
     {
-        first.setObjectName(QStringLiteral("first")); // so that Tab has somewhere to begin
+        first.setObjectName(QStringLiteral("first")); // FocusReturn's first widget
         for (QPushButton *const button : {&first, &other})
             layout.addWidget(button);
         layout.addWidget(&panel);
@@ -30,7 +30,7 @@ public:
         show();
         return QTest::qWaitForWindowActive(this, patience);
     }
-    /// Opens with the keyboard on the first button of the panel, where the operator has put it.
+    /// Opens with the focus on the first button of the panel, set as by the operator.
     [[nodiscard]] bool openInPanel()
     {
         new FocusReturn(this, &first);
@@ -50,7 +50,7 @@ public:
 
 } // namespace
 
-/// Where the keyboard is after widgets were disabled and enabled again.
+/// Where the focus is after widgets were disabled and enabled again.
 class tst_FocusReturn final : public QObject
 {
     Q_OBJECT
@@ -58,7 +58,7 @@ class tst_FocusReturn final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void theFirstWidgetGetsItWhenItIsEnabled()
+    void firstWidgetGetsTheFocusWhenEnabled()
     {
         Window window;
         window.panel.setEnabled(false);
@@ -69,7 +69,7 @@ private slots:
         QVERIFY(window.inPanel.hasFocus());
     }
 
-    void theOperatorsChoiceComesBeforeTheFirstWidget()
+    void operatorsChoiceOverridesTheFirstWidget()
     {
         Window window;
         window.panel.setEnabled(false);
@@ -81,7 +81,7 @@ private slots:
         QVERIFY(window.first.hasFocus());
     }
 
-    void itComesBackAfterItsPanelWasDisabled()
+    void focusReturnsAfterItsPanelWasDisabled()
     {
         Window window;
         QVERIFY(window.openInPanel());
@@ -93,7 +93,7 @@ private slots:
         }
     }
 
-    void itComesBackAfterTheWidgetItselfWasDisabled()
+    void focusReturnsAfterItsWidgetWasDisabled()
     {
         Window window;
         QVERIFY(window.openInPanel());
@@ -104,7 +104,7 @@ private slots:
         QVERIFY(window.inPanel.hasFocus());
     }
 
-    void aWidgetThatNeverHadItDoesNotGetIt()
+    void aWidgetThatNeverHadTheFocusDoesNotGetIt()
     {
         Window window;
         new FocusReturn(&window, &window.first);
@@ -115,7 +115,7 @@ private slots:
         QVERIFY(window.other.hasFocus());
     }
 
-    void itIsNotTakenFromWhatTheOperatorChose()
+    void focusStaysWhereTheOperatorPutIt()
     {
         Window window;
         QVERIFY(window.openInPanel());
@@ -125,7 +125,7 @@ private slots:
         QVERIFY(window.other.hasFocus());
     }
 
-    void itIsNotTakenFromADialog()
+    void focusIsNotTakenFromADialog()
     {
         Window window;
         QVERIFY(window.openInPanel());
@@ -141,11 +141,11 @@ private slots:
         QCOMPARE(QApplication::activeWindow(), &dialog);
 
         dialog.close();
-        window.activateWindow(); // done by a window manager otherwise
+        window.activateWindow(); // a window manager would do this
         EVENTUALLY(window.inPanel.hasFocus());
     }
 
-    void aDialogThatClosesMeanwhileDoesNotMoveIt()
+    void closingADialogDoesNotMoveTheFocus()
     {
         Window window;
         QVERIFY(window.openInPanel());
@@ -162,7 +162,7 @@ private slots:
         QVERIFY(window.inPanel.hasFocus());
     }
 
-    void aWidgetDisabledBehindADialogGetsItAfterwards()
+    void aWidgetDisabledBehindADialogGetsTheFocusAgain()
     {
         Window window;
         QVERIFY(window.openInPanel());

@@ -74,13 +74,13 @@ public:
         return list.viewport()->mapTo(this, pos);
     }
 
-    /// Presses at one point, drags to another and lets go there, as a hand does.
+    /// Presses at one point, drags to another and releases there.
     void drag(const QPoint &from, const QPoint &to, Qt::KeyboardModifiers modifiers = {})
     {
         auto *window = windowHandle();
         QTest::mousePress(window, Qt::LeftButton, modifiers, from);
-        // The second move past the drag distance starts QDrag's own event loop, and returns when
-        // the drag is over: the rest of the gesture has to happen inside it.
+        // The second move past the drag distance starts QDrag's own event loop and returns when
+        // the drag ends: the rest of the gesture has to happen inside it.
         QTimer rest;
         dragging = false;
         connect(&rest, &QTimer::timeout, this, [&] {

@@ -11,7 +11,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// Every picture that the user interface names is in the program, in the size that it counts on.
+/// Every picture that the user interface uses is in the program, in the expected size.
 class TestPictures final : public QObject
 {
     Q_OBJECT
@@ -19,7 +19,7 @@ class TestPictures final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void isThereInItsSize_data()
+    void existsInItsSize_data()
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QSize>("size");
@@ -48,7 +48,7 @@ private slots:
                                  << QSize(360, 80);
     }
 
-    void isThereInItsSize()
+    void existsInItsSize()
     {
         QFETCH(QString, path);
         QImageReader reader(path);
@@ -57,7 +57,7 @@ private slots:
         QTEST(image.size(), "size");
     }
 
-    // What is scaled or painted pixel by pixel must not come in double the pixels.
+    // Pictures that are scaled or painted pixel by pixel must not have a double density.
     void isPaintedInSingleDensityOnly_data()
     {
         QTest::addColumn<QString>("name");
@@ -82,7 +82,7 @@ private slots:
         }
     }
 
-    // The white of the marks alone tells them apart: neither colour nor its brightness counts.
+    // Only the white of the marks counts, not colour or brightness.
     void marksDifferInShape()
     {
         QFETCH(const QSize, size);

@@ -10,7 +10,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// The tool tips of lines that are cut off.
+/// The tool tips of elided lines.
 class tst_ToolTip final : public QObject
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ class tst_ToolTip final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aToolTipIsNoMarkup()
+    void aToolTipIsPlainText()
     {
         QTextDocument document;
         document.setHtml(toolTipOf(u"<img src=x> <b>%1</b> &amp;"_s));
