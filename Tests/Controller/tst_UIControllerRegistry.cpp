@@ -17,6 +17,23 @@ QList<MediaFolder> library()
     return {folder(0, u"Intro"_s, {cachedVisual(1, u"Sunset"_s, 1)})};
 }
 
+/// Three played servers with the same library.
+class RegistryFixture final : public ControllerFixture
+{
+public:
+    /// Connects the first `count` of them in their order.
+    [[nodiscard]] bool open(int count)
+    {
+        return connectServer(one, u"One"_s, library()) &&
+               (count < 2 || connectServer(two, u"Two"_s, library())) &&
+               (count < 3 || connectServer(three, u"Three"_s, library()));
+    }
+
+    PlayedServer one{loopback(1)};
+    PlayedServer two{loopback(2)};
+    PlayedServer three{loopback(3)};
+};
+
 } // namespace
 
 /// Servers that appear and change, and which of them the banks offer.
@@ -68,19 +85,14 @@ private slots:
 
     void aBankThatLostItsServerIsNotFilledAgain()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
-        PlayedServer three(loopback(3));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-        QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
-        fixture.controller().removeServer(one.uuid);
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(3));
+        fixture.controller().removeServer(fixture.one.uuid);
         QVERIFY(fixture.bankA().currentServerUuid().isNull());
-        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
-        fixture.controller().removeServer(two.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), fixture.two.uuid);
+        fixture.controller().removeServer(fixture.two.uuid);
         QVERIFY(fixture.bankB().currentServerUuid().isNull());
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
+        QVERIFY(fixture.connectServer(fixture.one, u"One"_s, library()));
         QVERIFY(fixture.bankA().currentServerUuid().isNull());
         QVERIFY(fixture.bankB().currentServerUuid().isNull());
         QCOMPARE(fixture.offered(fixture.bankA()), (QStringList{u"Three"_s, u"One"_s}));
@@ -88,14 +100,11 @@ private slots:
 
     void aServerIsNeverOfferedInBothBanksAtOnce()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(2));
         QCOMPARE(fixture.offered(fixture.bankB()), QStringList{u"Two"_s});
         fixture.choose(fixture.bankA(), u"Two"_s);
-        QCOMPARE(fixture.bankA().currentServerUuid(), two.uuid);
+        QCOMPARE(fixture.bankA().currentServerUuid(), fixture.two.uuid);
         QCOMPARE(fixture.offered(fixture.bankB()), QStringList{u"One"_s});
         QVERIFY(fixture.bankB().currentServerUuid().isNull());
         QVERIFY(!fixture.isTransferEnabled());
@@ -104,20 +113,15 @@ private slots:
 
     void bankBKeepsItsServerWhenBankAChanges()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
-        PlayedServer three(loopback(3));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-        QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(3));
         fixture.choose(fixture.bankA(), u"Three"_s);
-        QCOMPARE(fixture.bankA().currentServerUuid(), three.uuid);
-        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
+        QCOMPARE(fixture.bankA().currentServerUuid(), fixture.three.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), fixture.two.uuid);
         QCOMPARE(fixture.offered(fixture.bankB()), (QStringList{u"One"_s, u"Two"_s}));
         fixture.choose(fixture.bankB(), u"One"_s);
-        QCOMPARE(fixture.bankA().currentServerUuid(), three.uuid);
-        QCOMPARE(fixture.bankB().currentServerUuid(), one.uuid);
+        QCOMPARE(fixture.bankA().currentServerUuid(), fixture.three.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), fixture.one.uuid);
         QVERIFY(fixture.isTransferEnabled());
     }
 
@@ -163,13 +167,10 @@ private slots:
 
     void aRenameClearsTheSelectionOfBothBanks()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(2));
         QVERIFY(!fixture.isSyncWarningShown());
-        fixture.controller().serverNameChanged(two.uuid, u"Zwei"_s);
+        fixture.controller().serverNameChanged(fixture.two.uuid, u"Zwei"_s);
         QVERIFY(fixture.bankA().currentServerUuid().isNull());
         QVERIFY(fixture.bankB().currentServerUuid().isNull());
         QCOMPARE(fixture.comboBox(fixture.bankA()).currentIndex(), -1);
@@ -178,12 +179,9 @@ private slots:
 
     void aRenameOffersTheWholeListInBothBanks()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-        fixture.controller().serverNameChanged(two.uuid, u"Zwei"_s);
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(2));
+        fixture.controller().serverNameChanged(fixture.two.uuid, u"Zwei"_s);
         const QStringList all{u"One"_s, u"Zwei"_s};
         QCOMPARE(fixture.offered(fixture.bankA()), all);
         QCOMPARE(fixture.offered(fixture.bankB()), all);
@@ -191,12 +189,11 @@ private slots:
 
     void aNewInterfaceRefreshesTheLibrary()
     {
-        PlayedServer server(loopback(1));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
-        fixture.controller().addServerConnection(server.uuid, QHostAddress(loopback(9)), 16);
-        QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
-        const Server &record = fixture.controller().connectedServer(server.uuid);
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(1));
+        fixture.controller().addServerConnection(fixture.one.uuid, QHostAddress(loopback(9)), 16);
+        QVERIFY(fixture.one.wire.waitForRequests(2, "/brenvoka/library.json"));
+        const Server &record = fixture.controller().connectedServer(fixture.one.uuid);
         QCOMPARE(record.connections.size(), 2);
         QCOMPARE(record.connections.last(), ServerConnection(QHostAddress(loopback(9)), 16));
     }
@@ -213,64 +210,60 @@ private slots:
 
     void aLostInterfaceIsRemovedByAddressAndMask()
     {
-        PlayedServer server(loopback(1));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
-        const Server &record = fixture.controller().connectedServer(server.uuid);
-        fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 24);
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(1));
+        const Server &record = fixture.controller().connectedServer(fixture.one.uuid);
+        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
+                                                    24);
         QCOMPARE(record.connections.size(), 1);
-        fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
+        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
+                                                    8);
         QCOMPARE(record.connections.size(), 0);
-        QCOMPARE(fixture.bankA().currentServerUuid(), server.uuid);
+        QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
         // The only request is the one for the interface that returns.
-        fixture.controller().addServerConnection(server.uuid, server.wire.address(), 8);
-        EVENTUALLY(server.libraryRequests() > 1);
-        QCOMPARE(server.libraryRequests(), 2);
+        fixture.controller().addServerConnection(fixture.one.uuid, fixture.one.wire.address(), 8);
+        EVENTUALLY(fixture.one.libraryRequests() > 1);
+        QCOMPARE(fixture.one.libraryRequests(), 2);
     }
 
     void aServerWithoutInterfacesGetsNoRequest()
     {
-        PlayedServer server(loopback(1));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
-        fixture.controller().removeServerConnection(server.uuid, server.wire.address(), 8);
-        fixture.controller().serverLibraryChanged(server.uuid);
-        fixture.controller().addServerConnection(server.uuid, server.wire.address(), 8);
-        QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
-        QCOMPARE(server.libraryRequests(), 2);
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(1));
+        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
+                                                    8);
+        fixture.controller().serverLibraryChanged(fixture.one.uuid);
+        fixture.controller().addServerConnection(fixture.one.uuid, fixture.one.wire.address(), 8);
+        QVERIFY(fixture.one.wire.waitForRequests(2, "/brenvoka/library.json"));
+        QCOMPARE(fixture.one.libraryRequests(), 2);
     }
 
     void aChangedLibraryIsDownloadedAndShown()
     {
-        PlayedServer server(loopback(1));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
-        server.setLibrary({folder(0, u"Outro"_s)});
-        server.sendLibraryChanged();
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(1));
+        fixture.one.setLibrary({folder(0, u"Outro"_s)});
+        fixture.one.sendLibraryChanged();
         EVENTUALLY_COMPARE(listOf(fixture.bankA()).item(0)->text(), u"Outro"_s);
-        QCOMPARE(fixture.bankA().currentServerUuid(), server.uuid);
-        QCOMPARE(server.wire.requests("/brenvoka/notifier.html").size(), 1);
+        QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
+        QCOMPARE(fixture.one.wire.requests("/brenvoka/notifier.html").size(), 1);
     }
 
     void aChangeOfAnUnknownServerDownloadsNothing()
     {
-        PlayedServer server(loopback(1));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(server, u"One"_s, library()));
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(1));
         fixture.controller().serverLibraryChanged(QUuid());
         fixture.controller().serverLibraryChanged(QUuid::createUuid());
-        fixture.controller().serverLibraryChanged(server.uuid);
-        QVERIFY(server.wire.waitForRequests(2, "/brenvoka/library.json"));
-        QCOMPARE(server.libraryRequests(), 2);
+        fixture.controller().serverLibraryChanged(fixture.one.uuid);
+        QVERIFY(fixture.one.wire.waitForRequests(2, "/brenvoka/library.json"));
+        QCOMPARE(fixture.one.libraryRequests(), 2);
     }
 
     void noServerChosenDisablesTheTransfer()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(2));
         QVERIFY(fixture.isTransferEnabled());
         QVERIFY(!fixture.isSyncWarningShown());
         fixture.comboBox(fixture.bankB()).setCurrentIndex(-1);
@@ -280,30 +273,27 @@ private slots:
 
     void ratesAreShownByTheBankOfTheServer()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(2));
         const auto label = [](const BVServerBank &bank, const char *name) {
             return childOf<QLabel>(bank, name).text();
         };
-        two.stream.send(
+        fixture.two.stream.send(
             Wire::frame(R"({"msg_type":5,"GFPS":59.5,"TFPS":60.25,"MFPS":30,"FS":true})"));
         EVENTUALLY_COMPARE(label(fixture.bankB(), "serverStatusLabel"), u"Connected"_s);
         QCOMPARE(label(fixture.bankB(), "cpuValueLabel"), u"59.50"_s);
         QCOMPARE(label(fixture.bankB(), "gpuValueLabel"), u"60.25"_s);
         QCOMPARE(label(fixture.bankA(), "serverStatusLabel"), u"Disconnected"_s);
-        const Server &record = fixture.controller().connectedServer(two.uuid);
+        const Server &record = fixture.controller().connectedServer(fixture.two.uuid);
         QVERIFY(record.hasFpsStats && record.isFullScreen);
         QCOMPARE(record.monitorFps, 30.0F);
 
-        one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5,"TFPS":25.25})"));
+        fixture.one.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":24.5,"TFPS":25.25})"));
         EVENTUALLY_COMPARE(label(fixture.bankA(), "cpuValueLabel"), u"24.50"_s);
         QCOMPARE(label(fixture.bankA(), "gpuValueLabel"), u"25.25"_s);
         QCOMPARE(label(fixture.bankB(), "cpuValueLabel"), u"59.50"_s);
 
-        fixture.controller().removeServer(two.uuid);
+        fixture.controller().removeServer(fixture.two.uuid);
         QCOMPARE(label(fixture.bankB(), "serverStatusLabel"), u"Disconnected"_s);
         QCOMPARE(label(fixture.bankB(), "cpuValueLabel"), u"0.00"_s);
     }
@@ -359,13 +349,11 @@ private slots:
 
     void aServerWithoutACommonSubnetDisablesTheTransfer()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
         LogCapture log;
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-        fixture.controller().removeServerConnection(one.uuid, one.wire.address(), 8);
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(2));
+        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
+                                                    8);
         ModalDriver modals;
         bool isLoggedInTheDialog = false;
         bool isEnabledInTheDialog = false;
@@ -374,7 +362,7 @@ private slots:
             isEnabledInTheDialog = fixture.isTransferEnabled();
             dialog.accept();
         });
-        fixture.controller().serverConnected(two.uuid, two.wire.address());
+        fixture.controller().serverConnected(fixture.two.uuid, fixture.two.wire.address());
         QCOMPARE(modals.seen().value(0).text, u"The servers don't share a subnet"_s);
         QVERIFY(isLoggedInTheDialog);
         QVERIFY(isEnabledInTheDialog);
@@ -383,19 +371,18 @@ private slots:
 
     void aServerBackDuringTheMessageKeepsTheTransferEnabled()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-        fixture.controller().removeServerConnection(one.uuid, one.wire.address(), 8);
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(2));
+        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
+                                                    8);
         ModalDriver modals;
         modals.answer([&](QDialog &dialog) {
-            fixture.controller().addServerConnection(one.uuid, one.wire.address(), 8);
-            fixture.controller().serverConnected(two.uuid, two.wire.address());
+            fixture.controller().addServerConnection(fixture.one.uuid, fixture.one.wire.address(),
+                                                     8);
+            fixture.controller().serverConnected(fixture.two.uuid, fixture.two.wire.address());
             dialog.accept();
         });
-        fixture.controller().serverConnected(two.uuid, two.wire.address());
+        fixture.controller().serverConnected(fixture.two.uuid, fixture.two.wire.address());
         QCOMPARE(modals.seen().size(), 1);
         QVERIFY(fixture.isTransferEnabled());
     }

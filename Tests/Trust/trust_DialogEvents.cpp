@@ -1,166 +1,24 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Controller/OperationFixture.h"
+#include "DialogFixture.h"
 
-#include "Dialogs/ErrorMessageDialog.h"
-#include "Dialogs/TransferDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Trust.h"
 #include "Support/Wait.h"
 
 #include <QDialogButtonBox>
-#include <QFileDialog>
 #include <QLineEdit>
-#include <QMessageBox>
-#include <QTimer>
 
-#include <functional>
-#include <optional>
 #include <set>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr quint32 allWarnings = 0xFFFFFFFF;
 constexpr auto executePath = "/brenvoka/execute.html";
 constexpr auto notifierPath = "/brenvoka/notifier.html";
 constexpr auto uploadPath = "/brenvoka/upload.html";
-
-/// Folder 1 has twelve visuals, which bank B's server lacks, and folder 3 has two.
-QList<MediaFolder> fullLibrary(int hashOffset = 0)
-{
-    QList<Visual> many;
-    for (int slot = 1; slot <= 12; ++slot)
-        many.append(cachedVisual(slot, u"Loop"_s, 100 + slot));
-    return {
-        folder(0, u"Intro"_s), folder(1, u"Loops"_s, many), folder(2, u"Stills"_s),
-        folder(3, u"Stage"_s,
-               {cachedVisual(3, u"Sunset"_s, 3 + hashOffset), cachedVisual(5, u"Harbour"_s, 5)})};
-}
-
-QList<MediaFolder> otherLibrary(int hashOffset = 0)
-{
-    return {
-        folder(0, u"Intro"_s), folder(1, u"Loops"_s), folder(2, u"Stills"_s),
-        folder(3, u"Stage"_s,
-               {cachedVisual(3, u"Sunset"_s, 30 + hashOffset), cachedVisual(7, u"Bridge"_s, 7)})};
-}
-
-/// The first dialog that opens is the subject until it is deleted: `onOpen` is called with it once.
-/// Messages and file dialogs that open later are closed; the texts of messages are recorded.
-class Watcher final : public QObject
-{
-public:
-    explicit Watcher(std::function<void(QDialog &)> whenOpen)
-        : onOpen(std::move(whenOpen))
-    {
-        poll();
-    }
-
-    QPointer<QDialog> subject;
-    QString subjectText;
-    QStringList messages;
-
-private:
-    // One timer for each poll: a timer does not fire while its slot runs, and dialogs nest.
-    void poll()
-    {
-        QTimer::singleShot(std::chrono::milliseconds(2), this, &Watcher::poll);
-        auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible())
-            return;
-        if (onOpen) {
-            subject = dialog;
-            subjectText = textOf(*dialog);
-            std::exchange(onOpen, {})(*dialog);
-        } else if (dialog != subject) {
-            close(*dialog);
-        }
-    }
-    void close(QDialog &dialog)
-    {
-        if (qobject_cast<ErrorMessageDialog *>(&dialog))
-            messages.append(textOf(dialog));
-        if (qobject_cast<ErrorMessageDialog *>(&dialog) || qobject_cast<QFileDialog *>(&dialog))
-            dialog.reject();
-    }
-    static QString textOf(const QDialog &dialog)
-    {
-        if (const auto *const box = qobject_cast<const QMessageBox *>(&dialog))
-            return box->text();
-        const auto *const label = dialog.findChild<QLabel *>(u"errorText"_s);
-        return label ? label->text() : QString();
-    }
-
-    std::function<void(QDialog &)> onOpen;
-};
-
-/// Two played servers with different libraries, bank A's folder 3 with two visuals selected.
-class DialogFixture final : public ControllerFixture
-{
-public:
-    [[nodiscard]] bool open(int folderSlot)
-    {
-        model.warningLevel = allWarnings;
-        if (!show() || !connectServer(one, u"One"_s, fullLibrary()) ||
-            !connectServer(two, u"Two"_s, otherLibrary()))
-            return false;
-        if (folderSlot != -1)
-            doubleClickRow(bankA(), folderSlot);
-        const int rows = folderSlot == -1 ? 256 : 257;
-        return waitFor(
-            [&] { return listOf(bankA()).count() == rows && listOf(bankB()).count() == rows; });
-    }
-    void select(const QList<int> &rows) const
-    {
-        for (const int row : rows)
-            clickRow(bankA(), row, row == rows.first() ? Qt::NoModifier : Qt::ControlModifier);
-    }
-    void click(const char *button) const
-    {
-        QTest::mouseClick(&childOf<QPushButton>(bankA(), button), Qt::LeftButton);
-    }
-    [[nodiscard]] QString file() const
-    {
-        QFile content(sandbox.directory().filePath(u"clip.mov"_s));
-        if (!content.open(QIODevice::WriteOnly) || content.write("content") < 0)
-            qFatal("cannot write %s", qPrintable(content.fileName()));
-        return content.fileName();
-    }
-    /// Waits until the program has handled everything that the server sent before.
-    [[nodiscard]] bool isHeard(PlayedServer &server)
-    {
-        const int mark = ++marks;
-        server.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":)" + QByteArray::number(mark) +
-                                       R"(,"TFPS":1,"MFPS":1})"));
-        return waitFor(
-            [&] { return controller().connectedServer(server.uuid).graphFps == float(mark); });
-    }
-    /// The same for another server than the first, which gives the program time for the messages of
-    /// the first.
-    [[nodiscard]] bool isAnotherServerHeard()
-    {
-        for (PlayedServer *const server : {&two, &three}) {
-            if (isConnected(*server))
-                return isHeard(*server);
-        }
-        return connectServer(three, u"Three"_s, fullLibrary()) && isHeard(three);
-    }
-    [[nodiscard]] bool isTaskRunning() const
-    {
-        return window->findChildren<BVProgressDialog *>().size() > 1 ||
-               window->findChild<TransferDialog *>();
-    }
-
-    PlayedServer one{loopback(1)};
-    PlayedServer two{loopback(2)};
-    PlayedServer three{loopback(3)};
-
-private:
-    int marks = 0;
-};
 
 /// The commands that were sent, as texts such as "one 2 3/5": server, type, folder and slot.
 using Orders = std::set<QString>;
@@ -192,7 +50,7 @@ bool changeLibrary(DialogFixture &fixture, PlayedServer &server, const QList<Med
     const bool isFetched = !fixture.isTaskRunning();
     server.setLibrary(library);
     server.sendLibraryChanged();
-    return fixture.isHeard(server) && (!isFetched || waitFor([&] {
+    return fixture.waitUntilHandled(server) && (!isFetched || waitFor([&] {
                return fixture.controller().connectedServer(server.uuid).hash != before;
            }));
 }
@@ -403,7 +261,7 @@ const Subject subjects[] = {
      [](DialogFixture &f, QDialog &dialog) {
          answerHeld(f);
          for (int turn = 0; turn < 10; ++turn)
-             QVERIFY(f.isAnotherServerHeard());
+             QVERIFY(f.waitUntilAnotherIsHandled());
          dialog.accept();
      },
      {u"one 2 3/3"_s},
