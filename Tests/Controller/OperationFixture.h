@@ -6,7 +6,31 @@
 #include "ControllerFixture.h"
 
 #include "Dialogs/BVProgressDialog.h"
+#include "Support/ModalDriver.h"
 #include "Support/Wait.h"
+
+#include <QDialogButtonBox>
+
+/// The rows of a test that declines a warning.
+inline void addRefusals()
+{
+    QTest::addColumn<bool>("escape");
+    QTest::newRow("No") << false;
+    QTest::newRow("Escape") << true;
+}
+
+/// The rows of a test that calls OperationFixture::loseServerADuring.
+inline void addLosses()
+{
+    QTest::addColumn<bool>("endsItsStream");
+    QTest::newRow("announcements stop") << false;
+    QTest::newRow("stream ends") << true;
+}
+
+inline void pressYes(const QDialog &warning)
+{
+    warning.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Yes)->click();
+}
 
 /// A visible window with two played servers in its banks. The test switches warnings on.
 class OperationFixture : public ControllerFixture
@@ -82,6 +106,21 @@ public:
     }
     /// Removes bank A's server, as when its announcements stop.
     void loseServerA() { controller().removeServer(one.uuid); }
+
+    /// Loses bank A's server while the next dialog is open, and calls `then` after the message.
+    void loseServerADuring(ModalDriver &modals, bool endsItsStream, const ModalDriver::Answer &then)
+    {
+        modals.answer([this, &modals, endsItsStream, then](QDialog &dialog) {
+            if (endsItsStream)
+                one.stream.close();
+            else
+                loseServerA();
+            QVERIFY(waitFor([&] { return !modals.pending(); }));
+            then(dialog);
+        });
+        if (endsItsStream)
+            modals.press(QMessageBox::Ok);
+    }
 
     PlayedServer one{loopback(1)};
     PlayedServer two{loopback(2)};

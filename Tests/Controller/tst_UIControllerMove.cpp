@@ -61,12 +61,7 @@ private slots:
         QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
     }
 
-    void decliningTheWarningChangesNothing_data()
-    {
-        QTest::addColumn<bool>("escape");
-        QTest::newRow("No") << false;
-        QTest::newRow("Escape") << true;
-    }
+    void decliningTheWarningChangesNothing_data() { addRefusals(); }
     void decliningTheWarningChangesNothing()
     {
         QFETCH(const bool, escape);
@@ -237,12 +232,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
     }
 
-    void serverIsLostWhileTheWarningIsOpen_data()
-    {
-        QTest::addColumn<bool>("endsItsStream");
-        QTest::newRow("announcements stop") << false;
-        QTest::newRow("stream ends") << true;
-    }
+    void serverIsLostWhileTheWarningIsOpen_data() { addLosses(); }
     // A lost server never answers: the operator cancels the task.
     void serverIsLostWhileTheWarningIsOpen()
     {
@@ -251,16 +241,7 @@ private slots:
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3, allWarnings));
         ModalDriver modals;
-        modals.answer([&](QDialog &warning) {
-            if (endsItsStream)
-                fixture.one.stream.close();
-            else
-                fixture.loseServerA();
-            QVERIFY(waitFor([&] { return !modals.pending(); }));
-            qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
-        });
-        if (endsItsStream)
-            modals.press(QMessageBox::Ok);
+        fixture.loseServerADuring(modals, endsItsStream, pressYes);
         QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
         QVERIFY(!fixture.isConnected(fixture.one));
         QVERIFY(
@@ -278,7 +259,7 @@ private slots:
         ModalDriver modals;
         modals.answer([&](QDialog &warning) {
             fixture.controller().serverNameChanged(fixture.one.uuid, u"Renamed"_s);
-            qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
+            pressYes(warning);
         });
         QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
         QVERIFY(fixture.bankA().currentServerUuid().isNull());

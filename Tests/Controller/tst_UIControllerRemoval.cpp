@@ -66,12 +66,7 @@ private slots:
         QCOMPARE(modals.seen().size(), 1);
     }
 
-    void decliningTheWarningChangesNothing_data()
-    {
-        QTest::addColumn<bool>("escape");
-        QTest::newRow("No") << false;
-        QTest::newRow("Escape") << true;
-    }
+    void decliningTheWarningChangesNothing_data() { addRefusals(); }
     void decliningTheWarningChangesNothing()
     {
         QFETCH(const bool, escape);
@@ -319,12 +314,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
     }
 
-    void serverIsLostWhileTheWarningIsOpen_data()
-    {
-        QTest::addColumn<bool>("endsItsStream");
-        QTest::newRow("announcements stop") << false;
-        QTest::newRow("stream ends") << true;
-    }
+    void serverIsLostWhileTheWarningIsOpen_data() { addLosses(); }
     void serverIsLostWhileTheWarningIsOpen()
     {
         QFETCH(const bool, endsItsStream);
@@ -332,16 +322,7 @@ private slots:
         QVERIFY(fixture.openInside(3, allWarnings));
         clickRow(fixture.bankA(), 4);
         ModalDriver modals;
-        modals.answer([&](QDialog &warning) {
-            if (endsItsStream)
-                fixture.one.stream.close();
-            else
-                fixture.loseServerA();
-            QVERIFY(waitFor([&] { return !modals.pending(); }));
-            qobject_cast<QMessageBox *>(&warning)->button(QMessageBox::Yes)->click();
-        });
-        if (endsItsStream)
-            modals.press(QMessageBox::Ok);
+        fixture.loseServerADuring(modals, endsItsStream, pressYes);
         OperationFixture::clickRemove(fixture.bankA());
         QVERIFY(!fixture.isConnected(fixture.one));
         QVERIFY(!fixture.hasStarted());

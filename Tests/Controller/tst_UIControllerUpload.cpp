@@ -219,12 +219,7 @@ private slots:
         QCOMPARE(fixture.one.wire.requests(uploadPath).size(), 1); // one at a time
     }
 
-    void serverIsLostWhileTheFileDialogIsOpen_data()
-    {
-        QTest::addColumn<bool>("endsItsStream");
-        QTest::newRow("announcements stop") << false;
-        QTest::newRow("stream ends") << true;
-    }
+    void serverIsLostWhileTheFileDialogIsOpen_data() { addLosses(); }
     // A lost server never answers: the operator cancels the task.
     void serverIsLostWhileTheFileDialogIsOpen()
     {
@@ -234,16 +229,8 @@ private slots:
         QVERIFY(fixture.open());
         clickRow(fixture.bankA(), 10);
         ModalDriver modals;
-        modals.answer([&](QDialog &dialog) {
-            if (endsItsStream)
-                fixture.one.stream.close();
-            else
-                fixture.loseServerA();
-            QVERIFY(waitFor([&] { return !modals.pending(); }));
-            fixture.choose(dialog);
-        });
-        if (endsItsStream)
-            modals.press(QMessageBox::Ok);
+        fixture.loseServerADuring(modals, endsItsStream,
+                                  [&](QDialog &dialog) { fixture.choose(dialog); });
         OperationFixture::clickUpload(fixture.bankA());
         QVERIFY(!fixture.isConnected(fixture.one));
         QVERIFY(

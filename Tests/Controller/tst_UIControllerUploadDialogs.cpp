@@ -148,12 +148,7 @@ private slots:
                  "The operation will permanently remove the visual in the destination slot"_s);
     }
 
-    void answeringNoOpensNoFileDialog_data()
-    {
-        QTest::addColumn<bool>("escape");
-        QTest::newRow("No") << false;
-        QTest::newRow("Escape") << true;
-    }
+    void answeringNoOpensNoFileDialog_data() { addRefusals(); }
     void answeringNoOpensNoFileDialog()
     {
         QFETCH(const bool, escape);
@@ -210,7 +205,7 @@ private slots:
         ModalDriver modals;
         modals.answer([&](QDialog &warning) {
             fixture.loseServerA();
-            dynamic_cast<QMessageBox &>(warning).button(QMessageBox::Yes)->click();
+            pressYes(warning);
         });
         modals.escape();
         OperationFixture::clickUpload(fixture.bankA());
