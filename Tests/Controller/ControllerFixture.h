@@ -4,7 +4,7 @@
 #pragma once
 
 #include "Support/Loopback.h"
-#include "Support/PlayedServer.h"
+#include "Support/ScriptedServer.h"
 #include "Support/Wait.h"
 #include "Support/WindowFixture.h"
 
@@ -19,27 +19,27 @@ class ControllerFixture : public WindowFixture
 public:
     using WindowFixture::connectServer;
     /// Gives the server a library and connects it.
-    [[nodiscard]] bool connectServer(PlayedServer &server, const QString &name,
+    [[nodiscard]] bool connectServer(ScriptedServer &server, const QString &name,
                                      const QList<MediaFolder> &folders, int netmask = 8)
     {
         server.setLibrary(folders);
         return discover(server, name, netmask);
     }
     /// Adds a server as discovery does, and waits until it is connected.
-    [[nodiscard]] bool discover(PlayedServer &server, const QString &name, int netmask = 8)
+    [[nodiscard]] bool discover(ScriptedServer &server, const QString &name, int netmask = 8)
     {
         server.wire.forgetRequests();
         controller().addServer(server.uuid, server.wire.address(), netmask, name);
         return server.openStream() && waitFor([&] { return isConnected(server); });
     }
-    [[nodiscard]] bool isConnected(const PlayedServer &server) const
+    [[nodiscard]] bool isConnected(const ScriptedServer &server) const
     {
         return !controller().connectedServer(server.uuid).uuid.isNull();
     }
 
     /// Requests the library again and waits for the request: every earlier request has arrived by
     /// then. Only while no task runs.
-    [[nodiscard]] bool requestLibrary(const PlayedServer &server) const
+    [[nodiscard]] bool requestLibrary(const ScriptedServer &server) const
     {
         const qsizetype before = server.libraryRequests();
         controller().serverLibraryChanged(server.uuid);

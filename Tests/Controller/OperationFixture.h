@@ -100,7 +100,7 @@ public:
         return true;
     }
     /// Waits until the task has ended and the server's library was requested a second time.
-    [[nodiscard]] bool hasDownloadedAgain(const PlayedServer &server) const
+    [[nodiscard]] bool hasDownloadedAgain(const ScriptedServer &server) const
     {
         return waitFor([&] { return !hasStarted() && server.libraryRequests() == 2; });
     }
@@ -122,8 +122,8 @@ public:
             modals.press(QMessageBox::Ok);
     }
 
-    PlayedServer one{loopback(1)};
-    PlayedServer two{loopback(2)};
+    ScriptedServer one{loopback(1)};
+    ScriptedServer two{loopback(2)};
 
 private:
     static void click(const BVServerBank &bank, const char *button)

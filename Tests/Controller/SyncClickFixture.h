@@ -29,7 +29,7 @@ public:
     [[nodiscard]] bool start(int count = 1)
     {
         clickLeftToRight();
-        return waitFor([&] { return two.commands(PlayedServer::Sync).size() >= count; });
+        return waitFor([&] { return two.commands(ScriptedServer::Sync).size() >= count; });
     }
     /// Null before and after the transfers.
     [[nodiscard]] TransferDialog *transferDialog() const
@@ -37,6 +37,6 @@ public:
         return window->findChild<TransferDialog *>();
     }
 
-    PlayedServer one{loopback(101)};
-    PlayedServer two{loopback(102)};
+    ScriptedServer one{loopback(101)};
+    ScriptedServer two{loopback(102)};
 };

@@ -109,7 +109,7 @@ private slots:
 
     void aChangeOfServerStaysInTheFolder()
     {
-        PlayedServer server(loopback(53));
+        ScriptedServer server(loopback(53));
         ControllerFixture fixture;
         const Server sample = sampleServer(u"One"_s, loopback(51));
         fixture.connectServer(sample);

@@ -63,7 +63,7 @@ private slots:
     void windowRespondsDuringAThousandReportsASecond()
     {
         constexpr int count = 2000;
-        PlayedServer server(loopback(1));
+        ScriptedServer server(loopback(1));
         ControllerFixture fixture;
         QVERIFY(fixture.connectServer(server, u"One"_s, {folder(0, u"Intro"_s)}));
         QVERIFY(fixture.show());

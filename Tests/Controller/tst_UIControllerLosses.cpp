@@ -207,7 +207,7 @@ private slots:
     void aRemovedServerIsDisconnectedFromTheService()
     {
         LogCapture log;
-        PlayedServer server(loopback(101));
+        ScriptedServer server(loopback(101));
         ControllerFixture fixture;
         QVERIFY(fixture.connectServer(server, u"One"_s, library()));
         fixture.controller().removeServer(server.uuid);
@@ -218,7 +218,7 @@ private slots:
 
     void aServerThatReturnsIsOfferedAgain()
     {
-        PlayedServer server(loopback(101));
+        ScriptedServer server(loopback(101));
         ControllerFixture fixture;
         QVERIFY(fixture.connectServer(server, u"One"_s, library()));
         ModalDriver modals;
@@ -263,7 +263,7 @@ private slots:
 
     void lostThirdServerDoesNotAffectTheTask()
     {
-        PlayedServer three(loopback(103));
+        ScriptedServer three(loopback(103));
         SyncClickFixture fixture;
         QVERIFY(fixture.open());
         QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
@@ -303,7 +303,7 @@ private slots:
 
     void lostTaskServerInNeitherBankShowsNoMessage()
     {
-        PlayedServer three(loopback(103));
+        ScriptedServer three(loopback(103));
         SyncClickFixture fixture;
         QVERIFY(fixture.open());
         QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
@@ -342,7 +342,7 @@ private slots:
 
     void messageStaysOpenWhileServersComeAndGo()
     {
-        PlayedServer two(loopback(102));
+        ScriptedServer two(loopback(102));
         ControllerFixture fixture;
         const Server one = sampleServer(u"One"_s, loopback(109));
         fixture.connectServer(one);

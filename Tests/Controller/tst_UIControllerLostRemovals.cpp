@@ -27,23 +27,23 @@ QList<MediaFolder> thirtyVisuals()
 }
 
 /// Answers the first five removals and leaves the next one open.
-void answerFive(PlayedServer &server)
+void answerFive(ScriptedServer &server)
 {
     server.wire.on(executePath, [&server](const WireRequest &request) {
-        if (server.commands(PlayedServer::Remove).size() <= answered)
+        if (server.commands(ScriptedServer::Remove).size() <= answered)
             request.answer(accepted);
     });
 }
 
-[[nodiscard]] bool waitForTheSixth(const PlayedServer &server)
+[[nodiscard]] bool waitForTheSixth(const ScriptedServer &server)
 {
-    return waitFor([&server] { return server.commands(PlayedServer::Remove).size() > answered; });
+    return waitFor([&server] { return server.commands(ScriptedServer::Remove).size() > answered; });
 }
 
 /// Answers the open removal and all later ones, and waits long enough for the program to send one
 /// more: until it has closed the connection of the answer and then downloaded another server's
 /// library five times.
-[[nodiscard]] bool answerTheRest(PlayedServer &server, PlayedServer &other)
+[[nodiscard]] bool answerTheRest(ScriptedServer &server, ScriptedServer &other)
 {
     server.accept();
     const WireRequest sixth = server.wire.requests(executePath).last();
@@ -84,12 +84,12 @@ private slots:
         EVENTUALLY(!modals.pending());
         QCOMPARE(modals.seen().first().text,
                  u"Server \"One\" disconnected while an operation was in progress."_s);
-        QCOMPARE(fixture.one.commands(PlayedServer::Remove).size(), answered + 1);
+        QCOMPARE(fixture.one.commands(ScriptedServer::Remove).size(), answered + 1);
     }
 
     void lostSourceEndsTheRemovalsOfASync()
     {
-        PlayedServer three(loopback(3));
+        ScriptedServer three(loopback(3));
         SyncClickFixture fixture;
         QVERIFY(fixture.open(OperationFixture::library().first(3), thirtyVisuals()));
         QVERIFY(fixture.connectServer(three, u"Three"_s, OperationFixture::library()));
@@ -105,7 +105,7 @@ private slots:
         EVENTUALLY(!modals.pending());
         QCOMPARE(modals.seen().first().text,
                  u"Server \"One\" disconnected while an operation was in progress."_s);
-        QCOMPARE(fixture.two.commands(PlayedServer::Remove).size(), answered + 1);
+        QCOMPARE(fixture.two.commands(ScriptedServer::Remove).size(), answered + 1);
     }
 };
 

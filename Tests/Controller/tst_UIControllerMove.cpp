@@ -22,10 +22,10 @@ constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
 constexpr auto executePath = "/brenvoka/execute.html";
 
 /// Folder, slot and new slot of each move command of a server.
-QStringList moves(const PlayedServer &server)
+QStringList moves(const ScriptedServer &server)
 {
     QStringList texts;
-    for (const Command &command : server.commands(PlayedServer::Move)) {
+    for (const Command &command : server.commands(ScriptedServer::Move)) {
         texts.append(u"%1: %2 to %3"_s.arg(command.field("folderIdx"), command.field("visualIdx"),
                                            command.field("visualToIdx")));
     }

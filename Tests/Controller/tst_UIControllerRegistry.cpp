@@ -29,9 +29,9 @@ public:
                (count < 3 || connectServer(three, u"Three"_s, library()));
     }
 
-    PlayedServer one{loopback(1)};
-    PlayedServer two{loopback(2)};
-    PlayedServer three{loopback(3)};
+    ScriptedServer one{loopback(1)};
+    ScriptedServer two{loopback(2)};
+    ScriptedServer three{loopback(3)};
 };
 
 } // namespace
@@ -46,7 +46,7 @@ private slots:
 
     void aDiscoveredServerIsShownInBankA()
     {
-        PlayedServer server(loopback(1));
+        ScriptedServer server(loopback(1));
         ControllerFixture fixture;
         server.setLibrary(library());
         fixture.controller().addServer(server.uuid, server.wire.address(), 8, u"Stage left"_s);
@@ -66,9 +66,9 @@ private slots:
 
     void theFirstServerGoesToBankAAndTheSecondToBankB()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
-        PlayedServer three(loopback(3));
+        ScriptedServer one(loopback(1));
+        ScriptedServer two(loopback(2));
+        ScriptedServer three(loopback(3));
         ControllerFixture fixture;
         QVERIFY(fixture.connectServer(one, u"One"_s, library()));
         QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
@@ -147,7 +147,7 @@ private slots:
 
     void aServerWithAnEmptyLibraryIsNotOffered()
     {
-        PlayedServer server(loopback(1));
+        ScriptedServer server(loopback(1));
         ControllerFixture fixture;
         QVERIFY(fixture.connectServer(server, u"Empty"_s, {}));
         QCOMPARE(fixture.offered(fixture.bankA()), QStringList());
@@ -157,7 +157,7 @@ private slots:
 
     void aServerIsOfferedAsSoonAsItHasFolders()
     {
-        PlayedServer server(loopback(1));
+        ScriptedServer server(loopback(1));
         ControllerFixture fixture;
         QVERIFY(fixture.connectServer(server, u"Empty"_s, {}));
         server.setLibrary(library());
@@ -308,8 +308,8 @@ private slots:
 
     void syncSignIsHiddenOnlyWhileTwoServersAreEqual()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
+        ScriptedServer one(loopback(1));
+        ScriptedServer two(loopback(2));
         ControllerFixture fixture;
         QVERIFY(fixture.isSyncWarningShown());
         one.setLibrary(library());
@@ -334,8 +334,8 @@ private slots:
 
     void theTransferIsEnabledWithTwoServers()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
+        ScriptedServer one(loopback(1));
+        ScriptedServer two(loopback(2));
         ControllerFixture fixture;
         QVERIFY(!fixture.isTransferEnabled());
         QVERIFY(fixture.connectServer(one, u"One"_s, library(), 32));

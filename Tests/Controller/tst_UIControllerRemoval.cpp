@@ -92,7 +92,7 @@ private slots:
         OperationFixture::clickRemove(fixture.bankA());
         QVERIFY(fixture.hasStarted());
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-        QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
+        QCOMPARE(fixture.one.visuals(ScriptedServer::Remove), (Refs{{3, 3}}));
         QCOMPARE(fixture.two.libraryRequests(), 1);
         QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
         QCOMPARE(fixture.model.warningLevel, allWarnings);
@@ -160,7 +160,7 @@ private slots:
         if (removed.isEmpty())
             return;
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-        Refs sent = fixture.one.visuals(PlayedServer::Remove);
+        Refs sent = fixture.one.visuals(ScriptedServer::Remove);
         std::sort(sent.begin(), sent.end()); // the selection has no order
         QCOMPARE(sent, removed);
     }
@@ -174,7 +174,7 @@ private slots:
         clickRow(fixture.bankA(), 99, Qt::ControlModifier); // absent
         OperationFixture::clickRemove(fixture.bankA());
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-        QCOMPARE(fixture.one.visuals(PlayedServer::Remove),
+        QCOMPARE(fixture.one.visuals(ScriptedServer::Remove),
                  (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 255}}));
     }
 
@@ -186,7 +186,7 @@ private slots:
         fixture.bankB().selectRows({8});
         OperationFixture::clickRemove(fixture.bankB());
         QVERIFY(fixture.hasDownloadedAgain(fixture.two));
-        QCOMPARE(fixture.two.visuals(PlayedServer::Remove), (Refs{{3, 7}}));
+        QCOMPARE(fixture.two.visuals(ScriptedServer::Remove), (Refs{{3, 7}}));
         QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
     }
 
@@ -199,7 +199,7 @@ private slots:
         fixture.bankA().selectRows({4, 6});
         OperationFixture::clickRemove(fixture.bankA());
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-        QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{1, 5}}));
+        QCOMPARE(fixture.one.visuals(ScriptedServer::Remove), (Refs{{1, 5}}));
     }
 
     void gapsDoNotMatterAtTheFoldersLevel()
@@ -209,7 +209,7 @@ private slots:
         clickRow(fixture.bankA(), 2);
         OperationFixture::clickRemove(fixture.bankA());
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-        QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{2, 3}}));
+        QCOMPARE(fixture.one.visuals(ScriptedServer::Remove), (Refs{{2, 3}}));
     }
 
     void failuresAreShownOnceAtTheEnd()
@@ -242,8 +242,8 @@ private slots:
         fixture.one.wire.requests(executePath).first().answer(accepted);
         // A later command is sent after everything that was queued.
         fixture.controller().handleMoveVisual(3, 4, ServerDeckA);
-        EVENTUALLY_COMPARE(fixture.one.commands(PlayedServer::Move).size(), 1);
-        QCOMPARE(fixture.one.visuals(PlayedServer::Remove), (Refs{{3, 3}}));
+        EVENTUALLY_COMPARE(fixture.one.commands(ScriptedServer::Move).size(), 1);
+        QCOMPARE(fixture.one.visuals(ScriptedServer::Remove), (Refs{{3, 3}}));
     }
 
     void aCancelAfterTheEndOfTheTaskIsIgnored()
@@ -287,7 +287,7 @@ private slots:
         EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
         QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
-        EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Remove),
+        EVENTUALLY_COMPARE(fixture.one.visuals(ScriptedServer::Remove),
                            (Refs{{3, 3}, {3, 5}, {3, 3}, {3, 5}}));
     }
 
@@ -309,7 +309,7 @@ private slots:
         QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
         fixture.one.accept();
         fixture.one.wire.requests(executePath).first().answer(accepted);
-        EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Remove),
+        EVENTUALLY_COMPARE(fixture.one.visuals(ScriptedServer::Remove),
                            (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 7}}));
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
     }

@@ -131,7 +131,7 @@ private slots:
         QList<MediaFolder> full = empty;
         full[1] = folder(1, u"b"_s, {cachedVisual(1, u"x"_s, 1)});
         full[3] = folder(3, u"d"_s, {cachedVisual(3, u"y"_s, 2)});
-        PlayedServer third(loopback(103));
+        ScriptedServer third(loopback(103));
         SyncClickFixture fixture;
         QVERIFY(fixture.open(full, empty));
         QVERIFY(fixture.connectServer(third, u"Three"_s, empty));
@@ -145,7 +145,7 @@ private slots:
         fixture.two.sendStarted({3, 3});
         fixture.two.sendEnded({3, 3}, Brenvoka::SyncFinished);
         EVENTUALLY(!fixture.transferDialog()); // nothing else was requested
-        QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (QList<VisualRef>{{3, 3}}));
+        QCOMPARE(fixture.two.visuals(ScriptedServer::Sync), (QList<VisualRef>{{3, 3}}));
     }
 
     void aSelectionMadeDuringASlowRedrawStays_data()
@@ -188,11 +188,11 @@ private slots:
         fixture.two.wire.answer("/brenvoka/thumbnails/", "no picture"); // from the next redraw on
 
         fixture.clickRightToLeft();
-        EVENTUALLY(!fixture.one.commands(PlayedServer::Sync).isEmpty());
+        EVENTUALLY(!fixture.one.commands(ScriptedServer::Sync).isEmpty());
         fixture.one.sendStarted({0, 255});
         fixture.one.sendEnded({0, 255}, Brenvoka::SyncFinished);
         EVENTUALLY(!fixture.transferDialog());
-        QCOMPARE(fixture.one.visuals(PlayedServer::Sync), (QList<VisualRef>{{0, 255}}));
+        QCOMPARE(fixture.one.visuals(ScriptedServer::Sync), (QList<VisualRef>{{0, 255}}));
 
         EVENTUALLY_COMPARE(selected(fixture.bankB()), Rows{256});
         QCOMPARE(selected(fixture.bankA()), Rows{256});

@@ -44,7 +44,7 @@ private slots:
 
     void thumbnailsHaveTheirOwnDiskCache()
     {
-        PlayedServer server(loopback(1));
+        ScriptedServer server(loopback(1));
         ControllerFixture fixture;
         const QString directory =
             QStandardPaths::writableLocation(QStandardPaths::CacheLocation) + u"thumbnails"_s;
@@ -64,7 +64,7 @@ private slots:
     {
         constexpr int count = 12;
         constexpr qint64 size = 1 << 20;
-        PlayedServer server(loopback(1));
+        ScriptedServer server(loopback(1));
         ControllerFixture fixture;
         const auto cached = [&] {
             const QString directory =
@@ -199,7 +199,7 @@ private slots:
 
     void aFolderIsDownloadedThroughTheDialog()
     {
-        PlayedServer server(loopback(1));
+        ScriptedServer server(loopback(1));
         ControllerFixture fixture;
         QVERIFY(fixture.connectServer(server, u"One"_s, {unseenFolder(4)}));
         fixture.controller().folderChanged(0);
@@ -217,8 +217,8 @@ private slots:
 
     void aCancelledDownloadLeavesTheBanksEnabled()
     {
-        PlayedServer one(loopback(1));
-        PlayedServer two(loopback(2));
+        ScriptedServer one(loopback(1));
+        ScriptedServer two(loopback(2));
         ControllerFixture fixture;
         QVERIFY(fixture.connectServer(one, u"One"_s, {unseenFolder(2)}));
         QVERIFY(fixture.connectServer(two, u"Two"_s, {unseenFolder(3)}));

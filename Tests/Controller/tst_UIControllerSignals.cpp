@@ -19,7 +19,7 @@ private slots:
 
     void discoverySignalsReachTheRegistry()
     {
-        PlayedServer server(loopback(1));
+        ScriptedServer server(loopback(1));
         ControllerFixture fixture;
         server.setLibrary({folder(0, u"Intro"_s)});
         auto *const listener = fixture.controller().findChild<ServerListenerService *>();

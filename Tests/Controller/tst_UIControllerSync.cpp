@@ -36,10 +36,10 @@ private slots:
              folder(1, u"b"_s, {cachedVisual(255, u"z"_s, 3)})},
             {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}), folder(1, u"b"_s)}));
         QVERIFY(fixture.start(2));
-        Refs visuals = fixture.two.visuals(PlayedServer::Sync);
+        Refs visuals = fixture.two.visuals(ScriptedServer::Sync);
         std::ranges::sort(visuals); // they use separate connections
         QCOMPARE(visuals, (Refs{{0, 2}, {1, 255}}));
-        QCOMPARE(fixture.two.commands(PlayedServer::Sync).first().field("serverURL"),
+        QCOMPARE(fixture.two.commands(ScriptedServer::Sync).first().field("serverURL"),
                  u"http://" LOOPBACK(101) ":4567"_s);
         QVERIFY(fixture.one.wire.requests("/brenvoka/execute.html").isEmpty());
     }
@@ -56,7 +56,7 @@ private slots:
         fixture.two.sendEnded({0, 2}, Brenvoka::SyncFinished);
         EVENTUALLY(!fixture.transferDialog());
         QCOMPARE(fixture.two.wire.requests("/brenvoka/execute.html").size(), 1);
-        QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
+        QCOMPARE(fixture.two.visuals(ScriptedServer::Sync), (Refs{{0, 2}}));
     }
 
     void onlyTheSelectedSlotIsCompared()
@@ -69,7 +69,7 @@ private slots:
         fixture.controller().folderChanged(1);
         fixture.bankA().selectRows({9, 10});
         QVERIFY(fixture.start());
-        QCOMPARE(fixture.two.visuals(PlayedServer::Sync), (Refs{{1, 8}}));
+        QCOMPARE(fixture.two.visuals(ScriptedServer::Sync), (Refs{{1, 8}}));
     }
 
     void theOtherButtonTransfersTheOtherWay()
@@ -78,8 +78,8 @@ private slots:
         QVERIFY(
             fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(2, u"y"_s, 2)})}));
         fixture.clickRightToLeft();
-        EVENTUALLY_COMPARE(fixture.one.visuals(PlayedServer::Sync), (Refs{{0, 2}}));
-        QCOMPARE(fixture.one.commands(PlayedServer::Sync).first().field("serverURL"),
+        EVENTUALLY_COMPARE(fixture.one.visuals(ScriptedServer::Sync), (Refs{{0, 2}}));
+        QCOMPARE(fixture.one.commands(ScriptedServer::Sync).first().field("serverURL"),
                  u"http://" LOOPBACK(102) ":4567"_s);
     }
 
@@ -89,8 +89,8 @@ private slots:
         QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})},
                              {folder(0, u"b"_s, {cachedVisual(1, u"x"_s, 1)})}));
         fixture.clickLeftToRight();
-        EVENTUALLY_COMPARE(fixture.two.commands(PlayedServer::Rename).size(), 1);
-        QCOMPARE(fixture.two.commands(PlayedServer::Rename).first().field("folderName"), u"a"_s);
+        EVENTUALLY_COMPARE(fixture.two.commands(ScriptedServer::Rename).size(), 1);
+        QCOMPARE(fixture.two.commands(ScriptedServer::Rename).first().field("folderName"), u"a"_s);
         EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
         QCOMPARE(fixture.two.wire.requests("/brenvoka/execute.html").size(), 1);
     }
@@ -114,8 +114,8 @@ private slots:
             fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}),
                                                folder(1, u"b"_s, {cachedVisual(9, u"x"_s, 1)})}));
         fixture.clickLeftToRight();
-        EVENTUALLY_COMPARE(fixture.two.visuals(PlayedServer::Remove), (Refs{{0, 1}, {1, 9}}));
-        QCOMPARE(fixture.two.commands(PlayedServer::Rename).size(), 0);
+        EVENTUALLY_COMPARE(fixture.two.visuals(ScriptedServer::Remove), (Refs{{0, 1}, {1, 9}}));
+        QCOMPARE(fixture.two.commands(ScriptedServer::Rename).size(), 0);
     }
 
     void serversWithoutACommonSubnetAreReportedOnClick()

@@ -15,8 +15,8 @@ namespace {
 constexpr auto executePath = "/brenvoka/execute.html";
 constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
 /// The commands of the phases, in the order of the phases.
-constexpr PlayedServer::CommandType phases[]{PlayedServer::Rename, PlayedServer::Remove,
-                                             PlayedServer::Sync};
+constexpr ScriptedServer::CommandType phases[]{ScriptedServer::Rename, ScriptedServer::Remove,
+                                               ScriptedServer::Sync};
 
 /// A synchronisation from One to Two that has something to do in each phase, and more than is sent
 /// at once.
@@ -25,7 +25,7 @@ class PhaseFixture final : public SyncClickFixture
 public:
     /// Starts it and waits until the destination has received a command of that phase, which it
     /// does not answer.
-    [[nodiscard]] bool startUntil(PlayedServer::CommandType phase)
+    [[nodiscard]] bool startUntil(ScriptedServer::CommandType phase)
     {
         const bool isOpen =
             open({folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)}), folder(1, u"b"_s)},
@@ -79,7 +79,7 @@ private slots:
         QFETCH(const bool, isSilent);
         PhaseFixture fixture;
         QVERIFY(fixture.startUntil(phases[phase]));
-        PlayedServer &lost = isSource ? fixture.one : fixture.two;
+        ScriptedServer &lost = isSource ? fixture.one : fixture.two;
         ModalDriver modals;
         modals.answer([&](QDialog &message) {
             // Its stream is closed before the operator answers the message.
@@ -132,7 +132,7 @@ private slots:
     void secondServerIsLostWhileTheFirstMessageIsShown()
     {
         PhaseFixture fixture;
-        QVERIFY(fixture.startUntil(PlayedServer::Remove));
+        QVERIFY(fixture.startUntil(ScriptedServer::Remove));
         ModalDriver modals;
         modals.answer([&](QDialog &first) {
             fixture.one.stream.close();

@@ -85,7 +85,7 @@ private slots:
 
     void uploadNeedsAServerInABank()
     {
-        PlayedServer third(loopback(3));
+        ScriptedServer third(loopback(3));
         OperationFixture fixture;
         QVERIFY(fixture.open());
         QVERIFY(fixture.connectServer(third, u"Three"_s, OperationFixture::library()));

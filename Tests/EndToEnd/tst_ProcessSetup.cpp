@@ -6,7 +6,7 @@
 #include "Support/Channels.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
-#include "Support/PlayedServer.h"
+#include "Support/ScriptedServer.h"
 #include "Support/Wait.h"
 
 #include <QTest>
@@ -188,15 +188,15 @@ void tst_ProcessSetup::sixtyServersAreServedWithALowSoftLimit()
                       [limit] { setrlimit(RLIMIT_NOFILE, &limit); });
     EVENTUALLY(home->isProgramUp());
 
-    std::list<PlayedServer> servers;
+    std::list<ScriptedServer> servers;
     for (int number = 1; number <= 60; ++number) {
         const QString address = loopback(100 + number);
-        PlayedServer &server = servers.emplace_back(address);
+        ScriptedServer &server = servers.emplace_back(address);
         server.setLibrary({});
         QVERIFY(listServer(Announcer(address), {.uuid = server.uuid}));
         QVERIFY(server.openStream());
     }
-    for (const PlayedServer &server : servers)
+    for (const ScriptedServer &server : servers)
         EVENTUALLY(server.libraryRequests() > 0);
 }
 

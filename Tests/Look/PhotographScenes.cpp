@@ -90,7 +90,7 @@ class PhotographFixture final : public ControllerFixture
 public:
     [[nodiscard]] bool open(const Album &album)
     {
-        for (PlayedServer *server : {&left, &right}) {
+        for (ScriptedServer *server : {&left, &right}) {
             server->wire.on("/brenvoka/thumbnails/", [album](const WireRequest &request) {
                 const int slot = request.path().split('/').last().split('.').first().toInt();
                 request.answer(album.thumbnails.value(slot - 1), "Content-Type: image/png\r\n");
@@ -109,8 +109,8 @@ public:
         return waitFor([&] { return isOpen(bankA()) && isOpen(bankB()); });
     }
 
-    PlayedServer left{loopback(11)};
-    PlayedServer right{loopback(12)};
+    ScriptedServer left{loopback(11)};
+    ScriptedServer right{loopback(12)};
 };
 
 } // namespace

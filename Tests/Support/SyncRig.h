@@ -8,7 +8,7 @@
 #include "Model/ApplicationModel.h"
 #include "Service/ServerConnectionService.h"
 #include "Support/Loopback.h"
-#include "Support/PlayedServer.h"
+#include "Support/ScriptedServer.h"
 #include "Support/Wait.h"
 #include "Tasks/SyncTask.h"
 
@@ -61,9 +61,10 @@ public:
     /// overtake each other.
     [[nodiscard]] bool settle()
     {
-        const qsizetype before = destination.commands(PlayedServer::Cancel).size();
+        const qsizetype before = destination.commands(ScriptedServer::Cancel).size();
         service.cancelAllSyncs();
-        return waitFor([&] { return destination.commands(PlayedServer::Cancel).size() > before; });
+        return waitFor(
+            [&] { return destination.commands(ScriptedServer::Cancel).size() > before; });
     }
 
     /// The task's only dialog of that class, null if there is none.
@@ -100,7 +101,7 @@ public:
     const QUuid sourceUuid = QUuid::createUuid();
     const QUuid destinationUuid = QUuid::createUuid();
     const QHostAddress sourceAddress{loopback(109)};
-    PlayedServer destination;
+    ScriptedServer destination;
     ApplicationModel model;
     ServerConnectionService service;
     std::unique_ptr<SyncTask> task;

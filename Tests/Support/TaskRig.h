@@ -5,8 +5,8 @@
 
 #include "Model/ApplicationModel.h"
 #include "Service/ServerConnectionService.h"
-#include "Support/PlayedServer.h"
 #include "Support/ProgressDialogs.h"
+#include "Support/ScriptedServer.h"
 #include "Support/Wait.h"
 #include "Tasks/TaskBase.h"
 
@@ -25,7 +25,7 @@ public:
     }
 
     /// Makes a played server known to the model and connects to it.
-    [[nodiscard]] bool connectTo(PlayedServer &played,
+    [[nodiscard]] bool connectTo(ScriptedServer &played,
                                  const QString &name = QStringLiteral("Stage left"))
     {
         Server record(played.uuid, played.wire.address(), 8, name);
@@ -71,16 +71,16 @@ public:
     [[nodiscard]] bool settle()
     {
         server.accept();
-        const qsizetype before = server.commands(PlayedServer::Cancel).size();
+        const qsizetype before = server.commands(ScriptedServer::Cancel).size();
         service.cancelAllSyncs();
-        return waitFor([&] { return server.commands(PlayedServer::Cancel).size() > before; });
+        return waitFor([&] { return server.commands(ScriptedServer::Cancel).size() > before; });
     }
 
     static constexpr auto execute = "/brenvoka/execute.html";
     static constexpr auto success = R"({"msg_type":7,"RESULT":0})";
     static constexpr auto inUse = R"({"msg_type":7,"RESULT":1})";
 
-    PlayedServer server;
+    ScriptedServer server;
     ApplicationModel model;
     ServerConnectionService service;
     std::unique_ptr<TaskBase> task;

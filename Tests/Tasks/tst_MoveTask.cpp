@@ -64,7 +64,7 @@ void tst_MoveTask::aMoveIsOneRequest()
     QVERIFY(!rig->task->hasErrors());
     QCOMPARE(rig->task->errorDetails(), QStringList());
     QCOMPARE(rig->requests().size(), 1);
-    const Command command = rig->server.commands(PlayedServer::Move).constFirst();
+    const Command command = rig->server.commands(ScriptedServer::Move).constFirst();
     QCOMPARE(command.visual(), VisualRef(3, 7));
     QCOMPARE(command.field("visualToIdx"), u"12"_s);
 }
@@ -146,7 +146,7 @@ void tst_MoveTask::aBrokenConnectionIsAFailureAndSendsNothingTwice()
              QStringList{u"Move from 007 to 012 in folder 003 on server \"Stage left\" failed: "_s +
                          text + u'.'});
     QVERIFY(rig->settle());
-    QCOMPARE(rig->server.commands(PlayedServer::Move).size(), 2);
+    QCOMPARE(rig->server.commands(ScriptedServer::Move).size(), 2);
 }
 
 void tst_MoveTask::namesInErrorLinesAreTakenLiterally()
@@ -236,7 +236,7 @@ void tst_MoveTask::abortBeforeTheStartEndsTheTask()
 
 void tst_MoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
 {
-    PlayedServer other(loopback(2));
+    ScriptedServer other(loopback(2));
     QVERIFY(rig->connectTo(other, u"Stage right"_s));
     rig->server.wire.hold(TaskRig::execute);
     start();

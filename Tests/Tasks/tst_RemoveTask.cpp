@@ -123,7 +123,7 @@ void tst_RemoveTask::theServerGetsOneRemovalAtATime()
     });
     rig->start<RemoveTask>(five);
     EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QCOMPARE(rig->server.visuals(PlayedServer::Remove), five);
+    QCOMPARE(rig->server.visuals(ScriptedServer::Remove), five);
     QVERIFY(!rig->task->hasErrors());
     QCOMPARE(rig->task->errorDetails(), QStringList());
 }
@@ -135,7 +135,7 @@ void tst_RemoveTask::fiveRemovalsWithOneFailure()
     });
     rig->start<RemoveTask>(five);
     EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QCOMPARE(rig->server.visuals(PlayedServer::Remove), five);
+    QCOMPARE(rig->server.visuals(ScriptedServer::Remove), five);
     QVERIFY(rig->task->hasErrors());
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 5."_s);
     QCOMPARE(rig->task->errorDetails(),
@@ -205,7 +205,7 @@ void tst_RemoveTask::aBrokenConnectionFailsOneRemovalAndSendsNoneTwice()
     rig->start<RemoveTask>(three);
     EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(rig->settle());
-    QCOMPARE(rig->server.visuals(PlayedServer::Remove), three);
+    QCOMPARE(rig->server.visuals(ScriptedServer::Remove), three);
     QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 3."_s);
     const QString text = refused.first().last().toString();
     QVERIFY(!text.isEmpty());
@@ -260,7 +260,7 @@ void tst_RemoveTask::aVisualGivenTwiceLeavesTheNextOneTwiceInTheQueue()
     QVERIFY(rig->answer(2));
     EVENTUALLY_COMPARE(rig->finished->size(), 1);
     QVERIFY(rig->settle());
-    QCOMPARE(rig->server.visuals(PlayedServer::Remove), (Visuals{{3, 1}, {3, 2}, {3, 2}}));
+    QCOMPARE(rig->server.visuals(ScriptedServer::Remove), (Visuals{{3, 1}, {3, 2}, {3, 2}}));
     QCOMPARE(rig->finished->size(), 1);
 }
 
@@ -292,7 +292,7 @@ void tst_RemoveTask::aFailureStaysOneWhateverComesLater()
 
 void tst_RemoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
 {
-    PlayedServer other(loopback(2));
+    ScriptedServer other(loopback(2));
     QVERIFY(rig->connectTo(other, u"Stage right"_s));
     rig->server.wire.hold(TaskRig::execute);
     rig->start<RemoveTask>(Visuals{{3, 1}, {3, 2}});

@@ -67,7 +67,7 @@ void tst_RemoveTaskEnds::cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError()
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(!rig->task->hasErrors());
     QVERIFY(rig->settle());
-    QCOMPARE(rig->server.visuals(PlayedServer::Remove), five.first(3));
+    QCOMPARE(rig->server.visuals(ScriptedServer::Remove), five.first(3));
 }
 
 void tst_RemoveTaskEnds::aCancelKeepsTheFailuresSoFar()
@@ -90,7 +90,7 @@ void tst_RemoveTaskEnds::escapeIsACancel()
     QCOMPARE(rig->finished->size(), 1);
     QVERIFY(rig->answer(0));
     QVERIFY(rig->settle());
-    QCOMPARE(rig->server.visuals(PlayedServer::Remove), five.first(1));
+    QCOMPARE(rig->server.visuals(ScriptedServer::Remove), five.first(1));
 }
 
 void tst_RemoveTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
@@ -142,7 +142,7 @@ void tst_RemoveTaskEnds::deletionTakesDialogAndConnectionsAlong()
     QVERIFY(rig->server.wire.waitForRequests(2, TaskRig::execute));
     rig->server.accept();
     QVERIFY(rig->answer(1));
-    EVENTUALLY_COMPARE(rig->server.visuals(PlayedServer::Remove), five);
+    EVENTUALLY_COMPARE(rig->server.visuals(ScriptedServer::Remove), five);
     QCOMPARE(rig->finished->size(), 0);
 }
 

@@ -82,21 +82,21 @@ void tst_SyncTask::phasesFollowEachOther()
 
     const auto requests = [&] { return rig.destination.wire.requests("/brenvoka/execute.html"); };
     EVENTUALLY_COMPARE(requests().size(), 1);
-    const Command rename = rig.destination.commands(PlayedServer::Rename).value(0);
+    const Command rename = rig.destination.commands(ScriptedServer::Rename).value(0);
     QCOMPARE(rename.field("folderIdx"), u"3"_s);
     QCOMPARE(rename.field("folderName"), u"Three"_s);
     QVERIFY(!rig.progressDialog(u"Removing..."_s));
 
     requests().last().answer(R"({"msg_type":7,"RESULT":0})");
     EVENTUALLY_COMPARE(requests().size(), 2);
-    QCOMPARE(rig.destination.visuals(PlayedServer::Remove), (QList<VisualRef>{{3, 7}}));
+    QCOMPARE(rig.destination.visuals(ScriptedServer::Remove), (QList<VisualRef>{{3, 7}}));
     QVERIFY(!rig.dialog<TransferDialog>());
 
     rig.destination.accept();
     requests().last().answer(R"({"msg_type":7,"RESULT":0})");
     EVENTUALLY_COMPARE(requests().size(), 4);
-    const QList<Command> syncs = rig.destination.commands(PlayedServer::Sync);
-    QList<VisualRef> visuals = rig.destination.visuals(PlayedServer::Sync);
+    const QList<Command> syncs = rig.destination.commands(ScriptedServer::Sync);
+    QList<VisualRef> visuals = rig.destination.visuals(ScriptedServer::Sync);
     std::ranges::sort(visuals); // each has a connection of its own
     QCOMPARE(visuals, (QList<VisualRef>{{3, 8}, {4, 9}}));
     QCOMPARE(syncs.first().field("serverURL"), u"http://" LOOPBACK(109) ":4567"_s);
@@ -112,7 +112,7 @@ void tst_SyncTask::renamesOnlyEndAfterTheLast()
     QCOMPARE(rig.finished->size(), 0);
     QVERIFY(rig.finished->wait(patience));
     QVERIFY(!rig.task->hasErrors());
-    QCOMPARE(rig.destination.commands(PlayedServer::Rename).size(), 2);
+    QCOMPARE(rig.destination.commands(ScriptedServer::Rename).size(), 2);
     QVERIFY(rig.settle());
     QCOMPARE(rig.destination.wire.requests("/brenvoka/execute.html").size(), 3);
     QVERIFY(!rig.dialog<TransferDialog>());
@@ -125,7 +125,7 @@ void tst_SyncTask::removalsOnlyEndAfterTheLast()
     rig.start({}, {{3, 1}, {3, 2}}, {});
     QVERIFY(rig.finished->wait(patience));
     QVERIFY(!rig.task->hasErrors());
-    QCOMPARE(rig.destination.visuals(PlayedServer::Remove), (QList<VisualRef>{{3, 1}, {3, 2}}));
+    QCOMPARE(rig.destination.visuals(ScriptedServer::Remove), (QList<VisualRef>{{3, 1}, {3, 2}}));
     QVERIFY(!rig.dialog<TransferDialog>());
     QCOMPARE(rig.finished->size(), 1);
 }
@@ -284,7 +284,7 @@ void tst_SyncTask::failedRenamesAndRemovalsStopNothingAndAreListed()
     QVERIFY(rig.connectDestination());
     rig.destination.refuse("it is locked");
     rig.start({{3, u"Three"_s}}, {{4, 17}}, {{4, 18}});
-    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Sync).size(), 1);
+    EVENTUALLY_COMPARE(rig.destination.commands(ScriptedServer::Sync).size(), 1);
     QVERIFY(rig.task->hasErrors());
     emit rig.service.syncOperationFinished(rig.destinationUuid);
     QCOMPARE(rig.finished->size(), 1);

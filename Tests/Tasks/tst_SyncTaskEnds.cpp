@@ -38,7 +38,7 @@ void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {{3, 2}});
-    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Rename).size(), 1);
+    EVENTUALLY_COMPARE(rig.destination.commands(ScriptedServer::Rename).size(), 1);
     BVProgressDialog *const renaming = rig.progressDialog(u"Renaming..."_s);
     EVENTUALLY(renaming->isVisible());
     pressCancel(*renaming);
@@ -49,10 +49,10 @@ void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
     rig.destination.wire.requests("/brenvoka/execute.html")
         .last()
         .answer(R"({"msg_type":7,"RESULT":0})");
-    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Rename).size(), 2);
+    EVENTUALLY_COMPARE(rig.destination.commands(ScriptedServer::Rename).size(), 2);
     QVERIFY(rig.settle());
-    QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 0);
-    QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
+    QCOMPARE(rig.destination.commands(ScriptedServer::Remove).size(), 0);
+    QCOMPARE(rig.destination.commands(ScriptedServer::Sync).size(), 0);
 }
 
 void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
@@ -61,7 +61,7 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
+    EVENTUALLY_COMPARE(rig.destination.commands(ScriptedServer::Remove).size(), 1);
     BVProgressDialog *const removing = rig.progressDialog(u"Removing..."_s);
     EVENTUALLY(removing->isVisible());
     QTest::keyClick(removing, Qt::Key_Escape);
@@ -75,8 +75,8 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
         .answer(R"({"msg_type":7,"RESULT":0})");
     QVERIFY(removed.wait(patience));
     QVERIFY(rig.settle());
-    QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
-    QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
+    QCOMPARE(rig.destination.commands(ScriptedServer::Remove).size(), 1);
+    QCOMPARE(rig.destination.commands(ScriptedServer::Sync).size(), 0);
     QVERIFY(!rig.dialog<TransferDialog>());
     QCOMPARE(rig.finished->size(), 1);
 }
@@ -188,7 +188,7 @@ void tst_SyncTaskEnds::abortDropsTheRemovalsThatWait()
     QVERIFY(rig.connectDestination());
     rig.destination.wire.hold("/brenvoka/execute.html");
     rig.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
+    EVENTUALLY_COMPARE(rig.destination.commands(ScriptedServer::Remove).size(), 1);
     rig.task->abort();
     QCOMPARE(rig.finished->size(), 1);
 
@@ -199,8 +199,8 @@ void tst_SyncTaskEnds::abortDropsTheRemovalsThatWait()
         .answer(R"({"msg_type":7,"RESULT":0})");
     QVERIFY(removed.wait(patience));
     QVERIFY(rig.settle());
-    QCOMPARE(rig.destination.commands(PlayedServer::Remove).size(), 1);
-    QCOMPARE(rig.destination.commands(PlayedServer::Sync).size(), 0);
+    QCOMPARE(rig.destination.commands(ScriptedServer::Remove).size(), 1);
+    QCOMPARE(rig.destination.commands(ScriptedServer::Sync).size(), 0);
 }
 
 void tst_SyncTaskEnds::abortForALostDestinationAsksTheServiceForNothing()

@@ -93,7 +93,7 @@ void tst_SyncTaskTransfers::everyVisualIsARowBeforeTheDialogShows()
     rig.start({}, {}, {{3, 1}, {3, 2}, {3, 3}});
     QCOMPARE(rows.count, 3);
     QVERIFY(rig.dialog<TransferDialog>()->isVisible());
-    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Sync).size(), 3);
+    EVENTUALLY_COMPARE(rig.destination.commands(ScriptedServer::Sync).size(), 3);
 }
 
 void tst_SyncTaskTransfers::rowsFollowTheStream()
@@ -246,15 +246,15 @@ void tst_SyncTaskTransfers::aFailureOfAnUnknownServerLeavesNoLine()
 void tst_SyncTaskTransfers::cancelAsksEveryServer()
 {
     SyncRig rig(loopback(2));
-    PlayedServer other(loopback(3));
+    ScriptedServer other(loopback(3));
     QVERIFY(rig.connectDestination());
     rig.service.addHandler(other.wire.address(), QUuid::createUuid());
     QVERIFY(other.openStream());
     rig.start({}, {}, {{3, 1}});
     QTest::mouseClick(rig.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
                       Qt::LeftButton);
-    EVENTUALLY_COMPARE(rig.destination.commands(PlayedServer::Cancel).size(), 1);
-    EVENTUALLY_COMPARE(other.commands(PlayedServer::Cancel).size(), 1);
+    EVENTUALLY_COMPARE(rig.destination.commands(ScriptedServer::Cancel).size(), 1);
+    EVENTUALLY_COMPARE(other.commands(ScriptedServer::Cancel).size(), 1);
     QCOMPARE(rig.finished->size(), 0);
     QVERIFY(rig.dialog<TransferDialog>()->isVisible());
 }
@@ -306,7 +306,7 @@ void tst_SyncTaskTransfers::closingTheWindowOnlyHidesIt()
     QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
     QCOMPARE(rig.finished->size(), 0);
     QVERIFY(rig.settle());
-    QCOMPARE(rig.destination.commands(PlayedServer::Cancel).size(), 1);
+    QCOMPARE(rig.destination.commands(ScriptedServer::Cancel).size(), 1);
     rig.destination.sendStarted({3, 1});
     rig.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
     QVERIFY(rig.finished->wait(patience));

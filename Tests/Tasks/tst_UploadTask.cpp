@@ -281,7 +281,7 @@ void tst_UploadTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
 {
     start();
     QVERIFY(isImporting());
-    PlayedServer other(loopback(2));
+    ScriptedServer other(loopback(2));
     QVERIFY(rig->connectTo(other, u"Stage right"_s));
     rig->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
     const QString file = directory.filePath(u"sunset.png"_s);

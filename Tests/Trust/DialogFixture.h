@@ -123,7 +123,7 @@ public:
         return content.fileName();
     }
     /// Waits until the program has handled everything that the server sent before.
-    [[nodiscard]] bool waitUntilHandled(PlayedServer &server)
+    [[nodiscard]] bool waitUntilHandled(ScriptedServer &server)
     {
         const int mark = ++marks;
         server.stream.send(Wire::frame(R"({"msg_type":5,"GFPS":)" + QByteArray::number(mark) +
@@ -135,7 +135,7 @@ public:
     /// the first.
     [[nodiscard]] bool waitUntilAnotherIsHandled()
     {
-        for (PlayedServer *const server : {&two, &three}) {
+        for (ScriptedServer *const server : {&two, &three}) {
             if (isConnected(*server))
                 return waitUntilHandled(*server);
         }
@@ -148,9 +148,9 @@ public:
                window->findChild<TransferDialog *>();
     }
 
-    PlayedServer one{loopback(1)};
-    PlayedServer two{loopback(2)};
-    PlayedServer three{loopback(3)};
+    ScriptedServer one{loopback(1)};
+    ScriptedServer two{loopback(2)};
+    ScriptedServer three{loopback(3)};
 
 private:
     int marks = 0;

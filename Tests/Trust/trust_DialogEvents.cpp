@@ -23,7 +23,7 @@ constexpr auto uploadPath = "/brenvoka/upload.html";
 /// The commands that were sent, as texts such as "one 2 3/5": server, type, folder and slot.
 using Orders = std::set<QString>;
 
-void addOrders(Orders &orders, const PlayedServer &server, const QString &name)
+void addOrders(Orders &orders, const ScriptedServer &server, const QString &name)
 {
     for (const WireRequest &request : server.wire.requests(executePath)) {
         const QUrlQuery fields(QString::fromUtf8(request.body));
@@ -42,7 +42,8 @@ struct Happening
     bool (*happen)(DialogFixture &fixture);
 };
 
-bool changeLibrary(DialogFixture &fixture, PlayedServer &server, const QList<MediaFolder> &library)
+bool changeLibrary(DialogFixture &fixture, ScriptedServer &server,
+                   const QList<MediaFolder> &library)
 {
     if (!fixture.isConnected(server))
         return true;
@@ -56,7 +57,7 @@ bool changeLibrary(DialogFixture &fixture, PlayedServer &server, const QList<Med
 }
 
 /// A library download that finishes later reconnects the server, which opens another stream.
-bool reset(DialogFixture &fixture, PlayedServer &server)
+bool reset(DialogFixture &fixture, ScriptedServer &server)
 {
     const auto streams = [&] { return server.wire.requests(notifierPath).size(); };
     const qsizetype before = streams();

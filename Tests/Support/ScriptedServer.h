@@ -32,12 +32,12 @@ struct Command
 };
 
 /// A destination server that the test plays: what it was told, and the frames that it sends.
-class PlayedServer final
+class ScriptedServer final
 {
 public:
     enum CommandType { Sync = 1, Remove = 2, Move = 3, Cancel = 4, Rename = 5 };
 
-    explicit PlayedServer(const QString &ip)
+    explicit ScriptedServer(const QString &ip)
         : wire(ip)
     {
         accept();
