@@ -16,15 +16,15 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "Tests" / "EndToEnd"))
 
-from stage.banks import FOLDERS, SLOTS, Bank            # noqa: E402
-from stage.display import Display                       # noqa: E402
-from stage.library import GREEN, picture                # noqa: E402
-from stage.machine import (Occupied, claim_the_demonstration,   # noqa: E402
-                           hold_that_no_program_runs)
-from stage.program import Program, press                # noqa: E402
-from stage.rehearsal import Rehearsal                   # noqa: E402
-from stage.servers import DoesNotServe                  # noqa: E402
-from stage.waiting import wait_for                      # noqa: E402
+from fixtures.banks import FOLDERS, SLOTS, Bank         # noqa: E402
+from fixtures.display import Display                    # noqa: E402
+from fixtures.library import GREEN, picture             # noqa: E402
+from fixtures.machine import (Occupied, claim_the_demonstration,   # noqa: E402
+                              hold_that_no_program_runs)
+from fixtures.program import Program, press             # noqa: E402
+from fixtures.rehearsal import Rehearsal                # noqa: E402
+from fixtures.servers import DoesNotServe               # noqa: E402
+from fixtures.waiting import wait_for                   # noqa: E402
 
 FOLDER = 1         # the folder whose visuals are moved, removed and uploaded
 FREE_SLOT = 12     # an empty slot of that folder, visible without scrolling

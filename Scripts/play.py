@@ -16,11 +16,11 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "Tests" / "EndToEnd"))
 
-from stage.children import folders_below, start         # noqa: E402
-from stage.machine import (Occupied, claim_the_demonstration,   # noqa: E402
-                           hold_that_no_program_runs)
-from stage.rehearsal import Rehearsal                   # noqa: E402
-from stage.servers import DoesNotServe                  # noqa: E402
+from fixtures.children import folders_below, start      # noqa: E402
+from fixtures.machine import (Occupied, claim_the_demonstration,   # noqa: E402
+                              hold_that_no_program_runs)
+from fixtures.rehearsal import Rehearsal                # noqa: E402
+from fixtures.servers import DoesNotServe               # noqa: E402
 
 
 def play(build, output):

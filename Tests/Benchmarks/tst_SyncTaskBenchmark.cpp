@@ -3,7 +3,7 @@
 
 #include "Benchmarks/Comparison.h"
 #include "Support/Libraries.h"
-#include "Support/SyncRig.h"
+#include "Support/SyncTaskFixture.h"
 
 #include <QCheckBox>
 #include <QHeaderView>
@@ -62,29 +62,30 @@ private slots:
     void resultsOfTheLargestRemoval();
 
 private:
-    static void startLargestTransfer(SyncRig &rig);
+    static void startLargestTransfer(SyncTaskFixture &fixture);
 };
 
-void tst_SyncTaskBenchmark::startLargestTransfer(SyncRig &rig)
+void tst_SyncTaskBenchmark::startLargestTransfer(SyncTaskFixture &fixture)
 {
-    rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Stage left"_s, fullServer(u"a"_s).folders);
-    rig.start({}, {}, allSlots());
+    fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Stage left"_s,
+                      fullServer(u"a"_s).folders);
+    fixture.start({}, {}, allSlots());
     QCoreApplication::processEvents();
 }
 
 void tst_SyncTaskBenchmark::startOfTheLargestTransfer()
 {
-    SyncRig rig(loopback(1));
-    QVERIFY(rig.connectDestination());
-    startLargestTransfer(rig);
-    const QStringList labels = SyncRig::transferTexts(0);
+    SyncTaskFixture fixture(loopback(1));
+    QVERIFY(fixture.connectDestination());
+    startLargestTransfer(fixture);
+    const QStringList labels = SyncTaskFixture::transferTexts(0);
     const Comparison time = compare(
         [&] {
-            rig.start({}, {}, allSlots());
+            fixture.start({}, {}, allSlots());
             QCoreApplication::processEvents();
         },
         [&] { PlainTable().fill(labels); }, 3);
-    QCOMPARE(SyncRig::dialog<TransferDialog>()->rows.size(), std::size_t(65280));
+    QCOMPARE(SyncTaskFixture::dialog<TransferDialog>()->rows.size(), std::size_t(65280));
     time.print("start of 65,280 transfers", "a QTableWidget with the same rows");
     QVERIFY(time.ratio() < 15);
 }
@@ -99,24 +100,25 @@ void tst_SyncTaskBenchmark::progressOfTheLargestTransfer_data()
 void tst_SyncTaskBenchmark::progressOfTheLargestTransfer()
 {
     QFETCH(const bool, autoScroll);
-    SyncRig rig(loopback(1));
-    QVERIFY(rig.connectDestination());
-    startLargestTransfer(rig);
+    SyncTaskFixture fixture(loopback(1));
+    QVERIFY(fixture.connectDestination());
+    startLargestTransfer(fixture);
     PlainTable plain;
-    plain.fill(SyncRig::transferTexts(0));
-    auto *const scroll = SyncRig::dialog<TransferDialog>()->findChild<QCheckBox *>();
+    plain.fill(SyncTaskFixture::transferTexts(0));
+    auto *const scroll = SyncTaskFixture::dialog<TransferDialog>()->findChild<QCheckBox *>();
     scroll->setChecked(autoScroll);
     const QList<VisualRef> refs = allSlots();
     int percent = 0;
     const Comparison time = compare(
         [&] {
             for (const auto &[folderSlot, fileSlot] : refs)
-                emit rig.service.syncProgressUpdate(rig.destinationUuid, folderSlot, fileSlot,
-                                                    percent, Brenvoka::SyncTransferring);
+                emit fixture.service.syncProgressUpdate(fixture.destinationUuid, folderSlot,
+                                                        fileSlot, percent,
+                                                        Brenvoka::SyncTransferring);
             QCoreApplication::processEvents();
         },
         [&] { plain.setStates(u"%1%"_s.arg(++percent), autoScroll); }, 3);
-    QCOMPARE(SyncRig::transferTexts(1).last(), u"%1%"_s.arg(percent));
+    QCOMPARE(SyncTaskFixture::transferTexts(1).last(), u"%1%"_s.arg(percent));
     time.print("progress of 65,280 transfers", "a QTableWidget with the same texts");
     QVERIFY(time.ratio() < 10);
 }
@@ -124,11 +126,12 @@ void tst_SyncTaskBenchmark::progressOfTheLargestTransfer()
 void tst_SyncTaskBenchmark::resultsOfTheLargestRemoval()
 {
     const auto removalOf = [](const QList<VisualRef> &refs) {
-        SyncRig rig(loopback(1));
-        rig.start({}, refs, {});
+        SyncTaskFixture fixture(loopback(1));
+        fixture.start({}, refs, {});
         for (const auto &[folderSlot, fileSlot] : refs)
-            emit rig.service.visualRemoveFinished(rig.destinationUuid, folderSlot, fileSlot);
-        QCOMPARE(rig.finished->size(), 1);
+            emit fixture.service.visualRemoveFinished(fixture.destinationUuid, folderSlot,
+                                                      fileSlot);
+        QCOMPARE(fixture.finished->size(), 1);
     };
     const QList<VisualRef> refs = allSlots();
     const QList<VisualRef> tenth = refs.first(refs.size() / 10);

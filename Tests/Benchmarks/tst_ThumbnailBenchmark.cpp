@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/ThumbnailTestKit.h"
+#include "Service/ThumbnailFixture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
 #include "Support/WireServer.h"
@@ -15,7 +15,6 @@
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
-using namespace ThumbnailTestKit;
 
 /// The time to load the pictures of a full folder over HTTP and again from memory.
 class tst_ThumbnailBenchmark : public QObject
@@ -31,7 +30,7 @@ private slots:
         server.answer("/brenvoka/thumbnails/", picture({128, 96}, Qt::red));
         QNetworkAccessManager manager;
         manager.setProxy(QNetworkProxy::NoProxy);
-        Listener bank(&manager);
+        ThumbnailLoader bank(&manager);
         Visuals slots255;
         for (int slot = 1; slot <= visuals; ++slot)
             slots255.append({slot, QString::number(slot).rightJustified(32, u'0')});
@@ -55,7 +54,8 @@ private slots:
     }
 
 private:
-    static qint64 timeOfLoad(Listener &bank, const MediaFolder &folder, const QHostAddress &address)
+    static qint64 timeOfLoad(ThumbnailLoader &bank, const MediaFolder &folder,
+                             const QHostAddress &address)
     {
         QElapsedTimer timer;
         timer.start();

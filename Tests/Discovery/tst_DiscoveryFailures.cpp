@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "OpenSocket.h"
+#include "DiscoverySocketFixture.h"
 #include "Support/Announcer.h"
 #include "Support/FailOnWarning.h"
 #include "Support/NoMoreDescriptors.h"
@@ -81,7 +81,7 @@ private slots:
 void tst_DiscoveryFailures::failureToCreateLeavesNoSocket()
 {
     const NoMoreDescriptors none;
-    const OpenSocket socket;
+    const DiscoverySocketFixture socket;
     QCOMPARE(socket.lastError, -1);
     QCOMPARE(socket.lastSocketError, EMFILE);
     QCOMPARE(socket.socket, 0);
@@ -100,7 +100,7 @@ void tst_DiscoveryFailures::failureToPrepareLeavesTheSocketOpenAndUnbound()
     QFETCH(const Call, call);
     QFETCH(const int, error);
     const Refusal refusal(call);
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     QCOMPARE(socket.lastError, error);
     QCOMPARE(socket.lastSocketError, EPERM);
     QVERIFY(socket.socket > 0);
@@ -117,7 +117,7 @@ void tst_DiscoveryFailures::failureToBindLeavesTheSocketOpen()
     // A socket that does not share the port keeps it from all others.
     const Announcer holder(u"0.0.0.0"_s, Discovery::port);
     QVERIFY(holder.isBound());
-    const OpenSocket socket;
+    const DiscoverySocketFixture socket;
     QCOMPARE(socket.lastError, -2);
     QCOMPARE(socket.lastSocketError, EADDRINUSE);
     QVERIFY(socket.socket > 0);

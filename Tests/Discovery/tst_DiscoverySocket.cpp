@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "OpenSocket.h"
+#include "DiscoverySocketFixture.h"
 #include "Support/Announcer.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
@@ -52,7 +52,7 @@ void tst_DiscoverySocket::initZeroesEverythingButTheTable()
 
 void tst_DiscoverySocket::openBindsToPort3001OfEveryInterface()
 {
-    const OpenSocket socket;
+    const DiscoverySocketFixture socket;
     QVERIFY(socket.socket > 0);
     QCOMPARE(socket.lastError, 0);
     QCOMPARE(ntohs(socket.bindAddress.sin_port), 3001);
@@ -67,15 +67,15 @@ void tst_DiscoverySocket::openBindsToPort3001OfEveryInterface()
 
 void tst_DiscoverySocket::openDoesNotWaitAndIsNotInherited()
 {
-    const OpenSocket socket;
+    const DiscoverySocketFixture socket;
     QVERIFY(fcntl(socket.socket, F_GETFL) & O_NONBLOCK);
     QVERIFY(fcntl(socket.socket, F_GETFD) & FD_CLOEXEC);
 }
 
 void tst_DiscoverySocket::twoSocketsShareThePort()
 {
-    const OpenSocket first;
-    const OpenSocket second;
+    const DiscoverySocketFixture first;
+    const DiscoverySocketFixture second;
     QCOMPARE(second.lastError, 0);
     QVERIFY(second.socket > 0);
 }
@@ -85,7 +85,7 @@ void tst_DiscoverySocket::neverUsesDescriptorZero()
     const int standardInput = dup(0);
     ::close(0);
     {
-        OpenSocket socket;
+        DiscoverySocketFixture socket;
         QVERIFY(socket.socket > 0);
         QCOMPARE(socket.lastError, 0);
         QCOMPARE(fcntl(0, F_GETFD), -1);
@@ -99,7 +99,7 @@ void tst_DiscoverySocket::neverUsesDescriptorZero()
 
 void tst_DiscoverySocket::emptySocketLeavesTheErrorUntouched()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     QVERIFY(!Discovery::poll(socket));
     QCOMPARE(socket.lastError, 0);
     socket.lastError = -42;
@@ -112,7 +112,7 @@ void tst_DiscoverySocket::emptySocketLeavesTheErrorUntouched()
 
 void tst_DiscoverySocket::closedSocketRecordsAnErrorEachTime()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     Discovery::close(socket);
     QCOMPARE(socket.socket, 0);
     for (int call = 0; call < 2; ++call) {
@@ -126,7 +126,7 @@ void tst_DiscoverySocket::closedSocketRecordsAnErrorEachTime()
 
 void tst_DiscoverySocket::brokenSocketRecordsTheSystemsError()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     ::close(socket.socket);
     QVERIFY(!Discovery::poll(socket));
     QCOMPARE(socket.lastError, -3);
@@ -147,7 +147,7 @@ void tst_DiscoverySocket::oversizedDatagramIsAnError()
 {
     QFETCH(const int, size);
     QFETCH(const int, error);
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     Announcer(loopback(1)).send(announcement({}) + QByteArray(size - 128, '\0'));
     QCOMPARE(Discovery::poll(socket), error == 0);
     QCOMPARE(socket.lastError, error);

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "OpenSocket.h"
+#include "DiscoverySocketFixture.h"
 #include "Support/Announcer.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
@@ -54,7 +54,7 @@ private slots:
 
 void tst_DiscoveryTable::announcementFillsOneEntry()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Announcer sender(loopback(1));
     sender.send(announcement({.name = "Stage left"}));
     QVERIFY(Discovery::poll(socket));
@@ -83,7 +83,7 @@ void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken_data()
 void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken()
 {
     QFETCH(const int, size);
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     Announcer(loopback(1)).send(announcement({}).first(size));
     QVERIFY(!Discovery::poll(socket));
     QCOMPARE(socket.datagramsReceived, 1);
@@ -94,7 +94,7 @@ void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken()
 
 void tst_DiscoveryTable::otherTypeIsCountedAndEndsTheDraining()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Announcer first(loopback(1));
     const Announcer second(loopback(2));
     first.send(announcement({.type = 2}));
@@ -109,7 +109,7 @@ void tst_DiscoveryTable::otherTypeIsCountedAndEndsTheDraining()
 
 void tst_DiscoveryTable::firstAnnouncementOfAnAddressWins()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Announcer sender(loopback(1));
     sender.send(announcement({.name = "first"}));
     sender.send(announcement(
@@ -121,7 +121,7 @@ void tst_DiscoveryTable::firstAnnouncementOfAnAddressWins()
 
 void tst_DiscoveryTable::portOfTheSenderDoesNotCount()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Announcer first(loopback(1));
     const Announcer second(loopback(1));
     QVERIFY(first.port() != second.port());
@@ -134,7 +134,7 @@ void tst_DiscoveryTable::portOfTheSenderDoesNotCount()
 
 void tst_DiscoveryTable::eleventhSenderIsDroppedAndHeardLater()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     for (int i = 1; i <= 11; ++i)
         Announcer(loopback(i)).send(announcement({.name = QByteArray::number(i)}));
     QCOMPARE(drain(socket), 11);
@@ -149,7 +149,7 @@ void tst_DiscoveryTable::eleventhSenderIsDroppedAndHeardLater()
 
 void tst_DiscoveryTable::countsSurviveAReset()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Announcer sender(loopback(1));
     for (int round = 1; round <= 3; ++round) {
         sender.send(announcement({}) + "tail");
@@ -166,7 +166,7 @@ void tst_DiscoveryTable::countsStartFromBelowWhenTheyAreFull()
 {
     constexpr auto full = std::numeric_limits<std::int32_t>::max();
     constexpr auto lowest = std::numeric_limits<std::int32_t>::min();
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     socket.datagramsReceived = socket.bytesReceived = full;
     Announcer(loopback(1)).send(announcement({}));
     QCOMPARE(drain(socket), 1);
@@ -176,7 +176,7 @@ void tst_DiscoveryTable::countsStartFromBelowWhenTheyAreFull()
 
 void tst_DiscoveryTable::everyPollClearsTheSeenFlags()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Announcer first(loopback(1));
     const Announcer second(loopback(2));
     first.send(announcement({.name = "first"}));
@@ -201,7 +201,7 @@ void tst_DiscoveryTable::everyPollClearsTheSeenFlags()
 
 void tst_DiscoveryTable::listsNames()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     QVERIFY(Discovery::allNames(socket).empty());
     for (const char *name : {"b", "a", "c"})
         Announcer(loopback(*name)).send(announcement({.name = name}));
@@ -211,7 +211,7 @@ void tst_DiscoveryTable::listsNames()
 
 void tst_DiscoveryTable::findsByExactName()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     Announcer(loopback(1)).send(announcement({.name = "Stage left"}));
     Announcer(loopback(2)).send(announcement({.name = "Stage"}));
     Announcer(loopback(3)).send(announcement({.name = "Stage"}));
@@ -236,7 +236,7 @@ void tst_DiscoveryTable::negativeCountIsGivenAsNone()
 
 void tst_DiscoveryTable::newEntriesAreToldOnStandardOutput()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Announcer first(loopback(1));
     for (const Announcer *sender : {&first, &first})
         sender->send(announcement({}));

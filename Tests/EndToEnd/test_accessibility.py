@@ -5,12 +5,12 @@
 
 import unittest
 
-from stage.banks import SLOTS
-from stage.case import EndToEndCase, loopback
-from stage.library import clips, lay_out
-from stage.news import FocusNews
-from stage.program import press
-from stage.waiting import steady, wait_for
+from fixtures.banks import SLOTS
+from fixtures.case import EndToEndCase, loopback
+from fixtures.library import clips, lay_out
+from fixtures.news import FocusNews
+from fixtures.program import press
+from fixtures.waiting import steady, wait_for
 
 SAME, DIFFERS = "same on both servers", "differs"
 

@@ -5,9 +5,9 @@
 
 import unittest
 
-from stage.banks import Bank
-from stage.case import EndToEndCase, loopback
-from stage.waiting import wait_for
+from fixtures.banks import Bank
+from fixtures.case import EndToEndCase, loopback
+from fixtures.waiting import wait_for
 
 SMALL = ("--generate", "3", "--folders", "2", "--visuals", "3")
 # 121 ticks of 250 ms after the last announcement, and a generous margin.

@@ -5,11 +5,11 @@
 
 import unittest
 
-from stage.banks import FOLDERS, SLOTS, Bank
-from stage.case import EndToEndCase, loopback
-from stage.library import clips, lay_out
-from stage.program import press
-from stage.waiting import wait_for
+from fixtures.banks import FOLDERS, SLOTS, Bank
+from fixtures.case import EndToEndCase, loopback
+from fixtures.library import clips, lay_out
+from fixtures.program import press
+from fixtures.waiting import wait_for
 
 LIST = ("list", "Library of bank A")
 TRANSFER = ("push button", "Transfer from bank A to bank B")

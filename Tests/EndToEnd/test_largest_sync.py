@@ -6,8 +6,8 @@
 import time
 import unittest
 
-from stage.case import SANITIZED, EndToEndCase, loopback
-from stage.waiting import wait_for
+from fixtures.case import SANITIZED, EndToEndCase, loopback
+from fixtures.waiting import wait_for
 
 FOLDERS, VISUALS = 256, 255
 

@@ -5,11 +5,11 @@
 
 import unittest
 
-from stage.banks import SLOTS
-from stage.case import EndToEndCase, loopback
-from stage.library import clips, lay_out
-from stage.program import press
-from stage.waiting import wait_for
+from fixtures.banks import SLOTS
+from fixtures.case import EndToEndCase, loopback
+from fixtures.library import clips, lay_out
+from fixtures.program import press
+from fixtures.waiting import wait_for
 
 ENDS = {"shutdown": 'Server "{}" was shut down.', "end-stream": "",
         "reset-stream": "Network error: "}

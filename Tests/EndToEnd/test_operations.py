@@ -6,11 +6,11 @@
 import time
 import unittest
 
-from stage.banks import SLOTS
-from stage.case import SANITIZED, EndToEndCase, loopback
-from stage.library import CYAN, GREEN, MAGENTA, clips, lay_out, picture
-from stage.program import click, press
-from stage.waiting import wait_for
+from fixtures.banks import SLOTS
+from fixtures.case import SANITIZED, EndToEndCase, loopback
+from fixtures.library import CYAN, GREEN, MAGENTA, clips, lay_out, picture
+from fixtures.program import click, press
+from fixtures.waiting import wait_for
 
 
 class Operations(EndToEndCase):

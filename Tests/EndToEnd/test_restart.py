@@ -5,9 +5,9 @@
 
 import unittest
 
-from stage.case import EndToEndCase
-from stage.program import press, walk
-from stage.waiting import steady, wait_for
+from fixtures.case import EndToEndCase
+from fixtures.program import press, walk
+from fixtures.waiting import steady, wait_for
 
 VIEWS = ("Show both banks as lists", "Show both banks as grids", "Small pictures in both banks",
          "Medium pictures in both banks", "Large pictures in both banks")

@@ -5,11 +5,11 @@
 
 import unittest
 
-from stage import library
-from stage.banks import Bank
-from stage.case import BUILD, EndToEndCase, loopback
-from stage.rehearsal import Rehearsal
-from stage.waiting import wait_for
+from fixtures import library
+from fixtures.banks import Bank
+from fixtures.case import BUILD, EndToEndCase, loopback
+from fixtures.rehearsal import Rehearsal
+from fixtures.waiting import wait_for
 
 
 class Sync(EndToEndCase):

@@ -5,10 +5,10 @@
 
 import unittest
 
-from stage.banks import FOLDERS, SLOTS
-from stage.case import EndToEndCase, loopback
-from stage.library import CYAN, MAGENTA, clips, lay_out, picture
-from stage.waiting import wait_for
+from fixtures.banks import FOLDERS, SLOTS
+from fixtures.case import EndToEndCase, loopback
+from fixtures.library import CYAN, MAGENTA, clips, lay_out, picture
+from fixtures.waiting import wait_for
 
 
 class Thumbnails(EndToEndCase):

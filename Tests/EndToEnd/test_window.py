@@ -10,10 +10,10 @@ import tempfile
 import unittest
 from unittest import mock
 
-from stage.case import BUILD
-from stage.display import Display
-from stage.program import Program
-from stage.waiting import wait_for
+from fixtures.case import BUILD
+from fixtures.display import Display
+from fixtures.program import Program
+from fixtures.waiting import wait_for
 
 TITLE = "Zorvik Brenvoka"
 

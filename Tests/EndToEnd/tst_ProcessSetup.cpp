@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "ProgramStage.h"
+#include "ProgramFixture.h"
 #include "Support/Announcer.h"
 #include "Support/Channels.h"
 #include "Support/FailOnWarning.h"
@@ -87,7 +87,7 @@ class tst_ProcessSetup final : public QObject
 
 private slots:
     void init();
-    void cleanup() { home.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void standardStreamNeverStopsTheProgram_data();
     void standardStreamNeverStopsTheProgram();
@@ -101,13 +101,13 @@ private:
     [[nodiscard]] bool listServer(const Announcer &sender,
                                   const AnnouncementFields &fields = {}) const;
 
-    std::unique_ptr<ProgramHome> home;
+    std::unique_ptr<ProgramFixture> fixture;
 };
 
 void tst_ProcessSetup::init()
 {
     failOnAnyWarning();
-    home = std::make_unique<ProgramHome>();
+    fixture = std::make_unique<ProgramFixture>();
 }
 
 bool tst_ProcessSetup::listServer(const Announcer &sender, const AnnouncementFields &fields) const
@@ -115,7 +115,7 @@ bool tst_ProcessSetup::listServer(const Announcer &sender, const AnnouncementFie
     const QByteArray line = "Found new server: " + fields.uuid.toByteArray();
     const auto isLogged = [&] {
         sender.send(announcement(fields));
-        return home->log().contains(line);
+        return fixture->log().contains(line);
     };
     return waitFor(isLogged);
 }
@@ -142,7 +142,7 @@ void tst_ProcessSetup::standardStreamNeverStopsTheProgram()
     if (stream == STDERR_FILENO)
         environment.insert(u"QT_LOGGING_RULES"_s, u"*.debug=true"_s);
     const Child child(program, {}, environment, [&] { dup2(channel->writer, stream); });
-    EVENTUALLY(home->isProgramUp());
+    EVENTUALLY(fixture->isProgramUp());
     announceToTenTicks();
     QVERIFY(listServer(Announcer(loopback(1))));
     QCOMPARE(child.state(), QProcess::Running);
@@ -154,14 +154,14 @@ void tst_ProcessSetup::closedStandardStreamsAreReplaced()
         for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
             close(stream);
     });
-    EVENTUALLY(home->isProgramUp());
+    EVENTUALLY(fixture->isProgramUp());
     announceToTenTicks();
     QVERIFY(listServer(Announcer(loopback(1))));
     for (int stream = 0; stream < 3; ++stream) {
         const QFileInfo file(u"/proc/%1/fd/%2"_s.arg(child.processId()).arg(stream));
         QCOMPARE(file.symLinkTarget(), u"/dev/null"_s);
     }
-    QVERIFY(!home->log().contains("Received discovery message"));
+    QVERIFY(!fixture->log().contains("Received discovery message"));
 }
 
 void tst_ProcessSetup::softLimitOfOpenFilesBecomesTheHardOne()
@@ -172,7 +172,7 @@ void tst_ProcessSetup::softLimitOfOpenFilesBecomesTheHardOne()
     limit.rlim_max -= 1;
     const Child child(program, {}, QProcessEnvironment::systemEnvironment(),
                       [limit] { setrlimit(RLIMIT_NOFILE, &limit); });
-    EVENTUALLY(home->isProgramUp());
+    EVENTUALLY(fixture->isProgramUp());
     const QString limits =
         QString::fromLatin1(contentOf(u"/proc/%1/limits"_s.arg(child.processId())).simplified());
     QVERIFY2(limits.contains(u"Max open files %1 %1 files"_s.arg(limit.rlim_max)),
@@ -186,7 +186,7 @@ void tst_ProcessSetup::sixtyServersAreServedWithALowSoftLimit()
     limit.rlim_cur = 128;
     const Child child(program, {}, QProcessEnvironment::systemEnvironment(),
                       [limit] { setrlimit(RLIMIT_NOFILE, &limit); });
-    EVENTUALLY(home->isProgramUp());
+    EVENTUALLY(fixture->isProgramUp());
 
     std::list<ScriptedServer> servers;
     for (int number = 1; number <= 60; ++number) {
@@ -203,7 +203,7 @@ void tst_ProcessSetup::sixtyServersAreServedWithALowSoftLimit()
 void tst_ProcessSetup::brokenPipesAreIgnored()
 {
     const Child child(program);
-    EVENTUALLY(home->isProgramUp());
+    EVENTUALLY(fixture->isProgramUp());
     const QByteArray status = contentOf(u"/proc/%1/status"_s.arg(child.processId()));
     const QByteArray ignored = status.mid(status.indexOf("SigIgn:")).mid(7, 17).trimmed();
     QVERIFY2(ignored.toULongLong(nullptr, 16) & (1ULL << (SIGPIPE - 1)), ignored.constData());

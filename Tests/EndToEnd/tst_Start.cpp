@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "ProgramStage.h"
+#include "ProgramFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Wait.h"
 
@@ -47,7 +47,7 @@ class tst_Start final : public QObject
 
 private slots:
     void init();
-    void cleanup() { home.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void startsWithALogAndWithoutSettings();
     void secondInstanceEndsSilentlyAndTouchesNothing();
@@ -60,17 +60,17 @@ private slots:
     void closingTheWindowWritesTheSettings();
 
 private:
-    [[nodiscard]] QString path(const QString &relative) const { return home->path(relative); }
-    [[nodiscard]] bool isUp() const { return home->isProgramUp(); }
+    [[nodiscard]] QString path(const QString &relative) const { return fixture->path(relative); }
+    [[nodiscard]] bool isUp() const { return fixture->isProgramUp(); }
     [[nodiscard]] QStringList files() const;
 
-    std::unique_ptr<ProgramHome> home;
+    std::unique_ptr<ProgramFixture> fixture;
 };
 
 void tst_Start::init()
 {
     failOnAnyWarning();
-    home = std::make_unique<ProgramHome>();
+    fixture = std::make_unique<ProgramFixture>();
 }
 
 /// Every file of the program's log and settings with its size and time.
@@ -81,7 +81,7 @@ QStringList tst_Start::files() const
         QDirIterator iterator(path(root), QDir::Files, QDirIterator::Subdirectories);
         while (iterator.hasNext()) {
             const QFileInfo file(iterator.next());
-            all << u"%1 %2 %3"_s.arg(home->directory().relativeFilePath(file.filePath()),
+            all << u"%1 %2 %3"_s.arg(fixture->directory().relativeFilePath(file.filePath()),
                                      QString::number(file.size()),
                                      file.lastModified().toString(Qt::ISODateWithMs));
         }

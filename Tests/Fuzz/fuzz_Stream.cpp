@@ -4,7 +4,7 @@
 #include "Input.h"
 #include "Protocol/StreamFraming.h"
 #include "Require.h"
-#include "Service/HandlerTesting.h"
+#include "Service/HandlerFixture.h"
 #include "Support/FramingModel.h"
 
 #include <QCoreApplication>

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/HandlerTesting.h"
-#include "Service/ServerInfoRig.h"
+#include "Service/HandlerFixture.h"
+#include "Service/ServerInfoFixture.h"
 #include "Support/ApplicationProxy.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
@@ -64,38 +64,39 @@ private slots:
 
     void libraryIsFetchedWithoutACookie()
     {
-        ServerInfoRig rig(address);
-        rig.peer.answer(libraryPath, emptyLibrary, versionHeader + cookie);
+        ServerInfoFixture fixture(address);
+        fixture.peer.answer(libraryPath, emptyLibrary, versionHeader + cookie);
         for (int count = 1; count <= 2; ++count) {
-            rig.service.requestLibrary(rig.server());
-            EVENTUALLY_COMPARE(rig.spy.size(), count);
+            fixture.service.requestLibrary(fixture.server());
+            EVENTUALLY_COMPARE(fixture.spy.size(), count);
         }
-        QCOMPARE(rig.peer.requests().size(), 2);
-        QVERIFY(noCookieCame(rig.peer));
+        QCOMPARE(fixture.peer.requests().size(), 2);
+        QVERIFY(noCookieCame(fixture.peer));
     }
 
     void handlerSpeaksWithoutACookie()
     {
-        HandlerRig rig(address);
-        rig.server.on(notifierPath,
-                      [](const WireRequest &request) { request.send(Wire::chunkedHead(cookie)); });
-        rig.server.answer(executePath, successBody, cookie);
-        rig.server.answer(uploadPath, successBody, cookie);
-        QVERIFY(rig.open());
-        rig.sendFrame(json("{'msg_type':6}"));
-        EVENTUALLY_COMPARE(rig.events.lines.contains(u"library changed"_s),
+        HandlerFixture fixture(address);
+        fixture.server.on(notifierPath, [](const WireRequest &request) {
+            request.send(Wire::chunkedHead(cookie));
+        });
+        fixture.server.answer(executePath, successBody, cookie);
+        fixture.server.answer(uploadPath, successBody, cookie);
+        QVERIFY(fixture.open());
+        fixture.sendFrame(json("{'msg_type':6}"));
+        EVENTUALLY_COMPARE(fixture.events.lines.contains(u"library changed"_s),
                            true); // the cookie has arrived
         QTemporaryFile file;
         QVERIFY(file.open());
         for (int round = 1; round <= 2; ++round) {
-            rig.events.lines.clear();
-            rig.handler.requestMove(3, 7, 12);
-            EVENTUALLY_COMPARE(rig.events.lines, QStringList{u"moved"_s});
-            rig.handler.requestUpload(3, 17, file.fileName());
-            EVENTUALLY_COMPARE(rig.events.lines.contains(u"uploaded"_s), true);
+            fixture.events.lines.clear();
+            fixture.handler.requestMove(3, 7, 12);
+            EVENTUALLY_COMPARE(fixture.events.lines, QStringList{u"moved"_s});
+            fixture.handler.requestUpload(3, 17, file.fileName());
+            EVENTUALLY_COMPARE(fixture.events.lines.contains(u"uploaded"_s), true);
         }
-        QCOMPARE(rig.server.requests().size(), 5);
-        QVERIFY(noCookieCame(rig.server));
+        QCOMPARE(fixture.server.requests().size(), 5);
+        QVERIFY(noCookieCame(fixture.server));
     }
 };
 

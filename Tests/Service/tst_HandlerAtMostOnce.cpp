@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/HandlerTesting.h"
+#include "Service/HandlerFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
@@ -25,11 +25,11 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<HandlerRig>(address);
-        QVERIFY(rig->open());
+        fixture = std::make_unique<HandlerFixture>(address);
+        QVERIFY(fixture->open());
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void brokenConnectionIsAnErrorAndNoSecondSending_data()
     {
@@ -67,65 +67,65 @@ private slots:
         QFETCH(const Break, breakIt);
         QFETCH(const bool, keptAlive);
         if (keptAlive) {
-            rig->server.answer(executePath, successBody);
-            order(rig->handler);
-            EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
-            rig->events.lines.clear();
+            fixture->server.answer(executePath, successBody);
+            order(fixture->handler);
+            EVENTUALLY_COMPARE(fixture->events.lines.size(), 1);
+            fixture->events.lines.clear();
         }
-        rig->server.on(executePath, breakIt);
-        order(rig->handler);
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
-        QVERIFY2(rig->events.lines.constFirst().contains(u" error "_s),
-                 qPrintable(rig->events.lines.constFirst()));
-        QVERIFY(!rig->events.lines.constFirst().contains(u"\"\""_s));
+        fixture->server.on(executePath, breakIt);
+        order(fixture->handler);
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 1);
+        QVERIFY2(fixture->events.lines.constFirst().contains(u" error "_s),
+                 qPrintable(fixture->events.lines.constFirst()));
+        QVERIFY(!fixture->events.lines.constFirst().contains(u"\"\""_s));
         if (keptAlive)
-            QCOMPARE(rig->commands().at(1).connection, rig->commands().at(0).connection);
+            QCOMPARE(fixture->commands().at(1).connection, fixture->commands().at(0).connection);
 
         // What comes next shows that nothing was sent again before it.
         const int count = keptAlive ? 2 : 1;
-        rig->server.answer(executePath, successBody);
-        rig->handler.requestSync(rig->server.address(), {{1, 1}});
-        QVERIFY(rig->waitForCommands(count + 1));
-        QCOMPARE(rig->commands().size(), count + 1);
-        QVERIFY(rig->commands().last().body.startsWith("req_type=1&"));
-        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
+        fixture->server.answer(executePath, successBody);
+        fixture->handler.requestSync(fixture->server.address(), {{1, 1}});
+        QVERIFY(fixture->waitForCommands(count + 1));
+        QCOMPARE(fixture->commands().size(), count + 1);
+        QVERIFY(fixture->commands().last().body.startsWith("req_type=1&"));
+        EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
     }
 
     void removalsGoOnAfterABrokenConnection()
     {
-        rig->server.on(executePath, [](const WireRequest &request) {
+        fixture->server.on(executePath, [](const WireRequest &request) {
             if (request.body.contains("visualIdx=17&"))
                 request.close();
             else
                 request.answer(successBody);
         });
-        rig->handler.requestRemove({{3, 16}, {3, 17}, {3, 18}});
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
-        QCOMPARE(rig->events.lines.first(), u"removed 3 16"_s);
-        QVERIFY(rig->events.lines.at(1).startsWith(u"remove error 3 17 \""_s));
-        QCOMPARE(rig->events.lines.last(), u"removed 3 18"_s);
-        QCOMPARE(rig->commands().size(), 3);
+        fixture->handler.requestRemove({{3, 16}, {3, 17}, {3, 18}});
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 3);
+        QCOMPARE(fixture->events.lines.first(), u"removed 3 16"_s);
+        QVERIFY(fixture->events.lines.at(1).startsWith(u"remove error 3 17 \""_s));
+        QCOMPARE(fixture->events.lines.last(), u"removed 3 18"_s);
+        QCOMPARE(fixture->commands().size(), 3);
     }
 
     // The counterpart: what makes the tests above worth something.
     void syncMayBeSentAgain()
     {
-        rig->server.on(executePath, [this](const WireRequest &request) {
-            if (rig->commands().size() == 2)
+        fixture->server.on(executePath, [this](const WireRequest &request) {
+            if (fixture->commands().size() == 2)
                 request.close();
             else
                 request.answer(successBody);
         });
-        rig->handler.requestSync(rig->server.address(), {{1, 1}});
-        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
-        rig->handler.requestSync(rig->server.address(), {{1, 2}});
-        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
-        QCOMPARE(rig->commands().size(), 3);
-        QCOMPARE(rig->commands().at(1).bytes(), rig->commands().at(2).bytes());
+        fixture->handler.requestSync(fixture->server.address(), {{1, 1}});
+        EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
+        fixture->handler.requestSync(fixture->server.address(), {{1, 2}});
+        EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
+        QCOMPARE(fixture->commands().size(), 3);
+        QCOMPARE(fixture->commands().at(1).bytes(), fixture->commands().at(2).bytes());
     }
 
 private:
-    std::unique_ptr<HandlerRig> rig;
+    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerAtMostOnce)

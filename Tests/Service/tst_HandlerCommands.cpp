@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/HandlerTesting.h"
+#include "Service/HandlerFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
@@ -70,11 +70,11 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<HandlerRig>(address);
-        QVERIFY(rig->open());
+        fixture = std::make_unique<HandlerFixture>(address);
+        QVERIFY(fixture->open());
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void bytesOfTheWire_data()
     {
@@ -97,9 +97,9 @@ private slots:
     void bytesOfTheWire()
     {
         QFETCH(const std::function<void(ServerConnectionHandler &)>, order);
-        order(rig->handler);
-        QVERIFY(rig->waitForCommands(1));
-        const WireRequest request = rig->commands().constFirst();
+        order(fixture->handler);
+        QVERIFY(fixture->waitForCommands(1));
+        const WireRequest request = fixture->commands().constFirst();
         const QByteArray expected = wireFile(QString::fromLatin1(QTest::currentDataTag()));
         QByteArrayList lines = expected.split('\n');
         QCOMPARE(request.head.left(request.head.indexOf('\n')), lines.takeFirst());
@@ -112,36 +112,37 @@ private slots:
         }
         for (const char *absent : {"Transfer-Encoding", "Expect", "Upgrade"})
             QVERIFY2(request.header(absent).isNull(), absent);
-        QCOMPARE(rig->probe.pendingRequests(), 1);
+        QCOMPARE(fixture->probe.pendingRequests(), 1);
     }
 
     void syncOfNothingSendsNothing()
     {
-        rig->handler.requestSync(source, {});
-        QCOMPARE(rig->probe.pendingRequests(), 0);
-        rig->handler.cancelSyncs();
-        QVERIFY(rig->waitForCommands(1));
-        QCOMPARE(rig->commandBodies(), QByteArrayList{wireBody(u"cancel-syncs.http"_s)});
-        QCOMPARE(rig->events.lines, QStringList());
+        fixture->handler.requestSync(source, {});
+        QCOMPARE(fixture->probe.pendingRequests(), 0);
+        fixture->handler.cancelSyncs();
+        QVERIFY(fixture->waitForCommands(1));
+        QCOMPARE(fixture->commandBodies(), QByteArrayList{wireBody(u"cancel-syncs.http"_s)});
+        QCOMPARE(fixture->events.lines, QStringList());
     }
 
     void repliesOfSyncAndCancelAreDropped()
     {
-        rig->server.answer(executePath, json("{'msg_type':7,'RESULT':3,'ERROR':'no'}"));
-        rig->handler.requestSync(source, {{3, 17}, {3, 18}});
-        rig->handler.cancelSyncs();
-        QCOMPARE(rig->probe.pendingRequests(), 3);
-        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
-        QCOMPARE(rig->events.lines, (QStringList{u"progress 3 17 0 0"_s, u"progress 3 18 0 0"_s}));
+        fixture->server.answer(executePath, json("{'msg_type':7,'RESULT':3,'ERROR':'no'}"));
+        fixture->handler.requestSync(source, {{3, 17}, {3, 18}});
+        fixture->handler.cancelSyncs();
+        QCOMPARE(fixture->probe.pendingRequests(), 3);
+        EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
+        QCOMPARE(fixture->events.lines,
+                 (QStringList{u"progress 3 17 0 0"_s, u"progress 3 18 0 0"_s}));
     }
 
     void networkFailureOfSyncAndCancelIsDropped()
     {
-        rig->server.on(executePath, [](const WireRequest &request) { request.reset(); });
-        rig->handler.requestSync(source, {{3, 17}});
-        rig->handler.cancelSyncs();
-        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
-        QCOMPARE(rig->events.lines, QStringList{u"progress 3 17 0 0"_s});
+        fixture->server.on(executePath, [](const WireRequest &request) { request.reset(); });
+        fixture->handler.requestSync(source, {{3, 17}});
+        fixture->handler.cancelSyncs();
+        EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
+        QCOMPARE(fixture->events.lines, QStringList{u"progress 3 17 0 0"_s});
     }
 
     void cancelMarksWhatIsQueuedOrTransferring()
@@ -151,23 +152,24 @@ private slots:
         constexpr auto importing = "22222222-9dc0-11d1-b245-5ffdce74fad2";
         int slot = 0;
         for (const char *id : {queued, transferring, importing})
-            rig->sendFrame(started(id, ++slot));
-        rig->sendFrame(transfer(transferring, Brenvoka::SyncTransferring, 2));
-        rig->sendFrame(transfer(importing, Brenvoka::SyncImporting, 3));
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 6);
-        rig->events.lines.clear();
+            fixture->sendFrame(started(id, ++slot));
+        fixture->sendFrame(transfer(transferring, Brenvoka::SyncTransferring, 2));
+        fixture->sendFrame(transfer(importing, Brenvoka::SyncImporting, 3));
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 6);
+        fixture->events.lines.clear();
 
-        rig->handler.cancelSyncs();
-        rig->events.lines.sort();
-        QCOMPARE(rig->events.lines, (QStringList{u"progress 3 1 0 4"_s, u"progress 3 2 20 4"_s}));
-        const auto transfers = rig->probe.activeTransfers();
+        fixture->handler.cancelSyncs();
+        fixture->events.lines.sort();
+        QCOMPARE(fixture->events.lines,
+                 (QStringList{u"progress 3 1 0 4"_s, u"progress 3 2 20 4"_s}));
+        const auto transfers = fixture->probe.activeTransfers();
         QCOMPARE(transfers.value(QUuid(QLatin1StringView(queued))).state, 4);
         QCOMPARE(transfers.value(QUuid(QLatin1StringView(importing))).state, 2);
-        QVERIFY(rig->waitForCommands(1));
+        QVERIFY(fixture->waitForCommands(1));
 
-        rig->handler.cancelSyncs();
-        QCOMPARE(rig->events.lines.size(), 2);
-        QCOMPARE(rig->probe.pendingRequests(), 2);
+        fixture->handler.cancelSyncs();
+        QCOMPARE(fixture->events.lines.size(), 2);
+        QCOMPARE(fixture->probe.pendingRequests(), 2);
     }
 
     void answers_data()
@@ -189,42 +191,42 @@ private slots:
     {
         QFETCH(const QByteArray, body);
         QFETCH(const QString, message);
-        rig->server.answer(executePath, body);
-        rig->handler.requestRemove({{3, 17}});
+        fixture->server.answer(executePath, body);
+        fixture->handler.requestRemove({{3, 17}});
         expect(message.isNull() ? u"removed 3 17"_s : u"remove error 3 17 \""_s + message);
-        rig->handler.requestMove(3, 7, 12);
+        fixture->handler.requestMove(3, 7, 12);
         expect(message.isNull() ? u"moved"_s : u"move error \""_s + message);
-        rig->handler.requestRename({{3, u"a"_s}});
+        fixture->handler.requestRename({{3, u"a"_s}});
         expect(message.isNull() ? u"renamed 3"_s : u"rename error 3 \""_s + message);
-        QCOMPARE(rig->probe.pendingRequests(), 0);
-        QVERIFY(rig->probe.nothingInFlight());
+        QCOMPARE(fixture->probe.pendingRequests(), 0);
+        QVERIFY(fixture->probe.nothingInFlight());
     }
 
     void statusOfTheAnswerIsNotLookedAt()
     {
-        rig->server.answer(executePath, successBody, {}, "299 Odd");
-        rig->handler.requestRemove({{3, 17}});
+        fixture->server.answer(executePath, successBody, {}, "299 Odd");
+        fixture->handler.requestRemove({{3, 17}});
         expect(u"removed 3 17"_s);
     }
 
     void redirectIsNotFollowed()
     {
-        rig->server.answer(executePath, successBody,
-                           "Location: http://" LOOPBACK(1) ":4567/other\r\n", "302 Found");
-        rig->handler.requestRemove({{3, 17}});
+        fixture->server.answer(executePath, successBody,
+                               "Location: http://" LOOPBACK(1) ":4567/other\r\n", "302 Found");
+        fixture->handler.requestRemove({{3, 17}});
         expect(u"removed 3 17"_s);
-        QCOMPARE(rig->server.requests("/other").size(), 0);
+        QCOMPARE(fixture->server.requests("/other").size(), 0);
     }
 
     void refusalsAreLogged()
     {
         LogCapture log;
-        rig->server.answer(executePath, json("{'msg_type':7,'RESULT':1}"));
-        rig->handler.requestRemove({{3, 17}});
+        fixture->server.answer(executePath, json("{'msg_type':7,'RESULT':1}"));
+        fixture->handler.requestRemove({{3, 17}});
         expect(u"remove error 3 17 \"Visual is in use\""_s);
-        rig->handler.requestRename({{3, u"a"_s}});
+        fixture->handler.requestRename({{3, u"a"_s}});
         expect(u"rename error 3 \"Visual is in use\""_s);
-        rig->handler.requestMove(3, 7, 12);
+        fixture->handler.requestMove(3, 7, 12);
         expect(u"move error \"Visual is in use\""_s);
         QCOMPARE(log.entries(), (QStringList{u"error: Element remove failed on server " LOOPBACK(
                                                  1) " folder 3 file 17 "
@@ -237,25 +239,25 @@ private slots:
     void networkFailureFeedsTheNext()
     {
         LogCapture log;
-        rig->server.answer(executePath, successBody, {}, "404 Nothing");
-        rig->handler.requestRemove({{3, 17}, {3, 18}});
-        rig->handler.requestRename({{3, u"a"_s}, {4, u"b"_s}});
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 4);
-        rig->handler.requestMove(3, 7, 12);
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 5);
+        fixture->server.answer(executePath, successBody, {}, "404 Nothing");
+        fixture->handler.requestRemove({{3, 17}, {3, 18}});
+        fixture->handler.requestRename({{3, u"a"_s}, {4, u"b"_s}});
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 4);
+        fixture->handler.requestMove(3, 7, 12);
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 5);
 
         const QString text =
             u"Error transferring http://" LOOPBACK(1) ":4567/brenvoka/execute.html - "
                                                       "server replied: Nothing"_s;
-        QCOMPARE(rig->events.lines.filter(u"remove"_s),
+        QCOMPARE(fixture->events.lines.filter(u"remove"_s),
                  (QStringList{u"remove error 3 17 \"%1\""_s.arg(text),
                               u"remove error 3 18 \"%1\""_s.arg(text)}));
-        QCOMPARE(rig->events.lines.filter(u"rename"_s),
+        QCOMPARE(fixture->events.lines.filter(u"rename"_s),
                  (QStringList{u"rename error 3 \"%1\""_s.arg(text),
                               u"rename error 4 \"%1\""_s.arg(text)}));
-        QCOMPARE(rig->events.lines.last(), u"move error \"%1\""_s.arg(text));
-        QCOMPARE(rig->probe.pendingRequests(), 0);
-        QVERIFY(rig->probe.nothingInFlight());
+        QCOMPARE(fixture->events.lines.last(), u"move error \"%1\""_s.arg(text));
+        QCOMPARE(fixture->probe.pendingRequests(), 0);
+        QVERIFY(fixture->probe.nothingInFlight());
 
         const QStringList lines = log.entries();
         QCOMPARE(lines.size(), 5);
@@ -275,19 +277,19 @@ private slots:
         LogCapture log;
         SilentTranslator translator;
         QCoreApplication::installTranslator(&translator);
-        rig->probe.removeInFlight() = {new FailedReply, 3, 17, 1000};
-        rig->probe.renameInFlight() = {new FailedReply, 4, u"a"_s, 1001};
-        QMetaObject::invokeMethod(&rig->handler, "connectionTerminated",
-                                  Q_ARG(QNetworkReply *, rig->probe.removeInFlight().reply));
-        QMetaObject::invokeMethod(&rig->handler, "connectionTerminated",
-                                  Q_ARG(QNetworkReply *, rig->probe.renameInFlight().reply));
+        fixture->probe.removeInFlight() = {new FailedReply, 3, 17, 1000};
+        fixture->probe.renameInFlight() = {new FailedReply, 4, u"a"_s, 1001};
+        QMetaObject::invokeMethod(&fixture->handler, "connectionTerminated",
+                                  Q_ARG(QNetworkReply *, fixture->probe.removeInFlight().reply));
+        QMetaObject::invokeMethod(&fixture->handler, "connectionTerminated",
+                                  Q_ARG(QNetworkReply *, fixture->probe.renameInFlight().reply));
         QCoreApplication::removeTranslator(&translator);
         const QString removal = u"Internal error. Element removal failed on server"_s;
         const QString rename = u"Internal error. Folder rename failed on server"_s;
-        QCOMPARE(rig->events.lines, (QStringList{u"remove error 3 17 \"%1\""_s.arg(removal),
-                                                 u"rename error 4 \"%1\""_s.arg(rename)}));
+        QCOMPARE(fixture->events.lines, (QStringList{u"remove error 3 17 \"%1\""_s.arg(removal),
+                                                     u"rename error 4 \"%1\""_s.arg(rename)}));
         QCOMPARE(log.entries(), (QStringList{u"error: "_s + removal, u"error: "_s + rename}));
-        QVERIFY(rig->probe.nothingInFlight());
+        QVERIFY(fixture->probe.nothingInFlight());
     }
 
 private:
@@ -300,11 +302,11 @@ private:
     /// Waits for the one signal that a command causes.
     void expect(const QString &line)
     {
-        EVENTUALLY_COMPARE(rig->events.lines, QStringList{line});
-        rig->events.lines.clear();
+        EVENTUALLY_COMPARE(fixture->events.lines, QStringList{line});
+        fixture->events.lines.clear();
     }
 
-    std::unique_ptr<HandlerRig> rig;
+    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerCommands)

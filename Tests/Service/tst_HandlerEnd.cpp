@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Protocol/CommandBodies.h"
-#include "Service/HandlerTesting.h"
+#include "Service/HandlerFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
@@ -52,25 +52,25 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<HandlerRig>(address);
-        QVERIFY(rig->open());
+        fixture = std::make_unique<HandlerFixture>(address);
+        QVERIFY(fixture->open());
         QVERIFY(file.open());
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void waitingCommandsAreDroppedBeforeTheLossIsReported()
     {
         startEverything();
-        rig->handler.requestSync(source, {{2, 1}, {2, 2}, {2, 3}});
-        QVERIFY(rig->waitForCommands(4));
-        rig->events.lines.clear();
+        fixture->handler.requestSync(source, {{2, 1}, {2, 2}, {2, 3}});
+        QVERIFY(fixture->waitForCommands(4));
+        fixture->events.lines.clear();
         bool empty = false;
-        connect(&rig->handler, &ServerConnectionHandler::handlerServerDisconnected, this,
-                [&] { empty = nothingWaits() && rig->probe.pendingRequests() == 4; });
-        rig->stream.reset();
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
-        QVERIFY(rig->events.lines.first().startsWith(u"disconnected 3"_s));
+        connect(&fixture->handler, &ServerConnectionHandler::handlerServerDisconnected, this,
+                [&] { empty = nothingWaits() && fixture->probe.pendingRequests() == 4; });
+        fixture->stream.reset();
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 1);
+        QVERIFY(fixture->events.lines.first().startsWith(u"disconnected 3"_s));
         QVERIFY(empty);
     }
 
@@ -86,38 +86,39 @@ private slots:
     {
         QFETCH(const QByteArray, answer);
         startEverything();
-        rig->handler.requestUpload(1, 2, file.fileName());
-        QVERIFY(rig->waitForCommands(3));
-        QVERIFY(rig->server.waitForRequests(1, uploadPath));
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->events.lines.filter(u"disconnected"_s).size(), 1);
-        rig->events.lines.clear();
+        fixture->handler.requestUpload(1, 2, file.fileName());
+        QVERIFY(fixture->waitForCommands(3));
+        QVERIFY(fixture->server.waitForRequests(1, uploadPath));
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines.filter(u"disconnected"_s).size(), 1);
+        fixture->events.lines.clear();
         const auto end = [&answer](const WireRequest &request) {
             answer.isNull() ? request.reset() : request.answer(answer);
         };
         // Qt repeats an upload on a new connection.
-        rig->server.on(uploadPath, end);
-        for (const WireRequest &request : rig->commands() + rig->server.requests(uploadPath))
+        fixture->server.on(uploadPath, end);
+        for (const WireRequest &request :
+             fixture->commands() + fixture->server.requests(uploadPath))
             end(request);
         // What is sent next is sent before an answer is reported.
-        EVENTUALLY_COMPARE(rig->probe.runningReplies(), 0);
-        QCOMPARE(rig->commands().size(), 3);
-        QCOMPARE(rig->events.lines, QStringList());
+        EVENTUALLY_COMPARE(fixture->probe.runningReplies(), 0);
+        QCOMPARE(fixture->commands().size(), 3);
+        QCOMPARE(fixture->events.lines, QStringList());
         QVERIFY(nothingWaits());
     }
 
     void progressOfAnUploadIsNotReportedAfterTheEndOfTheStream()
     {
         QVERIFY(file.resize(16 << 20));
-        rig->server.setReading(false);
-        rig->handler.requestUpload(1, 2, file.fileName());
-        EVENTUALLY_COMPARE(rig->events.lines.filter(u"upload progress"_s).isEmpty(), false);
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->events.lines.filter(u"disconnected"_s).size(), 1);
-        rig->events.lines.clear();
-        rig->server.setReading(true);
-        EVENTUALLY_COMPARE(rig->server.requests(uploadPath).size(), 1);
-        QCOMPARE(rig->events.lines, QStringList());
+        fixture->server.setReading(false);
+        fixture->handler.requestUpload(1, 2, file.fileName());
+        EVENTUALLY_COMPARE(fixture->events.lines.filter(u"upload progress"_s).isEmpty(), false);
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines.filter(u"disconnected"_s).size(), 1);
+        fixture->events.lines.clear();
+        fixture->server.setReading(true);
+        EVENTUALLY_COMPARE(fixture->server.requests(uploadPath).size(), 1);
+        QCOMPARE(fixture->events.lines, QStringList());
     }
 
     void requestAfterTheEndIsDropped_data()
@@ -135,22 +136,22 @@ private slots:
     {
         QFETCH(const bool, stopped);
         QFETCH(const Request, request);
-        rig->sendFrame(twoTransfers);
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
+        fixture->sendFrame(twoTransfers);
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 3);
         // Inside the report as well as after it.
-        connect(&rig->handler, &ServerConnectionHandler::handlerServerDisconnected, this,
-                [&] { request(rig->handler, file.fileName()); });
+        connect(&fixture->handler, &ServerConnectionHandler::handlerServerDisconnected, this,
+                [&] { request(fixture->handler, file.fileName()); });
         if (stopped)
-            rig->handler.stop();
+            fixture->handler.stop();
         else
-            rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->probe.streamReply(), nullptr);
-        request(rig->handler, file.fileName());
-        rig->handler.stop();
-        QCOMPARE(rig->events.lines.size(), stopped ? 3 : 4);
-        QCOMPARE(rig->probe.runningReplies(), 0);
-        QCOMPARE(rig->probe.pendingRequests(), 0);
-        QVERIFY(nothingWaits() && rig->probe.nothingInFlight());
+            fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->probe.streamReply(), nullptr);
+        request(fixture->handler, file.fileName());
+        fixture->handler.stop();
+        QCOMPARE(fixture->events.lines.size(), stopped ? 3 : 4);
+        QCOMPARE(fixture->probe.runningReplies(), 0);
+        QCOMPARE(fixture->probe.pendingRequests(), 0);
+        QVERIFY(nothingWaits() && fixture->probe.nothingInFlight());
     }
 
     void stopInsideTheSignalsOfARequestEndsIt_data()
@@ -163,24 +164,24 @@ private slots:
     void stopInsideTheSignalsOfARequestEndsIt()
     {
         QFETCH(const Request, request);
-        rig->sendFrame(twoTransfers);
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
-        connect(&rig->handler, &ServerConnectionHandler::handlerSyncProgressUpdate, this,
-                [this] { rig->handler.stop(); });
-        request(rig->handler, {});
-        QCOMPARE(rig->events.lines.size(), 4);
-        QCOMPARE(rig->probe.pendingRequests(), rig->probe.runningReplies());
+        fixture->sendFrame(twoTransfers);
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 3);
+        connect(&fixture->handler, &ServerConnectionHandler::handlerSyncProgressUpdate, this,
+                [this] { fixture->handler.stop(); });
+        request(fixture->handler, {});
+        QCOMPARE(fixture->events.lines.size(), 4);
+        QCOMPARE(fixture->probe.pendingRequests(), fixture->probe.runningReplies());
     }
 
     void removalRequestedWhileStopReportsIsDropped()
     {
-        rig->handler.requestRemove({{1, 1}, {1, 2}});
-        connect(&rig->handler, &ServerConnectionHandler::handlerRemoveFinished, this, [this] {
-            rig->handler.requestRemove({{1, 3}, {1, 4}});
+        fixture->handler.requestRemove({{1, 1}, {1, 2}});
+        connect(&fixture->handler, &ServerConnectionHandler::handlerRemoveFinished, this, [this] {
+            fixture->handler.requestRemove({{1, 3}, {1, 4}});
         });
-        rig->handler.stop();
-        rig->handler.stop();
-        QCOMPARE(rig->events.lines, QStringList{u"removed 1 2"_s});
+        fixture->handler.stop();
+        fixture->handler.stop();
+        QCOMPARE(fixture->events.lines, QStringList{u"removed 1 2"_s});
         QVERIFY(nothingWaits());
     }
 
@@ -188,18 +189,18 @@ private:
     /// One command of each kind that is answered, and one that waits behind it.
     void startEverything()
     {
-        rig->handler.requestRemove({{1, 1}, {1, 2}});
-        rig->handler.requestRename({{1, u"a"_s}, {2, u"b"_s}});
-        rig->handler.requestMove(1, 2, 3);
+        fixture->handler.requestRemove({{1, 1}, {1, 2}});
+        fixture->handler.requestRename({{1, u"a"_s}, {2, u"b"_s}});
+        fixture->handler.requestMove(1, 2, 3);
     }
 
     [[nodiscard]] bool nothingWaits() const
     {
-        return rig->probe.removeQueue().isEmpty() && rig->probe.renameQueue().isEmpty();
+        return fixture->probe.removeQueue().isEmpty() && fixture->probe.renameQueue().isEmpty();
     }
 
     QTemporaryFile file;
-    std::unique_ptr<HandlerRig> rig;
+    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerEnd)

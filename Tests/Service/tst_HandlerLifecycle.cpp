@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Protocol/CommandBodies.h"
-#include "Service/HandlerTesting.h"
+#include "Service/HandlerFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
@@ -29,24 +29,24 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<HandlerRig>(address);
-        QVERIFY(rig->open());
+        fixture = std::make_unique<HandlerFixture>(address);
+        QVERIFY(fixture->open());
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void cleanEndHasNoReason()
     {
-        rig->sendFrame(libraryChanged);
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s,
-                                                           u"disconnected 0 \"\""_s}));
-        QCOMPARE(rig->probe.streamReply(), nullptr);
+        fixture->sendFrame(libraryChanged);
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines, (QStringList{u"connected"_s, u"library changed"_s,
+                                                               u"disconnected 0 \"\""_s}));
+        QCOMPARE(fixture->probe.streamReply(), nullptr);
     }
 
     void closeOfAStreamWithoutLengthHasNoReason()
     {
-        HandlerRig other(loopback(2));
+        HandlerFixture other(loopback(2));
         other.server.on(notifierPath, [](const WireRequest &request) {
             request.send(Wire::streamHead() + Wire::frame(libraryChanged));
             request.close();
@@ -57,22 +57,23 @@ private slots:
 
     void resetIsANetworkError()
     {
-        rig->sendFrame(libraryChanged);
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 2);
-        rig->stream.reset();
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
-        QVERIFY2(isNetworkError(rig->events.lines.last()), qPrintable(rig->events.lines.last()));
+        fixture->sendFrame(libraryChanged);
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 2);
+        fixture->stream.reset();
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 3);
+        QVERIFY2(isNetworkError(fixture->events.lines.last()),
+                 qPrintable(fixture->events.lines.last()));
     }
 
     void endWithoutAByteIsNeverConnected()
     {
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"disconnected 0 \"\""_s});
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines, QStringList{u"disconnected 0 \"\""_s});
     }
 
     void halfAHeadIsANetworkError()
     {
-        HandlerRig other(loopback(2));
+        HandlerFixture other(loopback(2));
         other.server.on(notifierPath, [](const WireRequest &request) {
             request.send("HTTP/1.1 200 OK\r\nContent-Ty");
             request.reset();
@@ -91,24 +92,25 @@ private slots:
 
     void shutdownMessageWaitsForTheEndOfTheStream()
     {
-        rig->sendFrame(shutdown);
-        rig->sendFrame(libraryChanged);
-        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->events.lines.last(), u"disconnected 1 \"\""_s);
+        fixture->sendFrame(shutdown);
+        fixture->sendFrame(libraryChanged);
+        EVENTUALLY_COMPARE(fixture->events.lines,
+                           (QStringList{u"connected"_s, u"library changed"_s}));
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines.last(), u"disconnected 1 \"\""_s);
     }
 
     void shutdownFollowedByAnErrorIsAShutdown()
     {
-        rig->sendFrame(shutdown);
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
-        rig->stream.reset();
-        EVENTUALLY_COMPARE(rig->events.lines.last(), u"disconnected 1 \"\""_s);
+        fixture->sendFrame(shutdown);
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 1);
+        fixture->stream.reset();
+        EVENTUALLY_COMPARE(fixture->events.lines.last(), u"disconnected 1 \"\""_s);
     }
 
     void statusIsNotLookedAtWhileTheStreamLives()
     {
-        HandlerRig other(loopback(2));
+        HandlerFixture other(loopback(2));
         other.server.on(notifierPath, [](const WireRequest &request) {
             request.send("HTTP/1.1 503 Busy\r\nTransfer-Encoding: chunked\r\n\r\n" +
                          Wire::chunk(Wire::frame(libraryChanged)));
@@ -119,7 +121,7 @@ private slots:
 
     void redirectIsNotFollowed()
     {
-        HandlerRig other(loopback(2));
+        HandlerFixture other(loopback(2));
         other.server.answer(notifierPath, {}, "Location: http://" LOOPBACK(2) ":4567/elsewhere\r\n",
                             "302 Found");
         EVENTUALLY_COMPARE(other.events.lines, QStringList{u"disconnected 0 \"\""_s});
@@ -129,10 +131,10 @@ private slots:
     void endForgetsTheTransfersWithoutASignal()
     {
         startTransfer();
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->events.lines.last(), u"disconnected 0 \"\""_s);
-        QCOMPARE(rig->events.lines.size(), 3);
-        QVERIFY(rig->probe.activeTransfers().isEmpty());
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines.last(), u"disconnected 0 \"\""_s);
+        QCOMPARE(fixture->events.lines.size(), 3);
+        QVERIFY(fixture->probe.activeTransfers().isEmpty());
     }
 
     void beginningAndEndAreLogged()
@@ -153,12 +155,12 @@ private slots:
     {
         LogCapture log;
         startTransfer();
-        rig->events.lines.clear();
-        rig->handler.stop();
-        QCOMPARE(rig->probe.streamReply(), nullptr);
-        QVERIFY(rig->probe.activeTransfers().isEmpty());
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
-        QCOMPARE(rig->events.lines, QStringList());
+        fixture->events.lines.clear();
+        fixture->handler.stop();
+        QCOMPARE(fixture->probe.streamReply(), nullptr);
+        QVERIFY(fixture->probe.activeTransfers().isEmpty());
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 0);
+        QCOMPARE(fixture->events.lines, QStringList());
         QCOMPARE(log.entries().last(), u"info: Connection to server "
                                        "http://" LOOPBACK(1) ":4567/brenvoka/notifier.html?%2 "
                                                              "terminated"_s);
@@ -166,7 +168,7 @@ private slots:
 
     void stopBeforeTheFirstByteIsSilent()
     {
-        ServerConnectionHandler handler(rig->server.address(), QUuid::createUuid());
+        ServerConnectionHandler handler(fixture->server.address(), QUuid::createUuid());
         const HandlerEvents events(handler);
         handler.stop();
         handler.stop();
@@ -175,90 +177,93 @@ private slots:
 
     void stopAfterTheEndIsSilent()
     {
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
-        rig->handler.stop();
-        QCOMPARE(rig->events.lines.size(), 1);
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 1);
+        fixture->handler.stop();
+        QCOMPARE(fixture->events.lines.size(), 1);
     }
 
     void stopReportsQueuedRemovalsAndNothingElse()
     {
-        rig->handler.requestRemove({{1, 1}, {1, 2}, {2, 3}});
-        rig->handler.requestMove(1, 2, 3);
-        rig->handler.requestRename({{1, u"a"_s}, {2, u"b"_s}});
-        QVERIFY(rig->waitForCommands(3));
-        rig->handler.stop();
-        QCOMPARE(rig->events.lines, (QStringList{u"removed 1 2"_s, u"removed 2 3"_s}));
-        QVERIFY(rig->probe.removeQueue().isEmpty());
+        fixture->handler.requestRemove({{1, 1}, {1, 2}, {2, 3}});
+        fixture->handler.requestMove(1, 2, 3);
+        fixture->handler.requestRename({{1, u"a"_s}, {2, u"b"_s}});
+        QVERIFY(fixture->waitForCommands(3));
+        fixture->handler.stop();
+        QCOMPARE(fixture->events.lines, (QStringList{u"removed 1 2"_s, u"removed 2 3"_s}));
+        QVERIFY(fixture->probe.removeQueue().isEmpty());
         // The removal and the move are aborted; the rename's connection lives with the handler.
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
-        rig->command(CommandBodies::rename({1, u"a"_s})).answer(successBody);
-        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), 0);
-        QCOMPARE(rig->probe.renameQueue().size(), 1);
-        QCOMPARE(rig->commands().size(), 3);
-        QCOMPARE(rig->events.lines.size(), 2);
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 1);
+        fixture->command(CommandBodies::rename({1, u"a"_s})).answer(successBody);
+        EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
+        QCOMPARE(fixture->probe.renameQueue().size(), 1);
+        QCOMPARE(fixture->commands().size(), 3);
+        QCOMPARE(fixture->events.lines.size(), 2);
     }
 
     void stopInsideASignal()
     {
-        connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
-                [this] { rig->handler.stop(); });
-        rig->send(Wire::frame(libraryChanged) + Wire::frame(libraryChanged));
-        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
-        QCOMPARE(rig->events.lines.size(), 2);
+        connect(&fixture->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
+                [this] { fixture->handler.stop(); });
+        fixture->send(Wire::frame(libraryChanged) + Wire::frame(libraryChanged));
+        EVENTUALLY_COMPARE(fixture->events.lines,
+                           (QStringList{u"connected"_s, u"library changed"_s}));
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 0);
+        QCOMPARE(fixture->events.lines.size(), 2);
     }
 
     void stopInsideConnected()
     {
-        connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this,
-                [this] { rig->handler.stop(); });
-        rig->sendFrame(libraryChanged);
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
-        QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
+        connect(&fixture->handler, &ServerConnectionHandler::handlerServerConnected, this,
+                [this] { fixture->handler.stop(); });
+        fixture->sendFrame(libraryChanged);
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 0);
+        QCOMPARE(fixture->events.lines, QStringList{u"connected"_s});
     }
 
     // Here nothing was read before the stream ended.
     void stopInsideConnectedAtTheEnd()
     {
-        disconnect(rig->probe.streamReply(), &QNetworkReply::readyRead, &rig->handler, nullptr);
-        connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this,
-                [this] { rig->handler.stop(); });
-        rig->sendFrame(libraryChanged);
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->probe.streamReply(), nullptr);
-        QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
+        disconnect(fixture->probe.streamReply(), &QNetworkReply::readyRead, &fixture->handler,
+                   nullptr);
+        connect(&fixture->handler, &ServerConnectionHandler::handlerServerConnected, this,
+                [this] { fixture->handler.stop(); });
+        fixture->sendFrame(libraryChanged);
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->probe.streamReply(), nullptr);
+        QCOMPARE(fixture->events.lines, QStringList{u"connected"_s});
     }
 
     void stopInsideTheListOfTransfers()
     {
-        connect(&rig->handler, &ServerConnectionHandler::handlerSyncProgressUpdate, this,
-                [this] { rig->handler.stop(); });
-        rig->sendFrame(json("{'msg_type':0,'active_transfers':["
-                            "{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'},"
-                            "{'ID':'8d444840-9dc0-11d1-b245-5ffdce74fad2'}]}"));
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
-        QCOMPARE(rig->events.lines, (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
+        connect(&fixture->handler, &ServerConnectionHandler::handlerSyncProgressUpdate, this,
+                [this] { fixture->handler.stop(); });
+        fixture->sendFrame(json("{'msg_type':0,'active_transfers':["
+                                "{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'},"
+                                "{'ID':'8d444840-9dc0-11d1-b245-5ffdce74fad2'}]}"));
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 0);
+        QCOMPARE(fixture->events.lines, (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
     }
 
     void nestedLoopGoesOnInOrder()
     {
         bool first = true;
-        connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
-            if (std::exchange(first, false)) {
-                rig->sendFrame(json("_type':5,'GFPS':3}"));
-                QVERIFY(waitFor([&] { return rig->events.lines.size() == 5; }));
-            }
-        });
-        rig->send(Wire::frame(libraryChanged) + Wire::frame(json("{'msg_type':5,'GFPS':1}")) +
-                  Wire::frame(json("{'msg_type':5,'GFPS':2}")) + json("{'msg"));
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 5);
-        rig->sendFrame(libraryChanged);
+        connect(&fixture->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
+                [&] {
+                    if (std::exchange(first, false)) {
+                        fixture->sendFrame(json("_type':5,'GFPS':3}"));
+                        QVERIFY(waitFor([&] { return fixture->events.lines.size() == 5; }));
+                    }
+                });
+        fixture->send(Wire::frame(libraryChanged) + Wire::frame(json("{'msg_type':5,'GFPS':1}")) +
+                      Wire::frame(json("{'msg_type':5,'GFPS':2}")) + json("{'msg"));
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 5);
+        fixture->sendFrame(libraryChanged);
         EVENTUALLY_COMPARE(
-            rig->events.lines,
+            fixture->events.lines,
             (QStringList{u"connected"_s, u"library changed"_s, u"stats 1 0 0 false"_s,
                          u"stats 2 0 0 false"_s, u"stats 3 0 0 false"_s, u"library changed"_s}));
-        QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
+        QCOMPARE(fixture->probe.receiveBuffer(), QByteArray());
     }
 
     // The bytes are still unread when the stream ends, since the receiver of the first signal has
@@ -266,44 +271,45 @@ private slots:
     void shutdownInTheLastBytesOverridesAnError()
     {
         bool nested = true;
-        connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this, [&] {
-            rig->stream.reset();
-            nested = waitFor([&] { return rig->events.lines.size() == 3; });
+        connect(&fixture->handler, &ServerConnectionHandler::handlerServerConnected, this, [&] {
+            fixture->stream.reset();
+            nested = waitFor([&] { return fixture->events.lines.size() == 3; });
         });
-        rig->send(Wire::frame(libraryChanged) + Wire::frame(shutdown));
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 3);
+        fixture->send(Wire::frame(libraryChanged) + Wire::frame(shutdown));
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 3);
         QVERIFY(nested);
-        QCOMPARE(rig->events.lines.at(1), u"library changed"_s);
-        const QString last = rig->events.lines.last();
+        QCOMPARE(fixture->events.lines.at(1), u"library changed"_s);
+        const QString last = fixture->events.lines.last();
         QVERIFY2(last.startsWith(u"disconnected 1 \""_s), qPrintable(last));
         QVERIFY2(last != u"disconnected 1 \"\""_s, "the text of the error stays");
     }
 
     void stopInTheLastBytesIsSilent()
     {
-        connect(&rig->handler, &ServerConnectionHandler::handlerServerConnected, this, [&] {
-            rig->stream.reset();
-            QVERIFY(waitFor([&] { return rig->probe.streamReply() == nullptr; }));
+        connect(&fixture->handler, &ServerConnectionHandler::handlerServerConnected, this, [&] {
+            fixture->stream.reset();
+            QVERIFY(waitFor([&] { return fixture->probe.streamReply() == nullptr; }));
         });
-        connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
-                [&] { rig->handler.stop(); });
-        rig->sendFrame(libraryChanged);
-        EVENTUALLY_COMPARE(rig->probe.streamReply(), nullptr);
-        QCOMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+        connect(&fixture->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
+                [&] { fixture->handler.stop(); });
+        fixture->sendFrame(libraryChanged);
+        EVENTUALLY_COMPARE(fixture->probe.streamReply(), nullptr);
+        QCOMPARE(fixture->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
     }
 
     void streamThatEndsInANestedLoopIsReportedAfterItsMessages()
     {
         bool first = true;
-        connect(&rig->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this, [&] {
-            if (std::exchange(first, false)) {
-                rig->stream.send(Wire::lastChunk());
-                QVERIFY(waitFor([&] { return rig->probe.streamReply() == nullptr; }));
-            }
-        });
-        rig->send(Wire::frame(libraryChanged) + Wire::frame(libraryChanged) +
-                  Wire::frame(shutdown));
-        EVENTUALLY_COMPARE(rig->events.lines,
+        connect(&fixture->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
+                [&] {
+                    if (std::exchange(first, false)) {
+                        fixture->stream.send(Wire::lastChunk());
+                        QVERIFY(waitFor([&] { return fixture->probe.streamReply() == nullptr; }));
+                    }
+                });
+        fixture->send(Wire::frame(libraryChanged) + Wire::frame(libraryChanged) +
+                      Wire::frame(shutdown));
+        EVENTUALLY_COMPARE(fixture->events.lines,
                            (QStringList{u"connected"_s, u"library changed"_s, u"library changed"_s,
                                         u"disconnected 1 \"\""_s}));
     }
@@ -319,7 +325,7 @@ private slots:
     {
         QFETCH(const bool, atTheEnd);
         const QPointer<ServerConnectionHandler> handler =
-            new ServerConnectionHandler(rig->server.address(), QUuid::createUuid());
+            new ServerConnectionHandler(fixture->server.address(), QUuid::createUuid());
         bool alive = false;
         const auto boxWithADeletion = [&] {
             QTimer::singleShot(0, handler, [&] {
@@ -337,8 +343,8 @@ private slots:
         else
             connect(handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
                     boxWithADeletion);
-        QVERIFY(rig->server.waitForRequests(2, notifierPath));
-        const WireRequest stream = rig->server.requests(notifierPath).last();
+        QVERIFY(fixture->server.waitForRequests(2, notifierPath));
+        const WireRequest stream = fixture->server.requests(notifierPath).last();
         stream.send(Wire::chunk(Wire::frame(libraryChanged)));
         if (atTheEnd)
             stream.send(Wire::lastChunk());
@@ -348,24 +354,24 @@ private slots:
 
     void destructionIsSilent()
     {
-        auto handler =
-            std::make_unique<ServerConnectionHandler>(rig->server.address(), QUuid::createUuid());
+        auto handler = std::make_unique<ServerConnectionHandler>(fixture->server.address(),
+                                                                 QUuid::createUuid());
         const HandlerEvents events(*handler);
         handler->requestRemove({{1, 1}, {1, 2}});
         handler->requestMove(1, 2, 3);
-        QVERIFY(rig->waitForCommands(2));
+        QVERIFY(fixture->waitForCommands(2));
         handler.reset();
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 1);
         QCOMPARE(events.lines, QStringList());
     }
 
     void signalThatNothingEmits()
     {
         bool received = false;
-        connect(&rig->handler, &ServerConnectionHandler::processReceivedData, this,
+        connect(&fixture->handler, &ServerConnectionHandler::processReceivedData, this,
                 [&] { received = true; });
-        rig->send(wireFile(u"stream.bin"_s));
-        EVENTUALLY_COMPARE(rig->events.lines.contains(u"library changed"_s), true);
+        fixture->send(wireFile(u"stream.bin"_s));
+        EVENTUALLY_COMPARE(fixture->events.lines.contains(u"library changed"_s), true);
         QVERIFY(!received);
     }
 
@@ -377,11 +383,13 @@ private:
 
     void startTransfer()
     {
-        rig->sendFrame(json("{'msg_type':1,'sync':{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'}}"));
-        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
+        fixture->sendFrame(
+            json("{'msg_type':1,'sync':{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'}}"));
+        EVENTUALLY_COMPARE(fixture->events.lines,
+                           (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
     }
 
-    std::unique_ptr<HandlerRig> rig;
+    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerLifecycle)

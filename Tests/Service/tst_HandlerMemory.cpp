@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/HandlerTesting.h"
+#include "Service/HandlerFixture.h"
 #include "Service/Http/OneShotBody.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
@@ -23,14 +23,14 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<HandlerRig>(loopback(1));
-        rig->server.answer(executePath, successBody);
-        rig->server.answer(uploadPath, successBody);
-        QVERIFY(rig->open());
+        fixture = std::make_unique<HandlerFixture>(loopback(1));
+        fixture->server.answer(executePath, successBody);
+        fixture->server.answer(uploadPath, successBody);
+        QVERIFY(fixture->open());
         QVERIFY(upload.open());
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void replyIsDeletedOnceItHasFinished_data()
     {
@@ -51,21 +51,21 @@ private slots:
     void replyIsDeletedOnceItHasFinished()
     {
         QFETCH(const Order, order);
-        order(rig->handler);
-        QCOMPARE(rig->probe.replies().size(), 2);
-        EVENTUALLY_COMPARE(rig->probe.replies(), QList{rig->probe.streamReply()});
+        order(fixture->handler);
+        QCOMPARE(fixture->probe.replies().size(), 2);
+        EVENTUALLY_COMPARE(fixture->probe.replies(), QList{fixture->probe.streamReply()});
     }
 
     void streamIsDeletedOnceItHasFinished()
     {
-        rig->stream.send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->probe.replies().size(), 0);
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->probe.replies().size(), 0);
     }
 
     void stoppedStreamIsDeleted()
     {
-        rig->handler.stop();
-        EVENTUALLY_COMPARE(rig->probe.replies().size(), 0);
+        fixture->handler.stop();
+        EVENTUALLY_COMPARE(fixture->probe.replies().size(), 0);
     }
 
     void bodyIsDeletedWithItsReply_data()
@@ -81,16 +81,16 @@ private slots:
     void bodyIsDeletedWithItsReply()
     {
         QFETCH(const Order, order);
-        order(rig->handler);
+        order(fixture->handler);
         const QPointer<OneShotBody> body =
-            rig->probe.replies().constLast()->findChild<OneShotBody *>();
+            fixture->probe.replies().constLast()->findChild<OneShotBody *>();
         QVERIFY(body);
         EVENTUALLY_COMPARE(body.isNull(), true);
     }
 
 private:
     QTemporaryFile upload;
-    std::unique_ptr<HandlerRig> rig;
+    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerMemory)

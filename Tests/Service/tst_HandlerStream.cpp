@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/HandlerTesting.h"
+#include "Service/HandlerFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
@@ -51,29 +51,29 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<HandlerRig>(address);
-        QVERIFY(rig->open());
+        fixture = std::make_unique<HandlerFixture>(address);
+        QVERIFY(fixture->open());
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void requestIsAPlainGet()
     {
         const QByteArray expected = wireFile(u"notifier.http"_s);
-        QCOMPARE(rig->stream.head.left(rig->stream.head.indexOf("\r\n") + 2),
+        QCOMPARE(fixture->stream.head.left(fixture->stream.head.indexOf("\r\n") + 2),
                  expected.left(expected.indexOf("\r\n") + 2));
-        QCOMPARE(rig->stream.header("Host"), LOOPBACK(1) ":4567");
-        QCOMPARE(rig->stream.body, QByteArray());
+        QCOMPARE(fixture->stream.header("Host"), LOOPBACK(1) ":4567");
+        QCOMPARE(fixture->stream.body, QByteArray());
         for (const char *absent :
              {"Content-Type", "Content-Length", "Upgrade", "Authorization", "HTTP2-Settings"})
-            QVERIFY2(rig->stream.header(absent).isNull(), absent);
+            QVERIFY2(fixture->stream.header(absent).isNull(), absent);
     }
 
     void streamOfTheWire()
     {
-        rig->send(wireFile(u"stream.bin"_s));
-        EVENTUALLY_COMPARE(rig->events.lines, wholeStream());
-        QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
+        fixture->send(wireFile(u"stream.bin"_s));
+        EVENTUALLY_COMPARE(fixture->events.lines, wholeStream());
+        QCOMPARE(fixture->probe.receiveBuffer(), QByteArray());
     }
 
     void streamOfTheWireInChunks_data()
@@ -88,18 +88,19 @@ private slots:
         QFETCH(const int, size);
         const QByteArray bytes = wireFile(u"stream.bin"_s);
         for (qsizetype at = 0; at < bytes.size(); at += size)
-            rig->send(bytes.mid(at, size));
-        EVENTUALLY_COMPARE(rig->events.lines, wholeStream());
+            fixture->send(bytes.mid(at, size));
+        EVENTUALLY_COMPARE(fixture->events.lines, wholeStream());
     }
 
     void connectedComesWithTheFirstByteAndBeforeItIsHandled()
     {
-        QVERIFY(rig->events.lines.isEmpty());
-        rig->send("{");
-        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"connected"_s});
-        EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), "{");
-        rig->sendFrame("\"msg_type\":6}");
-        EVENTUALLY_COMPARE(rig->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
+        QVERIFY(fixture->events.lines.isEmpty());
+        fixture->send("{");
+        EVENTUALLY_COMPARE(fixture->events.lines, QStringList{u"connected"_s});
+        EVENTUALLY_COMPARE(fixture->probe.receiveBuffer(), "{");
+        fixture->sendFrame("\"msg_type\":6}");
+        EVENTUALLY_COMPARE(fixture->events.lines,
+                           (QStringList{u"connected"_s, u"library changed"_s}));
     }
 
     void emptyPiecesAreSkipped()
@@ -107,25 +108,25 @@ private slots:
         expect(QByteArray(1, '\0') + Wire::frame(libraryChanged) + QByteArray(2, '\0') +
                    Wire::frame(libraryChanged),
                {u"library changed"_s, u"library changed"_s});
-        QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
+        QCOMPARE(fixture->probe.receiveBuffer(), QByteArray());
     }
 
     void halfAFrameWaitsForItsEnd()
     {
         expect(Wire::frame(libraryChanged) + Wire::frame(json("{'msg_type':5}")) + json("{'msg_"),
                {u"library changed"_s, u"stats 0 0 0 false"_s});
-        QCOMPARE(rig->probe.receiveBuffer(), json("{'msg_"));
+        QCOMPARE(fixture->probe.receiveBuffer(), json("{'msg_"));
         expect(Wire::frame(json("type':6}")), {u"library changed"_s});
-        QCOMPARE(rig->probe.receiveBuffer(), QByteArray());
+        QCOMPARE(fixture->probe.receiveBuffer(), QByteArray());
     }
 
     void chunkWithoutTerminatorIsOnlyAppended()
     {
-        rig->send(libraryChanged);
-        EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), libraryChanged);
-        rig->send(libraryChanged);
-        EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), libraryChanged + libraryChanged);
-        QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
+        fixture->send(libraryChanged);
+        EVENTUALLY_COMPARE(fixture->probe.receiveBuffer(), libraryChanged);
+        fixture->send(libraryChanged);
+        EVENTUALLY_COMPARE(fixture->probe.receiveBuffer(), libraryChanged + libraryChanged);
+        QCOMPARE(fixture->events.lines, QStringList{u"connected"_s});
     }
 
     void frameThatDoesNotParseDeafensTheStream_data()
@@ -138,14 +139,15 @@ private slots:
     void frameThatDoesNotParseDeafensTheStream()
     {
         QFETCH(const QByteArray, message);
-        rig->sendFrame(message);
-        EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), message);
+        fixture->sendFrame(message);
+        EVENTUALLY_COMPARE(fixture->probe.receiveBuffer(), message);
         for (int i = 1; i <= 3; ++i) {
-            rig->sendFrame(libraryChanged);
-            EVENTUALLY_COMPARE(rig->probe.receiveBuffer(), message + libraryChanged.repeated(i));
+            fixture->sendFrame(libraryChanged);
+            EVENTUALLY_COMPARE(fixture->probe.receiveBuffer(),
+                               message + libraryChanged.repeated(i));
         }
-        QCOMPARE(rig->events.lines, QStringList{u"connected"_s});
-        QVERIFY(rig->probe.streamReply()->isRunning());
+        QCOMPARE(fixture->events.lines, QStringList{u"connected"_s});
+        QVERIFY(fixture->probe.streamReply()->isRunning());
     }
 
     void messagesOfNoUse_data()
@@ -174,7 +176,7 @@ private slots:
     {
         QFETCH(const QByteArray, message);
         expect(Wire::frame(message) + Wire::frame(libraryChanged), {u"library changed"_s});
-        QVERIFY(rig->probe.activeTransfers().isEmpty());
+        QVERIFY(fixture->probe.activeTransfers().isEmpty());
     }
 
     void objectWithoutTypeCountsAsAList()
@@ -183,14 +185,14 @@ private slots:
                            "\",\"FLDIDX\":1,\"VISIDX\":2},3,{\"ID\":\"" + otherId.toUtf8() +
                            "\",\"STATUS\":2}]}"),
                {u"progress 1 2 0 0"_s, u"progress 0 0 0 0"_s});
-        QCOMPARE(rig->probe.activeTransfers().size(), 2);
-        QCOMPARE(rig->probe.activeTransfers().value(QUuid(otherId)).state, 2);
+        QCOMPARE(fixture->probe.activeTransfers().size(), 2);
+        QCOMPARE(fixture->probe.activeTransfers().value(QUuid(otherId)).state, 2);
     }
 
     void startIsReportedAsQueuedWhateverItsStatus()
     {
         expect(Wire::frame(started(transferId, 3, 17)), {u"progress 3 17 0 0"_s});
-        const ActiveTransfer entry = rig->probe.activeTransfers().value(QUuid(transferId));
+        const ActiveTransfer entry = fixture->probe.activeTransfers().value(QUuid(transferId));
         QCOMPARE(entry.state, 1);
         QCOMPARE(entry.sourceServer, u"http://a"_s);
         QCOMPARE(entry.error, QString());
@@ -203,7 +205,7 @@ private slots:
                                     ",\"STATUS\":9,\"CPERCENT\":42,\"SPEEDBPS\":77,"
                                     "\"FLDIDX\":8,\"VISIDX\":8")),
                {u"progress 3 17 0 0"_s, u"progress 3 17 42 9"_s});
-        const ActiveTransfer entry = rig->probe.activeTransfers().value(QUuid(transferId));
+        const ActiveTransfer entry = fixture->probe.activeTransfers().value(QUuid(transferId));
         QCOMPARE(entry.progressPercent, 42);
         QCOMPARE(entry.speedBps, 77);
     }
@@ -213,7 +215,7 @@ private slots:
         expect(Wire::frame(started(transferId, 3, 17)) +
                    Wire::frame(sync(2, transferId, ",\"STATUS\":1,\"SPEEDBPS\":10.5")),
                {u"progress 3 17 0 0"_s, u"progress 3 17 0 1"_s});
-        QCOMPARE(rig->probe.activeTransfers().value(QUuid(transferId)).speedBps, 0);
+        QCOMPARE(fixture->probe.activeTransfers().value(QUuid(transferId)).speedBps, 0);
     }
 
     void secondStartBeginsAgain()
@@ -222,8 +224,8 @@ private slots:
                    Wire::frame(sync(2, transferId, ",\"STATUS\":1,\"CPERCENT\":42")) +
                    Wire::frame(started(transferId, 3, 18)),
                {u"progress 3 17 0 0"_s, u"progress 3 17 42 1"_s, u"progress 3 18 0 0"_s});
-        QCOMPARE(rig->probe.activeTransfers().size(), 1);
-        QCOMPARE(rig->probe.activeTransfers().value(QUuid(transferId)).progressPercent, 0);
+        QCOMPARE(fixture->probe.activeTransfers().size(), 1);
+        QCOMPARE(fixture->probe.activeTransfers().value(QUuid(transferId)).progressPercent, 0);
     }
 
     void endsByStatus_data()
@@ -247,12 +249,12 @@ private slots:
         expect(Wire::frame(started(transferId, 3, 17)) + Wire::frame(started(otherId, 4, 18)) +
                    Wire::frame(ended(transferId, status)) + Wire::frame(libraryChanged),
                lines << u"library changed"_s);
-        QCOMPARE(rig->probe.activeTransfers().keys(), QList<QUuid>{QUuid(otherId)});
+        QCOMPARE(fixture->probe.activeTransfers().keys(), QList<QUuid>{QUuid(otherId)});
 
         lines = {line, u"all syncs finished"_s};
         lines.removeAll(QString());
         expect(Wire::frame(ended(otherId, status)), lines);
-        QVERIFY(rig->probe.activeTransfers().isEmpty());
+        QVERIFY(fixture->probe.activeTransfers().isEmpty());
     }
 
     void missingKeysReadAsNothing()
@@ -281,9 +283,9 @@ private:
     /// Sends bytes of the stream in one piece and waits for what they cause, the connection apart.
     void expect(const QByteArray &bytes, const QStringList &lines)
     {
-        rig->send(bytes);
-        EVENTUALLY_COMPARE(rig->events.lines.filter(notConnected), lines);
-        rig->events.lines.clear();
+        fixture->send(bytes);
+        EVENTUALLY_COMPARE(fixture->events.lines.filter(notConnected), lines);
+        fixture->events.lines.clear();
     }
 
     static QStringList wholeStream()
@@ -299,7 +301,7 @@ private:
     }
 
     const QRegularExpression notConnected{u"^(?!connected)"_s};
-    std::unique_ptr<HandlerRig> rig;
+    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerStream)

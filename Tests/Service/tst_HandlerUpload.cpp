@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/HandlerTesting.h"
+#include "Service/HandlerFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
@@ -27,15 +27,15 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<HandlerRig>(address);
-        QVERIFY(rig->open());
+        fixture = std::make_unique<HandlerFixture>(address);
+        QVERIFY(fixture->open());
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void bytesOfTheWire()
     {
-        rig->handler.requestUpload(3, 17, file(u"sunset.png"_s, "FILE BYTES"));
+        fixture->handler.requestUpload(3, 17, file(u"sunset.png"_s, "FILE BYTES"));
         QVERIFY(waitForUploads(1));
         const WireRequest request = uploads().constFirst();
         QCOMPARE(request.method, "POST");
@@ -44,13 +44,13 @@ private slots:
         QVERIFY(!boundary.isEmpty());
         QCOMPARE(request.body,
                  wireFile(u"upload-folder-3-slot-17.multipart"_s).replace("BOUNDARY", boundary));
-        QCOMPARE(rig->probe.pendingRequests(), 0);
+        QCOMPARE(fixture->probe.pendingRequests(), 0);
     }
 
     void emptyFileIsUploadedLikeAnyOther()
     {
-        rig->server.answer(uploadPath, successBody);
-        rig->handler.requestUpload(3, 17, file(u"sunset.png"_s, {}));
+        fixture->server.answer(uploadPath, successBody);
+        fixture->handler.requestUpload(3, 17, file(u"sunset.png"_s, {}));
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         QCOMPARE(uploads().constFirst().body,
                  wireFile(u"upload-folder-3-slot-17.multipart"_s)
@@ -75,7 +75,7 @@ private slots:
     {
         QFETCH(const QString, name);
         QFETCH(const QByteArray, onTheWire);
-        rig->handler.requestUpload(3, 17, file(name, "x"));
+        fixture->handler.requestUpload(3, 17, file(name, "x"));
         QVERIFY(waitForUploads(1));
         QVERIFY2(uploads().constFirst().body.contains(
                      "\r\nContent-Disposition: form-data; name=\"visualFile\"; filename=\"" +
@@ -98,19 +98,20 @@ private slots:
     {
         QFETCH(const QByteArray, body);
         QFETCH(const QString, line);
-        rig->server.answer(uploadPath, body);
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        fixture->server.answer(uploadPath, body);
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{line});
-        QCOMPARE(rig->events.lines.last(), line);
-        QCOMPARE(rig->probe.uploadReply(), nullptr);
-        QCOMPARE(rig->probe.pendingRequests(), 0);
+        QCOMPARE(fixture->events.lines.last(), line);
+        QCOMPARE(fixture->probe.uploadReply(), nullptr);
+        QCOMPARE(fixture->probe.pendingRequests(), 0);
     }
 
     void refusalIsLogged()
     {
         LogCapture log;
-        rig->server.answer(uploadPath, json("{'msg_type':7,'RESULT':3,'ERROR':'Disk is full'}"));
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        fixture->server.answer(uploadPath,
+                               json("{'msg_type':7,'RESULT':3,'ERROR':'Disk is full'}"));
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"upload error \"Disk is full\""_s});
         QCOMPARE(log.entries(), QStringList{u"error: Upload failed on server " LOOPBACK(
                                     1) " reason: Disk is full"_s});
@@ -119,30 +120,30 @@ private slots:
     void networkFailure()
     {
         LogCapture log;
-        rig->server.answer(uploadPath, successBody, {}, "404 Nothing");
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        fixture->server.answer(uploadPath, successBody, {}, "404 Nothing");
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         EVENTUALLY_COMPARE(
             withoutProgress(),
             QStringList{
                 u"upload error \"Error transferring "
                 "http://" LOOPBACK(1) ":4567/brenvoka/upload.html - server replied: Nothing\""_s});
         QCOMPARE(log.entries(), QStringList{u"error: File upload error: 203"_s});
-        QCOMPARE(rig->probe.uploadReply(), nullptr);
-        EVENTUALLY_COMPARE(rig->probe.pendingRequests(), -1);
+        QCOMPARE(fixture->probe.uploadReply(), nullptr);
+        EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), -1);
     }
 
     // A kept-alive connection may break under it, and Qt then begins anew.
     void repeatedUploadIsSentFromItsStart()
     {
-        rig->server.on(uploadPath, [this](const WireRequest &request) {
+        fixture->server.on(uploadPath, [this](const WireRequest &request) {
             if (uploads().size() == 2)
                 request.close();
             else
                 request.answer(successBody);
         });
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
-        rig->handler.requestUpload(3, 18, file(u"b.png"_s, QByteArray(1 << 18, 'y')));
+        fixture->handler.requestUpload(3, 18, file(u"b.png"_s, QByteArray(1 << 18, 'y')));
         EVENTUALLY_COMPARE(withoutProgress(), (QStringList{u"uploaded"_s, u"uploaded"_s}));
         QCOMPARE(uploads().size(), 3);
         QCOMPARE(uploads().at(1).connection, uploads().at(0).connection);
@@ -151,10 +152,10 @@ private slots:
 
     void fileThatCannotBeOpenedIsSilent()
     {
-        rig->handler.requestUpload(3, 17, directory.filePath(u"missing"_s));
-        rig->handler.requestUpload(3, 17, directory.path());
-        QCOMPARE(rig->probe.uploadReply(), nullptr);
-        rig->handler.requestUpload(3, 18, file(u"a.png"_s, "x"));
+        fixture->handler.requestUpload(3, 17, directory.filePath(u"missing"_s));
+        fixture->handler.requestUpload(3, 17, directory.path());
+        QCOMPARE(fixture->probe.uploadReply(), nullptr);
+        fixture->handler.requestUpload(3, 18, file(u"a.png"_s, "x"));
         QVERIFY(waitForUploads(1));
         QCOMPARE(uploads().size(), 1);
         QVERIFY(uploads().constFirst().body.contains("\r\n18\r\n"));
@@ -163,62 +164,62 @@ private slots:
 
     void secondUploadIsDropped()
     {
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         QVERIFY(waitForUploads(1));
-        rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
+        fixture->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
         uploads().constFirst().answer(successBody);
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         QCOMPARE(uploads().size(), 1);
-        rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
+        fixture->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
         QVERIFY(waitForUploads(2));
     }
 
     void cancelIsSilent()
     {
         LogCapture log;
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         QVERIFY(waitForUploads(1));
-        rig->handler.cancelUpload();
-        rig->handler.cancelUpload();
-        QCOMPARE(rig->probe.uploadReply(), nullptr);
-        QCOMPARE(rig->probe.pendingRequests(), -1);
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
+        fixture->handler.cancelUpload();
+        fixture->handler.cancelUpload();
+        QCOMPARE(fixture->probe.uploadReply(), nullptr);
+        QCOMPARE(fixture->probe.pendingRequests(), -1);
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 1);
         QCOMPARE(withoutProgress(), QStringList());
         QCOMPARE(log.texts().filter(u"upload error"_s), QStringList());
 
-        rig->server.answer(uploadPath, successBody);
-        rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
+        fixture->server.answer(uploadPath, successBody);
+        fixture->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
     }
 
     void cancelFromInsideProgress()
     {
-        connect(&rig->handler, &ServerConnectionHandler::uploadedFileProgress, &rig->handler,
-                [this] { rig->handler.cancelUpload(); });
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
-        EVENTUALLY_COMPARE(rig->events.lines.size(), 1);
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
+        connect(&fixture->handler, &ServerConnectionHandler::uploadedFileProgress,
+                &fixture->handler, [this] { fixture->handler.cancelUpload(); });
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        EVENTUALLY_COMPARE(fixture->events.lines.size(), 1);
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 1);
         QCOMPARE(withoutProgress(), QStringList());
     }
 
     void stopCancelsTheUpload()
     {
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         QVERIFY(waitForUploads(1));
-        rig->handler.stop();
-        QCOMPARE(rig->probe.uploadReply(), nullptr);
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 0);
+        fixture->handler.stop();
+        QCOMPARE(fixture->probe.uploadReply(), nullptr);
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 0);
         QCOMPARE(withoutProgress(), QStringList());
     }
 
     void destructionEndsTheUpload()
     {
-        auto *handler = new ServerConnectionHandler(rig->server.address(), QUuid::createUuid());
+        auto *handler = new ServerConnectionHandler(fixture->server.address(), QUuid::createUuid());
         const HandlerEvents events(*handler);
         handler->requestUpload(3, 17, file(u"a.png"_s, QByteArray(1 << 20, 'x')));
         QVERIFY(waitForUploads(1));
         delete handler;
-        EVENTUALLY_COMPARE(rig->server.openConnections(), 1);
+        EVENTUALLY_COMPARE(fixture->server.openConnections(), 1);
         QCOMPARE(events.lines.filter(u"uploaded"_s) + events.lines.filter(u"error"_s),
                  QStringList());
     }
@@ -248,17 +249,17 @@ private slots:
     {
         QFETCH(const qlonglong, sent);
         QFETCH(const qlonglong, total);
-        QVERIFY(QMetaObject::invokeMethod(&rig->handler, "uploadProgress", Q_ARG(qlonglong, sent),
-                                          Q_ARG(qlonglong, total)));
-        QTEST(rig->events.lines, "lines");
+        QVERIFY(QMetaObject::invokeMethod(&fixture->handler, "uploadProgress",
+                                          Q_ARG(qlonglong, sent), Q_ARG(qlonglong, total)));
+        QTEST(fixture->events.lines, "lines");
     }
 
     void progressReachesTheEnd()
     {
-        rig->server.answer(uploadPath, successBody);
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, QByteArray(1 << 20, 'x')));
+        fixture->server.answer(uploadPath, successBody);
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, QByteArray(1 << 20, 'x')));
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
-        QVERIFY(rig->events.lines.contains(u"upload progress 100"_s));
+        QVERIFY(fixture->events.lines.contains(u"upload progress 100"_s));
     }
 
     void commandsLeaveRoomForAnUpload()
@@ -266,21 +267,21 @@ private slots:
         QList<VisualRef> visuals;
         for (int slot = 1; slot <= 20; ++slot)
             visuals.append({1, slot});
-        rig->handler.requestSync(rig->server.address(), visuals);
-        QVERIFY(rig->waitForCommands(4));
-        rig->events.lines.clear();
-        rig->server.answer(uploadPath, successBody);
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        fixture->handler.requestSync(fixture->server.address(), visuals);
+        QVERIFY(fixture->waitForCommands(4));
+        fixture->events.lines.clear();
+        fixture->server.answer(uploadPath, successBody);
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
-        QCOMPARE(rig->commands().size(), 4);
+        QCOMPARE(fixture->commands().size(), 4);
     }
 
     void cancelAtOnceSendsNothing()
     {
-        rig->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
-        rig->handler.cancelUpload();
-        rig->server.answer(uploadPath, successBody);
-        rig->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        fixture->handler.cancelUpload();
+        fixture->server.answer(uploadPath, successBody);
+        fixture->handler.requestUpload(3, 18, file(u"b.png"_s, "y"));
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         QCOMPARE(uploads().size(), 1);
     }
@@ -294,8 +295,8 @@ private slots:
         QVERIFY(growing.open(QIODevice::Append));
         QCOMPARE(growing.write(QByteArray(1 << 20, 'y')), 1 << 20);
         growing.close();
-        rig->server.answer(uploadPath, successBody);
-        rig->server.setReading(true);
+        fixture->server.answer(uploadPath, successBody);
+        fixture->server.setReading(true);
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
         const WireRequest request = uploads().constFirst();
         QVERIFY(request.body.endsWith("\r\n\r\n" + content + "\r\n--" + boundaryOf(request) +
@@ -308,7 +309,7 @@ private slots:
         QVERIFY(shrinking.resize(16 << 20));
         QVERIFY(startUpload(shrinking.fileName()));
         QVERIFY(shrinking.resize(1));
-        rig->server.setReading(true);
+        fixture->server.setReading(true);
         EVENTUALLY_COMPARE(withoutProgress().size(), 1);
         const QString line = withoutProgress().constFirst();
         QVERIFY2(line.startsWith(u"upload error \""_s), qPrintable(line));
@@ -322,12 +323,12 @@ private slots:
         constexpr qint64 mebibyte = 1 << 20;
         QFile large(file(u"large.mov"_s, {}));
         QVERIFY(large.resize(256 * mebibyte));
-        rig->handler.requestUpload(3, 17, large.fileName());
-        const auto *open = rig->probe.uploadReply()->findChild<QFile *>();
+        fixture->handler.requestUpload(3, 17, large.fileName());
+        const auto *open = fixture->probe.uploadReply()->findChild<QFile *>();
         qint64 ahead = 0;
         QVERIFY(waitFor([&] {
             constexpr int upload = 1; // the stream is the first connection
-            const qint64 received = rig->server.received(upload).size();
+            const qint64 received = fixture->server.received(upload).size();
             ahead = std::max(ahead, open->pos() - received);
             return received >= 32 * mebibyte;
         }));
@@ -346,20 +347,23 @@ private:
     /// Starts an upload to a server that reads nothing, and waits until it is under way.
     [[nodiscard]] bool startUpload(const QString &path)
     {
-        rig->server.setReading(false);
-        rig->handler.requestUpload(3, 17, path);
-        const auto *open = rig->probe.uploadReply()->findChild<QFile *>();
+        fixture->server.setReading(false);
+        fixture->handler.requestUpload(3, 17, path);
+        const auto *open = fixture->probe.uploadReply()->findChild<QFile *>();
         return open && waitFor([&] { return open->pos() > 0; });
     }
 
-    [[nodiscard]] QList<WireRequest> uploads() const { return rig->server.requests(uploadPath); }
+    [[nodiscard]] QList<WireRequest> uploads() const
+    {
+        return fixture->server.requests(uploadPath);
+    }
     [[nodiscard]] bool waitForUploads(int count) const
     {
         return waitFor([&] { return uploads().size() >= count; });
     }
     [[nodiscard]] QStringList withoutProgress() const
     {
-        QStringList lines = rig->events.lines;
+        QStringList lines = fixture->events.lines;
         lines.removeIf([](const QString &line) { return line.startsWith(u"upload progress"_s); });
         return lines;
     }
@@ -372,7 +376,7 @@ private:
     }
 
     QTemporaryDir directory;
-    std::unique_ptr<HandlerRig> rig;
+    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerUpload)

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/ServiceTesting.h"
+#include "Service/ConnectionServiceFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
@@ -18,10 +18,10 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<ServiceRig>();
+        fixture = std::make_unique<ConnectionServiceFixture>();
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void isLoggedAndDropped_data()
     {
@@ -57,17 +57,17 @@ private slots:
     {
         QFETCH(const QString, entry);
         QFETCH(const Operation, operation);
-        rig->service->addHandler(firstAddress, firstId);
-        QVERIFY(rig->first.waitForRequests(1, notifierPath));
+        fixture->service->addHandler(firstAddress, firstId);
+        QVERIFY(fixture->first.waitForRequests(1, notifierPath));
         LogCapture log;
-        operation(*rig->service, unknownId);
+        operation(*fixture->service, unknownId);
         QCOMPARE(log.entries(), QStringList{entry});
-        QCOMPARE(rig->events.lines, QStringList());
-        QCOMPARE(rig->handlers().size(), 1);
+        QCOMPARE(fixture->events.lines, QStringList());
+        QCOMPARE(fixture->handlers().size(), 1);
     }
 
 private:
-    std::unique_ptr<ServiceRig> rig;
+    std::unique_ptr<ConnectionServiceFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_MissingHandler)

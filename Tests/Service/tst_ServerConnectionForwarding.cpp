@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/ServiceTesting.h"
+#include "Service/ConnectionServiceFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
@@ -28,10 +28,10 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<ServiceRig>();
+        fixture = std::make_unique<ConnectionServiceFixture>();
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void forwarding_data()
     {
@@ -95,40 +95,40 @@ private slots:
         QFETCH(const QString, check);
         QFETCH(const Emission, emission);
         const QString line = QString::fromLatin1(QTest::currentDataTag());
-        rig->service->addHandler(firstAddress, firstId);
-        const QPointer<ServerConnectionHandler> handler = rig->handlers().constFirst();
+        fixture->service->addHandler(firstAddress, firstId);
+        const QPointer<ServerConnectionHandler> handler = fixture->handlers().constFirst();
 
         // Of a stranger: logged and dropped, unless nothing is checked.
         LogCapture log;
         emission(*handler, secondAddress, unknownId);
         if (check == "none"_L1) {
-            QCOMPARE(rig->events.lines,
+            QCOMPARE(fixture->events.lines,
                      QStringList{QString(line).replace(u"first"_s, unknownId.toString())});
             QCOMPARE(log.texts(), QStringList());
         } else {
-            QCOMPARE(rig->events.lines, QStringList());
+            QCOMPARE(fixture->events.lines, QStringList());
             QCOMPARE(
                 log.entries(),
                 QStringList{check == "id"_L1
                                 ? u"info: Handler not found for id %1"_s.arg(unknownId.toString())
                                 : u"info: Handler not found for address " LOOPBACK(2) ""_s});
         }
-        rig->events.lines.clear();
+        fixture->events.lines.clear();
 
         emission(*handler, firstAddress, firstId);
-        QCOMPARE(rig->events.lines, QStringList{line});
+        QCOMPARE(fixture->events.lines, QStringList{line});
 
         // Cut off: the slot is not even asked. A lost server has left before.
-        rig->service->removeHandler(firstId);
+        fixture->service->removeHandler(firstId);
         emission(*handler, firstAddress, firstId);
-        QCOMPARE(rig->events.lines.size(), 1);
+        QCOMPARE(fixture->events.lines.size(), 1);
         QCOMPARE(log.texts().filter(u"not found"_s).size(),
                  (check == "none"_L1 ? 0 : 1) + (line.startsWith(u"serverDisconnected"_s) ? 1 : 0));
         EVENTUALLY_COMPARE(handler.isNull(), true);
     }
 
 private:
-    std::unique_ptr<ServiceRig> rig;
+    std::unique_ptr<ConnectionServiceFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_ServerConnectionForwarding)

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/ServiceTesting.h"
+#include "Service/ConnectionServiceFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
@@ -22,56 +22,57 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<ServiceRig>();
+        fixture = std::make_unique<ConnectionServiceFixture>();
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void handlerBelongsToTheServiceAndConnects()
     {
         LogCapture log;
-        rig->service->addHandler(firstAddress, firstId);
+        fixture->service->addHandler(firstAddress, firstId);
         QCOMPARE(log.entries().constFirst(), u"info: Adding handler for " LOOPBACK(1) ""_s);
-        QCOMPARE(rig->handlers().size(), 1);
-        QCOMPARE(rig->events.lines, QStringList());
-        rig->sendFromFirst(Wire::frame(libraryChanged));
-        EVENTUALLY_COMPARE(rig->events.lines,
+        QCOMPARE(fixture->handlers().size(), 1);
+        QCOMPARE(fixture->events.lines, QStringList());
+        fixture->sendFromFirst(Wire::frame(libraryChanged));
+        EVENTUALLY_COMPARE(fixture->events.lines,
                            (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
                                         u"serverLibraryChanged first"_s}));
     }
 
     void secondAddressForOneIdIsNotTaken()
     {
-        rig->service->addHandler(firstAddress, firstId);
+        fixture->service->addHandler(firstAddress, firstId);
         LogCapture log;
-        rig->service->addHandler(secondAddress, firstId);
-        QCOMPARE(rig->events.lines, QStringList{u"serverConnected first " LOOPBACK(1) ""_s});
+        fixture->service->addHandler(secondAddress, firstId);
+        QCOMPARE(fixture->events.lines, QStringList{u"serverConnected first " LOOPBACK(1) ""_s});
         QCOMPARE(log.texts(), QStringList());
-        QCOMPARE(rig->handlers().size(), 1);
-        QVERIFY(rig->first.waitForRequests(1, notifierPath));
-        QCOMPARE(rig->second.connectionCount(), 0);
+        QCOMPARE(fixture->handlers().size(), 1);
+        QVERIFY(fixture->first.waitForRequests(1, notifierPath));
+        QCOMPARE(fixture->second.connectionCount(), 0);
     }
 
     // A receiver may remove the handler before the next one reads the address.
     void knownServerIsReportedWithACopyOfItsAddress()
     {
-        rig->service->addHandler(firstAddress, firstId);
-        const QHostAddress &field = rig->handlers().constFirst()->serverAddress();
+        fixture->service->addHandler(firstAddress, firstId);
+        const QHostAddress &field = fixture->handlers().constFirst()->serverAddress();
         const QHostAddress *reported = &field;
-        connect(rig->service.get(), &ServerConnectionService::serverConnected, rig->service.get(),
+        connect(fixture->service.get(), &ServerConnectionService::serverConnected,
+                fixture->service.get(),
                 [&](const QUuid &, const QHostAddress &address) { reported = &address; });
-        rig->service->addHandler(firstAddress, firstId);
+        fixture->service->addHandler(firstAddress, firstId);
         QVERIFY(reported != &field);
     }
 
     void twoIdsMayShareAnAddress()
     {
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->addHandler(firstAddress, secondId);
-        QCOMPARE(rig->handlers().size(), 2);
-        QVERIFY(rig->first.waitForRequests(2, notifierPath));
-        emit rig->handlers().last()->connectedServerLibraryChanged(firstAddress, secondId);
-        QCOMPARE(rig->events.lines, QStringList{u"serverLibraryChanged second"_s});
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->addHandler(firstAddress, secondId);
+        QCOMPARE(fixture->handlers().size(), 2);
+        QVERIFY(fixture->first.waitForRequests(2, notifierPath));
+        emit fixture->handlers().last()->connectedServerLibraryChanged(firstAddress, secondId);
+        QCOMPARE(fixture->events.lines, QStringList{u"serverLibraryChanged second"_s});
     }
 
     void operationsReachTheirHandler()
@@ -79,30 +80,31 @@ private slots:
         QTemporaryDir directory;
         QFile file(directory.filePath(u"a.png"_s));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        rig->second.answer(executePath, successBody);
-        rig->second.answer(uploadPath, successBody);
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->addHandler(secondAddress, secondId);
+        fixture->second.answer(executePath, successBody);
+        fixture->second.answer(uploadPath, successBody);
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->addHandler(secondAddress, secondId);
 
-        rig->service->requestRemove(secondId, {{1, 2}});
-        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"visualRemoveFinished second 1 2"_s});
-        rig->service->requestMove(secondId, 1, 2, 3);
-        EVENTUALLY_COMPARE(rig->events.lines.last(), u"movedFileFinished second"_s);
-        rig->service->requestRename(secondId, {{1, u"a"_s}});
-        EVENTUALLY_COMPARE(rig->events.lines.last(), u"folderRenameFinished second 1"_s);
-        rig->service->requestSync(firstAddress, secondId, {{3, 17}});
-        QCOMPARE(rig->events.lines.last(), u"syncProgressUpdate second 3 17 0 0"_s);
-        rig->service->requestUpload(secondId, 1, 2, file.fileName());
-        EVENTUALLY_COMPARE(rig->events.lines.last(), u"uploadedFileFinished second"_s);
-        const QByteArray form = rig->second.requests(uploadPath).constFirst().body;
+        fixture->service->requestRemove(secondId, {{1, 2}});
+        EVENTUALLY_COMPARE(fixture->events.lines,
+                           QStringList{u"visualRemoveFinished second 1 2"_s});
+        fixture->service->requestMove(secondId, 1, 2, 3);
+        EVENTUALLY_COMPARE(fixture->events.lines.last(), u"movedFileFinished second"_s);
+        fixture->service->requestRename(secondId, {{1, u"a"_s}});
+        EVENTUALLY_COMPARE(fixture->events.lines.last(), u"folderRenameFinished second 1"_s);
+        fixture->service->requestSync(firstAddress, secondId, {{3, 17}});
+        QCOMPARE(fixture->events.lines.last(), u"syncProgressUpdate second 3 17 0 0"_s);
+        fixture->service->requestUpload(secondId, 1, 2, file.fileName());
+        EVENTUALLY_COMPARE(fixture->events.lines.last(), u"uploadedFileFinished second"_s);
+        const QByteArray form = fixture->second.requests(uploadPath).constFirst().body;
         QVERIFY2(form.contains("folderIdx\"\r\n\r\n1\r\n"), form.constData());
         QVERIFY2(form.contains("visualIdx\"\r\n\r\n2\r\n"), form.constData());
-        QVERIFY(rig->second.waitForRequests(4, executePath));
-        const QList<WireRequest> commands = rig->second.requests(executePath);
+        QVERIFY(fixture->second.waitForRequests(4, executePath));
+        const QList<WireRequest> commands = fixture->second.requests(executePath);
         QCOMPARE(commands.size(), 4);
         QVERIFY(commands.at(1).body.contains("&folderIdx=1&visualIdx=2&visualToIdx=3&"));
         QVERIFY(commands.last().body.contains("serverURL=http://" LOOPBACK(1) ":"));
-        QCOMPARE(rig->first.requests(executePath).size(), 0);
+        QCOMPARE(fixture->first.requests(executePath).size(), 0);
     }
 
     void cancelledUploadMakesRoomForAnother()
@@ -110,12 +112,12 @@ private slots:
         QTemporaryDir directory;
         QFile file(directory.filePath(u"a.png"_s));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->requestUpload(firstId, 1, 2, file.fileName());
-        QVERIFY(rig->first.waitForRequests(1, uploadPath));
-        rig->service->cancelUpload(firstId);
-        rig->service->requestUpload(firstId, 1, 3, file.fileName());
-        QVERIFY(rig->first.waitForRequests(2, uploadPath));
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->requestUpload(firstId, 1, 2, file.fileName());
+        QVERIFY(fixture->first.waitForRequests(1, uploadPath));
+        fixture->service->cancelUpload(firstId);
+        fixture->service->requestUpload(firstId, 1, 3, file.fileName());
+        QVERIFY(fixture->first.waitForRequests(2, uploadPath));
     }
 
     void removalsCanBeForgotten_data()
@@ -129,26 +131,26 @@ private slots:
     void removalsCanBeForgotten()
     {
         QFETCH(const Operation, operation);
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
-        QVERIFY(rig->first.waitForRequests(1, executePath));
-        operation(*rig->service, firstId);
-        rig->first.requests(executePath).constFirst().answer(successBody);
-        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"visualRemoveFinished first 1 1"_s});
-        rig->service->requestRename(firstId, {{3, u"Next"_s}});
-        QVERIFY(rig->first.waitForRequests(2, executePath));
-        QVERIFY(rig->first.requests(executePath).at(1).body.startsWith("req_type=5&"));
-        rig->service->removeHandler(firstId);
-        QCOMPARE(rig->events.lines.size(), 1);
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->requestRemove(firstId, {{1, 1}, {1, 2}});
+        QVERIFY(fixture->first.waitForRequests(1, executePath));
+        operation(*fixture->service, firstId);
+        fixture->first.requests(executePath).constFirst().answer(successBody);
+        EVENTUALLY_COMPARE(fixture->events.lines, QStringList{u"visualRemoveFinished first 1 1"_s});
+        fixture->service->requestRename(firstId, {{3, u"Next"_s}});
+        QVERIFY(fixture->first.waitForRequests(2, executePath));
+        QVERIFY(fixture->first.requests(executePath).at(1).body.startsWith("req_type=5&"));
+        fixture->service->removeHandler(firstId);
+        QCOMPARE(fixture->events.lines.size(), 1);
     }
 
     void cancelReachesEveryServer()
     {
-        rig->service->cancelAllSyncs();
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->addHandler(secondAddress, secondId);
-        rig->service->cancelAllSyncs();
-        for (const WireServer *server : {&rig->first, &rig->second}) {
+        fixture->service->cancelAllSyncs();
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->addHandler(secondAddress, secondId);
+        fixture->service->cancelAllSyncs();
+        for (const WireServer *server : {&fixture->first, &fixture->second}) {
             QVERIFY(server->waitForRequests(1, executePath));
             QVERIFY(server->requests(executePath).constFirst().body.startsWith("req_type=4&"));
         }
@@ -156,124 +158,126 @@ private slots:
 
     void serverThatIsLostWhileAllAreCancelledIsPassedOver()
     {
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->addHandler(secondAddress, secondId);
-        const QPointer<ServerConnectionHandler> lost = rig->handlers().last();
-        rig->sendFromFirst(Wire::frame(
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->addHandler(secondAddress, secondId);
+        const QPointer<ServerConnectionHandler> lost = fixture->handlers().last();
+        fixture->sendFromFirst(Wire::frame(
             json("{'msg_type':1,'sync':{'ID':'7d444840-9dc0-11d1-b245-5ffdce74fad2'}}")));
-        EVENTUALLY_COMPARE(rig->events.lines,
+        EVENTUALLY_COMPARE(fixture->events.lines,
                            (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
                                         u"syncProgressUpdate first 0 0 0 0"_s}));
-        connect(rig->service.get(), &ServerConnectionService::syncProgressUpdate,
-                rig->service.get(), [&] {
-                    rig->service->removeHandler(secondId);
+        connect(fixture->service.get(), &ServerConnectionService::syncProgressUpdate,
+                fixture->service.get(), [&] {
+                    fixture->service->removeHandler(secondId);
                     QVERIFY(waitFor([&] { return lost.isNull(); }));
                 });
-        rig->service->cancelAllSyncs();
+        fixture->service->cancelAllSyncs();
         QVERIFY(lost.isNull());
-        QCOMPARE(rig->events.lines.last(), u"syncProgressUpdate first 0 0 0 4"_s);
-        QVERIFY(rig->first.waitForRequests(1, executePath));
-        QCOMPARE(rig->second.requests(executePath).size(), 0);
+        QCOMPARE(fixture->events.lines.last(), u"syncProgressUpdate first 0 0 0 4"_s);
+        QVERIFY(fixture->first.waitForRequests(1, executePath));
+        QCOMPARE(fixture->second.requests(executePath).size(), 0);
     }
 
     void removeHandlerTellsQueuedRemovalsFirst()
     {
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->addHandler(secondAddress, secondId);
-        const QPointer<ServerConnectionHandler> handler = rig->handlers().constFirst();
-        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}, {1, 3}});
-        QVERIFY(rig->first.waitForRequests(1, executePath));
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->addHandler(secondAddress, secondId);
+        const QPointer<ServerConnectionHandler> handler = fixture->handlers().constFirst();
+        fixture->service->requestRemove(firstId, {{1, 1}, {1, 2}, {1, 3}});
+        QVERIFY(fixture->first.waitForRequests(1, executePath));
         LogCapture log;
-        rig->service->removeHandler(firstId);
-        QCOMPARE(rig->events.lines, (QStringList{u"visualRemoveFinished first 1 2"_s,
-                                                 u"visualRemoveFinished first 1 3"_s}));
+        fixture->service->removeHandler(firstId);
+        QCOMPARE(fixture->events.lines, (QStringList{u"visualRemoveFinished first 1 2"_s,
+                                                     u"visualRemoveFinished first 1 3"_s}));
         QCOMPARE(log.entries().constFirst(),
                  u"info:  Handler removed for server id %1"_s.arg(firstId.toString()));
         EVENTUALLY_COMPARE(handler.isNull(), true);
-        EVENTUALLY_COMPARE(rig->first.openConnections(), 0);
-        QCOMPARE(rig->events.lines.size(), 2);
-        QCOMPARE(rig->handlers().size(), 1);
+        EVENTUALLY_COMPARE(fixture->first.openConnections(), 0);
+        QCOMPARE(fixture->events.lines.size(), 2);
+        QCOMPARE(fixture->handlers().size(), 1);
     }
 
     void streamThatEndsTakesItsHandlerOut()
     {
-        rig->service->addHandler(firstAddress, firstId);
-        const QPointer<ServerConnectionHandler> handler = rig->handlers().constFirst();
+        fixture->service->addHandler(firstAddress, firstId);
+        const QPointer<ServerConnectionHandler> handler = fixture->handlers().constFirst();
         LogCapture log;
         // A new handler for the id is a fresh one.
-        connect(rig->service.get(), &ServerConnectionService::serverDisconnected,
-                rig->service.get(), [this] { rig->service->addHandler(secondAddress, firstId); });
-        rig->sendFromFirst(Wire::frame(json("{'msg_type':4}")));
-        rig->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->events.lines,
+        connect(fixture->service.get(), &ServerConnectionService::serverDisconnected,
+                fixture->service.get(),
+                [this] { fixture->service->addHandler(secondAddress, firstId); });
+        fixture->sendFromFirst(Wire::frame(json("{'msg_type':4}")));
+        fixture->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines,
                            (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
                                         u"serverDisconnected first 1 "_s}));
         QVERIFY(log.entries().contains(
             u"info: Handler removed for id %1 address " LOOPBACK(1) ""_s.arg(firstId.toString())));
         EVENTUALLY_COMPARE(handler.isNull(), true);
-        QVERIFY(rig->second.waitForRequests(1, notifierPath));
-        QCOMPARE(rig->handlers().size(), 1);
-        QCOMPARE(rig->handlers().constFirst()->serverAddress(), secondAddress);
+        QVERIFY(fixture->second.waitForRequests(1, notifierPath));
+        QCOMPARE(fixture->handlers().size(), 1);
+        QCOMPARE(fixture->handlers().constFirst()->serverAddress(), secondAddress);
     }
 
     void commandsInFlightAtTheEndOfTheStreamGetNoAnswer()
     {
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
-        rig->service->requestMove(firstId, 1, 2, 3);
-        QVERIFY(rig->first.waitForRequests(2, executePath));
-        QVERIFY(rig->first.waitForRequests(1, notifierPath));
-        rig->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
-        EVENTUALLY_COMPARE(rig->events.lines, QStringList{u"serverDisconnected first 0 "_s});
-        EVENTUALLY_COMPARE(rig->first.openConnections(), 0);
-        QCOMPARE(rig->events.lines.size(), 1);
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->requestRemove(firstId, {{1, 1}, {1, 2}});
+        fixture->service->requestMove(firstId, 1, 2, 3);
+        QVERIFY(fixture->first.waitForRequests(2, executePath));
+        QVERIFY(fixture->first.waitForRequests(1, notifierPath));
+        fixture->first.requests(notifierPath).constFirst().send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines, QStringList{u"serverDisconnected first 0 "_s});
+        EVENTUALLY_COMPARE(fixture->first.openConnections(), 0);
+        QCOMPARE(fixture->events.lines.size(), 1);
     }
 
     void removeHandlerFromInsideItsSignals()
     {
-        connect(rig->service.get(), &ServerConnectionService::visualRemoveFinished,
-                rig->service.get(), [this](const QUuid &id) { rig->service->removeHandler(id); });
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
-        QVERIFY(rig->first.waitForRequests(1, executePath));
-        rig->first.requests(executePath).constFirst().answer(successBody);
-        EVENTUALLY_COMPARE(rig->first.openConnections(), 0);
-        QCOMPARE(rig->events.lines, (QStringList{u"visualRemoveFinished first 1 1"_s,
-                                                 u"visualRemoveFinished first 1 2"_s}));
-        QCOMPARE(rig->handlers().size(), 0);
+        connect(fixture->service.get(), &ServerConnectionService::visualRemoveFinished,
+                fixture->service.get(),
+                [this](const QUuid &id) { fixture->service->removeHandler(id); });
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->requestRemove(firstId, {{1, 1}, {1, 2}});
+        QVERIFY(fixture->first.waitForRequests(1, executePath));
+        fixture->first.requests(executePath).constFirst().answer(successBody);
+        EVENTUALLY_COMPARE(fixture->first.openConnections(), 0);
+        QCOMPARE(fixture->events.lines, (QStringList{u"visualRemoveFinished first 1 1"_s,
+                                                     u"visualRemoveFinished first 1 2"_s}));
+        QCOMPARE(fixture->handlers().size(), 0);
     }
 
     void removeHandlerInABoxThatASignalOpened()
     {
-        rig->service->addHandler(firstAddress, firstId);
-        const QPointer<ServerConnectionHandler> handler = rig->handlers().constFirst();
+        fixture->service->addHandler(firstAddress, firstId);
+        const QPointer<ServerConnectionHandler> handler = fixture->handlers().constFirst();
         bool alive = false;
-        connect(rig->service.get(), &ServerConnectionService::serverLibraryChanged,
-                rig->service.get(), [&] {
-                    QTimer::singleShot(0, rig->service.get(),
-                                       [&] { rig->service->removeHandler(firstId); });
-                    QVERIFY(waitFor([&] { return rig->first.openConnections() == 0; }));
+        connect(fixture->service.get(), &ServerConnectionService::serverLibraryChanged,
+                fixture->service.get(), [&] {
+                    QTimer::singleShot(0, fixture->service.get(),
+                                       [&] { fixture->service->removeHandler(firstId); });
+                    QVERIFY(waitFor([&] { return fixture->first.openConnections() == 0; }));
                     alive = !handler.isNull();
                 });
-        rig->sendFromFirst(Wire::frame(libraryChanged) + Wire::frame(libraryChanged));
+        fixture->sendFromFirst(Wire::frame(libraryChanged) + Wire::frame(libraryChanged));
         EVENTUALLY_COMPARE(handler.isNull(), true);
         QVERIFY(alive);
-        QCOMPARE(rig->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
-                                                 u"serverLibraryChanged first"_s}));
+        QCOMPARE(fixture->events.lines, (QStringList{u"serverConnected first " LOOPBACK(1) ""_s,
+                                                     u"serverLibraryChanged first"_s}));
     }
 
     void destructionIsSilent()
     {
-        rig->service->addHandler(firstAddress, firstId);
-        rig->service->requestRemove(firstId, {{1, 1}, {1, 2}});
-        QVERIFY(rig->first.waitForRequests(1, executePath));
-        rig->service.reset();
-        EVENTUALLY_COMPARE(rig->first.openConnections(), 0);
-        QCOMPARE(rig->events.lines, QStringList());
+        fixture->service->addHandler(firstAddress, firstId);
+        fixture->service->requestRemove(firstId, {{1, 1}, {1, 2}});
+        QVERIFY(fixture->first.waitForRequests(1, executePath));
+        fixture->service.reset();
+        EVENTUALLY_COMPARE(fixture->first.openConnections(), 0);
+        QCOMPARE(fixture->events.lines, QStringList());
     }
 
 private:
-    std::unique_ptr<ServiceRig> rig;
+    std::unique_ptr<ConnectionServiceFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_ServerConnectionService)

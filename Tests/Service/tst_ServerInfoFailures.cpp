@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/ServerInfoRig.h"
+#include "Service/ServerInfoFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
@@ -22,10 +22,10 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<ServerInfoRig>(loopback(1));
+        fixture = std::make_unique<ServerInfoFixture>(loopback(1));
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void malformedFeatureListClosesTheDoor_data()
     {
@@ -46,9 +46,9 @@ private slots:
         const QString malformed = u"error: Discarding library.json from server Stage left for "
                                   "malformed feature list: invalid bitset<N> char"_s;
         LogCapture log;
-        rig->peer.answer(libraryPath, emptyLibrary, headers);
-        const Server server = rig->server();
-        rig->service.requestLibrary(server);
+        fixture->peer.answer(libraryPath, emptyLibrary, headers);
+        const Server server = fixture->server();
+        fixture->service.requestLibrary(server);
         EVENTUALLY_COMPARE(log.entries().filter(malformed).size(), 1);
         verifyDoorIsClosed(server);
     }
@@ -69,12 +69,12 @@ private slots:
     {
         QFETCH(QByteArray, response);
         LogCapture log;
-        rig->peer.on(libraryPath, [response](const WireRequest &request) {
+        fixture->peer.on(libraryPath, [response](const WireRequest &request) {
             request.send(response);
             request.close();
         });
-        const Server server = rig->server();
-        rig->service.requestLibrary(server);
+        const Server server = fixture->server();
+        fixture->service.requestLibrary(server);
         EVENTUALLY_COMPARE(
             log.entries()
                 .filter(u"error: Failed to download server info from http://" LOOPBACK(
@@ -100,26 +100,26 @@ private slots:
         QFETCH(QByteArray, head);
         QFETCH(QByteArray, piece);
         LogCapture log;
-        rig->peer.on(libraryPath, [head, piece](const WireRequest &request) {
+        fixture->peer.on(libraryPath, [head, piece](const WireRequest &request) {
             request.send(head);
             if (!piece.isEmpty())
                 request.sendWithoutEnd(piece);
         });
-        const Server server = rig->server();
-        rig->service.requestLibrary(server);
+        const Server server = fixture->server();
+        fixture->service.requestLibrary(server);
         EVENTUALLY_COMPARE(
             log.texts().filter(u"ver=281474976710656: more than 268435456 bytes"_s).size(), 1);
         QCOMPARE(log.texts().filter(u"error: Operation canceled"_s).size(), 1);
-        EVENTUALLY_COMPARE(rig->peer.openConnections(), 0);
+        EVENTUALLY_COMPARE(fixture->peer.openConnections(), 0);
         verifyDoorIsClosed(server);
     }
 
     void refusedConnectionClosesTheDoor()
     {
         LogCapture log;
-        Server server = rig->server();
+        Server server = fixture->server();
         server.connections.first().first = QHostAddress(loopback(77));
-        rig->service.requestLibrary(server);
+        fixture->service.requestLibrary(server);
         EVENTUALLY_COMPARE(log.texts().filter(u"Failed to download server info from"_s).size(), 1);
         verifyDoorIsClosed(server);
     }
@@ -129,23 +129,23 @@ private slots:
     {
         constexpr int count = 40;
         LogCapture log;
-        rig->peer.answer(libraryPath, {}, {}, "404 Not Found");
+        fixture->peer.answer(libraryPath, {}, {}, "404 Not Found");
         QList<Server> closed;
         for (int i = 0; i < count; ++i) {
-            closed.append(rig->server());
-            rig->service.requestLibrary(closed.constLast());
+            closed.append(fixture->server());
+            fixture->service.requestLibrary(closed.constLast());
         }
         EVENTUALLY_COMPARE(log.texts().filter(u"Failed to download server info"_s).size(), count);
-        rig->peer.forgetRequests();
-        rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
+        fixture->peer.forgetRequests();
+        fixture->peer.answer(libraryPath, emptyLibrary, versionHeader);
         for (int i = 0; i < count; ++i)
-            rig->service.requestLibrary(rig->server());
-        EVENTUALLY_COMPARE(rig->spy.size(), count);
+            fixture->service.requestLibrary(fixture->server());
+        EVENTUALLY_COMPARE(fixture->spy.size(), count);
         for (const Server &server : closed)
-            rig->service.requestLibrary(server);
-        rig->service.requestLibrary(rig->server());
-        EVENTUALLY_COMPARE(rig->spy.size(), count + 1);
-        QCOMPARE(rig->peer.requests().size(), count + 1);
+            fixture->service.requestLibrary(server);
+        fixture->service.requestLibrary(fixture->server());
+        EVENTUALLY_COMPARE(fixture->spy.size(), count + 1);
+        QCOMPARE(fixture->peer.requests().size(), count + 1);
     }
 
     void refusedBodyLeavesTheDoorOpen_data()
@@ -161,29 +161,29 @@ private slots:
     {
         QFETCH(QByteArray, body);
         LogCapture log;
-        rig->peer.answer(libraryPath, body, versionHeader);
-        const Server server = rig->server(u"Büro"_s);
-        rig->service.requestLibrary(server);
+        fixture->peer.answer(libraryPath, body, versionHeader);
+        const Server server = fixture->server(u"Büro"_s);
+        fixture->service.requestLibrary(server);
         EVENTUALLY_COMPARE(
             log.entries()
                 .filter(u"error: Error while parsing library.json from server Büro"_s)
                 .size(),
             1);
-        QCOMPARE(rig->spy.size(), 0);
+        QCOMPARE(fixture->spy.size(), 0);
 
-        rig->peer.answer(libraryPath, emptyLibrary + '\0' + "rest", versionHeader);
-        rig->service.requestLibrary(server);
-        EVENTUALLY_COMPARE(rig->spy.size(), 1);
+        fixture->peer.answer(libraryPath, emptyLibrary + '\0' + "rest", versionHeader);
+        fixture->service.requestLibrary(server);
+        EVENTUALLY_COMPARE(fixture->spy.size(), 1);
     }
 
     void redirectIsNotFollowed()
     {
         LogCapture log;
-        rig->peer.answer(libraryPath, {}, "Location: http://" LOOPBACK(1) ":4567/elsewhere\r\n",
-                         "302 Found");
-        rig->service.requestLibrary(rig->server());
+        fixture->peer.answer(libraryPath, {}, "Location: http://" LOOPBACK(1) ":4567/elsewhere\r\n",
+                             "302 Found");
+        fixture->service.requestLibrary(fixture->server());
         EVENTUALLY_COMPARE(log.texts().filter(u"for unsupported version"_s).size(), 1);
-        QCOMPARE(rig->peer.requests().size(), 1);
+        QCOMPARE(fixture->peer.requests().size(), 1);
     }
 
     void unknownReplyIsLogged()
@@ -192,31 +192,31 @@ private slots:
         QNetworkAccessManager other;
         auto *reply = other.get(QNetworkRequest(QUrl(u"data:,x"_s)));
         QSignalSpy destroyed(reply, &QObject::destroyed);
-        QVERIFY(QMetaObject::invokeMethod(&rig->service, "downloadFinished",
+        QVERIFY(QMetaObject::invokeMethod(&fixture->service, "downloadFinished",
                                           Q_ARG(QNetworkReply *, reply)));
         EVENTUALLY_COMPARE(
             log.entries().filter(u"error: Reply was not found for server info"_s).size(), 1);
         EVENTUALLY_COMPARE(destroyed.size(), 1);
-        QCOMPARE(rig->spy.size(), 0);
+        QCOMPARE(fixture->spy.size(), 0);
     }
 
 private:
     /// Another server is still served, which shows that the calls before it sent nothing.
     void verifyDoorIsClosed(Server server)
     {
-        rig->peer.forgetRequests();
-        rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
-        rig->service.requestLibrary(server);
+        fixture->peer.forgetRequests();
+        fixture->peer.answer(libraryPath, emptyLibrary, versionHeader);
+        fixture->service.requestLibrary(server);
         server.name = u"another name"_s;
-        rig->service.requestLibrary(server);
-        const Server other = rig->server();
-        rig->service.requestLibrary(other);
-        EVENTUALLY_COMPARE(rig->spy.size(), 1);
-        QCOMPARE(rig->received().uuid, other.uuid);
-        QCOMPARE(rig->peer.requests().size(), 1);
+        fixture->service.requestLibrary(server);
+        const Server other = fixture->server();
+        fixture->service.requestLibrary(other);
+        EVENTUALLY_COMPARE(fixture->spy.size(), 1);
+        QCOMPARE(fixture->received().uuid, other.uuid);
+        QCOMPARE(fixture->peer.requests().size(), 1);
     }
 
-    std::unique_ptr<ServerInfoRig> rig;
+    std::unique_ptr<ServerInfoFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_ServerInfoFailures)

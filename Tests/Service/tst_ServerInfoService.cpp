@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/ServerInfoRig.h"
+#include "Service/ServerInfoFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
@@ -23,16 +23,16 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<ServerInfoRig>(loopback(1));
+        fixture = std::make_unique<ServerInfoFixture>(loopback(1));
     }
 
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void requestIsAPlainGet()
     {
-        rig->service.requestLibrary(rig->server());
-        QVERIFY(rig->peer.waitForRequests(1));
-        const WireRequest request = rig->peer.requests().constFirst();
+        fixture->service.requestLibrary(fixture->server());
+        QVERIFY(fixture->peer.waitForRequests(1));
+        const WireRequest request = fixture->peer.requests().constFirst();
         QFile wire(QStringLiteral(BRENVOKA_WIRE_DIR "/library.http"));
         QVERIFY(wire.open(QIODevice::ReadOnly));
         QVERIFY(request.head.startsWith(wire.readLine()));
@@ -44,9 +44,9 @@ private slots:
     void downloadIsLogged()
     {
         LogCapture log;
-        rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
-        rig->service.requestLibrary(rig->server());
-        EVENTUALLY_COMPARE(rig->spy.size(), 1);
+        fixture->peer.answer(libraryPath, emptyLibrary, versionHeader);
+        fixture->service.requestLibrary(fixture->server());
+        EVENTUALLY_COMPARE(fixture->spy.size(), 1);
         const QString url =
             u"http://" LOOPBACK(1) ":4567/brenvoka/library.json?ver=281474976710656"_s;
         QCOMPARE(log.entries(), (QStringList{u"info: Downloading server info from: "_s + url,
@@ -55,28 +55,28 @@ private slots:
 
     void requestGoesToTheFirstConnection()
     {
-        Server server = rig->server();
+        Server server = fixture->server();
         server.addConnection(QHostAddress(loopback(99)), 8);
         server.activeConnection = 1;
-        rig->service.requestLibrary(server);
-        QVERIFY(rig->peer.waitForRequests(1));
+        fixture->service.requestLibrary(server);
+        QVERIFY(fixture->peer.waitForRequests(1));
     }
 
     void completesTheRecordOfTheCaller()
     {
         QFile document(QStringLiteral(BRENVOKA_WIRE_DIR "/library.json"));
         QVERIFY(document.open(QIODevice::ReadOnly));
-        rig->peer.answer(libraryPath, document.readAll(),
-                         "X-BVProtocolVersion: 281474976710657\r\nX-BVFeatureList: 0\r\n");
-        Server server = rig->server();
+        fixture->peer.answer(libraryPath, document.readAll(),
+                             "X-BVProtocolVersion: 281474976710657\r\nX-BVFeatureList: 0\r\n");
+        Server server = fixture->server();
         server.addConnection(QHostAddress(loopback(99)), 16);
         server.activeConnection = 1;
         server.connected = true;
         server.graphFps = 50;
-        rig->service.requestLibrary(server);
-        EVENTUALLY_COMPARE(rig->spy.size(), 1);
+        fixture->service.requestLibrary(server);
+        EVENTUALLY_COMPARE(fixture->spy.size(), 1);
 
-        const Server complete = rig->received();
+        const Server complete = fixture->received();
         QCOMPARE(complete.uuid, server.uuid);
         QCOMPARE(complete.name, server.name);
         QCOMPARE(complete.connections, server.connections);
@@ -93,36 +93,36 @@ private slots:
 
     void secondCallRefreshesTheRequestUnderWay()
     {
-        Server server = rig->server(u"first"_s);
-        rig->service.requestLibrary(server);
+        Server server = fixture->server(u"first"_s);
+        fixture->service.requestLibrary(server);
         server.name = u"second"_s;
         server.connected = true;
-        rig->service.requestLibrary(server);
-        QVERIFY(rig->peer.waitForRequests(1));
-        rig->peer.requests().constFirst().answer(emptyLibrary, versionHeader);
-        EVENTUALLY_COMPARE(rig->spy.size(), 1);
-        QCOMPARE(rig->received().name, u"second"_s);
-        QVERIFY(rig->received().connected);
+        fixture->service.requestLibrary(server);
+        QVERIFY(fixture->peer.waitForRequests(1));
+        fixture->peer.requests().constFirst().answer(emptyLibrary, versionHeader);
+        EVENTUALLY_COMPARE(fixture->spy.size(), 1);
+        QCOMPARE(fixture->received().name, u"second"_s);
+        QVERIFY(fixture->received().connected);
 
-        rig->service.requestLibrary(server);
-        QVERIFY(rig->peer.waitForRequests(2));
-        QCOMPARE(rig->peer.requests().size(), 2);
+        fixture->service.requestLibrary(server);
+        QVERIFY(fixture->peer.waitForRequests(2));
+        QCOMPARE(fixture->peer.requests().size(), 2);
     }
 
     void serversAreAnsweredInAnyOrder()
     {
-        const QList<Server> servers = {rig->server(u"a"_s), rig->server(u"b"_s),
-                                       rig->server(u"c"_s)};
+        const QList<Server> servers = {fixture->server(u"a"_s), fixture->server(u"b"_s),
+                                       fixture->server(u"c"_s)};
         for (const Server &server : servers)
-            rig->service.requestLibrary(server);
-        QVERIFY(rig->peer.waitForRequests(3));
+            fixture->service.requestLibrary(server);
+        QVERIFY(fixture->peer.waitForRequests(3));
         for (int i = 2; i >= 0; --i) {
-            rig->peer.requests().at(i).answer(emptyLibrary, versionHeader);
-            EVENTUALLY_COMPARE(rig->spy.size(), 3 - i);
+            fixture->peer.requests().at(i).answer(emptyLibrary, versionHeader);
+            EVENTUALLY_COMPARE(fixture->spy.size(), 3 - i);
         }
         QSet<QUuid> answered;
         for (int i = 0; i < 3; ++i)
-            answered.insert(rig->received(i).uuid);
+            answered.insert(fixture->received(i).uuid);
         QCOMPARE(answered.size(), 3);
     }
 
@@ -151,12 +151,12 @@ private slots:
         QFETCH(QByteArray, header);
         QFETCH(quint64, version);
         LogCapture log;
-        rig->peer.answer(libraryPath, emptyLibrary, header);
-        const Server server = rig->server(u"50% %s"_s);
-        rig->service.requestLibrary(server);
+        fixture->peer.answer(libraryPath, emptyLibrary, header);
+        const Server server = fixture->server(u"50% %s"_s);
+        fixture->service.requestLibrary(server);
         if (version != 0) {
-            EVENTUALLY_COMPARE(rig->spy.size(), 1);
-            QCOMPARE(rig->received().protocolInfo.protocolVersion, version);
+            EVENTUALLY_COMPARE(fixture->spy.size(), 1);
+            QCOMPARE(fixture->received().protocolInfo.protocolVersion, version);
             return;
         }
         EVENTUALLY_COMPARE(
@@ -166,9 +166,9 @@ private slots:
                 .size(),
             1);
         // The entry is gone: the next call asks again.
-        rig->service.requestLibrary(server);
-        QVERIFY(rig->peer.waitForRequests(2));
-        QCOMPARE(rig->spy.size(), 0);
+        fixture->service.requestLibrary(server);
+        QVERIFY(fixture->peer.waitForRequests(2));
+        QCOMPARE(fixture->spy.size(), 0);
     }
 
     void featureList_data()
@@ -187,26 +187,27 @@ private slots:
     {
         QFETCH(QByteArray, header);
         QFETCH(bool, bit);
-        rig->peer.answer(libraryPath, emptyLibrary, versionHeader + header);
-        rig->service.requestLibrary(rig->server());
-        EVENTUALLY_COMPARE(rig->spy.size(), 1);
-        QCOMPARE(rig->received().protocolInfo.featureList.test(0), bit);
+        fixture->peer.answer(libraryPath, emptyLibrary, versionHeader + header);
+        fixture->service.requestLibrary(fixture->server());
+        EVENTUALLY_COMPARE(fixture->spy.size(), 1);
+        QCOMPARE(fixture->received().protocolInfo.featureList.test(0), bit);
     }
 
     void responseFromTheDiskCacheCountsLikeAnyOther()
     {
-        rig->peer.answer(libraryPath, emptyLibrary,
-                         versionHeader + "X-BVFeatureList: 1\r\nCache-Control: max-age=3600\r\n" +
-                             "Date: " + httpDate() + "\r\n");
-        const Server server = rig->server();
+        fixture->peer.answer(libraryPath, emptyLibrary,
+                             versionHeader +
+                                 "X-BVFeatureList: 1\r\nCache-Control: max-age=3600\r\n" +
+                                 "Date: " + httpDate() + "\r\n");
+        const Server server = fixture->server();
         for (int i = 1; i <= 2; ++i) {
-            rig->service.requestLibrary(server);
-            EVENTUALLY_COMPARE(rig->spy.size(), i);
+            fixture->service.requestLibrary(server);
+            EVENTUALLY_COMPARE(fixture->spy.size(), i);
         }
-        QCOMPARE(rig->peer.requests().size(), 1);
-        QCOMPARE(rig->received(1).hash, u"empty"_s);
-        QVERIFY(rig->received(1).protocolInfo.featureList.test(0));
-        QVERIFY(QDir(ServerInfoRig::cacheDirectory()).exists());
+        QCOMPARE(fixture->peer.requests().size(), 1);
+        QCOMPARE(fixture->received(1).hash, u"empty"_s);
+        QVERIFY(fixture->received(1).protocolInfo.featureList.test(0));
+        QVERIFY(QDir(ServerInfoFixture::cacheDirectory()).exists());
     }
 
     void diskCacheHasEightMebibytes_data()
@@ -222,50 +223,50 @@ private slots:
     {
         QFETCH(const qsizetype, bytes);
         QFETCH(const qsizetype, requests);
-        rig->peer.answer(libraryPath, emptyLibrary.leftJustified(bytes),
-                         versionHeader + "Cache-Control: max-age=3600\r\nDate: " + httpDate() +
-                             "\r\n");
-        const Server server = rig->server();
+        fixture->peer.answer(libraryPath, emptyLibrary.leftJustified(bytes),
+                             versionHeader + "Cache-Control: max-age=3600\r\nDate: " + httpDate() +
+                                 "\r\n");
+        const Server server = fixture->server();
         for (int i = 1; i <= 2; ++i) {
-            rig->service.requestLibrary(server);
-            EVENTUALLY_COMPARE(rig->spy.size(), i);
+            fixture->service.requestLibrary(server);
+            EVENTUALLY_COMPARE(fixture->spy.size(), i);
         }
-        QCOMPARE(rig->peer.requests().size(), requests);
+        QCOMPARE(fixture->peer.requests().size(), requests);
     }
 
     void receiverKeepsItsRecordWhenItAsksAgain()
     {
-        rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
-        const Server server = rig->server(u"first"_s);
+        fixture->peer.answer(libraryPath, emptyLibrary, versionHeader);
+        const Server server = fixture->server(u"first"_s);
         QString name;
-        connect(&rig->service, &ServerInfoService::receivedServer, &rig->service,
+        connect(&fixture->service, &ServerInfoService::receivedServer, &fixture->service,
                 [&](const Server &complete) {
                     Server later = server;
                     later.name = u"second"_s;
-                    rig->service.requestLibrary(later); // replaces the record under way
+                    fixture->service.requestLibrary(later); // replaces the record under way
                     name = complete.name;
                 });
-        rig->service.requestLibrary(server);
+        fixture->service.requestLibrary(server);
         EVENTUALLY_COMPARE(name, u"first"_s);
     }
 
     void receiverMayAskAgain()
     {
-        rig->peer.answer(libraryPath, emptyLibrary, versionHeader);
-        Server server = rig->server();
-        connect(&rig->service, &ServerInfoService::receivedServer, &rig->service,
+        fixture->peer.answer(libraryPath, emptyLibrary, versionHeader);
+        Server server = fixture->server();
+        connect(&fixture->service, &ServerInfoService::receivedServer, &fixture->service,
                 [&](const Server &complete) {
                     if (complete.uuid != server.uuid)
                         return;
-                    rig->service.requestLibrary(server); // still pending: sends nothing
+                    fixture->service.requestLibrary(server); // still pending: sends nothing
                     for (int i = 0; i < 20; ++i)
-                        rig->service.requestLibrary(rig->server());
+                        fixture->service.requestLibrary(fixture->server());
                 });
-        rig->service.requestLibrary(server);
-        EVENTUALLY_COMPARE(rig->spy.size(), 21);
-        QCOMPARE(rig->received().uuid, server.uuid);
-        QCOMPARE(rig->received().hash, u"empty"_s);
-        QCOMPARE(rig->peer.requests().size(), 21);
+        fixture->service.requestLibrary(server);
+        EVENTUALLY_COMPARE(fixture->spy.size(), 21);
+        QCOMPARE(fixture->received().uuid, server.uuid);
+        QCOMPARE(fixture->received().hash, u"empty"_s);
+        QCOMPARE(fixture->peer.requests().size(), 21);
     }
 
 private:
@@ -276,7 +277,7 @@ private:
             .toLatin1();
     }
 
-    std::unique_ptr<ServerInfoRig> rig;
+    std::unique_ptr<ServerInfoFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_ServerInfoService)

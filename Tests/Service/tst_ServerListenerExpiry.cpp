@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Listener.h"
+#include "ListenerFixture.h"
 #include "Support/FailOnWarning.h"
 
 #include <QTest>
@@ -12,13 +12,13 @@ namespace {
 
 /// The first address is heard, and a tick done, within the first signal of that kind.
 template <typename Signal>
-void tickWithin(Listener &listener, Signal signal)
+void tickWithin(ListenerFixture &fixture, Signal signal)
 {
     QObject::connect(
-        &listener.service, signal, &listener.service,
-        [&listener] {
+        &fixture.service, signal, &fixture.service,
+        [&fixture] {
             Announcer(firstAddress).send(announcement({}));
-            listener.tick();
+            fixture.tick();
         },
         Qt::SingleShotConnection);
 }
@@ -47,142 +47,142 @@ private slots:
 
 void tst_ServerListenerExpiry::connectionStays120TicksAndGoesAtThe121st()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
-    listener.tick(60);
+    fixture.tick();
+    fixture.take();
+    fixture.tick(60);
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.tick(120);
-    QCOMPARE(listener.take(), QStringList());
-    listener.tick();
-    QCOMPARE(listener.take(),
+    fixture.tick();
+    fixture.tick(120);
+    QCOMPARE(fixture.take(), QStringList());
+    fixture.tick();
+    QCOMPARE(fixture.take(),
              (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s}));
-    listener.tick(300);
-    QCOMPARE(listener.take(), QStringList());
+    fixture.tick(300);
+    QCOMPARE(fixture.take(), QStringList());
 }
 
 void tst_ServerListenerExpiry::lastConnectionsGoBeforeTheirServer()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
     Announcer(secondAddress).send(announcement({.mask = mask16}));
-    listener.tick();
-    listener.take();
-    listener.tick(121);
-    QCOMPARE(listener.take(),
+    fixture.tick();
+    fixture.take();
+    fixture.tick(121);
+    QCOMPARE(fixture.take(),
              (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s,
                           u"lost connection stage " LOOPBACK(2) "/16"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerExpiry::oneOfTwoConnectionsGoes()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
     Announcer(secondAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
-    listener.tick(100);
+    fixture.tick();
+    fixture.take();
+    fixture.tick(100);
     Announcer(secondAddress).send(announcement({}));
-    listener.tick(21);
-    QCOMPARE(listener.take(), QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s});
+    fixture.tick(21);
+    QCOMPARE(fixture.take(), QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s});
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"connection stage " LOOPBACK(1) "/24"_s});
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList{u"connection stage " LOOPBACK(1) "/24"_s});
 }
 
 void tst_ServerListenerExpiry::changedNetmaskIsIgnored()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
+    fixture.tick();
+    fixture.take();
     Announcer(firstAddress).send(announcement({.mask = mask16}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList());
-    listener.tick(121);
-    QCOMPARE(listener.take(),
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList());
+    fixture.tick(121);
+    QCOMPARE(fixture.take(),
              (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerExpiry::invalidNetmaskDoesNotRefresh()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
-    listener.tick(120);
-    QCOMPARE(listener.take(), QStringList());
+    fixture.tick();
+    fixture.take();
+    fixture.tick(120);
+    QCOMPARE(fixture.take(), QStringList());
     Announcer(firstAddress).send(announcement({.mask = QByteArray("\xff\xff\xff\0", 4)}));
-    listener.tick();
-    QCOMPARE(listener.take(),
+    fixture.tick();
+    QCOMPARE(fixture.take(),
              (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerExpiry::lostServerReturnsAsNew()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
-    listener.tick(1 + 124);
-    listener.take();
+    fixture.tick(1 + 124);
+    fixture.take();
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
 void tst_ServerListenerExpiry::arrivalsAreToldBeforeLosses()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
-    listener.tick(1 + 120);
-    listener.take();
+    fixture.tick(1 + 120);
+    fixture.take();
     Announcer(secondAddress).send(announcement({}));
     Announcer(loopback(3)).send(announcement({.uuid = hallId, .name = "Hall"}));
-    listener.tick();
-    QCOMPARE(listener.take(), (QStringList{u"connection stage " LOOPBACK(2) "/24"_s,
-                                           u"server hall " LOOPBACK(3) "/24 Hall"_s,
-                                           u"lost connection stage " LOOPBACK(1) "/24"_s}));
+    fixture.tick();
+    QCOMPARE(fixture.take(), (QStringList{u"connection stage " LOOPBACK(2) "/24"_s,
+                                          u"server hall " LOOPBACK(3) "/24 Hall"_s,
+                                          u"lost connection stage " LOOPBACK(1) "/24"_s}));
 }
 
 /// A tick by hand within a signal shows what the service knows at that moment: what it knows is
 /// only heard again.
 void tst_ServerListenerExpiry::newServerIsUnknownWhileItIsReported()
 {
-    Listener listener;
-    tickWithin(listener, &ServerListenerService::addServer);
+    ListenerFixture fixture;
+    tickWithin(fixture, &ServerListenerService::addServer);
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take(), (QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s,
-                                           u"server stage " LOOPBACK(1) "/24 Stage left"_s}));
+    fixture.tick();
+    QCOMPARE(fixture.take(), (QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s,
+                                          u"server stage " LOOPBACK(1) "/24 Stage left"_s}));
 }
 
 void tst_ServerListenerExpiry::lostConnectionIsKnownWhileItIsReported()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
-    tickWithin(listener, &ServerListenerService::removeServerConnection);
-    listener.tick(121);
-    QCOMPARE(listener.take(),
+    fixture.tick();
+    fixture.take();
+    tickWithin(fixture, &ServerListenerService::removeServerConnection);
+    fixture.tick(121);
+    QCOMPARE(fixture.take(),
              (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s}));
 }
 
 void tst_ServerListenerExpiry::lostServerIsKnownWhileItIsReported()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
-    tickWithin(listener, &ServerListenerService::removeServer);
-    listener.tick(121);
-    QCOMPARE(listener.take(),
+    fixture.tick();
+    fixture.take();
+    tickWithin(fixture, &ServerListenerService::removeServer);
+    fixture.tick(121);
+    QCOMPARE(fixture.take(),
              (QStringList{u"lost connection stage " LOOPBACK(1) "/24"_s, u"lost stage"_s,
                           u"connection stage " LOOPBACK(1) "/24"_s}));
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
 QTEST_GUILESS_MAIN(tst_ServerListenerExpiry)

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Listener.h"
+#include "ListenerFixture.h"
 #include "Support/FailOnWarning.h"
 
 #include <QTest>
@@ -48,13 +48,13 @@ private slots:
 
 void tst_ServerListenerFlood::tickReads4096DatagramsAndLeavesTheRest()
 {
-    Listener listener;
+    ListenerFixture fixture;
     waiting = 2 * 4096 + 1;
     for (const int left : {4096 + 1, 1, 0}) {
-        listener.tick();
+        fixture.tick();
         QCOMPARE(waiting, left);
     }
-    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
+    QCOMPARE(fixture.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
 QTEST_GUILESS_MAIN(tst_ServerListenerFlood)

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Listener.h"
+#include "ListenerFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Wait.h"
@@ -79,11 +79,11 @@ void tst_ServerListenerService::announcementsOnTheWire_data()
 void tst_ServerListenerService::announcementsOnTheWire()
 {
     QFETCH(const QByteArray, datagram);
-    Listener listener;
+    ListenerFixture fixture;
     QVERIFY(datagram.size() >= 128);
     QVERIFY(Announcer(firstAddress).send(datagram));
-    listener.tick();
-    QTEST(listener.take(), "events");
+    fixture.tick();
+    QTEST(fixture.take(), "events");
 }
 
 void tst_ServerListenerService::everyAnnouncementFileIsDescribed()
@@ -119,103 +119,103 @@ void tst_ServerListenerService::netmasks()
 {
     QFETCH(const QByteArray, mask);
     QFETCH(const int, netmask);
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({.mask = mask}));
-    listener.tick();
+    fixture.tick();
     const QStringList expected{u"server stage " LOOPBACK(1) "/%1 Stage left"_s.arg(netmask)};
-    QCOMPARE(listener.take(), netmask < 0 ? QStringList() : expected);
+    QCOMPARE(fixture.take(), netmask < 0 ? QStringList() : expected);
 }
 
 void tst_ServerListenerService::firstAnnouncementGivesOneServer()
 {
-    Listener listener;
+    ListenerFixture fixture;
     const Announcer sender(firstAddress);
-    listener.tick();
+    fixture.tick();
     sender.send(announcement({}));
-    QCOMPARE(listener.take(), QStringList());
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
+    QCOMPARE(fixture.take(), QStringList());
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
 void tst_ServerListenerService::nameIsReadAsUtf8()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({.name = "B\xc3\xbchne \xff"}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Bühne \uFFFD"_s});
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Bühne \uFFFD"_s});
 }
 
 void tst_ServerListenerService::nullUuidIsNeverListed()
 {
     LogCapture log;
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({.uuid = QUuid()}));
-    listener.tick(200);
-    QCOMPARE(listener.take(), QStringList());
+    fixture.tick(200);
+    QCOMPARE(fixture.take(), QStringList());
     QCOMPARE(log.lines(), QStringList());
 }
 
 void tst_ServerListenerService::sameServerHeardAgainIsSilent()
 {
-    Listener listener;
+    ListenerFixture fixture;
     const Announcer sender(firstAddress);
     sender.send(announcement({}));
-    listener.tick();
-    listener.take();
+    fixture.tick();
+    fixture.take();
     for (int i = 0; i < 5; ++i) {
         sender.send(announcement({}));
         sender.send(announcement({}));
-        listener.tick();
+        fixture.tick();
     }
-    QCOMPARE(listener.take(), QStringList());
+    QCOMPARE(fixture.take(), QStringList());
 }
 
 void tst_ServerListenerService::secondAddressIsAConnection()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    listener.take();
+    fixture.tick();
+    fixture.take();
     Announcer(secondAddress).send(announcement({.mask = mask16}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"connection stage " LOOPBACK(2) "/16"_s});
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList{u"connection stage " LOOPBACK(2) "/16"_s});
 }
 
 void tst_ServerListenerService::bothAddressesInOneTickComeInTableOrder()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(secondAddress).send(announcement({}));
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take(), (QStringList{u"server stage " LOOPBACK(2) "/24 Stage left"_s,
-                                           u"connection stage " LOOPBACK(1) "/24"_s}));
+    fixture.tick();
+    QCOMPARE(fixture.take(), (QStringList{u"server stage " LOOPBACK(2) "/24 Stage left"_s,
+                                          u"connection stage " LOOPBACK(1) "/24"_s}));
 }
 
 void tst_ServerListenerService::changedNameIsTold()
 {
     LogCapture log;
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({.name = "Old"}));
-    listener.tick();
-    listener.take();
+    fixture.tick();
+    fixture.take();
     for (int i = 0; i < 2; ++i) {
         Announcer(firstAddress).send(announcement({.name = "New"}));
-        listener.tick();
+        fixture.tick();
     }
-    QCOMPARE(listener.take(), QStringList{u"name stage New"_s});
+    QCOMPARE(fixture.take(), QStringList{u"name stage New"_s});
     QCOMPARE(log.entries().last(), u"info: server name changed from New to New"_s);
 }
 
 void tst_ServerListenerService::newConnectionComesBeforeTheChangedName()
 {
     LogCapture log;
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({.name = "Old"}));
-    listener.tick();
-    listener.take();
+    fixture.tick();
+    fixture.take();
     Announcer(secondAddress).send(announcement({.name = "New"}));
-    listener.tick();
-    QCOMPARE(listener.take(),
+    fixture.tick();
+    QCOMPARE(fixture.take(),
              (QStringList{u"connection stage " LOOPBACK(2) "/24"_s, u"name stage New"_s}));
     QVERIFY(log.entries().contains(u"info: Found new server connection: %1 | " LOOPBACK(
                                        2) " | 24 | Old"_s.arg(stageId.toString())));
@@ -223,46 +223,46 @@ void tst_ServerListenerService::newConnectionComesBeforeTheChangedName()
 
 void tst_ServerListenerService::twoServersBehindOneAddress()
 {
-    Listener listener;
+    ListenerFixture fixture;
     const Announcer sender(firstAddress);
     sender.send(announcement({}));
-    listener.tick();
+    fixture.tick();
     sender.send(announcement({.uuid = hallId, .name = "Hall"}));
-    listener.tick();
-    QCOMPARE(listener.take(), (QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s,
-                                           u"server hall " LOOPBACK(1) "/24 Hall"_s}));
+    fixture.tick();
+    QCOMPARE(fixture.take(), (QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s,
+                                          u"server hall " LOOPBACK(1) "/24 Hall"_s}));
 }
 
 void tst_ServerListenerService::eleventhSenderIsHeardInALaterTick()
 {
-    Listener listener;
+    ListenerFixture fixture;
     for (int i = 1; i <= 11; ++i)
         Announcer(loopback(i)).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take().size(), 10);
+    fixture.tick();
+    QCOMPARE(fixture.take().size(), 10);
     Announcer(loopback(11)).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"connection stage " LOOPBACK(11) "/24"_s});
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList{u"connection stage " LOOPBACK(11) "/24"_s});
 }
 
 void tst_ServerListenerService::otherTypeEndsTheDrainingOfATick()
 {
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({.type = 2}));
     Announcer(firstAddress).send(announcement({}));
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList());
-    listener.tick();
-    QCOMPARE(listener.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList());
+    fixture.tick();
+    QCOMPARE(fixture.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
 void tst_ServerListenerService::logsWhatAppears()
 {
     LogCapture log;
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({.name = "B\xc3\xbchne %s"}));
     Announcer(secondAddress).send(announcement({.name = "B\xc3\xbchne %s"}));
-    listener.tick();
+    fixture.tick();
     const QString form = u"info: %1: {1b4e28ba-2fa1-11d2-883f-0016d3cca427} | %2 | 24 | Bühne %s"_s;
     QCOMPARE(log.entries(),
              (QStringList{form.arg(u"Found new server"_s, firstAddress),
@@ -274,14 +274,14 @@ void tst_ServerListenerService::logsWhatAppears()
 void tst_ServerListenerService::logsBeforeItTells()
 {
     LogCapture log;
-    Listener listener;
+    ListenerFixture fixture;
     const auto note = [] { ZOR_LOG(info, "told"); };
-    connect(&listener.service, &ServerListenerService::addServer, this, note);
-    connect(&listener.service, &ServerListenerService::addServerConnection, this, note);
-    connect(&listener.service, &ServerListenerService::serverNameChanged, this, note);
+    connect(&fixture.service, &ServerListenerService::addServer, this, note);
+    connect(&fixture.service, &ServerListenerService::addServerConnection, this, note);
+    connect(&fixture.service, &ServerListenerService::serverNameChanged, this, note);
     Announcer(firstAddress).send(announcement({.name = "Old"}));
     Announcer(secondAddress).send(announcement({.name = "New"}));
-    listener.tick();
+    fixture.tick();
     const QString form = u"%1: {1b4e28ba-2fa1-11d2-883f-0016d3cca427} | %2 | 24 | Old"_s;
     QCOMPARE(log.texts(),
              (QStringList{form.arg(u"Found new server"_s, firstAddress), u"told"_s,
@@ -324,10 +324,10 @@ void tst_ServerListenerService::withoutThePortNothingIsHeard()
     LogCapture log;
     const Announcer holder(u"0.0.0.0"_s, 3001);
     QVERIFY(holder.isBound());
-    Listener listener;
+    ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
-    listener.tick(3);
-    QCOMPARE(listener.take(), QStringList());
+    fixture.tick(3);
+    QCOMPARE(fixture.take(), QStringList());
     QCOMPARE(log.lines(), QStringList());
 }
 

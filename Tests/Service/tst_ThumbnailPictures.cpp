@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/ThumbnailTestKit.h"
+#include "Service/ThumbnailFixture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
 
@@ -11,7 +11,6 @@
 #include <QtEndian>
 
 using namespace Qt::Literals::StringLiterals;
-using namespace ThumbnailTestKit;
 
 namespace {
 
@@ -61,7 +60,7 @@ qint64 peakMemory()
 } // namespace
 
 /// What becomes of the bytes of a picture, and of bytes that are none.
-class tst_ThumbnailPictures : public Fixture
+class tst_ThumbnailPictures : public ThumbnailFixture
 {
     Q_OBJECT
 
@@ -86,10 +85,10 @@ private slots:
         QFETCH(QSize, size);
         QFETCH(QByteArray, format);
         peer->answer(thumbnails, picture(size, Qt::white, format.constData()));
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
-        QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QCOMPARE(loader->pixmaps().at(9).size(), QSize(128, 96));
+        QCOMPARE(colorOf(loader->pixmaps().at(9)), QColor(Qt::white));
     }
 
     void scalingDoesNotSmooth()
@@ -98,9 +97,9 @@ private slots:
         halves.setPixelColor(0, 0, Qt::red);
         halves.setPixelColor(1, 0, Qt::blue);
         peer->answer(thumbnails, encoded(halves, "PNG"));
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        const QImage scaled = a->pixmaps().at(9).toImage();
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        const QImage scaled = loader->pixmaps().at(9).toImage();
         QCOMPARE(scaled.pixelColor(63, 50), QColor(Qt::red));
         QCOMPARE(scaled.pixelColor(64, 50), QColor(Qt::blue));
     }
@@ -121,9 +120,9 @@ private slots:
                                                            "011200030000000100060000"
                                                            "00000000");
         peer->answer(thumbnails, encoded(halves, "JPG").insert(2, quarterTurn));
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        const QImage turned = a->pixmaps().at(9).toImage();
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        const QImage turned = loader->pixmaps().at(9).toImage();
         for (const int x : {10, 120}) {
             QVERIFY(turned.pixelColor(x, 10).red() > 200);
             QVERIFY(turned.pixelColor(x, 85).blue() > 200);
@@ -144,14 +143,14 @@ private slots:
     {
         QFETCH(QByteArray, response);
         peer->on(thumbnails, [response](const WireRequest &request) { request.send(response); });
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QVERIFY(a->pixmaps().at(9).isNull());
-        QCOMPARE(a->error.size(), 0);
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QVERIFY(loader->pixmaps().at(9).isNull());
+        QCOMPARE(loader->error.size(), 0);
 
-        load(*a, {{9, u"x"_s}});
-        QCOMPARE(a->finished.size(), 2);
-        QVERIFY(a->pixmaps().at(9).isNull());
+        load(*loader, {{9, u"x"_s}});
+        QCOMPARE(loader->finished.size(), 2);
+        QVERIFY(loader->pixmaps().at(9).isNull());
         QCOMPARE(peer->requests().size(), 1);
     }
 
@@ -172,10 +171,10 @@ private slots:
         QFETCH(QByteArray, body);
         peer->answer(thumbnails, body);
         const qint64 before = peakMemory();
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QVERIFY(a->pixmaps().at(9).isNull());
-        QCOMPARE(a->error.size(), 0);
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QVERIFY(loader->pixmaps().at(9).isNull());
+        QCOMPARE(loader->error.size(), 0);
         QCOMPARE_LT(peakMemory() - before, 50);
     }
 
@@ -200,9 +199,9 @@ private slots:
         if (side > 5793)
             QTest::ignoreMessage(QtWarningMsg,
                                  QRegularExpression(u"exceeds the current allocation"_s));
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QVERIFY(a->pixmaps().at(9).isNull());
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QVERIFY(loader->pixmaps().at(9).isNull());
     }
 
     void pictureOfTheMostPixelsIsShown_data()
@@ -218,20 +217,20 @@ private slots:
     {
         QFETCH(QByteArray, body);
         peer->answer(thumbnails, body);
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
-        QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QCOMPARE(loader->pixmaps().at(9).size(), QSize(128, 96));
+        QCOMPARE(colorOf(loader->pixmaps().at(9)), QColor(Qt::white));
     }
 
     void largePictureIsScaledWithinItsMeasure()
     {
         peer->answer(thumbnails, whitePicture(4096));
         const qint64 before = peakMemory();
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QCOMPARE(a->pixmaps().at(9).size(), QSize(128, 96));
-        QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::white));
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QCOMPARE(loader->pixmaps().at(9).size(), QSize(128, 96));
+        QCOMPARE(colorOf(loader->pixmaps().at(9)), QColor(Qt::white));
         QCOMPARE_LT(peakMemory() - before, 250);
     }
 
@@ -249,14 +248,14 @@ private slots:
     {
         QFETCH(QByteArray, response);
         QFETCH(QByteArray, piece);
-        const Listener other(manager.get());
+        const ThumbnailLoader other(manager.get());
         peer->on("/brenvoka/thumbnails/3/1.png", [response, piece](const WireRequest &request) {
             request.send(response);
             if (!piece.isEmpty())
                 request.sendWithoutEnd(piece);
         });
         loadOneThatFails();
-        QCOMPARE(a->progress.size(), 2);
+        QCOMPARE(loader->progress.size(), 2);
         QCOMPARE(other.progress.size(), 2);
     }
 
@@ -265,9 +264,9 @@ private slots:
         QByteArray body = picture({4, 4}, Qt::red);
         body.resize(16 << 20, '\0');
         peer->answer(thumbnails, body);
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QCOMPARE(colorOf(a->pixmaps().at(9)), QColor(Qt::red));
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QCOMPARE(colorOf(loader->pixmaps().at(9)), QColor(Qt::red));
     }
 
     void bodyThatSwellsBeyondMeasureIsAFailedDownload()
@@ -282,15 +281,16 @@ private:
     /// Loads two pictures. The first fails by the rule that the test has set, the second is red.
     void loadOneThatFails()
     {
-        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
-        EVENTUALLY_COMPARE(a->error.size(), 1);
+        load(*loader, {{1, u"x"_s}, {2, u"y"_s}});
+        EVENTUALLY_COMPARE(loader->error.size(), 1);
         EVENTUALLY(!peer->requests("/brenvoka/thumbnails/3/2.png").isEmpty());
         peer->requests("/brenvoka/thumbnails/3/2.png")
             .constFirst()
             .answer(picture({4, 4}, Qt::red));
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QCOMPARE(a->pixmaps().at(1).toImage(), ThumbnailService::noThumbnailPixmap().toImage());
-        QCOMPARE(colorOf(a->pixmaps().at(2)), QColor(Qt::red));
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QCOMPARE(loader->pixmaps().at(1).toImage(),
+                 ThumbnailService::noThumbnailPixmap().toImage());
+        QCOMPARE(colorOf(loader->pixmaps().at(2)), QColor(Qt::red));
     }
 };
 

@@ -3,7 +3,7 @@
 
 #include "Service/ThumbnailService.h"
 
-#include "Service/ThumbnailTestKit.h"
+#include "Service/ThumbnailFixture.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
@@ -18,10 +18,9 @@
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
-using namespace ThumbnailTestKit;
 
 /// Loads of single folders by one service.
-class tst_ThumbnailService : public Fixture
+class tst_ThumbnailService : public ThumbnailFixture
 {
     Q_OBJECT
 
@@ -35,7 +34,7 @@ private slots:
 
     void requestIsAPlainGet()
     {
-        load(*a, {{17, u"x"_s}});
+        load(*loader, {{17, u"x"_s}});
         QVERIFY(peer->waitForRequests(1));
         QFile wire(QStringLiteral(BRENVOKA_WIRE_DIR "/thumbnail-folder-3-slot-17.http"));
         QVERIFY(wire.open(QIODevice::ReadOnly));
@@ -45,15 +44,15 @@ private slots:
 
     void emptyFolderIsFinishedAtOnce()
     {
-        load(*a, {}, 42);
-        QCOMPARE(a->downloads.size(), 1);
-        QCOMPARE(a->downloads.constFirst().constFirst().toInt(), 0);
-        QCOMPARE(a->finished.size(), 1);
-        QCOMPARE(a->finished.constFirst().constFirst().toInt(), 42);
-        QCOMPARE(a->pixmaps().size(), 256);
-        for (const QPixmap &pixmap : a->pixmaps())
+        load(*loader, {}, 42);
+        QCOMPARE(loader->downloads.size(), 1);
+        QCOMPARE(loader->downloads.constFirst().constFirst().toInt(), 0);
+        QCOMPARE(loader->finished.size(), 1);
+        QCOMPARE(loader->finished.constFirst().constFirst().toInt(), 42);
+        QCOMPARE(loader->pixmaps().size(), 256);
+        for (const QPixmap &pixmap : loader->pixmaps())
             QVERIFY(pixmap.isNull());
-        QCOMPARE(a->progress.size(), 0);
+        QCOMPARE(loader->progress.size(), 0);
     }
 
     void cachedFolderIsFinishedAtOnce()
@@ -63,21 +62,21 @@ private slots:
             request.answer(picture({10, 10}, first ? Qt::red : Qt::blue));
         });
         const Visuals visuals = {{0, u"x"_s}, {255, u"y"_s}};
-        load(*a, visuals);
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QCOMPARE(a->downloads.constLast().constFirst().toInt(), 2);
-        QCOMPARE(a->progress.size(), 2);
+        load(*loader, visuals);
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QCOMPARE(loader->downloads.constLast().constFirst().toInt(), 2);
+        QCOMPARE(loader->progress.size(), 2);
 
-        load(*a, visuals, 7);
-        QCOMPARE(a->finished.size(), 2);
-        QCOMPARE(a->finished.constLast().constFirst().toInt(), 7);
-        QCOMPARE(a->downloads.constLast().constFirst().toInt(), 0);
-        QCOMPARE(a->progress.size(), 2);
+        load(*loader, visuals, 7);
+        QCOMPARE(loader->finished.size(), 2);
+        QCOMPARE(loader->finished.constLast().constFirst().toInt(), 7);
+        QCOMPARE(loader->downloads.constLast().constFirst().toInt(), 0);
+        QCOMPARE(loader->progress.size(), 2);
         QCOMPARE(peer->requests().size(), 2);
-        QCOMPARE(a->pixmaps().size(), 256);
-        QCOMPARE(colorOf(a->pixmaps().at(0)), QColor(Qt::red));
-        QCOMPARE(colorOf(a->pixmaps().at(255)), QColor(Qt::blue));
-        QVERIFY(a->pixmaps().at(1).isNull());
+        QCOMPARE(loader->pixmaps().size(), 256);
+        QCOMPARE(colorOf(loader->pixmaps().at(0)), QColor(Qt::red));
+        QCOMPARE(colorOf(loader->pixmaps().at(255)), QColor(Qt::blue));
+        QVERIFY(loader->pixmaps().at(1).isNull());
     }
 
     void cacheIsKeyedByContent()
@@ -85,49 +84,49 @@ private slots:
         QPixmap pixmap(128, 96);
         pixmap.fill(Qt::green);
         QPixmapCache::insert(u"thumbnail+x"_s, pixmap);
-        load(*a, {{1, u"x"_s}, {200, u"x"_s}});
-        QCOMPARE(a->finished.size(), 1);
-        QCOMPARE(colorOf(a->pixmaps().at(1)), QColor(Qt::green));
-        QCOMPARE(colorOf(a->pixmaps().at(200)), QColor(Qt::green));
+        load(*loader, {{1, u"x"_s}, {200, u"x"_s}});
+        QCOMPARE(loader->finished.size(), 1);
+        QCOMPARE(colorOf(loader->pixmaps().at(1)), QColor(Qt::green));
+        QCOMPARE(colorOf(loader->pixmaps().at(200)), QColor(Qt::green));
     }
 
     void sameContentInTwoSlotsIsRequestedTwice()
     {
         peer->answer(thumbnails, picture({10, 10}, Qt::red));
-        load(*a, {{1, u"x"_s}, {2, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QCOMPARE(a->downloads.constFirst().constFirst().toInt(), 2);
+        load(*loader, {{1, u"x"_s}, {2, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QCOMPARE(loader->downloads.constFirst().constFirst().toInt(), 2);
         QCOMPARE(peer->requests().size(), 2);
-        QCOMPARE(a->pixmaps().at(1).size(), QSize(128, 96));
-        QCOMPARE(a->pixmaps().at(2).size(), QSize(128, 96));
+        QCOMPARE(loader->pixmaps().at(1).size(), QSize(128, 96));
+        QCOMPARE(loader->pixmaps().at(2).size(), QSize(128, 96));
         QVERIFY(QPixmapCache::find(u"thumbnail+x"_s, nullptr));
     }
 
     void repliesMayEndInAnyOrder()
     {
-        load(*a, {{0, u"r"_s}, {1, u"g"_s}, {2, u"b"_s}});
+        load(*loader, {{0, u"r"_s}, {1, u"g"_s}, {2, u"b"_s}});
         QVERIFY(peer->waitForRequests(3));
         const QList<QColor> colors = {Qt::red, Qt::green, Qt::blue};
         for (int slot : {2, 0, 1}) {
             const QByteArray path = "/brenvoka/thumbnails/3/" + QByteArray::number(slot) + ".png";
             peer->requests(path).constFirst().answer(picture({4, 4}, colors.at(slot)));
-            EVENTUALLY_COMPARE(a->progress.size(), slot == 2 ? 1 : slot + 2);
+            EVENTUALLY_COMPARE(loader->progress.size(), slot == 2 ? 1 : slot + 2);
         }
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
         for (int slot = 0; slot < 3; ++slot)
-            QCOMPARE(colorOf(a->pixmaps().at(slot)), colors.at(slot));
+            QCOMPARE(colorOf(loader->pixmaps().at(slot)), colors.at(slot));
     }
 
     void failedDownloadGetsTheFallbackWhenALaterOneSucceeds()
     {
         LogCapture log;
-        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
+        load(*loader, {{1, u"x"_s}, {2, u"y"_s}});
         QVERIFY(peer->waitForRequests(2));
         peer->requests("/brenvoka/thumbnails/3/1.png").constFirst().answer({}, {}, "404 Not Found");
-        EVENTUALLY_COMPARE(a->error.size(), 1);
-        QCOMPARE(a->error.constFirst().at(0).toInt(), 1);
-        QCOMPARE(a->error.constFirst().at(1).value<QHostAddress>(), peer->address());
-        QCOMPARE(a->finished.size(), 0);
+        EVENTUALLY_COMPARE(loader->error.size(), 1);
+        QCOMPARE(loader->error.constFirst().at(0).toInt(), 1);
+        QCOMPARE(loader->error.constFirst().at(1).value<QHostAddress>(), peer->address());
+        QCOMPARE(loader->finished.size(), 0);
         QCOMPARE(log.entries()
                      .filter(QRegularExpression(
                          u"^error: Error while getting thumbnail: .+ for: http://" LOOPBACK(
@@ -138,11 +137,11 @@ private slots:
         peer->requests("/brenvoka/thumbnails/3/2.png")
             .constFirst()
             .answer(picture({4, 4}, Qt::red));
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
         const QPixmap fallback(u":/icons/Bin/bitmap/icons/no_thumbnail.png"_s);
         QVERIFY(!fallback.isNull());
-        QCOMPARE(a->pixmaps().at(1).toImage(), fallback.toImage());
-        QCOMPARE(colorOf(a->pixmaps().at(2)), QColor(Qt::red));
+        QCOMPARE(loader->pixmaps().at(1).toImage(), fallback.toImage());
+        QCOMPARE(colorOf(loader->pixmaps().at(2)), QColor(Qt::red));
         QVERIFY(!QPixmapCache::find(u"thumbnail+x"_s, nullptr));
     }
 
@@ -150,7 +149,8 @@ private slots:
     {
         QStringList lines;
         const auto record = [&](auto signal, const QString &line) {
-            connect(&a->service, signal, &a->service, [&lines, line] { lines.append(line); });
+            connect(&loader->service, signal, &loader->service,
+                    [&lines, line] { lines.append(line); });
         };
         record(&ThumbnailService::increaseDownloadSize, u"downloads"_s);
         record(&ThumbnailService::progress, u"progress"_s);
@@ -158,7 +158,7 @@ private slots:
         record(&ThumbnailService::finished, u"finished"_s);
         record(&ThumbnailService::aborted, u"aborted"_s);
 
-        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
+        load(*loader, {{1, u"x"_s}, {2, u"y"_s}});
         QCOMPARE(lines, QStringList{u"downloads"_s});
         QVERIFY(peer->waitForRequests(2));
         peer->requests().at(0).answer({}, {}, "404 Not Found");
@@ -166,28 +166,28 @@ private slots:
         peer->requests().at(1).answer(picture({4, 4}, Qt::red));
         EVENTUALLY_COMPARE(lines.mid(3), (QStringList{u"progress"_s, u"finished"_s}));
 
-        load(*a, {});
+        load(*loader, {});
         QCOMPARE(lines.mid(5), (QStringList{u"downloads"_s, u"finished"_s}));
-        load(*a, {{3, u"z"_s}});
-        a->service.abort();
+        load(*loader, {{3, u"z"_s}});
+        loader->service.abort();
         QCOMPARE(lines.mid(7), (QStringList{u"downloads"_s, u"progress"_s, u"aborted"_s}));
     }
 
     void loadWhoseLastReplyFailsIsNeverFinished()
     {
-        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
+        load(*loader, {{1, u"x"_s}, {2, u"y"_s}});
         QVERIFY(peer->waitForRequests(2));
         peer->requests().at(0).answer(picture({4, 4}, Qt::red));
-        EVENTUALLY_COMPARE(a->progress.size(), 1);
+        EVENTUALLY_COMPARE(loader->progress.size(), 1);
         peer->requests().at(1).answer({}, {}, "500 Oops");
-        EVENTUALLY_COMPARE(a->error.size(), 1);
-        EVENTUALLY_COMPARE(a->progress.size(), 2);
-        QCOMPARE(a->finished.size(), 0);
+        EVENTUALLY_COMPARE(loader->error.size(), 1);
+        EVENTUALLY_COMPARE(loader->progress.size(), 2);
+        QCOMPARE(loader->finished.size(), 0);
 
         // The next load starts afresh.
-        load(*a, {});
-        QCOMPARE(a->finished.size(), 1);
-        QVERIFY(a->pixmaps().at(1).isNull() && a->pixmaps().at(2).isNull());
+        load(*loader, {});
+        QCOMPARE(loader->finished.size(), 1);
+        QVERIFY(loader->pixmaps().at(1).isNull() && loader->pixmaps().at(2).isNull());
     }
 
     void pictureThatTheCacheRefusesIsUsedAllTheSame()
@@ -196,9 +196,9 @@ private slots:
         QPixmapCache::setCacheLimit(1);
         peer->answer(thumbnails, picture({4, 4}, Qt::red));
         for (int i = 1; i <= 2; ++i) {
-            load(*a, {{5, u"abc"_s}});
-            EVENTUALLY_COMPARE(a->finished.size(), i);
-            QCOMPARE(colorOf(a->pixmaps().at(5)), QColor(Qt::red));
+            load(*loader, {{5, u"abc"_s}});
+            EVENTUALLY_COMPARE(loader->finished.size(), i);
+            QCOMPARE(colorOf(loader->pixmaps().at(5)), QColor(Qt::red));
         }
         QCOMPARE(peer->requests().size(), 2);
         QCOMPARE(log.entries().count(u"info: Failed to add thumbnail+abc thumbnail to cache"_s), 2);
@@ -208,8 +208,8 @@ private slots:
     {
         LogCapture log;
         peer->answer(thumbnails, picture({4, 4}, Qt::red));
-        load(*a, {{9, u"x"_s}});
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
+        load(*loader, {{9, u"x"_s}});
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
         const QString url =
             u"http://" LOOPBACK(1) ":4567/brenvoka/thumbnails/3/9.png?ver=281474976710656"_s;
         QCOMPARE(log.entries(),
@@ -221,51 +221,52 @@ private slots:
     void abortWithNothingRunning()
     {
         LogCapture log;
-        a->service.abort();
-        QCOMPARE(a->aborted.size(), 1);
-        QCOMPARE(a->progress.size(), 0);
+        loader->service.abort();
+        QCOMPARE(loader->aborted.size(), 1);
+        QCOMPARE(loader->progress.size(), 0);
         QVERIFY(log.entries().contains(u"info: Abort thumbnail download"_s));
     }
 
     void abortEndsTheLoad()
     {
-        load(*a, {{1, u"x"_s}, {2, u"y"_s}});
+        load(*loader, {{1, u"x"_s}, {2, u"y"_s}});
         QVERIFY(peer->waitForRequests(2));
-        a->service.abort();
-        QCOMPARE(a->aborted.size(), 1);
-        QCOMPARE(a->progress.size(), 2);
-        QCOMPARE(a->error.size(), 0);
+        loader->service.abort();
+        QCOMPARE(loader->aborted.size(), 1);
+        QCOMPARE(loader->progress.size(), 2);
+        QCOMPARE(loader->error.size(), 0);
         EVENTUALLY_COMPARE(peer->openConnections(), 0);
-        QCOMPARE(a->finished.size(), 0);
+        QCOMPARE(loader->finished.size(), 0);
     }
 
     void receiversAfterOneThatAbortsGetAllPictures()
     {
         qsizetype count = -1;
-        connect(&a->service, &ThumbnailService::finished, &a->service, &ThumbnailService::abort);
-        connect(&a->service, &ThumbnailService::finished, this,
+        connect(&loader->service, &ThumbnailService::finished, &loader->service,
+                &ThumbnailService::abort);
+        connect(&loader->service, &ThumbnailService::finished, this,
                 [&count](int, const QList<QPixmap> &pixmaps) { count = pixmaps.size(); });
-        load(*a, {});
+        load(*loader, {});
         QCOMPARE(std::exchange(count, -1), 256);
         peer->answer(thumbnails, picture({4, 4}, Qt::red));
-        load(*a, {{1, u"x"_s}});
+        load(*loader, {{1, u"x"_s}});
         EVENTUALLY_COMPARE(count, 256);
     }
 
     void newLoadReplacesTheRunningOne()
     {
-        load(*a, {{1, u"x"_s}, {2, u"y"_s}}, 1);
+        load(*loader, {{1, u"x"_s}, {2, u"y"_s}}, 1);
         QVERIFY(peer->waitForRequests(2));
         peer->answer(thumbnails, picture({4, 4}, Qt::blue));
-        load(*a, {{3, u"z"_s}}, 2);
-        QCOMPARE(a->progress.size(), 2);
-        EVENTUALLY_COMPARE(a->finished.size(), 1);
-        QCOMPARE(a->aborted.size(), 0);
-        QCOMPARE(a->error.size(), 0);
-        QCOMPARE(a->progress.size(), 3);
-        QCOMPARE(a->finished.constFirst().constFirst().toInt(), 2);
-        QVERIFY(a->pixmaps().at(1).isNull());
-        QCOMPARE(colorOf(a->pixmaps().at(3)), QColor(Qt::blue));
+        load(*loader, {{3, u"z"_s}}, 2);
+        QCOMPARE(loader->progress.size(), 2);
+        EVENTUALLY_COMPARE(loader->finished.size(), 1);
+        QCOMPARE(loader->aborted.size(), 0);
+        QCOMPARE(loader->error.size(), 0);
+        QCOMPARE(loader->progress.size(), 3);
+        QCOMPARE(loader->finished.constFirst().constFirst().toInt(), 2);
+        QVERIFY(loader->pixmaps().at(1).isNull());
+        QCOMPARE(colorOf(loader->pixmaps().at(3)), QColor(Qt::blue));
     }
 };
 

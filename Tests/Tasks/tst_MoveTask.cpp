@@ -6,7 +6,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
-#include "Support/TaskRig.h"
+#include "Support/TaskFixture.h"
 #include "Support/Wait.h"
 
 #include <QPointer>
@@ -23,10 +23,10 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<TaskRig>(loopback(1));
-        QVERIFY(rig->connectServer());
+        fixture = std::make_unique<TaskFixture>(loopback(1));
+        QVERIFY(fixture->connectServer());
     }
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void aMoveIsOneRequest();
     void theDialogIsModalAndSaysWhatItDoes();
@@ -47,188 +47,189 @@ private slots:
     void deletionTakesDialogAndConnectionsAlong();
 
 private:
-    void start() { rig->start<MoveTask>(3, 7, 12); }
+    void start() { fixture->start<MoveTask>(3, 7, 12); }
 
-    std::unique_ptr<TaskRig> rig;
+    std::unique_ptr<TaskFixture> fixture;
 };
 
 void tst_MoveTask::aMoveIsOneRequest()
 {
     start();
-    QVERIFY(rig->started);
-    QCOMPARE(rig->task->affectedServer(), rig->server.uuid);
-    QVERIFY(rig->task->involvesServer(rig->server.uuid));
-    QVERIFY(!rig->task->involvesServer(QUuid()));
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QCOMPARE(rig->finished->first().first().value<TaskBase *>(), rig->task.get());
-    QVERIFY(!rig->task->hasErrors());
-    QCOMPARE(rig->task->errorDetails(), QStringList());
-    QCOMPARE(rig->requests().size(), 1);
-    const Command command = rig->server.commands(ScriptedServer::Move).constFirst();
+    QVERIFY(fixture->started);
+    QCOMPARE(fixture->task->affectedServer(), fixture->server.uuid);
+    QVERIFY(fixture->task->involvesServer(fixture->server.uuid));
+    QVERIFY(!fixture->task->involvesServer(QUuid()));
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    QCOMPARE(fixture->finished->first().first().value<TaskBase *>(), fixture->task.get());
+    QVERIFY(!fixture->task->hasErrors());
+    QCOMPARE(fixture->task->errorDetails(), QStringList());
+    QCOMPARE(fixture->requests().size(), 1);
+    const Command command = fixture->server.commands(ScriptedServer::Move).constFirst();
     QCOMPARE(command.visual(), VisualRef(3, 7));
     QCOMPARE(command.field("visualToIdx"), u"12"_s);
 }
 
 void tst_MoveTask::theDialogIsModalAndSaysWhatItDoes()
 {
-    rig->server.wire.hold(TaskRig::execute);
+    fixture->server.wire.hold(TaskFixture::execute);
     start();
-    QVERIFY(rig->dialog()->isModal());
-    QCOMPARE(rig->dialog()->windowTitle(), u"Moving..."_s);
-    QCOMPARE(rig->label(), u"Moving visuals"_s);
-    QCOMPARE(rig->dialog()->progress(), 0);
-    QCOMPARE(rig->dialog()->maximum(), 1);
+    QVERIFY(fixture->dialog()->isModal());
+    QCOMPARE(fixture->dialog()->windowTitle(), u"Moving..."_s);
+    QCOMPARE(fixture->label(), u"Moving visuals"_s);
+    QCOMPARE(fixture->dialog()->progress(), 0);
+    QCOMPARE(fixture->dialog()->maximum(), 1);
 }
 
 void tst_MoveTask::aMoveThatAnswersSoonShowsNoDialog()
 {
     const ShownDialogs shown;
-    rig->server.wire.hold(TaskRig::execute);
+    fixture->server.wire.hold(TaskFixture::execute);
     start();
-    emit rig->service.movedFileFinished(rig->server.uuid);
-    QCOMPARE(rig->finished->size(), 1);
+    emit fixture->service.movedFileFinished(fixture->server.uuid);
+    QCOMPARE(fixture->finished->size(), 1);
     // A timer set now fires behind that of the dialog.
     bool isLater = false;
-    QTimer::singleShot(501, Qt::PreciseTimer, rig->task.get(), [&isLater] { isLater = true; });
+    QTimer::singleShot(501, Qt::PreciseTimer, fixture->task.get(), [&isLater] { isLater = true; });
     EVENTUALLY(isLater);
     QCOMPARE(shown.count, 0);
 }
 
 void tst_MoveTask::aLongMoveShowsItsDialog()
 {
-    rig->server.wire.hold(TaskRig::execute);
+    fixture->server.wire.hold(TaskFixture::execute);
     start();
-    QVERIFY(!rig->dialog()->isVisible());
-    EVENTUALLY(rig->dialog()->isVisible());
-    QVERIFY(rig->answer(0));
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->dialog()->isVisible());
+    QVERIFY(!fixture->dialog()->isVisible());
+    EVENTUALLY(fixture->dialog()->isVisible());
+    QVERIFY(fixture->answer(0));
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->dialog()->isVisible());
 }
 
 void tst_MoveTask::resultCodes()
 {
     QFETCH(const QByteArray, result);
     QFETCH(const QString, text);
-    rig->server.wire.answer(TaskRig::execute, result);
+    fixture->server.wire.answer(TaskFixture::execute, result);
     start();
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QVERIFY(rig->task->hasErrors());
-    QCOMPARE(rig->task->errorMessage(), u"Visual could not be moved"_s);
-    QCOMPARE(rig->task->errorDetails(),
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    QVERIFY(fixture->task->hasErrors());
+    QCOMPARE(fixture->task->errorMessage(), u"Visual could not be moved"_s);
+    QCOMPARE(fixture->task->errorDetails(),
              QStringList{u"Move from 007 to 012 in folder 003 on server \"Stage left\" failed: "_s +
                          text + u'.'});
 }
 
 void tst_MoveTask::numbersOfThreeDigitsStandAsTheyAre()
 {
-    rig->model.setServerName(rig->server.uuid, u"%5 %1"_s);
-    rig->server.refuse("%2");
-    rig->start<MoveTask>(255, 100, 0);
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QCOMPARE(rig->task->errorDetails(),
+    fixture->model.setServerName(fixture->server.uuid, u"%5 %1"_s);
+    fixture->server.refuse("%2");
+    fixture->start<MoveTask>(255, 100, 0);
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    QCOMPARE(fixture->task->errorDetails(),
              QStringList{u"Move from 100 to 000 in folder 255 on server \"%5 %1\" failed: %2."_s});
 }
 
 void tst_MoveTask::aBrokenConnectionIsAFailureAndSendsNothingTwice()
 {
     start();
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
 
     // On the connection that the first move has left open, where Qt would try again.
-    rig->server.wire.on(TaskRig::execute, [](const WireRequest &request) { request.close(); });
-    const QSignalSpy refused(&rig->service, &ServerConnectionService::movedFileError);
+    fixture->server.wire.on(TaskFixture::execute,
+                            [](const WireRequest &request) { request.close(); });
+    const QSignalSpy refused(&fixture->service, &ServerConnectionService::movedFileError);
     start();
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QCOMPARE(rig->requests().at(1).connection, rig->requests().at(0).connection);
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    QCOMPARE(fixture->requests().at(1).connection, fixture->requests().at(0).connection);
     const QString text = refused.first().last().toString();
     QVERIFY(!text.isEmpty());
-    QCOMPARE(rig->task->errorDetails(),
+    QCOMPARE(fixture->task->errorDetails(),
              QStringList{u"Move from 007 to 012 in folder 003 on server \"Stage left\" failed: "_s +
                          text + u'.'});
-    QVERIFY(rig->settle());
-    QCOMPARE(rig->server.commands(ScriptedServer::Move).size(), 2);
+    QVERIFY(fixture->settle());
+    QCOMPARE(fixture->server.commands(ScriptedServer::Move).size(), 2);
 }
 
 void tst_MoveTask::namesInErrorLinesAreTakenLiterally()
 {
-    rig->model.setServerName(rig->server.uuid, u"%5\n%1"_s);
-    rig->start<MoveTask>(3, 7, 12);
-    emit rig->service.movedFileError(rig->server.uuid, u"%2\n%%%"_s.repeated(1000));
-    QCOMPARE(rig->task->errorDetails(),
+    fixture->model.setServerName(fixture->server.uuid, u"%5\n%1"_s);
+    fixture->start<MoveTask>(3, 7, 12);
+    emit fixture->service.movedFileError(fixture->server.uuid, u"%2\n%%%"_s.repeated(1000));
+    QCOMPARE(fixture->task->errorDetails(),
              QStringList{u"Move from 007 to 012 in folder 003 on server \"%5 %1\" failed: "_s +
                          u"%2\n%%%"_s.repeated(1000).left(4096) + u"…."_s});
 }
 
 void tst_MoveTask::aVanishedServerIsNamedByNothing()
 {
-    rig->server.refuse("no");
+    fixture->server.refuse("no");
     start();
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QVERIFY(rig->model.removeServer(rig->server.uuid));
-    QCOMPARE(rig->task->errorDetails(),
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    QVERIFY(fixture->model.removeServer(fixture->server.uuid));
+    QCOMPARE(fixture->task->errorDetails(),
              QStringList{u"Move from 007 to 012 in folder 003 on server \"\" failed: no."_s});
 }
 
 void tst_MoveTask::aCancelLeavesTheMoveToTheServer()
 {
-    rig->server.wire.hold(TaskRig::execute);
+    fixture->server.wire.hold(TaskFixture::execute);
     start();
-    EVENTUALLY(rig->dialog()->isVisible());
-    pressCancel(*rig->dialog());
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->task->hasErrors());
-    QVERIFY(!rig->dialog()->isVisible());
+    EVENTUALLY(fixture->dialog()->isVisible());
+    pressCancel(*fixture->dialog());
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->task->hasErrors());
+    QVERIFY(!fixture->dialog()->isVisible());
 
     // No cancel is sent, and the request stands.
-    QSignalSpy moved(&rig->service, &ServerConnectionService::movedFileFinished);
-    QVERIFY(rig->answer(0));
+    QSignalSpy moved(&fixture->service, &ServerConnectionService::movedFileFinished);
+    QVERIFY(fixture->answer(0));
     QVERIFY(moved.wait(patience));
-    QCOMPARE(rig->finished->size(), 1);
-    QCOMPARE(rig->requests().size(), 1);
+    QCOMPARE(fixture->finished->size(), 1);
+    QCOMPARE(fixture->requests().size(), 1);
 }
 
 void tst_MoveTask::aFailureAfterTheCancelIsKeptAndEndsNothing()
 {
-    rig->server.wire.hold(TaskRig::execute);
+    fixture->server.wire.hold(TaskFixture::execute);
     start();
-    QVERIFY(rig->server.wire.waitForRequests(1, TaskRig::execute));
-    rig->dialog()->reject();
-    QCOMPARE(rig->finished->size(), 1);
-    QSignalSpy refused(&rig->service, &ServerConnectionService::movedFileError);
-    QVERIFY(rig->answer(0, TaskRig::inUse));
+    QVERIFY(fixture->server.wire.waitForRequests(1, TaskFixture::execute));
+    fixture->dialog()->reject();
+    QCOMPARE(fixture->finished->size(), 1);
+    QSignalSpy refused(&fixture->service, &ServerConnectionService::movedFileError);
+    QVERIFY(fixture->answer(0, TaskFixture::inUse));
     QVERIFY(refused.wait(patience));
-    QVERIFY(rig->task->hasErrors());
-    QCOMPARE(rig->finished->size(), 1);
+    QVERIFY(fixture->task->hasErrors());
+    QCOMPARE(fixture->finished->size(), 1);
 }
 
 void tst_MoveTask::aCancelTogetherWithTheResultEndsTwice()
 {
-    rig->server.wire.answer(TaskRig::execute, TaskRig::inUse);
+    fixture->server.wire.answer(TaskFixture::execute, TaskFixture::inUse);
     start();
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    rig->dialog()->reject();
-    QCOMPARE(rig->finished->size(), 2);
-    QVERIFY(rig->task->hasErrors());
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    fixture->dialog()->reject();
+    QCOMPARE(fixture->finished->size(), 2);
+    QVERIFY(fixture->task->hasErrors());
 }
 
 void tst_MoveTask::abortLeavesNothingToShow()
 {
-    rig->server.wire.hold(TaskRig::execute);
+    fixture->server.wire.hold(TaskFixture::execute);
     start();
-    EVENTUALLY(rig->dialog()->isVisible());
-    emit rig->service.movedFileError(rig->server.uuid, u"no"_s);
-    QVERIFY(rig->task->hasErrors());
-    rig->dialog()->show();
-    rig->task->abort();
-    QCOMPARE(rig->finished->size(), 2);
-    QVERIFY(!rig->dialog()->isVisible());
-    QVERIFY(!rig->task->hasErrors());
-    QCOMPARE(rig->task->errorDetails(), QStringList());
+    EVENTUALLY(fixture->dialog()->isVisible());
+    emit fixture->service.movedFileError(fixture->server.uuid, u"no"_s);
+    QVERIFY(fixture->task->hasErrors());
+    fixture->dialog()->show();
+    fixture->task->abort();
+    QCOMPARE(fixture->finished->size(), 2);
+    QVERIFY(!fixture->dialog()->isVisible());
+    QVERIFY(!fixture->task->hasErrors());
+    QCOMPARE(fixture->task->errorDetails(), QStringList());
 }
 
 void tst_MoveTask::abortBeforeTheStartEndsTheTask()
 {
-    MoveTask task(&rig->model, nullptr, &rig->service, rig->server.uuid, 3, 7, 12);
+    MoveTask task(&fixture->model, nullptr, &fixture->service, fixture->server.uuid, 3, 7, 12);
     const QSignalSpy finished(&task, &TaskBase::taskFinished);
     task.abort();
     QCOMPARE(finished.size(), 1);
@@ -237,35 +238,35 @@ void tst_MoveTask::abortBeforeTheStartEndsTheTask()
 void tst_MoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
 {
     ScriptedServer other(loopback(2));
-    QVERIFY(rig->connectTo(other, u"Stage right"_s));
-    rig->server.wire.hold(TaskRig::execute);
+    QVERIFY(fixture->connectTo(other, u"Stage right"_s));
+    fixture->server.wire.hold(TaskFixture::execute);
     start();
     LogCapture log;
-    QSignalSpy moved(&rig->service, &ServerConnectionService::movedFileFinished);
-    rig->service.requestMove(other.uuid, 3, 7, 12);
+    QSignalSpy moved(&fixture->service, &ServerConnectionService::movedFileFinished);
+    fixture->service.requestMove(other.uuid, 3, 7, 12);
     QVERIFY(moved.wait(patience));
-    other.wire.answer(TaskRig::execute, TaskRig::inUse);
-    QSignalSpy refused(&rig->service, &ServerConnectionService::movedFileError);
-    rig->service.requestMove(other.uuid, 3, 7, 12);
+    other.wire.answer(TaskFixture::execute, TaskFixture::inUse);
+    QSignalSpy refused(&fixture->service, &ServerConnectionService::movedFileError);
+    fixture->service.requestMove(other.uuid, 3, 7, 12);
     QVERIFY(refused.wait(patience));
-    QCOMPARE(rig->dialog()->progress(), 0);
-    QCOMPARE(rig->finished->size(), 0);
-    QVERIFY(!rig->task->hasErrors());
+    QCOMPARE(fixture->dialog()->progress(), 0);
+    QCOMPARE(fixture->finished->size(), 0);
+    QVERIFY(!fixture->task->hasErrors());
     QCOMPARE(log.texts().count(u"Invalid server id in notification "_s + other.uuid.toString()), 2);
 }
 
 void tst_MoveTask::deletionTakesDialogAndConnectionsAlong()
 {
-    rig->server.wire.hold(TaskRig::execute);
+    fixture->server.wire.hold(TaskFixture::execute);
     start();
-    EVENTUALLY(rig->dialog()->isVisible());
-    const QPointer<BVProgressDialog> dialog = rig->dialog();
-    rig->task.reset();
+    EVENTUALLY(fixture->dialog()->isVisible());
+    const QPointer<BVProgressDialog> dialog = fixture->dialog();
+    fixture->task.reset();
     QVERIFY(!dialog);
-    QSignalSpy moved(&rig->service, &ServerConnectionService::movedFileFinished);
-    QVERIFY(rig->answer(0));
+    QSignalSpy moved(&fixture->service, &ServerConnectionService::movedFileFinished);
+    QVERIFY(fixture->answer(0));
     QVERIFY(moved.wait(patience));
-    QCOMPARE(rig->finished->size(), 0);
+    QCOMPARE(fixture->finished->size(), 0);
 }
 
 QTEST_MAIN(tst_MoveTask)

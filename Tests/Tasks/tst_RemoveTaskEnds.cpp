@@ -5,7 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
-#include "Support/TaskRig.h"
+#include "Support/TaskFixture.h"
 #include "Support/Wait.h"
 
 #include <QPointer>
@@ -28,11 +28,11 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<TaskRig>(loopback(1));
-        QVERIFY(rig->connectServer());
-        rig->server.wire.hold(TaskRig::execute);
+        fixture = std::make_unique<TaskFixture>(loopback(1));
+        QVERIFY(fixture->connectServer());
+        fixture->server.wire.hold(TaskFixture::execute);
     }
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError();
     void aCancelKeepsTheFailuresSoFar();
@@ -44,86 +44,86 @@ private slots:
     void withoutAConnectionOnlyTheOperatorEndsIt();
 
 private:
-    std::unique_ptr<TaskRig> rig;
+    std::unique_ptr<TaskFixture> fixture;
 };
 
 void tst_RemoveTaskEnds::cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError()
 {
-    rig->start<RemoveTask>(five);
-    QVERIFY(rig->answer(0));
-    QVERIFY(rig->answer(1));
-    QVERIFY(rig->server.wire.waitForRequests(3, TaskRig::execute));
-    EVENTUALLY(rig->dialog()->isVisible());
-    pressCancel(*rig->dialog());
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->dialog()->isVisible());
+    fixture->start<RemoveTask>(five);
+    QVERIFY(fixture->answer(0));
+    QVERIFY(fixture->answer(1));
+    QVERIFY(fixture->server.wire.waitForRequests(3, TaskFixture::execute));
+    EVENTUALLY(fixture->dialog()->isVisible());
+    pressCancel(*fixture->dialog());
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->dialog()->isVisible());
 
     // The one on the wire completes, and its result still finds the task.
-    QVERIFY(rig->requests().last().isOpen());
-    QSignalSpy removed(&rig->service, &ServerConnectionService::visualRemoveFinished);
-    QVERIFY(rig->answer(2));
+    QVERIFY(fixture->requests().last().isOpen());
+    QSignalSpy removed(&fixture->service, &ServerConnectionService::visualRemoveFinished);
+    QVERIFY(fixture->answer(2));
     QVERIFY(removed.wait(patience));
     QCOMPARE(removed.first().mid(1), (QVariantList{3, 3}));
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->task->hasErrors());
-    QVERIFY(rig->settle());
-    QCOMPARE(rig->server.visuals(ScriptedServer::Remove), five.first(3));
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->task->hasErrors());
+    QVERIFY(fixture->settle());
+    QCOMPARE(fixture->server.visuals(ScriptedServer::Remove), five.first(3));
 }
 
 void tst_RemoveTaskEnds::aCancelKeepsTheFailuresSoFar()
 {
-    rig->start<RemoveTask>(five);
-    QVERIFY(rig->answer(0, TaskRig::inUse));
-    QVERIFY(rig->server.wire.waitForRequests(2, TaskRig::execute));
-    rig->dialog()->reject();
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(rig->task->hasErrors());
-    QCOMPARE(rig->task->errorMessage(), u"Failed to remove 1 visuals from a total of 5."_s);
-    QCOMPARE(rig->task->errorDetails().size(), 1);
+    fixture->start<RemoveTask>(five);
+    QVERIFY(fixture->answer(0, TaskFixture::inUse));
+    QVERIFY(fixture->server.wire.waitForRequests(2, TaskFixture::execute));
+    fixture->dialog()->reject();
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(fixture->task->hasErrors());
+    QCOMPARE(fixture->task->errorMessage(), u"Failed to remove 1 visuals from a total of 5."_s);
+    QCOMPARE(fixture->task->errorDetails().size(), 1);
 }
 
 void tst_RemoveTaskEnds::escapeIsACancel()
 {
-    rig->start<RemoveTask>(five);
-    EVENTUALLY(rig->dialog()->isVisible());
-    QTest::keyClick(rig->dialog(), Qt::Key_Escape);
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(rig->answer(0));
-    QVERIFY(rig->settle());
-    QCOMPARE(rig->server.visuals(ScriptedServer::Remove), five.first(1));
+    fixture->start<RemoveTask>(five);
+    EVENTUALLY(fixture->dialog()->isVisible());
+    QTest::keyClick(fixture->dialog(), Qt::Key_Escape);
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(fixture->answer(0));
+    QVERIFY(fixture->settle());
+    QCOMPARE(fixture->server.visuals(ScriptedServer::Remove), five.first(1));
 }
 
 void tst_RemoveTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
 {
-    rig->start<RemoveTask>(five.first(1));
-    QVERIFY(rig->answer(0));
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    rig->dialog()->reject();
-    QCOMPARE(rig->finished->size(), 2);
-    QVERIFY(!rig->task->hasErrors());
+    fixture->start<RemoveTask>(five.first(1));
+    QVERIFY(fixture->answer(0));
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    fixture->dialog()->reject();
+    QCOMPARE(fixture->finished->size(), 2);
+    QVERIFY(!fixture->task->hasErrors());
 }
 
 void tst_RemoveTaskEnds::abortLeavesNothingToShow()
 {
-    rig->start<RemoveTask>(five);
-    QVERIFY(rig->answer(0, TaskRig::inUse));
-    EVENTUALLY(rig->task->hasErrors());
-    EVENTUALLY(rig->dialog()->isVisible());
-    rig->task->abort();
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->dialog()->isVisible());
-    QVERIFY(!rig->task->hasErrors());
-    QCOMPARE(rig->task->errorMessage(), u"Failed to remove 0 visuals from a total of 0."_s);
-    QCOMPARE(rig->task->errorDetails(), QStringList());
+    fixture->start<RemoveTask>(five);
+    QVERIFY(fixture->answer(0, TaskFixture::inUse));
+    EVENTUALLY(fixture->task->hasErrors());
+    EVENTUALLY(fixture->dialog()->isVisible());
+    fixture->task->abort();
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->dialog()->isVisible());
+    QVERIFY(!fixture->task->hasErrors());
+    QCOMPARE(fixture->task->errorMessage(), u"Failed to remove 0 visuals from a total of 0."_s);
+    QCOMPARE(fixture->task->errorDetails(), QStringList());
     // What is left of the task knows none of the visuals any more.
-    emit rig->service.visualRemoveError(rig->server.uuid, 3, 2, u"no"_s);
-    QVERIFY(!rig->task->hasErrors());
-    QCOMPARE(rig->finished->size(), 1);
+    emit fixture->service.visualRemoveError(fixture->server.uuid, 3, 2, u"no"_s);
+    QVERIFY(!fixture->task->hasErrors());
+    QCOMPARE(fixture->finished->size(), 1);
 }
 
 void tst_RemoveTaskEnds::abortBeforeTheStartEndsTheTask()
 {
-    RemoveTask task(&rig->model, nullptr, &rig->service, rig->server.uuid, five);
+    RemoveTask task(&fixture->model, nullptr, &fixture->service, fixture->server.uuid, five);
     const QSignalSpy finished(&task, &TaskBase::taskFinished);
     task.abort();
     QCOMPARE(finished.size(), 1);
@@ -131,31 +131,31 @@ void tst_RemoveTaskEnds::abortBeforeTheStartEndsTheTask()
 
 void tst_RemoveTaskEnds::deletionTakesDialogAndConnectionsAlong()
 {
-    rig->start<RemoveTask>(five);
-    EVENTUALLY(rig->dialog()->isVisible());
-    const QPointer<BVProgressDialog> dialog = rig->dialog();
-    rig->task.reset();
+    fixture->start<RemoveTask>(five);
+    EVENTUALLY(fixture->dialog()->isVisible());
+    const QPointer<BVProgressDialog> dialog = fixture->dialog();
+    fixture->task.reset();
     QVERIFY(!dialog);
-    QCOMPARE(rig->finished->size(), 0);
+    QCOMPARE(fixture->finished->size(), 0);
     // The requests are left alone.
-    QVERIFY(rig->answer(0));
-    QVERIFY(rig->server.wire.waitForRequests(2, TaskRig::execute));
-    rig->server.accept();
-    QVERIFY(rig->answer(1));
-    EVENTUALLY_COMPARE(rig->server.visuals(ScriptedServer::Remove), five);
-    QCOMPARE(rig->finished->size(), 0);
+    QVERIFY(fixture->answer(0));
+    QVERIFY(fixture->server.wire.waitForRequests(2, TaskFixture::execute));
+    fixture->server.accept();
+    QVERIFY(fixture->answer(1));
+    EVENTUALLY_COMPARE(fixture->server.visuals(ScriptedServer::Remove), five);
+    QCOMPARE(fixture->finished->size(), 0);
 }
 
 void tst_RemoveTaskEnds::withoutAConnectionOnlyTheOperatorEndsIt()
 {
-    rig->service.removeHandler(rig->server.uuid);
-    rig->start<RemoveTask>(five);
-    EVENTUALLY(rig->dialog()->isVisible());
-    QCOMPARE(rig->finished->size(), 0);
-    pressCancel(*rig->dialog());
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->task->hasErrors());
-    QCOMPARE(rig->requests().size(), 0);
+    fixture->service.removeHandler(fixture->server.uuid);
+    fixture->start<RemoveTask>(five);
+    EVENTUALLY(fixture->dialog()->isVisible());
+    QCOMPARE(fixture->finished->size(), 0);
+    pressCancel(*fixture->dialog());
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->task->hasErrors());
+    QCOMPARE(fixture->requests().size(), 0);
 }
 
 QTEST_MAIN(tst_RemoveTaskEnds)

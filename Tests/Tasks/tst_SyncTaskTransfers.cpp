@@ -4,7 +4,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Libraries.h"
 #include "Support/LogCapture.h"
-#include "Support/SyncRig.h"
+#include "Support/SyncTaskFixture.h"
 #include "Support/Wait.h"
 
 #include <QProgressBar>
@@ -25,7 +25,7 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         if (event->type() == QEvent::Show && qobject_cast<TransferDialog *>(watched))
-            count = int(SyncRig::transferTexts(1).size());
+            count = int(SyncTaskFixture::transferTexts(1).size());
         return false;
     }
 };
@@ -74,106 +74,108 @@ void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource_data()
 void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource()
 {
     QFETCH(const VisualRef, ref);
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Stage left"_s,
-                  {folder(4, u"%2 %1"_s, {{QString(32, u'0'), u"%1"_s, 7}}),
-                   folder(5, u"W\n"_s.repeated(9000), {{QString(32, u'0'), u"007: a\nb"_s, 7}}),
-                   folder(3, u"Three"_s, {visual(7), visual(1)})});
-    rig.start({}, {}, {ref});
-    QTEST(rig.transferTexts(0).value(0), "label");
-    QCOMPARE(rig.transferTexts(1), QStringList{u"queued..."_s});
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Stage left"_s,
+                      {folder(4, u"%2 %1"_s, {{QString(32, u'0'), u"%1"_s, 7}}),
+                       folder(5, u"W\n"_s.repeated(9000), {{QString(32, u'0'), u"007: a\nb"_s, 7}}),
+                       folder(3, u"Three"_s, {visual(7), visual(1)})});
+    fixture.start({}, {}, {ref});
+    QTEST(fixture.transferTexts(0).value(0), "label");
+    QCOMPARE(fixture.transferTexts(1), QStringList{u"queued..."_s});
 }
 
 void tst_SyncTaskTransfers::everyVisualIsARowBeforeTheDialogShows()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
     const RowsAtShow rows;
-    rig.start({}, {}, {{3, 1}, {3, 2}, {3, 3}});
+    fixture.start({}, {}, {{3, 1}, {3, 2}, {3, 3}});
     QCOMPARE(rows.count, 3);
-    QVERIFY(rig.dialog<TransferDialog>()->isVisible());
-    EVENTUALLY_COMPARE(rig.destination.commands(ScriptedServer::Sync).size(), 3);
+    QVERIFY(fixture.dialog<TransferDialog>()->isVisible());
+    EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 3);
 }
 
 void tst_SyncTaskTransfers::rowsFollowTheStream()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.start({}, {}, {{3, 1}});
-    rig.destination.sendStarted({3, 1});
-    rig.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
-    EVENTUALLY_COMPARE(rig.transferTexts(1), QStringList{u"40%"_s});
-    rig.destination.sendProgress({3, 1}, Brenvoka::SyncImporting, 100);
-    EVENTUALLY_COMPARE(rig.transferTexts(1), QStringList{u"importing..."_s});
-    rig.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
-    QVERIFY(rig.finished->wait(patience));
-    QCOMPARE(rig.transferTexts(1), QStringList{u"finished"_s});
-    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
-    QVERIFY(!rig.task->hasErrors());
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.start({}, {}, {{3, 1}});
+    fixture.destination.sendStarted({3, 1});
+    fixture.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
+    EVENTUALLY_COMPARE(fixture.transferTexts(1), QStringList{u"40%"_s});
+    fixture.destination.sendProgress({3, 1}, Brenvoka::SyncImporting, 100);
+    EVENTUALLY_COMPARE(fixture.transferTexts(1), QStringList{u"importing..."_s});
+    fixture.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
+    QVERIFY(fixture.finished->wait(patience));
+    QCOMPARE(fixture.transferTexts(1), QStringList{u"finished"_s});
+    QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
+    QVERIFY(!fixture.task->hasErrors());
 }
 
 void tst_SyncTaskTransfers::endsWithTheServersWord()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.start({}, {}, {{3, 1}, {3, 2}});
-    emit rig.service.syncFinished(rig.destinationUuid, 3, 1);
-    emit rig.service.syncFinished(rig.destinationUuid, 3, 2);
-    QCOMPARE(rig.transferTexts(1), (QStringList{u"finished"_s, u"finished"_s}));
-    QCOMPARE(rig.finished->size(), 0);
-    QVERIFY(rig.dialog<TransferDialog>()->isVisible());
-    emit rig.service.syncOperationFinished(rig.destinationUuid);
-    QCOMPARE(rig.finished->size(), 1);
-    QVERIFY(rig.dialog<TransferDialog>()->finished);
-    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.start({}, {}, {{3, 1}, {3, 2}});
+    emit fixture.service.syncFinished(fixture.destinationUuid, 3, 1);
+    emit fixture.service.syncFinished(fixture.destinationUuid, 3, 2);
+    QCOMPARE(fixture.transferTexts(1), (QStringList{u"finished"_s, u"finished"_s}));
+    QCOMPARE(fixture.finished->size(), 0);
+    QVERIFY(fixture.dialog<TransferDialog>()->isVisible());
+    emit fixture.service.syncOperationFinished(fixture.destinationUuid);
+    QCOMPARE(fixture.finished->size(), 1);
+    QVERIFY(fixture.dialog<TransferDialog>()->finished);
+    QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
 }
 
 void tst_SyncTaskTransfers::endsWithAnyServersWord()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.start({}, {}, {{3, 1}});
-    emit rig.service.syncOperationFinished(QUuid::createUuid());
-    QCOMPARE(rig.finished->size(), 1);
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.start({}, {}, {{3, 1}});
+    emit fixture.service.syncOperationFinished(QUuid::createUuid());
+    QCOMPARE(fixture.finished->size(), 1);
 }
 
 void tst_SyncTaskTransfers::oneFailedImportIsOneRowAndOneLine()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
     QList<VisualRef> refs;
     for (int slot = 1; slot <= 5; ++slot)
         refs.append({3, slot});
-    rig.start({}, {}, refs);
+    fixture.start({}, {}, refs);
     for (const VisualRef &ref : std::as_const(refs))
-        rig.destination.sendStarted(ref);
+        fixture.destination.sendStarted(ref);
     for (const VisualRef &ref : std::as_const(refs)) {
         const bool fails = ref.second == 2;
-        rig.destination.sendEnded(ref, fails ? Brenvoka::SyncImporting : Brenvoka::SyncFinished);
+        fixture.destination.sendEnded(ref,
+                                      fails ? Brenvoka::SyncImporting : Brenvoka::SyncFinished);
         if (fails)
-            EVENTUALLY_COMPARE(rig.transferTexts(1).at(1), u"failed"_s);
+            EVENTUALLY_COMPARE(fixture.transferTexts(1).at(1), u"failed"_s);
     }
-    QVERIFY(rig.finished->wait(patience));
+    QVERIFY(fixture.finished->wait(patience));
     const QString good = u"finished"_s;
-    QCOMPARE(rig.transferTexts(1), (QStringList{good, u"failed"_s, good, good, good}));
-    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
-    QVERIFY(rig.task->hasErrors());
-    QCOMPARE(rig.task->errorDetails(),
+    QCOMPARE(fixture.transferTexts(1), (QStringList{good, u"failed"_s, good, good, good}));
+    QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
+    QVERIFY(fixture.task->hasErrors());
+    QCOMPARE(fixture.task->errorDetails(),
              QStringList{u"Visual sync from \"Stage left\" on server \"Stage right\" in folder 003 "
                          "at index 002 failed: Import failure."_s});
 }
 
 void tst_SyncTaskTransfers::aFailedTransferIsStoredWithAHundredPercent()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.start({}, {}, {{3, 1}, {3, 2}});
-    emit rig.service.syncError(rig.destinationUuid, 3, 1, Brenvoka::SyncTransferring, {}, {});
-    const TransferRow &row = rig.dialog<TransferDialog>()->rows.at({3, 1});
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.start({}, {}, {{3, 1}, {3, 2}});
+    emit fixture.service.syncError(fixture.destinationUuid, 3, 1, Brenvoka::SyncTransferring, {},
+                                   {});
+    const TransferRow &row = fixture.dialog<TransferDialog>()->rows.at({3, 1});
     QCOMPARE(row.percent, 100);
     QCOMPARE(row.state, Brenvoka::SyncFailed);
-    QCOMPARE(rig.dialog<TransferDialog>()->findChild<QProgressBar *>()->value(), 50);
+    QCOMPARE(fixture.dialog<TransferDialog>()->findChild<QProgressBar *>()->value(), 50);
 }
 
 void tst_SyncTaskTransfers::errorLines_data()
@@ -202,114 +204,115 @@ void tst_SyncTaskTransfers::errorLines()
     QFETCH(const int, state);
     QFETCH(const QString, line);
     LogCapture log;
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Left %2"_s);
-    rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"Right %1"_s);
-    rig.start({}, {}, {{3, 17}});
-    emit rig.service.syncError(rig.destinationUuid, 3, 17, static_cast<Brenvoka::SyncStates>(state),
-                               u"no %1 space"_s, u"http://%1/"_s);
-    QVERIFY(rig.task->hasErrors());
-    QCOMPARE(rig.task->errorDetails(), QStringList{line});
-    QCOMPARE(rig.finished->size(), 0);
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Left %2"_s);
+    fixture.addServer(fixture.destinationUuid, fixture.destination.wire.address(), u"Right %1"_s);
+    fixture.start({}, {}, {{3, 17}});
+    emit fixture.service.syncError(fixture.destinationUuid, 3, 17,
+                                   static_cast<Brenvoka::SyncStates>(state), u"no %1 space"_s,
+                                   u"http://%1/"_s);
+    QVERIFY(fixture.task->hasErrors());
+    QCOMPARE(fixture.task->errorDetails(), QStringList{line});
+    QCOMPARE(fixture.finished->size(), 0);
     QVERIFY(log.texts().contains(line.left(127)));
 }
 
 void tst_SyncTaskTransfers::namesInErrorLinesAreCleanAndWholeInTheLog()
 {
     LogCapture log;
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.addServer(rig.sourceUuid, rig.sourceAddress, u"Left\u202E"_s);
-    rig.addServer(rig.destinationUuid, rig.destination.wire.address(), u"Ri\nght"_s);
-    rig.start({}, {}, {{3, 17}});
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Left\u202E"_s);
+    fixture.addServer(fixture.destinationUuid, fixture.destination.wire.address(), u"Ri\nght"_s);
+    fixture.start({}, {}, {{3, 17}});
     const QString error = u"W"_s.repeated(5000);
-    emit rig.service.syncError(rig.destinationUuid, 3, 17, Brenvoka::SyncFailed, error, {});
+    emit fixture.service.syncError(fixture.destinationUuid, 3, 17, Brenvoka::SyncFailed, error, {});
     const auto line = u"Visual sync from \"%1\" on server \"%2\" in folder 003 at index 017 "
                       "failed: %3."_s;
-    QCOMPARE(rig.task->errorDetails(),
+    QCOMPARE(fixture.task->errorDetails(),
              QStringList{line.arg(u"Left "_s, u"Ri ght"_s, error.left(4096) + u'…')});
     QVERIFY(log.texts().contains(line.arg(u"Left\\u202E"_s, u"Ri\\nght"_s, error)));
 }
 
 void tst_SyncTaskTransfers::aFailureOfAnUnknownServerLeavesNoLine()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.start({}, {}, {{3, 1}});
-    emit rig.service.syncError(QUuid::createUuid(), 3, 1, Brenvoka::SyncFailed, u"x"_s, {});
-    QCOMPARE(rig.transferTexts(1), QStringList{u"failed"_s});
-    QVERIFY(rig.task->hasErrors());
-    QCOMPARE(rig.task->errorDetails(), QStringList());
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.start({}, {}, {{3, 1}});
+    emit fixture.service.syncError(QUuid::createUuid(), 3, 1, Brenvoka::SyncFailed, u"x"_s, {});
+    QCOMPARE(fixture.transferTexts(1), QStringList{u"failed"_s});
+    QVERIFY(fixture.task->hasErrors());
+    QCOMPARE(fixture.task->errorDetails(), QStringList());
 }
 
 void tst_SyncTaskTransfers::cancelAsksEveryServer()
 {
-    SyncRig rig(loopback(2));
+    SyncTaskFixture fixture(loopback(2));
     ScriptedServer other(loopback(3));
-    QVERIFY(rig.connectDestination());
-    rig.service.addHandler(other.wire.address(), QUuid::createUuid());
+    QVERIFY(fixture.connectDestination());
+    fixture.service.addHandler(other.wire.address(), QUuid::createUuid());
     QVERIFY(other.openStream());
-    rig.start({}, {}, {{3, 1}});
-    QTest::mouseClick(rig.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
+    fixture.start({}, {}, {{3, 1}});
+    QTest::mouseClick(fixture.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
                       Qt::LeftButton);
-    EVENTUALLY_COMPARE(rig.destination.commands(ScriptedServer::Cancel).size(), 1);
+    EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Cancel).size(), 1);
     EVENTUALLY_COMPARE(other.commands(ScriptedServer::Cancel).size(), 1);
-    QCOMPARE(rig.finished->size(), 0);
-    QVERIFY(rig.dialog<TransferDialog>()->isVisible());
+    QCOMPARE(fixture.finished->size(), 0);
+    QVERIFY(fixture.dialog<TransferDialog>()->isVisible());
 }
 
 void tst_SyncTaskTransfers::cancelledRowsReadCanceledAndAnImportGoesOn()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
     const QList<VisualRef> refs{{3, 1}, {3, 2}, {3, 3}};
-    rig.start({}, {}, refs);
+    fixture.start({}, {}, refs);
     for (const VisualRef &ref : refs)
-        rig.destination.sendStarted(ref);
-    rig.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
-    rig.destination.sendProgress({3, 3}, Brenvoka::SyncImporting, 100);
-    EVENTUALLY_COMPARE(rig.transferTexts(1),
+        fixture.destination.sendStarted(ref);
+    fixture.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
+    fixture.destination.sendProgress({3, 3}, Brenvoka::SyncImporting, 100);
+    EVENTUALLY_COMPARE(fixture.transferTexts(1),
                        (QStringList{u"40%"_s, u"queued..."_s, u"importing..."_s}));
 
-    QTest::mouseClick(rig.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
+    QTest::mouseClick(fixture.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
                       Qt::LeftButton);
-    QCOMPARE(rig.transferTexts(1),
+    QCOMPARE(fixture.transferTexts(1),
              (QStringList{u"canceling..."_s, u"canceling..."_s, u"importing..."_s}));
 
     for (const VisualRef &ref : refs)
-        rig.destination.sendEnded(ref, Brenvoka::SyncFinished);
-    QVERIFY(rig.finished->wait(patience));
-    QCOMPARE(rig.transferTexts(1), (QStringList{u"canceled"_s, u"canceled"_s, u"finished"_s}));
-    QVERIFY(!rig.task->hasErrors());
+        fixture.destination.sendEnded(ref, Brenvoka::SyncFinished);
+    QVERIFY(fixture.finished->wait(patience));
+    QCOMPARE(fixture.transferTexts(1), (QStringList{u"canceled"_s, u"canceled"_s, u"finished"_s}));
+    QVERIFY(!fixture.task->hasErrors());
 }
 
 void tst_SyncTaskTransfers::abortHidesTheDialogAndLeavesNoErrors()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.start({}, {}, {{3, 1}, {3, 2}});
-    emit rig.service.syncError(rig.destinationUuid, 3, 1, Brenvoka::SyncFailed, u"x"_s, {});
-    QVERIFY(rig.task->hasErrors());
-    rig.task->abort();
-    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
-    QVERIFY(!rig.task->hasErrors());
-    QCOMPARE(rig.finished->size(), 1);
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.start({}, {}, {{3, 1}, {3, 2}});
+    emit fixture.service.syncError(fixture.destinationUuid, 3, 1, Brenvoka::SyncFailed, u"x"_s, {});
+    QVERIFY(fixture.task->hasErrors());
+    fixture.task->abort();
+    QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
+    QVERIFY(!fixture.task->hasErrors());
+    QCOMPARE(fixture.finished->size(), 1);
 }
 
 void tst_SyncTaskTransfers::closingTheWindowOnlyHidesIt()
 {
-    SyncRig rig(loopback(2));
-    QVERIFY(rig.connectDestination());
-    rig.start({}, {}, {{3, 1}});
-    rig.dialog<TransferDialog>()->close();
-    QVERIFY(!rig.dialog<TransferDialog>()->isVisible());
-    QCOMPARE(rig.finished->size(), 0);
-    QVERIFY(rig.settle());
-    QCOMPARE(rig.destination.commands(ScriptedServer::Cancel).size(), 1);
-    rig.destination.sendStarted({3, 1});
-    rig.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
-    QVERIFY(rig.finished->wait(patience));
+    SyncTaskFixture fixture(loopback(2));
+    QVERIFY(fixture.connectDestination());
+    fixture.start({}, {}, {{3, 1}});
+    fixture.dialog<TransferDialog>()->close();
+    QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
+    QCOMPARE(fixture.finished->size(), 0);
+    QVERIFY(fixture.settle());
+    QCOMPARE(fixture.destination.commands(ScriptedServer::Cancel).size(), 1);
+    fixture.destination.sendStarted({3, 1});
+    fixture.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
+    QVERIFY(fixture.finished->wait(patience));
 }
 
 QTEST_MAIN(tst_SyncTaskTransfers)

@@ -3,7 +3,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
-#include "Support/TaskRig.h"
+#include "Support/TaskFixture.h"
 #include "Support/Wait.h"
 #include "Tasks/MoveTask.h"
 #include "Tasks/RemoveTask.h"
@@ -17,34 +17,35 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-using Start = std::function<void(TaskRig &, const QString &file)>;
-using Loss = std::function<void(TaskRig &)>;
+using Start = std::function<void(TaskFixture &, const QString &file)>;
+using Loss = std::function<void(TaskFixture &)>;
 
 const QList<std::pair<const char *, Start>> operations{
     {"remove",
-     [](TaskRig &rig, const QString &) {
-         rig.start<RemoveTask>(QList<VisualRef>{{3, 1}, {3, 2}, {3, 3}});
+     [](TaskFixture &fixture, const QString &) {
+         fixture.start<RemoveTask>(QList<VisualRef>{{3, 1}, {3, 2}, {3, 3}});
      }},
-    {"move", [](TaskRig &rig, const QString &) { rig.start<MoveTask>(3, 7, 12); }},
-    {"upload", [](TaskRig &rig, const QString &file) { rig.start<UploadTask>(3, 17, file); }}};
+    {"move", [](TaskFixture &fixture, const QString &) { fixture.start<MoveTask>(3, 7, 12); }},
+    {"upload",
+     [](TaskFixture &fixture, const QString &file) { fixture.start<UploadTask>(3, 17, file); }}};
 
 const QList<std::pair<const char *, Loss>> losses{
-    {"the stream ends", [](TaskRig &rig) { rig.server.stream.close(); }},
-    {"the stream is reset", [](TaskRig &rig) { rig.server.stream.reset(); }},
+    {"the stream ends", [](TaskFixture &fixture) { fixture.server.stream.close(); }},
+    {"the stream is reset", [](TaskFixture &fixture) { fixture.server.stream.reset(); }},
     {"the server says goodbye",
-     [](TaskRig &rig) {
-         rig.server.stream.send(Wire::frame(R"({"msg_type":4})"));
-         rig.server.stream.close();
+     [](TaskFixture &fixture) {
+         fixture.server.stream.send(Wire::frame(R"({"msg_type":4})"));
+         fixture.server.stream.close();
      }},
     {"the machine is gone",
-     [](TaskRig &rig) {
-         rig.server.wire.stopListening();
-         rig.server.wire.resetAll();
+     [](TaskFixture &fixture) {
+         fixture.server.wire.stopListening();
+         fixture.server.wire.resetAll();
      }},
     // What the controller does with a server that has fallen silent.
-    {"its announcements end", [](TaskRig &rig) {
-         rig.service.removeHandler(rig.server.uuid);
-         rig.task->abort();
+    {"its announcements end", [](TaskFixture &fixture) {
+         fixture.service.removeHandler(fixture.server.uuid);
+         fixture.task->abort();
      }}};
 
 } // namespace
@@ -82,47 +83,47 @@ void tst_TaskLosses::aLostServerEndsTheTaskWithoutAnError()
     QFile file(directory.filePath(u"sunset.png"_s));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(100));
 
-    TaskRig rig(loopback(1));
-    QVERIFY(rig.connectServer());
-    rig.server.wire.hold(TaskRig::execute);
-    start(rig, file.fileName());
-    connect(&rig.service, &ServerConnectionService::serverDisconnected, rig.task.get(),
-            [&rig] { rig.task->abort(); });
-    QVERIFY(rig.server.wire.waitForRequests(2));
-    const WireRequest onTheWire = rig.server.wire.requests().last();
-    rig.dialog()->showIfUnfinished();
-    QVERIFY(rig.dialog()->isVisible());
-    QCOMPARE(rig.finished->size(), 0);
+    TaskFixture fixture(loopback(1));
+    QVERIFY(fixture.connectServer());
+    fixture.server.wire.hold(TaskFixture::execute);
+    start(fixture, file.fileName());
+    connect(&fixture.service, &ServerConnectionService::serverDisconnected, fixture.task.get(),
+            [&fixture] { fixture.task->abort(); });
+    QVERIFY(fixture.server.wire.waitForRequests(2));
+    const WireRequest onTheWire = fixture.server.wire.requests().last();
+    fixture.dialog()->showIfUnfinished();
+    QVERIFY(fixture.dialog()->isVisible());
+    QCOMPARE(fixture.finished->size(), 0);
     // Looked at when the task ends: the dialog's own delay may still be running, and the controller
     // has deleted the task before that is over.
     bool visibleAtTheEnd = true;
-    connect(rig.task.get(), &TaskBase::taskFinished, this,
-            [&] { visibleAtTheEnd = rig.dialog()->isVisible(); });
+    connect(fixture.task.get(), &TaskBase::taskFinished, this,
+            [&] { visibleAtTheEnd = fixture.dialog()->isVisible(); });
 
-    lose(rig);
-    EVENTUALLY(rig.finished->size() > 0);
+    lose(fixture);
+    EVENTUALLY(fixture.finished->size() > 0);
     QVERIFY(!visibleAtTheEnd);
-    EVENTUALLY(!rig.task->hasErrors());
-    QCOMPARE(rig.task->errorDetails(), QStringList());
+    EVENTUALLY(!fixture.task->hasErrors());
+    QCOMPARE(fixture.task->errorDetails(), QStringList());
     // The connections end with the handler.
-    EVENTUALLY_COMPARE(rig.server.wire.openConnections(), 0);
+    EVENTUALLY_COMPARE(fixture.server.wire.openConnections(), 0);
     QVERIFY(!onTheWire.isOpen());
-    QVERIFY(!rig.task->hasErrors());
-    QCOMPARE(rig.server.wire.requests().size(), 2);
+    QVERIFY(!fixture.task->hasErrors());
+    QCOMPARE(fixture.server.wire.requests().size(), 2);
 }
 
 void tst_TaskLosses::removalsThatWaitedAreToldAsDoneAndFillNoBar()
 {
-    TaskRig rig(loopback(1));
-    QVERIFY(rig.connectServer());
-    rig.server.wire.hold(TaskRig::execute);
-    rig.start<RemoveTask>(QList<VisualRef>{{3, 1}, {3, 2}, {3, 3}});
-    QVERIFY(rig.server.wire.waitForRequests(2));
-    rig.service.removeHandler(rig.server.uuid);
-    QCOMPARE(rig.dialog()->progress(), 2);
-    QCOMPARE(rig.finished->size(), 0);
-    rig.task->abort();
-    QCOMPARE(rig.finished->size(), 1);
+    TaskFixture fixture(loopback(1));
+    QVERIFY(fixture.connectServer());
+    fixture.server.wire.hold(TaskFixture::execute);
+    fixture.start<RemoveTask>(QList<VisualRef>{{3, 1}, {3, 2}, {3, 3}});
+    QVERIFY(fixture.server.wire.waitForRequests(2));
+    fixture.service.removeHandler(fixture.server.uuid);
+    QCOMPARE(fixture.dialog()->progress(), 2);
+    QCOMPARE(fixture.finished->size(), 0);
+    fixture.task->abort();
+    QCOMPARE(fixture.finished->size(), 1);
 }
 
 void tst_TaskLosses::aLostServerTakesTheUploadAlong()
@@ -131,21 +132,21 @@ void tst_TaskLosses::aLostServerTakesTheUploadAlong()
     QFile file(directory.filePath(u"sunset.mov"_s));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(64 << 20));
 
-    TaskRig rig(loopback(1));
-    QVERIFY(rig.connectServer());
-    QSignalSpy progress(&rig.service, &ServerConnectionService::uploadedFileProgress);
-    rig.server.wire.setReading(false);
-    rig.start<UploadTask>(3, 17, file.fileName());
-    connect(&rig.service, &ServerConnectionService::serverDisconnected, rig.task.get(),
-            [&rig] { rig.task->abort(); });
+    TaskFixture fixture(loopback(1));
+    QVERIFY(fixture.connectServer());
+    QSignalSpy progress(&fixture.service, &ServerConnectionService::uploadedFileProgress);
+    fixture.server.wire.setReading(false);
+    fixture.start<UploadTask>(3, 17, file.fileName());
+    connect(&fixture.service, &ServerConnectionService::serverDisconnected, fixture.task.get(),
+            [&fixture] { fixture.task->abort(); });
     QVERIFY(progress.wait(patience));
-    rig.server.stream.close();
-    EVENTUALLY_COMPARE(rig.finished->size(), 1);
-    QVERIFY(!rig.dialog()->isVisible());
-    QVERIFY(!rig.task->hasErrors());
-    rig.server.wire.setReading(true);
-    EVENTUALLY_COMPARE(rig.server.wire.openConnections(), 0);
-    QCOMPARE(rig.server.wire.requests("/brenvoka/upload.html").size(), 0);
+    fixture.server.stream.close();
+    EVENTUALLY_COMPARE(fixture.finished->size(), 1);
+    QVERIFY(!fixture.dialog()->isVisible());
+    QVERIFY(!fixture.task->hasErrors());
+    fixture.server.wire.setReading(true);
+    EVENTUALLY_COMPARE(fixture.server.wire.openConnections(), 0);
+    QCOMPARE(fixture.server.wire.requests("/brenvoka/upload.html").size(), 0);
 }
 
 QTEST_MAIN(tst_TaskLosses)

@@ -6,7 +6,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
-#include "Support/TaskRig.h"
+#include "Support/TaskFixture.h"
 #include "Support/Wait.h"
 
 #include <QPointer>
@@ -29,10 +29,10 @@ private slots:
     void init()
     {
         failOnAnyWarning();
-        rig = std::make_unique<TaskRig>(loopback(1));
-        QVERIFY(rig->connectServer());
+        fixture = std::make_unique<TaskFixture>(loopback(1));
+        QVERIFY(fixture->connectServer());
     }
-    void cleanup() { rig.reset(); }
+    void cleanup() { fixture.reset(); }
 
     void theDialogAppearsAtOnceAndSaysWhatItDoes();
     void progressMovesTheBarInPercent();
@@ -60,61 +60,64 @@ private:
         QVERIFY(local.open(QIODevice::WriteOnly));
         QCOMPARE(local.write(content), content.size());
         local.close();
-        rig->start<UploadTask>(3, 17, local.fileName());
+        fixture->start<UploadTask>(3, 17, local.fileName());
     }
-    [[nodiscard]] QList<WireRequest> uploads() const { return rig->server.wire.requests(upload); }
+    [[nodiscard]] QList<WireRequest> uploads() const
+    {
+        return fixture->server.wire.requests(upload);
+    }
     [[nodiscard]] bool isImporting() const
     {
-        return waitFor([this] { return rig->dialog()->isFinished() && !uploads().isEmpty(); });
+        return waitFor([this] { return fixture->dialog()->isFinished() && !uploads().isEmpty(); });
     }
 
     QTemporaryDir directory;
-    std::unique_ptr<TaskRig> rig;
+    std::unique_ptr<TaskFixture> fixture;
 };
 
 void tst_UploadTask::theDialogAppearsAtOnceAndSaysWhatItDoes()
 {
     start();
-    QVERIFY(rig->started);
-    QVERIFY(rig->dialog()->isVisible());
-    QVERIFY(rig->dialog()->isModal());
-    QCOMPARE(rig->dialog()->windowTitle(), u"Uploading..."_s);
-    QCOMPARE(rig->label(), u"Uploading visual"_s);
-    QCOMPARE(rig->dialog()->progress(), 0);
-    QCOMPARE(rig->dialog()->maximum(), 100);
-    QVERIFY(cancelButton(*rig->dialog())->isEnabled());
-    QCOMPARE(rig->task->affectedServer(), rig->server.uuid);
-    QVERIFY(rig->task->involvesServer(rig->server.uuid));
-    QVERIFY(!rig->task->involvesServer(QUuid()));
+    QVERIFY(fixture->started);
+    QVERIFY(fixture->dialog()->isVisible());
+    QVERIFY(fixture->dialog()->isModal());
+    QCOMPARE(fixture->dialog()->windowTitle(), u"Uploading..."_s);
+    QCOMPARE(fixture->label(), u"Uploading visual"_s);
+    QCOMPARE(fixture->dialog()->progress(), 0);
+    QCOMPARE(fixture->dialog()->maximum(), 100);
+    QVERIFY(cancelButton(*fixture->dialog())->isEnabled());
+    QCOMPARE(fixture->task->affectedServer(), fixture->server.uuid);
+    QVERIFY(fixture->task->involvesServer(fixture->server.uuid));
+    QVERIFY(!fixture->task->involvesServer(QUuid()));
 }
 
 void tst_UploadTask::progressMovesTheBarInPercent()
 {
-    rig->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
+    fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
     for (const int percent : {0, 1, 50, 99}) {
-        emit rig->service.uploadedFileProgress(rig->server.uuid, percent);
-        QCOMPARE(rig->dialog()->progress(), percent);
-        QVERIFY(rig->dialog()->isVisible());
-        QVERIFY(cancelButton(*rig->dialog())->isEnabled());
-        QCOMPARE(rig->dialog()->windowTitle(), u"Uploading..."_s);
-        QCOMPARE(rig->label(), u"Uploading visual"_s);
+        emit fixture->service.uploadedFileProgress(fixture->server.uuid, percent);
+        QCOMPARE(fixture->dialog()->progress(), percent);
+        QVERIFY(fixture->dialog()->isVisible());
+        QVERIFY(cancelButton(*fixture->dialog())->isEnabled());
+        QCOMPARE(fixture->dialog()->windowTitle(), u"Uploading..."_s);
+        QCOMPARE(fixture->label(), u"Uploading visual"_s);
     }
-    QCOMPARE(rig->finished->size(), 0);
+    QCOMPARE(fixture->finished->size(), 0);
 }
 
 void tst_UploadTask::whenAllIsSentTheServerImportsAndCancelIsDisabled()
 {
     start();
     QVERIFY(isImporting());
-    QVERIFY(rig->dialog()->isVisible());
-    QCOMPARE(rig->dialog()->progress(), 100);
-    QCOMPARE(rig->dialog()->maximum(), 100);
-    QCOMPARE(rig->dialog()->windowTitle(), u"Importing..."_s);
-    QCOMPARE(rig->label(), u"Importing visual"_s);
-    QVERIFY(!cancelButton(*rig->dialog())->isEnabled());
-    pressCancel(*rig->dialog());
-    QVERIFY(rig->dialog()->isVisible());
-    QCOMPARE(rig->finished->size(), 0);
+    QVERIFY(fixture->dialog()->isVisible());
+    QCOMPARE(fixture->dialog()->progress(), 100);
+    QCOMPARE(fixture->dialog()->maximum(), 100);
+    QCOMPARE(fixture->dialog()->windowTitle(), u"Importing..."_s);
+    QCOMPARE(fixture->label(), u"Importing visual"_s);
+    QVERIFY(!cancelButton(*fixture->dialog())->isEnabled());
+    pressCancel(*fixture->dialog());
+    QVERIFY(fixture->dialog()->isVisible());
+    QCOMPARE(fixture->finished->size(), 0);
 }
 
 void tst_UploadTask::theResultEndsTheTask()
@@ -125,22 +128,22 @@ void tst_UploadTask::theResultEndsTheTask()
     QVERIFY(body.contains("name=\"folderIdx\"\r\n\r\n3\r\n"));
     QVERIFY(body.contains("name=\"visualIdx\"\r\n\r\n17\r\n"));
     QVERIFY(body.contains("filename=\"sunset.png\"\r\n\r\nFILE BYTES\r\n"));
-    uploads().constFirst().answer(TaskRig::success);
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QCOMPARE(rig->finished->first().first().value<TaskBase *>(), rig->task.get());
-    QVERIFY(!rig->dialog()->isVisible());
-    QCOMPARE(rig->dialog()->result(), int(QDialog::Accepted));
-    QVERIFY(!rig->task->hasErrors());
-    QCOMPARE(rig->task->errorDetails(), QStringList());
+    uploads().constFirst().answer(TaskFixture::success);
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    QCOMPARE(fixture->finished->first().first().value<TaskBase *>(), fixture->task.get());
+    QVERIFY(!fixture->dialog()->isVisible());
+    QCOMPARE(fixture->dialog()->result(), int(QDialog::Accepted));
+    QVERIFY(!fixture->task->hasErrors());
+    QCOMPARE(fixture->task->errorDetails(), QStringList());
 }
 
 void tst_UploadTask::aResultBeforeTheLastPercentEndsTheTask()
 {
-    rig->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
-    emit rig->service.uploadedFileProgress(rig->server.uuid, 40);
-    emit rig->service.uploadedFileFinished(rig->server.uuid);
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->dialog()->isVisible());
+    fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
+    emit fixture->service.uploadedFileProgress(fixture->server.uuid, 40);
+    emit fixture->service.uploadedFileFinished(fixture->server.uuid);
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->dialog()->isVisible());
 }
 
 void tst_UploadTask::resultCodes()
@@ -150,13 +153,13 @@ void tst_UploadTask::resultCodes()
     start();
     QVERIFY(isImporting());
     uploads().constFirst().answer(result);
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->dialog()->isVisible());
-    QCOMPARE(rig->dialog()->result(), int(QDialog::Accepted));
-    QVERIFY(rig->task->hasErrors());
-    QCOMPARE(rig->task->errorMessage(), u"Visual could not be uploaded"_s);
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->dialog()->isVisible());
+    QCOMPARE(fixture->dialog()->result(), int(QDialog::Accepted));
+    QVERIFY(fixture->task->hasErrors());
+    QCOMPARE(fixture->task->errorMessage(), u"Visual could not be uploaded"_s);
     QCOMPARE(
-        rig->task->errorDetails(),
+        fixture->task->errorDetails(),
         QStringList{u"Upload for visual 017 in folder 003 to server \"Stage left\" failed: "_s +
                     text + u'.'});
 }
@@ -165,11 +168,11 @@ void tst_UploadTask::aNetworkFailureIsAFailure()
 {
     start();
     QVERIFY(isImporting());
-    uploads().constFirst().answer(TaskRig::success, {}, "404 Nothing");
-    EVENTUALLY_COMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->dialog()->isVisible());
+    uploads().constFirst().answer(TaskFixture::success, {}, "404 Nothing");
+    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->dialog()->isVisible());
     QCOMPARE(
-        rig->task->errorDetails(),
+        fixture->task->errorDetails(),
         QStringList{u"Upload for visual 017 in folder 003 to server \"Stage left\" failed: "
                     "Error transferring http://" LOOPBACK(1) ":4567/brenvoka/upload.html - server "
                                                              "replied: Nothing."_s});
@@ -177,10 +180,10 @@ void tst_UploadTask::aNetworkFailureIsAFailure()
 
 void tst_UploadTask::namesInErrorLinesAreTakenLiterally()
 {
-    rig->model.setServerName(rig->server.uuid, u"%4\n%1"_s);
-    rig->start<UploadTask>(0, 255, directory.filePath(u"missing"_s));
-    emit rig->service.uploadedFileError(rig->server.uuid, u"%2\n%%%"_s.repeated(1000));
-    QCOMPARE(rig->task->errorDetails(),
+    fixture->model.setServerName(fixture->server.uuid, u"%4\n%1"_s);
+    fixture->start<UploadTask>(0, 255, directory.filePath(u"missing"_s));
+    emit fixture->service.uploadedFileError(fixture->server.uuid, u"%2\n%%%"_s.repeated(1000));
+    QCOMPARE(fixture->task->errorDetails(),
              QStringList{u"Upload for visual 255 in folder 000 to server \"%4 %1\" failed: "_s +
                          u"%2\n%%%"_s.repeated(1000).left(4096) + u"…."_s});
 }
@@ -188,68 +191,68 @@ void tst_UploadTask::namesInErrorLinesAreTakenLiterally()
 void tst_UploadTask::aVanishedServerIsNamedByNothing()
 {
     start();
-    emit rig->service.uploadedFileError(rig->server.uuid, u"no"_s);
-    QVERIFY(rig->model.removeServer(rig->server.uuid));
-    QCOMPARE(rig->task->errorDetails(),
+    emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
+    QVERIFY(fixture->model.removeServer(fixture->server.uuid));
+    QCOMPARE(fixture->task->errorDetails(),
              QStringList{u"Upload for visual 017 in folder 003 to server \"\" failed: no."_s});
 }
 
 void tst_UploadTask::aCancelEndsTheRequestAndShowsNoError()
 {
-    QSignalSpy progress(&rig->service, &ServerConnectionService::uploadedFileProgress);
-    rig->server.wire.setReading(false);
+    QSignalSpy progress(&fixture->service, &ServerConnectionService::uploadedFileProgress);
+    fixture->server.wire.setReading(false);
     start(QByteArray(64 << 20, 'x'));
     QVERIFY(progress.wait(patience));
-    QVERIFY(!rig->dialog()->isFinished());
-    pressCancel(*rig->dialog());
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->dialog()->isVisible());
-    QVERIFY(!rig->task->hasErrors());
+    QVERIFY(!fixture->dialog()->isFinished());
+    pressCancel(*fixture->dialog());
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->dialog()->isVisible());
+    QVERIFY(!fixture->task->hasErrors());
     // Only the stream stays open, and the file did not arrive.
-    rig->server.wire.setReading(true);
-    EVENTUALLY_COMPARE(rig->server.wire.openConnections(), 1);
+    fixture->server.wire.setReading(true);
+    EVENTUALLY_COMPARE(fixture->server.wire.openConnections(), 1);
     QCOMPARE(uploads().size(), 0);
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->task->hasErrors());
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->task->hasErrors());
 }
 
 void tst_UploadTask::aCancelClearsAFailure()
 {
     start();
-    emit rig->service.uploadedFileError(rig->server.uuid, u"no"_s);
-    QVERIFY(rig->task->hasErrors());
-    rig->dialog()->reject();
-    QCOMPARE(rig->finished->size(), 2);
-    QVERIFY(!rig->task->hasErrors());
-    QCOMPARE(rig->task->errorDetails(), QStringList());
+    emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
+    QVERIFY(fixture->task->hasErrors());
+    fixture->dialog()->reject();
+    QCOMPARE(fixture->finished->size(), 2);
+    QVERIFY(!fixture->task->hasErrors());
+    QCOMPARE(fixture->task->errorDetails(), QStringList());
 }
 
 void tst_UploadTask::escapeCancelsAlsoWhileTheServerImports()
 {
     start();
     QVERIFY(isImporting());
-    QTest::keyClick(rig->dialog(), Qt::Key_Escape);
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->dialog()->isVisible());
-    QVERIFY(!rig->task->hasErrors());
+    QTest::keyClick(fixture->dialog(), Qt::Key_Escape);
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->dialog()->isVisible());
+    QVERIFY(!fixture->task->hasErrors());
     EVENTUALLY(!uploads().constFirst().isOpen());
 }
 
 void tst_UploadTask::aVanishedFileLeavesTheDialogLiveAtZeroPercent()
 {
     const QString path = directory.filePath(u"gone.png"_s);
-    rig->start<UploadTask>(3, 17, path);
-    QVERIFY(rig->settle());
+    fixture->start<UploadTask>(3, 17, path);
+    QVERIFY(fixture->settle());
     QCOMPARE(uploads().size(), 0);
-    QCOMPARE(rig->finished->size(), 0);
-    QVERIFY(rig->dialog()->isVisible());
-    QCOMPARE(rig->dialog()->progress(), 0);
-    QCOMPARE(rig->dialog()->windowTitle(), u"Uploading..."_s);
-    QVERIFY(cancelButton(*rig->dialog())->isEnabled());
-    pressCancel(*rig->dialog());
-    QCOMPARE(rig->finished->size(), 1);
-    QVERIFY(!rig->dialog()->isVisible());
-    QVERIFY(!rig->task->hasErrors());
+    QCOMPARE(fixture->finished->size(), 0);
+    QVERIFY(fixture->dialog()->isVisible());
+    QCOMPARE(fixture->dialog()->progress(), 0);
+    QCOMPARE(fixture->dialog()->windowTitle(), u"Uploading..."_s);
+    QVERIFY(cancelButton(*fixture->dialog())->isEnabled());
+    pressCancel(*fixture->dialog());
+    QCOMPARE(fixture->finished->size(), 1);
+    QVERIFY(!fixture->dialog()->isVisible());
+    QVERIFY(!fixture->task->hasErrors());
 
     // The server takes the next upload.
     start();
@@ -259,19 +262,20 @@ void tst_UploadTask::aVanishedFileLeavesTheDialogLiveAtZeroPercent()
 void tst_UploadTask::abortLeavesNothingToShow()
 {
     start();
-    emit rig->service.uploadedFileError(rig->server.uuid, u"no"_s);
-    rig->dialog()->show();
-    QVERIFY(rig->task->hasErrors());
-    rig->task->abort();
-    QCOMPARE(rig->finished->size(), 2);
-    QVERIFY(!rig->dialog()->isVisible());
-    QVERIFY(!rig->task->hasErrors());
-    QCOMPARE(rig->task->errorDetails(), QStringList());
+    emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
+    fixture->dialog()->show();
+    QVERIFY(fixture->task->hasErrors());
+    fixture->task->abort();
+    QCOMPARE(fixture->finished->size(), 2);
+    QVERIFY(!fixture->dialog()->isVisible());
+    QVERIFY(!fixture->task->hasErrors());
+    QCOMPARE(fixture->task->errorDetails(), QStringList());
 }
 
 void tst_UploadTask::abortBeforeTheStartEndsTheTask()
 {
-    UploadTask task(&rig->model, nullptr, &rig->service, rig->server.uuid, 3, 17, u"x"_s);
+    UploadTask task(&fixture->model, nullptr, &fixture->service, fixture->server.uuid, 3, 17,
+                    u"x"_s);
     const QSignalSpy finished(&task, &TaskBase::taskFinished);
     task.abort();
     QCOMPARE(finished.size(), 1);
@@ -282,25 +286,25 @@ void tst_UploadTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
     start();
     QVERIFY(isImporting());
     ScriptedServer other(loopback(2));
-    QVERIFY(rig->connectTo(other, u"Stage right"_s));
-    rig->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
+    QVERIFY(fixture->connectTo(other, u"Stage right"_s));
+    fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
     const QString file = directory.filePath(u"sunset.png"_s);
     LogCapture log;
-    QSignalSpy progress(&rig->service, &ServerConnectionService::uploadedFileProgress);
-    QSignalSpy sent(&rig->service, &ServerConnectionService::uploadedFileFinished);
-    other.wire.answer(upload, TaskRig::success);
-    rig->service.requestUpload(other.uuid, 3, 17, file);
+    QSignalSpy progress(&fixture->service, &ServerConnectionService::uploadedFileProgress);
+    QSignalSpy sent(&fixture->service, &ServerConnectionService::uploadedFileFinished);
+    other.wire.answer(upload, TaskFixture::success);
+    fixture->service.requestUpload(other.uuid, 3, 17, file);
     QVERIFY(sent.wait(patience));
-    QSignalSpy refused(&rig->service, &ServerConnectionService::uploadedFileError);
-    other.wire.answer(upload, TaskRig::inUse);
-    rig->service.requestUpload(other.uuid, 3, 17, file);
+    QSignalSpy refused(&fixture->service, &ServerConnectionService::uploadedFileError);
+    other.wire.answer(upload, TaskFixture::inUse);
+    fixture->service.requestUpload(other.uuid, 3, 17, file);
     QVERIFY(refused.wait(patience));
     QVERIFY(progress.size() > 0);
-    QCOMPARE(rig->dialog()->progress(), 0);
-    QCOMPARE(rig->label(), u"Uploading visual"_s);
-    QVERIFY(rig->dialog()->isVisible());
-    QCOMPARE(rig->finished->size(), 0);
-    QVERIFY(!rig->task->hasErrors());
+    QCOMPARE(fixture->dialog()->progress(), 0);
+    QCOMPARE(fixture->label(), u"Uploading visual"_s);
+    QVERIFY(fixture->dialog()->isVisible());
+    QCOMPARE(fixture->finished->size(), 0);
+    QVERIFY(!fixture->task->hasErrors());
     QCOMPARE(log.texts().count(u"Invalid server id in notification "_s + other.uuid.toString()),
              progress.size() + 2);
 }
@@ -309,14 +313,14 @@ void tst_UploadTask::deletionTakesDialogAndConnectionsAlong()
 {
     start();
     QVERIFY(isImporting());
-    const QPointer<BVProgressDialog> dialog = rig->dialog();
-    rig->task.reset();
+    const QPointer<BVProgressDialog> dialog = fixture->dialog();
+    fixture->task.reset();
     QVERIFY(!dialog);
     // The request is left alone.
-    QSignalSpy sent(&rig->service, &ServerConnectionService::uploadedFileFinished);
-    uploads().constFirst().answer(TaskRig::success);
+    QSignalSpy sent(&fixture->service, &ServerConnectionService::uploadedFileFinished);
+    uploads().constFirst().answer(TaskFixture::success);
     QVERIFY(sent.wait(patience));
-    QCOMPARE(rig->finished->size(), 0);
+    QCOMPARE(fixture->finished->size(), 0);
 }
 
 QTEST_MAIN(tst_UploadTask)

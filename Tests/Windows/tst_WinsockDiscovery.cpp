@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Check.h"
-#include "OpenSocket.h"
+#include "DiscoverySocketFixture.h"
 
 #include <ws2tcpip.h>
 
@@ -83,7 +83,7 @@ bool pollNext(Discovery::DiscoverySocket &socket)
 
 void openFailsWithoutWinsock()
 {
-    const OpenSocket socket;
+    const DiscoverySocketFixture socket;
     CHECK(socket.lastError == -1);
     CHECK(socket.lastSocketError == WSANOTINITIALISED);
     CHECK(socket.socket == 0);
@@ -91,7 +91,7 @@ void openFailsWithoutWinsock()
 
 void opensOnPort3001OfEveryInterface()
 {
-    const OpenSocket socket;
+    const DiscoverySocketFixture socket;
     CHECK(socket.lastError == 0);
     CHECK(socket.lastSocketError == 0);
     CHECK(socket.socket > 0);
@@ -105,8 +105,8 @@ void opensOnPort3001OfEveryInterface()
 
 void twoSocketsShareThePort()
 {
-    const OpenSocket first;
-    const OpenSocket second;
+    const DiscoverySocketFixture first;
+    const DiscoverySocketFixture second;
     CHECK(second.lastError == 0);
     CHECK(second.socket > 0);
 }
@@ -115,7 +115,7 @@ void twoSocketsShareThePort()
 void exclusivelyUsedPortIsAnErrorAndLeavesTheSocketOpen()
 {
     const Sender exclusive("0.0.0.0", Discovery::port);
-    const OpenSocket socket;
+    const DiscoverySocketFixture socket;
     CHECK(socket.lastError == -2);
     CHECK(socket.lastSocketError == WSAEACCES || socket.lastSocketError == WSAEADDRINUSE);
     CHECK(socket.socket > 0);
@@ -123,7 +123,7 @@ void exclusivelyUsedPortIsAnErrorAndLeavesTheSocketOpen()
 
 void emptySocketLeavesTheErrorUntouched()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     CHECK(!Discovery::poll(socket));
     CHECK(socket.lastError == 0);
     socket.lastError = -42;
@@ -136,7 +136,7 @@ void emptySocketLeavesTheErrorUntouched()
 
 void announcementIsReadCompletely()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Sender sender;
     sender.send(announcement("B\xC3\xBChne"));
     CHECK(pollNext(socket));
@@ -158,7 +158,7 @@ void announcementIsReadCompletely()
 // other loopback address.
 void pollEndsWithTheLastOrAForeignDatagram()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Sender first;
     const Sender second;
     first.send(announcement());
@@ -183,7 +183,7 @@ void pollEndsWithTheLastOrAForeignDatagram()
 
 void datagramOf(std::size_t size, int error)
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const Sender sender;
     sender.send(announcement() + std::string(size - 128, '\0'));
     CHECK(pollNext(socket) == (error == 0));
@@ -208,7 +208,7 @@ void oversizedDatagramIsAnError()
 
 void closedSocketRecordsAnErrorEachTime()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     const int handle = socket.socket;
     Discovery::close(socket);
     CHECK(socket.socket == 0);
@@ -223,7 +223,7 @@ void closedSocketRecordsAnErrorEachTime()
 
 void brokenSocketRecordsTheSystemsError()
 {
-    OpenSocket socket;
+    DiscoverySocketFixture socket;
     closesocket(static_cast<SOCKET>(socket.socket));
     CHECK(!Discovery::poll(socket));
     CHECK(socket.lastError == -3);

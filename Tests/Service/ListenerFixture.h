@@ -18,10 +18,10 @@ inline const QByteArray mask16("\0\0\xff\xff", 4);
 
 /// A service whose ticks are driven by hand, and what it told in order. The event loop does not
 /// run meanwhile, so its own timer stays silent.
-class Listener final
+class ListenerFixture final
 {
 public:
-    Listener()
+    ListenerFixture()
     {
         QObject::connect(&service, &ServerListenerService::addServer, &service,
                          [this](const QUuid &uuid, const QHostAddress &address, int netmask,

@@ -144,11 +144,11 @@ private:
 };
 
 /// A server and a handler that is connected to it.
-class HandlerRig
+class HandlerFixture
 {
 public:
     /// `address` is the server's, such as `loopback(1)`.
-    explicit HandlerRig(const QString &address)
+    explicit HandlerFixture(const QString &address)
         : server(address)
     {
         server.on(notifierPath,

@@ -18,9 +18,6 @@
 
 #include <memory>
 
-/// What the tests of the thumbnails share.
-namespace ThumbnailTestKit {
-
 /// What the path of every thumbnail begins with.
 inline const QByteArray thumbnails = "/brenvoka/thumbnails/";
 
@@ -62,10 +59,10 @@ inline MediaFolder folderOf(const Visuals &visuals)
     return folder;
 }
 
-/// One service and everything that it says.
-struct Listener
+/// One service, with its signals recorded.
+struct ThumbnailLoader
 {
-    explicit Listener(QNetworkAccessManager *manager)
+    explicit ThumbnailLoader(QNetworkAccessManager *manager)
         : service({128, 96}, manager)
     {
         PictureMemory::keep();
@@ -86,7 +83,7 @@ struct Listener
 };
 
 /// A service, and the server that it loads from. Each test function starts them and stops them.
-class Fixture : public QObject
+class ThumbnailFixture : public QObject
 {
 protected:
     void start(const QString &address)
@@ -96,22 +93,20 @@ protected:
         peer = std::make_unique<WireServer>(address);
         manager = std::make_unique<QNetworkAccessManager>();
         manager->setProxy(QNetworkProxy::NoProxy);
-        a = std::make_unique<Listener>(manager.get());
+        loader = std::make_unique<ThumbnailLoader>(manager.get());
     }
     void stop()
     {
-        a.reset();
+        loader.reset();
         manager.reset();
         peer.reset();
     }
-    void load(Listener &listener, const Visuals &visuals, int index = 0)
+    void load(ThumbnailLoader &listener, const Visuals &visuals, int index = 0)
     {
         listener.service.loadThumbnails(folderOf(visuals), index, peer->address());
     }
 
     std::unique_ptr<WireServer> peer;
     std::unique_ptr<QNetworkAccessManager> manager;
-    std::unique_ptr<Listener> a;
+    std::unique_ptr<ThumbnailLoader> loader;
 };
-
-} // namespace ThumbnailTestKit

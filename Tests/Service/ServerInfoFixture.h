@@ -18,9 +18,9 @@ inline const QByteArray versionHeader = "X-BVProtocolVersion: 281474976710656\r\
 } // namespace LibraryWire
 
 /// A service with an empty cache, a peer for it to ask, and what both hear.
-struct ServerInfoRig
+struct ServerInfoFixture
 {
-    explicit ServerInfoRig(const QString &address)
+    explicit ServerInfoFixture(const QString &address)
         : peer(address)
     {
     }

@@ -6,16 +6,16 @@
 #include "Discovery/DiscoverySocket.h"
 
 /// An open discovery socket that is closed again. Without Qt, for the tests under Windows as well.
-struct OpenSocket : Discovery::DiscoverySocket
+struct DiscoverySocketFixture : Discovery::DiscoverySocket
 {
-    OpenSocket()
+    DiscoverySocketFixture()
         : Discovery::DiscoverySocket{}
     {
         Discovery::init(*this);
         Discovery::open(*this);
         Discovery::resetTable(*this);
     }
-    ~OpenSocket() { Discovery::close(*this); }
-    OpenSocket(const OpenSocket &) = delete;
-    OpenSocket &operator=(const OpenSocket &) = delete;
+    ~DiscoverySocketFixture() { Discovery::close(*this); }
+    DiscoverySocketFixture(const DiscoverySocketFixture &) = delete;
+    DiscoverySocketFixture &operator=(const DiscoverySocketFixture &) = delete;
 };

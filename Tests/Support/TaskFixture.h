@@ -16,10 +16,10 @@
 #include <memory>
 
 /// A connected server that the test plays, and one task on it without a window.
-class TaskRig final
+class TaskFixture final
 {
 public:
-    explicit TaskRig(const QString &ip)
+    explicit TaskFixture(const QString &ip)
         : server(ip)
     {
     }
@@ -96,7 +96,7 @@ inline void addResultRows()
     const auto row = [](const char *name, const char *result, const char *text) {
         QTest::newRow(name) << QByteArray(result) << QString::fromUtf8(text);
     };
-    row("1", TaskRig::inUse, "Visual is in use");
+    row("1", TaskFixture::inUse, "Visual is in use");
     row("2", R"({"msg_type":7,"RESULT":2})", "Unknown failure");
     row("3", R"({"msg_type":7,"RESULT":3,"ERROR":"No %1 space"})", "No %1 space");
     row("3 without a text", R"({"msg_type":7,"RESULT":3})", "");

@@ -21,10 +21,10 @@
 
 /// A source that the model knows, a connected destination that the test plays, and one sync task
 /// without a window.
-class SyncRig final
+class SyncTaskFixture final
 {
 public:
-    explicit SyncRig(const QString &destinationIp)
+    explicit SyncTaskFixture(const QString &destinationIp)
         : destination(destinationIp)
     {
         addServer(sourceUuid, sourceAddress, QStringLiteral("Stage left"));

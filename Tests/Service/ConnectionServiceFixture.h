@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "Service/HandlerTesting.h"
+#include "Service/HandlerFixture.h"
 #include "Service/ServerConnectionService.h"
 
 #include <memory>
@@ -73,10 +73,10 @@ private:
 
 /// The service and two servers, of which the first may be connected under `firstId` and the second
 /// under `secondId`. The servers send the head of the stream by themselves.
-class ServiceRig
+class ConnectionServiceFixture
 {
 public:
-    ServiceRig()
+    ConnectionServiceFixture()
     {
         for (WireServer *server : {&first, &second}) {
             server->on(notifierPath,

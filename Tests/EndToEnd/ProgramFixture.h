@@ -41,10 +41,10 @@ public:
 };
 
 /// The private home in which a test runs the program.
-class ProgramHome final
+class ProgramFixture final
 {
 public:
-    ProgramHome()
+    ProgramFixture()
     {
         const QString runtime = path(QStringLiteral("runtime"));
         QDir().mkpath(runtime);
