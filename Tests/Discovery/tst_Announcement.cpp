@@ -28,15 +28,15 @@ class tst_Announcement final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void parsingTakesAnnouncementsOnly_data();
-    void parsingTakesAnnouncementsOnly();
-    void parsingJoinsTheHalvesOfTheUuid();
-    void payloadIsCopiedAsItStands();
+    void onlyAnnouncementsAreParsed_data();
+    void onlyAnnouncementsAreParsed();
+    void uuidIsJoinedFromItsHalves();
+    void payloadIsCopiedUnchanged();
     void nameEndsAtNulOrWithItsField_data();
     void nameEndsAtNulOrWithItsField();
 };
 
-void tst_Announcement::parsingTakesAnnouncementsOnly_data()
+void tst_Announcement::onlyAnnouncementsAreParsed_data()
 {
     QTest::addColumn<QByteArray>("datagram");
     QTest::addColumn<bool>("taken");
@@ -57,13 +57,13 @@ void tst_Announcement::parsingTakesAnnouncementsOnly_data()
     QTest::newRow("all bytes 0xFF") << QByteArray(128, '\xff') << false;
 }
 
-void tst_Announcement::parsingTakesAnnouncementsOnly()
+void tst_Announcement::onlyAnnouncementsAreParsed()
 {
     QFETCH(const QByteArray, datagram);
     QTEST(Discovery::parse(bytes(datagram), {}).has_value(), "taken");
 }
 
-void tst_Announcement::parsingJoinsTheHalvesOfTheUuid()
+void tst_Announcement::uuidIsJoinedFromItsHalves()
 {
     QByteArray datagram(128, '\0');
     for (int i = 0; i < 128; ++i)
@@ -82,7 +82,7 @@ void tst_Announcement::parsingJoinsTheHalvesOfTheUuid()
     QVERIFY(server->seen);
 }
 
-void tst_Announcement::payloadIsCopiedAsItStands()
+void tst_Announcement::payloadIsCopiedUnchanged()
 {
     QByteArray datagram = announcement({});
     for (int i = 32; i < 128; ++i)

@@ -21,9 +21,9 @@ class tst_DiscoverySocket final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void initZeroesEverythingButTheTable();
+    void initClearsEverythingButTheTable();
     void openBindsToPort3001OfEveryInterface();
-    void openDoesNotWaitAndIsNotInherited();
+    void socketDoesNotBlockAndIsNotInherited();
     void twoSocketsShareThePort();
     void neverUsesDescriptorZero();
 
@@ -34,7 +34,7 @@ private slots:
     void oversizedDatagramIsAnError();
 };
 
-void tst_DiscoverySocket::initZeroesEverythingButTheTable()
+void tst_DiscoverySocket::initClearsEverythingButTheTable()
 {
     Discovery::DiscoverySocket socket{};
     socket.socket = socket.lastError = socket.lastSocketError = 9;
@@ -65,7 +65,7 @@ void tst_DiscoverySocket::openBindsToPort3001OfEveryInterface()
     QCOMPARE(ntohl(actual.sin_addr.s_addr), 0U);
 }
 
-void tst_DiscoverySocket::openDoesNotWaitAndIsNotInherited()
+void tst_DiscoverySocket::socketDoesNotBlockAndIsNotInherited()
 {
     const DiscoverySocketFixture socket;
     QVERIFY(fcntl(socket.socket, F_GETFL) & O_NONBLOCK);

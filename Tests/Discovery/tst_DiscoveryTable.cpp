@@ -37,19 +37,19 @@ private slots:
     void init() { failOnAnyWarning(); }
 
     void announcementFillsOneEntry();
-    void shortDatagramIsCountedAndNotTaken_data();
-    void shortDatagramIsCountedAndNotTaken();
-    void otherTypeIsCountedAndEndsTheDraining();
+    void shortDatagramIsCountedAndIgnored_data();
+    void shortDatagramIsCountedAndIgnored();
+    void otherTypeIsCountedAndEndsThePoll();
     void firstAnnouncementOfAnAddressWins();
-    void portOfTheSenderDoesNotCount();
-    void eleventhSenderIsDroppedAndHeardLater();
+    void senderPortIsIgnored();
+    void eleventhSenderIsDroppedAndReceivedLater();
     void countsSurviveAReset();
-    void countsStartFromBelowWhenTheyAreFull();
+    void fullCountsWrapAround();
     void everyPollClearsTheSeenFlags();
     void listsNames();
     void findsByExactName();
-    void negativeCountIsGivenAsNone();
-    void newEntriesAreToldOnStandardOutput();
+    void negativeCountIsReportedAsZero();
+    void newEntriesArePrinted();
 };
 
 void tst_DiscoveryTable::announcementFillsOneEntry()
@@ -73,14 +73,14 @@ void tst_DiscoveryTable::announcementFillsOneEntry()
     QVERIFY(!Discovery::poll(socket));
 }
 
-void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken_data()
+void tst_DiscoveryTable::shortDatagramIsCountedAndIgnored_data()
 {
     QTest::addColumn<int>("size");
     for (const int size : {0, 1, 4, 127})
         QTest::addRow("%d bytes", size) << size;
 }
 
-void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken()
+void tst_DiscoveryTable::shortDatagramIsCountedAndIgnored()
 {
     QFETCH(const int, size);
     DiscoverySocketFixture socket;
@@ -92,7 +92,7 @@ void tst_DiscoveryTable::shortDatagramIsCountedAndNotTaken()
     QCOMPARE(socket.lastError, 0);
 }
 
-void tst_DiscoveryTable::otherTypeIsCountedAndEndsTheDraining()
+void tst_DiscoveryTable::otherTypeIsCountedAndEndsThePoll()
 {
     DiscoverySocketFixture socket;
     const Announcer first(loopback(1));
@@ -119,7 +119,7 @@ void tst_DiscoveryTable::firstAnnouncementOfAnAddressWins()
     QCOMPARE(socket.servers[0].netmask, 0x00FFFFFFU);
 }
 
-void tst_DiscoveryTable::portOfTheSenderDoesNotCount()
+void tst_DiscoveryTable::senderPortIsIgnored()
 {
     DiscoverySocketFixture socket;
     const Announcer first(loopback(1));
@@ -132,7 +132,7 @@ void tst_DiscoveryTable::portOfTheSenderDoesNotCount()
     QCOMPARE(ntohs(socket.servers[0].source.sin_port), first.port());
 }
 
-void tst_DiscoveryTable::eleventhSenderIsDroppedAndHeardLater()
+void tst_DiscoveryTable::eleventhSenderIsDroppedAndReceivedLater()
 {
     DiscoverySocketFixture socket;
     for (int i = 1; i <= 11; ++i)
@@ -162,7 +162,7 @@ void tst_DiscoveryTable::countsSurviveAReset()
     }
 }
 
-void tst_DiscoveryTable::countsStartFromBelowWhenTheyAreFull()
+void tst_DiscoveryTable::fullCountsWrapAround()
 {
     constexpr auto full = std::numeric_limits<std::int32_t>::max();
     constexpr auto lowest = std::numeric_limits<std::int32_t>::min();
@@ -223,7 +223,7 @@ void tst_DiscoveryTable::findsByExactName()
     QCOMPARE(Discovery::findByName(socket, ""), nullptr);
 }
 
-void tst_DiscoveryTable::negativeCountIsGivenAsNone()
+void tst_DiscoveryTable::negativeCountIsReportedAsZero()
 {
     Discovery::DiscoverySocket socket{};
     socket.serverCount = -3;
@@ -234,7 +234,7 @@ void tst_DiscoveryTable::negativeCountIsGivenAsNone()
     QCOMPARE(table, socket.servers.data());
 }
 
-void tst_DiscoveryTable::newEntriesAreToldOnStandardOutput()
+void tst_DiscoveryTable::newEntriesArePrinted()
 {
     DiscoverySocketFixture socket;
     const Announcer first(loopback(1));

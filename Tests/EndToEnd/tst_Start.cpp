@@ -54,7 +54,7 @@ private slots:
     void killedProgramWritesNothingAndStartsAgainAtOnce();
     void runsWithoutALog_data();
     void runsWithoutALog();
-    void logGoesToTheTemporaryDirectoryWhereThereIsNoOther();
+    void logIsInTheTemporaryDirectoryWithoutAnother();
     void runsWithoutALogWhereThereIsNoDirectoryAtAll();
     void closingTheWindowWritesTheSettings_data();
     void closingTheWindowWritesTheSettings();
@@ -158,7 +158,7 @@ void tst_Start::runsWithoutALog()
         QVERIFY2(!file.contains("Brenvoka.log"_L1), qPrintable(file));
 }
 
-void tst_Start::logGoesToTheTemporaryDirectoryWhereThereIsNoOther()
+void tst_Start::logIsInTheTemporaryDirectoryWithoutAnother()
 {
     QVERIFY(QDir().mkpath(path(u"temporary"_s)));
     const Child child(programWithoutData, {}, withTemporaryDirectory(path(u"temporary"_s)));

@@ -58,7 +58,7 @@ private slots:
 
     void logWithoutAFileShowsTheTimeZone();
     void logWithAFileShowsTheSameLineAsTheFile();
-    void pipeStaysSilent();
+    void pipeGetsNoText();
     void terminalThatStopsDoesNotStopTheLog_data();
     void terminalThatStopsDoesNotStopTheLog();
 };
@@ -104,7 +104,7 @@ void tst_DebuggerSink::logWithAFileShowsTheSameLineAsTheFile()
     QCOMPARE(channel->readUntil("[Source:7] text\n"), content);
 }
 
-void tst_DebuggerSink::pipeStaysSilent()
+void tst_DebuggerSink::pipeGetsNoText()
 {
     const std::unique_ptr<Channel> channel = openPipe();
     QVERIFY(channel);

@@ -24,14 +24,14 @@ private slots:
     void firstStartCreatesTheHistoryAndMovesNothing();
     void lastLogBecomesNumber1();
     void eleventhStartDropsTheOldest();
-    void gapIsMovedAndNotClosed();
+    void gapMovesWithTheOtherNumbers();
     void number0IsMovedAndThenReplaced();
-    void otherFilesAreLeftAlone();
+    void otherFilesAreNotTouched();
     void extensionIsKeptInTheName_data();
     void extensionIsKeptInTheName();
-    void missingParentIsMade();
-    void historyThatCannotBeMadeLeavesTheLogAppended();
-    void renameThatFailsLeavesTheRest();
+    void missingParentIsCreated();
+    void withoutAHistoryTheLogIsAppended();
+    void failedRenameDoesNotStopTheOthers();
 
 private:
     void start() const;
@@ -127,7 +127,7 @@ void tst_LogHistory::eleventhStartDropsTheOldest()
     QCOMPARE(runs(u"Brenvoka.log"_s), QByteArrayList{runLine(11)});
 }
 
-void tst_LogHistory::gapIsMovedAndNotClosed()
+void tst_LogHistory::gapMovesWithTheOtherNumbers()
 {
     write(u"loghistory/Brenvoka.log.2"_s, "two");
     write(u"loghistory/Brenvoka.log.5"_s, "five");
@@ -152,7 +152,7 @@ void tst_LogHistory::number0IsMovedAndThenReplaced()
     QCOMPARE(read(u"loghistory/Brenvoka.log.1"_s), "last run"_ba);
 }
 
-void tst_LogHistory::otherFilesAreLeftAlone()
+void tst_LogHistory::otherFilesAreNotTouched()
 {
     write(u"loghistory/Brenvoka.log"_s, "a");
     write(u"loghistory/Brenvoka.log.10"_s, "b");
@@ -179,7 +179,7 @@ void tst_LogHistory::extensionIsKeptInTheName()
     QCOMPARE(history(), QStringList{name + u".1"_s});
 }
 
-void tst_LogHistory::missingParentIsMade()
+void tst_LogHistory::missingParentIsCreated()
 {
     {
         const Zor::Log log(directory->filePath(u"a/b/Brenvoka.log"_s).toStdString());
@@ -188,7 +188,7 @@ void tst_LogHistory::missingParentIsMade()
     QVERIFY(QFile::exists(directory->filePath(u"a/b/Brenvoka.log"_s)));
 }
 
-void tst_LogHistory::historyThatCannotBeMadeLeavesTheLogAppended()
+void tst_LogHistory::withoutAHistoryTheLogIsAppended()
 {
     write(u"loghistory"_s, "a file in the way");
     write(u"Brenvoka.log"_s, "last run\n");
@@ -202,7 +202,7 @@ void tst_LogHistory::historyThatCannotBeMadeLeavesTheLogAppended()
     QCOMPARE(read(u"loghistory"_s), "a file in the way"_ba);
 }
 
-void tst_LogHistory::renameThatFailsLeavesTheRest()
+void tst_LogHistory::failedRenameDoesNotStopTheOthers()
 {
     // A directory that is not empty can be replaced by nothing.
     write(u"loghistory/Brenvoka.log.9/inside"_s, "x");

@@ -19,7 +19,7 @@ private slots:
     void cleanup();
 
     void everyEntryHasItsLevel();
-    void unformattableTextIsAnErrorWhateverItWasToBe();
+    void unformattableTextIsLoggedAsAnError();
     void startIsInformation();
 
 private:
@@ -46,7 +46,7 @@ void tst_LogLevels::everyEntryHasItsLevel()
              (QStringList{u"debug: one"_s, u"info: two\\n"_s, u"error: "_s + QString(200, u'x')}));
 }
 
-void tst_LogLevels::unformattableTextIsAnErrorWhateverItWasToBe()
+void tst_LogLevels::unformattableTextIsLoggedAsAnError()
 {
     const std::wstring noCharacter(1, wchar_t(0xD800));
     ZOR_LOG(debug, "before %ls", noCharacter.c_str());

@@ -63,7 +63,7 @@ private slots:
 
     void callsWithoutALogAreDropped();
     void lineHasDateThreadSourceAndText();
-    void levelsAllArrive();
+    void allLevelsArrive();
     void textOfAnyLengthArrivesWhole_data();
     void textOfAnyLengthArrivesWhole();
     void formatsLikePrintf();
@@ -73,14 +73,14 @@ private slots:
     void sourceIsCutAfterTheLastBackslash();
     void controlCharactersAreEscaped_data();
     void controlCharactersAreEscaped();
-    void linesKeepTheirOrderBeyondTheQueue();
+    void lineOrderIsKeptBeyondTheQueueSize();
     void callerDoesNotWaitFor4096LinesInTheQueue();
-    void lineReachesTheFileWithoutAFollowingOne();
+    void lineIsWrittenWithoutAFollowingOne();
     void releaseWritesEverything();
     void copiedInstanceOutlivesRelease();
-    void oneWorkerAndNoOtherThread();
-    void sinksAreMadeBeforeTheWorker();
-    void startIsToldAsFromItsOwnSource();
+    void logHasOneWorkerThread();
+    void sinksAreCreatedBeforeTheWorker();
+    void startIsLoggedWithItsOwnSource();
     void unopenableFileThrowsAndKeepsTheEarlierLog();
 };
 
@@ -119,7 +119,7 @@ void tst_ZorLog::lineHasDateThreadSourceAndText()
     QCOMPARE(match.captured(2).toInt(), gettid());
 }
 
-void tst_ZorLog::levelsAllArrive()
+void tst_ZorLog::allLevelsArrive()
 {
     LogCapture capture;
     ZOR_LOG(debug, "one");
@@ -237,7 +237,7 @@ void tst_ZorLog::controlCharactersAreEscaped()
     QCOMPARE(capture.texts(), QStringList(line));
 }
 
-void tst_ZorLog::linesKeepTheirOrderBeyondTheQueue()
+void tst_ZorLog::lineOrderIsKeptBeyondTheQueueSize()
 {
     constexpr int count = 20000;
     LogCapture capture;
@@ -276,7 +276,7 @@ void tst_ZorLog::callerDoesNotWaitFor4096LinesInTheQueue()
     QVERIFY2(done, qPrintable(u"%1 lines"_s.arg(logged)));
 }
 
-void tst_ZorLog::lineReachesTheFileWithoutAFollowingOne()
+void tst_ZorLog::lineIsWrittenWithoutAFollowingOne()
 {
     LogCapture capture;
     ZOR_LOG(info, "alone");
@@ -306,7 +306,7 @@ void tst_ZorLog::copiedInstanceOutlivesRelease()
     QCOMPARE(rawLines(path).size(), 1);
 }
 
-void tst_ZorLog::oneWorkerAndNoOtherThread()
+void tst_ZorLog::logHasOneWorkerThread()
 {
     // The worker of an earlier log stays listed for a moment after it was joined.
     const QStringList before = threadsOfThisProcess();
@@ -318,7 +318,7 @@ void tst_ZorLog::oneWorkerAndNoOtherThread()
     QCOMPARE(added.size(), 1);
 }
 
-void tst_ZorLog::sinksAreMadeBeforeTheWorker()
+void tst_ZorLog::sinksAreCreatedBeforeTheWorker()
 {
     threadsAtTheSink.clear();
     const QStringList before = threadsOfThisProcess();
@@ -328,7 +328,7 @@ void tst_ZorLog::sinksAreMadeBeforeTheWorker()
         QVERIFY(before.contains(thread));
 }
 
-void tst_ZorLog::startIsToldAsFromItsOwnSource()
+void tst_ZorLog::startIsLoggedWithItsOwnSource()
 {
     const QStringList before = threadsOfThisProcess();
     LogCapture capture;

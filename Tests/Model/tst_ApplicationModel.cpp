@@ -31,23 +31,23 @@ private slots:
     void cleanup() { model.reset(); }
 
     void defaults();
-    void typesOfSignalsAreKnownByName_data();
-    void typesOfSignalsAreKnownByName();
+    void signalTypesAreRegistered_data();
+    void signalTypesAreRegistered();
     void upsertAppendsACopy();
-    void upsertReplacesTheWholeRecordInItsPlace();
-    void upsertTakesTheActiveConnectionOver();
+    void upsertReplacesTheWholeRecord();
+    void upsertReplacesTheActiveConnection();
     void nameIsSetOnAnyServer();
     void connectionIsAddedToAnyServer();
     void markConnectedSetsTheAddress();
     void markConnectedWithAnUnknownAddressStillConnects();
     void connectionIsRemovedFromConnectedServersOnly();
-    void serverIsRemovedWhateverItsState();
-    void unconnectedServerIsInvalidToLookups();
+    void serverIsRemovedInAnyState();
+    void lookupOfAnUnconnectedServerIsInvalid();
     void lookupByAddressFindsTheFirstConnected();
     void listsConnectedServersWithALibrary();
-    void namesAreThoseOfConnectedServers();
+    void namesListConnectedServersOnly();
     void frameRatesReachConnectedServersOnly();
-    void aServerLeavesFullScreen();
+    void serverLeavesFullScreen();
     void everyMatchIsMarkedAndTheFirstIsChanged();
     void unknownServersChangeNothing();
 
@@ -78,7 +78,7 @@ void tst_ApplicationModel::defaults()
     QCOMPARE(fresh.protocolInfo.featureList.to_ulong(), 1UL);
 }
 
-void tst_ApplicationModel::typesOfSignalsAreKnownByName_data()
+void tst_ApplicationModel::signalTypesAreRegistered_data()
 {
     QTest::addColumn<QMetaType>("type");
     QTest::newRow("ServerDeck") << QMetaType::fromType<ServerDeck>();
@@ -87,7 +87,7 @@ void tst_ApplicationModel::typesOfSignalsAreKnownByName_data()
         << QMetaType::fromType<QNetworkReply::NetworkError>();
 }
 
-void tst_ApplicationModel::typesOfSignalsAreKnownByName()
+void tst_ApplicationModel::signalTypesAreRegistered()
 {
     QFETCH(const QMetaType, type);
     QCOMPARE(QMetaType::fromName(QTest::currentDataTag()), type);
@@ -100,7 +100,7 @@ void tst_ApplicationModel::upsertAppendsACopy()
     QCOMPARE(hall().name, u"Hall"_s);
 }
 
-void tst_ApplicationModel::upsertReplacesTheWholeRecordInItsPlace()
+void tst_ApplicationModel::upsertReplacesTheWholeRecord()
 {
     model->markConnected(stageId, stageAddress);
     const Server *record = &stage();
@@ -117,7 +117,7 @@ void tst_ApplicationModel::upsertReplacesTheWholeRecordInItsPlace()
     QVERIFY(!stage().connected);
 }
 
-void tst_ApplicationModel::upsertTakesTheActiveConnectionOver()
+void tst_ApplicationModel::upsertReplacesTheActiveConnection()
 {
     model->addConnection(stageId, otherAddress, 16);
     model->markConnected(stageId, otherAddress);
@@ -172,7 +172,7 @@ void tst_ApplicationModel::connectionIsRemovedFromConnectedServersOnly()
     QCOMPARE(hall().connections.size(), 0);
 }
 
-void tst_ApplicationModel::serverIsRemovedWhateverItsState()
+void tst_ApplicationModel::serverIsRemovedInAnyState()
 {
     model->markConnected(stageId, stageAddress);
     QVERIFY(model->removeServer(stageId));
@@ -183,7 +183,7 @@ void tst_ApplicationModel::serverIsRemovedWhateverItsState()
     QVERIFY(model->servers.isEmpty());
 }
 
-void tst_ApplicationModel::unconnectedServerIsInvalidToLookups()
+void tst_ApplicationModel::lookupOfAnUnconnectedServerIsInvalid()
 {
     QCOMPARE(&model->connectedServer(stageId), &Server::invalid());
     QCOMPARE(&model->connectedServerByAddress(stageAddress), &Server::invalid());
@@ -222,7 +222,7 @@ void tst_ApplicationModel::listsConnectedServersWithALibrary()
     QCOMPARE(model->connectedServersWithLibrary(), QList<QUuid>{hallId});
 }
 
-void tst_ApplicationModel::namesAreThoseOfConnectedServers()
+void tst_ApplicationModel::namesListConnectedServersOnly()
 {
     using Names = QHash<QUuid, QString>;
     QCOMPARE(model->connectedServerNames(), Names());
@@ -247,7 +247,7 @@ void tst_ApplicationModel::frameRatesReachConnectedServersOnly()
     QVERIFY(!hall().hasFpsStats);
 }
 
-void tst_ApplicationModel::aServerLeavesFullScreen()
+void tst_ApplicationModel::serverLeavesFullScreen()
 {
     model->markConnected(stageId, stageAddress);
     model->setFpsStats(stageId, 1, 2, 3, true);

@@ -78,13 +78,13 @@ class tst_Library final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void documentOnTheWire();
+    void wireDocumentIsRead();
     void fileNumbers_data();
     void fileNumbers();
     void folderNumbers_data();
     void folderNumbers();
-    void folderHoldsUpTo256Files_data();
-    void folderHoldsUpTo256Files();
+    void folderHasUpTo256Files_data();
+    void folderHasUpTo256Files();
     void refusedDocuments_data();
     void refusedDocuments();
     void refusalChangesNothing_data();
@@ -99,13 +99,13 @@ private slots:
     void foldersKeepTheDocumentsOrder();
     void visualRefusalChangesNothing();
     void folderRefusalChangesNothing();
-    void recordsWriteWhatTheyRead();
-    void namesAreTakenAsTheyAre();
+    void writtenRecordsEqualReadOnes();
+    void namesAreNotChanged();
     void hashesAreFoundInAFolder();
     void visualsCompareByEveryField();
 };
 
-void tst_Library::documentOnTheWire()
+void tst_Library::wireDocumentIsRead()
 {
     QFile file(QStringLiteral(BRENVOKA_WIRE_DIR "/library.json"));
     QVERIFY(file.open(QIODevice::ReadOnly));
@@ -175,7 +175,7 @@ void tst_Library::folderNumbers()
     QCOMPARE(folder.slot, qMax(expected, 0));
 }
 
-void tst_Library::folderHoldsUpTo256Files_data()
+void tst_Library::folderHasUpTo256Files_data()
 {
     QTest::addColumn<int>("count");
     QTest::addColumn<bool>("valid");
@@ -183,7 +183,7 @@ void tst_Library::folderHoldsUpTo256Files_data()
     QTest::newRow("257") << 257 << false;
 }
 
-void tst_Library::folderHoldsUpTo256Files()
+void tst_Library::folderHasUpTo256Files()
 {
     QFETCH(const int, count);
     QFETCH(const bool, valid);
@@ -361,7 +361,7 @@ void tst_Library::folderRefusalChangesNothing()
     QCOMPARE(folder.files.size(), 1);
 }
 
-void tst_Library::recordsWriteWhatTheyRead()
+void tst_Library::writtenRecordsEqualReadOnes()
 {
     const QJsonArray sorted{with(fileObject(9), u"hash"_s, hashOf(1)),
                             with(fileObject(2), u"hash"_s, hashOf(2))};
@@ -371,7 +371,7 @@ void tst_Library::recordsWriteWhatTheyRead()
     QCOMPARE(folder.files.first().toJson(), sorted.first().toObject());
 }
 
-void tst_Library::namesAreTakenAsTheyAre()
+void tst_Library::namesAreNotChanged()
 {
     for (const QString &name : {u""_s, u"  017:\tSunset \n"_s, u"\u202EtesnuS"_s}) {
         MediaFolder folder;

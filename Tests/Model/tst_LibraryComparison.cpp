@@ -45,15 +45,15 @@ private slots:
     void slotsAreEqual();
     void namesAreEqual_data();
     void namesAreEqual();
-    void ofTwoWithOneNumberTheFirstCounts();
+    void firstOfTwoWithTheSameNumberCounts();
     void marksOfFolders_data();
     void marksOfFolders();
     void marksOfVisuals_data();
     void marksOfVisuals();
-    void aBankWithoutAServerShowsNoDifference();
-    void numbersThatNoLibraryHoldsAreFoundNowhere();
-    void aFolderOfOneServerDiffersAndSoDoItsVisuals();
-    void equalVisualsUnderAnotherNameDifferAsAFolderOnly();
+    void bankWithoutServerShowsNoDifference();
+    void unknownNumbersAreNotFound();
+    void folderOfOneServerDiffersWithItsVisuals();
+    void renamedFolderDiffersButItsVisualsDoNot();
 };
 
 void tst_LibraryComparison::slotIsEmpty_data()
@@ -134,7 +134,7 @@ void tst_LibraryComparison::namesAreEqual()
     QCOMPARE(folderNamesEqual(server(second), server(first), 3), equal);
 }
 
-void tst_LibraryComparison::ofTwoWithOneNumberTheFirstCounts()
+void tst_LibraryComparison::firstOfTwoWithTheSameNumberCounts()
 {
     const Server twice = server({folder(3, u"First"_s, {visual(1, u"a"_s), visual(1, u"b"_s)}),
                                  folder(3, u"Second"_s, {visual(2)})});
@@ -216,7 +216,7 @@ void tst_LibraryComparison::marksOfVisuals()
     QCOMPARE(differences(visualSameMarks(server(second), server(first), 3)), differing);
 }
 
-void tst_LibraryComparison::aBankWithoutAServerShowsNoDifference()
+void tst_LibraryComparison::bankWithoutServerShowsNoDifference()
 {
     const Server filled = server({folder(3, u"Three"_s, {visual(7)})});
     for (const auto &[first, second] : {std::pair(filled, Server()), std::pair(Server(), filled),
@@ -232,7 +232,7 @@ void tst_LibraryComparison::aBankWithoutAServerShowsNoDifference()
     }
 }
 
-void tst_LibraryComparison::numbersThatNoLibraryHoldsAreFoundNowhere()
+void tst_LibraryComparison::unknownNumbersAreNotFound()
 {
     const Server first = server({folder(3, u"Three"_s, {visual(7)})});
     const Server second = server({folder(3, u"Drei"_s)});
@@ -250,7 +250,7 @@ void tst_LibraryComparison::numbersThatNoLibraryHoldsAreFoundNowhere()
     }
 }
 
-void tst_LibraryComparison::aFolderOfOneServerDiffersAndSoDoItsVisuals()
+void tst_LibraryComparison::folderOfOneServerDiffersWithItsVisuals()
 {
     const Server first = server({folder(7, u"Seven"_s, {visual(1), visual(2)})});
     const Server second = server({});
@@ -258,7 +258,7 @@ void tst_LibraryComparison::aFolderOfOneServerDiffersAndSoDoItsVisuals()
     QCOMPARE(differences(visualSameMarks(first, second, 7)), (QList<int>{1, 2}));
 }
 
-void tst_LibraryComparison::equalVisualsUnderAnotherNameDifferAsAFolderOnly()
+void tst_LibraryComparison::renamedFolderDiffersButItsVisualsDoNot()
 {
     const Server first = server({folder(7, u"Seven"_s, {visual(1)})});
     const Server second = server({folder(7, u"Sieben"_s, {visual(1)})});

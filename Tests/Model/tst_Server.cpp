@@ -43,19 +43,19 @@ private slots:
 
     void defaults();
     void constructedFromAnAnnouncement();
-    void invalidServerIsOne();
-    void folderOutsideTheLibraryIsADefaultOne();
+    void invalidServerIsASingleInstance();
+    void folderOutsideTheLibraryIsDefault();
     void folderIsACopy();
     void findsSlots();
     void findsTheFoldersOfAllSlots();
     void findsHashesInAnyFolder();
-    void addedConnectionsGoToTheEndAndMayRepeat();
-    void removesTheFirstThatMatchesInBoth();
+    void addedConnectionsAreAppendedAndMayRepeat();
+    void removesTheFirstWithAddressAndNetmask();
     void wrongNetmaskRemovesNothing();
-    void removalLeavesTheActiveNumber();
+    void removalKeepsTheActiveNumber();
     void activeNumberPastTheEndGivesANullAddress();
-    void unknownAddressIsNotMadeActive();
-    void firstConnectionOfAnAddressIsMadeActive();
+    void unknownAddressDoesNotBecomeActive();
+    void firstConnectionWithAnAddressBecomesActive();
     void commonSubnets_data();
     void commonSubnets();
 };
@@ -98,13 +98,13 @@ void tst_Server::constructedFromAnAnnouncement()
     QVERIFY(server.folders.isEmpty());
 }
 
-void tst_Server::invalidServerIsOne()
+void tst_Server::invalidServerIsASingleInstance()
 {
     QVERIFY(Server::invalid().uuid.isNull());
     QCOMPARE(&Server::invalid(), &Server::invalid());
 }
 
-void tst_Server::folderOutsideTheLibraryIsADefaultOne()
+void tst_Server::folderOutsideTheLibraryIsDefault()
 {
     Server server;
     server.folders = {folderOf({u"a"_s})};
@@ -160,7 +160,7 @@ void tst_Server::findsHashesInAnyFolder()
         QVERIFY(!server.containsHash(hash));
 }
 
-void tst_Server::addedConnectionsGoToTheEndAndMayRepeat()
+void tst_Server::addedConnectionsAreAppendedAndMayRepeat()
 {
     Server server;
     server.addConnection(first, 24);
@@ -169,7 +169,7 @@ void tst_Server::addedConnectionsGoToTheEndAndMayRepeat()
     QCOMPARE(server.connections, QList<ServerConnection>({{first, 24}, {first, 24}, {second, 24}}));
 }
 
-void tst_Server::removesTheFirstThatMatchesInBoth()
+void tst_Server::removesTheFirstWithAddressAndNetmask()
 {
     Server server = serverAt({{first, 16}, {first, 24}, {second, 24}, {first, 24}});
     server.removeConnection(first, 24);
@@ -184,7 +184,7 @@ void tst_Server::wrongNetmaskRemovesNothing()
     QCOMPARE(server.connections, QList<ServerConnection>({{first, 24}}));
 }
 
-void tst_Server::removalLeavesTheActiveNumber()
+void tst_Server::removalKeepsTheActiveNumber()
 {
     Server server = serverAt({{first, 24}, {second, 24}, {third, 24}});
     server.setActiveConnection(second);
@@ -203,7 +203,7 @@ void tst_Server::activeNumberPastTheEndGivesANullAddress()
     QVERIFY(Server().currentAddress().isNull());
 }
 
-void tst_Server::unknownAddressIsNotMadeActive()
+void tst_Server::unknownAddressDoesNotBecomeActive()
 {
     Server server = serverAt({{first, 24}, {second, 24}});
     server.setActiveConnection(second);
@@ -213,7 +213,7 @@ void tst_Server::unknownAddressIsNotMadeActive()
     QVERIFY(!server.hasAddress(third));
 }
 
-void tst_Server::firstConnectionOfAnAddressIsMadeActive()
+void tst_Server::firstConnectionWithAnAddressBecomesActive()
 {
     Server server = serverAt({{first, 24}, {second, 16}, {second, 24}});
     server.setActiveConnection(second);

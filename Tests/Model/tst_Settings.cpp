@@ -80,8 +80,8 @@ private slots:
     void loadingWritesNothing();
     void freshInstallationWritesThreeLines();
     void savingDropsEveryOtherKey();
-    void whatWasSavedIsLoaded_data();
-    void whatWasSavedIsLoaded();
+    void savedValuesAreLoaded_data();
+    void savedValuesAreLoaded();
     void changeIsOnDiskWhenSaveReturns();
     void savingReplacesTheFileInOneStep();
     void savingNeverWritesIntoTheOldFile();
@@ -190,7 +190,7 @@ void tst_Settings::savingDropsEveryOtherKey()
                                         "warningLevel=6\n"));
 }
 
-void tst_Settings::whatWasSavedIsLoaded_data()
+void tst_Settings::savedValuesAreLoaded_data()
 {
     QTest::addColumn<int>("iconSize");
     QTest::addColumn<bool>("viewMode");
@@ -200,7 +200,7 @@ void tst_Settings::whatWasSavedIsLoaded_data()
     QTest::newRow("beyond, list, some") << -40 << true << quint32(0x80000005);
 }
 
-void tst_Settings::whatWasSavedIsLoaded()
+void tst_Settings::savedValuesAreLoaded()
 {
     QFETCH(const int, iconSize);
     QFETCH(const bool, viewMode);

@@ -17,14 +17,14 @@ class tst_SyncPlan : public QObject
     Q_OBJECT
 
 private slots:
-    void planned_data();
-    void planned();
+    void planHasRenamesRemovalsAndTransfers_data();
+    void planHasRenamesRemovalsAndTransfers();
     void visualsAreCountedAndRenamesAreNot();
-    void isWhatTheRulesSayForAnyLibraries();
-    void isWhatTheRulesSayForFullLibraries();
+    void planOfRandomLibrariesMatchesTheModel();
+    void planOfFullLibrariesMatchesTheModel();
 };
 
-void tst_SyncPlan::planned_data()
+void tst_SyncPlan::planHasRenamesRemovalsAndTransfers_data()
 {
     QTest::addColumn<QList<MediaFolder>>("source");
     QTest::addColumn<QList<MediaFolder>>("destination");
@@ -96,7 +96,7 @@ void tst_SyncPlan::planned_data()
         << Refs{{3, 7}, {3, 7}} << false;
 }
 
-void tst_SyncPlan::planned()
+void tst_SyncPlan::planHasRenamesRemovalsAndTransfers()
 {
     QFETCH(const QList<MediaFolder>, source);
     QFETCH(const QList<MediaFolder>, destination);
@@ -120,7 +120,7 @@ void tst_SyncPlan::visualsAreCountedAndRenamesAreNot()
     QCOMPARE(plan.visualCount(), 3);
 }
 
-void tst_SyncPlan::isWhatTheRulesSayForAnyLibraries()
+void tst_SyncPlan::planOfRandomLibrariesMatchesTheModel()
 {
     QRandomGenerator random(20);
     const auto number = [&random](int below) { return random.bounded(below); };
@@ -149,7 +149,7 @@ void tst_SyncPlan::isWhatTheRulesSayForAnyLibraries()
     }
 }
 
-void tst_SyncPlan::isWhatTheRulesSayForFullLibraries()
+void tst_SyncPlan::planOfFullLibrariesMatchesTheModel()
 {
     const SyncPlan plan = planSync(fullServer(u"a"_s), fullServer(u"b"_s), allSlots());
     QCOMPARE(plan.renames.size(), 256);

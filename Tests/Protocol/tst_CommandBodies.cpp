@@ -27,7 +27,7 @@ class tst_CommandBodies : public QObject
     Q_OBJECT
 
 private slots:
-    void bytesOfTheWire()
+    void requestMatchesTheWireFile()
     {
         QCOMPARE(CommandBodies::sync(QHostAddress(u"127.0.0.2"_s), {3, 17}),
                  bodyOnTheWire(u"sync-folder-3-slot-17-from-127.0.0.2.http"_s));

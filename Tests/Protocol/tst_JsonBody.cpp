@@ -19,8 +19,8 @@ private slots:
 
     void bodies_data();
     void bodies();
-    void bodyThatIsNoObjectIsNoLibrary_data();
-    void bodyThatIsNoObjectIsNoLibrary();
+    void bodyWithoutAnObjectIsNoLibrary_data();
+    void bodyWithoutAnObjectIsNoLibrary();
 };
 
 void tst_JsonBody::bodies_data()
@@ -52,7 +52,7 @@ void tst_JsonBody::bodies()
     QTEST(jsonObjectFromBody(body), "object");
 }
 
-void tst_JsonBody::bodyThatIsNoObjectIsNoLibrary_data()
+void tst_JsonBody::bodyWithoutAnObjectIsNoLibrary_data()
 {
     QTest::addColumn<QByteArray>("body");
     QTest::newRow("empty") << QByteArray();
@@ -61,7 +61,7 @@ void tst_JsonBody::bodyThatIsNoObjectIsNoLibrary_data()
     QTest::newRow("array") << "[]"_ba;
 }
 
-void tst_JsonBody::bodyThatIsNoObjectIsNoLibrary()
+void tst_JsonBody::bodyWithoutAnObjectIsNoLibrary()
 {
     QFETCH(const QByteArray, body);
     Server server;

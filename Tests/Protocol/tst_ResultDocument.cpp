@@ -35,7 +35,7 @@ private slots:
 
     void resultsOfTheWire() { check(); }
 
-    void oddBodies_data()
+    void unusualBodies_data()
     {
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<bool>("success");
@@ -78,7 +78,7 @@ private slots:
             << R"({"msg_type":7,"RESULT":3,"ERROR":" <b>%1 ü"})"_ba << false << u" <b>%1 ü"_s;
     }
 
-    void oddBodies() { check(); }
+    void unusualBodies() { check(); }
 
 private:
     static void check()

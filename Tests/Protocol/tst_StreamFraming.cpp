@@ -85,7 +85,7 @@ private slots:
     }
 
     // Well-formed or not, in whatever chunks: the same as splitting everything anew each time.
-    void behavesLikeTheStepsTakenOneByOne()
+    void matchesTheSimpleModel()
     {
         const QByteArray bytes =
             QByteArray("N{}NN[1]N{\"a\":\"bc\"}N{}{N}N {}N\xff[]NN[][]N{}N{").replace('N', '\0');

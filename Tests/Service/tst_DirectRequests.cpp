@@ -40,7 +40,7 @@ class tst_DirectRequests : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void libraryIsFetchedPastTheProxy()
+    void libraryRequestDoesNotUseTheProxy()
     {
         const Sandbox sandbox;
         ServerInfoService service;
@@ -53,7 +53,7 @@ private slots:
         QVERIFY(!proxy.wasUsed());
     }
 
-    void handlerSpeaksPastTheProxy()
+    void handlerDoesNotUseTheProxy()
     {
         const ApplicationProxy proxy(proxyAddress);
         ServerConnectionHandler handler(ApplicationProxy::thisMachine(), QUuid::createUuid());
@@ -62,7 +62,7 @@ private slots:
         QVERIFY(!proxy.wasUsed());
     }
 
-    void libraryIsFetchedWithoutACookie()
+    void libraryRequestSendsNoCookies()
     {
         ServerInfoFixture fixture(address);
         fixture.peer.answer(libraryPath, emptyLibrary, versionHeader + cookie);
@@ -74,7 +74,7 @@ private slots:
         QVERIFY(noCookieCame(fixture.peer));
     }
 
-    void handlerSpeaksWithoutACookie()
+    void handlerSendsNoCookies()
     {
         HandlerFixture fixture(address);
         fixture.server.on(notifierPath, [](const WireRequest &request) {

@@ -31,7 +31,7 @@ private slots:
 
     void cleanup() { fixture.reset(); }
 
-    void brokenConnectionIsAnErrorAndNoSecondSending_data()
+    void brokenConnectionIsAnErrorAndSendsNothingAgain_data()
     {
         const QList<std::pair<const char *, Order>> orders{
             {"remove",
@@ -61,7 +61,7 @@ private slots:
         }
     }
 
-    void brokenConnectionIsAnErrorAndNoSecondSending()
+    void brokenConnectionIsAnErrorAndSendsNothingAgain()
     {
         QFETCH(const Order, order);
         QFETCH(const Break, breakIt);
@@ -91,7 +91,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
     }
 
-    void removalsGoOnAfterABrokenConnection()
+    void removalsContinueAfterABrokenConnection()
     {
         fixture->server.on(executePath, [](const WireRequest &request) {
             if (request.body.contains("visualIdx=17&"))

@@ -76,7 +76,7 @@ private slots:
 
     void cleanup() { fixture.reset(); }
 
-    void bytesOfTheWire_data()
+    void requestMatchesTheWireFile_data()
     {
         using Order = std::function<void(ServerConnectionHandler &)>;
         QTest::addColumn<Order>("order");
@@ -94,7 +94,7 @@ private slots:
         });
     }
 
-    void bytesOfTheWire()
+    void requestMatchesTheWireFile()
     {
         QFETCH(const std::function<void(ServerConnectionHandler &)>, order);
         order(fixture->handler);
@@ -115,7 +115,7 @@ private slots:
         QCOMPARE(fixture->probe.pendingRequests(), 1);
     }
 
-    void syncOfNothingSendsNothing()
+    void emptySyncSendsNothing()
     {
         fixture->handler.requestSync(source, {});
         QCOMPARE(fixture->probe.pendingRequests(), 0);
@@ -125,7 +125,7 @@ private slots:
         QCOMPARE(fixture->events.lines, QStringList());
     }
 
-    void repliesOfSyncAndCancelAreDropped()
+    void repliesToSyncAndCancelAreIgnored()
     {
         fixture->server.answer(executePath, json("{'msg_type':7,'RESULT':3,'ERROR':'no'}"));
         fixture->handler.requestSync(source, {{3, 17}, {3, 18}});
@@ -136,7 +136,7 @@ private slots:
                  (QStringList{u"progress 3 17 0 0"_s, u"progress 3 18 0 0"_s}));
     }
 
-    void networkFailureOfSyncAndCancelIsDropped()
+    void networkFailureOfSyncAndCancelIsIgnored()
     {
         fixture->server.on(executePath, [](const WireRequest &request) { request.reset(); });
         fixture->handler.requestSync(source, {{3, 17}});
@@ -145,7 +145,7 @@ private slots:
         QCOMPARE(fixture->events.lines, QStringList{u"progress 3 17 0 0"_s});
     }
 
-    void cancelMarksWhatIsQueuedOrTransferring()
+    void cancelMarksQueuedAndTransferringVisuals()
     {
         constexpr auto queued = "00000000-9dc0-11d1-b245-5ffdce74fad2";
         constexpr auto transferring = "11111111-9dc0-11d1-b245-5ffdce74fad2";
@@ -172,7 +172,7 @@ private slots:
         QCOMPARE(fixture->probe.pendingRequests(), 2);
     }
 
-    void answers_data()
+    void resultsAreReported_data()
     {
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QString>("message");
@@ -187,7 +187,7 @@ private slots:
     }
 
     // The message is null for a success.
-    void answers()
+    void resultsAreReported()
     {
         QFETCH(const QByteArray, body);
         QFETCH(const QString, message);
@@ -202,7 +202,7 @@ private slots:
         QVERIFY(fixture->probe.nothingInFlight());
     }
 
-    void statusOfTheAnswerIsNotLookedAt()
+    void statusCodeIsIgnored()
     {
         fixture->server.answer(executePath, successBody, {}, "299 Odd");
         fixture->handler.requestRemove({{3, 17}});
@@ -236,7 +236,7 @@ private slots:
                                                     "reason: Visual is in use"_s}));
     }
 
-    void networkFailureFeedsTheNext()
+    void networkFailureSendsTheNextCommand()
     {
         LogCapture log;
         fixture->server.answer(executePath, successBody, {}, "404 Nothing");
@@ -272,7 +272,7 @@ private slots:
                      text);
     }
 
-    void errorWithoutATextIsInternal()
+    void errorWithoutTextIsInternal()
     {
         LogCapture log;
         SilentTranslator translator;

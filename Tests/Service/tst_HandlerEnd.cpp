@@ -59,7 +59,7 @@ private slots:
 
     void cleanup() { fixture.reset(); }
 
-    void waitingCommandsAreDroppedBeforeTheLossIsReported()
+    void queuedCommandsAreDroppedBeforeTheLossIsReported()
     {
         startEverything();
         fixture->handler.requestSync(source, {{2, 1}, {2, 2}, {2, 3}});
@@ -74,7 +74,7 @@ private slots:
         QVERIFY(empty);
     }
 
-    void answersAfterTheEndOfTheStreamAreNotReported_data()
+    void resultsAfterTheEndAreNotReported_data()
     {
         QTest::addColumn<QByteArray>("answer");
         QTest::newRow("success") << successBody;
@@ -82,7 +82,7 @@ private slots:
         QTest::newRow("reset") << QByteArray();
     }
 
-    void answersAfterTheEndOfTheStreamAreNotReported()
+    void resultsAfterTheEndAreNotReported()
     {
         QFETCH(const QByteArray, answer);
         startEverything();
@@ -107,7 +107,7 @@ private slots:
         QVERIFY(nothingWaits());
     }
 
-    void progressOfAnUploadIsNotReportedAfterTheEndOfTheStream()
+    void uploadProgressAfterTheEndIsNotReported()
     {
         QVERIFY(file.resize(16 << 20));
         fixture->server.setReading(false);
@@ -154,14 +154,14 @@ private slots:
         QVERIFY(nothingWaits() && fixture->probe.nothingInFlight());
     }
 
-    void stopInsideTheSignalsOfARequestEndsIt_data()
+    void stopInsideSignalsEndsTheRequest_data()
     {
         QTest::addColumn<Request>("request");
         for (const auto &[name, request] : requests.first(2))
             QTest::newRow(name) << request;
     }
 
-    void stopInsideTheSignalsOfARequestEndsIt()
+    void stopInsideSignalsEndsTheRequest()
     {
         QFETCH(const Request, request);
         fixture->sendFrame(twoTransfers);
@@ -173,7 +173,7 @@ private slots:
         QCOMPARE(fixture->probe.pendingRequests(), fixture->probe.runningReplies());
     }
 
-    void removalRequestedWhileStopReportsIsDropped()
+    void removalRequestedDuringStopIsDropped()
     {
         fixture->handler.requestRemove({{1, 1}, {1, 2}});
         connect(&fixture->handler, &ServerConnectionHandler::handlerRemoveFinished, this, [this] {

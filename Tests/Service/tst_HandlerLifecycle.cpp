@@ -65,13 +65,13 @@ private slots:
                  qPrintable(fixture->events.lines.last()));
     }
 
-    void endWithoutAByteIsNeverConnected()
+    void endWithoutAByteDoesNotConnect()
     {
         fixture->stream.send(Wire::lastChunk());
         EVENTUALLY_COMPARE(fixture->events.lines, QStringList{u"disconnected 0 \"\""_s});
     }
 
-    void halfAHeadIsANetworkError()
+    void incompleteHeadIsANetworkError()
     {
         HandlerFixture other(loopback(2));
         other.server.on(notifierPath, [](const WireRequest &request) {
@@ -82,7 +82,7 @@ private slots:
         QVERIFY(isNetworkError(other.events.lines.first()));
     }
 
-    void refusedConnectionIsNeverConnected()
+    void refusedConnectionDoesNotConnect()
     {
         ServerConnectionHandler handler(QHostAddress(loopback(3)), QUuid::createUuid());
         const HandlerEvents events(handler);
@@ -108,7 +108,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture->events.lines.last(), u"disconnected 1 \"\""_s);
     }
 
-    void statusIsNotLookedAtWhileTheStreamLives()
+    void statusCodeIsIgnoredWhileTheStreamIsOpen()
     {
         HandlerFixture other(loopback(2));
         other.server.on(notifierPath, [](const WireRequest &request) {
@@ -128,7 +128,7 @@ private slots:
         QCOMPARE(other.server.requests().size(), 1);
     }
 
-    void endForgetsTheTransfersWithoutASignal()
+    void endClearsTheTransfersSilently()
     {
         startTransfer();
         fixture->stream.send(Wire::lastChunk());
@@ -137,7 +137,7 @@ private slots:
         QVERIFY(fixture->probe.activeTransfers().isEmpty());
     }
 
-    void beginningAndEndAreLogged()
+    void startAndEndAreLogged()
     {
         LogCapture log;
         ServerConnectionHandler handler(QHostAddress(loopback(3)), QUuid::createUuid());
@@ -183,7 +183,7 @@ private slots:
         QCOMPARE(fixture->events.lines.size(), 1);
     }
 
-    void stopReportsQueuedRemovalsAndNothingElse()
+    void stopReportsQueuedRemovalsOnly()
     {
         fixture->handler.requestRemove({{1, 1}, {1, 2}, {2, 3}});
         fixture->handler.requestMove(1, 2, 3);
@@ -245,7 +245,7 @@ private slots:
         QCOMPARE(fixture->events.lines, (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
     }
 
-    void nestedLoopGoesOnInOrder()
+    void nestedLoopKeepsTheOrder()
     {
         bool first = true;
         connect(&fixture->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
@@ -297,7 +297,7 @@ private slots:
         QCOMPARE(fixture->events.lines, (QStringList{u"connected"_s, u"library changed"_s}));
     }
 
-    void streamThatEndsInANestedLoopIsReportedAfterItsMessages()
+    void endInANestedLoopIsReportedAfterTheMessages()
     {
         bool first = true;
         connect(&fixture->handler, &ServerConnectionHandler::connectedServerLibraryChanged, this,
@@ -365,7 +365,7 @@ private slots:
         QCOMPARE(events.lines, QStringList());
     }
 
-    void signalThatNothingEmits()
+    void processReceivedDataIsNeverEmitted()
     {
         bool received = false;
         connect(&fixture->handler, &ServerConnectionHandler::processReceivedData, this,

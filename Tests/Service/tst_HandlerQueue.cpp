@@ -49,7 +49,7 @@ private slots:
 
     void cleanup() { fixture.reset(); }
 
-    void removalsGoOneByOne()
+    void removalsAreSentOneByOne()
     {
         fixture->handler.requestRemove({{1, 1}, {1, 2}});
         QVERIFY(fixture->waitForCommands(1));
@@ -68,7 +68,7 @@ private slots:
         QVERIFY(fixture->probe.nothingInFlight());
     }
 
-    void renamesGoOneByOne()
+    void renamesAreSentOneByOne()
     {
         fixture->handler.requestRename({{1, u"a"_s}, {2, u"b"_s}});
         QVERIFY(fixture->waitForCommands(1));
@@ -84,7 +84,7 @@ private slots:
         QVERIFY(fixture->probe.nothingInFlight());
     }
 
-    void duplicateRemovalsAreTakenOffByTheRule()
+    void duplicateRemovalRepeatsTheNextOne()
     {
         fixture->server.answer(executePath, successBody);
         fixture->handler.requestRemove({{1, 1}, {1, 1}, {1, 2}});
@@ -95,7 +95,7 @@ private slots:
                  (QByteArrayList{removal(1, 1), removal(1, 2), removal(1, 2)}));
     }
 
-    void duplicateRenamesAreTakenOffByTheRule()
+    void duplicateRenameRepeatsTheNextOne()
     {
         fixture->server.answer(executePath, successBody);
         fixture->handler.requestRename({{1, u"a"_s}, {1, u"a"_s}, {1, u"b"_s}});
@@ -105,7 +105,7 @@ private slots:
                  (QByteArrayList{rename(1, u"a"_s), rename(1, u"b"_s), rename(1, u"b"_s)}));
     }
 
-    void cancelOfRemovalsSparesTheOneInFlight()
+    void cancelRemovesKeepsTheOneInFlight()
     {
         fixture->handler.requestRemove({{1, 1}, {1, 2}, {1, 3}});
         QVERIFY(fixture->waitForCommands(1));
@@ -118,7 +118,7 @@ private slots:
         QCOMPARE(fixture->commands().size(), 1);
     }
 
-    void secondMoveTakesThePlaceOfTheFirst()
+    void secondMoveReplacesTheFirst()
     {
         fixture->handler.requestMove(1, 2, 3);
         fixture->handler.requestMove(4, 5, 6);
@@ -133,7 +133,7 @@ private slots:
         QVERIFY(fixture->probe.nothingInFlight());
     }
 
-    void commandsFromInsideTheirAnswers()
+    void receiversMaySendCommands()
     {
         fixture->server.answer(executePath, successBody);
         connect(&fixture->handler, &ServerConnectionHandler::handlerRemoveFinished, this,
@@ -155,7 +155,7 @@ private slots:
         QCOMPARE(fixture->commands().size(), 4);
     }
 
-    void stopFromInsideAnAnswerSendsNoMore()
+    void stopInsideAResultSendsNoMore()
     {
         connect(&fixture->handler, &ServerConnectionHandler::handlerRenameFinished, this,
                 [&] { fixture->handler.stop(); });
@@ -167,7 +167,7 @@ private slots:
         QCOMPARE(fixture->probe.pendingRequests(), 0);
     }
 
-    void fourCommandsAreOnTheWireAtMost()
+    void atMostFourCommandsAreSentAtOnce()
     {
         fixture->handler.requestSync(source, visuals(10));
         QCOMPARE(fixture->events.lines.size(), 10);
@@ -180,7 +180,7 @@ private slots:
         QCOMPARE(fixture->probe.pendingRequests(), 9);
     }
 
-    void twoThousandSyncsGoOutInOrder()
+    void twoThousandSyncsAreSentInOrder()
     {
         fixture->server.answer(executePath, successBody);
         const QList<VisualRef> all = visuals(2000);
@@ -201,7 +201,7 @@ private slots:
         QVERIFY(fixture->server.connectionCount() <= 5);
     }
 
-    void cancelGoesBehindWhatItFollows()
+    void cancelIsSentAfterEarlierSyncs()
     {
         fixture->handler.requestSync(source, visuals(5));
         fixture->handler.cancelSyncs();
@@ -227,7 +227,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
     }
 
-    void failedCancelLetsTheRestGo()
+    void failedCancelDoesNotStopTheQueue()
     {
         fixture->handler.cancelSyncs();
         fixture->handler.requestSync(source, visuals(1));
@@ -236,7 +236,7 @@ private slots:
         QVERIFY(fixture->waitForCommands(2));
     }
 
-    void inFlightIsTrueFromTheCall()
+    void commandIsInFlightFromTheCall()
     {
         fixture->handler.requestSync(source, visuals(4));
         fixture->handler.requestRemove({{1, 1}, {1, 2}});
@@ -264,7 +264,7 @@ private slots:
         QVERIFY(fixture->probe.nothingInFlight());
     }
 
-    void secondMoveTakesThePlaceOfOneThatStillWaits()
+    void secondMoveReplacesAQueuedOne()
     {
         fixture->handler.requestSync(source, visuals(4));
         fixture->handler.requestMove(1, 2, 3);
@@ -282,7 +282,7 @@ private slots:
         QCOMPARE(fixture->events.lines, QStringList{u"moved"_s});
     }
 
-    void nextIsSentBeforeTheSignalsOfAnAnswer()
+    void nextCommandIsSentBeforeTheSignals()
     {
         fixture->handler.requestRemove({{1, 1}});
         fixture->handler.requestSync(source, visuals(4));
@@ -299,7 +299,7 @@ private slots:
         EVENTUALLY_COMPARE(sent, true);
     }
 
-    void stopDropsWhatWaits()
+    void stopDropsQueuedCommands()
     {
         fixture->handler.requestSync(source, visuals(10));
         fixture->handler.requestRemove({{1, 1}, {1, 2}});
@@ -317,7 +317,7 @@ private slots:
         QCOMPARE(fixture->events.lines.size(), 1);
     }
 
-    void destructionDropsWhatWaits()
+    void destructionDropsQueuedCommands()
     {
         auto handler = std::make_unique<ServerConnectionHandler>(fixture->server.address(),
                                                                  QUuid::createUuid());

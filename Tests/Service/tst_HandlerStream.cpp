@@ -69,21 +69,21 @@ private slots:
             QVERIFY2(fixture->stream.header(absent).isNull(), absent);
     }
 
-    void streamOfTheWire()
+    void wireStreamIsRead()
     {
         fixture->send(wireFile(u"stream.bin"_s));
         EVENTUALLY_COMPARE(fixture->events.lines, wholeStream());
         QCOMPARE(fixture->probe.receiveBuffer(), QByteArray());
     }
 
-    void streamOfTheWireInChunks_data()
+    void wireStreamIsReadInChunks_data()
     {
         QTest::addColumn<int>("size");
         for (const int size : {1, 2, 3, 7, 31, 100, 333, 635, 636})
             QTest::addRow("%d", size) << size;
     }
 
-    void streamOfTheWireInChunks()
+    void wireStreamIsReadInChunks()
     {
         QFETCH(const int, size);
         const QByteArray bytes = wireFile(u"stream.bin"_s);
@@ -92,7 +92,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture->events.lines, wholeStream());
     }
 
-    void connectedComesWithTheFirstByteAndBeforeItIsHandled()
+    void connectedIsEmittedBeforeTheFirstByteIsHandled()
     {
         QVERIFY(fixture->events.lines.isEmpty());
         fixture->send("{");
@@ -111,7 +111,7 @@ private slots:
         QCOMPARE(fixture->probe.receiveBuffer(), QByteArray());
     }
 
-    void halfAFrameWaitsForItsEnd()
+    void incompleteFrameIsKept()
     {
         expect(Wire::frame(libraryChanged) + Wire::frame(json("{'msg_type':5}")) + json("{'msg_"),
                {u"library changed"_s, u"stats 0 0 0 false"_s});
@@ -129,14 +129,14 @@ private slots:
         QCOMPARE(fixture->events.lines, QStringList{u"connected"_s});
     }
 
-    void frameThatDoesNotParseDeafensTheStream_data()
+    void unparsableFrameBlocksTheStream_data()
     {
         QTest::addColumn<QByteArray>("message");
         QTest::newRow("not JSON") << "garbage"_ba;
         QTest::newRow("two documents") << libraryChanged + libraryChanged;
     }
 
-    void frameThatDoesNotParseDeafensTheStream()
+    void unparsableFrameBlocksTheStream()
     {
         QFETCH(const QByteArray, message);
         fixture->sendFrame(message);
@@ -150,7 +150,7 @@ private slots:
         QVERIFY(fixture->probe.streamReply()->isRunning());
     }
 
-    void messagesOfNoUse_data()
+    void uselessMessagesAreIgnored_data()
     {
         QTest::addColumn<QByteArray>("message");
         QTest::newRow("array") << "[1,2]"_ba;
@@ -172,14 +172,14 @@ private slots:
         QTest::newRow("end without id") << ended(u""_s, 6);
     }
 
-    void messagesOfNoUse()
+    void uselessMessagesAreIgnored()
     {
         QFETCH(const QByteArray, message);
         expect(Wire::frame(message) + Wire::frame(libraryChanged), {u"library changed"_s});
         QVERIFY(fixture->probe.activeTransfers().isEmpty());
     }
 
-    void objectWithoutTypeCountsAsAList()
+    void objectWithoutTypeIsAList()
     {
         expect(Wire::frame("{\"active_transfers\":[{\"ID\":\"" + transferId.toUtf8() +
                            "\",\"FLDIDX\":1,\"VISIDX\":2},3,{\"ID\":\"" + otherId.toUtf8() +
@@ -189,7 +189,7 @@ private slots:
         QCOMPARE(fixture->probe.activeTransfers().value(QUuid(otherId)).state, 2);
     }
 
-    void startIsReportedAsQueuedWhateverItsStatus()
+    void startIsReportedAsQueued()
     {
         expect(Wire::frame(started(transferId, 3, 17)), {u"progress 3 17 0 0"_s});
         const ActiveTransfer entry = fixture->probe.activeTransfers().value(QUuid(transferId));
@@ -198,7 +198,7 @@ private slots:
         QCOMPARE(entry.error, QString());
     }
 
-    void progressTakesTheSlotsFromTheEntry()
+    void progressUsesTheSlotsOfTheStart()
     {
         expect(Wire::frame(started(transferId, 3, 17)) +
                    Wire::frame(sync(2, transferId,
@@ -218,7 +218,7 @@ private slots:
         QCOMPARE(fixture->probe.activeTransfers().value(QUuid(transferId)).speedBps, 0);
     }
 
-    void secondStartBeginsAgain()
+    void secondStartResetsTheTransfer()
     {
         expect(Wire::frame(started(transferId, 3, 17)) +
                    Wire::frame(sync(2, transferId, ",\"STATUS\":1,\"CPERCENT\":42")) +
@@ -228,7 +228,7 @@ private slots:
         QCOMPARE(fixture->probe.activeTransfers().value(QUuid(transferId)).progressPercent, 0);
     }
 
-    void endsByStatus_data()
+    void endIsReportedByStatus_data()
     {
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("line");
@@ -240,7 +240,7 @@ private slots:
                 << status << u"sync error 5 6 %1 \"full\" \"http://b\""_s.arg(status);
     }
 
-    void endsByStatus()
+    void endIsReportedByStatus()
     {
         QFETCH(const int, status);
         QFETCH(const QString, line);
@@ -257,7 +257,7 @@ private slots:
         QVERIFY(fixture->probe.activeTransfers().isEmpty());
     }
 
-    void missingKeysReadAsNothing()
+    void missingKeysReadAsZero()
     {
         expect(Wire::frame(sync(1, transferId, "")) + Wire::frame(sync(3, transferId, "")),
                {u"progress 0 0 0 0"_s, u"sync error 0 0 0 \"\" \"\""_s, u"all syncs finished"_s});

@@ -84,14 +84,14 @@ private slots:
     }
 
     // More than is read ahead is on its way when the connection is closed.
-    void closeInTheMiddleOfABurstLosesNothing_data()
+    void closeDuringABurstLosesNothing_data()
     {
         QTest::addColumn<bool>("chunked");
         QTest::newRow("chunked") << true;
         QTest::newRow("until the end") << false;
     }
 
-    void closeInTheMiddleOfABurstLosesNothing()
+    void closeDuringABurstLosesNothing()
     {
         QFETCH(const bool, chunked);
         open(chunked);
@@ -125,7 +125,7 @@ private slots:
         QVERIFY2(unsent > 32 << 20, qPrintable(QString::number(unsent)));
     }
 
-    void nestedLoopReadsOn()
+    void nestedLoopContinuesReading()
     {
         open(true);
         bool nested = false;

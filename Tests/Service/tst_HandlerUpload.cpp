@@ -33,7 +33,7 @@ private slots:
 
     void cleanup() { fixture.reset(); }
 
-    void bytesOfTheWire()
+    void requestMatchesTheWireFile()
     {
         fixture->handler.requestUpload(3, 17, file(u"sunset.png"_s, "FILE BYTES"));
         QVERIFY(waitForUploads(1));
@@ -47,7 +47,7 @@ private slots:
         QCOMPARE(fixture->probe.pendingRequests(), 0);
     }
 
-    void emptyFileIsUploadedLikeAnyOther()
+    void emptyFileIsUploaded()
     {
         fixture->server.answer(uploadPath, successBody);
         fixture->handler.requestUpload(3, 17, file(u"sunset.png"_s, {}));
@@ -83,7 +83,7 @@ private slots:
                  uploads().constFirst().body.constData());
     }
 
-    void answers_data()
+    void resultsAreReported_data()
     {
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QString>("line");
@@ -94,7 +94,7 @@ private slots:
         QTest::newRow("no result") << "<html>"_ba << u"upload error \"Invalid response data\""_s;
     }
 
-    void answers()
+    void resultsAreReported()
     {
         QFETCH(const QByteArray, body);
         QFETCH(const QString, line);
@@ -150,7 +150,7 @@ private slots:
         QVERIFY(uploads().at(2).bytes() == uploads().at(1).bytes());
     }
 
-    void fileThatCannotBeOpenedIsSilent()
+    void unopenableFileIsSilent()
     {
         fixture->handler.requestUpload(3, 17, directory.filePath(u"missing"_s));
         fixture->handler.requestUpload(3, 17, directory.path());
@@ -192,7 +192,7 @@ private slots:
         EVENTUALLY_COMPARE(withoutProgress(), QStringList{u"uploaded"_s});
     }
 
-    void cancelFromInsideProgress()
+    void cancelInsideProgress()
     {
         connect(&fixture->handler, &ServerConnectionHandler::uploadedFileProgress,
                 &fixture->handler, [this] { fixture->handler.cancelUpload(); });
@@ -254,7 +254,7 @@ private slots:
         QTEST(fixture->events.lines, "lines");
     }
 
-    void progressReachesTheEnd()
+    void progressReaches100()
     {
         fixture->server.answer(uploadPath, successBody);
         fixture->handler.requestUpload(3, 17, file(u"a.png"_s, QByteArray(1 << 20, 'x')));
@@ -262,7 +262,7 @@ private slots:
         QVERIFY(fixture->events.lines.contains(u"upload progress 100"_s));
     }
 
-    void commandsLeaveRoomForAnUpload()
+    void uploadDoesNotWaitForCommands()
     {
         QList<VisualRef> visuals;
         for (int slot = 1; slot <= 20; ++slot)
@@ -287,7 +287,7 @@ private slots:
     }
 
     // Written to by another program while it goes out, such as one that still renders it.
-    void fileThatGrowsIsSentAtTheLengthItHad()
+    void growingFileIsSentWithItsFirstLength()
     {
         const QByteArray content(16 << 20, 'x');
         QFile growing(file(u"growing.mov"_s, content));
@@ -303,7 +303,7 @@ private slots:
                                       "--\r\n"));
     }
 
-    void fileThatShrinksIsAnError()
+    void shrinkingFileIsAnError()
     {
         QFile shrinking(file(u"shrinking.mov"_s, {}));
         QVERIFY(shrinking.resize(16 << 20));
@@ -318,7 +318,7 @@ private slots:
     }
 
     // What is read before the server has it waits in the buffers of the system.
-    void fileIsReadAsItGoesOut()
+    void fileIsReadWhileItIsSent()
     {
         constexpr qint64 mebibyte = 1 << 20;
         QFile large(file(u"large.mov"_s, {}));

@@ -40,7 +40,7 @@ private slots:
                                         u"serverLibraryChanged first"_s}));
     }
 
-    void secondAddressForOneIdIsNotTaken()
+    void secondAddressOfAnIdIsIgnored()
     {
         fixture->service->addHandler(firstAddress, firstId);
         LogCapture log;
@@ -107,7 +107,7 @@ private slots:
         QCOMPARE(fixture->first.requests(executePath).size(), 0);
     }
 
-    void cancelledUploadMakesRoomForAnother()
+    void cancelledUploadAllowsAnother()
     {
         QTemporaryDir directory;
         QFile file(directory.filePath(u"a.png"_s));
@@ -120,7 +120,7 @@ private slots:
         QVERIFY(fixture->first.waitForRequests(2, uploadPath));
     }
 
-    void removalsCanBeForgotten_data()
+    void queuedRemovalsCanBeDropped_data()
     {
         QTest::addColumn<Operation>("operation");
         QTest::newRow("cancelRemoves") << Operation(&ServerConnectionService::cancelRemoves);
@@ -128,7 +128,7 @@ private slots:
             << Operation(&ServerConnectionService::clearPendingRemoves);
     }
 
-    void removalsCanBeForgotten()
+    void queuedRemovalsCanBeDropped()
     {
         QFETCH(const Operation, operation);
         fixture->service->addHandler(firstAddress, firstId);
@@ -156,7 +156,7 @@ private slots:
         }
     }
 
-    void serverThatIsLostWhileAllAreCancelledIsPassedOver()
+    void serverLostDuringCancelIsSkipped()
     {
         fixture->service->addHandler(firstAddress, firstId);
         fixture->service->addHandler(secondAddress, secondId);
@@ -178,7 +178,7 @@ private slots:
         QCOMPARE(fixture->second.requests(executePath).size(), 0);
     }
 
-    void removeHandlerTellsQueuedRemovalsFirst()
+    void removeHandlerReportsQueuedRemovalsFirst()
     {
         fixture->service->addHandler(firstAddress, firstId);
         fixture->service->addHandler(secondAddress, secondId);
@@ -197,7 +197,7 @@ private slots:
         QCOMPARE(fixture->handlers().size(), 1);
     }
 
-    void streamThatEndsTakesItsHandlerOut()
+    void endOfTheStreamRemovesTheHandler()
     {
         fixture->service->addHandler(firstAddress, firstId);
         const QPointer<ServerConnectionHandler> handler = fixture->handlers().constFirst();
@@ -219,7 +219,7 @@ private slots:
         QCOMPARE(fixture->handlers().constFirst()->serverAddress(), secondAddress);
     }
 
-    void commandsInFlightAtTheEndOfTheStreamGetNoAnswer()
+    void commandsInFlightAtTheEndAreNotReported()
     {
         fixture->service->addHandler(firstAddress, firstId);
         fixture->service->requestRemove(firstId, {{1, 1}, {1, 2}});
@@ -247,7 +247,7 @@ private slots:
         QCOMPARE(fixture->handlers().size(), 0);
     }
 
-    void removeHandlerInABoxThatASignalOpened()
+    void removeHandlerInANestedEventLoop()
     {
         fixture->service->addHandler(firstAddress, firstId);
         const QPointer<ServerConnectionHandler> handler = fixture->handlers().constFirst();

@@ -27,7 +27,7 @@ private slots:
 
     void cleanup() { fixture.reset(); }
 
-    void malformedFeatureListClosesTheDoor_data()
+    void malformedFeatureListBlocksTheServer_data()
     {
         QTest::addColumn<QByteArray>("headers");
         const auto row = [](const char *name, const QByteArray &version, const QByteArray &text) {
@@ -40,7 +40,7 @@ private slots:
         row("with a version that would be refused", {}, "2");
     }
 
-    void malformedFeatureListClosesTheDoor()
+    void malformedFeatureListBlocksTheServer()
     {
         QFETCH(QByteArray, headers);
         const QString malformed = u"error: Discarding library.json from server Stage left for "
@@ -50,10 +50,10 @@ private slots:
         const Server server = fixture->server();
         fixture->service.requestLibrary(server);
         EVENTUALLY_COMPARE(log.entries().filter(malformed).size(), 1);
-        verifyDoorIsClosed(server);
+        verifyServerIsBlocked(server);
     }
 
-    void failedDownloadClosesTheDoorForGood_data()
+    void failedDownloadBlocksTheServer_data()
     {
         QTest::addColumn<QByteArray>("response");
         QTest::newRow("404") << Wire::response(emptyLibrary, versionHeader, "404 Not Found");
@@ -65,7 +65,7 @@ private slots:
         QTest::newRow("half a body") << Wire::response(emptyLibrary, versionHeader).chopped(5);
     }
 
-    void failedDownloadClosesTheDoorForGood()
+    void failedDownloadBlocksTheServer()
     {
         QFETCH(QByteArray, response);
         LogCapture log;
@@ -82,10 +82,10 @@ private slots:
                        "library.json?ver=281474976710656 error: "_s)
                 .size(),
             1);
-        verifyDoorIsClosed(server);
+        verifyServerIsBlocked(server);
     }
 
-    void libraryPastItsBoundClosesTheDoor_data()
+    void tooLargeLibraryBlocksTheServer_data()
     {
         QTest::addColumn<QByteArray>("head");
         QTest::addColumn<QByteArray>("piece");
@@ -95,7 +95,7 @@ private slots:
             << Wire::chunkedHead(versionHeader) << Wire::chunk(QByteArray(1 << 18, ' '));
     }
 
-    void libraryPastItsBoundClosesTheDoor()
+    void tooLargeLibraryBlocksTheServer()
     {
         QFETCH(QByteArray, head);
         QFETCH(QByteArray, piece);
@@ -111,21 +111,21 @@ private slots:
             log.texts().filter(u"ver=281474976710656: more than 268435456 bytes"_s).size(), 1);
         QCOMPARE(log.texts().filter(u"error: Operation canceled"_s).size(), 1);
         EVENTUALLY_COMPARE(fixture->peer.openConnections(), 0);
-        verifyDoorIsClosed(server);
+        verifyServerIsBlocked(server);
     }
 
-    void refusedConnectionClosesTheDoor()
+    void refusedConnectionBlocksTheServer()
     {
         LogCapture log;
         Server server = fixture->server();
         server.connections.first().first = QHostAddress(loopback(77));
         fixture->service.requestLibrary(server);
         EVENTUALLY_COMPARE(log.texts().filter(u"Failed to download server info from"_s).size(), 1);
-        verifyDoorIsClosed(server);
+        verifyServerIsBlocked(server);
     }
 
     /// Whatever addresses later replies have: none may open a door again.
-    void doorsStayClosedWhileManyOthersComeAndGo()
+    void blockedServersStayBlockedAmongManyOthers()
     {
         constexpr int count = 40;
         LogCapture log;
@@ -148,7 +148,7 @@ private slots:
         QCOMPARE(fixture->peer.requests().size(), count + 1);
     }
 
-    void refusedBodyLeavesTheDoorOpen_data()
+    void invalidBodyDoesNotBlockTheServer_data()
     {
         QTest::addColumn<QByteArray>("body");
         QTest::newRow("empty") << QByteArray();
@@ -157,7 +157,7 @@ private slots:
         QTest::newRow("NUL before the document") << '\0' + emptyLibrary;
     }
 
-    void refusedBodyLeavesTheDoorOpen()
+    void invalidBodyDoesNotBlockTheServer()
     {
         QFETCH(QByteArray, body);
         LogCapture log;
@@ -202,7 +202,7 @@ private slots:
 
 private:
     /// Another server is still served, which shows that the calls before it sent nothing.
-    void verifyDoorIsClosed(Server server)
+    void verifyServerIsBlocked(Server server)
     {
         fixture->peer.forgetRequests();
         fixture->peer.answer(libraryPath, emptyLibrary, versionHeader);

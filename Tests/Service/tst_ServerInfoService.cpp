@@ -53,7 +53,7 @@ private slots:
                                              u"info: Downloaded server info from: "_s + url}));
     }
 
-    void requestGoesToTheFirstConnection()
+    void requestUsesTheFirstConnection()
     {
         Server server = fixture->server();
         server.addConnection(QHostAddress(loopback(99)), 8);
@@ -91,7 +91,7 @@ private slots:
         QVERIFY(complete.protocolInfo.featureList.none());
     }
 
-    void secondCallRefreshesTheRequestUnderWay()
+    void secondCallUpdatesThePendingRequest()
     {
         Server server = fixture->server(u"first"_s);
         fixture->service.requestLibrary(server);
@@ -109,7 +109,7 @@ private slots:
         QCOMPARE(fixture->peer.requests().size(), 2);
     }
 
-    void serversAreAnsweredInAnyOrder()
+    void serversMayAnswerInAnyOrder()
     {
         const QList<Server> servers = {fixture->server(u"a"_s), fixture->server(u"b"_s),
                                        fixture->server(u"c"_s)};
@@ -193,7 +193,7 @@ private slots:
         QCOMPARE(fixture->received().protocolInfo.featureList.test(0), bit);
     }
 
-    void responseFromTheDiskCacheCountsLikeAnyOther()
+    void cachedResponseIsReported()
     {
         fixture->peer.answer(libraryPath, emptyLibrary,
                              versionHeader +
@@ -234,7 +234,7 @@ private slots:
         QCOMPARE(fixture->peer.requests().size(), requests);
     }
 
-    void receiverKeepsItsRecordWhenItAsksAgain()
+    void receiverKeepsItsRecordOnANewRequest()
     {
         fixture->peer.answer(libraryPath, emptyLibrary, versionHeader);
         const Server server = fixture->server(u"first"_s);
@@ -250,7 +250,7 @@ private slots:
         EVENTUALLY_COMPARE(name, u"first"_s);
     }
 
-    void receiverMayAskAgain()
+    void receiverMayRequestAgain()
     {
         fixture->peer.answer(libraryPath, emptyLibrary, versionHeader);
         Server server = fixture->server();

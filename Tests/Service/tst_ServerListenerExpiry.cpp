@@ -33,19 +33,19 @@ class tst_ServerListenerExpiry final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void connectionStays120TicksAndGoesAtThe121st();
-    void lastConnectionsGoBeforeTheirServer();
-    void oneOfTwoConnectionsGoes();
+    void connectionIsRemovedInTick121();
+    void lastConnectionsAreRemovedBeforeTheServer();
+    void oneOfTwoConnectionsExpires();
     void changedNetmaskIsIgnored();
     void invalidNetmaskDoesNotRefresh();
     void lostServerReturnsAsNew();
-    void arrivalsAreToldBeforeLosses();
+    void additionsAreReportedBeforeLosses();
     void newServerIsUnknownWhileItIsReported();
     void lostConnectionIsKnownWhileItIsReported();
     void lostServerIsKnownWhileItIsReported();
 };
 
-void tst_ServerListenerExpiry::connectionStays120TicksAndGoesAtThe121st()
+void tst_ServerListenerExpiry::connectionIsRemovedInTick121()
 {
     ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
@@ -63,7 +63,7 @@ void tst_ServerListenerExpiry::connectionStays120TicksAndGoesAtThe121st()
     QCOMPARE(fixture.take(), QStringList());
 }
 
-void tst_ServerListenerExpiry::lastConnectionsGoBeforeTheirServer()
+void tst_ServerListenerExpiry::lastConnectionsAreRemovedBeforeTheServer()
 {
     ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
@@ -76,7 +76,7 @@ void tst_ServerListenerExpiry::lastConnectionsGoBeforeTheirServer()
                           u"lost connection stage " LOOPBACK(2) "/16"_s, u"lost stage"_s}));
 }
 
-void tst_ServerListenerExpiry::oneOfTwoConnectionsGoes()
+void tst_ServerListenerExpiry::oneOfTwoConnectionsExpires()
 {
     ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));
@@ -131,7 +131,7 @@ void tst_ServerListenerExpiry::lostServerReturnsAsNew()
     QCOMPARE(fixture.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
-void tst_ServerListenerExpiry::arrivalsAreToldBeforeLosses()
+void tst_ServerListenerExpiry::additionsAreReportedBeforeLosses()
 {
     ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({}));

@@ -34,31 +34,31 @@ class tst_ServerListenerService final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void announcementsOnTheWire_data();
-    void announcementsOnTheWire();
+    void announcementFilesAreRead_data();
+    void announcementFilesAreRead();
     void everyAnnouncementFileIsDescribed();
     void netmasks_data();
     void netmasks();
-    void firstAnnouncementGivesOneServer();
+    void firstAnnouncementAddsOneServer();
     void nameIsReadAsUtf8();
     void nullUuidIsNeverListed();
-    void sameServerHeardAgainIsSilent();
+    void repeatedAnnouncementIsSilent();
     void secondAddressIsAConnection();
-    void bothAddressesInOneTickComeInTableOrder();
-    void changedNameIsTold();
-    void newConnectionComesBeforeTheChangedName();
+    void addressesOfOneTickAreReportedInTableOrder();
+    void changedNameIsReported();
+    void newConnectionIsReportedBeforeTheChangedName();
     void twoServersBehindOneAddress();
-    void eleventhSenderIsHeardInALaterTick();
-    void otherTypeEndsTheDrainingOfATick();
-    void logsWhatAppears();
-    void logsBeforeItTells();
-    void ticksComeByThemselves();
-    void ticksStandStillWhileAReceiverRunsAnEventLoop();
-    void withoutThePortNothingIsHeard();
-    void destructionTellsNothingAndFreesThePort();
+    void eleventhSenderIsReportedInALaterTick();
+    void otherTypeEndsTheTick();
+    void logsNewServersAndConnections();
+    void logsBeforeItEmits();
+    void timerCallsTheTicks();
+    void ticksPauseWhileAReceiverRunsAnEventLoop();
+    void withoutThePortNothingIsReported();
+    void destructionIsSilentAndFreesThePort();
 };
 
-void tst_ServerListenerService::announcementsOnTheWire_data()
+void tst_ServerListenerService::announcementFilesAreRead_data()
 {
     QTest::addColumn<QByteArray>("datagram");
     QTest::addColumn<QStringList>("events");
@@ -76,7 +76,7 @@ void tst_ServerListenerService::announcementsOnTheWire_data()
     }
 }
 
-void tst_ServerListenerService::announcementsOnTheWire()
+void tst_ServerListenerService::announcementFilesAreRead()
 {
     QFETCH(const QByteArray, datagram);
     ListenerFixture fixture;
@@ -126,7 +126,7 @@ void tst_ServerListenerService::netmasks()
     QCOMPARE(fixture.take(), netmask < 0 ? QStringList() : expected);
 }
 
-void tst_ServerListenerService::firstAnnouncementGivesOneServer()
+void tst_ServerListenerService::firstAnnouncementAddsOneServer()
 {
     ListenerFixture fixture;
     const Announcer sender(firstAddress);
@@ -155,7 +155,7 @@ void tst_ServerListenerService::nullUuidIsNeverListed()
     QCOMPARE(log.lines(), QStringList());
 }
 
-void tst_ServerListenerService::sameServerHeardAgainIsSilent()
+void tst_ServerListenerService::repeatedAnnouncementIsSilent()
 {
     ListenerFixture fixture;
     const Announcer sender(firstAddress);
@@ -181,7 +181,7 @@ void tst_ServerListenerService::secondAddressIsAConnection()
     QCOMPARE(fixture.take(), QStringList{u"connection stage " LOOPBACK(2) "/16"_s});
 }
 
-void tst_ServerListenerService::bothAddressesInOneTickComeInTableOrder()
+void tst_ServerListenerService::addressesOfOneTickAreReportedInTableOrder()
 {
     ListenerFixture fixture;
     Announcer(secondAddress).send(announcement({}));
@@ -191,7 +191,7 @@ void tst_ServerListenerService::bothAddressesInOneTickComeInTableOrder()
                                           u"connection stage " LOOPBACK(1) "/24"_s}));
 }
 
-void tst_ServerListenerService::changedNameIsTold()
+void tst_ServerListenerService::changedNameIsReported()
 {
     LogCapture log;
     ListenerFixture fixture;
@@ -206,7 +206,7 @@ void tst_ServerListenerService::changedNameIsTold()
     QCOMPARE(log.entries().last(), u"info: server name changed from New to New"_s);
 }
 
-void tst_ServerListenerService::newConnectionComesBeforeTheChangedName()
+void tst_ServerListenerService::newConnectionIsReportedBeforeTheChangedName()
 {
     LogCapture log;
     ListenerFixture fixture;
@@ -233,7 +233,7 @@ void tst_ServerListenerService::twoServersBehindOneAddress()
                                           u"server hall " LOOPBACK(1) "/24 Hall"_s}));
 }
 
-void tst_ServerListenerService::eleventhSenderIsHeardInALaterTick()
+void tst_ServerListenerService::eleventhSenderIsReportedInALaterTick()
 {
     ListenerFixture fixture;
     for (int i = 1; i <= 11; ++i)
@@ -245,7 +245,7 @@ void tst_ServerListenerService::eleventhSenderIsHeardInALaterTick()
     QCOMPARE(fixture.take(), QStringList{u"connection stage " LOOPBACK(11) "/24"_s});
 }
 
-void tst_ServerListenerService::otherTypeEndsTheDrainingOfATick()
+void tst_ServerListenerService::otherTypeEndsTheTick()
 {
     ListenerFixture fixture;
     Announcer(firstAddress).send(announcement({.type = 2}));
@@ -256,7 +256,7 @@ void tst_ServerListenerService::otherTypeEndsTheDrainingOfATick()
     QCOMPARE(fixture.take(), QStringList{u"server stage " LOOPBACK(1) "/24 Stage left"_s});
 }
 
-void tst_ServerListenerService::logsWhatAppears()
+void tst_ServerListenerService::logsNewServersAndConnections()
 {
     LogCapture log;
     ListenerFixture fixture;
@@ -271,7 +271,7 @@ void tst_ServerListenerService::logsWhatAppears()
         QVERIFY2(line.startsWith(u"[ServerListenerService:"_s), qPrintable(line));
 }
 
-void tst_ServerListenerService::logsBeforeItTells()
+void tst_ServerListenerService::logsBeforeItEmits()
 {
     LogCapture log;
     ListenerFixture fixture;
@@ -289,7 +289,7 @@ void tst_ServerListenerService::logsBeforeItTells()
                           u"server name changed from New to New"_s, u"told"_s}));
 }
 
-void tst_ServerListenerService::ticksComeByThemselves()
+void tst_ServerListenerService::timerCallsTheTicks()
 {
     const ServerListenerService service;
     QSignalSpy added(&service, &ServerListenerService::addServer);
@@ -300,7 +300,7 @@ void tst_ServerListenerService::ticksComeByThemselves()
     QCOMPARE(timer->interval(), 250);
 }
 
-void tst_ServerListenerService::ticksStandStillWhileAReceiverRunsAnEventLoop()
+void tst_ServerListenerService::ticksPauseWhileAReceiverRunsAnEventLoop()
 {
     const ServerListenerService service;
     QSignalSpy added(&service, &ServerListenerService::addServer);
@@ -319,7 +319,7 @@ void tst_ServerListenerService::ticksStandStillWhileAReceiverRunsAnEventLoop()
     QCOMPARE(addedMeanwhile, 1);
 }
 
-void tst_ServerListenerService::withoutThePortNothingIsHeard()
+void tst_ServerListenerService::withoutThePortNothingIsReported()
 {
     LogCapture log;
     const Announcer holder(u"0.0.0.0"_s, 3001);
@@ -331,7 +331,7 @@ void tst_ServerListenerService::withoutThePortNothingIsHeard()
     QCOMPARE(log.lines(), QStringList());
 }
 
-void tst_ServerListenerService::destructionTellsNothingAndFreesThePort()
+void tst_ServerListenerService::destructionIsSilentAndFreesThePort()
 {
     QStringList events;
     {

@@ -15,7 +15,7 @@ class tst_TakeHead : public QObject
     Q_OBJECT
 
 private slots:
-    void letters_data()
+    void firstEntryAndItsRepeatAreTaken_data()
     {
         QTest::addColumn<QString>("before");
         QTest::addColumn<QString>("after");
@@ -30,7 +30,7 @@ private slots:
         QTest::newRow("two pairs") << u"AABB"_s << u"BBB"_s;
     }
 
-    void letters()
+    void firstEntryAndItsRepeatAreTaken()
     {
         QFETCH(const QString, before);
         QFETCH(const QString, after);

@@ -68,7 +68,7 @@ private slots:
     void init() { start(loopback(1)); }
     void cleanup() { stop(); }
 
-    void anyProportionsComeOutAt128By96_data()
+    void anyPictureIsScaledTo128By96_data()
     {
         QTest::addColumn<QSize>("size");
         QTest::addColumn<QByteArray>("format");
@@ -80,7 +80,7 @@ private slots:
         QTest::newRow("BMP") << QSize(64, 48) << QByteArray("BMP");
     }
 
-    void anyProportionsComeOutAt128By96()
+    void anyPictureIsScaledTo128By96()
     {
         QFETCH(QSize, size);
         QFETCH(QByteArray, format);
@@ -104,7 +104,7 @@ private slots:
         QCOMPARE(scaled.pixelColor(64, 50), QColor(Qt::blue));
     }
 
-    void pictureIsTurnedAsItsFileSays()
+    void exifOrientationIsApplied()
     {
         QImage halves(64, 64, QImage::Format_RGB32);
         halves.fill(Qt::blue);
@@ -129,7 +129,7 @@ private slots:
         }
     }
 
-    void bodyThatIsNoImageShowsEmptyAndIsCached_data()
+    void invalidImageIsEmptyAndCached_data()
     {
         QTest::addColumn<QByteArray>("response");
         QTest::newRow("text") << Wire::response("no picture at all");
@@ -139,7 +139,7 @@ private slots:
         QTest::newRow("redirect") << Wire::response({}, "Location: /else.png\r\n", "302 Found");
     }
 
-    void bodyThatIsNoImageShowsEmptyAndIsCached()
+    void invalidImageIsEmptyAndCached()
     {
         QFETCH(QByteArray, response);
         peer->on(thumbnails, [response](const WireRequest &request) { request.send(response); });
@@ -154,7 +154,7 @@ private slots:
         QCOMPARE(peer->requests().size(), 1);
     }
 
-    void pictureOfTooManyPixelsIsNoImage_data()
+    void tooLargePictureIsInvalid_data()
     {
         QTest::addColumn<QByteArray>("body");
         QTest::newRow("PNG") << encoded(largePicture({4096, 4097}), "PNG");
@@ -166,7 +166,7 @@ private slots:
         QTest::newRow("PNG, enormous") << whitePicture(20000);
     }
 
-    void pictureOfTooManyPixelsIsNoImage()
+    void tooLargePictureIsInvalid()
     {
         QFETCH(QByteArray, body);
         peer->answer(thumbnails, body);
@@ -179,14 +179,14 @@ private slots:
     }
 
     /// An icon states its size in one byte, where 0 means 256, but may contain any PNG.
-    void pictureThatStatesNoSizeIsBoundedToo_data()
+    void pictureWithoutAStatedSizeIsLimited_data()
     {
         QTest::addColumn<int>("side");
         QTest::newRow("unpacked, then refused") << 5700;
         QTest::newRow("not unpacked") << 5800;
     }
 
-    void pictureThatStatesNoSizeIsBoundedToo()
+    void pictureWithoutAStatedSizeIsLimited()
     {
         QFETCH(int, side);
         const QByteArray png = whitePicture(side);
@@ -204,7 +204,7 @@ private slots:
         QVERIFY(loader->pixmaps().at(9).isNull());
     }
 
-    void pictureOfTheMostPixelsIsShown_data()
+    void pictureOfTheMaximumSizeIsShown_data()
     {
         QTest::addColumn<QByteArray>("body");
         QTest::newRow("PNG") << encoded(largePicture({4096, 4096}), "PNG");
@@ -213,7 +213,7 @@ private slots:
         QTest::newRow("JPEG") << encoded(largePicture({8192, 2048}), "JPG");
     }
 
-    void pictureOfTheMostPixelsIsShown()
+    void pictureOfTheMaximumSizeIsShown()
     {
         QFETCH(QByteArray, body);
         peer->answer(thumbnails, body);
@@ -223,7 +223,7 @@ private slots:
         QCOMPARE(colorOf(loader->pixmaps().at(9)), QColor(Qt::white));
     }
 
-    void largePictureIsScaledWithinItsMeasure()
+    void largePictureIsScaledInLittleMemory()
     {
         peer->answer(thumbnails, whitePicture(4096));
         const qint64 before = peakMemory();
@@ -234,7 +234,7 @@ private slots:
         QCOMPARE_LT(peakMemory() - before, 250);
     }
 
-    void bodyPastItsBoundIsAFailedDownload_data()
+    void tooLongBodyIsAFailedDownload_data()
     {
         QTest::addColumn<QByteArray>("response");
         QTest::addColumn<QByteArray>("piece");
@@ -244,7 +244,7 @@ private slots:
             << Wire::chunkedHead() << Wire::chunk(QByteArray(1 << 16, 'x'));
     }
 
-    void bodyPastItsBoundIsAFailedDownload()
+    void tooLongBodyIsAFailedDownload()
     {
         QFETCH(QByteArray, response);
         QFETCH(QByteArray, piece);
@@ -259,7 +259,7 @@ private slots:
         QCOMPARE(other.progress.size(), 2);
     }
 
-    void bodyOfTheGreatestLengthIsShown()
+    void bodyOfTheMaximumLengthIsShown()
     {
         QByteArray body = picture({4, 4}, Qt::red);
         body.resize(16 << 20, '\0');
@@ -269,7 +269,7 @@ private slots:
         QCOMPARE(colorOf(loader->pixmaps().at(9)), QColor(Qt::red));
     }
 
-    void bodyThatSwellsBeyondMeasureIsAFailedDownload()
+    void compressionBombIsAFailedDownload()
     {
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"Internal problem"_s));
         const QByteArray bomb = qCompress(QByteArray(64 << 20, '\0')).mid(4);

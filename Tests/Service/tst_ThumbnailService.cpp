@@ -102,7 +102,7 @@ private slots:
         QVERIFY(QPixmapCache::find(u"thumbnail+x"_s, nullptr));
     }
 
-    void repliesMayEndInAnyOrder()
+    void repliesMayFinishInAnyOrder()
     {
         load(*loader, {{0, u"r"_s}, {1, u"g"_s}, {2, u"b"_s}});
         QVERIFY(peer->waitForRequests(3));
@@ -117,7 +117,7 @@ private slots:
             QCOMPARE(colorOf(loader->pixmaps().at(slot)), colors.at(slot));
     }
 
-    void failedDownloadGetsTheFallbackWhenALaterOneSucceeds()
+    void failedDownloadGetsTheFallbackPicture()
     {
         LogCapture log;
         load(*loader, {{1, u"x"_s}, {2, u"y"_s}});
@@ -145,7 +145,7 @@ private slots:
         QVERIFY(!QPixmapCache::find(u"thumbnail+x"_s, nullptr));
     }
 
-    void signalsComeInOrder()
+    void signalsAreEmittedInOrder()
     {
         QStringList lines;
         const auto record = [&](auto signal, const QString &line) {
@@ -173,7 +173,7 @@ private slots:
         QCOMPARE(lines.mid(7), (QStringList{u"downloads"_s, u"progress"_s, u"aborted"_s}));
     }
 
-    void loadWhoseLastReplyFailsIsNeverFinished()
+    void loadWithAFailedLastReplyNeverFinishes()
     {
         load(*loader, {{1, u"x"_s}, {2, u"y"_s}});
         QVERIFY(peer->waitForRequests(2));
@@ -190,7 +190,7 @@ private slots:
         QVERIFY(loader->pixmaps().at(1).isNull() && loader->pixmaps().at(2).isNull());
     }
 
-    void pictureThatTheCacheRefusesIsUsedAllTheSame()
+    void pictureRefusedByTheCacheIsShown()
     {
         LogCapture log;
         QPixmapCache::setCacheLimit(1);
@@ -218,7 +218,7 @@ private slots:
                               u"info: Downloaded was a success"_s}));
     }
 
-    void abortWithNothingRunning()
+    void abortWithoutALoadIsReported()
     {
         LogCapture log;
         loader->service.abort();
@@ -239,7 +239,7 @@ private slots:
         QCOMPARE(loader->finished.size(), 0);
     }
 
-    void receiversAfterOneThatAbortsGetAllPictures()
+    void abortInOneReceiverKeepsThePicturesOfOthers()
     {
         qsizetype count = -1;
         connect(&loader->service, &ThumbnailService::finished, &loader->service,

@@ -33,7 +33,7 @@ private slots:
         stop();
     }
 
-    void eachReplyBringsProgressFromBoth()
+    void replyCausesProgressOfBothServices()
     {
         LogCapture log;
         answerWith(Qt::red);
@@ -62,7 +62,7 @@ private slots:
         QCOMPARE(otherLoader->finished.constFirst().constFirst().toInt(), 2);
     }
 
-    void abortLeavesTheLoadOfTheOtherAlone()
+    void abortDoesNotStopTheOtherService()
     {
         load(*loader, {{1, u"x"_s}});
         load(*otherLoader, {{1, u"y"_s}});
@@ -79,7 +79,7 @@ private slots:
         QCOMPARE(loader->progress.size(), 2);
     }
 
-    void replyOfSomebodyElseIsReleased()
+    void unknownReplyIsReleased()
     {
         QNetworkReply *reply = manager->get(QNetworkRequest(QUrl(u"data:,x"_s)));
         QSignalSpy destroyed(reply, &QObject::destroyed);

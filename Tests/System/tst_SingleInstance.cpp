@@ -58,10 +58,10 @@ private slots:
     void init() { failOnAnyWarning(); }
 
     void nameIsFreeAgainWhenItsProcessEnds();
-    void programRunsUnprotectedWhereTheNameCannotBeTaken();
+    void programStartsIfTheNameCannotBeTaken();
     void nameIsTakenOnce();
     void nameIsNotInheritedByOtherPrograms();
-    void othersFindItTakenWhoeverTheyAre();
+    void nameIsTakenForEveryUser();
 };
 
 void tst_SingleInstance::nameIsFreeAgainWhenItsProcessEnds()
@@ -70,7 +70,7 @@ void tst_SingleInstance::nameIsFreeAgainWhenItsProcessEnds()
     QVERIFY(anotherProcessAcquires(getuid()));
 }
 
-void tst_SingleInstance::programRunsUnprotectedWhereTheNameCannotBeTaken()
+void tst_SingleInstance::programStartsIfTheNameCannotBeTaken()
 {
     {
         const NoMoreDescriptors none;
@@ -90,7 +90,7 @@ void tst_SingleInstance::nameIsNotInheritedByOtherPrograms()
     QCOMPARE(descriptorFlagsOfTheName(), FD_CLOEXEC);
 }
 
-void tst_SingleInstance::othersFindItTakenWhoeverTheyAre()
+void tst_SingleInstance::nameIsTakenForEveryUser()
 {
     constexpr uid_t nobody = 65534;
     QVERIFY(!anotherProcessAcquires(getuid()));

@@ -31,10 +31,10 @@ private slots:
 
     void textArrivesWhole_data();
     void textArrivesWhole();
-    void textGoesBehindWhatAFileHas();
+    void textIsAppendedToAFile();
     void fullStreamDropsTheText_data();
     void fullStreamDropsTheText();
-    void anotherUsersPipeTakesTheTextIfItHasRoom();
+    void pipeOfAnotherUserGetsTextThatFits();
     void streamWithoutReaderDropsTheText_data();
     void streamWithoutReaderDropsTheText();
     void closedStreamDropsTheText();
@@ -59,7 +59,7 @@ void tst_StandardStreams::textArrivesWhole()
     QCOMPARE(fcntl(channel->writer, F_GETFL), mode);
 }
 
-void tst_StandardStreams::textGoesBehindWhatAFileHas()
+void tst_StandardStreams::textIsAppendedToAFile()
 {
     QTemporaryFile file;
     QVERIFY(file.open());
@@ -87,7 +87,7 @@ void tst_StandardStreams::fullStreamDropsTheText()
     QVERIFY(!channel->readAll().contains("dropped"));
 }
 
-void tst_StandardStreams::anotherUsersPipeTakesTheTextIfItHasRoom()
+void tst_StandardStreams::pipeOfAnotherUserGetsTextThatFits()
 {
     constexpr uid_t nobody = 65534;
     const std::unique_ptr<Channel> channel = openPipe();

@@ -28,23 +28,23 @@ private slots:
     }
     void cleanup() { fixture.reset(); }
 
-    void aMoveIsOneRequest();
-    void theDialogIsModalAndSaysWhatItDoes();
-    void aMoveThatAnswersSoonShowsNoDialog();
-    void aLongMoveShowsItsDialog();
+    void moveSendsOneRequest();
+    void dialogIsModalAndHasItsTexts();
+    void shortMoveShowsNoDialog();
+    void longMoveShowsTheDialog();
     void resultCodes_data() { addResultRows(); }
     void resultCodes();
-    void numbersOfThreeDigitsStandAsTheyAre();
-    void aBrokenConnectionIsAFailureAndSendsNothingTwice();
-    void namesInErrorLinesAreTakenLiterally();
-    void aVanishedServerIsNamedByNothing();
-    void aCancelLeavesTheMoveToTheServer();
-    void aFailureAfterTheCancelIsKeptAndEndsNothing();
-    void aCancelTogetherWithTheResultEndsTwice();
-    void abortLeavesNothingToShow();
-    void abortBeforeTheStartEndsTheTask();
-    void aResultOfAnotherServerIsLoggedAndChangesNothing();
-    void deletionTakesDialogAndConnectionsAlong();
+    void errorLineHasNumbersOfThreeDigits();
+    void brokenConnectionFailsTheMoveWithoutARepeat();
+    void errorLineTakesNamesLiterally();
+    void errorLineOfARemovedServerHasNoName();
+    void cancelDoesNotStopTheRequest();
+    void failureAfterCancelIsKept();
+    void cancelAfterTheResultFinishesTwice();
+    void abortHidesTheDialogAndClearsErrors();
+    void abortBeforeTheStartFinishesTheTask();
+    void resultOfAnotherServerIsLoggedAndIgnored();
+    void deletionRemovesTheDialogAndConnections();
 
 private:
     void start() { fixture->start<MoveTask>(3, 7, 12); }
@@ -52,7 +52,7 @@ private:
     std::unique_ptr<TaskFixture> fixture;
 };
 
-void tst_MoveTask::aMoveIsOneRequest()
+void tst_MoveTask::moveSendsOneRequest()
 {
     start();
     QVERIFY(fixture->started);
@@ -69,7 +69,7 @@ void tst_MoveTask::aMoveIsOneRequest()
     QCOMPARE(command.field("visualToIdx"), u"12"_s);
 }
 
-void tst_MoveTask::theDialogIsModalAndSaysWhatItDoes()
+void tst_MoveTask::dialogIsModalAndHasItsTexts()
 {
     fixture->server.wire.hold(TaskFixture::execute);
     start();
@@ -80,7 +80,7 @@ void tst_MoveTask::theDialogIsModalAndSaysWhatItDoes()
     QCOMPARE(fixture->dialog()->maximum(), 1);
 }
 
-void tst_MoveTask::aMoveThatAnswersSoonShowsNoDialog()
+void tst_MoveTask::shortMoveShowsNoDialog()
 {
     const ShownDialogs shown;
     fixture->server.wire.hold(TaskFixture::execute);
@@ -94,7 +94,7 @@ void tst_MoveTask::aMoveThatAnswersSoonShowsNoDialog()
     QCOMPARE(shown.count, 0);
 }
 
-void tst_MoveTask::aLongMoveShowsItsDialog()
+void tst_MoveTask::longMoveShowsTheDialog()
 {
     fixture->server.wire.hold(TaskFixture::execute);
     start();
@@ -119,7 +119,7 @@ void tst_MoveTask::resultCodes()
                          text + u'.'});
 }
 
-void tst_MoveTask::numbersOfThreeDigitsStandAsTheyAre()
+void tst_MoveTask::errorLineHasNumbersOfThreeDigits()
 {
     fixture->model.setServerName(fixture->server.uuid, u"%5 %1"_s);
     fixture->server.refuse("%2");
@@ -129,7 +129,7 @@ void tst_MoveTask::numbersOfThreeDigitsStandAsTheyAre()
              QStringList{u"Move from 100 to 000 in folder 255 on server \"%5 %1\" failed: %2."_s});
 }
 
-void tst_MoveTask::aBrokenConnectionIsAFailureAndSendsNothingTwice()
+void tst_MoveTask::brokenConnectionFailsTheMoveWithoutARepeat()
 {
     start();
     EVENTUALLY_COMPARE(fixture->finished->size(), 1);
@@ -150,7 +150,7 @@ void tst_MoveTask::aBrokenConnectionIsAFailureAndSendsNothingTwice()
     QCOMPARE(fixture->server.commands(ScriptedServer::Move).size(), 2);
 }
 
-void tst_MoveTask::namesInErrorLinesAreTakenLiterally()
+void tst_MoveTask::errorLineTakesNamesLiterally()
 {
     fixture->model.setServerName(fixture->server.uuid, u"%5\n%1"_s);
     fixture->start<MoveTask>(3, 7, 12);
@@ -160,7 +160,7 @@ void tst_MoveTask::namesInErrorLinesAreTakenLiterally()
                          u"%2\n%%%"_s.repeated(1000).left(4096) + u"…."_s});
 }
 
-void tst_MoveTask::aVanishedServerIsNamedByNothing()
+void tst_MoveTask::errorLineOfARemovedServerHasNoName()
 {
     fixture->server.refuse("no");
     start();
@@ -170,7 +170,7 @@ void tst_MoveTask::aVanishedServerIsNamedByNothing()
              QStringList{u"Move from 007 to 012 in folder 003 on server \"\" failed: no."_s});
 }
 
-void tst_MoveTask::aCancelLeavesTheMoveToTheServer()
+void tst_MoveTask::cancelDoesNotStopTheRequest()
 {
     fixture->server.wire.hold(TaskFixture::execute);
     start();
@@ -188,7 +188,7 @@ void tst_MoveTask::aCancelLeavesTheMoveToTheServer()
     QCOMPARE(fixture->requests().size(), 1);
 }
 
-void tst_MoveTask::aFailureAfterTheCancelIsKeptAndEndsNothing()
+void tst_MoveTask::failureAfterCancelIsKept()
 {
     fixture->server.wire.hold(TaskFixture::execute);
     start();
@@ -202,7 +202,7 @@ void tst_MoveTask::aFailureAfterTheCancelIsKeptAndEndsNothing()
     QCOMPARE(fixture->finished->size(), 1);
 }
 
-void tst_MoveTask::aCancelTogetherWithTheResultEndsTwice()
+void tst_MoveTask::cancelAfterTheResultFinishesTwice()
 {
     fixture->server.wire.answer(TaskFixture::execute, TaskFixture::inUse);
     start();
@@ -212,7 +212,7 @@ void tst_MoveTask::aCancelTogetherWithTheResultEndsTwice()
     QVERIFY(fixture->task->hasErrors());
 }
 
-void tst_MoveTask::abortLeavesNothingToShow()
+void tst_MoveTask::abortHidesTheDialogAndClearsErrors()
 {
     fixture->server.wire.hold(TaskFixture::execute);
     start();
@@ -227,7 +227,7 @@ void tst_MoveTask::abortLeavesNothingToShow()
     QCOMPARE(fixture->task->errorDetails(), QStringList());
 }
 
-void tst_MoveTask::abortBeforeTheStartEndsTheTask()
+void tst_MoveTask::abortBeforeTheStartFinishesTheTask()
 {
     MoveTask task(&fixture->model, nullptr, &fixture->service, fixture->server.uuid, 3, 7, 12);
     const QSignalSpy finished(&task, &TaskBase::taskFinished);
@@ -235,7 +235,7 @@ void tst_MoveTask::abortBeforeTheStartEndsTheTask()
     QCOMPARE(finished.size(), 1);
 }
 
-void tst_MoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
+void tst_MoveTask::resultOfAnotherServerIsLoggedAndIgnored()
 {
     ScriptedServer other(loopback(2));
     QVERIFY(fixture->connectTo(other, u"Stage right"_s));
@@ -255,7 +255,7 @@ void tst_MoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
     QCOMPARE(log.texts().count(u"Invalid server id in notification "_s + other.uuid.toString()), 2);
 }
 
-void tst_MoveTask::deletionTakesDialogAndConnectionsAlong()
+void tst_MoveTask::deletionRemovesTheDialogAndConnections()
 {
     fixture->server.wire.hold(TaskFixture::execute);
     start();

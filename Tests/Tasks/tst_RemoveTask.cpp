@@ -36,24 +36,24 @@ private slots:
     void cleanup() { fixture.reset(); }
 
     void knowsItsServer();
-    void theDialogIsModalAndSaysWhatItDoes();
-    void aShortRemovalShowsNoDialog();
-    void aLongRemovalShowsItsDialog();
-    void theServerGetsOneRemovalAtATime();
-    void fiveRemovalsWithOneFailure();
+    void dialogIsModalAndHasItsTexts();
+    void shortRemovalShowsNoDialog();
+    void longRemovalShowsTheDialog();
+    void removalsAreSentOneAtATime();
+    void oneFailureOfFiveIsReported();
     void resultCodes_data() { addResultRows(); }
     void resultCodes();
     void failuresAreListedInTheOrderGiven();
-    void namesInErrorLinesAreTakenLiterally();
-    void aVanishedServerIsNamedByNothing();
-    void aBrokenConnectionFailsOneRemovalAndSendsNoneTwice();
-    void aResultForASlotNotInTheListMovesNoBar();
-    void aResultForASlotNotInTheListEndsAFullTaskAgain();
-    void aSecondResultAfterTheEndChangesNothing();
-    void aVisualGivenTwiceLeavesTheNextOneTwiceInTheQueue();
-    void theFirstOfTwoEqualEntriesTakesTheResults();
-    void aFailureStaysOneWhateverComesLater();
-    void aResultOfAnotherServerIsLoggedAndChangesNothing();
+    void errorLineTakesNamesLiterally();
+    void errorLineOfARemovedServerHasNoName();
+    void brokenConnectionFailsOneRemovalWithoutARepeat();
+    void resultOfAnUnlistedSlotIsIgnored();
+    void resultOfAnUnlistedSlotAfterTheEndFinishesAgain();
+    void repeatedResultAfterTheEndIsIgnored();
+    void duplicateVisualRemovesTheNextOneTwice();
+    void resultsCountForTheFirstOfTwoEqualEntries();
+    void laterSuccessDoesNotClearAFailure();
+    void resultOfAnotherServerIsLoggedAndIgnored();
 
 private:
     std::unique_ptr<TaskFixture> fixture;
@@ -69,7 +69,7 @@ void tst_RemoveTask::knowsItsServer()
     QVERIFY(!fixture->task->involvesServer(QUuid()));
 }
 
-void tst_RemoveTask::theDialogIsModalAndSaysWhatItDoes()
+void tst_RemoveTask::dialogIsModalAndHasItsTexts()
 {
     fixture->start<RemoveTask>(five);
     QVERIFY(fixture->dialog()->isModal());
@@ -79,7 +79,7 @@ void tst_RemoveTask::theDialogIsModalAndSaysWhatItDoes()
     QCOMPARE(fixture->dialog()->maximum(), 5);
 }
 
-void tst_RemoveTask::aShortRemovalShowsNoDialog()
+void tst_RemoveTask::shortRemovalShowsNoDialog()
 {
     const ShownDialogs shown;
     fixture->server.wire.hold(TaskFixture::execute);
@@ -96,7 +96,7 @@ void tst_RemoveTask::aShortRemovalShowsNoDialog()
     QCOMPARE(shown.count, 0);
 }
 
-void tst_RemoveTask::aLongRemovalShowsItsDialog()
+void tst_RemoveTask::longRemovalShowsTheDialog()
 {
     const ShownDialogs shown;
     fixture->server.wire.hold(TaskFixture::execute);
@@ -111,7 +111,7 @@ void tst_RemoveTask::aLongRemovalShowsItsDialog()
     QCOMPARE(shown.count, 1);
 }
 
-void tst_RemoveTask::theServerGetsOneRemovalAtATime()
+void tst_RemoveTask::removalsAreSentOneAtATime()
 {
     int onTheWire = 0;
     fixture->server.wire.on(TaskFixture::execute, [&onTheWire](const WireRequest &request) {
@@ -128,7 +128,7 @@ void tst_RemoveTask::theServerGetsOneRemovalAtATime()
     QCOMPARE(fixture->task->errorDetails(), QStringList());
 }
 
-void tst_RemoveTask::fiveRemovalsWithOneFailure()
+void tst_RemoveTask::oneFailureOfFiveIsReported()
 {
     fixture->server.wire.on(TaskFixture::execute, [](const WireRequest &request) {
         request.answer(request.body.contains("visualIdx=3&") ? TaskFixture::inUse
@@ -171,7 +171,7 @@ void tst_RemoveTask::failuresAreListedInTheOrderGiven()
                      u"Remove visual 000 in folder 000 on server \"Stage left\" failed: no."_s}));
 }
 
-void tst_RemoveTask::namesInErrorLinesAreTakenLiterally()
+void tst_RemoveTask::errorLineTakesNamesLiterally()
 {
     fixture->model.setServerName(fixture->server.uuid, u"%4\n<b>%1</b>"_s);
     fixture->server.refuse("%1%% %3" + QByteArray(5000, 'W'));
@@ -183,7 +183,7 @@ void tst_RemoveTask::namesInErrorLinesAreTakenLiterally()
                          u"W"_s.repeated(4096 - 7) + u"…."_s});
 }
 
-void tst_RemoveTask::aVanishedServerIsNamedByNothing()
+void tst_RemoveTask::errorLineOfARemovedServerHasNoName()
 {
     fixture->server.refuse("no");
     fixture->start<RemoveTask>(Visuals{{3, 17}});
@@ -193,7 +193,7 @@ void tst_RemoveTask::aVanishedServerIsNamedByNothing()
              QStringList{u"Remove visual 017 in folder 003 on server \"\" failed: no."_s});
 }
 
-void tst_RemoveTask::aBrokenConnectionFailsOneRemovalAndSendsNoneTwice()
+void tst_RemoveTask::brokenConnectionFailsOneRemovalWithoutARepeat()
 {
     fixture->server.wire.on(TaskFixture::execute, [](const WireRequest &request) {
         if (request.body.contains("visualIdx=2&"))
@@ -215,7 +215,7 @@ void tst_RemoveTask::aBrokenConnectionFailsOneRemovalAndSendsNoneTwice()
                          text + u'.'});
 }
 
-void tst_RemoveTask::aResultForASlotNotInTheListMovesNoBar()
+void tst_RemoveTask::resultOfAnUnlistedSlotIsIgnored()
 {
     fixture->server.wire.hold(TaskFixture::execute);
     fixture->start<RemoveTask>(Visuals{{3, 17}, {3, 18}});
@@ -229,7 +229,7 @@ void tst_RemoveTask::aResultForASlotNotInTheListMovesNoBar()
     QCOMPARE(fixture->finished->size(), 0);
 }
 
-void tst_RemoveTask::aResultForASlotNotInTheListEndsAFullTaskAgain()
+void tst_RemoveTask::resultOfAnUnlistedSlotAfterTheEndFinishesAgain()
 {
     fixture->start<RemoveTask>(Visuals{{3, 17}});
     EVENTUALLY_COMPARE(fixture->finished->size(), 1);
@@ -238,7 +238,7 @@ void tst_RemoveTask::aResultForASlotNotInTheListEndsAFullTaskAgain()
     QVERIFY(!fixture->task->hasErrors());
 }
 
-void tst_RemoveTask::aSecondResultAfterTheEndChangesNothing()
+void tst_RemoveTask::repeatedResultAfterTheEndIsIgnored()
 {
     fixture->start<RemoveTask>(Visuals{{3, 17}});
     EVENTUALLY_COMPARE(fixture->finished->size(), 1);
@@ -249,7 +249,7 @@ void tst_RemoveTask::aSecondResultAfterTheEndChangesNothing()
 }
 
 // As many results come as visuals were given, so the bar gets full and the task ends once.
-void tst_RemoveTask::aVisualGivenTwiceLeavesTheNextOneTwiceInTheQueue()
+void tst_RemoveTask::duplicateVisualRemovesTheNextOneTwice()
 {
     fixture->server.wire.hold(TaskFixture::execute);
     fixture->start<RemoveTask>(Visuals{{3, 1}, {3, 1}, {3, 2}});
@@ -265,7 +265,7 @@ void tst_RemoveTask::aVisualGivenTwiceLeavesTheNextOneTwiceInTheQueue()
     QCOMPARE(fixture->finished->size(), 1);
 }
 
-void tst_RemoveTask::theFirstOfTwoEqualEntriesTakesTheResults()
+void tst_RemoveTask::resultsCountForTheFirstOfTwoEqualEntries()
 {
     fixture->server.refuse("no");
     fixture->start<RemoveTask>(Visuals{{3, 1}, {3, 2}, {3, 1}});
@@ -277,7 +277,7 @@ void tst_RemoveTask::theFirstOfTwoEqualEntriesTakesTheResults()
                      u"Remove visual 002 in folder 003 on server \"Stage left\" failed: no."_s}));
 }
 
-void tst_RemoveTask::aFailureStaysOneWhateverComesLater()
+void tst_RemoveTask::laterSuccessDoesNotClearAFailure()
 {
     fixture->server.wire.hold(TaskFixture::execute);
     fixture->start<RemoveTask>(Visuals{{3, 1}, {3, 1}, {3, 2}});
@@ -291,7 +291,7 @@ void tst_RemoveTask::aFailureStaysOneWhateverComesLater()
                          "Visual is in use."_s});
 }
 
-void tst_RemoveTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
+void tst_RemoveTask::resultOfAnotherServerIsLoggedAndIgnored()
 {
     ScriptedServer other(loopback(2));
     QVERIFY(fixture->connectTo(other, u"Stage right"_s));

@@ -34,20 +34,20 @@ private slots:
     }
     void cleanup() { fixture.reset(); }
 
-    void cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError();
-    void aCancelKeepsTheFailuresSoFar();
-    void escapeIsACancel();
-    void aCancelTogetherWithTheLastResultEndsTwice();
-    void abortLeavesNothingToShow();
-    void abortBeforeTheStartEndsTheTask();
-    void deletionTakesDialogAndConnectionsAlong();
-    void withoutAConnectionOnlyTheOperatorEndsIt();
+    void cancelStopsTheRemainingRemovals();
+    void cancelKeepsEarlierFailures();
+    void escapeCancels();
+    void cancelAfterTheLastResultFinishesTwice();
+    void abortHidesTheDialogAndClearsErrors();
+    void abortBeforeTheStartFinishesTheTask();
+    void deletionRemovesTheDialogAndConnections();
+    void withoutAConnectionOnlyCancelFinishesTheTask();
 
 private:
     std::unique_ptr<TaskFixture> fixture;
 };
 
-void tst_RemoveTaskEnds::cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError()
+void tst_RemoveTaskEnds::cancelStopsTheRemainingRemovals()
 {
     fixture->start<RemoveTask>(five);
     QVERIFY(fixture->answer(0));
@@ -70,7 +70,7 @@ void tst_RemoveTaskEnds::cancelAfterTwoOfFiveSendsNoMoreAndShowsNoError()
     QCOMPARE(fixture->server.visuals(ScriptedServer::Remove), five.first(3));
 }
 
-void tst_RemoveTaskEnds::aCancelKeepsTheFailuresSoFar()
+void tst_RemoveTaskEnds::cancelKeepsEarlierFailures()
 {
     fixture->start<RemoveTask>(five);
     QVERIFY(fixture->answer(0, TaskFixture::inUse));
@@ -82,7 +82,7 @@ void tst_RemoveTaskEnds::aCancelKeepsTheFailuresSoFar()
     QCOMPARE(fixture->task->errorDetails().size(), 1);
 }
 
-void tst_RemoveTaskEnds::escapeIsACancel()
+void tst_RemoveTaskEnds::escapeCancels()
 {
     fixture->start<RemoveTask>(five);
     EVENTUALLY(fixture->dialog()->isVisible());
@@ -93,7 +93,7 @@ void tst_RemoveTaskEnds::escapeIsACancel()
     QCOMPARE(fixture->server.visuals(ScriptedServer::Remove), five.first(1));
 }
 
-void tst_RemoveTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
+void tst_RemoveTaskEnds::cancelAfterTheLastResultFinishesTwice()
 {
     fixture->start<RemoveTask>(five.first(1));
     QVERIFY(fixture->answer(0));
@@ -103,7 +103,7 @@ void tst_RemoveTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
     QVERIFY(!fixture->task->hasErrors());
 }
 
-void tst_RemoveTaskEnds::abortLeavesNothingToShow()
+void tst_RemoveTaskEnds::abortHidesTheDialogAndClearsErrors()
 {
     fixture->start<RemoveTask>(five);
     QVERIFY(fixture->answer(0, TaskFixture::inUse));
@@ -121,7 +121,7 @@ void tst_RemoveTaskEnds::abortLeavesNothingToShow()
     QCOMPARE(fixture->finished->size(), 1);
 }
 
-void tst_RemoveTaskEnds::abortBeforeTheStartEndsTheTask()
+void tst_RemoveTaskEnds::abortBeforeTheStartFinishesTheTask()
 {
     RemoveTask task(&fixture->model, nullptr, &fixture->service, fixture->server.uuid, five);
     const QSignalSpy finished(&task, &TaskBase::taskFinished);
@@ -129,7 +129,7 @@ void tst_RemoveTaskEnds::abortBeforeTheStartEndsTheTask()
     QCOMPARE(finished.size(), 1);
 }
 
-void tst_RemoveTaskEnds::deletionTakesDialogAndConnectionsAlong()
+void tst_RemoveTaskEnds::deletionRemovesTheDialogAndConnections()
 {
     fixture->start<RemoveTask>(five);
     EVENTUALLY(fixture->dialog()->isVisible());
@@ -146,7 +146,7 @@ void tst_RemoveTaskEnds::deletionTakesDialogAndConnectionsAlong()
     QCOMPARE(fixture->finished->size(), 0);
 }
 
-void tst_RemoveTaskEnds::withoutAConnectionOnlyTheOperatorEndsIt()
+void tst_RemoveTaskEnds::withoutAConnectionOnlyCancelFinishesTheTask()
 {
     fixture->service.removeHandler(fixture->server.uuid);
     fixture->start<RemoveTask>(five);

@@ -24,29 +24,29 @@ class tst_SyncTask : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void nothingToDoEndsAtOnce();
+    void nothingToDoFinishesAtOnce();
     void knowsItsServers();
-    void phasesFollowEachOther();
-    void renamesOnlyEndAfterTheLast();
-    void removalsOnlyEndAfterTheLast();
+    void phasesRunInOrder();
+    void renamesOnlyFinishesAfterTheLastOne();
+    void removalsOnlyFinishesAfterTheLastOne();
     void transfersOnlyShowNoProgressDialog();
-    void theProgressDialogsAreModalAndSayWhatTheyDo();
-    void aShortPhaseShowsNoDialog();
-    void aLongPhaseShowsItsDialog();
-    void aStrayRenameResultMovesNoBar();
-    void aStrayRenameResultAtTheEndOfTheBarStartsTheNextPhase();
-    void aStrayRenameResultLetsNoRemovalCountTwice();
-    void aStrayRemovalResultMovesNoBar();
-    void aStrayRemovalResultLetsNoFailureCountTwice();
-    void aCancelledRenamePhaseCancelsTheRemovals();
-    void aResultOfAnotherServerIsLoggedAndChangesNothing();
-    void failedRenamesAndRemovalsStopNothingAndAreListed();
-    void aFailureWithoutATextCounts();
-    void namesInErrorLinesAreTakenLiterally();
+    void progressDialogsAreModalAndHaveTheirTexts();
+    void shortPhaseShowsNoDialog();
+    void longPhaseShowsTheDialog();
+    void unlistedRenameResultIsIgnored();
+    void unlistedRenameResultAfterTheLastRestartsTheRemovals();
+    void restartedRemovalsCountOnce();
+    void unlistedRemovalResultIsIgnored();
+    void restartedTransfersCountFailuresOnce();
+    void cancelOfRenamesCancelsTheRemovals();
+    void resultOfAnotherServerIsLoggedAndIgnored();
+    void failedRenamesAndRemovalsAreListedAndDoNotStop();
+    void failureWithoutTextCounts();
+    void errorLineTakesNamesLiterally();
     void failedTransferIsLoggedAsAnError();
 };
 
-void tst_SyncTask::nothingToDoEndsAtOnce()
+void tst_SyncTask::nothingToDoFinishesAtOnce()
 {
     SyncTaskFixture fixture(loopback(1));
     QVERIFY(fixture.connectDestination());
@@ -73,7 +73,7 @@ void tst_SyncTask::knowsItsServers()
     QCOMPARE(fixture.task->errorMessage(), u"Folder synchronization completed with errors"_s);
 }
 
-void tst_SyncTask::phasesFollowEachOther()
+void tst_SyncTask::phasesRunInOrder()
 {
     SyncTaskFixture fixture(loopback(1));
     QVERIFY(fixture.connectDestination());
@@ -106,7 +106,7 @@ void tst_SyncTask::phasesFollowEachOther()
     QCOMPARE(fixture.finished->size(), 0);
 }
 
-void tst_SyncTask::renamesOnlyEndAfterTheLast()
+void tst_SyncTask::renamesOnlyFinishesAfterTheLastOne()
 {
     SyncTaskFixture fixture(loopback(1));
     QVERIFY(fixture.connectDestination());
@@ -120,7 +120,7 @@ void tst_SyncTask::renamesOnlyEndAfterTheLast()
     QVERIFY(!fixture.dialog<TransferDialog>());
 }
 
-void tst_SyncTask::removalsOnlyEndAfterTheLast()
+void tst_SyncTask::removalsOnlyFinishesAfterTheLastOne()
 {
     SyncTaskFixture fixture(loopback(1));
     QVERIFY(fixture.connectDestination());
@@ -143,7 +143,7 @@ void tst_SyncTask::transfersOnlyShowNoProgressDialog()
     QVERIFY(fixture.dialog<TransferDialog>()->isModal());
 }
 
-void tst_SyncTask::theProgressDialogsAreModalAndSayWhatTheyDo()
+void tst_SyncTask::progressDialogsAreModalAndHaveTheirTexts()
 {
     SyncTaskFixture fixture(loopback(1));
     fixture.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {});
@@ -161,7 +161,7 @@ void tst_SyncTask::theProgressDialogsAreModalAndSayWhatTheyDo()
     QCOMPARE(removing->maximum(), 1);
 }
 
-void tst_SyncTask::aShortPhaseShowsNoDialog()
+void tst_SyncTask::shortPhaseShowsNoDialog()
 {
     SyncTaskFixture fixture(loopback(1));
     ShownDialogs shown;
@@ -176,7 +176,7 @@ void tst_SyncTask::aShortPhaseShowsNoDialog()
     QCOMPARE(shown.count, 0);
 }
 
-void tst_SyncTask::aLongPhaseShowsItsDialog()
+void tst_SyncTask::longPhaseShowsTheDialog()
 {
     SyncTaskFixture fixture(loopback(1));
     ShownDialogs shown;
@@ -189,7 +189,7 @@ void tst_SyncTask::aLongPhaseShowsItsDialog()
     QCOMPARE(fixture.finished->size(), 1);
 }
 
-void tst_SyncTask::aStrayRenameResultMovesNoBar()
+void tst_SyncTask::unlistedRenameResultIsIgnored()
 {
     SyncTaskFixture fixture(loopback(1));
     fixture.start({{3, u"Three"_s}}, {}, {});
@@ -200,7 +200,7 @@ void tst_SyncTask::aStrayRenameResultMovesNoBar()
     QVERIFY(!fixture.task->hasErrors());
 }
 
-void tst_SyncTask::aStrayRenameResultAtTheEndOfTheBarStartsTheNextPhase()
+void tst_SyncTask::unlistedRenameResultAfterTheLastRestartsTheRemovals()
 {
     SyncTaskFixture fixture(loopback(1));
     QVERIFY(fixture.connectDestination());
@@ -217,7 +217,7 @@ void tst_SyncTask::aStrayRenameResultAtTheEndOfTheBarStartsTheNextPhase()
     QCOMPARE(fixture.finished->size(), 1);
 }
 
-void tst_SyncTask::aStrayRenameResultLetsNoRemovalCountTwice()
+void tst_SyncTask::restartedRemovalsCountOnce()
 {
     SyncTaskFixture fixture(loopback(1));
     fixture.start({{3, u"Three"_s}}, {{3, 1}, {3, 2}}, {});
@@ -228,7 +228,7 @@ void tst_SyncTask::aStrayRenameResultLetsNoRemovalCountTwice()
     QCOMPARE(fixture.finished->size(), 0);
 }
 
-void tst_SyncTask::aStrayRemovalResultLetsNoFailureCountTwice()
+void tst_SyncTask::restartedTransfersCountFailuresOnce()
 {
     SyncTaskFixture fixture(loopback(1));
     fixture.start({}, {{3, 1}}, {{3, 8}});
@@ -242,7 +242,7 @@ void tst_SyncTask::aStrayRemovalResultLetsNoFailureCountTwice()
 }
 
 /// Seen by the log alone: at a server that is not connected nothing waits that could be dropped.
-void tst_SyncTask::aCancelledRenamePhaseCancelsTheRemovals()
+void tst_SyncTask::cancelOfRenamesCancelsTheRemovals()
 {
     LogCapture log;
     SyncTaskFixture fixture(loopback(1));
@@ -254,7 +254,7 @@ void tst_SyncTask::aCancelledRenamePhaseCancelsTheRemovals()
     QCOMPARE(log.texts().count(line), 1);
 }
 
-void tst_SyncTask::aStrayRemovalResultMovesNoBar()
+void tst_SyncTask::unlistedRemovalResultIsIgnored()
 {
     SyncTaskFixture fixture(loopback(1));
     fixture.start({}, {{3, 1}}, {});
@@ -265,7 +265,7 @@ void tst_SyncTask::aStrayRemovalResultMovesNoBar()
     QVERIFY(!fixture.task->hasErrors());
 }
 
-void tst_SyncTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
+void tst_SyncTask::resultOfAnotherServerIsLoggedAndIgnored()
 {
     LogCapture log;
     SyncTaskFixture fixture(loopback(1));
@@ -283,7 +283,7 @@ void tst_SyncTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
         4);
 }
 
-void tst_SyncTask::failedRenamesAndRemovalsStopNothingAndAreListed()
+void tst_SyncTask::failedRenamesAndRemovalsAreListedAndDoNotStop()
 {
     SyncTaskFixture fixture(loopback(1));
     QVERIFY(fixture.connectDestination());
@@ -300,7 +300,7 @@ void tst_SyncTask::failedRenamesAndRemovalsStopNothingAndAreListed()
                           "it is locked."_s}));
 }
 
-void tst_SyncTask::aFailureWithoutATextCounts()
+void tst_SyncTask::failureWithoutTextCounts()
 {
     SyncTaskFixture fixture(loopback(1));
     fixture.start({{3, u"Three"_s}}, {}, {});
@@ -320,7 +320,7 @@ void tst_SyncTask::failedTransferIsLoggedAsAnError()
         u"error: Server Stage right failed to download URL \"Stage right\"."_s));
 }
 
-void tst_SyncTask::namesInErrorLinesAreTakenLiterally()
+void tst_SyncTask::errorLineTakesNamesLiterally()
 {
     SyncTaskFixture fixture(loopback(1));
     fixture.addServer(fixture.destinationUuid, fixture.destination.wire.address(), u"%1\n%2"_s);

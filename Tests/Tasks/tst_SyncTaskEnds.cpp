@@ -17,22 +17,22 @@ class tst_SyncTaskEnds : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void cancellingTheRenamesLeavesThemToTheServer();
-    void cancellingTheRemovalsStartsNoTransfer();
-    void noPhaseStartsAfterACancel();
-    void noPhaseStartsAfterAnAbort();
-    void removalsThatWaitedAreToldAsDoneAndStartNoTransfer();
-    void aCancelTogetherWithTheLastResultEndsTwice();
-    void errorsBeforeACancelAreKept();
-    void abortLeavesNoErrorsToShow();
-    void abortLeavesTheRenameDialog();
-    void abortDropsTheRemovalsThatWait();
-    void abortForALostDestinationAsksTheServiceForNothing();
-    void deletionTakesDialogsAndConnectionsAlong();
-    void aVanishedDestinationIsNamedByNothing();
+    void cancelOfRenamesDoesNotStopThem();
+    void cancelOfRemovalsStartsNoTransfer();
+    void cancelStartsNoFurtherPhase();
+    void abortStartsNoFurtherPhase();
+    void queuedRemovalsReportedAsDoneStartNoTransfer();
+    void cancelAfterTheLastResultFinishesTwice();
+    void cancelKeepsEarlierErrors();
+    void abortClearsErrorsAndHidesTheDialog();
+    void abortKeepsTheRenameDialog();
+    void abortDropsQueuedRemovals();
+    void abortForALostDestinationMakesNoRequest();
+    void deletionRemovesDialogsAndConnections();
+    void errorLineOfARemovedServerHasNoName();
 };
 
-void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
+void tst_SyncTaskEnds::cancelOfRenamesDoesNotStopThem()
 {
     SyncTaskFixture fixture(loopback(4));
     QVERIFY(fixture.connectDestination());
@@ -55,7 +55,7 @@ void tst_SyncTaskEnds::cancellingTheRenamesLeavesThemToTheServer()
     QCOMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 0);
 }
 
-void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
+void tst_SyncTaskEnds::cancelOfRemovalsStartsNoTransfer()
 {
     SyncTaskFixture fixture(loopback(4));
     QVERIFY(fixture.connectDestination());
@@ -82,7 +82,7 @@ void tst_SyncTaskEnds::cancellingTheRemovalsStartsNoTransfer()
 }
 
 // Results may come between the task's end and its deletion, and a closed bar counts as full.
-void tst_SyncTaskEnds::noPhaseStartsAfterACancel()
+void tst_SyncTaskEnds::cancelStartsNoFurtherPhase()
 {
     {
         SyncTaskFixture fixture(loopback(4));
@@ -99,7 +99,7 @@ void tst_SyncTaskEnds::noPhaseStartsAfterACancel()
     QVERIFY(!fixture.dialog<TransferDialog>());
 }
 
-void tst_SyncTaskEnds::noPhaseStartsAfterAnAbort()
+void tst_SyncTaskEnds::abortStartsNoFurtherPhase()
 {
     {
         SyncTaskFixture fixture(loopback(4));
@@ -118,7 +118,7 @@ void tst_SyncTaskEnds::noPhaseStartsAfterAnAbort()
 }
 
 // As a destination goes that has fallen silent: the one on the wire is told to nobody.
-void tst_SyncTaskEnds::removalsThatWaitedAreToldAsDoneAndStartNoTransfer()
+void tst_SyncTaskEnds::queuedRemovalsReportedAsDoneStartNoTransfer()
 {
     SyncTaskFixture fixture(loopback(4));
     QVERIFY(fixture.connectDestination());
@@ -134,7 +134,7 @@ void tst_SyncTaskEnds::removalsThatWaitedAreToldAsDoneAndStartNoTransfer()
     QVERIFY(!fixture.task->hasErrors());
 }
 
-void tst_SyncTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
+void tst_SyncTaskEnds::cancelAfterTheLastResultFinishesTwice()
 {
     SyncTaskFixture fixture(loopback(4));
     fixture.start({}, {{3, 1}}, {});
@@ -143,7 +143,7 @@ void tst_SyncTaskEnds::aCancelTogetherWithTheLastResultEndsTwice()
     QCOMPARE(fixture.finished->size(), 2);
 }
 
-void tst_SyncTaskEnds::errorsBeforeACancelAreKept()
+void tst_SyncTaskEnds::cancelKeepsEarlierErrors()
 {
     SyncTaskFixture fixture(loopback(4));
     fixture.start({}, {{3, 1}, {3, 2}}, {});
@@ -154,7 +154,7 @@ void tst_SyncTaskEnds::errorsBeforeACancelAreKept()
     QCOMPARE(fixture.task->errorDetails().size(), 1);
 }
 
-void tst_SyncTaskEnds::abortLeavesNoErrorsToShow()
+void tst_SyncTaskEnds::abortClearsErrorsAndHidesTheDialog()
 {
     SyncTaskFixture fixture(loopback(4));
     fixture.start({}, {{3, 1}, {3, 2}}, {});
@@ -168,7 +168,7 @@ void tst_SyncTaskEnds::abortLeavesNoErrorsToShow()
     QVERIFY(!removing->isVisible());
 }
 
-void tst_SyncTaskEnds::abortLeavesTheRenameDialog()
+void tst_SyncTaskEnds::abortKeepsTheRenameDialog()
 {
     SyncTaskFixture fixture(loopback(4));
     fixture.start({{3, u"Three"_s}}, {}, {});
@@ -182,7 +182,7 @@ void tst_SyncTaskEnds::abortLeavesTheRenameDialog()
 }
 
 // The source is lost; the destination is still connected.
-void tst_SyncTaskEnds::abortDropsTheRemovalsThatWait()
+void tst_SyncTaskEnds::abortDropsQueuedRemovals()
 {
     SyncTaskFixture fixture(loopback(4));
     QVERIFY(fixture.connectDestination());
@@ -203,7 +203,7 @@ void tst_SyncTaskEnds::abortDropsTheRemovalsThatWait()
     QCOMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 0);
 }
 
-void tst_SyncTaskEnds::abortForALostDestinationAsksTheServiceForNothing()
+void tst_SyncTaskEnds::abortForALostDestinationMakesNoRequest()
 {
     SyncTaskFixture fixture(loopback(4));
     fixture.start({}, {{3, 1}}, {});
@@ -212,7 +212,7 @@ void tst_SyncTaskEnds::abortForALostDestinationAsksTheServiceForNothing()
     QCOMPARE(log.texts(), QStringList());
 }
 
-void tst_SyncTaskEnds::deletionTakesDialogsAndConnectionsAlong()
+void tst_SyncTaskEnds::deletionRemovesDialogsAndConnections()
 {
     SyncTaskFixture fixture(loopback(4));
     fixture.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
@@ -231,7 +231,7 @@ void tst_SyncTaskEnds::deletionTakesDialogsAndConnectionsAlong()
     QCOMPARE(fixture.finished->size(), before);
 }
 
-void tst_SyncTaskEnds::aVanishedDestinationIsNamedByNothing()
+void tst_SyncTaskEnds::errorLineOfARemovedServerHasNoName()
 {
     SyncTaskFixture fixture(loopback(4));
     fixture.start({}, {{3, 1}}, {});

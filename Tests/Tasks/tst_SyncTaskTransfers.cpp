@@ -40,25 +40,25 @@ class tst_SyncTaskTransfers : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void rowsAreNamedAfterTheSource_data();
-    void rowsAreNamedAfterTheSource();
-    void everyVisualIsARowBeforeTheDialogShows();
-    void rowsFollowTheStream();
-    void endsWithTheServersWord();
-    void endsWithAnyServersWord();
-    void oneFailedImportIsOneRowAndOneLine();
-    void aFailedTransferIsStoredWithAHundredPercent();
+    void rowsHaveTheNamesOfTheSource_data();
+    void rowsHaveTheNamesOfTheSource();
+    void dialogAppearsWithAllRows();
+    void rowsShowTheMessagesOfTheStream();
+    void syncOperationFinishedFinishesTheTask();
+    void syncOperationFinishedOfAnyServerFinishesTheTask();
+    void failedImportIsOneRowAndOneErrorLine();
+    void failedTransferCountsAs100Percent();
     void errorLines_data();
     void errorLines();
-    void namesInErrorLinesAreCleanAndWholeInTheLog();
-    void aFailureOfAnUnknownServerLeavesNoLine();
-    void cancelAsksEveryServer();
-    void cancelledRowsReadCanceledAndAnImportGoesOn();
-    void abortHidesTheDialogAndLeavesNoErrors();
-    void closingTheWindowOnlyHidesIt();
+    void errorLinesShortenNamesAndTheLogDoesNot();
+    void failureOfAnUnknownServerHasNoErrorLine();
+    void cancelIsSentToEveryServer();
+    void cancelDoesNotStopAnImport();
+    void abortHidesTheDialogAndClearsErrors();
+    void closingTheDialogOnlyHidesIt();
 };
 
-void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource_data()
+void tst_SyncTaskTransfers::rowsHaveTheNamesOfTheSource_data()
 {
     QTest::addColumn<VisualRef>("ref");
     QTest::addColumn<QString>("label");
@@ -71,7 +71,7 @@ void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource_data()
     QTest::newRow("no such number") << VisualRef(-1, 256) << u" -  "_s;
 }
 
-void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource()
+void tst_SyncTaskTransfers::rowsHaveTheNamesOfTheSource()
 {
     QFETCH(const VisualRef, ref);
     SyncTaskFixture fixture(loopback(2));
@@ -85,7 +85,7 @@ void tst_SyncTaskTransfers::rowsAreNamedAfterTheSource()
     QCOMPARE(fixture.transferTexts(1), QStringList{u"queued..."_s});
 }
 
-void tst_SyncTaskTransfers::everyVisualIsARowBeforeTheDialogShows()
+void tst_SyncTaskTransfers::dialogAppearsWithAllRows()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());
@@ -96,7 +96,7 @@ void tst_SyncTaskTransfers::everyVisualIsARowBeforeTheDialogShows()
     EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 3);
 }
 
-void tst_SyncTaskTransfers::rowsFollowTheStream()
+void tst_SyncTaskTransfers::rowsShowTheMessagesOfTheStream()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());
@@ -113,7 +113,7 @@ void tst_SyncTaskTransfers::rowsFollowTheStream()
     QVERIFY(!fixture.task->hasErrors());
 }
 
-void tst_SyncTaskTransfers::endsWithTheServersWord()
+void tst_SyncTaskTransfers::syncOperationFinishedFinishesTheTask()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());
@@ -129,7 +129,7 @@ void tst_SyncTaskTransfers::endsWithTheServersWord()
     QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
 }
 
-void tst_SyncTaskTransfers::endsWithAnyServersWord()
+void tst_SyncTaskTransfers::syncOperationFinishedOfAnyServerFinishesTheTask()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());
@@ -138,7 +138,7 @@ void tst_SyncTaskTransfers::endsWithAnyServersWord()
     QCOMPARE(fixture.finished->size(), 1);
 }
 
-void tst_SyncTaskTransfers::oneFailedImportIsOneRowAndOneLine()
+void tst_SyncTaskTransfers::failedImportIsOneRowAndOneErrorLine()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());
@@ -165,7 +165,7 @@ void tst_SyncTaskTransfers::oneFailedImportIsOneRowAndOneLine()
                          "at index 002 failed: Import failure."_s});
 }
 
-void tst_SyncTaskTransfers::aFailedTransferIsStoredWithAHundredPercent()
+void tst_SyncTaskTransfers::failedTransferCountsAs100Percent()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());
@@ -218,7 +218,7 @@ void tst_SyncTaskTransfers::errorLines()
     QVERIFY(log.texts().contains(line.left(127)));
 }
 
-void tst_SyncTaskTransfers::namesInErrorLinesAreCleanAndWholeInTheLog()
+void tst_SyncTaskTransfers::errorLinesShortenNamesAndTheLogDoesNot()
 {
     LogCapture log;
     SyncTaskFixture fixture(loopback(2));
@@ -235,7 +235,7 @@ void tst_SyncTaskTransfers::namesInErrorLinesAreCleanAndWholeInTheLog()
     QVERIFY(log.texts().contains(line.arg(u"Left\\u202E"_s, u"Ri\\nght"_s, error)));
 }
 
-void tst_SyncTaskTransfers::aFailureOfAnUnknownServerLeavesNoLine()
+void tst_SyncTaskTransfers::failureOfAnUnknownServerHasNoErrorLine()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());
@@ -246,7 +246,7 @@ void tst_SyncTaskTransfers::aFailureOfAnUnknownServerLeavesNoLine()
     QCOMPARE(fixture.task->errorDetails(), QStringList());
 }
 
-void tst_SyncTaskTransfers::cancelAsksEveryServer()
+void tst_SyncTaskTransfers::cancelIsSentToEveryServer()
 {
     SyncTaskFixture fixture(loopback(2));
     ScriptedServer other(loopback(3));
@@ -262,7 +262,7 @@ void tst_SyncTaskTransfers::cancelAsksEveryServer()
     QVERIFY(fixture.dialog<TransferDialog>()->isVisible());
 }
 
-void tst_SyncTaskTransfers::cancelledRowsReadCanceledAndAnImportGoesOn()
+void tst_SyncTaskTransfers::cancelDoesNotStopAnImport()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());
@@ -287,7 +287,7 @@ void tst_SyncTaskTransfers::cancelledRowsReadCanceledAndAnImportGoesOn()
     QVERIFY(!fixture.task->hasErrors());
 }
 
-void tst_SyncTaskTransfers::abortHidesTheDialogAndLeavesNoErrors()
+void tst_SyncTaskTransfers::abortHidesTheDialogAndClearsErrors()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());
@@ -300,7 +300,7 @@ void tst_SyncTaskTransfers::abortHidesTheDialogAndLeavesNoErrors()
     QCOMPARE(fixture.finished->size(), 1);
 }
 
-void tst_SyncTaskTransfers::closingTheWindowOnlyHidesIt()
+void tst_SyncTaskTransfers::closingTheDialogOnlyHidesIt()
 {
     SyncTaskFixture fixture(loopback(2));
     QVERIFY(fixture.connectDestination());

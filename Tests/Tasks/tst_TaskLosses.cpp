@@ -59,13 +59,13 @@ class tst_TaskLosses : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aLostServerEndsTheTaskWithoutAnError_data();
-    void aLostServerEndsTheTaskWithoutAnError();
-    void removalsThatWaitedAreToldAsDoneAndFillNoBar();
-    void aLostServerTakesTheUploadAlong();
+    void lostServerFinishesTheTaskWithoutErrors_data();
+    void lostServerFinishesTheTaskWithoutErrors();
+    void lostServerReportsQueuedRemovalsAsDone();
+    void lostServerAbortsTheUpload();
 };
 
-void tst_TaskLosses::aLostServerEndsTheTaskWithoutAnError_data()
+void tst_TaskLosses::lostServerFinishesTheTaskWithoutErrors_data()
 {
     QTest::addColumn<Start>("start");
     QTest::addColumn<Loss>("lose");
@@ -75,7 +75,7 @@ void tst_TaskLosses::aLostServerEndsTheTaskWithoutAnError_data()
     }
 }
 
-void tst_TaskLosses::aLostServerEndsTheTaskWithoutAnError()
+void tst_TaskLosses::lostServerFinishesTheTaskWithoutErrors()
 {
     QFETCH(const Start, start);
     QFETCH(const Loss, lose);
@@ -112,7 +112,7 @@ void tst_TaskLosses::aLostServerEndsTheTaskWithoutAnError()
     QCOMPARE(fixture.server.wire.requests().size(), 2);
 }
 
-void tst_TaskLosses::removalsThatWaitedAreToldAsDoneAndFillNoBar()
+void tst_TaskLosses::lostServerReportsQueuedRemovalsAsDone()
 {
     TaskFixture fixture(loopback(1));
     QVERIFY(fixture.connectServer());
@@ -126,7 +126,7 @@ void tst_TaskLosses::removalsThatWaitedAreToldAsDoneAndFillNoBar()
     QCOMPARE(fixture.finished->size(), 1);
 }
 
-void tst_TaskLosses::aLostServerTakesTheUploadAlong()
+void tst_TaskLosses::lostServerAbortsTheUpload()
 {
     const QTemporaryDir directory;
     QFile file(directory.filePath(u"sunset.mov"_s));

@@ -34,24 +34,24 @@ private slots:
     }
     void cleanup() { fixture.reset(); }
 
-    void theDialogAppearsAtOnceAndSaysWhatItDoes();
-    void progressMovesTheBarInPercent();
-    void whenAllIsSentTheServerImportsAndCancelIsDisabled();
-    void theResultEndsTheTask();
-    void aResultBeforeTheLastPercentEndsTheTask();
+    void dialogAppearsAtOnceWithItsTexts();
+    void progressIsShownInPercent();
+    void importingDisablesCancel();
+    void resultFinishesTheTask();
+    void earlyResultFinishesTheTask();
     void resultCodes_data() { addResultRows(); }
     void resultCodes();
-    void aNetworkFailureIsAFailure();
-    void namesInErrorLinesAreTakenLiterally();
-    void aVanishedServerIsNamedByNothing();
-    void aCancelEndsTheRequestAndShowsNoError();
-    void aCancelClearsAFailure();
-    void escapeCancelsAlsoWhileTheServerImports();
-    void aVanishedFileLeavesTheDialogLiveAtZeroPercent();
-    void abortLeavesNothingToShow();
-    void abortBeforeTheStartEndsTheTask();
-    void aResultOfAnotherServerIsLoggedAndChangesNothing();
-    void deletionTakesDialogAndConnectionsAlong();
+    void networkErrorIsReported();
+    void errorLineTakesNamesLiterally();
+    void errorLineOfARemovedServerHasNoName();
+    void cancelAbortsTheRequestWithoutAnError();
+    void cancelClearsAFailure();
+    void escapeCancelsWhileImporting();
+    void missingFileLeavesTheDialogAtZeroPercent();
+    void abortHidesTheDialogAndClearsErrors();
+    void abortBeforeTheStartFinishesTheTask();
+    void resultOfAnotherServerIsLoggedAndIgnored();
+    void deletionRemovesTheDialogAndConnections();
 
 private:
     void start(const QByteArray &content = "FILE BYTES")
@@ -75,7 +75,7 @@ private:
     std::unique_ptr<TaskFixture> fixture;
 };
 
-void tst_UploadTask::theDialogAppearsAtOnceAndSaysWhatItDoes()
+void tst_UploadTask::dialogAppearsAtOnceWithItsTexts()
 {
     start();
     QVERIFY(fixture->started);
@@ -91,7 +91,7 @@ void tst_UploadTask::theDialogAppearsAtOnceAndSaysWhatItDoes()
     QVERIFY(!fixture->task->involvesServer(QUuid()));
 }
 
-void tst_UploadTask::progressMovesTheBarInPercent()
+void tst_UploadTask::progressIsShownInPercent()
 {
     fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
     for (const int percent : {0, 1, 50, 99}) {
@@ -105,7 +105,7 @@ void tst_UploadTask::progressMovesTheBarInPercent()
     QCOMPARE(fixture->finished->size(), 0);
 }
 
-void tst_UploadTask::whenAllIsSentTheServerImportsAndCancelIsDisabled()
+void tst_UploadTask::importingDisablesCancel()
 {
     start();
     QVERIFY(isImporting());
@@ -120,7 +120,7 @@ void tst_UploadTask::whenAllIsSentTheServerImportsAndCancelIsDisabled()
     QCOMPARE(fixture->finished->size(), 0);
 }
 
-void tst_UploadTask::theResultEndsTheTask()
+void tst_UploadTask::resultFinishesTheTask()
 {
     start();
     QVERIFY(isImporting());
@@ -137,7 +137,7 @@ void tst_UploadTask::theResultEndsTheTask()
     QCOMPARE(fixture->task->errorDetails(), QStringList());
 }
 
-void tst_UploadTask::aResultBeforeTheLastPercentEndsTheTask()
+void tst_UploadTask::earlyResultFinishesTheTask()
 {
     fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
     emit fixture->service.uploadedFileProgress(fixture->server.uuid, 40);
@@ -164,7 +164,7 @@ void tst_UploadTask::resultCodes()
                     text + u'.'});
 }
 
-void tst_UploadTask::aNetworkFailureIsAFailure()
+void tst_UploadTask::networkErrorIsReported()
 {
     start();
     QVERIFY(isImporting());
@@ -178,7 +178,7 @@ void tst_UploadTask::aNetworkFailureIsAFailure()
                                                              "replied: Nothing."_s});
 }
 
-void tst_UploadTask::namesInErrorLinesAreTakenLiterally()
+void tst_UploadTask::errorLineTakesNamesLiterally()
 {
     fixture->model.setServerName(fixture->server.uuid, u"%4\n%1"_s);
     fixture->start<UploadTask>(0, 255, directory.filePath(u"missing"_s));
@@ -188,7 +188,7 @@ void tst_UploadTask::namesInErrorLinesAreTakenLiterally()
                          u"%2\n%%%"_s.repeated(1000).left(4096) + u"…."_s});
 }
 
-void tst_UploadTask::aVanishedServerIsNamedByNothing()
+void tst_UploadTask::errorLineOfARemovedServerHasNoName()
 {
     start();
     emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
@@ -197,7 +197,7 @@ void tst_UploadTask::aVanishedServerIsNamedByNothing()
              QStringList{u"Upload for visual 017 in folder 003 to server \"\" failed: no."_s});
 }
 
-void tst_UploadTask::aCancelEndsTheRequestAndShowsNoError()
+void tst_UploadTask::cancelAbortsTheRequestWithoutAnError()
 {
     QSignalSpy progress(&fixture->service, &ServerConnectionService::uploadedFileProgress);
     fixture->server.wire.setReading(false);
@@ -216,7 +216,7 @@ void tst_UploadTask::aCancelEndsTheRequestAndShowsNoError()
     QVERIFY(!fixture->task->hasErrors());
 }
 
-void tst_UploadTask::aCancelClearsAFailure()
+void tst_UploadTask::cancelClearsAFailure()
 {
     start();
     emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
@@ -227,7 +227,7 @@ void tst_UploadTask::aCancelClearsAFailure()
     QCOMPARE(fixture->task->errorDetails(), QStringList());
 }
 
-void tst_UploadTask::escapeCancelsAlsoWhileTheServerImports()
+void tst_UploadTask::escapeCancelsWhileImporting()
 {
     start();
     QVERIFY(isImporting());
@@ -238,7 +238,7 @@ void tst_UploadTask::escapeCancelsAlsoWhileTheServerImports()
     EVENTUALLY(!uploads().constFirst().isOpen());
 }
 
-void tst_UploadTask::aVanishedFileLeavesTheDialogLiveAtZeroPercent()
+void tst_UploadTask::missingFileLeavesTheDialogAtZeroPercent()
 {
     const QString path = directory.filePath(u"gone.png"_s);
     fixture->start<UploadTask>(3, 17, path);
@@ -259,7 +259,7 @@ void tst_UploadTask::aVanishedFileLeavesTheDialogLiveAtZeroPercent()
     QVERIFY(isImporting());
 }
 
-void tst_UploadTask::abortLeavesNothingToShow()
+void tst_UploadTask::abortHidesTheDialogAndClearsErrors()
 {
     start();
     emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
@@ -272,7 +272,7 @@ void tst_UploadTask::abortLeavesNothingToShow()
     QCOMPARE(fixture->task->errorDetails(), QStringList());
 }
 
-void tst_UploadTask::abortBeforeTheStartEndsTheTask()
+void tst_UploadTask::abortBeforeTheStartFinishesTheTask()
 {
     UploadTask task(&fixture->model, nullptr, &fixture->service, fixture->server.uuid, 3, 17,
                     u"x"_s);
@@ -281,7 +281,7 @@ void tst_UploadTask::abortBeforeTheStartEndsTheTask()
     QCOMPARE(finished.size(), 1);
 }
 
-void tst_UploadTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
+void tst_UploadTask::resultOfAnotherServerIsLoggedAndIgnored()
 {
     start();
     QVERIFY(isImporting());
@@ -309,7 +309,7 @@ void tst_UploadTask::aResultOfAnotherServerIsLoggedAndChangesNothing()
              progress.size() + 2);
 }
 
-void tst_UploadTask::deletionTakesDialogAndConnectionsAlong()
+void tst_UploadTask::deletionRemovesTheDialogAndConnections()
 {
     start();
     QVERIFY(isImporting());

@@ -70,10 +70,10 @@ class tst_UploadTaskMemory : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void aLargeFileGoesThroughFlatMemoryAndStopsAtTheCancel();
+    void largeFileUsesLittleMemoryAndStopsAtCancel();
 };
 
-void tst_UploadTaskMemory::aLargeFileGoesThroughFlatMemoryAndStopsAtTheCancel()
+void tst_UploadTaskMemory::largeFileUsesLittleMemoryAndStopsAtCancel()
 {
     constexpr qint64 size = 128 * mebibyte;
     const QTemporaryDir directory;

@@ -64,7 +64,7 @@ private slots:
         QTEST(shownText(text), "shown");
     }
 
-    void aBeginningDividesNoSurrogatePair()
+    void cutKeepsSurrogatePairsWhole()
     {
         QCOMPARE(beginningOf(u"a😀b"_s, 1), u"a…"_s);
         QCOMPARE(beginningOf(u"a😀b"_s, 2), u"a…"_s);

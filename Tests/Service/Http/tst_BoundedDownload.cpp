@@ -182,7 +182,7 @@ private slots:
         verifyNothingIsCached();
     }
 
-    void bombWithoutAnEndIsAborted()
+    void endlessBombIsAborted()
     {
         // Of some ten megabytes of zeros Qt says that they are a bomb, and downloads on.
         QTest::ignoreMessage(QtWarningMsg,

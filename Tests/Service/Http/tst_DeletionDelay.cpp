@@ -101,7 +101,7 @@ private slots:
         EVENTUALLY(!released);
     }
 
-    void releasedObjectMayGoByItself()
+    void releasedObjectMayBeDeletedEarlier()
     {
         Owner owner;
         {

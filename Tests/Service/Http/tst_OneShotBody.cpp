@@ -28,7 +28,7 @@ private slots:
         QCOMPARE(body.read(&byte, 1), -1);
     }
 
-    void hasNoWayBack()
+    void cannotBeReadAgain()
     {
         OneShotBody body("one shot");
         QVERIFY(body.isSequential());

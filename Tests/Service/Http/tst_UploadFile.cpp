@@ -73,7 +73,7 @@ private slots:
         QCOMPARE(file.readAll(), "one upload");
     }
 
-    void whatIsAppendedIsNotRead()
+    void appendedBytesAreNotRead()
     {
         UploadFile file(disk->fileName());
         QCOMPARE(file.read(4), "one ");
@@ -84,7 +84,7 @@ private slots:
         QCOMPARE(file.read(100), "upload");
     }
 
-    void whatIsCutOffIsAnError()
+    void truncationIsAnError()
     {
         UploadFile file(disk->fileName());
         QCOMPARE(file.read(4), "one ");
