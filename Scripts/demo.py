@@ -20,7 +20,7 @@ from fixtures.banks import FOLDERS, SLOTS, Bank         # noqa: E402
 from fixtures.display import Display                    # noqa: E402
 from fixtures.library import GREEN, picture             # noqa: E402
 from fixtures.machine import (Occupied, claim_the_demonstration,   # noqa: E402
-                              hold_that_no_program_runs)
+                              require_no_running_program)
 from fixtures.program import Program, press             # noqa: E402
 from fixtures.rehearsal import Rehearsal                # noqa: E402
 from fixtures.servers import DoesNotServe               # noqa: E402
@@ -174,7 +174,7 @@ def main():
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     try:
         with claim_the_demonstration():
-            hold_that_no_program_runs()
+            require_no_running_program()
             shutil.rmtree(output, ignore_errors=True)
             output.mkdir(parents=True)
             equal = perform(build, output)

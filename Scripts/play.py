@@ -18,7 +18,7 @@ sys.path.insert(0, str(ROOT / "Tests" / "EndToEnd"))
 
 from fixtures.children import folders_below, start      # noqa: E402
 from fixtures.machine import (Occupied, claim_the_demonstration,   # noqa: E402
-                              hold_that_no_program_runs)
+                              require_no_running_program)
 from fixtures.rehearsal import Rehearsal                # noqa: E402
 from fixtures.servers import DoesNotServe               # noqa: E402
 
@@ -41,7 +41,7 @@ def main():
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     try:
         with claim_the_demonstration():
-            hold_that_no_program_runs()
+            require_no_running_program()
             return play(build, output)
     except (Occupied, DoesNotServe) as reason:
         return f"demo: {reason}"

@@ -48,7 +48,7 @@ void tst_Announcement::onlyAnnouncementsAreParsed_data()
     QTest::newRow("1024 bytes") << good + QByteArray(1024 - 128, '\0') << true;
     QTest::newRow("nothing") << QByteArray() << false;
     QTest::newRow("three bytes") << good.first(3) << false;
-    QTest::newRow("type alone") << good.first(4) << false;
+    QTest::newRow("type only") << good.first(4) << false;
     QTest::newRow("127 bytes") << good.first(127) << false;
     QTest::newRow("type 0") << withType("\0\0\0\0") << false;
     QTest::newRow("type 2") << withType("\0\0\0\2") << false;

@@ -3,7 +3,7 @@
 
 #include <QStandardPaths>
 
-/// Takes the place of Qt's own, which on this system always finds a place for data. A temporary
+/// Replaces Qt's own, which on this system always finds a place for data. A temporary
 /// directory is there if TMPDIR names one; all else is as it was.
 QString QStandardPaths::writableLocation(StandardLocation type)
 {

@@ -15,7 +15,7 @@
 #include <functional>
 #include <sys/prctl.h>
 
-/// A process of the test's own, which does not outlive it, not even when the test is killed.
+/// A child process that ends with the test, even when the test is killed.
 class Child final : public QProcess
 {
 public:
@@ -57,7 +57,7 @@ public:
     {
         return directory().filePath(relative);
     }
-    /// The second disk cache is made while the window is constructed, after log and settings.
+    /// The second disk cache is created with the window, after log and settings.
     [[nodiscard]] bool isProgramUp() const
     {
         return QFileInfo(path(QStringLiteral("cache/Zorvik/Brenvokathumbnails"))).isDir();

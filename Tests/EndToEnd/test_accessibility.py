@@ -1,25 +1,25 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""What a screen reader meets on its bus: the marks of the rows, the focus, and no nameless thing."""
+"""What a screen reader gets: the marks of the rows, the focus, and a name for every widget."""
 
 import unittest
 
 from fixtures.banks import SLOTS
 from fixtures.case import EndToEndCase, loopback
 from fixtures.library import clips, lay_out
-from fixtures.news import FocusNews
+from fixtures.focus import FocusLog
 from fixtures.program import press
 from fixtures.waiting import steady, wait_for
 
 SAME, DIFFERS = "same on both servers", "differs"
 
-# What only holds other things together, and scroll bars.
+# Containers and scroll bars.
 STRUCTURE = {"filler", "panel", "layered pane", "menu bar", "popup menu", "scroll bar", "unknown"}
 
 
 class Accessibility(EndToEndCase):
-    def stage(self):
+    def set_up(self):
         lay_out(self.folder / "Left", {**clips(0, (1, 2)), **clips(1, (1,))})
         lay_out(self.folder / "Right", {**clips(0, (1,)), **clips(1, (1,))})
         left = self.serve(loopback(2), "Left")
@@ -43,8 +43,8 @@ class Accessibility(EndToEndCase):
         return [widget.role for widget in window.descendants()
                 if not widget.name.strip() and widget.role not in STRUCTURE]
 
-    def test_rows_tell_what_differs(self):
-        self.stage()
+    def test_rows_describe_differences(self):
+        self.set_up()
         for bank in self.banks:
             self.wait_for_descriptions(bank, (0, DIFFERS), (1, SAME), (255, SAME))
         self.banks[0].open(0)
@@ -57,23 +57,23 @@ class Accessibility(EndToEndCase):
         self.wait_for_descriptions(self.banks[1], (3, SAME))
         self.end_program(self.program)
 
-    def test_arrow_keys_tell_of_the_row_that_they_reach(self):
-        self.stage()
-        news = FocusNews(self.folder)
-        self.addCleanup(news.close)
+    def test_arrow_keys_report_the_new_row(self):
+        self.set_up()
+        focus = FocusLog(self.folder)
+        self.addCleanup(focus.close)
         bank = self.banks[0]
         first, *others = bank.rows()
         bank.select(0)
         wait_for(lambda: bank.row(0).has_state("FOCUSED"), "the focus on the first row")
         press("Down")
-        wait_for(lambda: news.latest()[0] in others, "another row")
-        self.assertEqual(news.latest()[1], SAME)
+        wait_for(lambda: focus.latest()[0] in others, "another row")
+        self.assertEqual(focus.latest()[1], SAME)
         press("Up")
-        wait_for(lambda: news.latest() == (first, DIFFERS), "the first row again")
+        wait_for(lambda: focus.latest() == (first, DIFFERS), "the first row again")
         self.end_program(self.program)
 
-    def test_nothing_is_nameless(self):
-        self.stage()
+    def test_every_widget_has_a_name(self):
+        self.set_up()
         self.assertEqual(self.nameless(self.program.main()), [])
         press("ctrl+p")
         preferences = self.program.wait_for_dialog("Preferences")

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""Servers come to the screen, and leave it in each of the four ways."""
+"""Servers appear, and disappear in each of the four ways."""
 
 import unittest
 
@@ -20,7 +20,7 @@ class Discovery(EndToEndCase):
         self.left = self.serve(loopback(2), "Left", *SMALL)
         self.right = self.serve(loopback(3), "Right", *SMALL)
 
-    def test_servers_reach_the_banks_from_their_announcements(self):
+    def test_announced_servers_appear_in_the_banks(self):
         program = self.start_program()
         banks = Bank(program, 0), Bank(program, 1)
         wait_for(lambda: {bank.server() for bank in banks} == {"Left", "Right"},
@@ -29,7 +29,7 @@ class Discovery(EndToEndCase):
             self.assertEqual(bank.rows()[0], self.left.folder_names()[0])
         self.end_program(program)
 
-    def test_a_folder_opens_on_both_sides_and_back_returns(self):
+    def test_folder_opens_in_both_banks_and_back_closes_it(self):
         program = self.start_program()
         banks = self.show(program, self.left, self.right)
         banks[1].open(1)
@@ -43,18 +43,18 @@ class Discovery(EndToEndCase):
             bank.wait_for_rows(256)
         self.end_program(program)
 
-    def test_a_new_name_reaches_both_boxes_and_leaves_them_without_a_choice(self):
+    def test_new_name_appears_in_both_boxes_and_clears_the_choice(self):
         program = self.start_program()
         banks = self.show(program, self.left, self.right)
-        self.left.tell("rename Far left")
+        self.left.send("rename Far left")
         wait_for(lambda: "Far left" in banks[0].servers() and "Far left" in banks[1].servers(),
                  "the new name in both boxes")
         self.assertEqual([bank.server() for bank in banks], ["", ""])
         self.end_program(program)
 
 
-class GoingAway(EndToEndCase):
-    """Left and Right are on show; Spare is not."""
+class LostServers(EndToEndCase):
+    """Left and Right are shown; Spare is not."""
 
     def setUp(self):
         super().setUp()
@@ -67,56 +67,56 @@ class GoingAway(EndToEndCase):
 
     def leave(self, server, command):
         """The server leaves, and stays away because it no longer announces itself."""
-        server.tell("silence")
-        server.tell(command)
+        server.send("silence")
+        server.send(command)
 
-    def hold_gone(self, name):
+    def check_gone(self, name):
         wait_for(lambda: all(name not in bank.servers() for bank in self.banks),
                  f"{name} to leave both boxes", SILENCE)
 
-    def test_a_server_on_show_announces_its_shutdown(self):
+    def test_shown_server_announces_its_shutdown(self):
         self.leave(self.right, "shutdown")
         lines = self.program.close_error('Server "Right" disconnected.')
         self.assertEqual(lines, ['Server "Right" was shut down.'])
-        self.hold_gone("Right")
+        self.check_gone("Right")
         self.assertEqual(self.banks[1].server(), "")
         self.assertTrue(self.program.out_of_sync())
         self.end_program(self.program)
 
-    def test_a_server_on_show_ends_its_stream(self):
+    def test_shown_server_ends_its_stream(self):
         self.leave(self.right, "end-stream")
         self.assertEqual(self.program.close_error('Server "Right" disconnected.'), [])
-        self.hold_gone("Right")
+        self.check_gone("Right")
         self.end_program(self.program)
 
-    def test_a_server_on_show_resets_the_connection(self):
+    def test_shown_server_resets_the_connection(self):
         self.leave(self.left, "reset-stream")
         line, = self.program.close_error('Server "Left" disconnected.')
         self.assertRegex(line, r"^Network error: .+\.$")
-        self.hold_gone("Left")
+        self.check_gone("Left")
         self.assertEqual(self.banks[0].server(), "")
         self.end_program(self.program)
 
-    def test_servers_fall_silent_on_show_or_not_and_leave_without_a_word(self):
-        self.right.tell("silence")
-        self.spare.tell("silence")
-        self.hold_gone("Right")
-        self.hold_gone("Spare")
+    def test_silent_servers_are_removed_without_a_message(self):
+        self.right.send("silence")
+        self.spare.send("silence")
+        self.check_gone("Right")
+        self.check_gone("Spare")
         self.assertIsNone(self.program.window("dialog"))
         self.assertEqual(self.banks[1].server(), "")
-        # Whoever announces itself again after the silence is a new server.
-        self.right.tell("announce")
+        # A server that announces itself again is a new server.
+        self.right.send("announce")
         wait_for(lambda: "Right" in self.banks[0].servers(), "the server to come back")
         self.end_program(self.program)
 
-    def test_a_server_not_on_show_leaves_without_a_word(self):
+    def test_hidden_server_leaves_without_a_message(self):
         for index, command in enumerate(("shutdown", "end-stream", "reset-stream")):
             with self.subTest(command):
                 name = f"Guest {index}"
                 guest = self.serve(loopback(10 + index), name, *SMALL)
                 wait_for(lambda: name in self.banks[0].servers(), "the guest")
                 self.leave(guest, command)
-                self.hold_gone(name)
+                self.check_gone(name)
                 self.assertIsNone(self.program.window("dialog"))
         self.end_program(self.program)
 

@@ -16,7 +16,7 @@ TRANSFER = ("push button", "Transfer from bank A to bank B")
 
 
 class Keyboard(EndToEndCase):
-    def stage(self):
+    def set_up(self):
         lay_out(self.folder / "Left", {**clips(0, (1, 2)), **clips(1, (1, 200))})
         lay_out(self.folder / "Right", {**clips(0, (1,)), **clips(1, (7,))})
         self.left = self.serve(loopback(2), "Left")
@@ -43,8 +43,8 @@ class Keyboard(EndToEndCase):
             wait_for(lambda: self.program.focus() not in (here, None), f"Tab to leave {here}")
         self.fail(f"Tab does not reach {place}")
 
-    def test_a_folder_is_looked_into_and_a_server_made_equal(self):
-        self.stage()
+    def test_open_a_folder_and_sync(self):
+        self.set_up()
         self.wait_for_level(FOLDERS)
         self.wait_for_focus(LIST)
         press("Right")
@@ -80,8 +80,8 @@ class Keyboard(EndToEndCase):
         self.wait_for_focus(TRANSFER)
         self.end_program(self.program)
 
-    def test_the_menu_is_reached_and_left(self):
-        self.stage()
+    def test_open_and_leave_the_menu(self):
+        self.set_up()
         self.wait_for_focus(LIST)
         press("F10")
         press("Down")

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""The largest synchronisation that there can be: 256 folders of 255 visuals into an empty server."""
+"""The largest possible synchronisation: 256 folders of 255 visuals into an empty server."""
 
 import time
 import unittest
@@ -21,14 +21,14 @@ def tail(path, size=4096):
 
 class LargestSync(EndToEndCase):
     def full_library(self, folder):
-        """As many tiny files as a library can hold, laid out as the rehearsal server keeps them."""
+        """As many tiny files as a library can have, in the folders of the rehearsal server."""
         for number in range(FOLDERS):
             for slot in range(1, VISUALS + 1):
                 place = folder / f"{number:03d}" / f"{slot:03d}"
                 place.mkdir(parents=True)
                 (place / "Clip.bin").write_bytes(b"%d %d" % (number, slot))
 
-    def test_65280_visuals_against_a_server_that_only_answers(self):
+    def test_sync_of_65280_visuals(self):
         self.full_library(self.folder / "Full")
         source = self.serve(loopback(2), "Full")
         destination = self.serve(loopback(3), "Answering", "--answer-only",
@@ -46,7 +46,7 @@ class LargestSync(EndToEndCase):
         compared = time.monotonic()
         self.assertIn("synchronize 65280 visuals", " ".join(program.dialog_texts(warning)))
         program.press_button(warning, "Yes")
-        # A look at the end of the log costs the machine nothing while it works.
+        # Reading only the end of the log does not slow the program down.
         last = f"folderIdx={FOLDERS - 1}&visualIdx={VISUALS}&".encode()
         wait_for(lambda: last in tail(destination.log),
                  "every visual to be ordered", 600, 0.5)
@@ -62,7 +62,7 @@ class LargestSync(EndToEndCase):
         orders = destination.commands(1)
         self.assertEqual(len(set(orders)), FOLDERS * VISUALS)
         self.assertEqual(len(destination.commands(5)), renames)
-        # The time is printed and not held: how fast a machine is says nothing about the program.
+        # The time is printed and not checked: it depends on the machine.
         if not SANITIZED:
             self.assertLess(peak, 150)
         self.end_program(program)

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""Servers that disappear while something is done to them, in each of the four ways."""
+"""Servers that disappear during an operation, in each of the four ways."""
 
 import unittest
 
@@ -34,7 +34,7 @@ class Losses(EndToEndCase):
         return self.serve(loopback(10 + self.guests), name,
                           "--stall", "--bandwidth", "4000000")
 
-    # -- operations that do not end by themselves
+    # -- operations that do not end
 
     def confirm(self):
         warning = self.program.wait_for_dialog("Visual remove")
@@ -67,7 +67,7 @@ class Losses(EndToEndCase):
         operation(guest)
         return before
 
-    def hold_gone(self, guest, headline, before):
+    def check_gone(self, guest, headline, before):
         lines = self.program.close_error(f'Server "{guest.name}" {headline}')
         self.assertNotIn(guest.name, self.bank.servers())
         wait_for(lambda: not guest.incoming(), "the server to drop what it has")
@@ -76,17 +76,17 @@ class Losses(EndToEndCase):
 
     def lose(self, way, operation, guest):
         before = self.begin(operation, guest)
-        guest.tell("silence")
-        guest.tell(way)
-        detail = self.hold_gone(guest, "disconnected while an operation was in progress.", before)
+        guest.send("silence")
+        guest.send(way)
+        detail = self.check_gone(guest, "disconnected while an operation was in progress.", before)
         self.assertTrue(detail.startswith(ENDS[way].format(guest.name)), detail)
 
     def fall_silent(self, operation, guest):
         before = self.begin(operation, guest)
-        guest.tell("silence")
-        self.hold_gone(guest, "became unresponsive while an operation was in progress.", before)
+        guest.send("silence")
+        self.check_gone(guest, "became unresponsive while an operation was in progress.", before)
 
-    def test_each_way_during_each_operation(self):
+    def test_each_loss_during_each_operation(self):
         self.left = self.serve(loopback(2), "Left", "--generate", "3", "--folders", "1",
                                "--visuals", "3")
         guest = self.guest()

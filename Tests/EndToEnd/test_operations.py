@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""The daily work by hand: visuals are removed, moved by a drag, and uploaded."""
+"""Operations by hand: visuals are removed, moved by a drag, and uploaded."""
 
 import time
 import unittest
@@ -16,7 +16,7 @@ from fixtures.waiting import wait_for
 class Operations(EndToEndCase):
     """One server to work on in bank A, and another beside it."""
 
-    def stage(self, visuals, *options, address=loopback(2)):
+    def set_up(self, visuals, *options, address=loopback(2)):
         lay_out(self.folder / "Left", visuals)
         self.left = self.serve(address, "Left", *options)
         self.right = self.serve(loopback(3), "Right", "--generate", "3", "--folders", "2",
@@ -55,14 +55,14 @@ class Operations(EndToEndCase):
 class Removal(Operations):
     SURE = "Are you sure you want to remove the selected visuals?"
 
-    def test_300_visuals_while_each_result_comes_back_once(self):
+    def test_remove_300_visuals_with_each_result_once(self):
         reasons = {10: (1, "Visual is in use"), 75: (2, "Unknown failure"), 150: (3, "%1 is full"),
                    151: (4, "Media library folder is in use"),
                    299: (5, "Reserved or read-only folder"), 300: (6, "")}
         options = [text for number, (code, _) in reasons.items()
                    for text in ("--refuse", f"{code}@2#{number}")]
         asked = [(folder, slot) for folder in (0, 1) for slot in range(20, 170)]
-        self.stage({**clips(0, range(20, 170)), **clips(1, range(20, 170)), **clips(2, (5,))},
+        self.set_up({**clips(0, range(20, 170)), **clips(1, range(20, 170)), **clips(2, (5,))},
                    *options, "--refuse-text", "%1 is full")
         self.bank.select(0, 1)
         self.bank.remove()
@@ -84,8 +84,8 @@ class Removal(Operations):
                           if folder == 0])
         self.end()
 
-    def test_what_was_not_sent_stays_when_the_operator_cancels(self):
-        self.stage(clips(0, range(1, 9)), "--stall")
+    def test_cancel_keeps_visuals_that_were_not_sent(self):
+        self.set_up(clips(0, range(1, 9)), "--stall")
         self.open_folder(0)
         self.bank.select(3, 5, 8)
         self.bank.remove()
@@ -94,17 +94,17 @@ class Removal(Operations):
         self.keep_picture("removing")
         self.program.press_button(removing, "Cancel")
         self.program.wait_until_no_dialog()
-        # The one on the wire completes; the others are not sent behind it.
+        # The removal in flight completes; the others are not sent.
         wait_for(lambda: len(self.left.commands(2)) == 1, "the order to remove")
-        self.left.tell("end-stall")
+        self.left.send("end-stall")
         wait_for(lambda: len(self.left.slots()) == 7, "the first visual to go")
         self.wait_for_the_notice()
         self.end()
         self.assertEqual(len(self.left.commands(2)), 1)
         self.assertEqual(len(self.left.slots()), 7)
 
-    def test_the_warning_comes_even_with_nothing_to_remove(self):
-        self.stage(clips(0, (1,)))
+    def test_warning_appears_with_nothing_to_remove(self):
+        self.set_up(clips(0, (1,)))
         self.bank.remove()
         self.answer("Visual remove", self.SURE, "Yes")
         self.end()
@@ -114,8 +114,8 @@ class Removal(Operations):
 class Move(Operations):
     SURE = "Are you sure you want to move the selected visual?"
 
-    def test_a_drag_moves_to_a_free_slot_onto_another_visual_and_never_to_back(self):
-        self.stage({(1, 3): ("One.ppm", picture(MAGENTA)), (1, 10): ("Two.ppm", picture(CYAN))})
+    def test_drag_moves_onto_any_slot_but_back(self):
+        self.set_up({(1, 3): ("One.ppm", picture(MAGENTA)), (1, 10): ("Two.ppm", picture(CYAN))})
         self.open_folder(1)
         for source, target in ((3, 8), (8, 10)):
             self.bank.drag(source + 1, target + 1)
@@ -134,8 +134,8 @@ class Move(Operations):
                           for source, target in ((3, 8), (8, 10), (10, 0))])
         self.end()
 
-    def test_only_one_row_and_only_within_its_list_and_after_a_yes(self):
-        self.stage(clips(0, (1, 2, 3)))
+    def test_drag_needs_one_row_of_the_same_list_and_a_yes(self):
+        self.set_up(clips(0, (1, 2, 3)))
         self.open_folder(0)
         self.bank.drag(2, 6)
         self.answer("Visual remove", self.SURE, "No")
@@ -154,8 +154,8 @@ class Upload(Operations):
         self.keep_picture("file-dialog")
         press("Return")
 
-    def test_a_picture_is_uploaded_over_another_and_seen(self):
-        self.stage({(0, 4): ("Old.ppm", picture(CYAN))}, "--import-delay", "600000")
+    def test_upload_replaces_a_picture_and_its_thumbnail(self):
+        self.set_up({(0, 4): ("Old.ppm", picture(CYAN))}, "--import-delay", "600000")
         (self.folder / "New one.ppm").write_bytes(picture(GREEN))
         self.open_folder(0)
         self.bank.select(5)
@@ -171,7 +171,7 @@ class Upload(Operations):
         self.assertIn("Importing visual", self.program.dialog_texts(importing))
         self.assertFalse(importing.find("push button", "Cancel").enabled)
         self.keep_picture("importing")
-        self.left.tell("end-imports")
+        self.left.send("end-imports")
         self.program.wait_until_no_dialog()
         wait_for(lambda: "004: New one" in self.bank.rows(), "the row of the new visual")
         wait_for(lambda: self.display.count_pixels(GREEN) > 500, "the new picture")
@@ -180,8 +180,8 @@ class Upload(Operations):
         self.assertEqual((self.left.library / "000/004/New one.ppm").read_bytes(), picture(GREEN))
         self.end()
 
-    def test_a_file_of_3_gigabytes_is_cancelled_at_half(self):
-        self.stage({}, "--bandwidth", "300000000", "--generate", "3", "--folders", "2",
+    def test_upload_of_3_gigabytes_is_cancelled_at_half(self):
+        self.set_up({}, "--bandwidth", "300000000", "--generate", "3", "--folders", "2",
                    "--visuals", "3")
         before = self.left.files()
         with (self.folder / "Large.mov").open("wb") as file:
@@ -207,12 +207,12 @@ class Upload(Operations):
         self.assertEqual(self.left.files(), before)
         self.end()
 
-    def test_a_file_with_an_odd_name_is_picked_and_arrives(self):
+    def test_upload_of_a_file_with_an_unusual_name(self):
         documents = self.folder / "home" / "Documents"
         documents.mkdir(parents=True)
         name = 'Bühne "舞台"\n' + "x" * 200 + ".bin"
         (documents / name).write_text("content")
-        self.stage(clips(0, (1,)))
+        self.set_up(clips(0, (1,)))
         self.open_folder(0)
         self.bank.select(6)
         self.bank.upload()
@@ -228,8 +228,8 @@ class Upload(Operations):
         self.wait_for_the_notice()
         self.end()
 
-    def test_a_refused_upload_is_told(self):
-        self.stage(clips(0, (1,)), "--refuse", "3@upload", "--refuse-text", "Disk is full")
+    def test_refused_upload_is_reported(self):
+        self.set_up(clips(0, (1,)), "--refuse", "3@upload", "--refuse-text", "Disk is full")
         (self.folder / "Clip.bin").write_bytes(b"x")
         self.open_folder(0)
         self.bank.select(3)

@@ -24,28 +24,28 @@ class Restart(EndToEndCase):
     def choose(self, program, name):
         wait_for(lambda: program.main().find(name=name), name).click()
 
-    def hold_views(self, program, *names):
+    def check_views(self, program, *names):
         wait_for(lambda: self.views(program) == set(names), f"the buttons {names} to be down")
 
     def settings(self, program):
         files = list(program.home.rglob("settings.ini"))
         return [file.read_text().splitlines() for file in files]
 
-    def test_the_view_is_as_it_was_left(self):
+    def test_view_is_restored(self):
         program = self.start_program()
-        self.hold_views(program, GRID, MEDIUM)
+        self.check_views(program, GRID, MEDIUM)
         self.choose(program, LIST)
         self.choose(program, LARGE)
-        self.hold_views(program, LIST, LARGE)
+        self.check_views(program, LIST, LARGE)
         self.assertEqual(self.settings(program), [])
         self.end_program(program)
         self.assertEqual(self.settings(program), [["[General]", "selectedIconSize=2",
                                                    "selectedViewMode=true",
                                                    "warningLevel=4294967295"]])
         program = self.start_program()
-        self.hold_views(program, LIST, LARGE)
+        self.check_views(program, LIST, LARGE)
 
-    def test_a_run_that_is_killed_loses_the_view_but_not_the_warnings(self):
+    def test_killed_run_keeps_the_warnings_but_not_the_view(self):
         program = self.start_program()
         press("ctrl+p")
         dialog = program.wait_for_dialog("Preferences")
@@ -53,10 +53,10 @@ class Restart(EndToEndCase):
         program.press_button(dialog, "OK")
         program.wait_until_no_dialog()
         self.choose(program, LIST)
-        self.hold_views(program, LIST, MEDIUM)
+        self.check_views(program, LIST, MEDIUM)
         program.kill()
         program = self.start_program()
-        self.hold_views(program, GRID, MEDIUM)
+        self.check_views(program, GRID, MEDIUM)
         self.assertIn("warningLevel=4294967293", self.settings(program)[0])
 
 

@@ -33,7 +33,7 @@ class Sync(EndToEndCase):
         program.wait_until_no_dialog(120)
         rehearsal.right.wait_until_quiet()
 
-    def test_a_whole_sync_makes_the_libraries_equal(self):
+    def test_sync_makes_the_libraries_equal(self):
         rehearsal = self.rehearse()
         before = rehearsal.left.files()
         program = self.start_program()
@@ -51,7 +51,7 @@ class Sync(EndToEndCase):
         self.assertEqual(set(sync), {"req_type=1"}, "the phases overlap")
         self.end_program(program)
 
-    def test_no_answers_no_request(self):
+    def test_answer_no_sends_nothing(self):
         rehearsal = self.rehearse()
         program = self.start_program()
         self.show(program, rehearsal.left, rehearsal.right)
@@ -62,9 +62,9 @@ class Sync(EndToEndCase):
         self.assertEqual([line for line in rehearsal.right.requests()[len(before):]
                           if "POST" in line], [])
 
-    def test_one_failed_import_is_told_and_the_others_go_on(self):
+    def test_failed_import_is_reported_and_the_others_continue(self):
         rehearsal = self.rehearse(right=("--fail-import", "5/250"))
-        # Something else than what stands there on the right.
+        # Not the same file as on the right.
         picture = self.folder / "Left.ppm"
         picture.write_bytes(library.picture(library.CYAN))
         rehearsal.left.upload(5, 250, picture)
@@ -81,7 +81,7 @@ class Sync(EndToEndCase):
         self.assertTrue(program.out_of_sync())
         self.end_program(program)
 
-    def test_a_cancelled_sync_stops_and_loses_nothing(self):
+    def test_cancelled_sync_stops_and_loses_nothing(self):
         rehearsal = self.rehearse(left=("--bandwidth", "20000"), right=("--workers", "1"))
         program = self.start_program()
         self.show(program, rehearsal.left, rehearsal.right)
@@ -102,7 +102,7 @@ class Sync(EndToEndCase):
         self.assertLessEqual(hashes, set(rehearsal.right.files().values()))
         self.end_program(program)
 
-    def test_servers_without_a_common_subnet_are_refused_at_the_click(self):
+    def test_servers_without_a_common_subnet_are_refused(self):
         rehearsal = self.rehearse()
         program = self.start_program()
         self.show(program, rehearsal.left, rehearsal.foyer)
@@ -114,7 +114,7 @@ class Sync(EndToEndCase):
         self.assertEqual(rehearsal.foyer.commands(1), [])
         self.end_program(program)
 
-    def test_killed_in_the_middle_it_starts_again_at_once(self):
+    def test_program_killed_during_a_sync_starts_again(self):
         rehearsal = self.rehearse(left=("--bandwidth", "20000"), right=("--workers", "1"))
         program = self.start_program()
         self.show(program, rehearsal.left, rehearsal.right)
@@ -125,14 +125,14 @@ class Sync(EndToEndCase):
         wait_for(lambda: "Stage right" in Bank(again, 0).servers(), "the servers", 60)
         self.end_program(again)
 
-    def test_the_destination_goes_away_in_the_middle(self):
+    def test_destination_is_lost_during_a_sync(self):
         rehearsal = self.rehearse(left=("--bandwidth", "20000"), right=("--workers", "1"))
         program = self.start_program()
         self.show(program, rehearsal.left, rehearsal.right)
         self.start_sync(program)
         program.wait_for_dialog("Ongoing Transfers")
-        rehearsal.right.tell("silence")
-        rehearsal.right.tell("reset-stream")
+        rehearsal.right.send("silence")
+        rehearsal.right.send("reset-stream")
         dialog = program.wait_for_dialog("Error")
         texts = program.dialog_texts(dialog)
         self.assertIn('Server "Stage right" disconnected while an operation was in progress.',

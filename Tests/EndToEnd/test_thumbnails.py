@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 
-"""Thumbnails that come slowly or not at all."""
+"""Thumbnails that arrive slowly or never."""
 
 import unittest
 
@@ -12,7 +12,7 @@ from fixtures.waiting import wait_for
 
 
 class Thumbnails(EndToEndCase):
-    def stage(self, left, right, left_options=(), right_options=()):
+    def set_up(self, left, right, left_options=(), right_options=()):
         lay_out(self.folder / "Left", left)
         lay_out(self.folder / "Right", right)
         self.left = self.serve(loopback(2), "Left", *left_options)
@@ -24,8 +24,8 @@ class Thumbnails(EndToEndCase):
     def asked(server, thumbnail):
         return sum(f"/thumbnails/{thumbnail}.png" in line for line in server.requests())
 
-    def test_slow_ones_are_cancelled_in_the_middle(self):
-        self.stage({**clips(0, range(1, 61)), (1, 1): ("One.ppm", picture(MAGENTA))},
+    def test_cancel_slow_thumbnails(self):
+        self.set_up({**clips(0, range(1, 61)), (1, 1): ("One.ppm", picture(MAGENTA))},
                    {(1, 1): ("Two.ppm", picture(CYAN))},
                    ("--thumbnail-delay", "1000", "--thumbnail-delay", "0@1/1"))
         left, right = self.banks
@@ -40,7 +40,7 @@ class Thumbnails(EndToEndCase):
         for bank in self.banks:
             wait_for(lambda: bank.list.enabled, "the banks")
         self.keep_picture("cancelled")
-        # The rows of the folder never came; its "Back" is where the first row is.
+        # The rows of the folder never appeared; its "Back" is where the first row is.
         left.open(0)
         for bank in self.banks:
             bank.wait_for_rows(FOLDERS)
@@ -50,8 +50,8 @@ class Thumbnails(EndToEndCase):
         wait_for(lambda: self.display.count_pixels(MAGENTA) > 500, "the picture of another folder")
         self.end_program(self.program)
 
-    def test_a_failure_of_the_last_one_leaves_the_panel_disabled(self):
-        self.stage({(0, 1): ("One.ppm", picture(MAGENTA))},
+    def test_failure_of_the_last_thumbnail_disables_the_panel(self):
+        self.set_up({(0, 1): ("One.ppm", picture(MAGENTA))},
                    {**clips(0, (1, 2, 3)), (1, 1): ("Two.ppm", picture(CYAN))},
                    right_options=("--fail-thumbnail", "0/3", "--thumbnail-delay", "700@0/3"))
         self.serve(loopback(4), "Spare", "--generate", "3", "--folders", "1", "--visuals", "1")
@@ -63,7 +63,7 @@ class Thumbnails(EndToEndCase):
         self.assertFalse(right.list.enabled)
         self.assertEqual(len(right.rows()), FOLDERS)
         self.keep_picture("disabled")
-        # Another choice on the other side asks again, and the same one fails.
+        # Another choice in bank B loads again, and the same thumbnail fails.
         left.choose("Spare")
         self.wait_for_failures(2)
         self.assertEqual(self.asked(self.right, "0/1"), 1)

@@ -26,14 +26,14 @@ def window_numbers(program):
 
 
 def borders(window):
-    """What the window manager puts around a window, once it does."""
+    """The borders of a window, as soon as the window manager has added them."""
     said = subprocess.run(["xprop", "-id", window, "_NET_FRAME_EXTENTS"], capture_output=True,
                           text=True, check=True).stdout
     return [int(number) for number in re.findall(r"\d+", said.partition("=")[2])]
 
 
 def frame(window):
-    """Left, top, right and bottom of a window with what the window manager puts around it."""
+    """Left, top, right and bottom of a window with its borders."""
     left, right, top, bottom = wait_for(lambda: borders(window), "the border of the window")
     said = subprocess.run(["xwininfo", "-id", window], capture_output=True, text=True,
                           check=True).stdout
@@ -56,7 +56,7 @@ class Placing(unittest.TestCase):
             finally:
                 program.close()
 
-    def test_all_of_it_is_on_a_screen_that_is_large_enough(self):
+    def test_window_fits_on_a_large_screen(self):
         for size in ((1280, 720), (1366, 768)):
             with self.subTest(size=size):
                 left, top, right, bottom = self.place_on(*size, 1)
@@ -65,7 +65,7 @@ class Placing(unittest.TestCase):
                 self.assertLessEqual(bottom, size[1])
                 self.assertGreaterEqual(right - left, 1163)
 
-    def test_its_title_bar_can_be_reached_on_a_screen_that_is_too_small(self):
+    def test_title_bar_is_reachable_on_a_small_screen(self):
         left, top, right, bottom = self.place_on(1366, 768, 1.25)
         self.assertEqual((left, top), (0, 0))
         self.assertGreater(bottom, 768)

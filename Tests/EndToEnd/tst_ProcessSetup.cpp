@@ -63,7 +63,7 @@ bool isDiscoveryRead()
     return true;
 }
 
-/// Ticks in which ten senders are heard, each of which is a line on standard output. Their netmask
+/// Ticks that receive ten senders, each of which is a line on standard output. Their netmask
 /// is invalid, so that no server is listed.
 void announceToTenTicks()
 {
@@ -80,7 +80,7 @@ void announceToTenTicks()
 
 Q_DECLARE_METATYPE(OpenChannel)
 
-/// What the program makes of the standard streams and the limits with which it is started.
+/// What the program does with the standard streams and limits with which it is started.
 class tst_ProcessSetup final : public QObject
 {
     Q_OBJECT

@@ -136,8 +136,8 @@ void tst_Start::runsWithoutALog_data()
 {
     QTest::addColumn<QString>("inTheWay");
     QTest::addColumn<bool>("directory");
-    QTest::newRow("no data directory can be made") << u"data/Zorvik"_s << false;
-    QTest::newRow("no log directory can be made") << u"data/Zorvik/Brenvoka/logs"_s << false;
+    QTest::newRow("data directory cannot be created") << u"data/Zorvik"_s << false;
+    QTest::newRow("log directory cannot be created") << u"data/Zorvik/Brenvoka/logs"_s << false;
     QTest::newRow("the log can't be opened") << u"data/Zorvik/Brenvoka/logs/Brenvoka.log"_s << true;
 }
 

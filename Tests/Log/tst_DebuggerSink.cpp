@@ -47,7 +47,7 @@ using OpenChannel = std::unique_ptr<Channel> (*)();
 
 Q_DECLARE_METATYPE(OpenChannel)
 
-/// The debugger output where there is no debugger to speak to: the terminal.
+/// The debugger output without a debugger: the terminal.
 class tst_DebuggerSink final : public QObject
 {
     Q_OBJECT
@@ -63,7 +63,7 @@ private slots:
     void terminalThatStopsDoesNotStopTheLog();
 };
 
-/// The machine of a test runs in UTC more often than not, where local time shows nothing.
+/// Most test machines use UTC, where local time is not visible.
 void tst_DebuggerSink::initTestCase()
 {
     qputenv("TZ", "TEST-05:45");

@@ -56,7 +56,7 @@ void tst_LogHistory::cleanup()
     directory.reset();
 }
 
-/// One run of the program that logs nothing by itself.
+/// One run of the program that logs nothing.
 void tst_LogHistory::start() const
 {
     const Zor::Log log(directory->filePath(u"Brenvoka.log"_s).toStdString());
@@ -204,7 +204,7 @@ void tst_LogHistory::withoutAHistoryTheLogIsAppended()
 
 void tst_LogHistory::failedRenameDoesNotStopTheOthers()
 {
-    // A directory that is not empty can be replaced by nothing.
+    // A directory that is not empty cannot be replaced.
     write(u"loghistory/Brenvoka.log.9/inside"_s, "x");
     write(u"loghistory/Brenvoka.log.8/inside"_s, "x");
     write(u"loghistory/Brenvoka.log.7"_s, "seven");

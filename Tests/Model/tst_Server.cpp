@@ -236,7 +236,7 @@ void tst_Server::commonSubnets_data()
                                  << Connections{at(u"10.0.1.2"_s, 24)} << QString();
     QTest::newRow("one direction only")
         << Connections{at(u"10.0.0.1"_s, 8)} << Connections{at(u"10.0.1.2"_s, 24)} << QString();
-    QTest::newRow("the other direction only")
+    QTest::newRow("opposite direction only")
         << Connections{at(u"10.0.0.1"_s, 24)} << Connections{at(u"10.0.1.2"_s, 8)} << QString();
     QTest::newRow("different masks, both directions")
         << Connections{at(u"10.0.0.1"_s, 24)} << Connections{at(u"10.0.0.2"_s, 8)}

@@ -122,7 +122,7 @@ void tst_Settings::loading_data()
     };
     QTest::newRow("no file") << QByteArray() << 1 << false << allWarnings;
     row("empty section", "", 1, false, allWarnings);
-    row("view mode alone", "selectedViewMode=true\n", 1, true, allWarnings);
+    row("view mode only", "selectedViewMode=true\n", 1, true, allWarnings);
     row("all three", "selectedIconSize=2\nselectedViewMode=true\nwarningLevel=5\n", 2, true, 5);
     row("no warnings stay no warnings", "warningLevel=0\n", 1, false, 0);
     row("upper bits are carried along", "warningLevel=4294967280\n", 1, false, 0xFFFFFFF0);
@@ -132,7 +132,7 @@ void tst_Settings::loading_data()
     row("empty values read as 0 and false", "selectedIconSize=\nselectedViewMode=\nwarningLevel=\n",
         0, false, 0);
     row("view mode 0 is false", "selectedViewMode=0\n", 1, false, allWarnings);
-    row("any other word is true", "selectedViewMode=abc\n", 1, true, allWarnings);
+    row("any other text is true", "selectedViewMode=abc\n", 1, true, allWarnings);
     row("icon size outside 0 to 2 is taken as it is", "selectedIconSize=17\n", 17, false,
         allWarnings);
     row("negative icon size is taken as it is", "selectedIconSize=-3\n", -3, false, allWarnings);

@@ -81,7 +81,7 @@ void tst_SyncPlan::planHasRenamesRemovalsAndTransfers_data()
         << Folders{folder(256, u"Last"_s, {visual(0), visual(255)})} << Folders()
         << Refs{{256, 0}, {256, 255}} << Renames{{256, u"Last"_s}} << Refs()
         << Refs{{256, 0}, {256, 255}} << false;
-    QTest::newRow("records with numbers that no library can hold")
+    QTest::newRow("records with impossible numbers")
         << Folders{folder(-1, u"a"_s, {visual(7)}), folder(257, u"b"_s, {visual(7)}),
                    folder(3, u"Three"_s, {visual(-1), visual(256)})}
         << Folders() << Refs{{-1, 7}, {257, 7}, {3, -1}, {3, 256}, {2, 255}, {4, 0}}

@@ -74,7 +74,7 @@ private slots:
             << R"({"msg_type":7,"RESULT":2,"ERROR":"x"})"_ba << false << u"Unknown failure"_s;
         QTest::newRow("text that is no text")
             << R"({"msg_type":7,"RESULT":3,"ERROR":5})"_ba << false << u""_s;
-        QTest::newRow("text as it stands")
+        QTest::newRow("text is not changed")
             << R"({"msg_type":7,"RESULT":3,"ERROR":" <b>%1 ü"})"_ba << false << u" <b>%1 ü"_s;
     }
 

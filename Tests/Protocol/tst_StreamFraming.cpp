@@ -35,10 +35,10 @@ private slots:
         row("nothing but terminators", {u"NNN"_s}, {}, {});
         row("empty chunk", {u"{"_s, {}, u"}N"_s}, {u"{}"_s}, {});
         row("two frames and half of a third", {u"{}N[]N{\"a\""_s}, {u"{}"_s, u"[]"_s}, u"{\"a\""_s);
-        row("the other half of the third", {u"{}N[]N{\"a\""_s, u":1}N"_s},
+        row("second half of the third", {u"{}N[]N{\"a\""_s, u":1}N"_s},
             {u"{}"_s, u"[]"_s, u"{\"a\":1}"_s}, {});
         row("chunk without a terminator is only appended", {u"{}"_s, u"{"_s}, {}, u"{}{"_s);
-        row("terminator alone in its chunk", {u"{}"_s, u"N"_s}, {u"{}"_s}, {});
+        row("chunk of only a terminator", {u"{}"_s, u"N"_s}, {u"{}"_s}, {});
         row("whole document behind a terminator", {u"N{}"_s}, {u"{}"_s}, {});
         row("frame that is not JSON deafens", {u"xN{}N"_s, u"{}N"_s, u"{}N"_s}, {u"{}"_s},
             u"x{}{}"_s);
@@ -84,7 +84,7 @@ private slots:
         }
     }
 
-    // Well-formed or not, in whatever chunks: the same as splitting everything anew each time.
+    // Well-formed or not, and in any chunks: the same as splitting the whole buffer each time.
     void matchesTheSimpleModel()
     {
         const QByteArray bytes =

@@ -17,7 +17,7 @@ inline const QUuid secondId(u"{22222222-9dc0-11d1-b245-5ffdce74fad2}"_s);
 inline const QUuid unknownId(u"{33333333-9dc0-11d1-b245-5ffdce74fad2}"_s);
 inline const QByteArray libraryChanged = json("{'msg_type':6}");
 
-/// Something that is asked of the service for one server.
+/// A call of the service for one server.
 using Operation = std::function<void(ServerConnectionService &, const QUuid &)>;
 
 /// Every signal of the service, in order, as a line; the servers are called first and second.
@@ -72,7 +72,7 @@ private:
 };
 
 /// The service and two servers, of which the first may be connected under `firstId` and the second
-/// under `secondId`. The servers send the head of the stream by themselves.
+/// under `secondId`. Both answer the request of the stream with its head.
 class ConnectionServiceFixture
 {
 public:

@@ -37,7 +37,7 @@ inline QByteArray wireFile(const QString &name)
     return file.readAll();
 }
 
-/// Reads the fields of a handler that nothing else shows, and hands it messages without a stream.
+/// Reads private fields of a handler, and passes it messages without a stream.
 struct ServerConnectionHandlerProbe
 {
     explicit ServerConnectionHandlerProbe(ServerConnectionHandler &probed)
@@ -70,7 +70,7 @@ struct ServerConnectionHandlerProbe
     {
         return handler.networkManager.findChildren<QNetworkReply *>();
     }
-    /// How many requests have been given to Qt and have not ended, whatever they are for.
+    /// The number of all requests that Qt has and that have not finished.
     [[nodiscard]] int runningReplies() const
     {
         return static_cast<int>(std::ranges::count_if(

@@ -16,7 +16,7 @@ inline const QString firstAddress = loopback(1);
 inline const QString secondAddress = loopback(2);
 inline const QByteArray mask16("\0\0\xff\xff", 4);
 
-/// A service whose ticks are driven by hand, and what it told in order. The event loop does not
+/// A service whose ticks the test calls, and its signals in order. The event loop does not
 /// run meanwhile, so its own timer stays silent.
 class ListenerFixture final
 {
@@ -26,15 +26,15 @@ public:
         QObject::connect(&service, &ServerListenerService::addServer, &service,
                          [this](const QUuid &uuid, const QHostAddress &address, int netmask,
                                 const QString &name) {
-                             tell(QStringLiteral("server"), uuid, address, netmask, u' ' + name);
+                             record(QStringLiteral("server"), uuid, address, netmask, u' ' + name);
                          });
         QObject::connect(&service, &ServerListenerService::addServerConnection, &service,
                          [this](const QUuid &uuid, const QHostAddress &address, int netmask) {
-                             tell(QStringLiteral("connection"), uuid, address, netmask);
+                             record(QStringLiteral("connection"), uuid, address, netmask);
                          });
         QObject::connect(&service, &ServerListenerService::removeServerConnection, &service,
                          [this](const QUuid &uuid, const QHostAddress &address, int netmask) {
-                             tell(QStringLiteral("lost connection"), uuid, address, netmask);
+                             record(QStringLiteral("lost connection"), uuid, address, netmask);
                          });
         QObject::connect(
             &service, &ServerListenerService::removeServer, &service,
@@ -51,7 +51,7 @@ public:
             QMetaObject::invokeMethod(&service, "listServers", Qt::DirectConnection);
     }
 
-    /// What was told since the last call.
+    /// The signals since the last call.
     QStringList take() { return std::exchange(events, {}); }
 
     ServerListenerService service;
@@ -64,8 +64,8 @@ private:
                                 : uuid.toString();
     }
 
-    void tell(const QString &what, const QUuid &uuid, const QHostAddress &address, int netmask,
-              const QString &rest = {})
+    void record(const QString &what, const QUuid &uuid, const QHostAddress &address, int netmask,
+                const QString &rest = {})
     {
         events << QStringLiteral("%1 %2 %3/%4%5")
                       .arg(what, label(uuid), address.toString(), QString::number(netmask), rest);

@@ -17,7 +17,7 @@ inline const QByteArray emptyLibrary = R"({"folders":[],"hash":"empty"})";
 inline const QByteArray versionHeader = "X-BVProtocolVersion: 281474976710656\r\n";
 } // namespace LibraryWire
 
-/// A service with an empty cache, a peer for it to ask, and what both hear.
+/// A service with an empty cache, the server that it asks, and its signal.
 struct ServerInfoFixture
 {
     explicit ServerInfoFixture(const QString &address)
@@ -25,7 +25,7 @@ struct ServerInfoFixture
     {
     }
 
-    /// A server of its own at the address of the peer.
+    /// A new server at the address of the peer.
     [[nodiscard]] Server server(const QString &name = QStringLiteral("Stage left")) const
     {
         return Server(QUuid::createUuid(), peer.address(), 8, name);

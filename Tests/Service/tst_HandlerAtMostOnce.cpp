@@ -107,7 +107,7 @@ private slots:
         QCOMPARE(fixture->commands().size(), 3);
     }
 
-    // The counterpart: what makes the tests above worth something.
+    // Shows that Qt would send the commands of the tests above again.
     void syncMayBeSentAgain()
     {
         fixture->server.on(executePath, [this](const WireRequest &request) {

@@ -47,7 +47,7 @@ protected:
     qint64 readData(char *, qint64) override { return -1; }
 };
 
-/// The only way to a reply without an error text: QIODevice has one of its own for the case.
+/// The only way to a reply without an error text: QIODevice has a default text.
 class SilentTranslator final : public QTranslator
 {
 public:
@@ -61,7 +61,7 @@ public:
 
 } // namespace
 
-/// The five commands: their bytes and what comes of their answers.
+/// The five commands: their bytes and their results.
 class tst_HandlerCommands : public QObject
 {
     Q_OBJECT
@@ -299,7 +299,7 @@ private:
         return request.mid(request.indexOf("\r\n\r\n") + 4);
     }
 
-    /// Waits for the one signal that a command causes.
+    /// Waits for the only signal that a command causes.
     void expect(const QString &line)
     {
         EVENTUALLY_COMPARE(fixture->events.lines, QStringList{line});

@@ -160,11 +160,12 @@ private slots:
         QTest::newRow("negative type") << json("{'msg_type':-1}");
         QTest::newRow("type as text") << json("{'msg_type':'6'}");
         QTest::newRow("fractional type") << json("{'msg_type':6.5}");
-        QTest::newRow("list that is no array") << json("{'msg_type':0,'active_transfers':{}}");
-        QTest::newRow("list of no objects") << json("{'msg_type':0,'active_transfers':[1,'x',[]]}");
+        QTest::newRow("list is not an array") << json("{'msg_type':0,'active_transfers':{}}");
+        QTest::newRow("list without objects")
+            << json("{'msg_type':0,'active_transfers':[1,'x',[]]}");
         QTest::newRow("start without sync") << json("{'msg_type':1}");
         QTest::newRow("start without id") << json("{'msg_type':1,'sync':{'STATUS':1}}");
-        QTest::newRow("start with an id that is none") << sync(1, u"x"_s, "");
+        QTest::newRow("start with an invalid id") << sync(1, u"x"_s, "");
         QTest::newRow("start with the null id") << sync(1, QUuid().toString(), "");
         QTest::newRow("progress of an unknown id") << sync(2, transferId, ",\"STATUS\":1");
         QTest::newRow("progress without id") << sync(2, u""_s, "");
@@ -280,7 +281,7 @@ private slots:
     }
 
 private:
-    /// Sends bytes of the stream in one piece and waits for what they cause, the connection apart.
+    /// Sends bytes of the stream in one piece and waits for their signals, except `connected`.
     void expect(const QByteArray &bytes, const QStringList &lines)
     {
         fixture->send(bytes);

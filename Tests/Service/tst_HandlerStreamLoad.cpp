@@ -72,7 +72,7 @@ private slots:
         open(chunked);
         send(message.repeated(count));
         EVENTUALLY_COMPARE(changes, count);
-        // The stream goes on afterwards, and its last messages are not lost with its end.
+        // The stream continues, and its last messages are not lost when it ends.
         send(message.repeated(count) + shutdown);
         if (chunked)
             stream.send(Wire::lastChunk());
@@ -102,7 +102,7 @@ private slots:
             if (chunked)
                 stream.send(Wire::lastChunk());
             stream.close();
-            // No event loop runs here: what Qt's thread reads by itself is limited.
+            // No event loop runs here: Qt's thread reads only a limited amount ahead.
             keepBusy(std::chrono::milliseconds(200));
         });
         send(libraryChanged);
@@ -111,8 +111,8 @@ private slots:
         QCOMPARE(reason, Brenvoka::DisconnectServerShutdown);
     }
 
-    // About one connection in ten is read to its end all the same, for a reason that is not known:
-    // one of several has to be slowed down.
+    // About one connection in ten is read to its end anyway, for an unknown reason: one of several
+    // has to be slowed down.
     void serverIsSlowedDownWhileTheProgramIsBusy()
     {
         qint64 unsent = -1;

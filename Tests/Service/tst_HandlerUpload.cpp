@@ -132,7 +132,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), -1);
     }
 
-    // A kept-alive connection may break under it, and Qt then begins anew.
+    // If a kept-alive connection breaks, Qt sends the request again.
     void repeatedUploadIsSentFromItsStart()
     {
         fixture->server.on(uploadPath, [this](const WireRequest &request) {
@@ -286,7 +286,7 @@ private slots:
         QCOMPARE(uploads().size(), 1);
     }
 
-    // Written to by another program while it goes out, such as one that still renders it.
+    // Another program may still write the file, such as one that renders it.
     void growingFileIsSentWithItsFirstLength()
     {
         const QByteArray content(16 << 20, 'x');
@@ -317,7 +317,7 @@ private slots:
         QCOMPARE(uploads().size(), 0);
     }
 
-    // What is read before the server has it waits in the buffers of the system.
+    // Bytes that are read but not received are in the buffers of the system.
     void fileIsReadWhileItIsSent()
     {
         constexpr qint64 mebibyte = 1 << 20;
@@ -344,7 +344,7 @@ private:
         return local.fileName();
     }
 
-    /// Starts an upload to a server that reads nothing, and waits until it is under way.
+    /// Starts an upload to a server that reads nothing, and waits until the file is read.
     [[nodiscard]] bool startUpload(const QString &path)
     {
         fixture->server.setReading(false);

@@ -9,7 +9,7 @@
 const QHostAddress firstAddress(loopback(1));
 const QHostAddress secondAddress(loopback(2));
 
-/// What is asked of a server that is not connected.
+/// Calls for a server that is not connected.
 class tst_MissingHandler : public QObject
 {
     Q_OBJECT

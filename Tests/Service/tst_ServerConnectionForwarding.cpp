@@ -98,7 +98,7 @@ private slots:
         fixture->service->addHandler(firstAddress, firstId);
         const QPointer<ServerConnectionHandler> handler = fixture->handlers().constFirst();
 
-        // Of a stranger: logged and dropped, unless nothing is checked.
+        // From an unknown server: logged and dropped, unless nothing is checked.
         LogCapture log;
         emission(*handler, secondAddress, unknownId);
         if (check == "none"_L1) {
@@ -118,7 +118,7 @@ private slots:
         emission(*handler, firstAddress, firstId);
         QCOMPARE(fixture->events.lines, QStringList{line});
 
-        // Cut off: the slot is not even asked. A lost server has left before.
+        // Disconnected: the slot is not called. A lost server was removed before.
         fixture->service->removeHandler(firstId);
         emission(*handler, firstAddress, firstId);
         QCOMPARE(fixture->events.lines.size(), 1);

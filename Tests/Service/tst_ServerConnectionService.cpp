@@ -13,7 +13,7 @@
 const QHostAddress firstAddress(loopback(1));
 const QHostAddress secondAddress(loopback(2));
 
-/// The gate to the servers: what it hands on, what it logs and whom it keeps.
+/// What the service forwards, what it logs, and which handlers it keeps.
 class tst_ServerConnectionService : public QObject
 {
     Q_OBJECT

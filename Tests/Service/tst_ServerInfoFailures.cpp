@@ -13,7 +13,7 @@
 using namespace LibraryWire;
 using namespace Qt::Literals::StringLiterals;
 
-/// Answers that are refused, and servers of which nothing is asked any more.
+/// Invalid responses, and blocked servers.
 class tst_ServerInfoFailures : public QObject
 {
     Q_OBJECT
@@ -124,7 +124,7 @@ private slots:
         verifyServerIsBlocked(server);
     }
 
-    /// Whatever addresses later replies have: none may open a door again.
+    /// Later replies may reuse the address of an earlier one; none may unblock a server.
     void blockedServersStayBlockedAmongManyOthers()
     {
         constexpr int count = 40;
@@ -201,7 +201,7 @@ private slots:
     }
 
 private:
-    /// Another server is still served, which shows that the calls before it sent nothing.
+    /// The reply for another server shows that the calls before it sent nothing.
     void verifyServerIsBlocked(Server server)
     {
         fixture->peer.forgetRequests();

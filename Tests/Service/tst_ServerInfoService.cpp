@@ -14,7 +14,7 @@
 using namespace LibraryWire;
 using namespace Qt::Literals::StringLiterals;
 
-/// What is sent, and what becomes of a good answer, against a peer that answers byte by byte.
+/// The request, and what happens with a valid response.
 class tst_ServerInfoService : public QObject
 {
     Q_OBJECT
@@ -165,7 +165,7 @@ private slots:
                     u"error: Discarding library.json from server 50% %s for unsupported version"_s)
                 .size(),
             1);
-        // The entry is gone: the next call asks again.
+        // The entry was removed: the next call sends a request again.
         fixture->service.requestLibrary(server);
         QVERIFY(fixture->peer.waitForRequests(2));
         QCOMPARE(fixture->spy.size(), 0);

@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// The first address is heard, and a tick done, within the first signal of that kind.
+/// Sends an announcement of the first address and calls a tick inside the first such signal.
 template <typename Signal>
 void tickWithin(ListenerFixture &fixture, Signal signal)
 {
@@ -25,7 +25,7 @@ void tickWithin(ListenerFixture &fixture, Signal signal)
 
 } // namespace
 
-/// How connections and servers go, and what is known in the meantime.
+/// When connections and servers are removed, and what the service knows meanwhile.
 class tst_ServerListenerExpiry final : public QObject
 {
     Q_OBJECT

@@ -9,7 +9,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// One letter stands for one entry.
+/// One letter represents one entry.
 class tst_TakeHead : public QObject
 {
     Q_OBJECT
@@ -23,7 +23,8 @@ private slots:
         QTest::newRow("last one") << u"A"_s << u""_s;
         QTest::newRow("without duplicates") << u"ABCD"_s << u"BCD"_s;
         QTest::newRow("the head twice") << u"AA"_s << u"A"_s;
-        QTest::newRow("a duplicate is dropped and the next goes twice") << u"AAB"_s << u"BB"_s;
+        QTest::newRow("a duplicate is dropped and the next one is sent twice")
+            << u"AAB"_s << u"BB"_s;
         QTest::newRow("a duplicate that is not next to the head") << u"ABAC"_s << u"BAC"_s;
         QTest::newRow("duplicates behind the head") << u"ABB"_s << u"BB"_s;
         QTest::newRow("all the same") << u"AAA"_s << u"AA"_s;

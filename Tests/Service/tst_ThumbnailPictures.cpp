@@ -59,7 +59,7 @@ qint64 peakMemory()
 
 } // namespace
 
-/// What becomes of the bytes of a picture, and of bytes that are none.
+/// What is shown for the bytes of a picture, and for invalid bytes.
 class tst_ThumbnailPictures : public ThumbnailFixture
 {
     Q_OBJECT

@@ -9,7 +9,7 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-/// While it lives, what is allocated may be leaked: a task that is let go of is never deleted.
+/// While it lives, allocations may leak: an abandoned task is never deleted.
 class LeakAllowed final
 {
 public:

@@ -13,7 +13,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-/// Runs the process-wide log into a file of its own for as long as it lives.
+/// While it lives, the process-wide log is written to a private file.
 class LogCapture final
 {
 public:

@@ -19,7 +19,7 @@
 
 #include <memory>
 
-/// A source that the model knows, a connected destination that the test plays, and one sync task
+/// A source that the model knows, a connected scripted destination, and one sync task
 /// without a window.
 class SyncTaskFixture final
 {
@@ -57,8 +57,7 @@ public:
         started = task->start();
     }
 
-    /// Waits until every command that was given before has reached the destination: commands never
-    /// overtake each other.
+    /// Waits until every earlier command has reached the destination: commands keep their order.
     [[nodiscard]] bool settle()
     {
         const qsizetype before = destination.commands(ScriptedServer::Cancel).size();
@@ -67,7 +66,7 @@ public:
             [&] { return destination.commands(ScriptedServer::Cancel).size() > before; });
     }
 
-    /// The task's only dialog of that class, null if there is none.
+    /// The task's only dialog of that class, or null.
     template <typename Dialog>
     [[nodiscard]] static Dialog *dialog()
     {
@@ -78,7 +77,7 @@ public:
         }
         return found;
     }
-    /// The progress dialog with that window title, null if there is none.
+    /// The progress dialog with that window title, or null.
     [[nodiscard]] static BVProgressDialog *progressDialog(const QString &title)
     {
         for (QWidget *const widget : QApplication::topLevelWidgets()) {

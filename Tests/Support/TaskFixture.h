@@ -15,7 +15,7 @@
 
 #include <memory>
 
-/// A connected server that the test plays, and one task on it without a window.
+/// A connected scripted server, and one task on it without a window.
 class TaskFixture final
 {
 public:
@@ -24,16 +24,16 @@ public:
     {
     }
 
-    /// Makes a played server known to the model and connects to it.
-    [[nodiscard]] bool connectTo(ScriptedServer &played,
+    /// Adds a scripted server to the model and connects to it.
+    [[nodiscard]] bool connectTo(ScriptedServer &scripted,
                                  const QString &name = QStringLiteral("Stage left"))
     {
-        Server record(played.uuid, played.wire.address(), 8, name);
+        Server record(scripted.uuid, scripted.wire.address(), 8, name);
         record.connected = true;
         model.upsertServer(record);
         QSignalSpy connected(&service, &ServerConnectionService::serverConnected);
-        service.addHandler(played.wire.address(), played.uuid);
-        return played.openStream() && connected.wait(patience);
+        service.addHandler(scripted.wire.address(), scripted.uuid);
+        return scripted.openStream() && connected.wait(patience);
     }
     [[nodiscard]] bool connectServer() { return connectTo(server); }
 
@@ -57,7 +57,7 @@ public:
     }
     [[nodiscard]] static QString label() { return dialog()->findChild<QLabel *>()->text(); }
 
-    /// The commands as they arrived, whatever they are.
+    /// The commands of all types in the order of arrival.
     [[nodiscard]] QList<WireRequest> requests() const { return server.wire.requests(execute); }
     /// Waits for the command of that number, from 0, and answers it.
     [[nodiscard]] bool answer(int number, const QByteArray &result = success)
@@ -67,7 +67,7 @@ public:
         requests().at(number).answer(result);
         return true;
     }
-    /// Waits until every command that was given before has been answered: a cancel follows them.
+    /// Waits until every earlier command has been answered: a cancel is sent after them.
     [[nodiscard]] bool settle()
     {
         server.accept();
@@ -88,7 +88,7 @@ public:
     bool started = false;
 };
 
-/// What a command comes back with: a row for each result code, with the text that it stands for.
+/// A row for each result code of a command, with its text.
 inline void addResultRows()
 {
     QTest::addColumn<QByteArray>("result");

@@ -228,7 +228,7 @@ void WireServer::read(QTcpSocket *socket)
     streams[incoming.number] += bytes;
     incoming.buffer += bytes;
 
-    // A handler may end this connection or open others, so nothing is held across a call.
+    // A handler may end this connection or open others, so nothing is kept across a call.
     while (connections.contains(socket)) {
         Connection &connection = connections[socket];
         if (connection.missingBody < 0 && !readHead(socket, connection))

@@ -55,7 +55,7 @@ public:
     /// The value of a header, without regard to the case of its name; null if it is absent.
     [[nodiscard]] QByteArray header(const QByteArray &name) const;
 
-    /// Whether the client still holds the connection.
+    /// Whether the connection is still open.
     [[nodiscard]] bool isOpen() const;
 
     /// Sends bytes as they are, at once and in a segment of their own.
@@ -110,7 +110,7 @@ public:
 
     [[nodiscard]] QHostAddress address() const { return listener.serverAddress(); }
 
-    /// Calls `handler` for each complete request of `path`. A path that ends in "/" stands for all
+    /// Calls `handler` for each complete request of `path`. A path that ends in "/" means all
     /// that begin with it. The latest registration that matches wins.
     void on(const QByteArray &path, Handler handler);
 

@@ -49,7 +49,7 @@ int descriptorFlagsOfTheName()
 
 } // namespace
 
-/// The tests build on each other: what a process holds it holds to its end.
+/// The tests depend on each other: a process keeps the name until its end.
 class tst_SingleInstance final : public QObject
 {
     Q_OBJECT

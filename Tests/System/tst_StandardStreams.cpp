@@ -21,7 +21,7 @@ using namespace Qt::Literals::StringLiterals;
 using OpenChannel = std::unique_ptr<Channel> (*)();
 Q_DECLARE_METATYPE(OpenChannel)
 
-/// Writing to what may make the writer wait. A failure of most of these is a test that hangs.
+/// Writing to streams that may block the writer. Most of these tests hang if they fail.
 class tst_StandardStreams final : public QObject
 {
     Q_OBJECT

@@ -87,7 +87,7 @@ void tst_MoveTask::shortMoveShowsNoDialog()
     start();
     emit fixture->service.movedFileFinished(fixture->server.uuid);
     QCOMPARE(fixture->finished->size(), 1);
-    // A timer set now fires behind that of the dialog.
+    // A timer set now fires after that of the dialog.
     bool isLater = false;
     QTimer::singleShot(501, Qt::PreciseTimer, fixture->task.get(), [&isLater] { isLater = true; });
     EVENTUALLY(isLater);
@@ -134,7 +134,7 @@ void tst_MoveTask::brokenConnectionFailsTheMoveWithoutARepeat()
     start();
     EVENTUALLY_COMPARE(fixture->finished->size(), 1);
 
-    // On the connection that the first move has left open, where Qt would try again.
+    // Qt would repeat a request on the connection that the first move has left open.
     fixture->server.wire.on(TaskFixture::execute,
                             [](const WireRequest &request) { request.close(); });
     const QSignalSpy refused(&fixture->service, &ServerConnectionService::movedFileError);
@@ -180,7 +180,7 @@ void tst_MoveTask::cancelDoesNotStopTheRequest()
     QVERIFY(!fixture->task->hasErrors());
     QVERIFY(!fixture->dialog()->isVisible());
 
-    // No cancel is sent, and the request stands.
+    // No cancel is sent, and the request continues.
     QSignalSpy moved(&fixture->service, &ServerConnectionService::movedFileFinished);
     QVERIFY(fixture->answer(0));
     QVERIFY(moved.wait(patience));

@@ -89,7 +89,7 @@ void tst_RemoveTask::shortRemovalShowsNoDialog()
     emit fixture->service.visualRemoveFinished(fixture->server.uuid, 3, 2);
     QCOMPARE(fixture->finished->size(), 1);
     QCOMPARE(fixture->finished->first().first().value<TaskBase *>(), fixture->task.get());
-    // A timer set now fires behind that of the dialog.
+    // A timer set now fires after that of the dialog.
     bool isLater = false;
     QTimer::singleShot(501, Qt::PreciseTimer, fixture->task.get(), [&isLater] { isLater = true; });
     EVENTUALLY(isLater);
@@ -248,7 +248,7 @@ void tst_RemoveTask::repeatedResultAfterTheEndIsIgnored()
     QVERIFY(!fixture->task->hasErrors());
 }
 
-// As many results come as visuals were given, so the bar gets full and the task ends once.
+// There are as many results as visuals, so the bar reaches its end and the task finishes once.
 void tst_RemoveTask::duplicateVisualRemovesTheNextOneTwice()
 {
     fixture->server.wire.hold(TaskFixture::execute);

@@ -58,7 +58,7 @@ void tst_RemoveTaskEnds::cancelStopsTheRemainingRemovals()
     QCOMPARE(fixture->finished->size(), 1);
     QVERIFY(!fixture->dialog()->isVisible());
 
-    // The one on the wire completes, and its result still finds the task.
+    // The removal in flight completes, and the task still gets its result.
     QVERIFY(fixture->requests().last().isOpen());
     QSignalSpy removed(&fixture->service, &ServerConnectionService::visualRemoveFinished);
     QVERIFY(fixture->answer(2));
@@ -115,7 +115,7 @@ void tst_RemoveTaskEnds::abortHidesTheDialogAndClearsErrors()
     QVERIFY(!fixture->task->hasErrors());
     QCOMPARE(fixture->task->errorMessage(), u"Failed to remove 0 visuals from a total of 0."_s);
     QCOMPARE(fixture->task->errorDetails(), QStringList());
-    // What is left of the task knows none of the visuals any more.
+    // The aborted task no longer has any of the visuals.
     emit fixture->service.visualRemoveError(fixture->server.uuid, 3, 2, u"no"_s);
     QVERIFY(!fixture->task->hasErrors());
     QCOMPARE(fixture->finished->size(), 1);
@@ -137,7 +137,7 @@ void tst_RemoveTaskEnds::deletionRemovesTheDialogAndConnections()
     fixture->task.reset();
     QVERIFY(!dialog);
     QCOMPARE(fixture->finished->size(), 0);
-    // The requests are left alone.
+    // The requests continue.
     QVERIFY(fixture->answer(0));
     QVERIFY(fixture->server.wire.waitForRequests(2, TaskFixture::execute));
     fixture->server.accept();

@@ -99,7 +99,7 @@ void tst_SyncTask::phasesRunInOrder()
     EVENTUALLY_COMPARE(requests().size(), 4);
     const QList<Command> syncs = fixture.destination.commands(ScriptedServer::Sync);
     QList<VisualRef> visuals = fixture.destination.visuals(ScriptedServer::Sync);
-    std::ranges::sort(visuals); // each has a connection of its own
+    std::ranges::sort(visuals); // each is sent on a different connection
     QCOMPARE(visuals, (QList<VisualRef>{{3, 8}, {4, 9}}));
     QCOMPARE(syncs.first().field("serverURL"), u"http://" LOOPBACK(109) ":4567"_s);
     QVERIFY(fixture.dialog<TransferDialog>()->isVisible());
@@ -169,7 +169,7 @@ void tst_SyncTask::shortPhaseShowsNoDialog()
     emit fixture.service.folderRenameFinished(fixture.destinationUuid, 3);
     emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
     QCOMPARE(fixture.finished->size(), 1);
-    // The dialogs' own delay of 500 ms has to pass before their absence means anything.
+    // Dialogs appear after 500 ms, so their absence means nothing before.
     bool passed = false;
     QTimer::singleShot(700, this, [&passed] { passed = true; });
     EVENTUALLY(passed);
@@ -212,7 +212,7 @@ void tst_SyncTask::unlistedRenameResultAfterTheLastRestartsTheRemovals()
     emit fixture.service.folderRenameFinished(fixture.destinationUuid, 9);
     QVERIFY(!first);
     QVERIFY(fixture.progressDialog(u"Removing..."_s));
-    // The second start has replaced the first: one result ends the phase, and ends it once.
+    // The second start replaced the first: one result ends the phase once.
     emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
     QCOMPARE(fixture.finished->size(), 1);
 }
@@ -241,7 +241,7 @@ void tst_SyncTask::restartedTransfersCountFailuresOnce()
     QCOMPARE(fixture.finished->size(), 1);
 }
 
-/// Seen by the log alone: at a server that is not connected nothing waits that could be dropped.
+/// Only the log shows it: the server is not connected, so no removal is queued.
 void tst_SyncTask::cancelOfRenamesCancelsTheRemovals()
 {
     LogCapture log;

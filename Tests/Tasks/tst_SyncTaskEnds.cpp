@@ -67,7 +67,7 @@ void tst_SyncTaskEnds::cancelOfRemovalsStartsNoTransfer()
     QTest::keyClick(removing, Qt::Key_Escape);
     QCOMPARE(fixture.finished->size(), 1);
 
-    // The removal on the wire completes on the server, and its result still finds the task.
+    // The removal in flight completes, and the task still gets its result.
     QSignalSpy removed(&fixture.service, &ServerConnectionService::visualRemoveFinished);
     fixture.destination.accept();
     fixture.destination.wire.requests("/brenvoka/execute.html")
@@ -81,7 +81,7 @@ void tst_SyncTaskEnds::cancelOfRemovalsStartsNoTransfer()
     QCOMPARE(fixture.finished->size(), 1);
 }
 
-// Results may come between the task's end and its deletion, and a closed bar counts as full.
+// Results may arrive between the end and the deletion of the task; a closed bar counts as full.
 void tst_SyncTaskEnds::cancelStartsNoFurtherPhase()
 {
     {
@@ -117,7 +117,7 @@ void tst_SyncTaskEnds::abortStartsNoFurtherPhase()
     QVERIFY(!fixture.dialog<TransferDialog>());
 }
 
-// As a destination goes that has fallen silent: the one on the wire is told to nobody.
+// As for a destination that no longer announces itself: the removal in flight is not reported.
 void tst_SyncTaskEnds::queuedRemovalsReportedAsDoneStartNoTransfer()
 {
     SyncTaskFixture fixture(loopback(4));

@@ -32,17 +32,17 @@ const QList<std::pair<const char *, Start>> operations{
 const QList<std::pair<const char *, Loss>> losses{
     {"the stream ends", [](TaskFixture &fixture) { fixture.server.stream.close(); }},
     {"the stream is reset", [](TaskFixture &fixture) { fixture.server.stream.reset(); }},
-    {"the server says goodbye",
+    {"the server announces its shutdown",
      [](TaskFixture &fixture) {
          fixture.server.stream.send(Wire::frame(R"({"msg_type":4})"));
          fixture.server.stream.close();
      }},
-    {"the machine is gone",
+    {"the machine is lost",
      [](TaskFixture &fixture) {
          fixture.server.wire.stopListening();
          fixture.server.wire.resetAll();
      }},
-    // What the controller does with a server that has fallen silent.
+    // What the controller does with a server that no longer announces itself.
     {"its announcements end", [](TaskFixture &fixture) {
          fixture.service.removeHandler(fixture.server.uuid);
          fixture.task->abort();
@@ -50,8 +50,7 @@ const QList<std::pair<const char *, Loss>> losses{
 
 } // namespace
 
-/// A server that goes away in the middle of an operation, after which the controller aborts the
-/// task.
+/// A server is lost during an operation, and the controller then aborts the task.
 class tst_TaskLosses : public QObject
 {
     Q_OBJECT
@@ -94,8 +93,8 @@ void tst_TaskLosses::lostServerFinishesTheTaskWithoutErrors()
     fixture.dialog()->showIfUnfinished();
     QVERIFY(fixture.dialog()->isVisible());
     QCOMPARE(fixture.finished->size(), 0);
-    // Looked at when the task ends: the dialog's own delay may still be running, and the controller
-    // has deleted the task before that is over.
+    // Read when the task ends: the delay of the dialog may still be running, and the controller
+    // deletes the task before its end.
     bool visibleAtTheEnd = true;
     connect(fixture.task.get(), &TaskBase::taskFinished, this,
             [&] { visibleAtTheEnd = fixture.dialog()->isVisible(); });

@@ -20,7 +20,7 @@ constexpr auto upload = "/brenvoka/upload.html";
 
 } // namespace
 
-/// The upload of a small file into slot 17 of folder 3. The server holds its answer back.
+/// The upload of a small file into slot 17 of folder 3. The server does not answer yet.
 class tst_UploadTask : public QObject
 {
     Q_OBJECT
@@ -254,7 +254,7 @@ void tst_UploadTask::missingFileLeavesTheDialogAtZeroPercent()
     QVERIFY(!fixture->dialog()->isVisible());
     QVERIFY(!fixture->task->hasErrors());
 
-    // The server takes the next upload.
+    // The server accepts the next upload.
     start();
     QVERIFY(isImporting());
 }
@@ -316,7 +316,7 @@ void tst_UploadTask::deletionRemovesTheDialogAndConnections()
     const QPointer<BVProgressDialog> dialog = fixture->dialog();
     fixture->task.reset();
     QVERIFY(!dialog);
-    // The request is left alone.
+    // The request continues.
     QSignalSpy sent(&fixture->service, &ServerConnectionService::uploadedFileFinished);
     uploads().constFirst().answer(TaskFixture::success);
     QVERIFY(sent.wait(patience));

@@ -52,7 +52,7 @@ private:
     QTcpServer listener;
 };
 
-/// What this process holds in memory, in bytes.
+/// The resident size of this process, in bytes.
 qint64 residentSize()
 {
     QFile file(u"/proc/self/statm"_s);

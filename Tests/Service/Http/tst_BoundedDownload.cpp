@@ -33,7 +33,7 @@ constexpr qint64 limit = 1 << 20;
 const QByteArray cacheable = "Cache-Control: max-age=3600\r\n";
 const QByteArray deflated = cacheable + "Content-Encoding: deflate\r\n";
 
-/// Bytes that deflate makes twenty times smaller: too few for Qt to suspect anything.
+/// Bytes that deflate compresses by a factor of twenty: too little for Qt to detect a bomb.
 QByteArray compressible(qsizetype size)
 {
     QByteArray bytes(size, '\0');
@@ -184,7 +184,7 @@ private slots:
 
     void endlessBombIsAborted()
     {
-        // Of some ten megabytes of zeros Qt says that they are a bomb, and downloads on.
+        // Qt reports some ten megabytes of zeros as a bomb, and continues the download.
         QTest::ignoreMessage(QtWarningMsg,
                              "QNetworkReplyImplPrivate::error: Internal problem, this "
                              "method must only be called once.");

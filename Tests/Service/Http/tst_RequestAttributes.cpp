@@ -19,13 +19,13 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What Qt does with a request of the program, and what it leaves alone.
+/// What Qt does with a request of the program, and what it does not do.
 class tst_RequestAttributes : public QObject
 {
     Q_OBJECT
 
 private slots:
-    /// Otherwise Qt offers HTTP/2 on encrypted connections only, whatever a request says.
+    /// Otherwise Qt offers HTTP/2 on encrypted connections only, and ignores the attribute.
     void initTestCase() { qputenv("QT_NETWORK_H2C_ALLOWED", "1"); }
 
     void init()
