@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Characters.h"
 #include "Input.h"
 #include "Require.h"
 #include "Text/ShownText.h"
@@ -10,26 +11,6 @@
 #include <algorithm>
 
 namespace {
-
-bool breaksLine(char32_t character)
-{
-    const auto category = QChar::category(character);
-    return category == QChar::Other_Control || category == QChar::Separator_Line ||
-           category == QChar::Separator_Paragraph;
-}
-
-/// The marks, embeddings, overrides and isolates of UAX 9.
-bool setsDirection(char32_t character)
-{
-    return character == 0x061C || character == 0x200E || character == 0x200F ||
-           (character >= 0x202A && character <= 0x202E) ||
-           (character >= 0x2066 && character <= 0x2069);
-}
-
-bool isBlanked(char32_t character)
-{
-    return breaksLine(character) || setsDirection(character);
-}
 
 bool isLetterOrBlank(char32_t character)
 {
@@ -68,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QString text = nameFrom(input);
     const QString name = shownName(text);
     requireShown(name, text);
-    require(std::ranges::none_of(name.toUcs4(), isBlanked));
+    require(std::ranges::none_of(name.toUcs4(), breaksLineOrDirection));
     require(name.size() > longestShownText || shownName(name) == name);
     requireShown(shownText(text), text);
     return 0;
