@@ -8,10 +8,9 @@
 
 #include <memory>
 
-/// The addresses of the two servers. Each test program has its own, so that they run in parallel.
-extern const QHostAddress firstAddress;
-extern const QHostAddress secondAddress;
-
+/// The addresses and ids of the two servers.
+inline const QHostAddress firstAddress(loopback(1));
+inline const QHostAddress secondAddress(loopback(2));
 inline const QUuid firstId(u"{11111111-9dc0-11d1-b245-5ffdce74fad2}"_s);
 inline const QUuid secondId(u"{22222222-9dc0-11d1-b245-5ffdce74fad2}"_s);
 inline const QUuid unknownId(u"{33333333-9dc0-11d1-b245-5ffdce74fad2}"_s);

@@ -4,6 +4,8 @@
 #pragma once
 
 #include "Service/ServerConnectionHandler.h"
+#include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/Wait.h"
 #include "Support/WireServer.h"
 
@@ -15,6 +17,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -197,4 +200,19 @@ public:
     ServerConnectionHandler handler{server.address(), id};
     ServerConnectionHandlerProbe probe{handler};
     HandlerEvents events{handler};
+};
+
+/// The base of the tests of one connected handler. `init` calls `setUp`, `cleanup` calls `tearDown`.
+class HandlerTest : public QObject
+{
+protected:
+    void setUp()
+    {
+        failOnAnyWarning();
+        fixture = std::make_unique<HandlerFixture>(loopback(1));
+        QVERIFY(fixture->open());
+    }
+    void tearDown() { fixture.reset(); }
+
+    std::unique_ptr<HandlerFixture> fixture;
 };

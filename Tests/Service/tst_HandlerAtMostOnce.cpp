@@ -2,34 +2,23 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/HandlerFixture.h"
-#include "Support/FailOnWarning.h"
-#include "Support/Loopback.h"
 #include "Support/Wait.h"
-
-#include <memory>
 
 namespace {
 
-const QString address = loopback(1);
 using Order = std::function<void(ServerConnectionHandler &)>;
 using Break = std::function<void(const WireRequest &)>;
 
 } // namespace
 
 /// Connections that break under a command whose effect must not come twice.
-class tst_HandlerAtMostOnce : public QObject
+class tst_HandlerAtMostOnce : public HandlerTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<HandlerFixture>(address);
-        QVERIFY(fixture->open());
-    }
-
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void brokenConnectionIsAnErrorAndSendsNothingAgain_data()
     {
@@ -123,9 +112,6 @@ private slots:
         QCOMPARE(fixture->commands().size(), 3);
         QCOMPARE(fixture->commands().at(1).bytes(), fixture->commands().at(2).bytes());
     }
-
-private:
-    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerAtMostOnce)

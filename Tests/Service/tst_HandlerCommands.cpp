@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/HandlerFixture.h"
-#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
@@ -12,11 +11,9 @@
 #include <QTranslator>
 
 #include <functional>
-#include <memory>
 
 namespace {
 
-const QString address = loopback(1);
 const QHostAddress source(u"127.0.0.2"_s);
 
 QByteArray transfer(const char *id, int state, int fileSlot)
@@ -62,19 +59,13 @@ public:
 } // namespace
 
 /// The five commands: their bytes and their results.
-class tst_HandlerCommands : public QObject
+class tst_HandlerCommands : public HandlerTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<HandlerFixture>(address);
-        QVERIFY(fixture->open());
-    }
-
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void requestMatchesTheWireFile_data()
     {
@@ -305,8 +296,6 @@ private:
         EVENTUALLY_COMPARE(fixture->events.lines, QStringList{line});
         fixture->events.lines.clear();
     }
-
-    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerCommands)

@@ -3,17 +3,12 @@
 
 #include "Protocol/CommandBodies.h"
 #include "Service/HandlerFixture.h"
-#include "Support/FailOnWarning.h"
-#include "Support/Loopback.h"
 #include "Support/Wait.h"
 
 #include <QTemporaryFile>
 
-#include <memory>
-
 namespace {
 
-const QString address = loopback(1);
 const QHostAddress source(u"127.0.0.2"_s);
 const QByteArray twoTransfers =
     json("{'msg_type':0,'active_transfers':["
@@ -44,20 +39,18 @@ const QList<std::pair<const char *, Request>> requests{
 } // namespace
 
 /// What a handler still does when its stream has ended or it was stopped: nothing.
-class tst_HandlerEnd : public QObject
+class tst_HandlerEnd : public HandlerTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnAnyWarning();
-        fixture = std::make_unique<HandlerFixture>(address);
-        QVERIFY(fixture->open());
+        setUp();
         QVERIFY(file.open());
     }
 
-    void cleanup() { fixture.reset(); }
+    void cleanup() { tearDown(); }
 
     void queuedCommandsAreDroppedBeforeTheLossIsReported()
     {
@@ -200,7 +193,6 @@ private:
     }
 
     QTemporaryFile file;
-    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerEnd)

@@ -3,7 +3,6 @@
 
 #include "Protocol/CommandBodies.h"
 #include "Service/HandlerFixture.h"
-#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
@@ -14,26 +13,19 @@
 
 namespace {
 
-const QString address = loopback(1);
 const QByteArray libraryChanged = json("{'msg_type':6}");
 const QByteArray shutdown = json("{'msg_type':4}");
 
 } // namespace
 
 /// How a connection begins and ends, and what its receivers may do meanwhile.
-class tst_HandlerLifecycle : public QObject
+class tst_HandlerLifecycle : public HandlerTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<HandlerFixture>(address);
-        QVERIFY(fixture->open());
-    }
-
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void cleanEndHasNoReason()
     {
@@ -388,8 +380,6 @@ private:
         EVENTUALLY_COMPARE(fixture->events.lines,
                            (QStringList{u"connected"_s, u"progress 0 0 0 0"_s}));
     }
-
-    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerLifecycle)

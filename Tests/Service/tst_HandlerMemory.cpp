@@ -3,34 +3,28 @@
 
 #include "Service/HandlerFixture.h"
 #include "Service/Http/OneShotBody.h"
-#include "Support/FailOnWarning.h"
-#include "Support/Loopback.h"
 #include "Support/Wait.h"
 
 #include <QPointer>
 #include <QTemporaryFile>
 
-#include <memory>
-
 using Order = std::function<void(ServerConnectionHandler &)>;
 
 /// Requests leave nothing behind: a synchronisation has tens of thousands of them.
-class tst_HandlerMemory : public QObject
+class tst_HandlerMemory : public HandlerTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnAnyWarning();
-        fixture = std::make_unique<HandlerFixture>(loopback(1));
+        setUp();
         fixture->server.answer(executePath, successBody);
         fixture->server.answer(uploadPath, successBody);
-        QVERIFY(fixture->open());
         QVERIFY(upload.open());
     }
 
-    void cleanup() { fixture.reset(); }
+    void cleanup() { tearDown(); }
 
     void replyIsDeletedOnceItHasFinished_data()
     {
@@ -90,7 +84,6 @@ private slots:
 
 private:
     QTemporaryFile upload;
-    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerMemory)

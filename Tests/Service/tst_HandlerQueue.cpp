@@ -3,15 +3,12 @@
 
 #include "Protocol/CommandBodies.h"
 #include "Service/HandlerFixture.h"
-#include "Support/FailOnWarning.h"
-#include "Support/Loopback.h"
 #include "Support/Wait.h"
 
 #include <memory>
 
 namespace {
 
-const QString address = loopback(1);
 const QHostAddress source(u"127.0.0.2"_s);
 
 QByteArray removal(int folderSlot, int fileSlot)
@@ -35,19 +32,13 @@ QList<VisualRef> visuals(int count)
 } // namespace
 
 /// Which commands are in flight, which wait, and what happens to either.
-class tst_HandlerQueue : public QObject
+class tst_HandlerQueue : public HandlerTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<HandlerFixture>(address);
-        QVERIFY(fixture->open());
-    }
-
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void removalsAreSentOneByOne()
     {
@@ -337,8 +328,6 @@ private:
         constexpr int stream = 1;
         return fixture->probe.runningReplies() - stream;
     }
-
-    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerQueue)

@@ -2,18 +2,14 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/HandlerFixture.h"
-#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
 
 #include <QRegularExpression>
 
-#include <memory>
-
 namespace {
 
-const QString address = loopback(1);
 const QString transferId = u"{7d444840-9dc0-11d1-b245-5ffdce74fad2}"_s;
 const QString otherId = u"{8d444840-9dc0-11d1-b245-5ffdce74fad2}"_s;
 
@@ -43,19 +39,13 @@ const QByteArray libraryChanged = json("{'msg_type':6}");
 } // namespace
 
 /// What the messages of the notification stream do.
-class tst_HandlerStream : public QObject
+class tst_HandlerStream : public HandlerTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<HandlerFixture>(address);
-        QVERIFY(fixture->open());
-    }
-
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void requestIsAPlainGet()
     {
@@ -302,7 +292,6 @@ private:
     }
 
     const QRegularExpression notConnected{u"^(?!connected)"_s};
-    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerStream)

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/HandlerFixture.h"
-#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
@@ -10,28 +9,15 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
-#include <memory>
-
-namespace {
-
-const QString address = loopback(1);
-
-} // namespace
 
 /// The upload of one file.
-class tst_HandlerUpload : public QObject
+class tst_HandlerUpload : public HandlerTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<HandlerFixture>(address);
-        QVERIFY(fixture->open());
-    }
-
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void requestMatchesTheWireFile()
     {
@@ -376,7 +362,6 @@ private:
     }
 
     QTemporaryDir directory;
-    std::unique_ptr<HandlerFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_HandlerUpload)

@@ -6,9 +6,6 @@
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 
-const QHostAddress firstAddress(loopback(1));
-const QHostAddress secondAddress(loopback(2));
-
 /// Calls for a server that is not connected.
 class tst_MissingHandler : public QObject
 {

@@ -9,9 +9,6 @@
 
 #include <QPointer>
 
-const QHostAddress firstAddress(loopback(1));
-const QHostAddress secondAddress(loopback(2));
-
 namespace {
 
 using Emission =

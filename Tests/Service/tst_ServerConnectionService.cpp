@@ -10,9 +10,6 @@
 #include <QPointer>
 #include <QTemporaryDir>
 
-const QHostAddress firstAddress(loopback(1));
-const QHostAddress secondAddress(loopback(2));
-
 /// What the service forwards, what it logs, and which handlers it keeps.
 class tst_ServerConnectionService : public QObject
 {

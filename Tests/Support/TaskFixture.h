@@ -5,6 +5,8 @@
 
 #include "Model/ApplicationModel.h"
 #include "Service/ServerConnectionService.h"
+#include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 #include "Support/ProgressDialogs.h"
 #include "Support/ScriptedServer.h"
 #include "Support/Wait.h"
@@ -37,12 +39,17 @@ public:
     }
     [[nodiscard]] bool connectServer() { return connectTo(server); }
 
-    /// Starts a task on `server`; the arguments are those behind the server's id.
+    /// Creates a task on `server`; the arguments are those after the server's id.
     template <typename Task, typename... Arguments>
-    void start(const Arguments &...arguments)
+    void create(const Arguments &...arguments)
     {
         task = std::make_unique<Task>(&model, nullptr, &service, server.uuid, arguments...);
         finished = std::make_unique<QSignalSpy>(task.get(), &TaskBase::taskFinished);
+    }
+    template <typename Task, typename... Arguments>
+    void start(const Arguments &...arguments)
+    {
+        create<Task>(arguments...);
         started = task->start();
     }
 
@@ -86,6 +93,22 @@ public:
     std::unique_ptr<TaskBase> task;
     std::unique_ptr<QSignalSpy> finished;
     bool started = false;
+};
+
+/// The base of the tests of a task on one connected server. `init` calls `setUp`, `cleanup` calls
+/// `tearDown`.
+class TaskTest : public QObject
+{
+protected:
+    void setUp()
+    {
+        failOnAnyWarning();
+        fixture = std::make_unique<TaskFixture>(loopback(1));
+        QVERIFY(fixture->connectServer());
+    }
+    void tearDown() { fixture.reset(); }
+
+    std::unique_ptr<TaskFixture> fixture;
 };
 
 /// A row for each result code of a command, with its text.

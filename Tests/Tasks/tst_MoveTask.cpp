@@ -3,9 +3,6 @@
 
 #include "Tasks/MoveTask.h"
 
-#include "Support/FailOnWarning.h"
-#include "Support/LogCapture.h"
-#include "Support/Loopback.h"
 #include "Support/TaskFixture.h"
 #include "Support/Wait.h"
 
@@ -15,18 +12,13 @@
 using namespace Qt::Literals::StringLiterals;
 
 /// The move of one visual within its folder: from slot 7 to slot 12 of folder 3.
-class tst_MoveTask : public QObject
+class tst_MoveTask : public TaskTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<TaskFixture>(loopback(1));
-        QVERIFY(fixture->connectServer());
-    }
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void moveSendsOneRequest();
     void dialogIsModalAndHasItsTexts();
@@ -36,20 +28,13 @@ private slots:
     void resultCodes();
     void errorLineHasNumbersOfThreeDigits();
     void brokenConnectionFailsTheMoveWithoutARepeat();
-    void errorLineTakesNamesLiterally();
-    void errorLineOfARemovedServerHasNoName();
     void cancelDoesNotStopTheRequest();
     void failureAfterCancelIsKept();
     void cancelAfterTheResultFinishesTwice();
-    void abortHidesTheDialogAndClearsErrors();
-    void abortBeforeTheStartFinishesTheTask();
-    void resultOfAnotherServerIsLoggedAndIgnored();
     void deletionRemovesTheDialogAndConnections();
 
 private:
     void start() { fixture->start<MoveTask>(3, 7, 12); }
-
-    std::unique_ptr<TaskFixture> fixture;
 };
 
 void tst_MoveTask::moveSendsOneRequest()
@@ -150,26 +135,6 @@ void tst_MoveTask::brokenConnectionFailsTheMoveWithoutARepeat()
     QCOMPARE(fixture->server.commands(ScriptedServer::Move).size(), 2);
 }
 
-void tst_MoveTask::errorLineTakesNamesLiterally()
-{
-    fixture->model.setServerName(fixture->server.uuid, u"%5\n%1"_s);
-    fixture->start<MoveTask>(3, 7, 12);
-    emit fixture->service.movedFileError(fixture->server.uuid, u"%2\n%%%"_s.repeated(1000));
-    QCOMPARE(fixture->task->errorDetails(),
-             QStringList{u"Move from 007 to 012 in folder 003 on server \"%5 %1\" failed: "_s +
-                         u"%2\n%%%"_s.repeated(1000).left(4096) + u"…."_s});
-}
-
-void tst_MoveTask::errorLineOfARemovedServerHasNoName()
-{
-    fixture->server.refuse("no");
-    start();
-    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
-    QVERIFY(fixture->model.removeServer(fixture->server.uuid));
-    QCOMPARE(fixture->task->errorDetails(),
-             QStringList{u"Move from 007 to 012 in folder 003 on server \"\" failed: no."_s});
-}
-
 void tst_MoveTask::cancelDoesNotStopTheRequest()
 {
     fixture->server.wire.hold(TaskFixture::execute);
@@ -210,49 +175,6 @@ void tst_MoveTask::cancelAfterTheResultFinishesTwice()
     fixture->dialog()->reject();
     QCOMPARE(fixture->finished->size(), 2);
     QVERIFY(fixture->task->hasErrors());
-}
-
-void tst_MoveTask::abortHidesTheDialogAndClearsErrors()
-{
-    fixture->server.wire.hold(TaskFixture::execute);
-    start();
-    EVENTUALLY(fixture->dialog()->isVisible());
-    emit fixture->service.movedFileError(fixture->server.uuid, u"no"_s);
-    QVERIFY(fixture->task->hasErrors());
-    fixture->dialog()->show();
-    fixture->task->abort();
-    QCOMPARE(fixture->finished->size(), 2);
-    QVERIFY(!fixture->dialog()->isVisible());
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(fixture->task->errorDetails(), QStringList());
-}
-
-void tst_MoveTask::abortBeforeTheStartFinishesTheTask()
-{
-    MoveTask task(&fixture->model, nullptr, &fixture->service, fixture->server.uuid, 3, 7, 12);
-    const QSignalSpy finished(&task, &TaskBase::taskFinished);
-    task.abort();
-    QCOMPARE(finished.size(), 1);
-}
-
-void tst_MoveTask::resultOfAnotherServerIsLoggedAndIgnored()
-{
-    ScriptedServer other(loopback(2));
-    QVERIFY(fixture->connectTo(other, u"Stage right"_s));
-    fixture->server.wire.hold(TaskFixture::execute);
-    start();
-    LogCapture log;
-    QSignalSpy moved(&fixture->service, &ServerConnectionService::movedFileFinished);
-    fixture->service.requestMove(other.uuid, 3, 7, 12);
-    QVERIFY(moved.wait(patience));
-    other.wire.answer(TaskFixture::execute, TaskFixture::inUse);
-    QSignalSpy refused(&fixture->service, &ServerConnectionService::movedFileError);
-    fixture->service.requestMove(other.uuid, 3, 7, 12);
-    QVERIFY(refused.wait(patience));
-    QCOMPARE(fixture->dialog()->progress(), 0);
-    QCOMPARE(fixture->finished->size(), 0);
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(log.texts().count(u"Invalid server id in notification "_s + other.uuid.toString()), 2);
 }
 
 void tst_MoveTask::deletionRemovesTheDialogAndConnections()

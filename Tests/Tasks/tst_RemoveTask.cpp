@@ -3,9 +3,6 @@
 
 #include "Tasks/RemoveTask.h"
 
-#include "Support/FailOnWarning.h"
-#include "Support/LogCapture.h"
-#include "Support/Loopback.h"
 #include "Support/TaskFixture.h"
 #include "Support/Wait.h"
 
@@ -15,25 +12,19 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QString address = loopback(1);
 using Visuals = QList<VisualRef>;
 const Visuals five{{3, 1}, {3, 2}, {3, 3}, {4, 1}, {4, 2}};
 
 } // namespace
 
 /// A removal that runs to its end.
-class tst_RemoveTask : public QObject
+class tst_RemoveTask : public TaskTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<TaskFixture>(address);
-        QVERIFY(fixture->connectServer());
-    }
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void knowsItsServer();
     void dialogIsModalAndHasItsTexts();
@@ -44,8 +35,6 @@ private slots:
     void resultCodes_data() { addResultRows(); }
     void resultCodes();
     void failuresAreListedInTheOrderGiven();
-    void errorLineTakesNamesLiterally();
-    void errorLineOfARemovedServerHasNoName();
     void brokenConnectionFailsOneRemovalWithoutARepeat();
     void resultOfAnUnlistedSlotIsIgnored();
     void resultOfAnUnlistedSlotAfterTheEndFinishesAgain();
@@ -53,10 +42,6 @@ private slots:
     void duplicateVisualRemovesTheNextOneTwice();
     void resultsCountForTheFirstOfTwoEqualEntries();
     void laterSuccessDoesNotClearAFailure();
-    void resultOfAnotherServerIsLoggedAndIgnored();
-
-private:
-    std::unique_ptr<TaskFixture> fixture;
 };
 
 void tst_RemoveTask::knowsItsServer()
@@ -171,28 +156,6 @@ void tst_RemoveTask::failuresAreListedInTheOrderGiven()
                      u"Remove visual 000 in folder 000 on server \"Stage left\" failed: no."_s}));
 }
 
-void tst_RemoveTask::errorLineTakesNamesLiterally()
-{
-    fixture->model.setServerName(fixture->server.uuid, u"%4\n<b>%1</b>"_s);
-    fixture->server.refuse("%1%% %3" + QByteArray(5000, 'W'));
-    fixture->start<RemoveTask>(Visuals{{3, 17}});
-    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
-    QCOMPARE(fixture->task->errorDetails(),
-             QStringList{u"Remove visual 017 in folder 003 on server \"%4 <b>%1</b>\" failed: "
-                         "%1%% %3"_s +
-                         u"W"_s.repeated(4096 - 7) + u"…."_s});
-}
-
-void tst_RemoveTask::errorLineOfARemovedServerHasNoName()
-{
-    fixture->server.refuse("no");
-    fixture->start<RemoveTask>(Visuals{{3, 17}});
-    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
-    QVERIFY(fixture->model.removeServer(fixture->server.uuid));
-    QCOMPARE(fixture->task->errorDetails(),
-             QStringList{u"Remove visual 017 in folder 003 on server \"\" failed: no."_s});
-}
-
 void tst_RemoveTask::brokenConnectionFailsOneRemovalWithoutARepeat()
 {
     fixture->server.wire.on(TaskFixture::execute, [](const WireRequest &request) {
@@ -289,26 +252,6 @@ void tst_RemoveTask::laterSuccessDoesNotClearAFailure()
     QCOMPARE(fixture->task->errorDetails(),
              QStringList{u"Remove visual 002 in folder 003 on server \"Stage left\" failed: "
                          "Visual is in use."_s});
-}
-
-void tst_RemoveTask::resultOfAnotherServerIsLoggedAndIgnored()
-{
-    ScriptedServer other(loopback(2));
-    QVERIFY(fixture->connectTo(other, u"Stage right"_s));
-    fixture->server.wire.hold(TaskFixture::execute);
-    fixture->start<RemoveTask>(Visuals{{3, 1}, {3, 2}});
-    LogCapture log;
-    QSignalSpy removed(&fixture->service, &ServerConnectionService::visualRemoveFinished);
-    fixture->service.requestRemove(other.uuid, {{3, 1}});
-    QVERIFY(removed.wait(patience));
-    other.wire.answer(TaskFixture::execute, TaskFixture::inUse);
-    QSignalSpy refused(&fixture->service, &ServerConnectionService::visualRemoveError);
-    fixture->service.requestRemove(other.uuid, {{3, 2}});
-    QVERIFY(refused.wait(patience));
-    QCOMPARE(fixture->dialog()->progress(), 0);
-    QCOMPARE(fixture->finished->size(), 0);
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(log.texts().count(u"Invalid server id in notification "_s + other.uuid.toString()), 2);
 }
 
 QTEST_MAIN(tst_RemoveTask)

@@ -3,8 +3,6 @@
 
 #include "Tasks/RemoveTask.h"
 
-#include "Support/FailOnWarning.h"
-#include "Support/Loopback.h"
 #include "Support/TaskFixture.h"
 #include "Support/Wait.h"
 
@@ -20,31 +18,25 @@ const Visuals five{{3, 1}, {3, 2}, {3, 3}, {3, 4}, {3, 5}};
 } // namespace
 
 /// How a removal ends before its work is done: by the operator, by an abort, by deletion.
-class tst_RemoveTaskEnds : public QObject
+class tst_RemoveTaskEnds : public TaskTest
 {
     Q_OBJECT
 
 private slots:
     void init()
     {
-        failOnAnyWarning();
-        fixture = std::make_unique<TaskFixture>(loopback(1));
-        QVERIFY(fixture->connectServer());
+        setUp();
         fixture->server.wire.hold(TaskFixture::execute);
     }
-    void cleanup() { fixture.reset(); }
+    void cleanup() { tearDown(); }
 
     void cancelStopsTheRemainingRemovals();
     void cancelKeepsEarlierFailures();
     void escapeCancels();
     void cancelAfterTheLastResultFinishesTwice();
     void abortHidesTheDialogAndClearsErrors();
-    void abortBeforeTheStartFinishesTheTask();
     void deletionRemovesTheDialogAndConnections();
     void withoutAConnectionOnlyCancelFinishesTheTask();
-
-private:
-    std::unique_ptr<TaskFixture> fixture;
 };
 
 void tst_RemoveTaskEnds::cancelStopsTheRemainingRemovals()
@@ -119,14 +111,6 @@ void tst_RemoveTaskEnds::abortHidesTheDialogAndClearsErrors()
     emit fixture->service.visualRemoveError(fixture->server.uuid, 3, 2, u"no"_s);
     QVERIFY(!fixture->task->hasErrors());
     QCOMPARE(fixture->finished->size(), 1);
-}
-
-void tst_RemoveTaskEnds::abortBeforeTheStartFinishesTheTask()
-{
-    RemoveTask task(&fixture->model, nullptr, &fixture->service, fixture->server.uuid, five);
-    const QSignalSpy finished(&task, &TaskBase::taskFinished);
-    task.abort();
-    QCOMPARE(finished.size(), 1);
 }
 
 void tst_RemoveTaskEnds::deletionRemovesTheDialogAndConnections()

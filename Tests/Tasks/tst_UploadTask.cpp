@@ -3,8 +3,6 @@
 
 #include "Tasks/UploadTask.h"
 
-#include "Support/FailOnWarning.h"
-#include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/TaskFixture.h"
 #include "Support/Wait.h"
@@ -21,18 +19,13 @@ constexpr auto upload = "/brenvoka/upload.html";
 } // namespace
 
 /// The upload of a small file into slot 17 of folder 3. The server does not answer yet.
-class tst_UploadTask : public QObject
+class tst_UploadTask : public TaskTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<TaskFixture>(loopback(1));
-        QVERIFY(fixture->connectServer());
-    }
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void dialogAppearsAtOnceWithItsTexts();
     void progressIsShownInPercent();
@@ -42,15 +35,10 @@ private slots:
     void resultCodes_data() { addResultRows(); }
     void resultCodes();
     void networkErrorIsReported();
-    void errorLineTakesNamesLiterally();
-    void errorLineOfARemovedServerHasNoName();
     void cancelAbortsTheRequestWithoutAnError();
     void cancelClearsAFailure();
     void escapeCancelsWhileImporting();
     void missingFileLeavesTheDialogAtZeroPercent();
-    void abortHidesTheDialogAndClearsErrors();
-    void abortBeforeTheStartFinishesTheTask();
-    void resultOfAnotherServerIsLoggedAndIgnored();
     void deletionRemovesTheDialogAndConnections();
 
 private:
@@ -72,7 +60,6 @@ private:
     }
 
     QTemporaryDir directory;
-    std::unique_ptr<TaskFixture> fixture;
 };
 
 void tst_UploadTask::dialogAppearsAtOnceWithItsTexts()
@@ -178,25 +165,6 @@ void tst_UploadTask::networkErrorIsReported()
                                                              "replied: Nothing."_s});
 }
 
-void tst_UploadTask::errorLineTakesNamesLiterally()
-{
-    fixture->model.setServerName(fixture->server.uuid, u"%4\n%1"_s);
-    fixture->start<UploadTask>(0, 255, directory.filePath(u"missing"_s));
-    emit fixture->service.uploadedFileError(fixture->server.uuid, u"%2\n%%%"_s.repeated(1000));
-    QCOMPARE(fixture->task->errorDetails(),
-             QStringList{u"Upload for visual 255 in folder 000 to server \"%4 %1\" failed: "_s +
-                         u"%2\n%%%"_s.repeated(1000).left(4096) + u"…."_s});
-}
-
-void tst_UploadTask::errorLineOfARemovedServerHasNoName()
-{
-    start();
-    emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
-    QVERIFY(fixture->model.removeServer(fixture->server.uuid));
-    QCOMPARE(fixture->task->errorDetails(),
-             QStringList{u"Upload for visual 017 in folder 003 to server \"\" failed: no."_s});
-}
-
 void tst_UploadTask::cancelAbortsTheRequestWithoutAnError()
 {
     QSignalSpy progress(&fixture->service, &ServerConnectionService::uploadedFileProgress);
@@ -257,56 +225,6 @@ void tst_UploadTask::missingFileLeavesTheDialogAtZeroPercent()
     // The server accepts the next upload.
     start();
     QVERIFY(isImporting());
-}
-
-void tst_UploadTask::abortHidesTheDialogAndClearsErrors()
-{
-    start();
-    emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
-    fixture->dialog()->show();
-    QVERIFY(fixture->task->hasErrors());
-    fixture->task->abort();
-    QCOMPARE(fixture->finished->size(), 2);
-    QVERIFY(!fixture->dialog()->isVisible());
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(fixture->task->errorDetails(), QStringList());
-}
-
-void tst_UploadTask::abortBeforeTheStartFinishesTheTask()
-{
-    UploadTask task(&fixture->model, nullptr, &fixture->service, fixture->server.uuid, 3, 17,
-                    u"x"_s);
-    const QSignalSpy finished(&task, &TaskBase::taskFinished);
-    task.abort();
-    QCOMPARE(finished.size(), 1);
-}
-
-void tst_UploadTask::resultOfAnotherServerIsLoggedAndIgnored()
-{
-    start();
-    QVERIFY(isImporting());
-    ScriptedServer other(loopback(2));
-    QVERIFY(fixture->connectTo(other, u"Stage right"_s));
-    fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
-    const QString file = directory.filePath(u"sunset.png"_s);
-    LogCapture log;
-    QSignalSpy progress(&fixture->service, &ServerConnectionService::uploadedFileProgress);
-    QSignalSpy sent(&fixture->service, &ServerConnectionService::uploadedFileFinished);
-    other.wire.answer(upload, TaskFixture::success);
-    fixture->service.requestUpload(other.uuid, 3, 17, file);
-    QVERIFY(sent.wait(patience));
-    QSignalSpy refused(&fixture->service, &ServerConnectionService::uploadedFileError);
-    other.wire.answer(upload, TaskFixture::inUse);
-    fixture->service.requestUpload(other.uuid, 3, 17, file);
-    QVERIFY(refused.wait(patience));
-    QVERIFY(progress.size() > 0);
-    QCOMPARE(fixture->dialog()->progress(), 0);
-    QCOMPARE(fixture->label(), u"Uploading visual"_s);
-    QVERIFY(fixture->dialog()->isVisible());
-    QCOMPARE(fixture->finished->size(), 0);
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(log.texts().count(u"Invalid server id in notification "_s + other.uuid.toString()),
-             progress.size() + 2);
 }
 
 void tst_UploadTask::deletionRemovesTheDialogAndConnections()
