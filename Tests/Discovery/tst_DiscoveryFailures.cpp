@@ -72,56 +72,50 @@ class tst_DiscoveryFailures final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void failureToCreateLeavesNoSocket();
-    void failureToPrepareLeavesTheSocketOpenAndUnbound_data();
-    void failureToPrepareLeavesTheSocketOpenAndUnbound();
-    void failureToBindLeavesTheSocketOpen();
+    void failureToCreateLeavesNoSocket()
+    {
+        const NoMoreDescriptors none;
+        const DiscoverySocketFixture socket;
+        QCOMPARE(socket.lastError, -1);
+        QCOMPARE(socket.lastSocketError, EMFILE);
+        QCOMPARE(socket.socket, 0);
+    }
+
+    void failureToPrepareLeavesTheSocketOpenAndUnbound_data()
+    {
+        QTest::addColumn<Call>("call");
+        QTest::addColumn<int>("error");
+        QTest::newRow("the port can't be shared") << Call::SetSocketOption << -6;
+        QTest::newRow("waiting can't be switched off") << Call::SetFileFlags << -13;
+    }
+    void failureToPrepareLeavesTheSocketOpenAndUnbound()
+    {
+        QFETCH(const Call, call);
+        QFETCH(const int, error);
+        const Refusal refusal(call);
+        DiscoverySocketFixture socket;
+        QCOMPARE(socket.lastError, error);
+        QCOMPARE(socket.lastSocketError, EPERM);
+        QVERIFY(socket.socket > 0);
+        QVERIFY(Announcer(u"0.0.0.0"_s, Discovery::port).isBound());
+
+        // The first tick already asks it, on the thread that draws the window.
+        QVERIFY(!Discovery::poll(socket));
+        QCOMPARE(socket.lastError, error);
+        QCOMPARE(socket.datagramsReceived, 0);
+    }
+
+    void failureToBindLeavesTheSocketOpen()
+    {
+        // A socket that does not share the port keeps it from all others.
+        const Announcer holder(u"0.0.0.0"_s, Discovery::port);
+        QVERIFY(holder.isBound());
+        const DiscoverySocketFixture socket;
+        QCOMPARE(socket.lastError, -2);
+        QCOMPARE(socket.lastSocketError, EADDRINUSE);
+        QVERIFY(socket.socket > 0);
+    }
 };
-
-void tst_DiscoveryFailures::failureToCreateLeavesNoSocket()
-{
-    const NoMoreDescriptors none;
-    const DiscoverySocketFixture socket;
-    QCOMPARE(socket.lastError, -1);
-    QCOMPARE(socket.lastSocketError, EMFILE);
-    QCOMPARE(socket.socket, 0);
-}
-
-void tst_DiscoveryFailures::failureToPrepareLeavesTheSocketOpenAndUnbound_data()
-{
-    QTest::addColumn<Call>("call");
-    QTest::addColumn<int>("error");
-    QTest::newRow("the port can't be shared") << Call::SetSocketOption << -6;
-    QTest::newRow("waiting can't be switched off") << Call::SetFileFlags << -13;
-}
-
-void tst_DiscoveryFailures::failureToPrepareLeavesTheSocketOpenAndUnbound()
-{
-    QFETCH(const Call, call);
-    QFETCH(const int, error);
-    const Refusal refusal(call);
-    DiscoverySocketFixture socket;
-    QCOMPARE(socket.lastError, error);
-    QCOMPARE(socket.lastSocketError, EPERM);
-    QVERIFY(socket.socket > 0);
-    QVERIFY(Announcer(u"0.0.0.0"_s, Discovery::port).isBound());
-
-    // The first tick already asks it, on the thread that draws the window.
-    QVERIFY(!Discovery::poll(socket));
-    QCOMPARE(socket.lastError, error);
-    QCOMPARE(socket.datagramsReceived, 0);
-}
-
-void tst_DiscoveryFailures::failureToBindLeavesTheSocketOpen()
-{
-    // A socket that does not share the port keeps it from all others.
-    const Announcer holder(u"0.0.0.0"_s, Discovery::port);
-    QVERIFY(holder.isBound());
-    const DiscoverySocketFixture socket;
-    QCOMPARE(socket.lastError, -2);
-    QCOMPARE(socket.lastSocketError, EADDRINUSE);
-    QVERIFY(socket.socket > 0);
-}
 
 QTEST_GUILESS_MAIN(tst_DiscoveryFailures)
 #include "tst_DiscoveryFailures.moc"

@@ -86,128 +86,117 @@ class tst_ProcessSetup final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
+    void init()
+    {
+        failOnAnyWarning();
+        fixture = std::make_unique<ProgramFixture>();
+    }
+
     void cleanup() { fixture.reset(); }
 
-    void standardStreamNeverStopsTheProgram_data();
-    void standardStreamNeverStopsTheProgram();
-    void closedStandardStreamsAreReplaced();
-    void softLimitOfOpenFilesBecomesTheHardOne();
-    void sixtyServersAreServedWithALowSoftLimit();
-    void brokenPipesAreIgnored();
+    void standardStreamNeverStopsTheProgram_data()
+    {
+        QTest::addColumn<int>("stream");
+        QTest::addColumn<OpenChannel>("open");
+        for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+            const char *name = stream == STDOUT_FILENO ? "output" : "error";
+            QTest::addRow("%s: full pipe", name) << stream << &fullPipe;
+            QTest::addRow("%s: full socket", name) << stream << &fullSocket;
+            QTest::addRow("%s: pipe without a reader", name) << stream << &pipeWithoutReader;
+            QTest::addRow("%s: stopped terminal", name) << stream << &openStoppedTerminal;
+        }
+    }
+    void standardStreamNeverStopsTheProgram()
+    {
+        QFETCH(const int, stream);
+        QFETCH(const OpenChannel, open);
+        const std::unique_ptr<Channel> channel = open();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        if (stream == STDERR_FILENO)
+            environment.insert(u"QT_LOGGING_RULES"_s, u"*.debug=true"_s);
+        const Child child(program, {}, environment, [&] { dup2(channel->writer, stream); });
+        EVENTUALLY(fixture->isProgramUp());
+        announceToTenTicks();
+        QVERIFY(listServer(Announcer(loopback(1))));
+        QCOMPARE(child.state(), QProcess::Running);
+    }
+
+    void closedStandardStreamsAreReplaced()
+    {
+        const Child child(program, {}, QProcessEnvironment::systemEnvironment(), [] {
+            for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+                close(stream);
+        });
+        EVENTUALLY(fixture->isProgramUp());
+        announceToTenTicks();
+        QVERIFY(listServer(Announcer(loopback(1))));
+        for (int stream = 0; stream < 3; ++stream) {
+            const QFileInfo file(u"/proc/%1/fd/%2"_s.arg(child.processId()).arg(stream));
+            QCOMPARE(file.symLinkTarget(), u"/dev/null"_s);
+        }
+        QVERIFY(!fixture->log().contains("Received discovery message"));
+    }
+
+    void softLimitOfOpenFilesBecomesTheHardOne()
+    {
+        rlimit limit{};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &limit), 0);
+        limit.rlim_cur = 128;
+        limit.rlim_max -= 1;
+        const Child child(program, {}, QProcessEnvironment::systemEnvironment(),
+                          [limit] { setrlimit(RLIMIT_NOFILE, &limit); });
+        EVENTUALLY(fixture->isProgramUp());
+        const QString limits = QString::fromLatin1(
+            contentOf(u"/proc/%1/limits"_s.arg(child.processId())).simplified());
+        QVERIFY2(limits.contains(u"Max open files %1 %1 files"_s.arg(limit.rlim_max)),
+                 qPrintable(limits));
+    }
+
+    void sixtyServersAreServedWithALowSoftLimit()
+    {
+        rlimit limit{};
+        QCOMPARE(getrlimit(RLIMIT_NOFILE, &limit), 0);
+        limit.rlim_cur = 128;
+        const Child child(program, {}, QProcessEnvironment::systemEnvironment(),
+                          [limit] { setrlimit(RLIMIT_NOFILE, &limit); });
+        EVENTUALLY(fixture->isProgramUp());
+
+        std::list<ScriptedServer> servers;
+        for (int number = 1; number <= 60; ++number) {
+            const QString address = loopback(100 + number);
+            ScriptedServer &server = servers.emplace_back(address);
+            server.setLibrary({});
+            QVERIFY(listServer(Announcer(address), {.uuid = server.uuid}));
+            QVERIFY(server.openStream());
+        }
+        for (const ScriptedServer &server : servers)
+            EVENTUALLY(server.libraryRequests() > 0);
+    }
+
+    void brokenPipesAreIgnored()
+    {
+        const Child child(program);
+        EVENTUALLY(fixture->isProgramUp());
+        const QByteArray status = contentOf(u"/proc/%1/status"_s.arg(child.processId()));
+        const QByteArray ignored = status.mid(status.indexOf("SigIgn:")).mid(7, 17).trimmed();
+        QVERIFY2(ignored.toULongLong(nullptr, 16) & (1ULL << (SIGPIPE - 1)), ignored.constData());
+    }
 
 private:
     /// Announces a server until the log, which is written behind what waits, has it.
     [[nodiscard]] bool listServer(const Announcer &sender,
-                                  const AnnouncementFields &fields = {}) const;
+                                  const AnnouncementFields &fields = {}) const
+    {
+        const QByteArray line = "Found new server: " + fields.uuid.toByteArray();
+        const auto isLogged = [&] {
+            sender.send(announcement(fields));
+            return fixture->log().contains(line);
+        };
+        return waitFor(isLogged);
+    }
 
     std::unique_ptr<ProgramFixture> fixture;
 };
-
-void tst_ProcessSetup::init()
-{
-    failOnAnyWarning();
-    fixture = std::make_unique<ProgramFixture>();
-}
-
-bool tst_ProcessSetup::listServer(const Announcer &sender, const AnnouncementFields &fields) const
-{
-    const QByteArray line = "Found new server: " + fields.uuid.toByteArray();
-    const auto isLogged = [&] {
-        sender.send(announcement(fields));
-        return fixture->log().contains(line);
-    };
-    return waitFor(isLogged);
-}
-
-void tst_ProcessSetup::standardStreamNeverStopsTheProgram_data()
-{
-    QTest::addColumn<int>("stream");
-    QTest::addColumn<OpenChannel>("open");
-    for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
-        const char *name = stream == STDOUT_FILENO ? "output" : "error";
-        QTest::addRow("%s: full pipe", name) << stream << &fullPipe;
-        QTest::addRow("%s: full socket", name) << stream << &fullSocket;
-        QTest::addRow("%s: pipe without a reader", name) << stream << &pipeWithoutReader;
-        QTest::addRow("%s: stopped terminal", name) << stream << &openStoppedTerminal;
-    }
-}
-
-void tst_ProcessSetup::standardStreamNeverStopsTheProgram()
-{
-    QFETCH(const int, stream);
-    QFETCH(const OpenChannel, open);
-    const std::unique_ptr<Channel> channel = open();
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    if (stream == STDERR_FILENO)
-        environment.insert(u"QT_LOGGING_RULES"_s, u"*.debug=true"_s);
-    const Child child(program, {}, environment, [&] { dup2(channel->writer, stream); });
-    EVENTUALLY(fixture->isProgramUp());
-    announceToTenTicks();
-    QVERIFY(listServer(Announcer(loopback(1))));
-    QCOMPARE(child.state(), QProcess::Running);
-}
-
-void tst_ProcessSetup::closedStandardStreamsAreReplaced()
-{
-    const Child child(program, {}, QProcessEnvironment::systemEnvironment(), [] {
-        for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-            close(stream);
-    });
-    EVENTUALLY(fixture->isProgramUp());
-    announceToTenTicks();
-    QVERIFY(listServer(Announcer(loopback(1))));
-    for (int stream = 0; stream < 3; ++stream) {
-        const QFileInfo file(u"/proc/%1/fd/%2"_s.arg(child.processId()).arg(stream));
-        QCOMPARE(file.symLinkTarget(), u"/dev/null"_s);
-    }
-    QVERIFY(!fixture->log().contains("Received discovery message"));
-}
-
-void tst_ProcessSetup::softLimitOfOpenFilesBecomesTheHardOne()
-{
-    rlimit limit{};
-    QCOMPARE(getrlimit(RLIMIT_NOFILE, &limit), 0);
-    limit.rlim_cur = 128;
-    limit.rlim_max -= 1;
-    const Child child(program, {}, QProcessEnvironment::systemEnvironment(),
-                      [limit] { setrlimit(RLIMIT_NOFILE, &limit); });
-    EVENTUALLY(fixture->isProgramUp());
-    const QString limits =
-        QString::fromLatin1(contentOf(u"/proc/%1/limits"_s.arg(child.processId())).simplified());
-    QVERIFY2(limits.contains(u"Max open files %1 %1 files"_s.arg(limit.rlim_max)),
-             qPrintable(limits));
-}
-
-void tst_ProcessSetup::sixtyServersAreServedWithALowSoftLimit()
-{
-    rlimit limit{};
-    QCOMPARE(getrlimit(RLIMIT_NOFILE, &limit), 0);
-    limit.rlim_cur = 128;
-    const Child child(program, {}, QProcessEnvironment::systemEnvironment(),
-                      [limit] { setrlimit(RLIMIT_NOFILE, &limit); });
-    EVENTUALLY(fixture->isProgramUp());
-
-    std::list<ScriptedServer> servers;
-    for (int number = 1; number <= 60; ++number) {
-        const QString address = loopback(100 + number);
-        ScriptedServer &server = servers.emplace_back(address);
-        server.setLibrary({});
-        QVERIFY(listServer(Announcer(address), {.uuid = server.uuid}));
-        QVERIFY(server.openStream());
-    }
-    for (const ScriptedServer &server : servers)
-        EVENTUALLY(server.libraryRequests() > 0);
-}
-
-void tst_ProcessSetup::brokenPipesAreIgnored()
-{
-    const Child child(program);
-    EVENTUALLY(fixture->isProgramUp());
-    const QByteArray status = contentOf(u"/proc/%1/status"_s.arg(child.processId()));
-    const QByteArray ignored = status.mid(status.indexOf("SigIgn:")).mid(7, 17).trimmed();
-    QVERIFY2(ignored.toULongLong(nullptr, 16) & (1ULL << (SIGPIPE - 1)), ignored.constData());
-}
 
 QTEST_GUILESS_MAIN(tst_ProcessSetup)
 #include "tst_ProcessSetup.moc"

@@ -53,93 +53,85 @@ class tst_DebuggerSink final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    /// Most test machines use UTC, where local time is not visible.
+    void initTestCase()
+    {
+        qputenv("TZ", "TEST-05:45");
+        tzset();
+    }
+
     void init() { failOnAnyWarning(); }
 
-    void logWithoutAFileShowsTheTimeZone();
-    void logWithAFileShowsTheSameLineAsTheFile();
-    void pipeGetsNoText();
-    void terminalThatStopsDoesNotStopTheLog_data();
-    void terminalThatStopsDoesNotStopTheLog();
+    void logWithoutAFileShowsTheTimeZone()
+    {
+        const std::unique_ptr<Channel> channel = openTerminal();
+        QVERIFY(channel);
+        {
+            const StandardError redirected(channel->writer);
+            Zor::Log log;
+            log.debug("Source", 7, "Bühne");
+        }
+        const QRegularExpression form(
+            u"\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+05:45\\]\\[T:%1\\]"_s.arg(gettid()) +
+            u"\\[Source:7\\] Bühne\\n$"_s);
+        const QString output = QString::fromUtf8(channel->readUntil("Bühne\n"));
+        QVERIFY2(form.match(output).hasMatch(), qPrintable(output));
+    }
+
+    void logWithAFileShowsTheSameLineAsTheFile()
+    {
+        const std::unique_ptr<Channel> channel = openTerminal();
+        QVERIFY(channel);
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(u"Brenvoka.log"_s);
+        {
+            const StandardError redirected(channel->writer);
+            Zor::Log log(path.toStdString());
+            log.error("Source", 7, "text");
+        }
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray content = file.readAll();
+        QVERIFY(content.endsWith("[Source:7] text\n"));
+        QCOMPARE(channel->readUntil("[Source:7] text\n"), content);
+    }
+
+    void pipeGetsNoText()
+    {
+        const std::unique_ptr<Channel> channel = openPipe();
+        QVERIFY(channel);
+        {
+            const StandardError redirected(channel->writer);
+            Zor::Log log;
+            log.error("Source", 7, "text");
+        }
+        QCOMPARE(channel->readAll(), QByteArray());
+    }
+
+    void terminalThatStopsDoesNotStopTheLog_data()
+    {
+        QTest::addColumn<OpenChannel>("open");
+        QTest::newRow("nobody reads it") << &openTerminal;
+        QTest::newRow("stopped") << &openStoppedTerminal;
+    }
+    void terminalThatStopsDoesNotStopTheLog()
+    {
+        QFETCH(const OpenChannel, open);
+        const std::unique_ptr<Channel> channel = open();
+        QVERIFY(channel);
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(u"Brenvoka.log"_s);
+        {
+            const StandardError redirected(channel->writer);
+            Zor::Log log(path.toStdString());
+            for (int line = 0; line < 5000; ++line)
+                log.info("Source", line, "text");
+        }
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().endsWith("[Source:4999] text\n"));
+    }
 };
-
-/// Most test machines use UTC, where local time is not visible.
-void tst_DebuggerSink::initTestCase()
-{
-    qputenv("TZ", "TEST-05:45");
-    tzset();
-}
-
-void tst_DebuggerSink::logWithoutAFileShowsTheTimeZone()
-{
-    const std::unique_ptr<Channel> channel = openTerminal();
-    QVERIFY(channel);
-    {
-        const StandardError redirected(channel->writer);
-        Zor::Log log;
-        log.debug("Source", 7, "Bühne");
-    }
-    const QRegularExpression form(
-        u"\\[\\d{4}-\\d\\d-\\d\\d \\d\\d:\\d\\d:\\d\\d \\+05:45\\]\\[T:%1\\]"_s.arg(gettid()) +
-        u"\\[Source:7\\] Bühne\\n$"_s);
-    const QString output = QString::fromUtf8(channel->readUntil("Bühne\n"));
-    QVERIFY2(form.match(output).hasMatch(), qPrintable(output));
-}
-
-void tst_DebuggerSink::logWithAFileShowsTheSameLineAsTheFile()
-{
-    const std::unique_ptr<Channel> channel = openTerminal();
-    QVERIFY(channel);
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(u"Brenvoka.log"_s);
-    {
-        const StandardError redirected(channel->writer);
-        Zor::Log log(path.toStdString());
-        log.error("Source", 7, "text");
-    }
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray content = file.readAll();
-    QVERIFY(content.endsWith("[Source:7] text\n"));
-    QCOMPARE(channel->readUntil("[Source:7] text\n"), content);
-}
-
-void tst_DebuggerSink::pipeGetsNoText()
-{
-    const std::unique_ptr<Channel> channel = openPipe();
-    QVERIFY(channel);
-    {
-        const StandardError redirected(channel->writer);
-        Zor::Log log;
-        log.error("Source", 7, "text");
-    }
-    QCOMPARE(channel->readAll(), QByteArray());
-}
-
-void tst_DebuggerSink::terminalThatStopsDoesNotStopTheLog_data()
-{
-    QTest::addColumn<OpenChannel>("open");
-    QTest::newRow("nobody reads it") << &openTerminal;
-    QTest::newRow("stopped") << &openStoppedTerminal;
-}
-
-void tst_DebuggerSink::terminalThatStopsDoesNotStopTheLog()
-{
-    QFETCH(const OpenChannel, open);
-    const std::unique_ptr<Channel> channel = open();
-    QVERIFY(channel);
-    const QTemporaryDir directory;
-    const QString path = directory.filePath(u"Brenvoka.log"_s);
-    {
-        const StandardError redirected(channel->writer);
-        Zor::Log log(path.toStdString());
-        for (int line = 0; line < 5000; ++line)
-            log.info("Source", line, "text");
-    }
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(file.readAll().endsWith("[Source:4999] text\n"));
-}
 
 QTEST_GUILESS_MAIN(tst_DebuggerSink)
 #include "tst_DebuggerSink.moc"

@@ -15,54 +15,44 @@ class tst_LogLevels final : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
+    void init()
+    {
+        failOnAnyWarning();
+        log = std::make_unique<LogCapture>();
+    }
 
-    void everyEntryHasItsLevel();
-    void unformattableTextIsLoggedAsAnError();
-    void startIsInformation();
+    void cleanup() { log.reset(); }
+
+    void everyEntryHasItsLevel()
+    {
+        ZOR_LOG(debug, "one");
+        ZOR_LOG(info, "two\n");
+        ZOR_LOG(error, "%s", QByteArray(200, 'x').constData());
+        QCOMPARE(log->entries(), (QStringList{u"debug: one"_s, u"info: two\\n"_s,
+                                              u"error: "_s + QString(200, u'x')}));
+    }
+
+    void unformattableTextIsLoggedAsAnError()
+    {
+        const std::wstring noCharacter(1, wchar_t(0xD800));
+        ZOR_LOG(debug, "before %ls", noCharacter.c_str());
+        ZOR_LOG(info, "before %ls", noCharacter.c_str());
+        QCOMPARE(log->entries(), QStringList(2, u"error: Error formatting the log line"_s));
+    }
+
+    void startIsInformation()
+    {
+        QCOMPARE(log->entries(), QStringList()); // the worker has written
+        Zor::LogProbe::announceWorker(*Zor::Log::instance());
+        QCOMPARE(log->entries(), QStringList());
+        QFile file(log->path());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().contains("[info][ZorLog:216] Async log thread started"));
+    }
 
 private:
     std::unique_ptr<LogCapture> log;
 };
-
-void tst_LogLevels::init()
-{
-    failOnAnyWarning();
-    log = std::make_unique<LogCapture>();
-}
-
-void tst_LogLevels::cleanup()
-{
-    log.reset();
-}
-
-void tst_LogLevels::everyEntryHasItsLevel()
-{
-    ZOR_LOG(debug, "one");
-    ZOR_LOG(info, "two\n");
-    ZOR_LOG(error, "%s", QByteArray(200, 'x').constData());
-    QCOMPARE(log->entries(),
-             (QStringList{u"debug: one"_s, u"info: two\\n"_s, u"error: "_s + QString(200, u'x')}));
-}
-
-void tst_LogLevels::unformattableTextIsLoggedAsAnError()
-{
-    const std::wstring noCharacter(1, wchar_t(0xD800));
-    ZOR_LOG(debug, "before %ls", noCharacter.c_str());
-    ZOR_LOG(info, "before %ls", noCharacter.c_str());
-    QCOMPARE(log->entries(), QStringList(2, u"error: Error formatting the log line"_s));
-}
-
-void tst_LogLevels::startIsInformation()
-{
-    QCOMPARE(log->entries(), QStringList()); // the worker has written
-    Zor::LogProbe::announceWorker(*Zor::Log::instance());
-    QCOMPARE(log->entries(), QStringList());
-    QFile file(log->path());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(file.readAll().contains("[info][ZorLog:216] Async log thread started"));
-}
 
 QTEST_GUILESS_MAIN(tst_LogLevels)
 #include "tst_LogLevels.moc"

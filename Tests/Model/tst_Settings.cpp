@@ -72,225 +72,206 @@ class tst_Settings final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void fileIsSettingsIniInTheConfigurationDirectory();
-    void loading_data();
-    void loading();
-    void loadingWritesNothing();
-    void freshInstallationWritesThreeLines();
-    void savingDropsEveryOtherKey();
-    void savedValuesAreLoaded_data();
-    void savedValuesAreLoaded();
-    void changeIsOnDiskWhenSaveReturns();
-    void savingReplacesTheFileInOneStep();
-    void savingNeverWritesIntoTheOldFile();
-    void changeWithoutSaveIsLost();
-    void serversAndFolderAreNotStored();
-    void unwritableFileIsNotReported();
-};
-
-void tst_Settings::initTestCase()
-{
-    QCoreApplication::setOrganizationName(u"Zorvik"_s);
-    QCoreApplication::setApplicationName(u"Brenvoka"_s);
-}
-
-void tst_Settings::init()
-{
-    failOnAnyWarning();
-}
-
-void tst_Settings::fileIsSettingsIniInTheConfigurationDirectory()
-{
-    const Sandbox sandbox;
-    QCOMPARE(settingsFilePath(),
-             sandbox.directory().filePath(u"config/Zorvik/Brenvoka/settings.ini"_s));
-}
-
-void tst_Settings::loading_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<int>("iconSize");
-    QTest::addColumn<bool>("viewMode");
-    QTest::addColumn<quint32>("warningLevel");
-
-    const auto row = [](const char *name, const QByteArray &lines, int iconSize, bool viewMode,
-                        quint32 warningLevel) {
-        QTest::newRow(name) << QByteArray("[General]\n" + lines) << iconSize << viewMode
-                            << warningLevel;
-    };
-    QTest::newRow("no file") << QByteArray() << 1 << false << allWarnings;
-    row("empty section", "", 1, false, allWarnings);
-    row("view mode only", "selectedViewMode=true\n", 1, true, allWarnings);
-    row("all three", "selectedIconSize=2\nselectedViewMode=true\nwarningLevel=5\n", 2, true, 5);
-    row("no warnings stay no warnings", "warningLevel=0\n", 1, false, 0);
-    row("upper bits are carried along", "warningLevel=4294967280\n", 1, false, 0xFFFFFFF0);
-    row("words for numbers read as 0", "selectedIconSize=abc\nwarningLevel=abc\n", 0, false, 0);
-    row("negative warning level reads as 0", "warningLevel=-1\n", 1, false, 0);
-    row("warning level beyond 32 bits reads as 0", "warningLevel=4294967296\n", 1, false, 0);
-    row("empty values read as 0 and false", "selectedIconSize=\nselectedViewMode=\nwarningLevel=\n",
-        0, false, 0);
-    row("view mode 0 is false", "selectedViewMode=0\n", 1, false, allWarnings);
-    row("any other text is true", "selectedViewMode=abc\n", 1, true, allWarnings);
-    row("icon size outside 0 to 2 is taken as it is", "selectedIconSize=17\n", 17, false,
-        allWarnings);
-    row("negative icon size is taken as it is", "selectedIconSize=-3\n", -3, false, allWarnings);
-    row("other keys don't matter", "servers=3\nselectedFolder=7\n", 1, false, allWarnings);
-    QTest::newRow("no settings file at all")
-        << QByteArray("\x00\xff\x7f junk", 9) << 1 << false << allWarnings;
-}
-
-void tst_Settings::loading()
-{
-    QFETCH(const QByteArray, content);
-    const Sandbox sandbox;
-    if (!content.isNull())
-        writeSettings(content);
-
-    ApplicationModel model;
-    model.selectedIconSize = 99;
-    model.selectedViewMode = !model.selectedViewMode;
-    model.warningLevel = 99;
-    model.load();
-    QTEST(model.selectedIconSize, "iconSize");
-    QTEST(model.selectedViewMode, "viewMode");
-    QTEST(model.warningLevel, "warningLevel");
-}
-
-void tst_Settings::loadingWritesNothing()
-{
-    const Sandbox sandbox;
-    ApplicationModel().load();
-    QVERIFY(!QFile::exists(settingsFilePath()));
-}
-
-void tst_Settings::freshInstallationWritesThreeLines()
-{
-    const Sandbox sandbox;
-    ApplicationModel model;
-    model.load();
-    QVERIFY(model.save());
-    QCOMPARE(readSettings(), QByteArray("[General]\n"
-                                        "selectedIconSize=1\n"
-                                        "selectedViewMode=false\n"
-                                        "warningLevel=4294967295\n"));
-}
-
-void tst_Settings::savingDropsEveryOtherKey()
-{
-    const Sandbox sandbox;
-    writeSettings("[General]\nselectedServerA=x\nfolders=1\nwarningLevel=6\n\n[other]\nkey=1\n");
-    ApplicationModel model;
-    model.load();
-    QVERIFY(model.save());
-    QCOMPARE(readSettings(), QByteArray("[General]\n"
-                                        "selectedIconSize=1\n"
-                                        "selectedViewMode=false\n"
-                                        "warningLevel=6\n"));
-}
-
-void tst_Settings::savedValuesAreLoaded_data()
-{
-    QTest::addColumn<int>("iconSize");
-    QTest::addColumn<bool>("viewMode");
-    QTest::addColumn<quint32>("warningLevel");
-    QTest::newRow("small, list, none") << 0 << true << quint32(0);
-    QTest::newRow("large, grid, all") << 2 << false << allWarnings;
-    QTest::newRow("beyond, list, some") << -40 << true << quint32(0x80000005);
-}
-
-void tst_Settings::savedValuesAreLoaded()
-{
-    QFETCH(const int, iconSize);
-    QFETCH(const bool, viewMode);
-    QFETCH(const quint32, warningLevel);
-    const Sandbox sandbox;
-    ApplicationModel before;
-    before.selectedIconSize = iconSize;
-    before.selectedViewMode = viewMode;
-    before.warningLevel = warningLevel;
-    QVERIFY(before.save());
-
-    ApplicationModel after;
-    after.load();
-    QCOMPARE(after.selectedIconSize, iconSize);
-    QCOMPARE(after.selectedViewMode, viewMode);
-    QCOMPARE(after.warningLevel, warningLevel);
-}
-
-void tst_Settings::changeIsOnDiskWhenSaveReturns()
-{
-    const Sandbox sandbox;
-    ApplicationModel model;
-    QVERIFY(model.save());
-    model.warningLevel &= ~2U;
-    QVERIFY(model.save());
-    QVERIFY(readSettings().contains("warningLevel=4294967293\n"));
-}
-
-/// Whoever reads the old file has it whole, and so has the next start after a crash.
-void tst_Settings::savingReplacesTheFileInOneStep()
-{
-    const Sandbox sandbox;
-    const QByteArray old("[General]\nwarningLevel=6\n");
-    writeSettings(old);
-    QFile file(settingsFilePath());
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QVERIFY(ApplicationModel().save());
-    QCOMPARE(file.readAll(), old);
-    QVERIFY(readSettings() != old);
-}
-
-/// Where no second file can be created beside the first, nothing is written at all.
-void tst_Settings::savingNeverWritesIntoTheOldFile()
-{
-    const Sandbox sandbox;
-    const QByteArray old("[General]\nwarningLevel=6\n");
-    writeSettings(old);
-    const ClosedDirectory closed(QFileInfo(settingsFilePath()).path());
-    QVERIFY(closed.isClosed());
-    QVERIFY(ApplicationModel().save());
-    QCOMPARE(readSettings(), old);
-}
-
-void tst_Settings::changeWithoutSaveIsLost()
-{
-    const Sandbox sandbox;
+    void initTestCase()
     {
-        ApplicationModel model;
-        model.warningLevel = 3;
-        QVERIFY(model.save());
-        model.selectedViewMode = true;
+        QCoreApplication::setOrganizationName(u"Zorvik"_s);
+        QCoreApplication::setApplicationName(u"Brenvoka"_s);
     }
-    ApplicationModel model;
-    model.load();
-    QCOMPARE(model.selectedViewMode, false);
-    QCOMPARE(model.warningLevel, 3U);
-}
 
-void tst_Settings::serversAndFolderAreNotStored()
-{
-    const Sandbox sandbox;
-    ApplicationModel model;
-    model.selectedFolder = 12;
-    model.upsertServer(Server(QUuid::createUuid(), QHostAddress(u"10.0.0.1"_s), 24, u"Stage"_s));
-    QVERIFY(model.save());
-    model.load();
-    QCOMPARE(model.selectedFolder, 12);
-    QCOMPARE(model.servers.size(), 1);
-    QCOMPARE(readSettings().count('\n'), 4);
-}
+    void init() { failOnAnyWarning(); }
 
-void tst_Settings::unwritableFileIsNotReported()
-{
-    const Sandbox sandbox;
-    QVERIFY(QDir().mkpath(settingsFilePath()));
-    ApplicationModel model;
-    QVERIFY(model.save());
-    model.load();
-    QCOMPARE(model.warningLevel, allWarnings);
-}
+    void fileIsSettingsIniInTheConfigurationDirectory()
+    {
+        const Sandbox sandbox;
+        QCOMPARE(settingsFilePath(),
+                 sandbox.directory().filePath(u"config/Zorvik/Brenvoka/settings.ini"_s));
+    }
+
+    void loading_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<int>("iconSize");
+        QTest::addColumn<bool>("viewMode");
+        QTest::addColumn<quint32>("warningLevel");
+
+        const auto row = [](const char *name, const QByteArray &lines, int iconSize, bool viewMode,
+                            quint32 warningLevel) {
+            QTest::newRow(name) << QByteArray("[General]\n" + lines) << iconSize << viewMode
+                                << warningLevel;
+        };
+        QTest::newRow("no file") << QByteArray() << 1 << false << allWarnings;
+        row("empty section", "", 1, false, allWarnings);
+        row("view mode only", "selectedViewMode=true\n", 1, true, allWarnings);
+        row("all three", "selectedIconSize=2\nselectedViewMode=true\nwarningLevel=5\n", 2, true, 5);
+        row("no warnings stay no warnings", "warningLevel=0\n", 1, false, 0);
+        row("upper bits are carried along", "warningLevel=4294967280\n", 1, false, 0xFFFFFFF0);
+        row("words for numbers read as 0", "selectedIconSize=abc\nwarningLevel=abc\n", 0, false, 0);
+        row("negative warning level reads as 0", "warningLevel=-1\n", 1, false, 0);
+        row("warning level beyond 32 bits reads as 0", "warningLevel=4294967296\n", 1, false, 0);
+        row("empty values read as 0 and false",
+            "selectedIconSize=\nselectedViewMode=\nwarningLevel=\n", 0, false, 0);
+        row("view mode 0 is false", "selectedViewMode=0\n", 1, false, allWarnings);
+        row("any other text is true", "selectedViewMode=abc\n", 1, true, allWarnings);
+        row("icon size outside 0 to 2 is taken as it is", "selectedIconSize=17\n", 17, false,
+            allWarnings);
+        row("negative icon size is taken as it is", "selectedIconSize=-3\n", -3, false,
+            allWarnings);
+        row("other keys don't matter", "servers=3\nselectedFolder=7\n", 1, false, allWarnings);
+        QTest::newRow("no settings file at all")
+            << QByteArray("\x00\xff\x7f junk", 9) << 1 << false << allWarnings;
+    }
+    void loading()
+    {
+        QFETCH(const QByteArray, content);
+        const Sandbox sandbox;
+        if (!content.isNull())
+            writeSettings(content);
+
+        ApplicationModel model;
+        model.selectedIconSize = 99;
+        model.selectedViewMode = !model.selectedViewMode;
+        model.warningLevel = 99;
+        model.load();
+        QTEST(model.selectedIconSize, "iconSize");
+        QTEST(model.selectedViewMode, "viewMode");
+        QTEST(model.warningLevel, "warningLevel");
+    }
+
+    void loadingWritesNothing()
+    {
+        const Sandbox sandbox;
+        ApplicationModel().load();
+        QVERIFY(!QFile::exists(settingsFilePath()));
+    }
+
+    void savingWritesThreeKeysOnly_data()
+    {
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<QByteArray>("warningLevel");
+        QTest::newRow("fresh installation") << QByteArray() << "4294967295"_ba;
+        QTest::newRow("other keys")
+            << "[General]\nselectedServerA=x\nfolders=1\nwarningLevel=6\n\n[other]\nkey=1\n"_ba
+            << "6"_ba;
+    }
+    void savingWritesThreeKeysOnly()
+    {
+        QFETCH(const QByteArray, before);
+        QFETCH(const QByteArray, warningLevel);
+        const Sandbox sandbox;
+        if (!before.isNull())
+            writeSettings(before);
+        ApplicationModel model;
+        model.load();
+        QVERIFY(model.save());
+        QCOMPARE(readSettings(), "[General]\n"
+                                 "selectedIconSize=1\n"
+                                 "selectedViewMode=false\n"
+                                 "warningLevel=" +
+                                     warningLevel + "\n");
+    }
+
+    void savedValuesAreLoaded_data()
+    {
+        QTest::addColumn<int>("iconSize");
+        QTest::addColumn<bool>("viewMode");
+        QTest::addColumn<quint32>("warningLevel");
+        QTest::newRow("small, list, none") << 0 << true << quint32(0);
+        QTest::newRow("large, grid, all") << 2 << false << allWarnings;
+        QTest::newRow("beyond, list, some") << -40 << true << quint32(0x80000005);
+    }
+    void savedValuesAreLoaded()
+    {
+        QFETCH(const int, iconSize);
+        QFETCH(const bool, viewMode);
+        QFETCH(const quint32, warningLevel);
+        const Sandbox sandbox;
+        ApplicationModel before;
+        before.selectedIconSize = iconSize;
+        before.selectedViewMode = viewMode;
+        before.warningLevel = warningLevel;
+        QVERIFY(before.save());
+
+        ApplicationModel after;
+        after.load();
+        QCOMPARE(after.selectedIconSize, iconSize);
+        QCOMPARE(after.selectedViewMode, viewMode);
+        QCOMPARE(after.warningLevel, warningLevel);
+    }
+
+    void changeIsOnDiskWhenSaveReturns()
+    {
+        const Sandbox sandbox;
+        ApplicationModel model;
+        QVERIFY(model.save());
+        model.warningLevel &= ~2U;
+        QVERIFY(model.save());
+        QVERIFY(readSettings().contains("warningLevel=4294967293\n"));
+    }
+
+    /// Whoever reads the old file has it whole, and so has the next start after a crash.
+    void savingReplacesTheFileInOneStep()
+    {
+        const Sandbox sandbox;
+        const QByteArray old("[General]\nwarningLevel=6\n");
+        writeSettings(old);
+        QFile file(settingsFilePath());
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(ApplicationModel().save());
+        QCOMPARE(file.readAll(), old);
+        QVERIFY(readSettings() != old);
+    }
+
+    /// Where no second file can be created beside the first, nothing is written at all.
+    void savingNeverWritesIntoTheOldFile()
+    {
+        const Sandbox sandbox;
+        const QByteArray old("[General]\nwarningLevel=6\n");
+        writeSettings(old);
+        const ClosedDirectory closed(QFileInfo(settingsFilePath()).path());
+        QVERIFY(closed.isClosed());
+        QVERIFY(ApplicationModel().save());
+        QCOMPARE(readSettings(), old);
+    }
+
+    void changeWithoutSaveIsLost()
+    {
+        const Sandbox sandbox;
+        {
+            ApplicationModel model;
+            model.warningLevel = 3;
+            QVERIFY(model.save());
+            model.selectedViewMode = true;
+        }
+        ApplicationModel model;
+        model.load();
+        QCOMPARE(model.selectedViewMode, false);
+        QCOMPARE(model.warningLevel, 3U);
+    }
+
+    void serversAndFolderAreNotStored()
+    {
+        const Sandbox sandbox;
+        ApplicationModel model;
+        model.selectedFolder = 12;
+        model.upsertServer(
+            Server(QUuid::createUuid(), QHostAddress(u"10.0.0.1"_s), 24, u"Stage"_s));
+        QVERIFY(model.save());
+        model.load();
+        QCOMPARE(model.selectedFolder, 12);
+        QCOMPARE(model.servers.size(), 1);
+        QCOMPARE(readSettings().count('\n'), 4);
+    }
+
+    void unwritableFileIsNotReported()
+    {
+        const Sandbox sandbox;
+        QVERIFY(QDir().mkpath(settingsFilePath()));
+        ApplicationModel model;
+        QVERIFY(model.save());
+        model.load();
+        QCOMPARE(model.warningLevel, allWarnings);
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_Settings)
 #include "tst_Settings.moc"

@@ -54,7 +54,6 @@ private slots:
         QTest::newRow("percent triple goes out unchanged") << u"a%20b"_s << "a%20b"_ba;
         QTest::newRow("lone percent") << u"50% x"_s << "50%25%20x"_ba;
     }
-
     void folderNames()
     {
         QFETCH(const QString, name);

@@ -32,7 +32,6 @@ private slots:
                 << body << result["success"_L1].toBool() << result["message"_L1].toString();
         }
     }
-
     void resultsOfTheWire() { check(); }
 
     void unusualBodies_data()
@@ -77,7 +76,6 @@ private slots:
         QTest::newRow("text is not changed")
             << R"({"msg_type":7,"RESULT":3,"ERROR":" <b>%1 ü"})"_ba << false << u" <b>%1 ü"_s;
     }
-
     void unusualBodies() { check(); }
 
 private:

@@ -49,7 +49,6 @@ private slots:
         row("a kept piece may be completed", {u"{\"a\":N"_s, u"1}N"_s}, {u"{\"a\":1}"_s}, {});
         row("a number is no document", {u"7N"_s}, {}, u"7"_s);
     }
-
     void chunks()
     {
         QFETCH(const QStringList, chunks);

@@ -57,45 +57,36 @@ class tst_SingleInstance final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void nameIsFreeAgainWhenItsProcessEnds();
-    void programStartsIfTheNameCannotBeTaken();
-    void nameIsTakenOnce();
-    void nameIsNotInheritedByOtherPrograms();
-    void nameIsTakenForEveryUser();
-};
-
-void tst_SingleInstance::nameIsFreeAgainWhenItsProcessEnds()
-{
-    QVERIFY(anotherProcessAcquires(getuid()));
-    QVERIFY(anotherProcessAcquires(getuid()));
-}
-
-void tst_SingleInstance::programStartsIfTheNameCannotBeTaken()
-{
+    void nameIsFreeAgainWhenItsProcessEnds()
     {
-        const NoMoreDescriptors none;
-        QVERIFY(SingleInstance::acquire());
+        QVERIFY(anotherProcessAcquires(getuid()));
+        QVERIFY(anotherProcessAcquires(getuid()));
     }
-    QVERIFY(anotherProcessAcquires(getuid()));
-}
 
-void tst_SingleInstance::nameIsTakenOnce()
-{
-    QVERIFY(SingleInstance::acquire());
-    QVERIFY(!SingleInstance::acquire());
-}
+    void programStartsIfTheNameCannotBeTaken()
+    {
+        {
+            const NoMoreDescriptors none;
+            QVERIFY(SingleInstance::acquire());
+        }
+        QVERIFY(anotherProcessAcquires(getuid()));
+    }
 
-void tst_SingleInstance::nameIsNotInheritedByOtherPrograms()
-{
-    QCOMPARE(descriptorFlagsOfTheName(), FD_CLOEXEC);
-}
+    void nameIsTakenOnce()
+    {
+        QVERIFY(SingleInstance::acquire());
+        QVERIFY(!SingleInstance::acquire());
+    }
 
-void tst_SingleInstance::nameIsTakenForEveryUser()
-{
-    constexpr uid_t nobody = 65534;
-    QVERIFY(!anotherProcessAcquires(getuid()));
-    QVERIFY(!anotherProcessAcquires(nobody));
-}
+    void nameIsNotInheritedByOtherPrograms() { QCOMPARE(descriptorFlagsOfTheName(), FD_CLOEXEC); }
+
+    void nameIsTakenForEveryUser()
+    {
+        constexpr uid_t nobody = 65534;
+        QVERIFY(!anotherProcessAcquires(getuid()));
+        QVERIFY(!anotherProcessAcquires(nobody));
+    }
+};
 
 QTEST_GUILESS_MAIN(tst_SingleInstance)
 #include "tst_SingleInstance.moc"

@@ -29,104 +29,88 @@ class tst_StandardStreams final : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void textArrivesWhole_data();
-    void textArrivesWhole();
-    void textIsAppendedToAFile();
-    void fullStreamDropsTheText_data();
-    void fullStreamDropsTheText();
-    void pipeOfAnotherUserGetsTextThatFits();
-    void streamWithoutReaderDropsTheText_data();
-    void streamWithoutReaderDropsTheText();
-    void closedStreamDropsTheText();
+    void textArrivesWhole_data()
+    {
+        QTest::addColumn<OpenChannel>("open");
+        QTest::newRow("pipe") << &openPipe;
+        QTest::newRow("socket") << &openSocketPair;
+        QTest::newRow("terminal") << &openTerminal;
+    }
+    void textArrivesWhole()
+    {
+        QFETCH(const OpenChannel, open);
+        const std::unique_ptr<Channel> channel = open();
+        QVERIFY(channel);
+        const int mode = fcntl(channel->writer, F_GETFL);
+        StandardStreams::writeAtOnce(channel->writer, "Bühne\n");
+        QCOMPARE(channel->readUntil("\n"), "Bühne\n"_ba);
+        QCOMPARE(fcntl(channel->writer, F_GETFL), mode);
+    }
+
+    void textIsAppendedToAFile()
+    {
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        QCOMPARE(write(file.handle(), "one\n", 4), 4);
+        StandardStreams::writeAtOnce(file.handle(), "two\n");
+        StandardStreams::writeAtOnce(file.handle(), "three\n");
+        QVERIFY(file.seek(0));
+        QCOMPARE(file.readAll(), "one\ntwo\nthree\n"_ba);
+    }
+
+    void fullStreamDropsTheText_data()
+    {
+        textArrivesWhole_data();
+        QTest::newRow("stopped terminal") << &openStoppedTerminal;
+    }
+    void fullStreamDropsTheText()
+    {
+        QFETCH(const OpenChannel, open);
+        const std::unique_ptr<Channel> channel = open();
+        QVERIFY(channel);
+        channel->fill();
+        StandardStreams::writeAtOnce(channel->writer, "dropped\n");
+        tcflow(channel->writer, TCOON);
+        QVERIFY(!channel->readAll().contains("dropped"));
+    }
+
+    void pipeOfAnotherUserGetsTextThatFits()
+    {
+        constexpr uid_t nobody = 65534;
+        const std::unique_ptr<Channel> channel = openPipe();
+        QVERIFY(channel);
+        QCOMPARE(fchmod(channel->writer, 0), 0);
+        const int before = setfsuid(nobody);
+        StandardStreams::writeAtOnce(channel->writer, "text\n");
+        const QByteArray text = channel->readAll();
+        channel->fill();
+        StandardStreams::writeAtOnce(channel->writer, "dropped\n");
+        setfsuid(uid_t(before));
+        QCOMPARE(text, "text\n"_ba);
+        QVERIFY(!channel->readAll().contains("dropped"));
+    }
+
+    void streamWithoutReaderDropsTheText_data() { textArrivesWhole_data(); }
+    /// SIGPIPE would end the test.
+    void streamWithoutReaderDropsTheText()
+    {
+        QFETCH(const OpenChannel, open);
+        const std::unique_ptr<Channel> channel = open();
+        QVERIFY(channel);
+        channel->closeReader();
+        StandardStreams::writeAtOnce(channel->writer, "dropped\n");
+    }
+
+    void closedStreamDropsTheText()
+    {
+        const std::unique_ptr<Channel> channel = openPipe();
+        QVERIFY(channel);
+        const int closed = dup(channel->writer);
+        close(closed);
+        StandardStreams::writeAtOnce(closed, "dropped\n");
+        QCOMPARE(channel->readAll(), QByteArray());
+    }
 };
-
-void tst_StandardStreams::textArrivesWhole_data()
-{
-    QTest::addColumn<OpenChannel>("open");
-    QTest::newRow("pipe") << &openPipe;
-    QTest::newRow("socket") << &openSocketPair;
-    QTest::newRow("terminal") << &openTerminal;
-}
-
-void tst_StandardStreams::textArrivesWhole()
-{
-    QFETCH(const OpenChannel, open);
-    const std::unique_ptr<Channel> channel = open();
-    QVERIFY(channel);
-    const int mode = fcntl(channel->writer, F_GETFL);
-    StandardStreams::writeAtOnce(channel->writer, "Bühne\n");
-    QCOMPARE(channel->readUntil("\n"), "Bühne\n"_ba);
-    QCOMPARE(fcntl(channel->writer, F_GETFL), mode);
-}
-
-void tst_StandardStreams::textIsAppendedToAFile()
-{
-    QTemporaryFile file;
-    QVERIFY(file.open());
-    QCOMPARE(write(file.handle(), "one\n", 4), 4);
-    StandardStreams::writeAtOnce(file.handle(), "two\n");
-    StandardStreams::writeAtOnce(file.handle(), "three\n");
-    QVERIFY(file.seek(0));
-    QCOMPARE(file.readAll(), "one\ntwo\nthree\n"_ba);
-}
-
-void tst_StandardStreams::fullStreamDropsTheText_data()
-{
-    textArrivesWhole_data();
-    QTest::newRow("stopped terminal") << &openStoppedTerminal;
-}
-
-void tst_StandardStreams::fullStreamDropsTheText()
-{
-    QFETCH(const OpenChannel, open);
-    const std::unique_ptr<Channel> channel = open();
-    QVERIFY(channel);
-    channel->fill();
-    StandardStreams::writeAtOnce(channel->writer, "dropped\n");
-    tcflow(channel->writer, TCOON);
-    QVERIFY(!channel->readAll().contains("dropped"));
-}
-
-void tst_StandardStreams::pipeOfAnotherUserGetsTextThatFits()
-{
-    constexpr uid_t nobody = 65534;
-    const std::unique_ptr<Channel> channel = openPipe();
-    QVERIFY(channel);
-    QCOMPARE(fchmod(channel->writer, 0), 0);
-    const int before = setfsuid(nobody);
-    StandardStreams::writeAtOnce(channel->writer, "text\n");
-    const QByteArray text = channel->readAll();
-    channel->fill();
-    StandardStreams::writeAtOnce(channel->writer, "dropped\n");
-    setfsuid(uid_t(before));
-    QCOMPARE(text, "text\n"_ba);
-    QVERIFY(!channel->readAll().contains("dropped"));
-}
-
-void tst_StandardStreams::streamWithoutReaderDropsTheText_data()
-{
-    textArrivesWhole_data();
-}
-
-/// SIGPIPE would end the test.
-void tst_StandardStreams::streamWithoutReaderDropsTheText()
-{
-    QFETCH(const OpenChannel, open);
-    const std::unique_ptr<Channel> channel = open();
-    QVERIFY(channel);
-    channel->closeReader();
-    StandardStreams::writeAtOnce(channel->writer, "dropped\n");
-}
-
-void tst_StandardStreams::closedStreamDropsTheText()
-{
-    const std::unique_ptr<Channel> channel = openPipe();
-    QVERIFY(channel);
-    const int closed = dup(channel->writer);
-    close(closed);
-    StandardStreams::writeAtOnce(closed, "dropped\n");
-    QCOMPARE(channel->readAll(), QByteArray());
-}
 
 QTEST_GUILESS_MAIN(tst_StandardStreams)
 #include "tst_StandardStreams.moc"
