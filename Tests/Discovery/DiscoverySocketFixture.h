@@ -5,7 +5,7 @@
 
 #include "Discovery/DiscoverySocket.h"
 
-/// An open discovery socket that is closed again. Without Qt, for the tests under Windows as well.
+/// An open discovery socket that is closed at the end. Without Qt, for the Windows tests as well.
 struct DiscoverySocketFixture : Discovery::DiscoverySocket
 {
     DiscoverySocketFixture()

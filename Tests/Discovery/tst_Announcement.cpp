@@ -91,7 +91,7 @@ private slots:
         QTest::addColumn<QByteArray>("name");
         QTest::newRow("plain") << QByteArray("Stage left") << QByteArray("Stage left");
         QTest::newRow("empty") << QByteArray() << QByteArray();
-        QTest::newRow("bytes behind the NUL")
+        QTest::newRow("bytes after the NUL")
             << QByteArray("Stage\0left", 10) << QByteArray("Stage");
         QTest::newRow("83 bytes and a NUL") << QByteArray(83, 'x') << QByteArray(83, 'x');
         QTest::newRow("84 bytes without a NUL") << QByteArray(84, 'x') << QByteArray(84, 'x');

@@ -16,12 +16,12 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// A system call that a healthy system grants to every socket, and a sandbox may refuse.
+/// A system call that usually succeeds for every socket, and that a sandbox may refuse.
 enum class Call { None, SetSocketOption, SetFileFlags };
 
 Call refused = Call::None;
 
-/// The system refuses a call for as long as it lives.
+/// While it lives, the system refuses a call.
 class Refusal final
 {
 public:
@@ -64,7 +64,7 @@ int __wrap_fcntl(int handle, int command, ...)
 
 Q_DECLARE_METATYPE(Call)
 
-/// What is left when the system refuses a step of opening the socket.
+/// The state of the socket when the system refuses a step of opening it.
 class tst_DiscoveryFailures final : public QObject
 {
     Q_OBJECT
@@ -99,7 +99,7 @@ private slots:
         QVERIFY(socket.socket > 0);
         QVERIFY(Announcer(u"0.0.0.0"_s, Discovery::port).isBound());
 
-        // The first tick already asks it, on the thread that draws the window.
+        // The first tick already polls it, on the main thread.
         QVERIFY(!Discovery::poll(socket));
         QCOMPARE(socket.lastError, error);
         QCOMPARE(socket.datagramsReceived, 0);
@@ -107,7 +107,7 @@ private slots:
 
     void failureToBindLeavesTheSocketOpen()
     {
-        // A socket that does not share the port keeps it from all others.
+        // A socket that does not share the port blocks it for all others.
         const Announcer holder(u"0.0.0.0"_s, Discovery::port);
         QVERIFY(holder.isBound());
         const DiscoverySocketFixture socket;

@@ -28,7 +28,7 @@ int drain(Discovery::DiscoverySocket &socket)
 
 } // namespace
 
-/// The table of senders, fed with real datagrams.
+/// The table of senders, filled with real datagrams.
 class tst_DiscoveryTable final : public QObject
 {
     Q_OBJECT

@@ -21,7 +21,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-/// Puts something else in the place of standard error for as long as it lives.
+/// Redirects standard error while it lives.
 class StandardError final
 {
 public:
@@ -111,7 +111,7 @@ private slots:
     void terminalThatStopsDoesNotStopTheLog_data()
     {
         QTest::addColumn<OpenChannel>("open");
-        QTest::newRow("nobody reads it") << &openTerminal;
+        QTest::newRow("without a reader") << &openTerminal;
         QTest::newRow("stopped") << &openStoppedTerminal;
     }
     void terminalThatStopsDoesNotStopTheLog()

@@ -12,7 +12,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// The history of old logs: what a start moves, keeps and loses.
+/// The history of old logs: what a start moves, keeps and deletes.
 class tst_LogHistory final : public QObject
 {
     Q_OBJECT
@@ -166,7 +166,7 @@ private:
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
-    /// The lines of a log without their beginnings, and without the log's own first line.
+    /// The texts of a log, without its first line.
     [[nodiscard]] QByteArrayList runs(const QString &name) const
     {
         QByteArrayList lines = read(name).trimmed().split('\n');

@@ -57,7 +57,7 @@ class tst_ZorLog final : public QObject
     Q_OBJECT
 
 private slots:
-    /// The machine of a test runs in UTC more often than not, where local time shows nothing.
+    /// Most test machines use UTC, where local time is not visible.
     void initTestCase()
     {
         qputenv("TZ", "TEST-05:45");
@@ -225,7 +225,7 @@ private slots:
             QCOMPARE(texts[i].toInt(), i);
     }
 
-    /// The log's file is a pipe here, which is full, so that the worker can write nothing.
+    /// The file of the log is a full pipe, so the worker cannot write.
     void callerDoesNotWaitFor4096LinesInTheQueue()
     {
         constexpr int queueSize = 4096;

@@ -224,11 +224,11 @@ private slots:
         QTest::newRow("different masks, both directions")
             << Connections{at(u"10.0.0.1"_s, 24)} << Connections{at(u"10.0.0.2"_s, 8)}
             << u"10.0.0.1 10.0.0.2"_s;
-        QTest::newRow("own order comes first")
+        QTest::newRow("own order first")
             << Connections{at(u"172.16.0.1"_s, 16), at(u"10.0.0.1"_s, 24)}
             << Connections{at(u"10.0.0.2"_s, 24), at(u"172.16.0.2"_s, 16)}
             << u"172.16.0.1 172.16.0.2"_s;
-        QTest::newRow("then the other's order")
+        QTest::newRow("then the order of the other")
             << Connections{at(u"10.0.0.1"_s, 24)}
             << Connections{at(u"10.0.0.9"_s, 24), at(u"10.0.0.2"_s, 24)} << u"10.0.0.1 10.0.0.9"_s;
         QTest::newRow("same address")
@@ -236,7 +236,7 @@ private slots:
             << u"10.0.0.1 10.0.0.1"_s;
         QTest::newRow("no connections")
             << Connections() << Connections{at(u"10.0.0.2"_s, 24)} << QString();
-        QTest::newRow("none at the other")
+        QTest::newRow("none on the other server")
             << Connections{at(u"10.0.0.1"_s, 24)} << Connections() << QString();
     }
     void commonSubnets()

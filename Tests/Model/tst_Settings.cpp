@@ -37,7 +37,7 @@ QByteArray readSettings()
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-/// Lets nobody create a file in a directory, root included, for as long as it lives.
+/// While it lives, nobody can create a file in a directory, not even root.
 class ClosedDirectory final
 {
 public:
@@ -103,8 +103,8 @@ private slots:
         row("empty section", "", 1, false, allWarnings);
         row("view mode only", "selectedViewMode=true\n", 1, true, allWarnings);
         row("all three", "selectedIconSize=2\nselectedViewMode=true\nwarningLevel=5\n", 2, true, 5);
-        row("no warnings stay no warnings", "warningLevel=0\n", 1, false, 0);
-        row("upper bits are carried along", "warningLevel=4294967280\n", 1, false, 0xFFFFFFF0);
+        row("no warnings are kept", "warningLevel=0\n", 1, false, 0);
+        row("upper bits are kept", "warningLevel=4294967280\n", 1, false, 0xFFFFFFF0);
         row("words for numbers read as 0", "selectedIconSize=abc\nwarningLevel=abc\n", 0, false, 0);
         row("negative warning level reads as 0", "warningLevel=-1\n", 1, false, 0);
         row("warning level beyond 32 bits reads as 0", "warningLevel=4294967296\n", 1, false, 0);
@@ -112,10 +112,8 @@ private slots:
             "selectedIconSize=\nselectedViewMode=\nwarningLevel=\n", 0, false, 0);
         row("view mode 0 is false", "selectedViewMode=0\n", 1, false, allWarnings);
         row("any other text is true", "selectedViewMode=abc\n", 1, true, allWarnings);
-        row("icon size outside 0 to 2 is taken as it is", "selectedIconSize=17\n", 17, false,
-            allWarnings);
-        row("negative icon size is taken as it is", "selectedIconSize=-3\n", -3, false,
-            allWarnings);
+        row("icon size outside 0 to 2 is kept", "selectedIconSize=17\n", 17, false, allWarnings);
+        row("negative icon size is kept", "selectedIconSize=-3\n", -3, false, allWarnings);
         row("other keys don't matter", "servers=3\nselectedFolder=7\n", 1, false, allWarnings);
         QTest::newRow("no settings file at all")
             << QByteArray("\x00\xff\x7f junk", 9) << 1 << false << allWarnings;
@@ -208,7 +206,7 @@ private slots:
         QVERIFY(readSettings().contains("warningLevel=4294967293\n"));
     }
 
-    /// Whoever reads the old file has it whole, and so has the next start after a crash.
+    /// A reader of the old file still has all of it, and so has the next start after a crash.
     void savingReplacesTheFileInOneStep()
     {
         const Sandbox sandbox;
@@ -221,7 +219,7 @@ private slots:
         QVERIFY(readSettings() != old);
     }
 
-    /// Where no second file can be created beside the first, nothing is written at all.
+    /// If no second file can be created, nothing is written.
     void savingNeverWritesIntoTheOldFile()
     {
         const Sandbox sandbox;

@@ -11,7 +11,7 @@
 using namespace LibraryComparison;
 using namespace Qt::Literals::StringLiterals;
 
-/// What a synchronisation has to do.
+/// The plan of a synchronisation.
 class tst_SyncPlan : public QObject
 {
     Q_OBJECT
@@ -35,7 +35,7 @@ private slots:
         const Folders drei{folder(3, u"Drei"_s, {visual(7)})};
         const Refs slot7{{3, 7}};
 
-        QTest::newRow("nothing asked for")
+        QTest::newRow("nothing selected")
             << filled << other << Refs() << Renames() << Refs() << Refs() << false;
         QTest::newRow("equal slot")
             << filled << filled << slot7 << Renames() << Refs() << Refs() << false;
@@ -53,9 +53,9 @@ private slots:
             << empty << Folders() << slot7 << Renames{{3, u"Three"_s}} << Refs() << Refs() << false;
         QTest::newRow("a folder that the source lacks keeps its name")
             << Folders() << filled << slot7 << Renames() << slot7 << Refs() << false;
-        QTest::newRow("a folder that nobody has")
+        QTest::newRow("unknown folder in both")
             << Folders() << Folders() << slot7 << Renames() << Refs() << Refs() << false;
-        QTest::newRow("a folder that wasn't asked for keeps its name")
+        QTest::newRow("folder that is not selected keeps its name")
             << filled << drei << Refs{{4, 7}} << Renames() << Refs() << Refs() << false;
         QTest::newRow("orders of the candidates and of the folders")
             << Folders{folder(1, u"a"_s, {visual(1), visual(2)}), folder(0, u"b"_s, {visual(1)})}
@@ -84,7 +84,7 @@ private slots:
             << Refs{{3, 256}} << Renames{{3, u"Three"_s}} << Refs() << Refs() << false;
         QTest::newRow("no such numbers") << filled << empty << Refs{{-1, 7}, {3, 256}, {256, -1}}
                                          << Renames() << Refs() << Refs() << false;
-        QTest::newRow("asked for twice")
+        QTest::newRow("same visual twice")
             << filled << Folders() << Refs{{3, 7}, {3, 7}} << Renames{{3, u"Three"_s}} << Refs()
             << Refs{{3, 7}, {3, 7}} << false;
     }

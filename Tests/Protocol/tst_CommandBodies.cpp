@@ -50,8 +50,8 @@ private slots:
         QTest::newRow("half of a pair becomes a question mark") << QString(QChar(0xd83c)) << "?"_ba;
         QTest::newRow("quotation marks and brackets") << u"\"<x>\""_s << "%22%3Cx%3E%22"_ba;
         QTest::newRow("line break") << u"a\r\nb"_s << "a%0D%0Ab"_ba;
-        QTest::newRow("plus goes out unchanged") << u"a+b"_s << "a+b"_ba;
-        QTest::newRow("percent triple goes out unchanged") << u"a%20b"_s << "a%20b"_ba;
+        QTest::newRow("plus is not changed") << u"a+b"_s << "a+b"_ba;
+        QTest::newRow("percent triple is not changed") << u"a%20b"_s << "a%20b"_ba;
         QTest::newRow("lone percent") << u"50% x"_s << "50%25%20x"_ba;
     }
     void folderNames()

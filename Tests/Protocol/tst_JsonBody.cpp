@@ -31,10 +31,10 @@ private slots:
         QTest::newRow("NUL within the object") << QByteArray("{\"a\"\0:1}", 8) << QJsonObject();
         QTest::newRow("NUL at once") << QByteArray("\0{\"a\":1}", 8) << QJsonObject();
         QTest::newRow("UTF-8") << "{\"a\":\"B\xc3\xbchne\"}"_ba << text(u"Bühne"_s);
-        QTest::newRow("what is no UTF-8 is replaced") << "{\"a\":\"\xff\"}"_ba << text(u"\uFFFD"_s);
+        QTest::newRow("invalid UTF-8 is replaced") << "{\"a\":\"\xff\"}"_ba << text(u"\uFFFD"_s);
         QTest::newRow("escaped NUL stays")
             << "{\"a\":\"x\\u0000y\"}"_ba << text(QString::fromLatin1("x\0y", 3));
-        QTest::newRow("something behind the object") << "{\"a\":1} x"_ba << QJsonObject();
+        QTest::newRow("text after the object") << "{\"a\":1} x"_ba << QJsonObject();
         QTest::newRow("empty") << QByteArray() << QJsonObject();
         QTest::newRow("array") << "[1]"_ba << QJsonObject();
         QTest::newRow("cut short") << "{\"a\":1"_ba << QJsonObject();

@@ -55,7 +55,7 @@ private slots:
             << R"({"msg_type":7,"RESULT":1.5})"_ba << true << u""_s;
         QTest::newRow("result as object reads as 0")
             << R"({"msg_type":7,"RESULT":{"RESULT":1}})"_ba << true << u""_s;
-        QTest::newRow("result beyond all numbers reads as 0")
+        QTest::newRow("result beyond the range reads as 0")
             << R"({"msg_type":7,"RESULT":1e30})"_ba << true << u""_s;
         QTest::newRow("result given twice") << R"({"msg_type":7,"RESULT":0,"RESULT":4})"_ba << false
                                             << u"Media library folder is in use"_s;
@@ -71,7 +71,7 @@ private slots:
         QTest::newRow("negative result") << R"({"msg_type":7,"RESULT":-1})"_ba << false << u""_s;
         QTest::newRow("text of another code is not read")
             << R"({"msg_type":7,"RESULT":2,"ERROR":"x"})"_ba << false << u"Unknown failure"_s;
-        QTest::newRow("text that is no text")
+        QTest::newRow("text that is not a string")
             << R"({"msg_type":7,"RESULT":3,"ERROR":5})"_ba << false << u""_s;
         QTest::newRow("text is not changed")
             << R"({"msg_type":7,"RESULT":3,"ERROR":" <b>%1 ü"})"_ba << false << u" <b>%1 ü"_s;

@@ -13,7 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 
 using FramingModel::compact;
 
-/// How bytes of the notification stream become documents, with an N for each NUL in the tables.
+/// The documents in bytes of the notification stream. The tables have an N for each NUL.
 class tst_StreamFraming : public QObject
 {
     Q_OBJECT
@@ -39,10 +39,10 @@ private slots:
             {u"{}"_s, u"[]"_s, u"{\"a\":1}"_s}, {});
         row("chunk without a terminator is only appended", {u"{}"_s, u"{"_s}, {}, u"{}{"_s);
         row("chunk of only a terminator", {u"{}"_s, u"N"_s}, {u"{}"_s}, {});
-        row("whole document behind a terminator", {u"N{}"_s}, {u"{}"_s}, {});
-        row("frame that is not JSON deafens", {u"xN{}N"_s, u"{}N"_s, u"{}N"_s}, {u"{}"_s},
+        row("whole document after a terminator", {u"N{}"_s}, {u"{}"_s}, {});
+        row("frame that is not JSON blocks the stream", {u"xN{}N"_s, u"{}N"_s, u"{}N"_s}, {u"{}"_s},
             u"x{}{}"_s);
-        row("two documents in one frame deafen", {u"{}{}N"_s, u"[]N"_s, u"{}N"_s}, {},
+        row("two documents in one frame block the stream", {u"{}{}N"_s, u"[]N"_s, u"{}N"_s}, {},
             u"{}{}[]{}"_s);
         row("pieces that do not parse are joined", {u"xN{}NyN{}Nz"_s}, {u"{}"_s, u"{}"_s},
             u"xyz"_s);

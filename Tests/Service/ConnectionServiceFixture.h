@@ -100,3 +100,17 @@ public:
     std::unique_ptr<ServerConnectionService> service = std::make_unique<ServerConnectionService>();
     ServiceEvents events{*service};
 };
+
+/// The base of the tests of the service. `init` calls `setUp`, `cleanup` calls `tearDown`.
+class ConnectionServiceTest : public QObject
+{
+protected:
+    void setUp()
+    {
+        failOnAnyWarning();
+        fixture = std::make_unique<ConnectionServiceFixture>();
+    }
+    void tearDown() { fixture.reset(); }
+
+    std::unique_ptr<ConnectionServiceFixture> fixture;
+};

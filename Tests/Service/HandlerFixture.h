@@ -68,7 +68,7 @@ struct ServerConnectionHandlerProbe
     }
     [[nodiscard]] QNetworkReply *streamReply() const { return handler.streamReply; }
     [[nodiscard]] QNetworkReply *uploadReply() const { return handler.uploadReply; }
-    /// Those that have not been deleted, in the order of their requests.
+    /// The replies that have not been deleted, in the order of their requests.
     [[nodiscard]] QList<QNetworkReply *> replies() const
     {
         return handler.networkManager.findChildren<QNetworkReply *>();
@@ -176,8 +176,8 @@ public:
     {
         return waitFor([&] { return commands().size() >= count; });
     }
-    /// The command with that body, which must have arrived. Commands that are on the wire together
-    /// have a connection each, and so may arrive in any order.
+    /// The command with that body, which must have arrived. Commands in flight have different
+    /// connections and may arrive in any order.
     [[nodiscard]] WireRequest command(const QByteArray &body) const
     {
         for (const WireRequest &request : commands()) {
@@ -202,7 +202,8 @@ public:
     HandlerEvents events{handler};
 };
 
-/// The base of the tests of one connected handler. `init` calls `setUp`, `cleanup` calls `tearDown`.
+/// The base of the tests of one connected handler. `init` calls `setUp`, `cleanup` calls
+/// `tearDown`.
 class HandlerTest : public QObject
 {
 protected:

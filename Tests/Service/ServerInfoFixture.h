@@ -10,7 +10,7 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 
-/// A library document without folders, its address and the header without which it is refused.
+/// A library document without folders, its path, and the required header.
 namespace LibraryWire {
 inline const QByteArray libraryPath = "/brenvoka/library.json";
 inline const QByteArray emptyLibrary = R"({"folders":[],"hash":"empty"})";
@@ -31,7 +31,7 @@ struct ServerInfoFixture
         return Server(QUuid::createUuid(), peer.address(), 8, name);
     }
 
-    /// What the service has delivered.
+    /// The record of a `receivedServer`.
     [[nodiscard]] Server received(qsizetype index = 0) const
     {
         return spy.at(index).constFirst().value<Server>();

@@ -18,7 +18,7 @@
 
 #include <memory>
 
-/// What the path of every thumbnail begins with.
+/// The beginning of the path of every thumbnail.
 inline const QByteArray thumbnails = "/brenvoka/thumbnails/";
 
 /// The bytes of a picture's file.
@@ -82,7 +82,8 @@ struct ThumbnailLoader
     QSignalSpy downloads{&service, &ThumbnailService::increaseDownloadSize};
 };
 
-/// A service, and the server that it loads from. Each test function starts them and stops them.
+/// The base of tests with a service and the server that it loads from. `init` calls `start`,
+/// `cleanup` calls `stop`.
 class ThumbnailFixture : public QObject
 {
 protected:

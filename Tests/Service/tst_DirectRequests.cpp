@@ -21,7 +21,7 @@ const QString address = loopback(1);
 const QString proxyAddress = loopback(9);
 const QByteArray cookie = "Set-Cookie: id=7; Path=/\r\n";
 
-/// Whether no request of the server's brought a cookie.
+/// Whether no request to the server had a cookie.
 bool noCookieCame(const WireServer &server)
 {
     const QList<WireRequest> requests = server.requests();
@@ -31,8 +31,8 @@ bool noCookieCame(const WireServer &server)
 
 } // namespace
 
-/// Libraries, the stream, commands and uploads go straight to the server, and nothing that a server
-/// sets comes back to it.
+/// Libraries, the stream, commands and uploads are requested directly from the server, and never
+/// with its cookies.
 class tst_DirectRequests : public QObject
 {
     Q_OBJECT

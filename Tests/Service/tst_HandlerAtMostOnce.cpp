@@ -11,7 +11,7 @@ using Break = std::function<void(const WireRequest &)>;
 
 } // namespace
 
-/// Connections that break under a command whose effect must not come twice.
+/// Connections that break during a command that must not be executed twice.
 class tst_HandlerAtMostOnce : public HandlerTest
 {
     Q_OBJECT
@@ -49,7 +49,6 @@ private slots:
             }
         }
     }
-
     void brokenConnectionIsAnErrorAndSendsNothingAgain()
     {
         QFETCH(const Order, order);
@@ -70,7 +69,7 @@ private slots:
         if (keptAlive)
             QCOMPARE(fixture->commands().at(1).connection, fixture->commands().at(0).connection);
 
-        // What comes next shows that nothing was sent again before it.
+        // The next request shows that nothing was sent again before it.
         const int count = keptAlive ? 2 : 1;
         fixture->server.answer(executePath, successBody);
         fixture->handler.requestSync(fixture->server.address(), {{1, 1}});
@@ -96,7 +95,7 @@ private slots:
         QCOMPARE(fixture->commands().size(), 3);
     }
 
-    // Shows that Qt would send the commands of the tests above again.
+    // The opposite case: Qt does send a sync again.
     void syncMayBeSentAgain()
     {
         fixture->server.on(executePath, [this](const WireRequest &request) {

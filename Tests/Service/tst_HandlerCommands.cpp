@@ -84,7 +84,6 @@ private slots:
             handler.requestRename({{3, u"Opening night"_s}});
         });
     }
-
     void requestMatchesTheWireFile()
     {
         QFETCH(const std::function<void(ServerConnectionHandler &)>, order);
@@ -176,7 +175,6 @@ private slots:
                                                   : result["message"_L1].toString() + u'"');
         }
     }
-
     // The message is null for a success.
     void resultsAreReported()
     {

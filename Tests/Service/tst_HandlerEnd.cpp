@@ -38,7 +38,7 @@ const QList<std::pair<const char *, Request>> requests{
 
 } // namespace
 
-/// What a handler still does when its stream has ended or it was stopped: nothing.
+/// A handler does nothing after the end of its stream or a stop.
 class tst_HandlerEnd : public HandlerTest
 {
     Q_OBJECT
@@ -74,7 +74,6 @@ private slots:
         QTest::newRow("refusal") << json("{'msg_type':7,'RESULT':1}");
         QTest::newRow("reset") << QByteArray();
     }
-
     void resultsAfterTheEndAreNotReported()
     {
         QFETCH(const QByteArray, answer);
@@ -93,7 +92,7 @@ private slots:
         for (const WireRequest &request :
              fixture->commands() + fixture->server.requests(uploadPath))
             end(request);
-        // What is sent next is sent before an answer is reported.
+        // The next command is sent before a result is reported.
         EVENTUALLY_COMPARE(fixture->probe.runningReplies(), 0);
         QCOMPARE(fixture->commands().size(), 3);
         QCOMPARE(fixture->events.lines, QStringList());
@@ -124,14 +123,13 @@ private slots:
                     << stopped << request;
         }
     }
-
     void requestAfterTheEndIsDropped()
     {
         QFETCH(const bool, stopped);
         QFETCH(const Request, request);
         fixture->sendFrame(twoTransfers);
         EVENTUALLY_COMPARE(fixture->events.lines.size(), 3);
-        // Inside the report as well as after it.
+        // Inside the signal as well as after it.
         connect(&fixture->handler, &ServerConnectionHandler::handlerServerDisconnected, this,
                 [&] { request(fixture->handler, file.fileName()); });
         if (stopped)
@@ -153,7 +151,6 @@ private slots:
         for (const auto &[name, request] : requests.first(2))
             QTest::newRow(name) << request;
     }
-
     void stopInsideSignalsEndsTheRequest()
     {
         QFETCH(const Request, request);
@@ -179,7 +176,7 @@ private slots:
     }
 
 private:
-    /// One command of each kind that is answered, and one that waits behind it.
+    /// One command of each kind with a result, and one that is queued after it.
     void startEverything()
     {
         fixture->handler.requestRemove({{1, 1}, {1, 2}});

@@ -18,7 +18,7 @@ const QByteArray shutdown = json("{'msg_type':4}");
 
 } // namespace
 
-/// How a connection begins and ends, and what its receivers may do meanwhile.
+/// How a connection starts and ends, and what receivers may do inside its signals.
 class tst_HandlerLifecycle : public HandlerTest
 {
     Q_OBJECT
@@ -184,7 +184,7 @@ private slots:
         fixture->handler.stop();
         QCOMPARE(fixture->events.lines, (QStringList{u"removed 1 2"_s, u"removed 2 3"_s}));
         QVERIFY(fixture->probe.removeQueue().isEmpty());
-        // The removal and the move are aborted; the rename's connection lives with the handler.
+        // The removal and the move are aborted; the connection of the rename remains open.
         EVENTUALLY_COMPARE(fixture->server.openConnections(), 1);
         fixture->command(CommandBodies::rename({1, u"a"_s})).answer(successBody);
         EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
@@ -312,7 +312,6 @@ private slots:
         QTest::newRow("message") << false;
         QTest::newRow("end of the stream") << true;
     }
-
     void deletionInANestedLoopWaitsForTheSignalToReturn()
     {
         QFETCH(const bool, atTheEnd);

@@ -10,7 +10,7 @@
 
 using Order = std::function<void(ServerConnectionHandler &)>;
 
-/// Requests leave nothing behind: a synchronisation has tens of thousands of them.
+/// Finished requests are deleted: a synchronisation has tens of thousands of them.
 class tst_HandlerMemory : public HandlerTest
 {
     Q_OBJECT
@@ -41,7 +41,6 @@ private slots:
             handler.cancelUpload();
         });
     }
-
     void replyIsDeletedOnceItHasFinished()
     {
         QFETCH(const Order, order);
@@ -71,7 +70,6 @@ private slots:
         });
         QTest::newRow("move") << Order([](auto &handler) { handler.requestMove(1, 2, 3); });
     }
-
     void bodyIsDeletedWithItsReply()
     {
         QFETCH(const Order, order);

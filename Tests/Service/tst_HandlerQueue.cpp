@@ -31,7 +31,7 @@ QList<VisualRef> visuals(int count)
 
 } // namespace
 
-/// Which commands are in flight, which wait, and what happens to either.
+/// Which commands are in flight, which are queued, and what happens to both.
 class tst_HandlerQueue : public HandlerTest
 {
     Q_OBJECT
@@ -181,8 +181,8 @@ private slots:
         EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
         QCOMPARE(fixture->events.lines.size(), 2000);
 
-        // Four connections deliver in any order among themselves, so three may still be on their
-        // way that were sent before.
+        // The order among four connections is not fixed, so up to three earlier commands may
+        // arrive later.
         const QByteArrayList bodies = fixture->commandBodies();
         QCOMPARE(bodies.size(), 2000);
         for (qsizetype i = 0; i < all.size(); ++i) {
@@ -322,7 +322,7 @@ private slots:
     }
 
 private:
-    /// Those that Qt has, whether or not they have arrived.
+    /// The commands that Qt has, whether or not they have arrived.
     int commandsOnTheWire() const
     {
         constexpr int stream = 1;

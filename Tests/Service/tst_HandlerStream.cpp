@@ -72,7 +72,6 @@ private slots:
         for (const int size : {1, 2, 3, 7, 31, 100, 333, 635, 636})
             QTest::addRow("%d", size) << size;
     }
-
     void wireStreamIsReadInChunks()
     {
         QFETCH(const int, size);
@@ -125,7 +124,6 @@ private slots:
         QTest::newRow("not JSON") << "garbage"_ba;
         QTest::newRow("two documents") << libraryChanged + libraryChanged;
     }
-
     void unparsableFrameBlocksTheStream()
     {
         QFETCH(const QByteArray, message);
@@ -162,7 +160,6 @@ private slots:
         QTest::newRow("end of an unknown id") << ended(transferId, 6);
         QTest::newRow("end without id") << ended(u""_s, 6);
     }
-
     void uselessMessagesAreIgnored()
     {
         QFETCH(const QByteArray, message);
@@ -230,7 +227,6 @@ private slots:
             QTest::addRow("%d is an error", status)
                 << status << u"sync error 5 6 %1 \"full\" \"http://b\""_s.arg(status);
     }
-
     void endIsReportedByStatus()
     {
         QFETCH(const int, status);

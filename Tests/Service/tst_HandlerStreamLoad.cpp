@@ -24,7 +24,7 @@ QByteArray padded(qsizetype size)
     return Wire::frame(json("{'msg_type':6,'x':'") + QByteArray(size, 'x') + json("'}"));
 }
 
-/// Runs no event loop for so long, as a program that has other things to do.
+/// Blocks the event loop for that time, as a busy program does.
 void keepBusy(std::chrono::milliseconds time)
 {
     for (const QDeadlineTimer end(time); !end.hasExpired();) {
@@ -63,7 +63,6 @@ private slots:
             QTest::addRow("many frames, %s", form) << chunked << libraryChanged << 100'000;
         }
     }
-
     void everythingArrives()
     {
         QFETCH(const bool, chunked);
@@ -83,14 +82,13 @@ private slots:
         QCOMPARE(reason, Brenvoka::DisconnectServerShutdown);
     }
 
-    // More than is read ahead is on its way when the connection is closed.
+    // More bytes than are read ahead are sent when the connection is closed.
     void closeDuringABurstLosesNothing_data()
     {
         QTest::addColumn<bool>("chunked");
         QTest::newRow("chunked") << true;
         QTest::newRow("until the end") << false;
     }
-
     void closeDuringABurstLosesNothing()
     {
         QFETCH(const bool, chunked);

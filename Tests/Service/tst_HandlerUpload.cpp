@@ -56,7 +56,6 @@ private slots:
         QTest::newRow("other control characters") << u"a\tb\x01"_s << "a\tb\x01"_ba;
         QTest::newRow("percent, backslash and semicolon") << u"50%22\\;x"_s << "50%22\\;x"_ba;
     }
-
     void fileNames()
     {
         QFETCH(const QString, name);
@@ -79,7 +78,6 @@ private slots:
         QTest::newRow("no text") << json("{'msg_type':7,'RESULT':3}") << u"upload error \"\""_s;
         QTest::newRow("no result") << "<html>"_ba << u"upload error \"Invalid response data\""_s;
     }
-
     void resultsAreReported()
     {
         QFETCH(const QByteArray, body);
@@ -230,7 +228,6 @@ private slots:
         row(29, 100, {u"upload progress 28"_s});
         row(5'000'000'000, 10'000'000'000, {u"upload progress 50"_s});
     }
-
     void progressInPercent()
     {
         QFETCH(const qlonglong, sent);

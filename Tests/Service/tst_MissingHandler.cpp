@@ -2,23 +2,17 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ConnectionServiceFixture.h"
-#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 
 /// Calls for a server that is not connected.
-class tst_MissingHandler : public QObject
+class tst_MissingHandler : public ConnectionServiceTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<ConnectionServiceFixture>();
-    }
-
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void isLoggedAndDropped_data()
     {
@@ -49,7 +43,6 @@ private slots:
         row("clearPendingRemoves", textWithColon,
             [](S &s, const QUuid &id) { s.clearPendingRemoves(id); });
     }
-
     void isLoggedAndDropped()
     {
         QFETCH(const QString, entry);
@@ -62,9 +55,6 @@ private slots:
         QCOMPARE(fixture->events.lines, QStringList());
         QCOMPARE(fixture->handlers().size(), 1);
     }
-
-private:
-    std::unique_ptr<ConnectionServiceFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_MissingHandler)

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ConnectionServiceFixture.h"
-#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
@@ -17,18 +16,13 @@ using Emission =
 } // namespace
 
 /// The 17 signals of a handler and those of the service that they become.
-class tst_ServerConnectionForwarding : public QObject
+class tst_ServerConnectionForwarding : public ConnectionServiceTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<ConnectionServiceFixture>();
-    }
-
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void forwarding_data()
     {
@@ -86,7 +80,6 @@ private slots:
         row("folderRenameFinished first 1", u"id"_s,
             [](H &h, const A &, const QUuid &id) { emit h.handlerRenameFinished(id, 1); });
     }
-
     void forwarding()
     {
         QFETCH(const QString, check);
@@ -123,9 +116,6 @@ private slots:
                  (check == "none"_L1 ? 0 : 1) + (line.startsWith(u"serverDisconnected"_s) ? 1 : 0));
         EVENTUALLY_COMPARE(handler.isNull(), true);
     }
-
-private:
-    std::unique_ptr<ConnectionServiceFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_ServerConnectionForwarding)

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include "Service/ConnectionServiceFixture.h"
-#include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
@@ -11,18 +10,13 @@
 #include <QTemporaryDir>
 
 /// What the service forwards, what it logs, and which handlers it keeps.
-class tst_ServerConnectionService : public QObject
+class tst_ServerConnectionService : public ConnectionServiceTest
 {
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<ConnectionServiceFixture>();
-    }
-
-    void cleanup() { fixture.reset(); }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void handlerBelongsToTheServiceAndConnects()
     {
@@ -124,7 +118,6 @@ private slots:
         QTest::newRow("clearPendingRemoves")
             << Operation(&ServerConnectionService::clearPendingRemoves);
     }
-
     void queuedRemovalsCanBeDropped()
     {
         QFETCH(const Operation, operation);
@@ -199,7 +192,7 @@ private slots:
         fixture->service->addHandler(firstAddress, firstId);
         const QPointer<ServerConnectionHandler> handler = fixture->handlers().constFirst();
         LogCapture log;
-        // A new handler for the id is a fresh one.
+        // A new handler for the id starts without commands.
         connect(fixture->service.get(), &ServerConnectionService::serverDisconnected,
                 fixture->service.get(),
                 [this] { fixture->service->addHandler(secondAddress, firstId); });
@@ -272,9 +265,6 @@ private slots:
         EVENTUALLY_COMPARE(fixture->first.openConnections(), 0);
         QCOMPARE(fixture->events.lines, QStringList());
     }
-
-private:
-    std::unique_ptr<ConnectionServiceFixture> fixture;
 };
 
 QTEST_GUILESS_MAIN(tst_ServerConnectionService)

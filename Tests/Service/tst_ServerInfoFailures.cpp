@@ -39,7 +39,6 @@ private slots:
         row("blank inside", versionHeader, "1 0");
         row("with a version that would be refused", {}, "2");
     }
-
     void malformedFeatureListBlocksTheServer()
     {
         QFETCH(QByteArray, headers);
@@ -60,11 +59,10 @@ private slots:
         QTest::newRow("500") << Wire::response(emptyLibrary, versionHeader, "500 Oops");
         QTest::newRow("closed without an answer") << QByteArray();
         QTest::newRow("half a head") << QByteArray("HTTP/1.1 200 OK\r\nX-BVProto");
-        QTest::newRow("of the longest body")
+        QTest::newRow("body of the maximum length")
             << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 268435456\r\n\r\n{");
         QTest::newRow("half a body") << Wire::response(emptyLibrary, versionHeader).chopped(5);
     }
-
     void failedDownloadBlocksTheServer()
     {
         QFETCH(QByteArray, response);
@@ -94,7 +92,6 @@ private slots:
         QTest::newRow("without an end")
             << Wire::chunkedHead(versionHeader) << Wire::chunk(QByteArray(1 << 18, ' '));
     }
-
     void tooLargeLibraryBlocksTheServer()
     {
         QFETCH(QByteArray, head);
@@ -156,7 +153,6 @@ private slots:
         QTest::newRow("no hash") << QByteArray(R"({"folders":[]})");
         QTest::newRow("NUL before the document") << '\0' + emptyLibrary;
     }
-
     void invalidBodyDoesNotBlockTheServer()
     {
         QFETCH(QByteArray, body);

@@ -145,7 +145,6 @@ private slots:
         row("ours", "281474976710656", 281474976710656U);
         row("largest", "18446744073709551615", 18446744073709551615U);
     }
-
     void version()
     {
         QFETCH(QByteArray, header);
@@ -182,7 +181,6 @@ private slots:
         QTest::newRow("10") << QByteArray("X-BVFeatureList: 10\r\n") << true;
         QTest::newRow("01") << QByteArray("X-BVFeatureList: 01\r\n") << false;
     }
-
     void featureList()
     {
         QFETCH(QByteArray, header);
@@ -214,11 +212,10 @@ private slots:
     {
         QTest::addColumn<qsizetype>("bytes");
         QTest::addColumn<qsizetype>("requests");
-        // Qt keeps what takes three quarters of the cache at most.
+        // Qt caches files up to three quarters of the size of the cache.
         QTest::newRow("largest that is kept") << qsizetype{6291456} << qsizetype{1};
         QTest::newRow("a byte more") << qsizetype{6291457} << qsizetype{2};
     }
-
     void diskCacheHasEightMebibytes()
     {
         QFETCH(const qsizetype, bytes);

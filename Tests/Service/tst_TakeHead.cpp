@@ -26,11 +26,10 @@ private slots:
         QTest::newRow("a duplicate is dropped and the next one is sent twice")
             << u"AAB"_s << u"BB"_s;
         QTest::newRow("a duplicate that is not next to the head") << u"ABAC"_s << u"BAC"_s;
-        QTest::newRow("duplicates behind the head") << u"ABB"_s << u"BB"_s;
+        QTest::newRow("duplicates after the head") << u"ABB"_s << u"BB"_s;
         QTest::newRow("all the same") << u"AAA"_s << u"AA"_s;
         QTest::newRow("two pairs") << u"AABB"_s << u"BBB"_s;
     }
-
     void firstEntryAndItsRepeatAreTaken()
     {
         QFETCH(const QString, before);

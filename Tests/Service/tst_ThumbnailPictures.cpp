@@ -79,7 +79,6 @@ private slots:
         QTest::newRow("JPEG") << QSize(640, 480) << QByteArray("JPG");
         QTest::newRow("BMP") << QSize(64, 48) << QByteArray("BMP");
     }
-
     void anyPictureIsScaledTo128By96()
     {
         QFETCH(QSize, size);
@@ -138,7 +137,6 @@ private slots:
         QTest::newRow("empty") << Wire::response({});
         QTest::newRow("redirect") << Wire::response({}, "Location: /else.png\r\n", "302 Found");
     }
-
     void invalidImageIsEmptyAndCached()
     {
         QFETCH(QByteArray, response);
@@ -165,7 +163,6 @@ private slots:
         // 50 kB that would be 1.6 GB if they were unpacked.
         QTest::newRow("PNG, enormous") << whitePicture(20000);
     }
-
     void tooLargePictureIsInvalid()
     {
         QFETCH(QByteArray, body);
@@ -185,7 +182,6 @@ private slots:
         QTest::newRow("unpacked, then refused") << 5700;
         QTest::newRow("not unpacked") << 5800;
     }
-
     void pictureWithoutAStatedSizeIsLimited()
     {
         QFETCH(int, side);
@@ -212,7 +208,6 @@ private slots:
             << encoded(largePicture({4096, 4096}, QImage::Format_RGBA64), "PNG");
         QTest::newRow("JPEG") << encoded(largePicture({8192, 2048}), "JPG");
     }
-
     void pictureOfTheMaximumSizeIsShown()
     {
         QFETCH(QByteArray, body);
@@ -243,7 +238,6 @@ private slots:
         QTest::newRow("without an end")
             << Wire::chunkedHead() << Wire::chunk(QByteArray(1 << 16, 'x'));
     }
-
     void tooLongBodyIsAFailedDownload()
     {
         QFETCH(QByteArray, response);
@@ -278,7 +272,7 @@ private slots:
     }
 
 private:
-    /// Loads two pictures. The first fails by the rule that the test has set, the second is red.
+    /// Loads two pictures. The first fails with the response of the test, the second is red.
     void loadOneThatFails()
     {
         load(*loader, {{1, u"x"_s}, {2, u"y"_s}});

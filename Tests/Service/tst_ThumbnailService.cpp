@@ -184,7 +184,7 @@ private slots:
         EVENTUALLY_COMPARE(loader->progress.size(), 2);
         QCOMPARE(loader->finished.size(), 0);
 
-        // The next load starts afresh.
+        // The next load starts with no pictures.
         load(*loader, {});
         QCOMPARE(loader->finished.size(), 1);
         QVERIFY(loader->pixmaps().at(1).isNull() && loader->pixmaps().at(2).isNull());

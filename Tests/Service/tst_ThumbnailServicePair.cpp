@@ -15,8 +15,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// Two services on one manager, as the two banks have them, and receivers that start or end loads
-/// while a signal goes out.
+/// Two services on one manager, as in the two banks, and receivers that start or end loads during
+/// a signal.
 class tst_ThumbnailServicePair : public ThumbnailFixture
 {
     Q_OBJECT
@@ -71,7 +71,7 @@ private slots:
         QCOMPARE(loader->progress.size(), 1);
         QCOMPARE(otherLoader->progress.size(), 1);
         QCOMPARE(otherLoader->aborted.size(), 0);
-        // Either request may have come first; what is sent to the aborted one is dropped.
+        // Either request may have arrived first; bytes for the aborted one are dropped.
         for (const WireRequest &request : peer->requests())
             request.answer(picture({4, 4}, Qt::red));
         EVENTUALLY_COMPARE(otherLoader->finished.size(), 1);
@@ -134,8 +134,8 @@ private slots:
         verifyNextLoad();
     }
 
-    /// The replies of the first load end inside the second call, whose first `progress` starts a
-    /// third one: the latest wins.
+    /// The replies of the first load finish inside the second call, whose first `progress` starts
+    /// a third load, which remains.
     void receiverStartsALoadWhileAnotherIsReplaced_data() { nextLoads(); }
     void receiverStartsALoadWhileAnotherIsReplaced()
     {
@@ -184,7 +184,7 @@ private:
         QTest::newRow("to be downloaded") << Visuals{{200, u"n"_s}, {201, u"m"_s}};
     }
 
-    /// Starts the load of the row, with index 2, at the first signal of the kind.
+    /// Starts the load of the row, with index 2, at the first such signal.
     template <typename Signal>
     void startNextAt(Signal signal)
     {

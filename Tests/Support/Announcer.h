@@ -33,8 +33,8 @@ inline QByteArray announcement(const AnnouncementFields &fields)
     return datagram;
 }
 
-/// A sender of datagrams with an address of its own. What it sent is in the receiver's queue when
-/// `send` returns.
+/// A sender of datagrams from one address. When `send` returns, the datagram is in the queue of the
+/// receiver.
 class Announcer final
 {
 public:

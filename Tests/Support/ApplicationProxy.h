@@ -7,10 +7,10 @@
 
 #include <QNetworkProxy>
 
-/// For as long as it lives, an HTTP proxy is what the process uses unless a network manager says
-/// otherwise. It answers nothing. Servers of the test have to be listening before.
+/// While it lives, the process uses an HTTP proxy that answers nothing, unless a network manager
+/// has another one. Servers of the test have to listen before.
 ///
-/// Qt asks no proxy for a loopback address, whatever is set, but does so for `thisMachine`.
+/// Qt never uses a proxy for a loopback address, but does so for `thisMachine`.
 class ApplicationProxy final
 {
 public:

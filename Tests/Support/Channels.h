@@ -42,8 +42,8 @@ public:
             close(reader);
         reader = -1;
     }
-    /// Puts in what there is room for. The kernel moves what was written to a terminal to the other
-    /// end at its own time, which makes room again until that end is full.
+    /// Writes until it is full. The kernel moves bytes of a terminal to the other end later, so
+    /// there is space again until that end is full.
     void fill() const
     {
         fcntl(writer, F_SETFL, O_NONBLOCK);
@@ -63,7 +63,7 @@ public:
             all += piece.first(size);
         }
     }
-    /// Reads until it ends so: a terminal hands on what was written at its own time.
+    /// Reads until the text ends so: a terminal passes on bytes with a delay.
     [[nodiscard]] QByteArray readUntil(const QByteArray &ending) const
     {
         QByteArray all;

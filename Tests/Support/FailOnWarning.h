@@ -7,8 +7,8 @@
 #include <QTest>
 
 /// Fails the running test function at any warning that it has not announced by
-/// QTest::ignoreMessage. What the offscreen platform says of itself ("This plugin does not support
-/// propagateSizeHints()") is no concern of a test. Call it in `init`.
+/// QTest::ignoreMessage, except those of the offscreen platform ("This plugin does not support
+/// propagateSizeHints()"). Call it in `init`.
 inline void failOnAnyWarning()
 {
     QTest::failOnWarning(QRegularExpression(QStringLiteral("^(?!This plugin does not support )")));

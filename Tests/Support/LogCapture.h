@@ -70,7 +70,7 @@ private:
         return all;
     }
 
-    /// Read in one piece: the worker may be in the midst of the last line.
+    /// Read at once: the worker may still be writing the last line.
     [[nodiscard]] QStringList readLines() const
     {
         QFile file(path());

@@ -7,7 +7,7 @@
 
 namespace Zor {
 
-/// Reaches what a log does not show.
+/// Changes private parts of a log.
 struct LogProbe
 {
     /// Each line begins with its level from now on, "[error][Source:57] text". Lines that were

@@ -22,7 +22,7 @@ public:
         point("XDG_CONFIG_HOME", QStringLiteral("config"));
         point("XDG_DATA_HOME", QStringLiteral("data"));
         point("XDG_CACHE_HOME", QStringLiteral("cache"));
-        // Where Qt keeps settings of its own, such as the file dialog's, it asks only once.
+        // Qt reads the place of its settings, such as those of the file dialog, only once.
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope,
                            home.filePath(QStringLiteral("config")));
     }

@@ -25,7 +25,7 @@ namespace Wire {
 /// a reset of such a response for its end; a chunked one or one with a length ends in an error.
 [[nodiscard]] QByteArray streamHead(const QByteArray &headers = {});
 
-/// The head of a chunked response; its body is made of `chunk`, and of `lastChunk` at the end.
+/// The head of a chunked response; its body consists of `chunk`s, with `lastChunk` at the end.
 [[nodiscard]] QByteArray chunkedHead(const QByteArray &headers = {});
 [[nodiscard]] QByteArray chunk(const QByteArray &data);
 [[nodiscard]] QByteArray lastChunk();
@@ -35,13 +35,13 @@ namespace Wire {
 
 } // namespace Wire
 
-/// One request as it was received, and the way to answer it. A cheap value: keep it, copy it,
-/// answer it whenever the test likes. Once its connection is gone, what is sent is dropped.
+/// One request as it was received, and the way to answer it. It is cheap to copy and can
+/// be answered at any time. After the end of its connection, sent bytes are dropped.
 class WireRequest final
 {
 public:
     QByteArray head;    ///< Request line and headers as received, with the empty line.
-    QByteArray body;    ///< As many bytes as Content-Length says.
+    QByteArray body;    ///< As many bytes as in Content-Length.
     QByteArray method;  ///< "GET", "POST".
     QByteArray target;  ///< Path and query, as on the request line.
     int connection = 0; ///< Number of the connection, from 0 in order of acceptance.
@@ -58,10 +58,10 @@ public:
     /// Whether the connection is still open.
     [[nodiscard]] bool isOpen() const;
 
-    /// Sends bytes as they are, at once and in a segment of their own.
+    /// Sends bytes unchanged, at once and in a separate segment.
     void send(const QByteArray &bytes) const;
 
-    /// How many of the sent bytes the system does not take, as the client does not read them.
+    /// How many of the sent bytes are not in the buffers of the system yet.
     [[nodiscard]] qint64 unsent() const;
 
     /// Sends the piece again and again, as fast as the client reads, until the connection ends.
@@ -84,9 +84,9 @@ private:
 
 /// A scriptable HTTP peer that runs in the thread and event loop of the test.
 ///
-/// Every request is recorded byte for byte, in order of arrival, and then handed to the handler of
+/// Every request is recorded byte for byte, in order of arrival, and then passed to the handler of
 /// its path. A request without a handler stays unanswered: the test finds it in `requests` and
-/// answers it when it likes, or never. Connections are kept alive until one side closes.
+/// answers it later, or never. Connections are kept alive until one side closes.
 ///
 ///     WireServer server(loopback(1));
 ///     server.answer("/brenvoka/library.json", document, "X-BVProtocolVersion: 1\r\n");
@@ -130,7 +130,7 @@ public:
     /// Waits until at least `count` requests of `path` have arrived; false after half a minute.
     [[nodiscard]] bool waitForRequests(int count, const QByteArray &path = "/") const;
 
-    /// Forgets the recorded requests; their connections stay.
+    /// Clears the recorded requests; their connections stay open.
     void forgetRequests() { recorded.clear(); }
 
     /// Every byte received on one connection, complete requests or not.

@@ -18,8 +18,8 @@
 
 namespace {
 
-/// Whether another process gets the name, which ends at once. Only root can start one as another
-/// user; for anyone else it stays his own.
+/// Whether another process gets the name; it ends at once. Only root can start it as another user;
+/// otherwise it has the same user.
 bool anotherProcessAcquires(uid_t user)
 {
     const pid_t process = fork();
@@ -32,7 +32,7 @@ bool anotherProcessAcquires(uid_t user)
     return status == 0;
 }
 
-/// Those of the socket that has the name, -1 if this process has none.
+/// The flags of the socket with the name, -1 if this process has none.
 int descriptorFlagsOfTheName()
 {
     const QByteArray name("\0Global\\Brenvoka", 16);

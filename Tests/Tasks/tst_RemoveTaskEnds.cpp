@@ -30,117 +30,109 @@ private slots:
     }
     void cleanup() { tearDown(); }
 
-    void cancelStopsTheRemainingRemovals();
-    void cancelKeepsEarlierFailures();
-    void escapeCancels();
-    void cancelAfterTheLastResultFinishesTwice();
-    void abortHidesTheDialogAndClearsErrors();
-    void deletionRemovesTheDialogAndConnections();
-    void withoutAConnectionOnlyCancelFinishesTheTask();
+    void cancelStopsTheRemainingRemovals()
+    {
+        fixture->start<RemoveTask>(five);
+        QVERIFY(fixture->answer(0));
+        QVERIFY(fixture->answer(1));
+        QVERIFY(fixture->server.wire.waitForRequests(3, TaskFixture::execute));
+        EVENTUALLY(fixture->dialog()->isVisible());
+        pressCancel(*fixture->dialog());
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->dialog()->isVisible());
+
+        // The removal in flight completes, and the task still gets its result.
+        QVERIFY(fixture->requests().last().isOpen());
+        QSignalSpy removed(&fixture->service, &ServerConnectionService::visualRemoveFinished);
+        QVERIFY(fixture->answer(2));
+        QVERIFY(removed.wait(patience));
+        QCOMPARE(removed.first().mid(1), (QVariantList{3, 3}));
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->task->hasErrors());
+        QVERIFY(fixture->settle());
+        QCOMPARE(fixture->server.visuals(ScriptedServer::Remove), five.first(3));
+    }
+
+    void cancelKeepsEarlierFailures()
+    {
+        fixture->start<RemoveTask>(five);
+        QVERIFY(fixture->answer(0, TaskFixture::inUse));
+        QVERIFY(fixture->server.wire.waitForRequests(2, TaskFixture::execute));
+        fixture->dialog()->reject();
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(fixture->task->hasErrors());
+        QCOMPARE(fixture->task->errorMessage(), u"Failed to remove 1 visuals from a total of 5."_s);
+        QCOMPARE(fixture->task->errorDetails().size(), 1);
+    }
+
+    void escapeCancels()
+    {
+        fixture->start<RemoveTask>(five);
+        EVENTUALLY(fixture->dialog()->isVisible());
+        QTest::keyClick(fixture->dialog(), Qt::Key_Escape);
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(fixture->answer(0));
+        QVERIFY(fixture->settle());
+        QCOMPARE(fixture->server.visuals(ScriptedServer::Remove), five.first(1));
+    }
+
+    void cancelAfterTheLastResultFinishesTwice()
+    {
+        fixture->start<RemoveTask>(five.first(1));
+        QVERIFY(fixture->answer(0));
+        EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+        fixture->dialog()->reject();
+        QCOMPARE(fixture->finished->size(), 2);
+        QVERIFY(!fixture->task->hasErrors());
+    }
+
+    void abortHidesTheDialogAndClearsErrors()
+    {
+        fixture->start<RemoveTask>(five);
+        QVERIFY(fixture->answer(0, TaskFixture::inUse));
+        EVENTUALLY(fixture->task->hasErrors());
+        EVENTUALLY(fixture->dialog()->isVisible());
+        fixture->task->abort();
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->dialog()->isVisible());
+        QVERIFY(!fixture->task->hasErrors());
+        QCOMPARE(fixture->task->errorMessage(), u"Failed to remove 0 visuals from a total of 0."_s);
+        QCOMPARE(fixture->task->errorDetails(), QStringList());
+        // The aborted task no longer has any of the visuals.
+        emit fixture->service.visualRemoveError(fixture->server.uuid, 3, 2, u"no"_s);
+        QVERIFY(!fixture->task->hasErrors());
+        QCOMPARE(fixture->finished->size(), 1);
+    }
+
+    void deletionRemovesTheDialogAndConnections()
+    {
+        fixture->start<RemoveTask>(five);
+        EVENTUALLY(fixture->dialog()->isVisible());
+        const QPointer<BVProgressDialog> dialog = fixture->dialog();
+        fixture->task.reset();
+        QVERIFY(!dialog);
+        QCOMPARE(fixture->finished->size(), 0);
+        // The requests continue.
+        QVERIFY(fixture->answer(0));
+        QVERIFY(fixture->server.wire.waitForRequests(2, TaskFixture::execute));
+        fixture->server.accept();
+        QVERIFY(fixture->answer(1));
+        EVENTUALLY_COMPARE(fixture->server.visuals(ScriptedServer::Remove), five);
+        QCOMPARE(fixture->finished->size(), 0);
+    }
+
+    void withoutAConnectionOnlyCancelFinishesTheTask()
+    {
+        fixture->service.removeHandler(fixture->server.uuid);
+        fixture->start<RemoveTask>(five);
+        EVENTUALLY(fixture->dialog()->isVisible());
+        QCOMPARE(fixture->finished->size(), 0);
+        pressCancel(*fixture->dialog());
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->task->hasErrors());
+        QCOMPARE(fixture->requests().size(), 0);
+    }
 };
-
-void tst_RemoveTaskEnds::cancelStopsTheRemainingRemovals()
-{
-    fixture->start<RemoveTask>(five);
-    QVERIFY(fixture->answer(0));
-    QVERIFY(fixture->answer(1));
-    QVERIFY(fixture->server.wire.waitForRequests(3, TaskFixture::execute));
-    EVENTUALLY(fixture->dialog()->isVisible());
-    pressCancel(*fixture->dialog());
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->dialog()->isVisible());
-
-    // The removal in flight completes, and the task still gets its result.
-    QVERIFY(fixture->requests().last().isOpen());
-    QSignalSpy removed(&fixture->service, &ServerConnectionService::visualRemoveFinished);
-    QVERIFY(fixture->answer(2));
-    QVERIFY(removed.wait(patience));
-    QCOMPARE(removed.first().mid(1), (QVariantList{3, 3}));
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->task->hasErrors());
-    QVERIFY(fixture->settle());
-    QCOMPARE(fixture->server.visuals(ScriptedServer::Remove), five.first(3));
-}
-
-void tst_RemoveTaskEnds::cancelKeepsEarlierFailures()
-{
-    fixture->start<RemoveTask>(five);
-    QVERIFY(fixture->answer(0, TaskFixture::inUse));
-    QVERIFY(fixture->server.wire.waitForRequests(2, TaskFixture::execute));
-    fixture->dialog()->reject();
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(fixture->task->hasErrors());
-    QCOMPARE(fixture->task->errorMessage(), u"Failed to remove 1 visuals from a total of 5."_s);
-    QCOMPARE(fixture->task->errorDetails().size(), 1);
-}
-
-void tst_RemoveTaskEnds::escapeCancels()
-{
-    fixture->start<RemoveTask>(five);
-    EVENTUALLY(fixture->dialog()->isVisible());
-    QTest::keyClick(fixture->dialog(), Qt::Key_Escape);
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(fixture->answer(0));
-    QVERIFY(fixture->settle());
-    QCOMPARE(fixture->server.visuals(ScriptedServer::Remove), five.first(1));
-}
-
-void tst_RemoveTaskEnds::cancelAfterTheLastResultFinishesTwice()
-{
-    fixture->start<RemoveTask>(five.first(1));
-    QVERIFY(fixture->answer(0));
-    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
-    fixture->dialog()->reject();
-    QCOMPARE(fixture->finished->size(), 2);
-    QVERIFY(!fixture->task->hasErrors());
-}
-
-void tst_RemoveTaskEnds::abortHidesTheDialogAndClearsErrors()
-{
-    fixture->start<RemoveTask>(five);
-    QVERIFY(fixture->answer(0, TaskFixture::inUse));
-    EVENTUALLY(fixture->task->hasErrors());
-    EVENTUALLY(fixture->dialog()->isVisible());
-    fixture->task->abort();
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->dialog()->isVisible());
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(fixture->task->errorMessage(), u"Failed to remove 0 visuals from a total of 0."_s);
-    QCOMPARE(fixture->task->errorDetails(), QStringList());
-    // The aborted task no longer has any of the visuals.
-    emit fixture->service.visualRemoveError(fixture->server.uuid, 3, 2, u"no"_s);
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(fixture->finished->size(), 1);
-}
-
-void tst_RemoveTaskEnds::deletionRemovesTheDialogAndConnections()
-{
-    fixture->start<RemoveTask>(five);
-    EVENTUALLY(fixture->dialog()->isVisible());
-    const QPointer<BVProgressDialog> dialog = fixture->dialog();
-    fixture->task.reset();
-    QVERIFY(!dialog);
-    QCOMPARE(fixture->finished->size(), 0);
-    // The requests continue.
-    QVERIFY(fixture->answer(0));
-    QVERIFY(fixture->server.wire.waitForRequests(2, TaskFixture::execute));
-    fixture->server.accept();
-    QVERIFY(fixture->answer(1));
-    EVENTUALLY_COMPARE(fixture->server.visuals(ScriptedServer::Remove), five);
-    QCOMPARE(fixture->finished->size(), 0);
-}
-
-void tst_RemoveTaskEnds::withoutAConnectionOnlyCancelFinishesTheTask()
-{
-    fixture->service.removeHandler(fixture->server.uuid);
-    fixture->start<RemoveTask>(five);
-    EVENTUALLY(fixture->dialog()->isVisible());
-    QCOMPARE(fixture->finished->size(), 0);
-    pressCancel(*fixture->dialog());
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(fixture->requests().size(), 0);
-}
 
 QTEST_MAIN(tst_RemoveTaskEnds)
 #include "tst_RemoveTaskEnds.moc"

@@ -17,229 +17,216 @@ class tst_SyncTaskEnds : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void cancelOfRenamesDoesNotStopThem();
-    void cancelOfRemovalsStartsNoTransfer();
-    void cancelStartsNoFurtherPhase();
-    void abortStartsNoFurtherPhase();
-    void queuedRemovalsReportedAsDoneStartNoTransfer();
-    void cancelAfterTheLastResultFinishesTwice();
-    void cancelKeepsEarlierErrors();
-    void abortClearsErrorsAndHidesTheDialog();
-    void abortKeepsTheRenameDialog();
-    void abortDropsQueuedRemovals();
-    void abortForALostDestinationMakesNoRequest();
-    void deletionRemovesDialogsAndConnections();
-    void errorLineOfARemovedServerHasNoName();
-};
-
-void tst_SyncTaskEnds::cancelOfRenamesDoesNotStopThem()
-{
-    SyncTaskFixture fixture(loopback(4));
-    QVERIFY(fixture.connectDestination());
-    fixture.destination.wire.hold("/brenvoka/execute.html");
-    fixture.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {{3, 2}});
-    EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Rename).size(), 1);
-    BVProgressDialog *const renaming = fixture.progressDialog(u"Renaming..."_s);
-    EVENTUALLY(renaming->isVisible());
-    pressCancel(*renaming);
-    QCOMPARE(fixture.finished->size(), 1);
-    fixture.task.reset();
-
-    fixture.destination.accept();
-    fixture.destination.wire.requests("/brenvoka/execute.html")
-        .last()
-        .answer(R"({"msg_type":7,"RESULT":0})");
-    EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Rename).size(), 2);
-    QVERIFY(fixture.settle());
-    QCOMPARE(fixture.destination.commands(ScriptedServer::Remove).size(), 0);
-    QCOMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 0);
-}
-
-void tst_SyncTaskEnds::cancelOfRemovalsStartsNoTransfer()
-{
-    SyncTaskFixture fixture(loopback(4));
-    QVERIFY(fixture.connectDestination());
-    fixture.destination.wire.hold("/brenvoka/execute.html");
-    fixture.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-    EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Remove).size(), 1);
-    BVProgressDialog *const removing = fixture.progressDialog(u"Removing..."_s);
-    EVENTUALLY(removing->isVisible());
-    QTest::keyClick(removing, Qt::Key_Escape);
-    QCOMPARE(fixture.finished->size(), 1);
-
-    // The removal in flight completes, and the task still gets its result.
-    QSignalSpy removed(&fixture.service, &ServerConnectionService::visualRemoveFinished);
-    fixture.destination.accept();
-    fixture.destination.wire.requests("/brenvoka/execute.html")
-        .last()
-        .answer(R"({"msg_type":7,"RESULT":0})");
-    QVERIFY(removed.wait(patience));
-    QVERIFY(fixture.settle());
-    QCOMPARE(fixture.destination.commands(ScriptedServer::Remove).size(), 1);
-    QCOMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 0);
-    QVERIFY(!fixture.dialog<TransferDialog>());
-    QCOMPARE(fixture.finished->size(), 1);
-}
-
-// Results may arrive between the end and the deletion of the task; a closed bar counts as full.
-void tst_SyncTaskEnds::cancelStartsNoFurtherPhase()
-{
+    void cancelOfRenamesDoesNotStopThem()
     {
         SyncTaskFixture fixture(loopback(4));
-        fixture.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
-        fixture.progressDialog(u"Renaming..."_s)->reject();
-        emit fixture.service.folderRenameFinished(fixture.destinationUuid, 9);
-        QVERIFY(!fixture.progressDialog(u"Removing..."_s));
+        QVERIFY(fixture.connectDestination());
+        fixture.destination.wire.hold("/brenvoka/execute.html");
+        fixture.start({{3, u"Three"_s}, {4, u"Four"_s}}, {{3, 1}}, {{3, 2}});
+        EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Rename).size(), 1);
+        BVProgressDialog *const renaming = fixture.progressDialog(u"Renaming..."_s);
+        EVENTUALLY(renaming->isVisible());
+        pressCancel(*renaming);
+        QCOMPARE(fixture.finished->size(), 1);
+        fixture.task.reset();
+
+        fixture.destination.accept();
+        fixture.destination.wire.requests("/brenvoka/execute.html")
+            .last()
+            .answer(R"({"msg_type":7,"RESULT":0})");
+        EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Rename).size(), 2);
+        QVERIFY(fixture.settle());
+        QCOMPARE(fixture.destination.commands(ScriptedServer::Remove).size(), 0);
+        QCOMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 0);
+    }
+
+    void cancelOfRemovalsStartsNoTransfer()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        startRemovals(fixture);
+        BVProgressDialog *const removing = fixture.progressDialog(u"Removing..."_s);
+        EVENTUALLY(removing->isVisible());
+        QTest::keyClick(removing, Qt::Key_Escape);
+        QCOMPARE(fixture.finished->size(), 1);
+
+        verifyNothingIsSentAfterTheRemoval(fixture);
+        QVERIFY(!fixture.dialog<TransferDialog>());
+        QCOMPARE(fixture.finished->size(), 1);
+    }
+
+    // Results may arrive between the end and the deletion of the task; a closed bar counts as full.
+    void cancelStartsNoFurtherPhase()
+    {
+        {
+            SyncTaskFixture fixture(loopback(4));
+            fixture.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
+            fixture.progressDialog(u"Renaming..."_s)->reject();
+            emit fixture.service.folderRenameFinished(fixture.destinationUuid, 9);
+            QVERIFY(!fixture.progressDialog(u"Removing..."_s));
+            QVERIFY(!fixture.dialog<TransferDialog>());
+        }
+        SyncTaskFixture fixture(loopback(4));
+        fixture.start({}, {{3, 1}}, {{3, 2}});
+        fixture.progressDialog(u"Removing..."_s)->reject();
+        emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 9, 9);
         QVERIFY(!fixture.dialog<TransferDialog>());
     }
-    SyncTaskFixture fixture(loopback(4));
-    fixture.start({}, {{3, 1}}, {{3, 2}});
-    fixture.progressDialog(u"Removing..."_s)->reject();
-    emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 9, 9);
-    QVERIFY(!fixture.dialog<TransferDialog>());
-}
 
-void tst_SyncTaskEnds::abortStartsNoFurtherPhase()
-{
+    void abortStartsNoFurtherPhase()
     {
+        {
+            SyncTaskFixture fixture(loopback(4));
+            fixture.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
+            // The source is lost, and the destination still answers its last rename.
+            fixture.task->abort();
+            emit fixture.service.folderRenameFinished(fixture.destinationUuid, 3);
+            QVERIFY(!fixture.progressDialog(u"Removing..."_s));
+            QVERIFY(!fixture.dialog<TransferDialog>());
+        }
         SyncTaskFixture fixture(loopback(4));
-        fixture.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
-        // The source is lost, and the destination still answers its last rename.
+        fixture.start({}, {{3, 1}}, {{3, 2}});
         fixture.task->abort();
-        emit fixture.service.folderRenameFinished(fixture.destinationUuid, 3);
-        QVERIFY(!fixture.progressDialog(u"Removing..."_s));
+        emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
         QVERIFY(!fixture.dialog<TransferDialog>());
     }
-    SyncTaskFixture fixture(loopback(4));
-    fixture.start({}, {{3, 1}}, {{3, 2}});
-    fixture.task->abort();
-    emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
-    QVERIFY(!fixture.dialog<TransferDialog>());
-}
 
-// As for a destination that no longer announces itself: the removal in flight is not reported.
-void tst_SyncTaskEnds::queuedRemovalsReportedAsDoneStartNoTransfer()
-{
-    SyncTaskFixture fixture(loopback(4));
-    QVERIFY(fixture.connectDestination());
-    fixture.destination.wire.hold("/brenvoka/execute.html");
-    fixture.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-    QVERIFY(fixture.destination.wire.waitForRequests(1, "/brenvoka/execute.html"));
-    fixture.service.removeHandler(fixture.destinationUuid);
-    QCOMPARE(fixture.progressDialog(u"Removing..."_s)->progress(), 2);
-    QCOMPARE(fixture.finished->size(), 0);
-    fixture.task->abort();
-    QCOMPARE(fixture.finished->size(), 1);
-    QVERIFY(!fixture.dialog<TransferDialog>());
-    QVERIFY(!fixture.task->hasErrors());
-}
+    // As for a destination that no longer announces itself: the removal in flight is not reported.
+    void queuedRemovalsReportedAsDoneStartNoTransfer()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        QVERIFY(fixture.connectDestination());
+        fixture.destination.wire.hold("/brenvoka/execute.html");
+        fixture.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
+        QVERIFY(fixture.destination.wire.waitForRequests(1, "/brenvoka/execute.html"));
+        fixture.service.removeHandler(fixture.destinationUuid);
+        QCOMPARE(fixture.progressDialog(u"Removing..."_s)->progress(), 2);
+        QCOMPARE(fixture.finished->size(), 0);
+        fixture.task->abort();
+        QCOMPARE(fixture.finished->size(), 1);
+        QVERIFY(!fixture.dialog<TransferDialog>());
+        QVERIFY(!fixture.task->hasErrors());
+    }
 
-void tst_SyncTaskEnds::cancelAfterTheLastResultFinishesTwice()
-{
-    SyncTaskFixture fixture(loopback(4));
-    fixture.start({}, {{3, 1}}, {});
-    emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
-    fixture.progressDialog(u"Removing..."_s)->reject();
-    QCOMPARE(fixture.finished->size(), 2);
-}
+    void cancelAfterTheLastResultFinishesTwice()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        fixture.start({}, {{3, 1}}, {});
+        emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
+        fixture.progressDialog(u"Removing..."_s)->reject();
+        QCOMPARE(fixture.finished->size(), 2);
+    }
 
-void tst_SyncTaskEnds::cancelKeepsEarlierErrors()
-{
-    SyncTaskFixture fixture(loopback(4));
-    fixture.start({}, {{3, 1}, {3, 2}}, {});
-    emit fixture.service.visualRemoveError(fixture.destinationUuid, 3, 1, u"locked"_s);
-    fixture.progressDialog(u"Removing..."_s)->reject();
-    QCOMPARE(fixture.finished->size(), 1);
-    QVERIFY(fixture.task->hasErrors());
-    QCOMPARE(fixture.task->errorDetails().size(), 1);
-}
+    void cancelKeepsEarlierErrors()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        fixture.start({}, {{3, 1}, {3, 2}}, {});
+        emit fixture.service.visualRemoveError(fixture.destinationUuid, 3, 1, u"locked"_s);
+        fixture.progressDialog(u"Removing..."_s)->reject();
+        QCOMPARE(fixture.finished->size(), 1);
+        QVERIFY(fixture.task->hasErrors());
+        QCOMPARE(fixture.task->errorDetails().size(), 1);
+    }
 
-void tst_SyncTaskEnds::abortClearsErrorsAndHidesTheDialog()
-{
-    SyncTaskFixture fixture(loopback(4));
-    fixture.start({}, {{3, 1}, {3, 2}}, {});
-    emit fixture.service.visualRemoveError(fixture.destinationUuid, 3, 1, u"locked"_s);
-    BVProgressDialog *const removing = fixture.progressDialog(u"Removing..."_s);
-    EVENTUALLY(removing->isVisible());
-    QVERIFY(fixture.task->hasErrors());
-    fixture.task->abort();
-    QCOMPARE(fixture.finished->size(), 1);
-    QVERIFY(!fixture.task->hasErrors());
-    QVERIFY(!removing->isVisible());
-}
+    void abortClearsErrorsAndHidesTheDialog()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        fixture.start({}, {{3, 1}, {3, 2}}, {});
+        emit fixture.service.visualRemoveError(fixture.destinationUuid, 3, 1, u"locked"_s);
+        BVProgressDialog *const removing = fixture.progressDialog(u"Removing..."_s);
+        EVENTUALLY(removing->isVisible());
+        QVERIFY(fixture.task->hasErrors());
+        fixture.task->abort();
+        QCOMPARE(fixture.finished->size(), 1);
+        QVERIFY(!fixture.task->hasErrors());
+        QVERIFY(!removing->isVisible());
+    }
 
-void tst_SyncTaskEnds::abortKeepsTheRenameDialog()
-{
-    SyncTaskFixture fixture(loopback(4));
-    fixture.start({{3, u"Three"_s}}, {}, {});
-    const QPointer<BVProgressDialog> renaming = fixture.progressDialog(u"Renaming..."_s);
-    EVENTUALLY(renaming->isVisible());
-    fixture.task->abort();
-    QCOMPARE(fixture.finished->size(), 1);
-    QVERIFY(renaming->isVisible());
-    fixture.task.reset();
-    QVERIFY(!renaming);
-}
+    void abortKeepsTheRenameDialog()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        fixture.start({{3, u"Three"_s}}, {}, {});
+        const QPointer<BVProgressDialog> renaming = fixture.progressDialog(u"Renaming..."_s);
+        EVENTUALLY(renaming->isVisible());
+        fixture.task->abort();
+        QCOMPARE(fixture.finished->size(), 1);
+        QVERIFY(renaming->isVisible());
+        fixture.task.reset();
+        QVERIFY(!renaming);
+    }
 
-// The source is lost; the destination is still connected.
-void tst_SyncTaskEnds::abortDropsQueuedRemovals()
-{
-    SyncTaskFixture fixture(loopback(4));
-    QVERIFY(fixture.connectDestination());
-    fixture.destination.wire.hold("/brenvoka/execute.html");
-    fixture.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-    EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Remove).size(), 1);
-    fixture.task->abort();
-    QCOMPARE(fixture.finished->size(), 1);
+    // The source is lost; the destination is still connected.
+    void abortDropsQueuedRemovals()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        startRemovals(fixture);
+        fixture.task->abort();
+        QCOMPARE(fixture.finished->size(), 1);
 
-    QSignalSpy removed(&fixture.service, &ServerConnectionService::visualRemoveFinished);
-    fixture.destination.accept();
-    fixture.destination.wire.requests("/brenvoka/execute.html")
-        .last()
-        .answer(R"({"msg_type":7,"RESULT":0})");
-    QVERIFY(removed.wait(patience));
-    QVERIFY(fixture.settle());
-    QCOMPARE(fixture.destination.commands(ScriptedServer::Remove).size(), 1);
-    QCOMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 0);
-}
+        verifyNothingIsSentAfterTheRemoval(fixture);
+    }
 
-void tst_SyncTaskEnds::abortForALostDestinationMakesNoRequest()
-{
-    SyncTaskFixture fixture(loopback(4));
-    fixture.start({}, {{3, 1}}, {});
-    LogCapture log;
-    fixture.task->abort();
-    QCOMPARE(log.texts(), QStringList());
-}
+    void abortForALostDestinationMakesNoRequest()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        fixture.start({}, {{3, 1}}, {});
+        LogCapture log;
+        fixture.task->abort();
+        QCOMPARE(log.texts(), QStringList());
+    }
 
-void tst_SyncTaskEnds::deletionRemovesDialogsAndConnections()
-{
-    SyncTaskFixture fixture(loopback(4));
-    fixture.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
-    emit fixture.service.folderRenameFinished(fixture.destinationUuid, 3);
-    emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
-    const QPointer<QDialog> renaming = fixture.progressDialog(u"Renaming..."_s);
-    const QPointer<QDialog> removing = fixture.progressDialog(u"Removing..."_s);
-    const QPointer<QDialog> transferring = fixture.dialog<TransferDialog>();
-    QVERIFY(renaming && removing && transferring);
-    const qsizetype before = fixture.finished->size();
-    fixture.task.reset();
-    QVERIFY(!renaming && !removing && !transferring);
-    emit fixture.service.folderRenameFinished(fixture.destinationUuid, 3);
-    emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
-    emit fixture.service.syncOperationFinished(fixture.destinationUuid);
-    QCOMPARE(fixture.finished->size(), before);
-}
+    void deletionRemovesDialogsAndConnections()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        fixture.start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
+        emit fixture.service.folderRenameFinished(fixture.destinationUuid, 3);
+        emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
+        const QPointer<QDialog> renaming = fixture.progressDialog(u"Renaming..."_s);
+        const QPointer<QDialog> removing = fixture.progressDialog(u"Removing..."_s);
+        const QPointer<QDialog> transferring = fixture.dialog<TransferDialog>();
+        QVERIFY(renaming && removing && transferring);
+        const qsizetype before = fixture.finished->size();
+        fixture.task.reset();
+        QVERIFY(!renaming && !removing && !transferring);
+        emit fixture.service.folderRenameFinished(fixture.destinationUuid, 3);
+        emit fixture.service.visualRemoveFinished(fixture.destinationUuid, 3, 1);
+        emit fixture.service.syncOperationFinished(fixture.destinationUuid);
+        QCOMPARE(fixture.finished->size(), before);
+    }
 
-void tst_SyncTaskEnds::errorLineOfARemovedServerHasNoName()
-{
-    SyncTaskFixture fixture(loopback(4));
-    fixture.start({}, {{3, 1}}, {});
-    emit fixture.service.visualRemoveError(fixture.destinationUuid, 3, 1, u"gone"_s);
-    fixture.model.removeServer(fixture.destinationUuid);
-    QCOMPARE(fixture.task->errorDetails(),
-             QStringList{u"Remove visual 001 in folder 003 on server \"\" failed: gone."_s});
-}
+    void errorLineOfARemovedServerHasNoName()
+    {
+        SyncTaskFixture fixture(loopback(4));
+        fixture.start({}, {{3, 1}}, {});
+        emit fixture.service.visualRemoveError(fixture.destinationUuid, 3, 1, u"gone"_s);
+        fixture.model.removeServer(fixture.destinationUuid);
+        QCOMPARE(fixture.task->errorDetails(),
+                 QStringList{u"Remove visual 001 in folder 003 on server \"\" failed: gone."_s});
+    }
+
+private:
+    /// Starts three removals and a transfer, and waits until the first removal is in flight.
+    static void startRemovals(SyncTaskFixture &fixture)
+    {
+        QVERIFY(fixture.connectDestination());
+        fixture.destination.wire.hold("/brenvoka/execute.html");
+        fixture.start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
+        EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Remove).size(), 1);
+    }
+
+    /// The removal in flight completes, and the task still gets its result.
+    static void verifyNothingIsSentAfterTheRemoval(SyncTaskFixture &fixture)
+    {
+        QSignalSpy removed(&fixture.service, &ServerConnectionService::visualRemoveFinished);
+        fixture.destination.accept();
+        fixture.destination.wire.requests("/brenvoka/execute.html")
+            .last()
+            .answer(R"({"msg_type":7,"RESULT":0})");
+        QVERIFY(removed.wait(patience));
+        QVERIFY(fixture.settle());
+        QCOMPARE(fixture.destination.commands(ScriptedServer::Remove).size(), 1);
+        QCOMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 0);
+    }
+};
 
 QTEST_MAIN(tst_SyncTaskEnds)
 #include "tst_SyncTaskEnds.moc"

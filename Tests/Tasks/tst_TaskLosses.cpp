@@ -58,95 +58,89 @@ class tst_TaskLosses : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void lostServerFinishesTheTaskWithoutErrors_data();
-    void lostServerFinishesTheTaskWithoutErrors();
-    void lostServerReportsQueuedRemovalsAsDone();
-    void lostServerAbortsTheUpload();
-};
-
-void tst_TaskLosses::lostServerFinishesTheTaskWithoutErrors_data()
-{
-    QTest::addColumn<Start>("start");
-    QTest::addColumn<Loss>("lose");
-    for (const auto &[operation, start] : operations) {
-        for (const auto &[way, lose] : losses)
-            QTest::addRow("%s, %s", operation, way) << start << lose;
+    void lostServerFinishesTheTaskWithoutErrors_data()
+    {
+        QTest::addColumn<Start>("start");
+        QTest::addColumn<Loss>("lose");
+        for (const auto &[operation, start] : operations) {
+            for (const auto &[way, lose] : losses)
+                QTest::addRow("%s, %s", operation, way) << start << lose;
+        }
     }
-}
+    void lostServerFinishesTheTaskWithoutErrors()
+    {
+        QFETCH(const Start, start);
+        QFETCH(const Loss, lose);
+        const QTemporaryDir directory;
+        QFile file(directory.filePath(u"sunset.png"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(100));
 
-void tst_TaskLosses::lostServerFinishesTheTaskWithoutErrors()
-{
-    QFETCH(const Start, start);
-    QFETCH(const Loss, lose);
-    const QTemporaryDir directory;
-    QFile file(directory.filePath(u"sunset.png"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(100));
+        TaskFixture fixture(loopback(1));
+        QVERIFY(fixture.connectServer());
+        fixture.server.wire.hold(TaskFixture::execute);
+        start(fixture, file.fileName());
+        connect(&fixture.service, &ServerConnectionService::serverDisconnected, fixture.task.get(),
+                [&fixture] { fixture.task->abort(); });
+        QVERIFY(fixture.server.wire.waitForRequests(2));
+        const WireRequest onTheWire = fixture.server.wire.requests().last();
+        fixture.dialog()->showIfUnfinished();
+        QVERIFY(fixture.dialog()->isVisible());
+        QCOMPARE(fixture.finished->size(), 0);
+        // Read when the task ends: the delay of the dialog may still be running, and the controller
+        // deletes the task before its end.
+        bool visibleAtTheEnd = true;
+        connect(fixture.task.get(), &TaskBase::taskFinished, this,
+                [&] { visibleAtTheEnd = fixture.dialog()->isVisible(); });
 
-    TaskFixture fixture(loopback(1));
-    QVERIFY(fixture.connectServer());
-    fixture.server.wire.hold(TaskFixture::execute);
-    start(fixture, file.fileName());
-    connect(&fixture.service, &ServerConnectionService::serverDisconnected, fixture.task.get(),
-            [&fixture] { fixture.task->abort(); });
-    QVERIFY(fixture.server.wire.waitForRequests(2));
-    const WireRequest onTheWire = fixture.server.wire.requests().last();
-    fixture.dialog()->showIfUnfinished();
-    QVERIFY(fixture.dialog()->isVisible());
-    QCOMPARE(fixture.finished->size(), 0);
-    // Read when the task ends: the delay of the dialog may still be running, and the controller
-    // deletes the task before its end.
-    bool visibleAtTheEnd = true;
-    connect(fixture.task.get(), &TaskBase::taskFinished, this,
-            [&] { visibleAtTheEnd = fixture.dialog()->isVisible(); });
+        lose(fixture);
+        EVENTUALLY(fixture.finished->size() > 0);
+        QVERIFY(!visibleAtTheEnd);
+        EVENTUALLY(!fixture.task->hasErrors());
+        QCOMPARE(fixture.task->errorDetails(), QStringList());
+        // The connections end with the handler.
+        EVENTUALLY_COMPARE(fixture.server.wire.openConnections(), 0);
+        QVERIFY(!onTheWire.isOpen());
+        QVERIFY(!fixture.task->hasErrors());
+        QCOMPARE(fixture.server.wire.requests().size(), 2);
+    }
 
-    lose(fixture);
-    EVENTUALLY(fixture.finished->size() > 0);
-    QVERIFY(!visibleAtTheEnd);
-    EVENTUALLY(!fixture.task->hasErrors());
-    QCOMPARE(fixture.task->errorDetails(), QStringList());
-    // The connections end with the handler.
-    EVENTUALLY_COMPARE(fixture.server.wire.openConnections(), 0);
-    QVERIFY(!onTheWire.isOpen());
-    QVERIFY(!fixture.task->hasErrors());
-    QCOMPARE(fixture.server.wire.requests().size(), 2);
-}
+    void lostServerReportsQueuedRemovalsAsDone()
+    {
+        TaskFixture fixture(loopback(1));
+        QVERIFY(fixture.connectServer());
+        fixture.server.wire.hold(TaskFixture::execute);
+        fixture.start<RemoveTask>(QList<VisualRef>{{3, 1}, {3, 2}, {3, 3}});
+        QVERIFY(fixture.server.wire.waitForRequests(2));
+        fixture.service.removeHandler(fixture.server.uuid);
+        QCOMPARE(fixture.dialog()->progress(), 2);
+        QCOMPARE(fixture.finished->size(), 0);
+        fixture.task->abort();
+        QCOMPARE(fixture.finished->size(), 1);
+    }
 
-void tst_TaskLosses::lostServerReportsQueuedRemovalsAsDone()
-{
-    TaskFixture fixture(loopback(1));
-    QVERIFY(fixture.connectServer());
-    fixture.server.wire.hold(TaskFixture::execute);
-    fixture.start<RemoveTask>(QList<VisualRef>{{3, 1}, {3, 2}, {3, 3}});
-    QVERIFY(fixture.server.wire.waitForRequests(2));
-    fixture.service.removeHandler(fixture.server.uuid);
-    QCOMPARE(fixture.dialog()->progress(), 2);
-    QCOMPARE(fixture.finished->size(), 0);
-    fixture.task->abort();
-    QCOMPARE(fixture.finished->size(), 1);
-}
+    void lostServerAbortsTheUpload()
+    {
+        const QTemporaryDir directory;
+        QFile file(directory.filePath(u"sunset.mov"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(64 << 20));
 
-void tst_TaskLosses::lostServerAbortsTheUpload()
-{
-    const QTemporaryDir directory;
-    QFile file(directory.filePath(u"sunset.mov"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(64 << 20));
-
-    TaskFixture fixture(loopback(1));
-    QVERIFY(fixture.connectServer());
-    QSignalSpy progress(&fixture.service, &ServerConnectionService::uploadedFileProgress);
-    fixture.server.wire.setReading(false);
-    fixture.start<UploadTask>(3, 17, file.fileName());
-    connect(&fixture.service, &ServerConnectionService::serverDisconnected, fixture.task.get(),
-            [&fixture] { fixture.task->abort(); });
-    QVERIFY(progress.wait(patience));
-    fixture.server.stream.close();
-    EVENTUALLY_COMPARE(fixture.finished->size(), 1);
-    QVERIFY(!fixture.dialog()->isVisible());
-    QVERIFY(!fixture.task->hasErrors());
-    fixture.server.wire.setReading(true);
-    EVENTUALLY_COMPARE(fixture.server.wire.openConnections(), 0);
-    QCOMPARE(fixture.server.wire.requests("/brenvoka/upload.html").size(), 0);
-}
+        TaskFixture fixture(loopback(1));
+        QVERIFY(fixture.connectServer());
+        QSignalSpy progress(&fixture.service, &ServerConnectionService::uploadedFileProgress);
+        fixture.server.wire.setReading(false);
+        fixture.start<UploadTask>(3, 17, file.fileName());
+        connect(&fixture.service, &ServerConnectionService::serverDisconnected, fixture.task.get(),
+                [&fixture] { fixture.task->abort(); });
+        QVERIFY(progress.wait(patience));
+        fixture.server.stream.close();
+        EVENTUALLY_COMPARE(fixture.finished->size(), 1);
+        QVERIFY(!fixture.dialog()->isVisible());
+        QVERIFY(!fixture.task->hasErrors());
+        fixture.server.wire.setReading(true);
+        EVENTUALLY_COMPARE(fixture.server.wire.openConnections(), 0);
+        QCOMPARE(fixture.server.wire.requests("/brenvoka/upload.html").size(), 0);
+    }
+};
 
 QTEST_MAIN(tst_TaskLosses)
 #include "tst_TaskLosses.moc"

@@ -27,19 +27,185 @@ private slots:
     void init() { setUp(); }
     void cleanup() { tearDown(); }
 
-    void dialogAppearsAtOnceWithItsTexts();
-    void progressIsShownInPercent();
-    void importingDisablesCancel();
-    void resultFinishesTheTask();
-    void earlyResultFinishesTheTask();
+    void dialogAppearsAtOnceWithItsTexts()
+    {
+        start();
+        QVERIFY(fixture->started);
+        QVERIFY(fixture->dialog()->isVisible());
+        QVERIFY(fixture->dialog()->isModal());
+        QCOMPARE(fixture->dialog()->windowTitle(), u"Uploading..."_s);
+        QCOMPARE(fixture->label(), u"Uploading visual"_s);
+        QCOMPARE(fixture->dialog()->progress(), 0);
+        QCOMPARE(fixture->dialog()->maximum(), 100);
+        QVERIFY(cancelButton(*fixture->dialog())->isEnabled());
+        QCOMPARE(fixture->task->affectedServer(), fixture->server.uuid);
+        QVERIFY(fixture->task->involvesServer(fixture->server.uuid));
+        QVERIFY(!fixture->task->involvesServer(QUuid()));
+    }
+
+    void progressIsShownInPercent()
+    {
+        fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
+        for (const int percent : {0, 1, 50, 99}) {
+            emit fixture->service.uploadedFileProgress(fixture->server.uuid, percent);
+            QCOMPARE(fixture->dialog()->progress(), percent);
+            QVERIFY(fixture->dialog()->isVisible());
+            QVERIFY(cancelButton(*fixture->dialog())->isEnabled());
+            QCOMPARE(fixture->dialog()->windowTitle(), u"Uploading..."_s);
+            QCOMPARE(fixture->label(), u"Uploading visual"_s);
+        }
+        QCOMPARE(fixture->finished->size(), 0);
+    }
+
+    void importingDisablesCancel()
+    {
+        start();
+        QVERIFY(isImporting());
+        QVERIFY(fixture->dialog()->isVisible());
+        QCOMPARE(fixture->dialog()->progress(), 100);
+        QCOMPARE(fixture->dialog()->maximum(), 100);
+        QCOMPARE(fixture->dialog()->windowTitle(), u"Importing..."_s);
+        QCOMPARE(fixture->label(), u"Importing visual"_s);
+        QVERIFY(!cancelButton(*fixture->dialog())->isEnabled());
+        pressCancel(*fixture->dialog());
+        QVERIFY(fixture->dialog()->isVisible());
+        QCOMPARE(fixture->finished->size(), 0);
+    }
+
+    void resultFinishesTheTask()
+    {
+        start();
+        QVERIFY(isImporting());
+        const QByteArray body = uploads().constFirst().body;
+        QVERIFY(body.contains("name=\"folderIdx\"\r\n\r\n3\r\n"));
+        QVERIFY(body.contains("name=\"visualIdx\"\r\n\r\n17\r\n"));
+        QVERIFY(body.contains("filename=\"sunset.png\"\r\n\r\nFILE BYTES\r\n"));
+        uploads().constFirst().answer(TaskFixture::success);
+        EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+        QCOMPARE(fixture->finished->first().first().value<TaskBase *>(), fixture->task.get());
+        QVERIFY(!fixture->dialog()->isVisible());
+        QCOMPARE(fixture->dialog()->result(), int(QDialog::Accepted));
+        QVERIFY(!fixture->task->hasErrors());
+        QCOMPARE(fixture->task->errorDetails(), QStringList());
+    }
+
+    void earlyResultFinishesTheTask()
+    {
+        fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
+        emit fixture->service.uploadedFileProgress(fixture->server.uuid, 40);
+        emit fixture->service.uploadedFileFinished(fixture->server.uuid);
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->dialog()->isVisible());
+    }
+
     void resultCodes_data() { addResultRows(); }
-    void resultCodes();
-    void networkErrorIsReported();
-    void cancelAbortsTheRequestWithoutAnError();
-    void cancelClearsAFailure();
-    void escapeCancelsWhileImporting();
-    void missingFileLeavesTheDialogAtZeroPercent();
-    void deletionRemovesTheDialogAndConnections();
+    void resultCodes()
+    {
+        QFETCH(const QByteArray, result);
+        QFETCH(const QString, text);
+        start();
+        QVERIFY(isImporting());
+        uploads().constFirst().answer(result);
+        EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->dialog()->isVisible());
+        QCOMPARE(fixture->dialog()->result(), int(QDialog::Accepted));
+        QVERIFY(fixture->task->hasErrors());
+        QCOMPARE(fixture->task->errorMessage(), u"Visual could not be uploaded"_s);
+        QCOMPARE(
+            fixture->task->errorDetails(),
+            QStringList{u"Upload for visual 017 in folder 003 to server \"Stage left\" failed: "_s +
+                        text + u'.'});
+    }
+
+    void networkErrorIsReported()
+    {
+        start();
+        QVERIFY(isImporting());
+        uploads().constFirst().answer(TaskFixture::success, {}, "404 Nothing");
+        EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->dialog()->isVisible());
+        QCOMPARE(fixture->task->errorDetails(),
+                 QStringList{
+                     u"Upload for visual 017 in folder 003 to server \"Stage left\" failed: "
+                     "Error transferring http://" LOOPBACK(1) ":4567/brenvoka/upload.html - server "
+                                                              "replied: Nothing."_s});
+    }
+
+    void cancelAbortsTheRequestWithoutAnError()
+    {
+        QSignalSpy progress(&fixture->service, &ServerConnectionService::uploadedFileProgress);
+        fixture->server.wire.setReading(false);
+        start(QByteArray(64 << 20, 'x'));
+        QVERIFY(progress.wait(patience));
+        QVERIFY(!fixture->dialog()->isFinished());
+        pressCancel(*fixture->dialog());
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->dialog()->isVisible());
+        QVERIFY(!fixture->task->hasErrors());
+        // Only the stream stays open, and the file did not arrive.
+        fixture->server.wire.setReading(true);
+        EVENTUALLY_COMPARE(fixture->server.wire.openConnections(), 1);
+        QCOMPARE(uploads().size(), 0);
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->task->hasErrors());
+    }
+
+    void cancelClearsAFailure()
+    {
+        start();
+        emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
+        QVERIFY(fixture->task->hasErrors());
+        fixture->dialog()->reject();
+        QCOMPARE(fixture->finished->size(), 2);
+        QVERIFY(!fixture->task->hasErrors());
+        QCOMPARE(fixture->task->errorDetails(), QStringList());
+    }
+
+    void escapeCancelsWhileImporting()
+    {
+        start();
+        QVERIFY(isImporting());
+        QTest::keyClick(fixture->dialog(), Qt::Key_Escape);
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->dialog()->isVisible());
+        QVERIFY(!fixture->task->hasErrors());
+        EVENTUALLY(!uploads().constFirst().isOpen());
+    }
+
+    void missingFileLeavesTheDialogAtZeroPercent()
+    {
+        const QString path = directory.filePath(u"gone.png"_s);
+        fixture->start<UploadTask>(3, 17, path);
+        QVERIFY(fixture->settle());
+        QCOMPARE(uploads().size(), 0);
+        QCOMPARE(fixture->finished->size(), 0);
+        QVERIFY(fixture->dialog()->isVisible());
+        QCOMPARE(fixture->dialog()->progress(), 0);
+        QCOMPARE(fixture->dialog()->windowTitle(), u"Uploading..."_s);
+        QVERIFY(cancelButton(*fixture->dialog())->isEnabled());
+        pressCancel(*fixture->dialog());
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(!fixture->dialog()->isVisible());
+        QVERIFY(!fixture->task->hasErrors());
+
+        // The server accepts the next upload.
+        start();
+        QVERIFY(isImporting());
+    }
+
+    void deletionRemovesTheDialogAndConnections()
+    {
+        start();
+        QVERIFY(isImporting());
+        const QPointer<BVProgressDialog> dialog = fixture->dialog();
+        fixture->task.reset();
+        QVERIFY(!dialog);
+        // The request continues.
+        QSignalSpy sent(&fixture->service, &ServerConnectionService::uploadedFileFinished);
+        uploads().constFirst().answer(TaskFixture::success);
+        QVERIFY(sent.wait(patience));
+        QCOMPARE(fixture->finished->size(), 0);
+    }
 
 private:
     void start(const QByteArray &content = "FILE BYTES")
@@ -61,185 +227,6 @@ private:
 
     QTemporaryDir directory;
 };
-
-void tst_UploadTask::dialogAppearsAtOnceWithItsTexts()
-{
-    start();
-    QVERIFY(fixture->started);
-    QVERIFY(fixture->dialog()->isVisible());
-    QVERIFY(fixture->dialog()->isModal());
-    QCOMPARE(fixture->dialog()->windowTitle(), u"Uploading..."_s);
-    QCOMPARE(fixture->label(), u"Uploading visual"_s);
-    QCOMPARE(fixture->dialog()->progress(), 0);
-    QCOMPARE(fixture->dialog()->maximum(), 100);
-    QVERIFY(cancelButton(*fixture->dialog())->isEnabled());
-    QCOMPARE(fixture->task->affectedServer(), fixture->server.uuid);
-    QVERIFY(fixture->task->involvesServer(fixture->server.uuid));
-    QVERIFY(!fixture->task->involvesServer(QUuid()));
-}
-
-void tst_UploadTask::progressIsShownInPercent()
-{
-    fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
-    for (const int percent : {0, 1, 50, 99}) {
-        emit fixture->service.uploadedFileProgress(fixture->server.uuid, percent);
-        QCOMPARE(fixture->dialog()->progress(), percent);
-        QVERIFY(fixture->dialog()->isVisible());
-        QVERIFY(cancelButton(*fixture->dialog())->isEnabled());
-        QCOMPARE(fixture->dialog()->windowTitle(), u"Uploading..."_s);
-        QCOMPARE(fixture->label(), u"Uploading visual"_s);
-    }
-    QCOMPARE(fixture->finished->size(), 0);
-}
-
-void tst_UploadTask::importingDisablesCancel()
-{
-    start();
-    QVERIFY(isImporting());
-    QVERIFY(fixture->dialog()->isVisible());
-    QCOMPARE(fixture->dialog()->progress(), 100);
-    QCOMPARE(fixture->dialog()->maximum(), 100);
-    QCOMPARE(fixture->dialog()->windowTitle(), u"Importing..."_s);
-    QCOMPARE(fixture->label(), u"Importing visual"_s);
-    QVERIFY(!cancelButton(*fixture->dialog())->isEnabled());
-    pressCancel(*fixture->dialog());
-    QVERIFY(fixture->dialog()->isVisible());
-    QCOMPARE(fixture->finished->size(), 0);
-}
-
-void tst_UploadTask::resultFinishesTheTask()
-{
-    start();
-    QVERIFY(isImporting());
-    const QByteArray body = uploads().constFirst().body;
-    QVERIFY(body.contains("name=\"folderIdx\"\r\n\r\n3\r\n"));
-    QVERIFY(body.contains("name=\"visualIdx\"\r\n\r\n17\r\n"));
-    QVERIFY(body.contains("filename=\"sunset.png\"\r\n\r\nFILE BYTES\r\n"));
-    uploads().constFirst().answer(TaskFixture::success);
-    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
-    QCOMPARE(fixture->finished->first().first().value<TaskBase *>(), fixture->task.get());
-    QVERIFY(!fixture->dialog()->isVisible());
-    QCOMPARE(fixture->dialog()->result(), int(QDialog::Accepted));
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(fixture->task->errorDetails(), QStringList());
-}
-
-void tst_UploadTask::earlyResultFinishesTheTask()
-{
-    fixture->start<UploadTask>(3, 17, directory.filePath(u"missing"_s));
-    emit fixture->service.uploadedFileProgress(fixture->server.uuid, 40);
-    emit fixture->service.uploadedFileFinished(fixture->server.uuid);
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->dialog()->isVisible());
-}
-
-void tst_UploadTask::resultCodes()
-{
-    QFETCH(const QByteArray, result);
-    QFETCH(const QString, text);
-    start();
-    QVERIFY(isImporting());
-    uploads().constFirst().answer(result);
-    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->dialog()->isVisible());
-    QCOMPARE(fixture->dialog()->result(), int(QDialog::Accepted));
-    QVERIFY(fixture->task->hasErrors());
-    QCOMPARE(fixture->task->errorMessage(), u"Visual could not be uploaded"_s);
-    QCOMPARE(
-        fixture->task->errorDetails(),
-        QStringList{u"Upload for visual 017 in folder 003 to server \"Stage left\" failed: "_s +
-                    text + u'.'});
-}
-
-void tst_UploadTask::networkErrorIsReported()
-{
-    start();
-    QVERIFY(isImporting());
-    uploads().constFirst().answer(TaskFixture::success, {}, "404 Nothing");
-    EVENTUALLY_COMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->dialog()->isVisible());
-    QCOMPARE(
-        fixture->task->errorDetails(),
-        QStringList{u"Upload for visual 017 in folder 003 to server \"Stage left\" failed: "
-                    "Error transferring http://" LOOPBACK(1) ":4567/brenvoka/upload.html - server "
-                                                             "replied: Nothing."_s});
-}
-
-void tst_UploadTask::cancelAbortsTheRequestWithoutAnError()
-{
-    QSignalSpy progress(&fixture->service, &ServerConnectionService::uploadedFileProgress);
-    fixture->server.wire.setReading(false);
-    start(QByteArray(64 << 20, 'x'));
-    QVERIFY(progress.wait(patience));
-    QVERIFY(!fixture->dialog()->isFinished());
-    pressCancel(*fixture->dialog());
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->dialog()->isVisible());
-    QVERIFY(!fixture->task->hasErrors());
-    // Only the stream stays open, and the file did not arrive.
-    fixture->server.wire.setReading(true);
-    EVENTUALLY_COMPARE(fixture->server.wire.openConnections(), 1);
-    QCOMPARE(uploads().size(), 0);
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->task->hasErrors());
-}
-
-void tst_UploadTask::cancelClearsAFailure()
-{
-    start();
-    emit fixture->service.uploadedFileError(fixture->server.uuid, u"no"_s);
-    QVERIFY(fixture->task->hasErrors());
-    fixture->dialog()->reject();
-    QCOMPARE(fixture->finished->size(), 2);
-    QVERIFY(!fixture->task->hasErrors());
-    QCOMPARE(fixture->task->errorDetails(), QStringList());
-}
-
-void tst_UploadTask::escapeCancelsWhileImporting()
-{
-    start();
-    QVERIFY(isImporting());
-    QTest::keyClick(fixture->dialog(), Qt::Key_Escape);
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->dialog()->isVisible());
-    QVERIFY(!fixture->task->hasErrors());
-    EVENTUALLY(!uploads().constFirst().isOpen());
-}
-
-void tst_UploadTask::missingFileLeavesTheDialogAtZeroPercent()
-{
-    const QString path = directory.filePath(u"gone.png"_s);
-    fixture->start<UploadTask>(3, 17, path);
-    QVERIFY(fixture->settle());
-    QCOMPARE(uploads().size(), 0);
-    QCOMPARE(fixture->finished->size(), 0);
-    QVERIFY(fixture->dialog()->isVisible());
-    QCOMPARE(fixture->dialog()->progress(), 0);
-    QCOMPARE(fixture->dialog()->windowTitle(), u"Uploading..."_s);
-    QVERIFY(cancelButton(*fixture->dialog())->isEnabled());
-    pressCancel(*fixture->dialog());
-    QCOMPARE(fixture->finished->size(), 1);
-    QVERIFY(!fixture->dialog()->isVisible());
-    QVERIFY(!fixture->task->hasErrors());
-
-    // The server accepts the next upload.
-    start();
-    QVERIFY(isImporting());
-}
-
-void tst_UploadTask::deletionRemovesTheDialogAndConnections()
-{
-    start();
-    QVERIFY(isImporting());
-    const QPointer<BVProgressDialog> dialog = fixture->dialog();
-    fixture->task.reset();
-    QVERIFY(!dialog);
-    // The request continues.
-    QSignalSpy sent(&fixture->service, &ServerConnectionService::uploadedFileFinished);
-    uploads().constFirst().answer(TaskFixture::success);
-    QVERIFY(sent.wait(patience));
-    QCOMPARE(fixture->finished->size(), 0);
-}
 
 QTEST_MAIN(tst_UploadTask)
 #include "tst_UploadTask.moc"

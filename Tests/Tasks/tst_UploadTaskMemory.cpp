@@ -23,8 +23,8 @@ namespace {
 
 constexpr qint64 mebibyte = 1 << 20;
 
-/// A server that answers nothing and keeps nothing: what it has read is only counted. It takes a
-/// mebibyte in ten milliseconds, for Qt reports the progress every tenth of a second.
+/// A server that does not answer and only counts the bytes. It reads a mebibyte in ten
+/// milliseconds, since Qt reports the progress every tenth of a second.
 class Sink final : public QObject
 {
 public:
@@ -70,43 +70,42 @@ class tst_UploadTaskMemory : public QObject
 private slots:
     void init() { failOnAnyWarning(); }
 
-    void largeFileUsesLittleMemoryAndStopsAtCancel();
-};
+    void largeFileUsesLittleMemoryAndStopsAtCancel()
+    {
+        constexpr qint64 size = 128 * mebibyte;
+        const QTemporaryDir directory;
+        QFile large(directory.filePath(u"large.mov"_s));
+        QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(size));
 
-void tst_UploadTaskMemory::largeFileUsesLittleMemoryAndStopsAtCancel()
-{
-    constexpr qint64 size = 128 * mebibyte;
-    const QTemporaryDir directory;
-    QFile large(directory.filePath(u"large.mov"_s));
-    QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(size));
+        Sink sink(loopback(1));
+        QVERIFY(sink.isListening);
+        ApplicationModel model;
+        ServerConnectionService service;
+        const QUuid uuid = QUuid::createUuid();
+        service.addHandler(QHostAddress(loopback(1)), uuid);
+        UploadTask task(&model, nullptr, &service, uuid, 3, 17, large.fileName());
+        const QSignalSpy finished(&task, &TaskBase::taskFinished);
 
-    Sink sink(loopback(1));
-    QVERIFY(sink.isListening);
-    ApplicationModel model;
-    ServerConnectionService service;
-    const QUuid uuid = QUuid::createUuid();
-    service.addHandler(QHostAddress(loopback(1)), uuid);
-    UploadTask task(&model, nullptr, &service, uuid, 3, 17, large.fileName());
-    const QSignalSpy finished(&task, &TaskBase::taskFinished);
-
-    const qint64 before = residentSize();
-    QVERIFY(before > 0);
-    qint64 most = before;
-    connect(&service, &ServerConnectionService::uploadedFileProgress, this, [&](auto, int percent) {
-        most = std::max(most, residentSize());
-        if (percent >= 50 && finished.isEmpty())
-            pressCancel(*qobject_cast<QDialog *>(QApplication::activeModalWidget()));
-    });
-    task.start();
-    EVENTUALLY_COMPARE(finished.size(), 1);
-    QVERIFY(!task.hasErrors());
-    EVENTUALLY_COMPARE(sink.open, 1);
-    QVERIFY(sink.received > size / 4);
-    QVERIFY(sink.received < size * 3 / 4);
+        const qint64 before = residentSize();
+        QVERIFY(before > 0);
+        qint64 most = before;
+        connect(&service, &ServerConnectionService::uploadedFileProgress, this,
+                [&](auto, int percent) {
+                    most = std::max(most, residentSize());
+                    if (percent >= 50 && finished.isEmpty())
+                        pressCancel(*qobject_cast<QDialog *>(QApplication::activeModalWidget()));
+                });
+        task.start();
+        EVENTUALLY_COMPARE(finished.size(), 1);
+        QVERIFY(!task.hasErrors());
+        EVENTUALLY_COMPARE(sink.open, 1);
+        QVERIFY(sink.received > size / 4);
+        QVERIFY(sink.received < size * 3 / 4);
 #ifndef __SANITIZE_ADDRESS__
-    QVERIFY2(most - before < 32 * mebibyte, qPrintable(QString::number(most - before)));
+        QVERIFY2(most - before < 32 * mebibyte, qPrintable(QString::number(most - before)));
 #endif
-}
+    }
+};
 
 QTEST_MAIN(tst_UploadTaskMemory)
 #include "tst_UploadTaskMemory.moc"

@@ -9,7 +9,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What is shown of a text from the network.
+/// How texts from the network are shown.
 class tst_ShownText final : public QObject
 {
     Q_OBJECT

@@ -47,8 +47,8 @@ QByteArray deflate(const QByteArray &bytes)
     return qCompress(bytes).mid(4);
 }
 
-/// A peer in a thread of its own, which sends an enormous body as fast as it is read, and goes on
-/// while the test's event loop is busy.
+/// A server in another thread that sends an enormous body as fast as it is read, also while the
+/// event loop of the test is busy.
 class EnormousServer
 {
 public:
@@ -92,7 +92,7 @@ private:
 
 } // namespace
 
-/// Bodies up to the limit, past it and without an end, and what is kept of them.
+/// Bodies up to the limit, past it and without an end, and what is cached of them.
 class tst_BoundedDownload : public QObject
 {
     Q_OBJECT
@@ -130,7 +130,6 @@ private slots:
         QTest::newRow("compressed") << Wire::response(deflate(packed), deflated) << packed;
         QTest::newRow("small") << Wire::response("x", cacheable) << QByteArray("x");
     }
-
     void bodyUpToTheLimitArrivesAndIsCached()
     {
         QFETCH(QByteArray, response);
@@ -163,7 +162,6 @@ private slots:
             << Wire::response(deflate(compressible(limit + 1)), deflated).chopped(1)
             << QByteArray();
     }
-
     void bodyPastTheLimitIsAborted()
     {
         QFETCH(QByteArray, head);
@@ -214,7 +212,7 @@ private slots:
         EnormousServer enormous(QHostAddress(loopback(2)));
         QNetworkReply *reply =
             BoundedDownload::get(*manager, QUrl(u"http://" LOOPBACK(2) ":4567/"_s), limit);
-        // The server sends until the buffers between here and there are full.
+        // The server sends until the buffers of the connection are full.
         QElapsedTimer silent;
         connect(reply, &QNetworkReply::metaDataChanged, this, [&] {
             silent.start();

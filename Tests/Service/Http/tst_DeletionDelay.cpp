@@ -29,7 +29,7 @@ void runNestedLoop()
 
 } // namespace
 
-/// Deletions that are asked for inside an event loop inside a running function.
+/// Deletions that are requested in an event loop inside a running function.
 class tst_DeletionDelay : public QObject
 {
     Q_OBJECT

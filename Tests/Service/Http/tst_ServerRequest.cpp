@@ -15,7 +15,7 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-/// What Qt must not do with a request on its own.
+/// What Qt must not add to a request.
 class tst_ServerRequest : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,6 @@ private slots:
         QTest::newRow("any") << QByteArray("Negotiate\r\nWWW-Authenticate: NTLM\r\n"
                                            "WWW-Authenticate: Basic realm=\"x\"");
     }
-
     /// More requests than connections, so that later ones use a connection that was refused.
     void credentialsAreNeverSent()
     {

@@ -22,7 +22,7 @@ using namespace Qt::Literals::StringLiterals;
 #ifdef Q_OS_UNIX
 namespace {
 
-/// A socket of the file system, which stays there after it was closed.
+/// A socket in the file system, which remains after it was closed.
 bool makeSocket(const QByteArray &path)
 {
     sockaddr_un address{};
@@ -38,7 +38,7 @@ bool makeSocket(const QByteArray &path)
 } // namespace
 #endif
 
-/// Files that others write to while they are read.
+/// Files that other programs change while they are read.
 class tst_UploadFile : public QObject
 {
     Q_OBJECT
@@ -104,7 +104,6 @@ private slots:
         QTest::newRow("socket") << u"socket"_s;
         QTest::newRow("device") << u"/dev/zero"_s;
     }
-
     void onlyRegularFilesAreOpened()
     {
         QFETCH(QString, name);
