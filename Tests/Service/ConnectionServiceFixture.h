@@ -5,6 +5,8 @@
 
 #include "Service/HandlerFixture.h"
 #include "Service/ServerConnectionService.h"
+#include "Support/FailOnWarning.h"
+#include "Support/Loopback.h"
 
 #include <memory>
 

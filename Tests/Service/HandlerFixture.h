@@ -4,8 +4,6 @@
 #pragma once
 
 #include "Service/ServerConnectionHandler.h"
-#include "Support/FailOnWarning.h"
-#include "Support/Loopback.h"
 #include "Support/Wait.h"
 #include "Support/WireServer.h"
 
@@ -17,7 +15,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -200,20 +197,4 @@ public:
     ServerConnectionHandler handler{server.address(), id};
     ServerConnectionHandlerProbe probe{handler};
     HandlerEvents events{handler};
-};
-
-/// The base of the tests of one connected handler. `init` calls `setUp`, `cleanup` calls
-/// `tearDown`.
-class HandlerTest : public QObject
-{
-protected:
-    void setUp()
-    {
-        failOnAnyWarning();
-        fixture = std::make_unique<HandlerFixture>(loopback(1));
-        QVERIFY(fixture->open());
-    }
-    void tearDown() { fixture.reset(); }
-
-    std::unique_ptr<HandlerFixture> fixture;
 };

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/HandlerFixture.h"
+#include "Service/HandlerTest.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Protocol/CommandBodies.h"
-#include "Service/HandlerFixture.h"
+#include "Service/HandlerTest.h"
 #include "Support/Wait.h"
 
 #include <QTemporaryFile>

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/HandlerFixture.h"
+#include "Service/HandlerTest.h"
 #include "Service/Http/OneShotBody.h"
 #include "Support/Wait.h"
 
