@@ -97,7 +97,7 @@ void ServerInfoService::readLibrary(QNetworkReply *reply, const ProtocolInfo &pr
                 qUtf8Printable(server.name));
         return;
     }
-    if (!server.fromJson(jsonObjectFromBody(reply->readAll()))) {
+    if (!server.fromJson(jsonObjectFromBody(BoundedDownload::readBody(*reply)))) {
         ZOR_LOG(error, "Error while parsing library.json from server %s",
                 qUtf8Printable(server.name));
         return;

@@ -135,7 +135,7 @@ void ThumbnailService::downloadFinished(QNetworkReply *reply)
 void ThumbnailService::storeThumbnail(QNetworkReply *reply, const PendingThumbnail &thumbnail)
 {
     ZOR_LOG(info, "Downloaded was a success");
-    QPixmap pixmap = QPixmap::fromImage(imageFromBody(reply->readAll()));
+    QPixmap pixmap = QPixmap::fromImage(imageFromBody(BoundedDownload::readBody(*reply)));
     if (!pixmap.isNull())
         pixmap = pixmap.scaled(thumbnailSize, Qt::IgnoreAspectRatio, Qt::FastTransformation);
     if (!QPixmapCache::insert(thumbnail.cacheKey, pixmap))

@@ -5,6 +5,7 @@
 
 #include <QtGlobal>
 
+class QByteArray;
 class QNetworkAccessManager;
 class QNetworkReply;
 class QUrl;
@@ -16,8 +17,12 @@ namespace BoundedDownload {
 /// uncompressed body has more. The abort is logged and emits `finished` with
 /// OperationCanceledError. Only a complete body is kept in the manager's disk cache.
 ///
-/// Read the body only when the reply has finished. Until then at most `limit` bytes and one
-/// megabyte of it, as sent, are in memory, even while the event loop is busy.
+/// Read the body by `readBody` when the reply has finished. Until then at most `limit` bytes and
+/// one megabyte of it, as sent, are in memory, even while the event loop is busy.
 QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit);
+
+/// The whole body of a finished download, or nothing if the connection was closed before its end:
+/// Qt does not always report that as an error. Call once.
+[[nodiscard]] QByteArray readBody(QNetworkReply &reply);
 
 } // namespace BoundedDownload

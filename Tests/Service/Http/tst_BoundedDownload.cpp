@@ -20,6 +20,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <thread>
@@ -90,6 +91,40 @@ private:
     std::thread thread;
 };
 
+/// A reply without an error whose body has fewer bytes than its head states.
+class ShortReply final : public QNetworkReply
+{
+public:
+    ShortReply()
+    {
+        setHeader(QNetworkRequest::ContentLengthHeader, 6);
+        open(ReadOnly);
+    }
+    [[nodiscard]] qint64 bytesAvailable() const override { return 5 - position; }
+    void abort() override {}
+
+protected:
+    qint64 readData(char *data, qint64 size) override
+    {
+        const qint64 taken = std::min(size, 5 - position);
+        std::fill_n(data, taken, 'x');
+        position += taken;
+        return taken;
+    }
+
+private:
+    qint64 position = 0;
+};
+
+class ShortManager final : public QNetworkAccessManager
+{
+protected:
+    QNetworkReply *createRequest(Operation, const QNetworkRequest &, QIODevice *) override
+    {
+        return new ShortReply;
+    }
+};
+
 } // namespace
 
 /// Bodies up to the limit, past it and without an end, and what is cached of them.
@@ -139,7 +174,7 @@ private slots:
             QNetworkReply *reply = get();
             EVENTUALLY(reply->isFinished());
             QCOMPARE(reply->error(), QNetworkReply::NoError);
-            QCOMPARE(reply->readAll(), body);
+            QCOMPARE(BoundedDownload::readBody(*reply), body);
         }
         QCOMPARE(peer->requests().size(), 1);
     }
@@ -195,7 +230,16 @@ private slots:
         verifyNothingIsCached();
     }
 
-    void brokenBodyLeavesNothingInTheCache()
+    void bodyShorterThanStatedIsNotRead()
+    {
+        ShortManager shortManager;
+        const std::unique_ptr<QNetworkReply> reply(BoundedDownload::get(shortManager, {}, limit));
+        QCOMPARE(reply->error(), QNetworkReply::NoError);
+        QVERIFY(BoundedDownload::readBody(*reply).isEmpty());
+    }
+
+    // Qt reports some of them as an error and some as complete, mostly when the machine is busy.
+    void truncatedBodyIsNeitherReadNorCached()
     {
         peer->on("/", [](const WireRequest &request) {
             request.send(Wire::response(QByteArray(limit, 'x'), cacheable).chopped(1));
@@ -203,7 +247,7 @@ private slots:
         });
         QNetworkReply *reply = get();
         EVENTUALLY(reply->isFinished());
-        QCOMPARE(reply->error(), QNetworkReply::RemoteHostClosedError);
+        QVERIFY(BoundedDownload::readBody(*reply).isEmpty());
         verifyNothingIsCached();
     }
 
