@@ -13,7 +13,7 @@
 #include <QPushButton>
 #include <QSignalSpy>
 
-/// A real main window whose servers are played by the test.
+/// A real main window with servers that the test scripts.
 class ControllerFixture : public WindowFixture
 {
 public:

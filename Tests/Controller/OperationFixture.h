@@ -32,7 +32,7 @@ inline void pressYes(const QDialog &warning)
     warning.findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Yes)->click();
 }
 
-/// A visible window with two played servers in its banks. The test switches warnings on.
+/// A visible window with two scripted servers in its banks. The test switches warnings on.
 class OperationFixture : public ControllerFixture
 {
 public:

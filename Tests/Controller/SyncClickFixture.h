@@ -7,7 +7,7 @@
 
 #include "Dialogs/TransferDialog.h"
 
-/// Two played servers in the banks, to synchronise the second with the first. No warnings.
+/// Two scripted servers in the banks, to synchronise the second with the first. No warnings.
 class SyncClickFixture : public ControllerFixture
 {
 public:

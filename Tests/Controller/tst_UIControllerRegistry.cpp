@@ -17,7 +17,7 @@ QList<MediaFolder> library()
     return {folder(0, u"Intro"_s, {cachedVisual(1, u"Sunset"_s, 1)})};
 }
 
-/// Three played servers with the same library.
+/// Three scripted servers with the same library.
 class RegistryFixture final : public ControllerFixture
 {
 public:

@@ -90,7 +90,7 @@ private:
     std::function<void(QDialog &)> onOpen;
 };
 
-/// Two played servers with different libraries, bank A's folder 3 with two visuals selected.
+/// Two scripted servers with different libraries, bank A's folder 3 with two visuals selected.
 class DialogFixture final : public ControllerFixture
 {
 public:

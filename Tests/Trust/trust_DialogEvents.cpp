@@ -51,9 +51,11 @@ bool changeLibrary(DialogFixture &fixture, ScriptedServer &server,
     const bool isFetched = !fixture.isTaskRunning();
     server.setLibrary(library);
     server.sendLibraryChanged();
-    return fixture.waitUntilHandled(server) && (!isFetched || waitFor([&] {
-               return fixture.controller().connectedServer(server.uuid).hash != before;
-           }));
+    // The library replaces the whole record, also the rates by which waitUntilHandled waits.
+    return isFetched ? waitFor([&] {
+        return fixture.controller().connectedServer(server.uuid).hash != before;
+    })
+                     : fixture.waitUntilHandled(server);
 }
 
 /// A library download that finishes later reconnects the server, which opens another stream.
