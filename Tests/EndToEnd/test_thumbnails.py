@@ -69,7 +69,7 @@ class Thumbnails(EndToEndCase):
         self.assertEqual(self.asked(self.right, "0/1"), 1)
         self.assertFalse(right.list.enabled)
         # Once the server itself is chosen on the other side, the panel is free for another, which
-        # joins the folder on show.
+        # goes to the shown folder.
         left.choose("Right")
         wait_for(lambda: right.list.enabled, "the panel without its server")
         self.assertEqual(right.rows(), [])

@@ -31,7 +31,7 @@ struct Command
     }
 };
 
-/// A destination server that the test plays: what it was told, and the frames that it sends.
+/// A media server whose answers and messages come from the test. Records its commands.
 class ScriptedServer final
 {
 public:
