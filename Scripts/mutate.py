@@ -4,7 +4,7 @@
 """Plants small faults one at a time and looks whether the tests see them. See mutate.sh.
 
 Works on copies of the tree in build/mutate, never on the tree itself. The format of the tables is
-told in Scripts/mutations/README.md.
+described in Scripts/mutations/README.md.
 """
 
 import argparse

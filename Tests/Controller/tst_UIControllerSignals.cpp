@@ -50,18 +50,18 @@ private slots:
         const Server three = sampleServer(u"Three"_s, loopback(3));
         fixture.connectServer(one);
         fixture.connectServer(two);
-        const QSignalSpy told(&fixture.controller(), &UIController::serverContentChanged);
+        const QSignalSpy changed(&fixture.controller(), &UIController::serverContentChanged);
         fixture.connectServer(three);
-        QCOMPARE(told, (QList<QVariantList>{{one.uuid}, {two.uuid}}));
+        QCOMPARE(changed, (QList<QVariantList>{{one.uuid}, {two.uuid}}));
     }
 
     void aRefreshReportsAnEmptyBankToo()
     {
         WindowFixture fixture;
-        const QSignalSpy told(&fixture.controller(), &UIController::serverContentChanged);
+        const QSignalSpy changed(&fixture.controller(), &UIController::serverContentChanged);
         const Server one = sampleServer(u"One"_s, loopback(1));
         fixture.connectServer(one);
-        QCOMPARE(told, (QList<QVariantList>{{one.uuid}, {QUuid()}}));
+        QCOMPARE(changed, (QList<QVariantList>{{one.uuid}, {QUuid()}}));
     }
 
     void aChoiceRedrawsTheBanksWithoutASignal()
@@ -72,13 +72,13 @@ private slots:
         fixture.connectServer(sampleServer(u"One"_s, loopback(1)));
         fixture.connectServer(sampleServer(u"Two"_s, loopback(2)));
         fixture.connectServer(sampleServer(u"Three"_s, loopback(3)));
-        const QSignalSpy told(&fixture.controller(), &UIController::serverContentChanged);
+        const QSignalSpy changed(&fixture.controller(), &UIController::serverContentChanged);
         const QSignalSpy redrawnA(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
         const QSignalSpy redrawnB(listOf(fixture.bankB()).model(), &QAbstractItemModel::modelReset);
         ControllerFixture::choose(fixture.bankB(), u"Three"_s);
         QVERIFY(!redrawnA.isEmpty());
         QVERIFY(!redrawnB.isEmpty());
-        QCOMPARE(told.size(), 0);
+        QCOMPARE(changed.size(), 0);
     }
 
     void aChoiceOpensTheStreamOfAServerWithoutOne()

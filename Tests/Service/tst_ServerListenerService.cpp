@@ -252,7 +252,7 @@ private slots:
     {
         LogCapture log;
         ListenerFixture fixture;
-        const auto note = [] { ZOR_LOG(info, "told"); };
+        const auto note = [] { ZOR_LOG(info, "emitted"); };
         connect(&fixture.service, &ServerListenerService::addServer, this, note);
         connect(&fixture.service, &ServerListenerService::addServerConnection, this, note);
         connect(&fixture.service, &ServerListenerService::serverNameChanged, this, note);
@@ -260,10 +260,11 @@ private slots:
         Announcer(secondAddress).send(announcement({.name = "New"}));
         fixture.tick();
         const QString form = u"%1: {1b4e28ba-2fa1-11d2-883f-0016d3cca427} | %2 | 24 | Old"_s;
-        QCOMPARE(log.texts(),
-                 (QStringList{form.arg(u"Found new server"_s, firstAddress), u"told"_s,
-                              form.arg(u"Found new server connection"_s, secondAddress), u"told"_s,
-                              u"server name changed from New to New"_s, u"told"_s}));
+        QCOMPARE(
+            log.texts(),
+            (QStringList{form.arg(u"Found new server"_s, firstAddress), u"emitted"_s,
+                         form.arg(u"Found new server connection"_s, secondAddress), u"emitted"_s,
+                         u"server name changed from New to New"_s, u"emitted"_s}));
     }
 
     void timerCallsTheTicks()

@@ -192,10 +192,10 @@ private slots:
             QCOMPARE(selections.count(), 1);
             QCOMPARE(selections.first().first().toUuid(), second.uuid);
         }
-        const QString told = u"%1[1]: "_s + second.uuid.toString();
+        const QString line = u"%1[1]: "_s + second.uuid.toString();
         const QString text = u"Server selection changed in bank "_s;
         QCOMPARE(log.texts().filter(text),
-                 (QStringList{text + told.arg("A to"_L1), text + told.arg("B to"_L1)}));
+                 (QStringList{text + line.arg("A to"_L1), text + line.arg("B to"_L1)}));
         QVERIFY(log.lines().filter(text).first().startsWith(u"[BVServerBank:"));
     }
 
