@@ -11,6 +11,7 @@
 
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -101,7 +102,9 @@ private slots:
         EVENTUALLY_COMPARE(fixture.server.wire.openConnections(), 0);
         QVERIFY(!onTheWire.isOpen());
         QVERIFY(!fixture.task->hasErrors());
-        QCOMPARE(fixture.server.wire.requests().size(), 2);
+        // On a busy machine Qt may request the stream again before the handler is deleted.
+        const QList<WireRequest> requests = fixture.server.wire.requests();
+        QCOMPARE(std::ranges::count(requests, "POST"_ba, &WireRequest::method), 1);
     }
 
     void lostServerReportsQueuedRemovalsAsDone()
