@@ -31,8 +31,11 @@ for preset in release asan fuzz; do
     echo "== $preset: test"
     log=build/$preset/tests.log
     # Most tests wait for sockets and not for the processor, so more run at once than it has cores.
-    parallel=$((jobs * 3))
-    [ "$preset" != fuzz ] || parallel=$jobs
+    case $preset in
+        release) parallel=$((jobs * 3)) ;;
+        asan) parallel=$((jobs * 2)) ;;
+        fuzz) parallel=$jobs ;;
+    esac
     ctest --preset "$preset" --parallel "$parallel" 2>&1 | tee "$log" || failed=1
     summaries+=("== $preset" "$(sed -n '/% tests passed/,$p' "$log")")
 done
