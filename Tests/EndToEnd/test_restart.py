@@ -49,7 +49,7 @@ class Restart(EndToEndCase):
         program = self.start_program()
         press("ctrl+p")
         dialog = program.wait_for_dialog("Preferences")
-        dialog.find("check box", "Warn before move operations").click()
+        program.click_in(dialog, "check box", "Warn before move operations")
         program.press_button(dialog, "OK")
         program.wait_until_no_dialog()
         self.choose(program, LIST)
