@@ -29,6 +29,10 @@ else()
         target_compile_options(brenvoka-build INTERFACE -Wno-restrict)
     endif()
 endif()
+if(NOT MSVC)
+    # The same bytes from every folder, in debug information too.
+    target_compile_options(brenvoka-build INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+endif()
 # Hardening against memory errors. The sanitizers have their own checks.
 if(UNIX AND NOT APPLE AND NOT BRENVOKA_SANITIZERS)
     include(CheckPIESupported)
@@ -164,9 +168,7 @@ function(brenvoka_test name)
     add_executable(${name} ${name}.cpp)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} brenvoka-test-support brenvoka-build Qt6::Test)
     brenvoka_loopback(${name} loopback)
-    target_compile_definitions(${name} PRIVATE
-        BRENVOKA_LOOPBACK="${loopback}"
-        BRENVOKA_WIRE_DIR="${PROJECT_SOURCE_DIR}/Tests/Wire")
+    target_compile_definitions(${name} PRIVATE BRENVOKA_LOOPBACK="${loopback}")
     brenvoka_add_test(${name} COMMAND $<TARGET_FILE:${name}>
         LABELS ${arg_LABELS} LOCKS ${arg_LOCKS} TIMEOUT ${arg_TIMEOUT}
         ENVIRONMENT QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES=qt.qpa.*=false

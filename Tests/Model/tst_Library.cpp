@@ -4,8 +4,8 @@
 #include "Model/Server.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/WireFile.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTest>
@@ -80,10 +80,8 @@ private slots:
 
     void wireDocumentIsRead()
     {
-        QFile file(QStringLiteral(BRENVOKA_WIRE_DIR "/library.json"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
         Server server;
-        QVERIFY(server.fromJson(QJsonDocument::fromJson(file.readAll()).object()));
+        QVERIFY(server.fromJson(QJsonDocument::fromJson(wireFile(u"library.json"_s)).object()));
         QCOMPARE(server.hash, u"900150983cd24fb0d6963f7d28e17f72"_s);
         QCOMPARE(server.folders.size(), 2);
         QCOMPARE(server.folders[0].name, u"003 Opening night"_s);

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Protocol/CommandBodies.h"
+#include "Support/WireFile.h"
 
-#include <QFile>
 #include <QHostAddress>
 #include <QTest>
 
@@ -13,10 +13,7 @@ namespace {
 
 QByteArray bodyOnTheWire(const QString &name)
 {
-    QFile file(QStringLiteral(BRENVOKA_WIRE_DIR "/") + name);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("Cannot read %s", qPrintable(file.fileName()));
-    const QByteArray request = file.readAll();
+    const QByteArray request = wireFile(name);
     return request.mid(request.indexOf("\r\n\r\n") + 4);
 }
 

@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 #include "Protocol/ResultDocument.h"
+#include "Support/WireFile.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -22,9 +22,7 @@ private slots:
         QTest::addColumn<bool>("success");
         QTest::addColumn<QString>("message");
 
-        QFile file(QStringLiteral(BRENVOKA_WIRE_DIR "/results.json"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QJsonArray results = QJsonDocument::fromJson(file.readAll()).array();
+        const QJsonArray results = QJsonDocument::fromJson(wireFile(u"results.json"_s)).array();
         QVERIFY(results.size() >= 11);
         for (const QJsonValue &result : results) {
             const QByteArray body = result["body"_L1].toString().toUtf8();

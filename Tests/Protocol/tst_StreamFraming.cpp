@@ -4,8 +4,8 @@
 #include "Protocol/StreamFraming.h"
 
 #include "Support/FramingModel.h"
+#include "Support/WireFile.h"
 
-#include <QFile>
 #include <QJsonObject>
 #include <QTest>
 
@@ -67,9 +67,7 @@ private slots:
 
     void everyChunkSizeGivesTheSameDocuments()
     {
-        QFile file(QStringLiteral(BRENVOKA_WIRE_DIR "/stream.bin"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray stream = file.readAll();
+        const QByteArray stream = wireFile(u"stream.bin"_s);
         QByteArray wholeBuffer;
         const QByteArrayList whole = compact(StreamFraming::takeDocuments(wholeBuffer, stream));
         QCOMPARE(whole.size(), 8);

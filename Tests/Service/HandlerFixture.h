@@ -5,10 +5,10 @@
 
 #include "Service/ServerConnectionHandler.h"
 #include "Support/Wait.h"
+#include "Support/WireFile.h"
 #include "Support/WireServer.h"
 
 #include <QEventLoop>
-#include <QFile>
 #include <QStringList>
 #include <QTest>
 #include <QTimer>
@@ -27,14 +27,6 @@ inline const QByteArray successBody = R"({"msg_type":7,"RESULT":0})";
 inline QByteArray json(QByteArray text)
 {
     return text.replace('\'', '"');
-}
-
-inline QByteArray wireFile(const QString &name)
-{
-    QFile file(QStringLiteral(BRENVOKA_WIRE_DIR "/") + name);
-    if (!file.open(QIODevice::ReadOnly))
-        qFatal("Cannot read %s", qPrintable(file.fileName()));
-    return file.readAll();
 }
 
 /// Reads private fields of a handler, and passes it messages without a stream.

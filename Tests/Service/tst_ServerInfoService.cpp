@@ -6,9 +6,9 @@
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
 #include "Support/Wait.h"
+#include "Support/WireFile.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTest>
 
 using namespace LibraryWire;
@@ -33,9 +33,7 @@ private slots:
         fixture->service.requestLibrary(fixture->server());
         QVERIFY(fixture->peer.waitForRequests(1));
         const WireRequest request = fixture->peer.requests().constFirst();
-        QFile wire(QStringLiteral(BRENVOKA_WIRE_DIR "/library.http"));
-        QVERIFY(wire.open(QIODevice::ReadOnly));
-        QVERIFY(request.head.startsWith(wire.readLine()));
+        QVERIFY(request.head.startsWith(wireFile(u"library.http"_s).trimmed() + "\r\n"));
         QCOMPARE(request.header("Host"), LOOPBACK(1) ":4567");
         QVERIFY(request.header("Content-Type").isNull());
         QVERIFY(request.body.isEmpty());
@@ -64,9 +62,7 @@ private slots:
 
     void completesTheRecordOfTheCaller()
     {
-        QFile document(QStringLiteral(BRENVOKA_WIRE_DIR "/library.json"));
-        QVERIFY(document.open(QIODevice::ReadOnly));
-        fixture->peer.answer(libraryPath, document.readAll(),
+        fixture->peer.answer(libraryPath, wireFile(u"library.json"_s),
                              "X-BVProtocolVersion: 281474976710657\r\nX-BVFeatureList: 0\r\n");
         Server server = fixture->server();
         server.addConnection(QHostAddress(loopback(99)), 16);

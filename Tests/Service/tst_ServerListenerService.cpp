@@ -5,10 +5,10 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Wait.h"
+#include "Support/WireFile.h"
 
 #include <QDir>
 #include <QEventLoop>
-#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSignalSpy>
@@ -18,12 +18,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-QByteArray wireFile(const QString &name)
-{
-    QFile file(QStringLiteral(BRENVOKA_WIRE_DIR "/") + name);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 } // namespace
 
@@ -67,8 +61,7 @@ private slots:
     {
         const QJsonObject described =
             QJsonDocument::fromJson(wireFile(u"announcements.json"_s)).object();
-        const QDir directory(QStringLiteral(BRENVOKA_WIRE_DIR));
-        QCOMPARE(directory.entryList({u"announcement*.bin"_s}, QDir::Files, QDir::Name),
+        QCOMPARE(wireFiles().entryList({u"announcement*.bin"_s}, QDir::Files, QDir::Name),
                  described.keys());
     }
 
