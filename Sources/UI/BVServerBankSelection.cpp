@@ -13,10 +13,6 @@
 
 #include <QSignalBlocker>
 
-namespace {
-
-} // namespace
-
 QList<int> BVServerBank::selectedRows() const
 {
     QList<int> rows;

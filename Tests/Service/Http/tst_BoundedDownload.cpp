@@ -163,6 +163,8 @@ private slots:
                                  << longest;
         const QByteArray packed = compressible(limit);
         QTest::newRow("compressed") << Wire::response(deflate(packed), deflated) << packed;
+        QTest::newRow("compressed to more bytes")
+            << Wire::response(deflate("x"), deflated) << QByteArray("x");
         QTest::newRow("small") << Wire::response("x", cacheable) << QByteArray("x");
     }
     void bodyUpToTheLimitArrivesAndIsCached()
