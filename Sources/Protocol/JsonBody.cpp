@@ -10,6 +10,8 @@
 QJsonObject jsonObjectFromBody(const QByteArray &body)
 {
     const qsizetype end = body.indexOf('\0');
-    const QString text = QString::fromUtf8(QByteArrayView(body).first(end < 0 ? body.size() : end));
-    return QJsonDocument::fromJson(text.toUtf8()).object();
+    const QByteArray text = end < 0 ? body : body.first(end);
+    // Valid text, which is the usual case, needs no conversion.
+    return QJsonDocument::fromJson(text.isValidUtf8() ? text : QString::fromUtf8(text).toUtf8())
+        .object();
 }
