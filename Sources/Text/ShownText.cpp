@@ -5,6 +5,8 @@
 
 #include <QList>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int mostMarks = 30;
@@ -41,9 +43,18 @@ char32_t inText(char32_t c)
     return c;
 }
 
+/// Whether the text is shown as it is: short, and of printable characters of ASCII. Most names are.
+bool isPlain(const QString &text)
+{
+    return text.size() <= longestShownText &&
+           std::ranges::all_of(text, [](QChar c) { return c >= u' ' && c <= u'~'; });
+}
+
 template <typename Shown>
 QString shown(const QString &text, Shown shownCharacter)
 {
+    if (isPlain(text))
+        return text;
     QString result;
     int marks = 0;
     for (const char32_t c : beginningOf(text, longestShownText).toUcs4()) {
