@@ -5,7 +5,6 @@
 
 #include "Protocol/Urls.h"
 
-#include <QHostAddress>
 #include <QUrlQuery>
 
 #include <initializer_list>
@@ -15,38 +14,50 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QByteArray form(int type, std::initializer_list<std::pair<QString, QString>> fields)
+using Field = std::pair<const char *, QByteArray>;
+
+/// The values are encoded already. Not QUrlQuery: a synchronisation needs 65,280 bodies at once.
+QByteArray form(int type, std::initializer_list<Field> fields)
+{
+    static const QByteArray version = "&ver=" + Protocol::versionText().toLatin1();
+    QByteArray body = "req_type=" + QByteArray::number(type);
+    for (const auto &[key, value] : fields)
+        body.append('&').append(key).append('=').append(value);
+    return body.append(version);
+}
+
+Field number(const char *key, int value)
+{
+    return {key, QByteArray::number(value)};
+}
+
+QByteArray encoded(const QString &value)
 {
     QUrlQuery query;
-    query.addQueryItem(u"req_type"_s, QString::number(type));
-    for (const auto &[key, value] : fields)
-        query.addQueryItem(key, value);
-    query.addQueryItem(u"ver"_s, Protocol::versionText());
-    return query.toString(QUrl::FullyEncoded).toLatin1();
+    query.addQueryItem(u"x"_s, value);
+    return query.toString(QUrl::FullyEncoded).toLatin1().sliced(2);
 }
 
 } // namespace
 
 namespace CommandBodies {
 
-QByteArray sync(const QHostAddress &source, const VisualRef &visual)
+QByteArray sync(const QString &sourceUrl, const VisualRef &visual)
 {
-    return form(1, {{u"serverURL"_s, Protocol::serverUrl(source)},
-                    {u"folderIdx"_s, QString::number(visual.first)},
-                    {u"visualIdx"_s, QString::number(visual.second)}});
+    return form(1, {{"serverURL", sourceUrl.toLatin1()},
+                    number("folderIdx", visual.first),
+                    number("visualIdx", visual.second)});
 }
 
 QByteArray remove(const VisualRef &visual)
 {
-    return form(2, {{u"folderIdx"_s, QString::number(visual.first)},
-                    {u"visualIdx"_s, QString::number(visual.second)}});
+    return form(2, {number("folderIdx", visual.first), number("visualIdx", visual.second)});
 }
 
 QByteArray move(int folderSlot, int fromSlot, int toSlot)
 {
-    return form(3, {{u"folderIdx"_s, QString::number(folderSlot)},
-                    {u"visualIdx"_s, QString::number(fromSlot)},
-                    {u"visualToIdx"_s, QString::number(toSlot)}});
+    return form(3, {number("folderIdx", folderSlot), number("visualIdx", fromSlot),
+                    number("visualToIdx", toSlot)});
 }
 
 QByteArray cancelSyncs()
@@ -56,8 +67,8 @@ QByteArray cancelSyncs()
 
 QByteArray rename(const FolderRename &rename)
 {
-    return form(5, {{u"folderIdx"_s, QString::number(rename.folderSlot)},
-                    {u"folderName"_s, QString::fromUtf8(rename.name.toUtf8())}});
+    return form(5, {number("folderIdx", rename.folderSlot),
+                    {"folderName", encoded(QString::fromUtf8(rename.name.toUtf8()))}});
 }
 
 } // namespace CommandBodies

@@ -7,17 +7,14 @@
 
 #include <QByteArray>
 
-class QHostAddress;
-
 /// The form bodies of the five commands, type "application/x-www-form-urlencoded".
 ///
-/// They are the exact bytes of QUrlQuery. In a folder's name a blank becomes "%20", "&" becomes
-/// "%26" and "#" becomes "%23", but "+" and "%20" are sent unchanged. So are ":" and "/" in the
-/// source's address.
+/// A folder's name is encoded by QUrlQuery. A blank becomes "%20", "&" becomes
+/// "%26" and "#" becomes "%23", but "+" and "%20" are sent unchanged.
 namespace CommandBodies {
 
-/// Type 1: fetch the visual in this slot from the server at `source`.
-[[nodiscard]] QByteArray sync(const QHostAddress &source, const VisualRef &visual);
+/// Type 1: fetch the visual in this slot from the server with this `Protocol::serverUrl`.
+[[nodiscard]] QByteArray sync(const QString &sourceUrl, const VisualRef &visual);
 /// Type 2: remove the visual in this slot.
 [[nodiscard]] QByteArray remove(const VisualRef &visual);
 /// Type 3: move a visual to another slot of its folder.

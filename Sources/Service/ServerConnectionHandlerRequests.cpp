@@ -48,10 +48,11 @@ void ServerConnectionHandler::requestSync(const QHostAddress &source,
                                           const QList<VisualRef> &visuals)
 {
     const DeletionDelay::Scope scope(deletionDelay);
+    const QString sourceUrl = Protocol::serverUrl(source);
     for (const VisualRef &visual : visuals) {
         if (closing)
             return;
-        enqueue(CommandBodies::sync(source, visual), Delivery::Repeatable);
+        enqueue(CommandBodies::sync(sourceUrl, visual), Delivery::Repeatable);
         sendWaitingCommands();
         emit handlerSyncProgressUpdate(uuid, visual.first, visual.second, 0, Brenvoka::SyncQueued);
     }

@@ -157,7 +157,8 @@ void syncAllAtOnce(AnsweringServer &server, const QList<VisualRef> &visuals)
         QNetworkRequest request = serverRequest(Protocol::executeUrl(server.serverAddress()));
         request.setHeader(QNetworkRequest::ContentTypeHeader,
                           u"application/x-www-form-urlencoded"_s);
-        manager.post(request, CommandBodies::sync(server.serverAddress(), visual));
+        manager.post(request,
+                     CommandBodies::sync(Protocol::serverUrl(server.serverAddress()), visual));
     }
     waitForAnswers(server, visuals.size());
 }
@@ -171,7 +172,8 @@ void syncBySocket(AnsweringServer &server, const QList<VisualRef> &visuals)
     const auto sendNext = [&] {
         if (sent == visuals.size())
             return;
-        const QByteArray body = CommandBodies::sync(server.serverAddress(), visuals.at(sent++));
+        const QByteArray body =
+            CommandBodies::sync(Protocol::serverUrl(server.serverAddress()), visuals.at(sent++));
         socket.write("POST /brenvoka/execute.html HTTP/1.1\r\nHost: " LOOPBACK(
                          1) ":4567\r\n"
                             "Content-Type: application/x-www-form-urlencoded\r\nContent-Length: " +

@@ -4,7 +4,6 @@
 #include "Protocol/CommandBodies.h"
 #include "Support/WireFile.h"
 
-#include <QHostAddress>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -26,7 +25,7 @@ class tst_CommandBodies : public QObject
 private slots:
     void requestMatchesTheWireFile()
     {
-        QCOMPARE(CommandBodies::sync(QHostAddress(u"127.0.0.2"_s), {3, 17}),
+        QCOMPARE(CommandBodies::sync(u"http://127.0.0.2:4567"_s, {3, 17}),
                  bodyOnTheWire(u"sync-folder-3-slot-17-from-127.0.0.2.http"_s));
         QCOMPARE(CommandBodies::remove({3, 17}), bodyOnTheWire(u"remove-folder-3-slot-17.http"_s));
         QCOMPARE(CommandBodies::move(3, 7, 12),

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Protocol/CommandBodies.h"
+#include "Protocol/Urls.h"
 #include "Service/HandlerTest.h"
 #include "Support/Wait.h"
 
@@ -186,7 +187,8 @@ private slots:
         const QByteArrayList bodies = fixture->commandBodies();
         QCOMPARE(bodies.size(), 2000);
         for (qsizetype i = 0; i < all.size(); ++i) {
-            const qsizetype at = bodies.indexOf(CommandBodies::sync(source, all.at(i)));
+            const qsizetype at =
+                bodies.indexOf(CommandBodies::sync(Protocol::serverUrl(source), all.at(i)));
             QVERIFY2(at >= 0 && i <= at + 3, qPrintable(u"%1 came as %2"_s.arg(i).arg(at)));
         }
         QVERIFY(fixture->server.connectionCount() <= 5);
@@ -213,7 +215,8 @@ private slots:
 
         fixture->commands().at(5).answer(successBody);
         QVERIFY(fixture->waitForCommands(7));
-        QCOMPARE(fixture->commands().at(6).body, CommandBodies::sync(source, {9, 9}));
+        QCOMPARE(fixture->commands().at(6).body,
+                 CommandBodies::sync(Protocol::serverUrl(source), {9, 9}));
         fixture->commands().at(6).answer(successBody);
         EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
     }
