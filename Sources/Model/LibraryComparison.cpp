@@ -3,10 +3,10 @@
 
 #include "Model/LibraryComparison.h"
 
+#include "Model/LibraryIndex.h"
 #include "Model/Server.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace {
 
@@ -50,60 +50,6 @@ const MediaFolder *folderAt(const Server &server, int position)
 {
     return position == -1 ? nullptr : &server.folders.at(position);
 }
-
-bool isFolder(int slot)
-{
-    return slot >= 0 && slot <= Slots::lastFolder;
-}
-
-bool isVisual(const VisualRef &ref)
-{
-    return isFolder(ref.first) && ref.second >= 0 && ref.second <= Slots::last;
-}
-
-/// Finds the folders and visuals of one server in constant time, as long as the server is
-/// unchanged. Uses plain tables: hashing 65,280 visuals would take longer than the rest of a plan.
-class LibraryIndex final
-{
-public:
-    explicit LibraryIndex(const Server &server)
-        : folders(std::tuple_size_v<FolderPositions>)
-        , visuals(folders.size() * Slots::count)
-    {
-        for (const int position : server.folderPositions()) {
-            if (const MediaFolder *const folder = folderAt(server, position))
-                add(*folder);
-        }
-    }
-
-    [[nodiscard]] const MediaFolder *folder(int slot) const
-    {
-        return isFolder(slot) ? folders[static_cast<std::size_t>(slot)] : nullptr;
-    }
-    [[nodiscard]] const Visual *visual(const VisualRef &ref) const
-    {
-        return isVisual(ref) ? visuals[position(ref)] : nullptr;
-    }
-
-private:
-    static std::size_t position(const VisualRef &ref)
-    {
-        return static_cast<std::size_t>(ref.first * Slots::count + ref.second);
-    }
-
-    void add(const MediaFolder &folder)
-    {
-        folders[static_cast<std::size_t>(folder.slot)] = &folder;
-        for (const Visual &visual : folder.files) {
-            const VisualRef ref(folder.slot, visual.slot);
-            if (isVisual(ref) && !visuals[position(ref)])
-                visuals[position(ref)] = &visual;
-        }
-    }
-
-    std::vector<const MediaFolder *> folders;
-    std::vector<const Visual *> visuals;
-};
 
 QList<int> touchedFolders(const QList<VisualRef> &candidates)
 {
@@ -175,8 +121,8 @@ LibraryComparison::SyncPlan LibraryComparison::planSync(const Server &source,
     SyncPlan plan;
     if (isMissing(source, destination))
         return plan;
-    const LibraryIndex sourceIndex(source);
-    const LibraryIndex destinationIndex(destination);
+    const LibraryIndex sourceIndex(source.folders);
+    const LibraryIndex destinationIndex(destination.folders);
     for (const VisualRef &candidate : candidates) {
         const Visual *const wanted = sourceIndex.visual(candidate);
         const Visual *const present = destinationIndex.visual(candidate);
