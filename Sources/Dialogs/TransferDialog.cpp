@@ -7,7 +7,11 @@
 #include "Widgets/RowDelegate.h"
 #include "ui_TransferDialog.h"
 
+#include <QTimer>
+
 #include <algorithm>
+#include <array>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -18,6 +22,18 @@ const QString importingText = TransferDialog::tr("Importing in progress...");
 
 constexpr int labelColumn = 0;
 constexpr int stateColumn = 1;
+
+/// Prepared once: one message may report the percentage of 65,280 visuals.
+const QString &percentText(int percent)
+{
+    static const auto texts = [] {
+        std::array<QString, 101> all;
+        for (std::size_t number = 0; number < all.size(); ++number)
+            all[number] = TransferDialog::tr("%1%").arg(number);
+        return all;
+    }();
+    return texts[static_cast<std::size_t>(percent)];
+}
 
 } // namespace
 
@@ -38,12 +54,23 @@ TransferDialog::TransferDialog(QWidget *parent)
 
 TransferDialog::~TransferDialog() = default;
 
+void TransferDialog::makeRows(int count)
+{
+    ui->statusList->setRowCount(count);
+}
+
+void TransferDialog::removeEmptyRows()
+{
+    ui->statusList->setRowCount(static_cast<int>(rows.size()));
+}
+
 void TransferDialog::addTransfer(int folderSlot, int fileSlot, const QString &label)
 {
-    const int row = ui->statusList->rowCount();
+    const int row = static_cast<int>(rows.size());
     if (!rows.try_emplace({folderSlot, fileSlot}, TransferRow{row}).second)
         return;
-    ui->statusList->insertRow(row);
+    if (row == ui->statusList->rowCount())
+        ui->statusList->insertRow(row);
     ui->statusList->setItem(row, labelColumn, new QTableWidgetItem(label));
     ui->statusList->setItem(row, stateColumn,
                             new QTableWidgetItem(stateText(Brenvoka::SyncQueued)));
@@ -66,11 +93,25 @@ void TransferDialog::updateTransfer(int folderSlot, int fileSlot, int percent,
     auto *item = ui->statusList->item(transfer.row, stateColumn);
     if (!item)
         return;
-    item->setText(state == Brenvoka::SyncTransferring ? tr("%1%").arg(percent) : stateText(state));
+    item->setText(state == Brenvoka::SyncTransferring ? percentText(percent) : stateText(state));
     updateOverallProgress();
     if (ui->ckAutoScroll->isChecked() && state != Brenvoka::SyncCanceling &&
         state != Brenvoka::SyncFinished)
-        ui->statusList->scrollToItem(item, QAbstractItemView::EnsureVisible);
+        scrollLater(transfer.row);
+}
+
+// One message may report 65,280 visuals. To scroll to each would take seconds.
+void TransferDialog::scrollLater(int row)
+{
+    if (std::exchange(awaitedRow, row) == -1)
+        QTimer::singleShot(0, this, &TransferDialog::scrollNow);
+}
+
+void TransferDialog::scrollNow()
+{
+    const int row = std::exchange(awaitedRow, -1);
+    ui->statusList->scrollToItem(ui->statusList->item(row, stateColumn),
+                                 QAbstractItemView::EnsureVisible);
 }
 
 void TransferDialog::finishTransfer(int folderSlot, int fileSlot)

@@ -36,6 +36,10 @@ public:
     explicit TransferDialog(QWidget *parent = nullptr);
     ~TransferDialog() override;
 
+    /// Makes that many empty rows, which is faster than one row for each `addTransfer`.
+    void makeRows(int count);
+    /// Removes the rows that no transfer uses.
+    void removeEmptyRows();
     /// Adds a queued row. A visual that has a row keeps it with its first label.
     void addTransfer(int folderSlot, int fileSlot, const QString &label);
     /// Shows a progress report; `percent` is clamped to 0 to 100. Has no effect for a visual
@@ -65,7 +69,10 @@ private slots:
 
 private:
     void updateOverallProgress();
+    void scrollLater(int row);
+    void scrollNow();
 
     std::unique_ptr<Ui::TransferDialog> ui;
     int percentSum = 0;
+    int awaitedRow = -1; ///< to which the list scrolls in the next turn of the event loop, or -1
 };

@@ -114,7 +114,9 @@ void SyncTask::startTransfers()
             Qt::UniqueConnection);
     connect(connections, &ServerConnectionService::syncOperationFinished, this,
             &SyncTask::fileTransferFinished, Qt::UniqueConnection);
+    transferDialog->makeRows(static_cast<int>(transfers.size()));
     connections->requestSync(sourceAddress, destinationServer, transfers);
+    transferDialog->removeEmptyRows();
     transferDialog->show();
 }
 
@@ -272,15 +274,16 @@ bool SyncTask::involvesServer(const QUuid &uuid) const
     return uuid == sourceServer || uuid == destinationServer;
 }
 
-QString SyncTask::transferLabel(int folderSlot, int fileSlot) const
+QString SyncTask::transferLabel(int folderSlot, int fileSlot)
 {
     const QList<MediaFolder> &folders = model->connectedServer(sourceServer).folders;
-    const auto folder = std::ranges::find(folders, folderSlot, &MediaFolder::slot);
-    if (folder == folders.cend())
-        return tr("%1 - %2 ").arg(QString(), QString());
-    const int index = folder->indexOfSlot(fileSlot);
-    const QString visualName = index < 0 ? QString() : folder->files.at(index).name;
-    return tr("%1 - %2 ").arg(shownName(folder->name), shownName(visualName));
+    if (!sourceIndex || !sourceIndex->isOf(folders))
+        sourceIndex.emplace(folders);
+    const MediaFolder *const folder = sourceIndex->folder(folderSlot);
+    const Visual *const visual = sourceIndex->visual({folderSlot, fileSlot});
+    return tr("%1 - %2 ")
+        .arg(folder ? shownName(folder->name) : QString(),
+             visual ? shownName(visual->name) : QString());
 }
 
 QString SyncTask::transferErrorLine(const QString &destination, const QString &source,

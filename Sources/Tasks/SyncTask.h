@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Model/Brenvoka.h"
+#include "Model/LibraryIndex.h"
 #include "Model/VisualRef.h"
 #include "Tasks/RemoveEntries.h"
 #include "Tasks/TaskBase.h"
@@ -88,7 +89,7 @@ private:
     void recordRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
                             const std::optional<QString> &error);
 
-    [[nodiscard]] QString transferLabel(int folderSlot, int fileSlot) const;
+    [[nodiscard]] QString transferLabel(int folderSlot, int fileSlot);
     [[nodiscard]] static QString transferErrorLine(const QString &destination,
                                                    const QString &source, int folderSlot,
                                                    int fileSlot, Brenvoka::SyncStates state,
@@ -105,6 +106,8 @@ private:
     RemoveEntries removals;
     QList<VisualRef> transfers;
     QStringList transferErrors;
+    /// For the labels. Renewed when the source's library has changed.
+    std::optional<LibraryIndex> sourceIndex;
     bool aborted = false;
     /// Cancelled or aborted: results that arrive before the deletion start no further phase.
     bool ended = false;

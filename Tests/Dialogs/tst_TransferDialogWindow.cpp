@@ -179,8 +179,26 @@ private slots:
         auto *scrollBar = fixture.table->verticalScrollBar();
         QVERIFY(scrollBar->maximum() > 0);
         fixture.dialog.updateTransfer(0, 200, 10, state);
+        QCoreApplication::processEvents(); // scrolls in the next turn of the event loop
         QTEST(scrollBar->value() == scrollBar->maximum(), "scrolls");
         QCOMPARE(scrollBar->value() == 0, scrollBar->value() != scrollBar->maximum());
+    }
+
+    void tableScrollsToTheLastOfSeveralReports()
+    {
+        TransferFixture fixture(200);
+        fixture.dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&fixture.dialog, patience));
+        fixture.autoScroll->setChecked(true);
+        const auto *scrollBar = fixture.table->verticalScrollBar();
+        for (const int slot : {100, 200}) {
+            fixture.dialog.updateTransfer(0, slot, 10, SyncTransferring);
+            QCOMPARE(scrollBar->value(), 0);
+        }
+        EVENTUALLY_COMPARE(scrollBar->value(), scrollBar->maximum());
+        for (const int slot : {100, 1})
+            fixture.dialog.updateTransfer(0, slot, 20, SyncTransferring);
+        EVENTUALLY_COMPARE(scrollBar->value(), 0);
     }
 
     void wholeLibraryIsReportedFastEnough()

@@ -78,6 +78,30 @@ private slots:
         EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 3);
     }
 
+    void visualThatIsGivenTwiceHasOneRow()
+    {
+        SyncTaskFixture fixture(loopback(2));
+        QVERIFY(fixture.connectDestination());
+        fixture.start({}, {}, {{3, 1}, {3, 1}, {3, 2}});
+        QCOMPARE(fixture.transferTexts(1), QStringList({u"queued..."_s, u"queued..."_s}));
+    }
+
+    void transferThatTheServerAddsHasTheNamesOfThatMoment()
+    {
+        SyncTaskFixture fixture(loopback(2));
+        QVERIFY(fixture.connectDestination());
+        const auto rename = [&](const QString &name) {
+            fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Stage left"_s,
+                              {folder(3, name, {visual(1), visual(2)})});
+        };
+        rename(u"Before"_s);
+        fixture.start({}, {}, {{3, 1}});
+        rename(u"After"_s);
+        fixture.destination.sendStarted({3, 2});
+        EVENTUALLY_COMPARE(fixture.transferTexts(0),
+                           QStringList({u"Before - 001: clip "_s, u"After - 002: clip "_s}));
+    }
+
     void rowsShowTheMessagesOfTheStream()
     {
         SyncTaskFixture fixture(loopback(2));
