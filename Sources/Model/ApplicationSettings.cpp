@@ -4,6 +4,7 @@
 #include "Model/ApplicationModel.h"
 
 #include <QDir>
+#include <QLockFile>
 #include <QSettings>
 #include <QStandardPaths>
 
@@ -33,6 +34,9 @@ void ApplicationModel::load()
 
 bool ApplicationModel::save()
 {
+    // A run that was killed while it saved may have left a lock without its owner, for which Qt
+    // would wait. A lock whose owner is alive is not removed.
+    QLockFile(settingsFilePath() + u".lock"_s).removeStaleLockFile();
     QSettings settings(settingsFilePath(), QSettings::IniFormat);
     settings.clear();
     settings.setValue(iconSizeKey, selectedIconSize);

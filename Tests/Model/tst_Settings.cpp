@@ -6,6 +6,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Sandbox.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QTest>
@@ -229,6 +230,23 @@ private slots:
         QVERIFY(closed.isClosed());
         QVERIFY(ApplicationModel().save());
         QCOMPARE(readSettings(), old);
+    }
+
+    /// A run that is killed between the creation of its lock and the first byte leaves this. Qt
+    /// alone would wait until the lock is half a minute old.
+    void lockWithoutAnOwnerDoesNotDelaySaving()
+    {
+        const Sandbox sandbox;
+        writeSettings("[General]\nwarningLevel=6\n");
+        QFile lock(settingsFilePath() + u".lock"_s);
+        QVERIFY(lock.open(QIODevice::WriteOnly));
+        lock.close();
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(ApplicationModel().save());
+        QVERIFY(timer.elapsed() < 10000);
+        QVERIFY(readSettings().contains("warningLevel=4294967295\n"));
+        QVERIFY(!lock.exists());
     }
 
     void changeWithoutSaveIsLost()
