@@ -6,19 +6,16 @@
 import itertools
 import os
 import random
-import shutil
-import subprocess
 import time
 import unittest
 
 from fixtures.case import BUILD, EndToEndCase, loopback
-from fixtures.children import folders_below, start
+from fixtures.children import start
 from fixtures.program import Program
-from fixtures.trust import LOG_LINE, logs_below, report, size
+from fixtures.trust import LOG_LINE, logs_below, report, size, start_as_another_user
 from fixtures.waiting import wait_for
 
 SEED = 1
-OTHER_USER = 1234
 OLD = b"[General]\nselectedIconSize=2\nselectedViewMode=true\nunknown=1\nwarningLevel=5\n"
 NEW = b"[General]\nselectedIconSize=2\nselectedViewMode=true\nwarningLevel=5\n"
 
@@ -158,16 +155,8 @@ class Deaths(EndToEndCase):
         program.wait_for_keyboard()
         program.kill()
         home = self.folder / "other"
-        variables = folders_below(home)
-        binary = shutil.copy(BUILD / "brenvoka", home)   # in a place that the user can read
-        home.chmod(0o700)
-        for path in (self.folder, home, *home.iterdir()):
-            os.chown(path, OTHER_USER, OTHER_USER)
-        other = start([binary], user=OTHER_USER, group=OTHER_USER, extra_groups=[],
-                      stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                      env=dict(os.environ, **variables, HOME=str(home), QT_QPA_PLATFORM="offscreen",
-                               XDG_RUNTIME_DIR=str(home)))
-        self.addCleanup(other.wait)
+        other = start_as_another_user(BUILD / "brenvoka", home)
+        self.addCleanup(other.communicate)
         self.addCleanup(other.kill)
         log = home / "data" / "Zorvik" / "Brenvoka" / "logs" / "Brenvoka.log"
         wait_for(lambda: log.exists() and log.read_text().count("Adding handler") == 2,
