@@ -57,7 +57,11 @@ namespace BoundedDownload {
 
 QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit)
 {
-    QNetworkReply *reply = manager.get(serverRequest(url));
+    QNetworkRequest request = serverRequest(url);
+    // Otherwise Qt keeps descriptors and 40 kB for each address for two minutes, also if nothing
+    // answers there: somebody may announce thousands of addresses.
+    request.setAttribute(QNetworkRequest::ConnectionCacheExpiryTimeoutSecondsAttribute, 0);
+    QNetworkReply *reply = manager.get(request);
     // Qt queues data faster than it reports them, so counting alone would not bound the memory.
     reply->setReadBufferSize(limit + bufferMargin);
     const auto check = [reply, limit] { abortAbove(*reply, limit); };

@@ -181,6 +181,15 @@ private slots:
         QCOMPARE(peer->requests().size(), 1);
     }
 
+    void connectionIsClosedAfterTheDownload()
+    {
+        peer->answer("/", "x");
+        const QNetworkReply *reply = get();
+        EVENTUALLY(reply->isFinished());
+        EVENTUALLY_COMPARE(peer->openConnections(), 0);
+        QCOMPARE(reply->error(), QNetworkReply::NoError);
+    }
+
     void bodyPastTheLimitIsAborted_data()
     {
         QTest::addColumn<QByteArray>("head");
