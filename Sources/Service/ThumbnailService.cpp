@@ -26,24 +26,41 @@ constexpr qint64 maximumBodySize = 16 << 20;
 /// QImageReader's allocation limit, so that limit refuses no picture within this bound.
 constexpr qint64 maximumPixelCount = 1 << 24;
 
+/// A scan of a JPEG is a pass over all its pixels, and takes that long. Progressive pictures have
+/// about ten, but nothing limits their number.
+constexpr qint64 maximumScannedPixels = 16 * maximumPixelCount;
+
 QByteArray encodedUrl(const QNetworkReply &reply)
 {
     return reply.request().url().toEncoded();
 }
 
-bool isWithinBounds(QSize size)
+qint64 pixelCount(QSize size)
 {
-    return qint64{size.width()} * size.height() <= maximumPixelCount;
+    return qint64{size.width()} * size.height();
 }
 
-/// Null if the body is not an image or has too many pixels. If the format states a size, it is
-/// checked before anything is decoded; otherwise the allocation limit applies.
+bool isWithinBounds(QSize size)
+{
+    return pixelCount(size) <= maximumPixelCount;
+}
+
+/// Compressed data never contains the marker of a scan.
+bool hasTooManyScans(const QByteArray &jpeg, QSize size)
+{
+    return jpeg.count("\xff\xda") * pixelCount(size) > maximumScannedPixels;
+}
+
+/// Null if the body is not an image or has too many pixels or scans. If the format states a size,
+/// it is checked before anything is decoded; otherwise the allocation limit applies.
 QImage imageFromBody(QByteArray body)
 {
     QBuffer buffer(&body);
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
     if (!isWithinBounds(reader.size()))
+        return {};
+    if (reader.format() == "jpeg" && hasTooManyScans(body, reader.size()))
         return {};
     QImage image = reader.read();
     return isWithinBounds(image.size()) ? image : QImage();

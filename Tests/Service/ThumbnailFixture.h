@@ -11,6 +11,7 @@
 
 #include <QBuffer>
 #include <QImage>
+#include <QImageWriter>
 #include <QNetworkAccessManager>
 #include <QNetworkProxy>
 #include <QPixmapCache>
@@ -27,6 +28,21 @@ inline QByteArray encoded(const QImage &image, const char *format)
     QBuffer buffer;
     image.save(&buffer, format);
     return buffer.data();
+}
+
+/// A white progressive JPEG whose last scan is repeated until it has that many.
+inline QByteArray jpegWithScans(QSize size, int count)
+{
+    QImage image(size, QImage::Format_Grayscale8);
+    image.fill(Qt::white);
+    QBuffer buffer;
+    QImageWriter writer(&buffer, "jpeg");
+    writer.setProgressiveScanWrite(true);
+    writer.write(image);
+    const QByteArray jpeg = buffer.data();
+    const qsizetype last = jpeg.lastIndexOf("\xff\xda");
+    const qsizetype more = count - jpeg.count("\xff\xda");
+    return jpeg.chopped(2) + jpeg.sliced(last).chopped(2).repeated(more) + jpeg.last(2);
 }
 
 /// A picture of one colour, as the bytes of a file.
