@@ -5,7 +5,7 @@
 
 #include "Dialogs/ErrorMessageDialog.h"
 #include "Model/ApplicationModel.h"
-#include "Model/LibraryComparison.h"
+#include "Model/SyncQuestion.h"
 #include "Model/Warnings.h"
 #include "Text/ShownText.h"
 #include "UI/BVMainWindow.h"
@@ -18,13 +18,6 @@
 #include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-/// From this number of visuals on a synchronisation counts as large.
-constexpr qsizetype largeSyncCount = 11;
-
-} // namespace
 
 OperatorDialogs::OperatorDialogs(ApplicationModel *applicationModel, BVMainWindow *window)
     : model(applicationModel)
@@ -45,25 +38,13 @@ void OperatorDialogs::showError(const QString &message, const QStringList &detai
 bool OperatorDialogs::confirmSync(const LibraryComparison::SyncPlan &plan, const QString &source,
                                   const QString &destination) const
 {
-    const QString title = tr("Visual synchronize");
-    if (plan.visualCount() >= largeSyncCount && (model->warningLevel & Warnings::largeSync)) {
-        QString text = tr("You are trying to synchronize %1 visuals from server %2 to server %3.\n")
-                           .arg(QString::number(plan.visualCount()), shownName(source),
+    const SyncQuestion question(plan, model->warningLevel, shownName(source),
                                 shownName(destination));
-        if (plan.isDestructive())
-            text += tr("The operation may permanently remove or replace visuals in destination "
-                       "slots.");
-        text += tr("\nAre you sure you want to continue?");
-        text += tr("\n\nNote: The operation can not be undone.");
-        return confirmWarning(text, title, Warnings::largeSync);
-    }
-    if (!plan.isDestructive())
+    if (question.kind() == SyncQuestion::None)
         return true;
-    return confirmWarning(
-        tr("Are you sure you want to synchronize the selected visuals?\n"
-           "The operation may permanently remove or replace visuals in destination slots\n\n"
-           "Note: The operation can not be  undone."), // required: two blanks
-        title, Warnings::destructive);
+    return confirmWarning(question.text(), tr("Visual synchronize"),
+                          question.kind() == SyncQuestion::Large ? Warnings::largeSync
+                                                                 : Warnings::destructive);
 }
 
 bool OperatorDialogs::confirmRemoval() const

@@ -74,6 +74,12 @@ FolderPositions Server::folderPositions() const
     return positions;
 }
 
+int Server::folderPosition(int slot) const
+{
+    const auto found = std::ranges::find(folders, slot, &MediaFolder::slot);
+    return found == folders.end() ? -1 : static_cast<int>(found - folders.begin());
+}
+
 bool Server::containsHash(const QString &wanted) const
 {
     return std::ranges::any_of(

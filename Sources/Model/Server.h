@@ -59,6 +59,8 @@ struct Server
     [[nodiscard]] MediaFolder folderAt(int index) const;
     /// The first of several folders with one slot counts. Takes one pass over all folders.
     [[nodiscard]] FolderPositions folderPositions() const;
+    /// Position of the first folder with this slot, -1 if there is none.
+    [[nodiscard]] int folderPosition(int slot) const;
     /// Whether any folder has a visual with this hash. Required, though nothing calls it.
     [[nodiscard]] bool containsHash(const QString &wanted) const;
 

@@ -19,8 +19,6 @@
 #include <QSignalBlocker>
 #include <QTabBar>
 
-#include <algorithm>
-
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -223,15 +221,6 @@ const Server &BVServerBank::currentServer() const
 const Server &BVServerBank::serverRecord(const QUuid &uuid) const
 {
     return controller ? controller->connectedServer(uuid) : Server::invalid();
-}
-
-int BVServerBank::folderPosition(int folderSlot) const
-{
-    const QList<MediaFolder> &folders = currentServer().folders;
-    const auto found = std::find_if(folders.begin(), folders.end(), [=](const MediaFolder &folder) {
-        return folder.slot == folderSlot;
-    });
-    return found == folders.end() ? -1 : static_cast<int>(found - folders.begin());
 }
 
 void BVServerBank::serverIndexChanged(int index)

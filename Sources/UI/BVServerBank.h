@@ -164,10 +164,6 @@ private:
     void fillServerList(const QList<QUuid> &uuids);
 
     [[nodiscard]] const Server &serverRecord(const QUuid &uuid) const;
-    /// Position of this folder in the selected server's library, -1 if it has none.
-    [[nodiscard]] int folderPosition(int folderSlot) const;
-    [[nodiscard]] QList<VisualRef> visualsOfFolder(int folderSlot, int position,
-                                                   bool onlyExisting) const;
 
     /// Does the same as a double click on this row. Does nothing if there is no such row.
     void openRow(int row);

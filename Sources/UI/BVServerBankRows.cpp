@@ -196,7 +196,7 @@ void BVServerBank::enterFolder(int folderSlot, bool red)
 
 void BVServerBank::refreshFolder()
 {
-    const int position = folderPosition(currentFolder);
+    const int position = currentServer().folderPosition(currentFolder);
     dropSelectionOfFormerPlace();
     setDragDropEnabled(true);
     setEnabled(false);

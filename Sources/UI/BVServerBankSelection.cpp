@@ -6,8 +6,8 @@
 #include "UI/BVServerBank.h"
 
 #include "Log/ZorLog.h"
+#include "Model/LibrarySelection.h"
 #include "Model/Server.h"
-#include "Model/Slots.h"
 
 #include "ui_BVServerBank.h"
 
@@ -45,57 +45,21 @@ QList<VisualRef> BVServerBank::selectedVisuals(bool onlyExisting) const
 
 QList<VisualRef> BVServerBank::visualsOfRows(const QList<int> &rows, bool onlyExisting) const
 {
-    QList<VisualRef> visuals;
-    if (currentFolder == -1) {
-        const FolderPositions positions = currentServer().folderPositions();
-        for (const int row : rows)
-            visuals += visualsOfFolder(row, positions[static_cast<std::size_t>(row)], onlyExisting);
-        return visuals;
-    }
-
-    const int position = folderPosition(currentFolder);
-    // Required: here, and only here, the folder's slot is used as a position. In a library without
-    // gaps that is the same folder. If there is no such position, the folder counts as empty.
-    const MediaFolder folder = currentServer().folderAt(currentFolder);
-    for (const int row : rows) {
-        const int slot = row - 1;
-        if (slot > 0 && (!onlyExisting || folder.indexOfSlot(slot) != -1))
-            visuals.append({position, slot});
-    }
-    return visuals;
-}
-
-QList<VisualRef> BVServerBank::visualsOfFolder(int folderSlot, int position,
-                                               bool onlyExisting) const
-{
-    QList<VisualRef> visuals;
-    if (onlyExisting && position == -1)
-        return visuals;
-    const MediaFolder folder = currentServer().folderAt(position);
-    for (int slot = 1; slot <= Slots::last; ++slot) {
-        if (!onlyExisting || folder.indexOfSlot(slot) != -1)
-            visuals.append({folderSlot, slot});
-    }
-    return visuals;
+    const Server &server = currentServer();
+    if (currentFolder == -1)
+        return LibrarySelection::ofFolders(server, rows, onlyExisting);
+    QList<int> slotNumbers;
+    for (const int row : rows)
+        slotNumbers.append(row - 1);
+    return LibrarySelection::ofSlots(server, currentFolder, slotNumbers, onlyExisting);
 }
 
 QList<VisualRef> BVServerBank::allVisuals() const
 {
-    QList<VisualRef> visuals;
-    if (currentFolder == -1) {
-        visuals.reserve(static_cast<qsizetype>(Slots::folderCount) * Slots::last);
-        for (int folder = 0; folder < Slots::folderCount; ++folder) {
-            for (int slot = 1; slot <= Slots::last; ++slot)
-                visuals.append({folder, slot});
-        }
-        return visuals;
-    }
-
-    const int position = folderPosition(currentFolder);
-    // Required: the last slot is left out, only at this level and only here.
-    for (int slot = 1; slot < Slots::last; ++slot) {
-        visuals.append({position, slot});
+    if (currentFolder == -1)
+        return LibrarySelection::all();
+    const QList<VisualRef> visuals = LibrarySelection::allOfFolder(currentServer(), currentFolder);
+    for (const auto &[position, slot] : visuals)
         ZOR_LOG(info, "%d-%d", position, slot);
-    }
     return visuals;
 }
