@@ -4,8 +4,8 @@
 #include "Service/ServerInfoService.h"
 
 #include "Log/ZorLog.h"
-#include "Protocol/FeatureList.h"
 #include "Protocol/JsonBody.h"
+#include "Protocol/LibraryReply.h"
 #include "Protocol/Urls.h"
 #include "Service/Http/BoundedDownload.h"
 
@@ -21,12 +21,11 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr qint64 maximumCacheSize = 0x800000;
-constexpr qint64 maximumLibrarySize = 256 << 20;
 
 ProtocolInfo protocolInfoFromHeaders(const QNetworkReply &reply)
 {
-    return {.protocolVersion = reply.rawHeader("X-BVProtocolVersion").toULongLong(nullptr, 10),
-            .featureList = featureListFromText(reply.rawHeader("X-BVFeatureList"))};
+    return LibraryReply::protocolInfo(reply.rawHeader("X-BVProtocolVersion"),
+                                      reply.rawHeader("X-BVFeatureList"));
 }
 
 } // namespace
@@ -57,7 +56,8 @@ void ServerInfoService::requestLibrary(const Server &server)
     // Required: the first connection, not the active one.
     const QUrl url = Protocol::libraryUrl(server.connections.constFirst().first);
     ZOR_LOG(info, "Downloading server info from: %s", qUtf8Printable(url.toString()));
-    pendingReplies.insert(BoundedDownload::get(networkManager, url, maximumLibrarySize), server);
+    pendingReplies.insert(BoundedDownload::get(networkManager, url, LibraryReply::maximumSize),
+                          server);
 }
 
 void ServerInfoService::downloadFinished(QNetworkReply *reply)
@@ -92,7 +92,7 @@ void ServerInfoService::downloadFinished(QNetworkReply *reply)
 void ServerInfoService::readLibrary(QNetworkReply *reply, const ProtocolInfo &protocolInfo)
 {
     Server &server = pendingReplies[reply];
-    if (protocolInfo.protocolVersion == 0) {
+    if (!LibraryReply::isSupported(protocolInfo)) {
         ZOR_LOG(error, "Discarding library.json from server %s for unsupported version",
                 qUtf8Printable(server.name));
         return;

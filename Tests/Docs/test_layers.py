@@ -11,7 +11,7 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SOURCES = ROOT / "Sources"
-LAYER_OF_FOLDER = {"Controller": "ui", "UI": "ui", "": "brenvoka"}
+LAYER_OF_FOLDER = {"Controller": "ui", "UI": "ui", "Service/Http": "http", "": "brenvoka"}
 # A task's dialogs have the window as parent, and only its header tells the compiler that the window
 # is a widget. Nothing of it is linked.
 HEADER_ONLY = {("tasks", "UI/BVMainWindow.h")}
@@ -47,7 +47,7 @@ def included():
 
 
 def layer(path):
-    folder = path.split("/")[0] if "/" in path else ""
+    folder = pathlib.PurePath(path).parent.as_posix().removeprefix(".")
     return LAYER_OF_FOLDER.get(folder, folder.lower())
 
 
