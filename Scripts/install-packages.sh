@@ -15,7 +15,7 @@ packages=(
     # tests and the demonstration: a virtual display, input events, the accessibility tree, pictures,
     # a network of their own, locales, system calls
     xvfb openbox xdotool x11-utils imagemagick iproute2
-    at-spi2-core dbus dbus-x11 python3 python3-pyatspi
+    at-spi2-core dbus dbus-x11 python3 python3-pyatspi python3-jsonschema
     curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei locales strace
     # fuzzers
     clang libclang-rt-dev
@@ -33,8 +33,8 @@ Please install what is missing of this list:
   Qt 6.4 or later: Core, Gui, Widgets, Network, Test, and the xcb and offscreen platform plug-ins
   spdlog 1.10 or later, fmt 9 or later, Boost.Filesystem 1.74 or later, cpp-httplib 0.11 or later
   for tests and the demonstration: Xvfb, openbox, xdotool, xdpyinfo, xprop, xwininfo, ImageMagick,
-  iproute2, curl, D-Bus, at-spi2-core, /usr/bin/python3 with pyatspi, rsvg-convert, strace, the
-  sources of the locales, and the fonts DejaVu, Liberation and WenQuanYi Micro Hei
+  iproute2, curl, D-Bus, at-spi2-core, /usr/bin/python3 with pyatspi and jsonschema, rsvg-convert,
+  strace, the sources of the locales, and the fonts DejaVu, Liberation and WenQuanYi Micro Hei
   for the fuzzers: clang 14 or later with libFuzzer and the sanitizers
   for the Debian package: dpkg-dev, file, desktop-file-utils, appstreamcli, groff
 TEXT

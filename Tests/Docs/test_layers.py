@@ -11,7 +11,10 @@ import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 SOURCES = ROOT / "Sources"
-LAYER_OF_FOLDER = {"Controller": "ui", "UI": "ui", "Service/Http": "http", "": "brenvoka"}
+TOOL = ROOT / "Tools/Brenvokactl"
+LAYER_OF_FOLDER = {"Controller": "ui", "UI": "ui", "Service/Http": "http", "Brenvokactl": "ctl",
+                   "": "brenvoka"}
+LAYER_OF_FILE = {"Brenvokactl/main.cpp": "brenvokactl"}
 # A task's dialogs have the window as parent, and only its header tells the compiler that the window
 # is a widget. Nothing of it is linked.
 HEADER_ONLY = {("tasks", "UI/BVMainWindow.h")}
@@ -38,8 +41,9 @@ def drawn_in_picture():
 
 def included():
     arrows = set()
-    for file in [*SOURCES.rglob("*.cpp"), *SOURCES.rglob("*.h")]:
-        user = layer(file.relative_to(SOURCES).as_posix())
+    for file in (file for folder in (SOURCES, TOOL) for file in folder.rglob("*.*")
+                 if file.suffix in (".cpp", ".h")):
+        user = layer(file.relative_to(SOURCES if SOURCES in file.parents else TOOL.parent).as_posix())
         for header in re.findall(r'^#include "(\w+/[\w/]+\.h)"', file.read_text(), re.M):
             if (user, header) not in HEADER_ONLY and user != layer(header):
                 arrows.add((user, layer(header)))
@@ -48,7 +52,7 @@ def included():
 
 def layer(path):
     folder = pathlib.PurePath(path).parent.as_posix().removeprefix(".")
-    return LAYER_OF_FOLDER.get(folder, folder.lower())
+    return LAYER_OF_FILE.get(path) or LAYER_OF_FOLDER.get(folder, folder.lower())
 
 
 def reaches(start, end):

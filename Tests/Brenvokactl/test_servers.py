@@ -1,0 +1,234 @@
+# SPDX-FileCopyrightText: The Brenvoka authors
+# SPDX-License-Identifier: MIT
+
+"""listen, check and report with rehearsal servers and their faults."""
+
+import json
+import re
+import socket
+import subprocess
+import sys
+import unittest
+
+from brenvokactl import BUILD, PROGRAM, ProgramCase, RawServer, loopback, reply
+
+DRAWN = ("--generate", "7", "--folders", "2", "--visuals", "3")
+# A socket of its own process on the discovery port; the argument says whether it shares the port.
+LISTENER = """
+import socket, sys
+s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+s.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, int(sys.argv[1]))
+s.bind(("0.0.0.0", 3001))
+print("bound", flush=True)
+sys.stdin.read()
+"""
+
+
+class Listen(ProgramCase):
+    def listen(self, code, *options):
+        return self.document(code, "listen", "--for", 2, *options)
+
+    def test_listable_server(self):
+        self.serve(2, "Stage left")
+        document = self.listen(0)
+        self.assertEqual(document["listed"], 1)
+        (sender,) = document["senders"]
+        self.assertEqual((sender["address"], sender["name"], sender["mask"], sender["netmask"]),
+                         (loopback(2), "Stage left", "255.0.0.0", 8))
+        self.assertTrue(sender["listed"])
+        self.assertIsNone(sender["reason"])
+        self.assertGreaterEqual(sender["heard"], 1)
+
+    def test_wrong_mask_is_explained(self):
+        self.serve(2, "Stage left", "--mask-network-order")
+        document = self.listen(1)
+        self.assertEqual(document["listed"], 0)
+        self.assertIn("network order", document["senders"][0]["reason"])
+        self.assertIn("invalid mask", self.output(1, "listen", "--for", 2))
+
+    def test_other_traffic_is_named(self):
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+            sender.bind((loopback(5), 0))
+            process = subprocess.Popen([PROGRAM, "listen", "--for", "2", "--format", "json"],
+                                       stdout=subprocess.PIPE, env=self.environment)
+            while process.poll() is None:
+                sender.sendto(b"hello", ("127.0.0.1", 3001))
+                try:
+                    process.wait(0.1)
+                except subprocess.TimeoutExpired:
+                    pass
+        document = json.load(process.stdout)
+        process.stdout.close()
+        self.assertEqual(process.returncode, 1)
+        (heard,) = document["senders"]
+        self.assertEqual((heard["address"], heard["name"], heard["id"]), (loopback(5), None, None))
+        self.assertIn("too short", heard["reason"])
+        self.assertGreater(document["interruptions"], 0)
+
+    def test_silence(self):
+        self.assertEqual(self.listen(1)["senders"], [])
+
+    def start_listener(self, shares):
+        listener = subprocess.Popen([sys.executable, "-c", LISTENER, str(int(shares))],
+                                    stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.addCleanup(listener.wait)
+        self.addCleanup(listener.stdin.close)
+        self.addCleanup(listener.stdout.close)
+        self.assertEqual(listener.stdout.readline(), b"bound\n")
+        return listener
+
+    def test_port_of_another_program_is_not_taken(self):
+        listener = self.start_listener(shares=True)
+        self.assert_refused("listen", "--for", 1, contains=f"(process {listener.pid})")
+        self.serve(2, "Stage left")
+        self.assertEqual(self.listen(0, "--share")["listed"], 1)
+
+    def test_port_that_is_not_shared_is_an_error(self):
+        listener = self.start_listener(shares=False)
+        self.assert_refused("listen", "--for", 1, "--share",
+                            contains=f"(process {listener.pid})")
+
+
+class Check(ProgramCase):
+    def check(self, code, *options):
+        document = self.document(code, "check", loopback(2), *options)
+        return document, {(entry["result"], entry["subject"]): entry
+                          for entry in document["findings"]}
+
+    def test_good_library(self):
+        self.serve(2, "Stage left", *DRAWN)
+        document, findings = self.check(0)
+        self.assertEqual(document["result"], "accepted")
+        self.assertEqual({result for result, _ in findings}, {"ok"})
+        self.assertIn(": accepted\n", self.output(0, "check", loopback(2)))
+
+    def test_cut_document(self):
+        self.serve(2, "Stage left", "--bad-json", *DRAWN)
+        document, findings = self.check(1)
+        self.assertEqual(document["result"], "refused")
+        self.assertIn("at byte", findings["refused", "JSON"]["text"])
+
+    def test_version_header(self):
+        self.serve(2, "Stage left", "--version-header", "0")
+        self.assertIn('"0"', self.check(1)[1]["refused", "version"]["text"])
+
+    def test_feature_list(self):
+        self.serve(2, "Stage left", "--features", "1x")
+        self.assertIn('"1x"', self.check(1)[1]["refused", "feature list"]["text"])
+
+    def test_rule_with_folder_and_slot(self):
+        self.answer(2, reply({"hash": "", "folders": [
+            {"slot": 3, "name": "n", "files": [{"slot": 17, "name": "n", "hash": "short"}]}]}))
+        finding = self.check(1)[1]["refused", "document"]
+        self.assertEqual((finding["folder"], finding["slot"]), (3, 17))
+
+    def test_what_works_badly_is_accepted(self):
+        server = self.serve(2, "Stage left", "--sparse", *DRAWN)
+        for slot in [slot for number, slot in server.slots() if number == 0]:
+            server.remove(0, slot)
+        document, findings = self.check(0)
+        self.assertEqual(document["result"], "accepted")
+        self.assertEqual(findings["advice", "folder"]["folder"], 1)
+
+    def test_stream(self):
+        server = self.serve(2, "Stage left", *DRAWN)
+        self.check(0)
+        self.assertEqual([line for line in server.requests() if "notifier" in line], [])
+        self.assertIn(("ok", "stream"), self.check(0, "--stream")[1])
+        self.assertEqual(len([line for line in server.requests() if "notifier" in line]), 1)
+
+    def test_only_get_requests_are_sent(self):
+        server = self.serve(2, "Stage left", *DRAWN)
+        self.output(0, "check", loopback(2), "--stream")
+        self.output(0, "compare", loopback(2), loopback(2))
+        self.output(0, "plan", loopback(2), loopback(2))
+        self.output(0, "save", loopback(2), "file")
+        self.assertEqual({line.split(" ")[0] for line in server.requests()}, {"GET"})
+
+    def test_unreachable_server(self):
+        document, findings = self.check(2)
+        self.assertEqual(document["result"], "not reachable")
+        self.assertIn("refused", findings["unreachable", "connection"]["text"])
+
+    def test_silent_server(self):
+        silent = RawServer(loopback(2), b"", closes=False)
+        self.addCleanup(silent.close)
+        self.assertIn("within 1 s", self.check(2, "--timeout", 1)[1]
+                      ["unreachable", "connection"]["text"])
+
+
+class Report(ProgramCase):
+    def test_contains_what_it_lists(self):
+        self.serve(2, "Stage left", *DRAWN)
+        self.serve(3, "Stage right", "--bad-json", *DRAWN)
+        logs = self.home / "data/Zorvik/Brenvoka/logs/loghistory"
+        logs.mkdir(parents=True)
+        (logs / "old.log").write_text("old")
+        (logs.parent / "Brenvoka.log").write_text("new")
+        settings = self.home / "config/Zorvik/Brenvoka"
+        settings.mkdir(parents=True)
+        (settings / "settings.ini").write_text("[General]")
+        document = self.document(0, "report", "support", "--for", 2)
+        directory = self.work / "support"
+        listed = {entry["file"]: entry["bytes"] for entry in document["files"]}
+        written = {str(path.relative_to(directory)): path.stat().st_size
+                   for path in directory.rglob("*") if path.is_file()}
+        self.assertEqual(listed, written)
+        self.assertEqual(set(written), {
+            "versions.txt", "settings.ini", "logs/Brenvoka.log", "logs/loghistory/old.log",
+            "listen.txt", f"check-{loopback(2)}.txt", f"check-{loopback(3)}.txt"})
+        self.assertIn("Stage left", (directory / "listen.txt").read_text())
+        self.assertIn(": accepted", (directory / f"check-{loopback(2)}.txt").read_text())
+        self.assertIn(": refused", (directory / f"check-{loopback(3)}.txt").read_text())
+        self.assertEqual((directory / "logs/Brenvoka.log").read_text(), "new")
+
+    def test_screen_says_that_names_are_included(self):
+        text = self.output(0, "report", "support", "--for", 1)
+        self.assertIn("Names and addresses", text)
+        self.assertIn("listen.txt", text)
+
+    def test_existing_directory_is_refused(self):
+        (self.work / "support").mkdir()
+        self.assert_refused("report", "support", contains="it exists")
+
+    def test_servers_of_the_log_are_checked_while_the_window_runs(self):
+        self.serve(2, "Stage left", *DRAWN)
+        listener = subprocess.Popen([sys.executable, "-c", LISTENER, "1"], stdin=subprocess.PIPE,
+                                    stdout=subprocess.PIPE)
+        self.addCleanup(listener.wait)
+        self.addCleanup(listener.stdin.close)
+        self.addCleanup(listener.stdout.close)
+        self.assertEqual(listener.stdout.readline(), b"bound\n")
+        logs = self.home / "data/Zorvik/Brenvoka/logs"
+        logs.mkdir(parents=True)
+        (logs / "Brenvoka.log").write_text(
+            f"[x][ServerListenerService:86] Found new server: {{id}} | {loopback(2)} | 8 | n\n")
+        files = {entry["file"] for entry in self.document(0, "report", "r", "--for", 1)["files"]}
+        self.assertIn(f"check-{loopback(2)}.txt", files)
+        self.assertIn("in use by", (self.work / "r/listen.txt").read_text())
+
+
+class Binary(unittest.TestCase):
+    def test_has_no_code_that_changes_a_server(self):
+        symbols = subprocess.run(["nm", "--demangle", PROGRAM], capture_output=True, text=True,
+                                 check=True).stdout
+        self.assertIn("LibraryComparison::planSync", symbols)
+        for name in ("ServerConnectionHandler", "CommandQueue", "CommandBodies", "UploadForm"):
+            self.assertNotIn(name, symbols)
+
+    def test_links_qt_core_and_network_only(self):
+        needed = subprocess.run(["objdump", "--private-headers", PROGRAM], capture_output=True,
+                                text=True, check=True).stdout
+        self.assertEqual(set(re.findall(r"NEEDED +(libQt\S+)", needed)),
+                         {"libQt6Core.so.6", "libQt6Network.so.6"})
+
+    def test_window_has_that_code(self):
+        """The check of the names fails if they are changed."""
+        symbols = subprocess.run(["nm", "--demangle", BUILD / "brenvoka"], capture_output=True,
+                                 text=True, check=True).stdout
+        for name in ("ServerConnectionHandler", "CommandQueue", "CommandBodies", "UploadForm"):
+            self.assertIn(name, symbols)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,0 +1,108 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Brenvokactl/Commands.h"
+#include "Brenvokactl/LibraryDifference.h"
+#include "Brenvokactl/LibrarySource.h"
+
+#include <QJsonArray>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr int shownHash = 8;
+
+QJsonValue toJson(const std::optional<Visual> &visual)
+{
+    if (!visual)
+        return {};
+    return QJsonObject{{u"name"_s, visual->name}, {u"hash"_s, visual->hash}};
+}
+
+QJsonValue toJson(const std::optional<QString> &name)
+{
+    return name ? QJsonValue(*name) : QJsonValue();
+}
+
+QJsonObject toJson(const FolderDifference &folder)
+{
+    QJsonArray visuals;
+    for (const VisualDifference &visual : folder.visuals)
+        visuals.append(QJsonObject{{u"slot"_s, visual.slot},
+                                   {u"a"_s, toJson(visual.first)},
+                                   {u"b"_s, toJson(visual.second)}});
+    return {{u"slot"_s, folder.slot},
+            {u"a"_s, toJson(folder.firstName)},
+            {u"b"_s, toJson(folder.secondName)},
+            {u"visuals"_s, visuals}};
+}
+
+QJsonObject toJson(const LibrarySource &a, const LibrarySource &b,
+                   const LibraryDifference &difference)
+{
+    QJsonArray folders;
+    for (const FolderDifference &folder : difference.folders)
+        folders.append(toJson(folder));
+    return {{u"equal"_s, difference.isEqual()},
+            {u"differing"_s, difference.slotCount},
+            {u"a"_s, a.toJson()},
+            {u"b"_s, b.toJson()},
+            {u"folders"_s, folders}};
+}
+
+/// A row for the folder, if more than its visuals differs, and one for each visual.
+void appendRows(QList<QStringList> &rows, const FolderDifference &folder)
+{
+    const QString slot = QString::number(folder.slot);
+    const bool hasSameName = folder.firstName == folder.secondName;
+    if (!hasSameName || folder.visuals.isEmpty())
+        rows.append({slot, QString(), folder.firstName.value_or(QString()), QString(),
+                     folder.secondName.value_or(QString()), QString(),
+                     hasSameName ? u"stored order"_s : u"folder name"_s});
+    for (const auto &[number, a, b] : folder.visuals) {
+        const Visual first = a.value_or(Visual());
+        const Visual second = b.value_or(Visual());
+        rows.append({slot, QString::number(number), first.name, first.hash, second.name,
+                     second.hash,
+                     !a   ? u"only in B"_s
+                     : !b ? u"only in A"_s
+                          : u"visual"_s});
+    }
+}
+
+QString verdict(const LibraryDifference &difference)
+{
+    if (difference.isEqual())
+        return u"Equal"_s;
+    return u"Different: %1 slots, %2 folders"_s.arg(QString::number(difference.slotCount),
+                                                    QString::number(difference.folders.size()));
+}
+
+} // namespace
+
+Expected<Result> Commands::compare(const CommandLine &line)
+{
+    const Expected<LibrarySource> a = LibrarySource::get(line.arguments.at(0), line.timeout);
+    if (!a)
+        return Expected<Result>::failure(a.error);
+    const Expected<LibrarySource> b = LibrarySource::get(line.arguments.at(1), line.timeout);
+    if (!b)
+        return Expected<Result>::failure(b.error);
+    const LibraryDifference difference = LibraryDifference::between(a->server, b->server);
+
+    Result result;
+    result.exitCode = difference.isEqual() ? ExitCode::good : ExitCode::other;
+    if (line.format == Format::Json) {
+        result.json = toJson(*a, *b, difference);
+        return result;
+    }
+    result.summary = {verdict(difference), u"A "_s + a->summary(), u"B "_s + b->summary()};
+    result.columns = {{u"folder"_s},    {u"slot"_s},
+                      {u"A"_s},         {u"A hash"_s, shownHash},
+                      {u"B"_s},         {u"B hash"_s, shownHash},
+                      {u"difference"_s}};
+    for (const FolderDifference &folder : difference.folders)
+        appendRows(result.rows, folder);
+    return result;
+}

@@ -1,0 +1,147 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Brenvokactl/Commands.h"
+#include "Brenvokactl/LibrarySource.h"
+#include "Model/LibraryComparison.h"
+#include "Model/LibrarySelection.h"
+#include "Model/SyncQuestion.h"
+#include "Model/Warnings.h"
+#include "Text/ShownText.h"
+
+#include <QJsonArray>
+#include <QSet>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using LibraryComparison::SyncPlan;
+
+/// The slots that the window would compare for this selection, each once.
+QList<VisualRef> candidates(const CommandLine &line, const Server &source)
+{
+    if (line.folders.isEmpty() && line.visuals.isEmpty())
+        return LibrarySelection::all();
+    QList<VisualRef> result;
+    QSet<VisualRef> known;
+    const auto add = [&result, &known](const QList<VisualRef> &visuals) {
+        for (const VisualRef &visual : visuals) {
+            if (const qsizetype before = known.size(); known.insert(visual), known.size() > before)
+                result.append(visual);
+        }
+    };
+    add(LibrarySelection::ofFolders(source, line.folders, false));
+    for (const auto &[folder, slot] : line.visuals)
+        add(LibrarySelection::ofSlots(source, folder, {slot}, false));
+    return result;
+}
+
+QJsonArray toJson(const QList<VisualRef> &visuals)
+{
+    QJsonArray result;
+    for (const auto &[folder, slot] : visuals)
+        result.append(QJsonArray{folder, slot});
+    return result;
+}
+
+QString kindName(SyncQuestion::Kind kind)
+{
+    return kind == SyncQuestion::Large         ? u"large"_s
+           : kind == SyncQuestion::Destructive ? u"destructive"_s
+                                               : u"none"_s;
+}
+
+QJsonObject toJson(const SyncPlan &plan, const SyncQuestion &question)
+{
+    QJsonArray renames;
+    for (const auto &[folder, name] : plan.renames)
+        renames.append(QJsonObject{{u"folder"_s, folder}, {u"name"_s, name}});
+    return {{u"renames"_s, renames},
+            {u"removals"_s, toJson(plan.removals)},
+            {u"transfers"_s, toJson(plan.transfers)},
+            {u"question"_s, kindName(question.kind())},
+            {u"text"_s, question.text()}};
+}
+
+/// The name in a slot; empty if there is none.
+QString nameIn(const Server &server, const FolderPositions &positions, const VisualRef &visual)
+{
+    const int position = visual.first < 0 ? -1 : positions[static_cast<std::size_t>(visual.first)];
+    if (position < 0)
+        return {};
+    const QList<Visual> &files = server.folders.at(position).files;
+    const auto found = std::ranges::find(files, visual.second, &Visual::slot);
+    return found == files.cend() ? QString() : found->name;
+}
+
+void appendRows(QList<QStringList> &rows, const QString &action, const QList<VisualRef> &visuals,
+                const Server &source, const Server &destination)
+{
+    const FolderPositions here = source.folderPositions();
+    const FolderPositions there = destination.folderPositions();
+    for (const VisualRef &visual : visuals)
+        rows.append({action, QString::number(visual.first), QString::number(visual.second),
+                     nameIn(source, here, visual), nameIn(destination, there, visual)});
+}
+
+QList<QStringList> rowsOf(const SyncPlan &plan, const Server &source, const Server &destination)
+{
+    QList<QStringList> rows;
+    for (const auto &[folder, name] : plan.renames) {
+        const QString present = destination.folderAt(destination.folderPosition(folder)).name;
+        rows.append({u"rename"_s, QString::number(folder), QString(), name, present});
+    }
+    appendRows(rows, u"remove"_s, plan.removals, source, destination);
+    appendRows(rows, u"transfer"_s, plan.transfers, source, destination);
+    return rows;
+}
+
+QStringList questionLines(const SyncQuestion &question)
+{
+    if (question.kind() == SyncQuestion::None)
+        return {u"The window would start at once, without a question."_s};
+    QStringList lines{u"The window would ask (unless this question is disabled in it):"_s};
+    for (const QString &line : question.text().split(u'\n'))
+        lines.append(line.isEmpty() ? line : u"  "_s + line);
+    return lines;
+}
+
+bool isEmpty(const SyncPlan &plan)
+{
+    return plan.renames.isEmpty() && plan.visualCount() == 0;
+}
+
+QString verdict(const SyncPlan &plan)
+{
+    if (isEmpty(plan))
+        return u"Nothing to do"_s;
+    return u"%1 renames, %2 removals, %3 transfers"_s.arg(QString::number(plan.renames.size()),
+                                                          QString::number(plan.removals.size()),
+                                                          QString::number(plan.transfers.size()));
+}
+
+} // namespace
+
+Expected<Result> Commands::plan(const CommandLine &line)
+{
+    const Expected<LibrarySource> a = LibrarySource::get(line.arguments.at(0), line.timeout);
+    if (!a)
+        return Expected<Result>::failure(a.error);
+    const Expected<LibrarySource> b = LibrarySource::get(line.arguments.at(1), line.timeout);
+    if (!b)
+        return Expected<Result>::failure(b.error);
+    const SyncPlan plan =
+        LibraryComparison::planSync(a->server, b->server, candidates(line, a->server));
+    const SyncQuestion question(plan, Warnings::all, shownName(a->source), shownName(b->source));
+
+    Result result;
+    result.exitCode = isEmpty(plan) ? ExitCode::good : ExitCode::other;
+    result.json = toJson(plan, question);
+    result.summary = {verdict(plan), u"from "_s + a->summary(), u"to "_s + b->summary()};
+    result.columns = {{u"action"_s}, {u"folder"_s}, {u"slot"_s}, {u"A"_s}, {u"B"_s}};
+    result.rows = rowsOf(plan, a->server, b->server);
+    if (!isEmpty(plan))
+        result.remarks = questionLines(question);
+    return result;
+}

@@ -1,0 +1,66 @@
+// SPDX-FileCopyrightText: The Brenvoka authors
+// SPDX-License-Identifier: MIT
+
+#include "Brenvokactl/Terminal.h"
+
+#include "Text/ShownText.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+void writeToError(const QString &text)
+{
+    std::fputs(text.toUtf8().constData(), stderr);
+    std::fflush(stderr);
+}
+
+bool showsProgress()
+{
+    return ::isatty(STDERR_FILENO) == 1;
+}
+
+} // namespace
+
+namespace Terminal {
+
+bool hasColors()
+{
+    return ::isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR");
+}
+
+bool write(const QByteArray &bytes)
+{
+    const auto size = static_cast<std::size_t>(bytes.size());
+    return std::fwrite(bytes.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0;
+}
+
+void writeError(const QString &text)
+{
+    writeToError(u"brenvokactl: %1\n"_s.arg(shownName(text)));
+}
+
+void silenceQt()
+{
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+        if (type == QtFatalMsg)
+            writeError(text);
+    });
+}
+
+Progress::Progress(const QString &text)
+{
+    if (showsProgress())
+        writeToError(shownName(text));
+}
+
+Progress::~Progress()
+{
+    if (showsProgress())
+        writeToError(u"\r\x1b[K"_s);
+}
+
+} // namespace Terminal
