@@ -118,7 +118,7 @@ class Plan(ProgramCase):
 
     def test_text_shows_the_question(self):
         text = self.output(1, "plan", self.a, self.b)
-        self.assertIn("2 renames, 1 removals, 3 transfers\n", text)
+        self.assertIn("2 renames, 1 removal, 3 transfers\n", text)
         self.assertRegex(text, r"\ntransfer +0 +2 +002: b +002: b\n")
         self.assertIn("\n  Are you sure you want to synchronize the selected visuals?\n", text)
 

@@ -18,16 +18,19 @@ DOCUMENTATION = "usr/share/doc/brenvoka"
 ICONS = "usr/share/icons/hicolor"
 DESKTOP_ENTRY = "usr/share/applications/brenvoka.desktop"
 METAINFO = "usr/share/metainfo/internal.zorvik.brenvoka.metainfo.xml"
-MANUAL_PAGE = "usr/share/man/man1/brenvoka.1.gz"
+MANUAL_PAGES = tuple(f"usr/share/man/man1/{name}.1.gz" for name in ("brenvoka", "brenvokactl"))
 FILES = {
     "usr/bin/brenvoka",
+    "usr/bin/brenvokactl",
+    "usr/share/bash-completion/completions/brenvokactl",
     DESKTOP_ENTRY,
     METAINFO,
-    MANUAL_PAGE,
+    *MANUAL_PAGES,
     f"{ICONS}/scalable/apps/brenvoka.svg",
     *(f"{ICONS}/{size}x{size}/apps/brenvoka.png" for size in SIZES),
     *(f"{DOCUMENTATION}/{name}" for name in (
         "operator.md", "behaviour.md", "protocol.md", "network.md", "copyright", "changelog.gz",
+        "brenvokactl.md", "brenvokactl-compare.schema.json", "brenvokactl-plan.schema.json",
         "pictures/window-folders-list-medium.png")),
 }
 
@@ -68,7 +71,7 @@ class PackageTest(unittest.TestCase):
 
     def test_files_belong_to_root_and_are_readable(self):
         for line in run("dpkg-deb", "--contents", self.package).stdout.splitlines():
-            folder, program = line.startswith("d"), line.endswith(" ./usr/bin/brenvoka")
+            folder, program = line.startswith("d"), " ./usr/bin/brenvoka" in line
             mode = "rwxr-xr-x" if folder or program else "rw-r--r--"
             self.assertRegex(line, f"^[-d]{mode} root/root ")
 
@@ -77,8 +80,9 @@ class PackageTest(unittest.TestCase):
         self.assertEqual(self.field("Version"), version)
         changelog = gzip.decompress(self.path(f"{DOCUMENTATION}/changelog.gz").read_bytes())
         self.assertTrue(changelog.decode().startswith(f"brenvoka ({version}) "), changelog)
-        page = gzip.decompress(self.path(MANUAL_PAGE).read_bytes()).decode()
-        self.assertIn(f'"Brenvoka {version}"', page)
+        for name in MANUAL_PAGES:
+            page = gzip.decompress(self.path(name).read_bytes()).decode()
+            self.assertIn(f'"Brenvoka {version}"', page)
 
     def test_depends_on_the_linked_libraries(self):
         depends = {re.split(r"[ (]", part)[0] for part in self.field("Depends").split(", ")}
@@ -113,12 +117,13 @@ class PackageTest(unittest.TestCase):
         # Together with the desktop entry that it refers to.
         self.assert_succeeds("appstreamcli", "validate-tree", "--no-net", self.root)
 
-    def test_manual_page_is_valid(self):
-        page = gzip.decompress(self.path(MANUAL_PAGE).read_bytes()).decode()
-        done = run("groff", "-man", "-Tutf8", "-ww", "-z", input=page)
-        self.assertEqual((done.returncode, done.stdout), (0, ""))
-        text = run("groff", "-man", "-Tascii", "-P-cbou", input=page).stdout
-        self.assertRegex(text, r"NAME\n +brenvoka +- +compare")
+    def test_manual_pages_are_valid(self):
+        for name, beginning in zip(MANUAL_PAGES, ("brenvoka +- +compare", "brenvokactl +- +look")):
+            page = gzip.decompress(self.path(name).read_bytes()).decode()
+            done = run("groff", "-man", "-Tutf8", "-ww", "-z", input=page)
+            self.assertEqual((done.returncode, done.stdout), (0, ""))
+            text = run("groff", "-man", "-Tascii", "-P-cbou", input=page).stdout
+            self.assertRegex(text, rf"NAME\n +{beginning}")
 
     def test_pictures_have_the_size_of_their_folder(self):
         for size in SIZES:

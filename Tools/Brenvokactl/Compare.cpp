@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Brenvokactl/Commands.h"
+#include "Brenvokactl/Counted.h"
 #include "Brenvokactl/LibraryDifference.h"
 #include "Brenvokactl/LibrarySource.h"
 
@@ -75,8 +76,8 @@ QString verdict(const LibraryDifference &difference)
 {
     if (difference.isEqual())
         return u"Equal"_s;
-    return u"Different: %1 slots, %2 folders"_s.arg(QString::number(difference.slotCount),
-                                                    QString::number(difference.folders.size()));
+    return u"Different: %1, %2"_s.arg(counted(difference.slotCount, "slot"_L1),
+                                      counted(difference.folders.size(), "folder"_L1));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include "Brenvokactl/LibrarySource.h"
 
+#include "Brenvokactl/Counted.h"
 #include "Brenvokactl/LibraryCheck.h"
 #include "Brenvokactl/LibraryDownload.h"
 #include "Brenvokactl/Snapshot.h"
@@ -58,8 +59,8 @@ Expected<LibrarySource> LibrarySource::get(const QString &argument,
 
 QString LibrarySource::summary() const
 {
-    QString text = u"%1: %2 folders, %3 visuals"_s.arg(
-        source, QString::number(server.folders.size()), QString::number(visualCount()));
+    QString text = u"%1: %2, %3"_s.arg(source, counted(server.folders.size(), "folder"_L1),
+                                       counted(visualCount(), "visual"_L1));
     if (time.isValid())
         text += u", saved from %1 at %2"_s.arg(address, time.toString(Qt::ISODate));
     return text;

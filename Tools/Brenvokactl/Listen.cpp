@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Brenvokactl/Commands.h"
+#include "Brenvokactl/Counted.h"
 #include "Brenvokactl/PortUsers.h"
 #include "Brenvokactl/Senders.h"
 #include "Brenvokactl/Terminal.h"
@@ -11,6 +12,7 @@
 #include <QJsonArray>
 #include <QTimer>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <sys/socket.h>
@@ -127,17 +129,25 @@ QStringList remarks(const Senders &senders)
     return lines;
 }
 
+QList<Sender> byAddress(QList<Sender> senders)
+{
+    std::ranges::stable_sort(senders, {}, [](const Sender &sender) {
+        return sender.announcement.address.toIPv4Address();
+    });
+    return senders;
+}
+
 Result resultOf(const Senders &senders)
 {
     Result result;
     const int listed = senders.listedCount();
     result.exitCode = listed > 0 ? ExitCode::good : ExitCode::other;
-    result.summary = {u"%1 senders, %2 that the window lists"_s.arg(
-        QString::number(senders.list().size()), QString::number(listed))};
+    result.summary = {u"%1, %2 listed by the window"_s.arg(
+        counted(senders.list().size(), "sender"_L1), QString::number(listed))};
     result.columns = {{u"address"_s}, {u"mask"_s},   {u"name"_s},  {u"id"_s},
                       {u"heard"_s},   {u"listed"_s}, {u"reason"_s}};
     QJsonArray list;
-    for (const Sender &sender : senders.list()) {
+    for (const Sender &sender : byAddress(senders.list())) {
         result.rows.append(toRow(sender));
         list.append(toJson(sender));
     }

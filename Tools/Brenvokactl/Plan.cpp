@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "Brenvokactl/Commands.h"
+#include "Brenvokactl/Counted.h"
 #include "Brenvokactl/LibrarySource.h"
 #include "Model/LibraryComparison.h"
 #include "Model/LibrarySelection.h"
@@ -116,9 +117,9 @@ QString verdict(const SyncPlan &plan)
 {
     if (isEmpty(plan))
         return u"Nothing to do"_s;
-    return u"%1 renames, %2 removals, %3 transfers"_s.arg(QString::number(plan.renames.size()),
-                                                          QString::number(plan.removals.size()),
-                                                          QString::number(plan.transfers.size()));
+    return u"%1, %2, %3"_s.arg(counted(plan.renames.size(), "rename"_L1),
+                               counted(plan.removals.size(), "removal"_L1),
+                               counted(plan.transfers.size(), "transfer"_L1));
 }
 
 } // namespace
