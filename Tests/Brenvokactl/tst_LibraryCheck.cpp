@@ -253,7 +253,5 @@ private slots:
     }
 };
 
-Q_DECLARE_METATYPE(LibraryDownload)
-
 QTEST_APPLESS_MAIN(tst_LibraryCheck)
 #include "tst_LibraryCheck.moc"
