@@ -72,6 +72,19 @@ private slots:
         QCOMPARE(fixture.two.visuals(ScriptedServer::Sync), (Refs{{1, 8}}));
     }
 
+    void aSelectedSlotThatIsEmptyInTheSourceIsRemoved()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open(
+            {folder(0, u"a"_s), folder(1, u"b"_s)},
+            {folder(0, u"a"_s),
+             folder(1, u"b"_s, {cachedVisual(7, u"z"_s, 3), cachedVisual(8, u"z"_s, 3)})}));
+        fixture.controller().folderChanged(1);
+        fixture.bankA().selectRows({8});
+        fixture.clickLeftToRight();
+        EVENTUALLY_COMPARE(fixture.two.visuals(ScriptedServer::Remove), (Refs{{1, 7}}));
+    }
+
     void theOtherButtonTransfersTheOtherWay()
     {
         SyncClickFixture fixture;
