@@ -11,6 +11,7 @@ import urllib.parse
 
 from fixtures.case import BUILD, EndToEndCase, loopback
 from fixtures.rehearsal import Rehearsal
+from fixtures.waiting import wait_for
 
 COMMAND_OF_KIND = {"5": "rename", "2": "remove", "1": "transfer"}
 
@@ -52,6 +53,9 @@ class Plan(EndToEndCase):
         self.assertEqual((done.returncode, done.stderr), (1, ""))
         return json.loads(done.stdout)
 
+    def sent(self):
+        return commands_in(self.rehearsal.right.requests()[self.before:])
+
     def sync(self, program, plan):
         """Clicks the arrow, answers the question, and compares it and the requests with the plan."""
         program.button("from bank a to bank b").click()
@@ -60,11 +64,12 @@ class Plan(EndToEndCase):
         expected = plan["text"].replace(loopback(2), "Stage left")
         self.assertEqual(asked, expected.replace(loopback(3), "Stage right"))
         program.press_button(question, "Yes")
+        planned = requests_of_plan(plan)
+        wait_for(lambda: len(self.sent()) >= len(planned), "as many requests as planned", 120)
         program.wait_until_no_dialog(120)
         self.rehearsal.right.wait_until_quiet()
         # A few commands are sent at a time, so within a phase they may arrive in another order.
-        sent = commands_in(self.rehearsal.right.requests()[self.before:])
-        planned = requests_of_plan(plan)
+        sent = self.sent()
         self.assertEqual([kind for kind, *_ in sent], [kind for kind, *_ in planned])
         self.assertEqual(sorted(sent, key=str), sorted(planned, key=str))
         self.end_program(program)
