@@ -160,6 +160,23 @@ function(brenvoka_add_test name)
         ENVIRONMENT "BRENVOKA_LOOPBACK=${loopback};${arg_ENVIRONMENT}")
 endfunction()
 
+# brenvoka_precompile(TARGET LIBRARY...): lets a test include precompiled headers of the Qt modules that
+# these libraries use. Reading Qt's headers is most of the work of compiling a test. They hide a missing
+# #include, so one preset of ./test.sh has them and the other has not.
+function(brenvoka_precompile target)
+    if(NOT BRENVOKA_PRECOMPILED_HEADERS)
+        return()
+    endif()
+    set(modules core)
+    if(ARGN MATCHES "brenvoka-service")
+        set(modules gui)
+    endif()
+    if(ARGN MATCHES "brenvoka-(widgets|dialogs|tasks|look|ui|test-dialogs|test-ui)")
+        set(modules widgets)
+    endif()
+    target_precompile_headers(${target} REUSE_FROM brenvoka-headers-${modules})
+endfunction()
+
 # brenvoka_test(NAME [LABELS label...] [LIBRARIES target...] [LOCKS resource...] [TIMEOUT seconds])
 # Builds NAME.cpp of the calling folder as a Qt Test program and registers it with CTest. It links the
 # layer under test and nothing above it.
@@ -167,6 +184,7 @@ function(brenvoka_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "LABELS;LIBRARIES;LOCKS" ${ARGN})
     add_executable(${name} ${name}.cpp)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} brenvoka-test-support brenvoka-build Qt6::Test)
+    brenvoka_precompile(${name} ${arg_LIBRARIES})
     brenvoka_loopback(${name} loopback)
     target_compile_definitions(${name} PRIVATE BRENVOKA_LOOPBACK="${loopback}")
     brenvoka_add_test(${name} COMMAND $<TARGET_FILE:${name}>
