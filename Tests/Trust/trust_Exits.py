@@ -49,7 +49,7 @@ class Exits(EndToEndCase):
             library = shutil.copytree(self.folder / "drawn" / name, self.folder / name)
             self.servers.append(MediaServer(
                 BUILD / "media-server", loopback(2 + number), name, library,
-                "--announce-interval", "50", "--bandwidth", "200000", "--refuse", "1@2",
+                "--announce-interval", "50", "--bandwidth", "20000", "--refuse", "1@2",
                 "--thumbnail-delay", "200"))
             self.addCleanup(self.servers[-1].close)
         self.program = Program(BUILD / "brenvoka", self.home)
