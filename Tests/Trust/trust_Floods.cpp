@@ -11,6 +11,7 @@
 #include "Support/Trust.h"
 #include "System/ProcessSetup.h"
 
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QSet>
 
@@ -221,11 +222,13 @@ private slots:
         std::atomic<int> sent = 0;
         std::thread sender([&] { sendUntil(stop, sent); });
         LoopWatch watch;
-        QTest::qWait(Trust::size(2'000, 60'000)); // the length of the flood
+        const int flood = Trust::size(200'000, 5'000'000);
+        const bool isFlooded = waitFor([&] { return sent >= flood; });
         const QString figures = watch.figures();
         const qint64 work = watch.longestWork();
         stop = true;
         sender.join();
+        QVERIFY(isFlooded);
 
         const RealServer second(1, u"After"_s);
         QElapsedTimer clock;
@@ -341,8 +344,8 @@ private slots:
             if (number % acceptedPerTick != acceptedPerTick - 1 && number != count - 1)
                 continue;
             fixture.tick();
-            if (Trust::isFull())
-                QTest::qWait(250); // the pace of real ticks
+            if (Trust::isFull()) // the pace of real ticks
+                QVERIFY(waitFor([pace = QDeadlineTimer(250)] { return pace.hasExpired(); }));
         }
         EVENTUALLY_COMPARE(fixture.listed(), count);
         const qint64 time = clock.elapsed();
