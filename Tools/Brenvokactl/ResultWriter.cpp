@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto gap = "  "_L1;
+constexpr qsizetype gap = 2; ///< blanks between two columns
 
 QString textCell(const QString &text, const Result::Column &column)
 {
@@ -22,39 +22,47 @@ QString textCell(const QString &text, const Result::Column &column)
     return column.textWidth > 0 ? beginningOf(shown, column.textWidth) : shown;
 }
 
-QList<QStringList> textRows(const Result &result)
+QList<qsizetype> widths(const Result &result)
 {
-    QList<QStringList> rows;
-    rows.append(QStringList());
+    QList<qsizetype> list;
+    for (qsizetype index = 0; index < result.columns.size(); ++index) {
+        const Result::Column &column = result.columns.at(index);
+        qsizetype width = column.name.size();
+        for (const QStringList &row : result.rows)
+            width = std::max(width, textCell(row.at(index), column).size());
+        list.append(width);
+    }
+    return list;
+}
+
+/// Appends one line. No blanks follow its last text.
+void appendLine(QString &text, const QStringList &cells, const QList<qsizetype> &columnWidths)
+{
+    qsizetype blanks = 0;
+    for (qsizetype index = 0; index < cells.size(); ++index) {
+        const QString &cell = cells.at(index);
+        if (!cell.isEmpty()) {
+            text.resize(text.size() + blanks, u' ');
+            text += cell;
+            blanks = 0;
+        }
+        blanks += columnWidths.at(index) - cell.size() + gap;
+    }
+    text += u'\n';
+}
+
+void appendTable(QString &text, const Result &result)
+{
+    const QList<qsizetype> columnWidths = widths(result);
+    QStringList cells;
     for (const Result::Column &column : result.columns)
-        rows.first().append(column.name);
+        cells.append(column.name);
+    appendLine(text, cells, columnWidths);
     for (const QStringList &row : result.rows) {
-        QStringList cells;
         for (qsizetype index = 0; index < row.size(); ++index)
-            cells.append(textCell(row.at(index), result.columns.at(index)));
-        rows.append(cells);
+            cells[index] = textCell(row.at(index), result.columns.at(index));
+        appendLine(text, cells, columnWidths);
     }
-    return rows;
-}
-
-QList<qsizetype> widths(const QList<QStringList> &rows)
-{
-    QList<qsizetype> result(rows.first().size());
-    for (const QStringList &row : rows) {
-        for (qsizetype index = 0; index < row.size(); ++index)
-            result[index] = std::max(result.at(index), row.at(index).size());
-    }
-    return result;
-}
-
-QString aligned(const QStringList &row, const QList<qsizetype> &columnWidths)
-{
-    QString line;
-    for (qsizetype index = 0; index < row.size(); ++index)
-        line += row.at(index).leftJustified(columnWidths.at(index)) + gap;
-    while (line.endsWith(u' '))
-        line.chop(1);
-    return line;
 }
 
 QString colors(int exitCode)
@@ -72,23 +80,20 @@ QString colors(int exitCode)
 /// The first line says how it is, so it has the color.
 QString textOf(const Result &result, bool colored)
 {
-    QStringList lines;
+    QString text;
     for (const QString &line : result.summary)
-        lines.append(shownName(line));
-    if (colored && !lines.isEmpty())
-        lines.first() = colors(result.exitCode) + lines.first() + u"\x1b[0m"_s;
+        text += shownName(line) + u'\n';
+    if (colored && !text.isEmpty())
+        text = colors(result.exitCode) + text.insert(text.indexOf(u'\n'), u"\x1b[0m"_s);
     if (!result.rows.isEmpty()) {
-        const QList<QStringList> rows = textRows(result);
-        const QList<qsizetype> columnWidths = widths(rows);
-        lines.append(QString());
-        for (const QStringList &row : rows)
-            lines.append(aligned(row, columnWidths));
+        text += u'\n';
+        appendTable(text, result);
     }
     if (!result.remarks.isEmpty())
-        lines.append(QString());
+        text += u'\n';
     for (const QString &line : result.remarks)
-        lines.append(shownName(line));
-    return lines.join(u'\n') + u'\n';
+        text += shownName(line) + u'\n';
+    return text;
 }
 
 /// RFC 4180 with a quote around every cell.
