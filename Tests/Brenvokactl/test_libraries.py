@@ -109,6 +109,11 @@ class Plan(ProgramCase):
         self.assertEqual((document["renames"], document["removals"], document["transfers"]),
                          ([], [], []))
 
+    def test_snapshots_give_the_same_plan(self):
+        self.output(0, "save", self.a, "a")
+        self.output(0, "save", self.b, "b")
+        self.assertEqual(self.document(1, "plan", "a", "b"), self.plan())
+
     def test_large_question_names_both_sources(self):
         many = self.answer(4, reply(library([folder(0, "Zero", [
             visual(slot, f"{slot:03d}: v") for slot in range(1, 12)])])))

@@ -8,9 +8,13 @@ import re
 import socket
 import subprocess
 import sys
+import tempfile
 import unittest
+from pathlib import Path
 
 from brenvokactl import BUILD, PROGRAM, ProgramCase, RawServer, loopback, reply
+from fixtures.children import folders_below
+from fixtures.waiting import wait_for
 
 DRAWN = ("--generate", "7", "--folders", "2", "--visuals", "3")
 # A socket of its own process on the discovery port; the argument says whether it shares the port.
@@ -82,6 +86,16 @@ class Listen(ProgramCase):
         self.assert_refused("listen", "--for", 1, contains=f"(process {listener.pid})")
         self.serve(2, "Stage left")
         self.assertEqual(self.listen(0, "--share")["listed"], 1)
+
+    def test_running_window_is_named(self):
+        home = Path(self.enterContext(tempfile.TemporaryDirectory()))
+        window = subprocess.Popen(
+            [BUILD / "brenvoka"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+            env={**self.environment, "QT_QPA_PLATFORM": "offscreen", **folders_below(home)})
+        self.addCleanup(window.wait)
+        self.addCleanup(window.terminate)
+        wait_for(lambda: ":0BB9 " in Path("/proc/net/udp").read_text(), "the window's socket")
+        self.assert_refused("listen", "--for", 1, contains=f"brenvoka (process {window.pid})")
 
     def test_port_that_is_not_shared_is_an_error(self):
         listener = self.start_listener(shares=False)

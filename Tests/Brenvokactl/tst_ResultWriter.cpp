@@ -46,6 +46,16 @@ private slots:
                                                          "\nEnd\n"_ba);
     }
 
+    void aLongCellDoesNotWidenOtherRows()
+    {
+        Result result;
+        result.columns = {{u"a"_s}, {u"b"_s}};
+        result.rows = {{QString(4000, u'x'), u"1"_s}, {u"y"_s, u"2"_s}};
+        const QList<QByteArray> lines = formatted(result, Format::Text, false).split('\n');
+        QCOMPARE(lines.at(2), QByteArray(4000, 'x') + "  1");
+        QCOMPARE(lines.at(3), "y" + QByteArray(81, ' ') + "2");
+    }
+
     void textHasColorsOnlyIfRequested()
     {
         const Result result = resultWith(u"x"_s);

@@ -115,6 +115,7 @@ private slots:
         QVERIFY(add(senders, announcement({})));
         QVERIFY(add(senders, announcement(other)));
         QCOMPARE(senders.listedCount(), 1);
+        QVERIFY(senders.list().constLast().reason().contains(u"was earlier"_s));
     }
 
     void unreadAnnouncementIsNotListed()
@@ -126,6 +127,7 @@ private slots:
                           from(1));
         QCOMPARE(senders.listedCount(), 0);
         QCOMPARE(senders.list().constFirst().count, 1);
+        QVERIFY(senders.list().constFirst().reason().contains(u"other traffic"_s));
     }
 
     void aFloodOfIdsIsForgotten()

@@ -4,39 +4,19 @@
 #include "Brenvokactl/Commands.h"
 #include "Brenvokactl/Counted.h"
 #include "Brenvokactl/LibrarySource.h"
+#include "Brenvokactl/PlanCandidates.h"
 #include "Model/LibraryComparison.h"
-#include "Model/LibrarySelection.h"
 #include "Model/SyncQuestion.h"
 #include "Model/Warnings.h"
 #include "Text/ShownText.h"
 
 #include <QJsonArray>
-#include <QSet>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 using LibraryComparison::SyncPlan;
-
-/// The slots that the window would compare for this selection, each once.
-QList<VisualRef> candidates(const CommandLine &line, const Server &source)
-{
-    if (line.folders.isEmpty() && line.visuals.isEmpty())
-        return LibrarySelection::all();
-    QList<VisualRef> result;
-    QSet<VisualRef> known;
-    const auto add = [&result, &known](const QList<VisualRef> &visuals) {
-        for (const VisualRef &visual : visuals) {
-            if (const qsizetype before = known.size(); known.insert(visual), known.size() > before)
-                result.append(visual);
-        }
-    };
-    add(LibrarySelection::ofFolders(source, line.folders, false));
-    for (const auto &[folder, slot] : line.visuals)
-        add(LibrarySelection::ofSlots(source, folder, {slot}, false));
-    return result;
-}
 
 QJsonArray toJson(const QList<VisualRef> &visuals)
 {
@@ -133,7 +113,7 @@ Expected<Result> Commands::plan(const CommandLine &line)
     if (!b)
         return Expected<Result>::failure(b.error);
     const SyncPlan plan =
-        LibraryComparison::planSync(a->server, b->server, candidates(line, a->server));
+        LibraryComparison::planSync(a->server, b->server, planCandidates(line, a->server));
     const SyncQuestion question(plan, Warnings::all, shownName(a->source), shownName(b->source));
 
     Result result;

@@ -15,6 +15,8 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr qsizetype gap = 2; ///< blanks between two columns
+/// Longer cells are not aligned: one name of 4,096 characters would fill every row with blanks.
+constexpr qsizetype widestColumn = 80;
 
 QString textCell(const QString &text, const Result::Column &column)
 {
@@ -30,7 +32,7 @@ QList<qsizetype> widths(const Result &result)
         qsizetype width = column.name.size();
         for (const QStringList &row : result.rows)
             width = std::max(width, textCell(row.at(index), column).size());
-        list.append(width);
+        list.append(std::min(width, widestColumn));
     }
     return list;
 }
@@ -46,7 +48,7 @@ void appendLine(QString &text, const QStringList &cells, const QList<qsizetype> 
             text += cell;
             blanks = 0;
         }
-        blanks += columnWidths.at(index) - cell.size() + gap;
+        blanks += std::max<qsizetype>(columnWidths.at(index) - cell.size(), 0) + gap;
     }
     text += u'\n';
 }

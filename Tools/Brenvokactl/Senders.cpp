@@ -69,9 +69,11 @@ bool isSame(const Sender &first, const Sender &second)
 
 QString Sender::reason() const
 {
-    if (!defect.isEmpty() || wasFirst)
+    if (!defect.isEmpty() || fate == Read)
         return defect;
-    return u"not read in time: more than ten senders in a quarter of a second, or other traffic"_s;
+    return fate == TooMany    ? u"more than ten senders in a quarter of a second"_s
+           : fate == NotFirst ? u"another announcement of this address was earlier"_s
+                              : u"not read: other traffic interrupts the window's reading"_s;
 }
 
 void Senders::beginTick()
@@ -88,14 +90,20 @@ bool Senders::add(std::span<const std::uint8_t> datagram, const sockaddr_in &sou
         ++ended;
         return false;
     }
-    const quint32 address = source.sin_addr.s_addr;
-    if (addressesOfTick.size() < static_cast<qsizetype>(Discovery::tableSize) &&
-        !addressesOfTick.contains(address)) {
-        addressesOfTick.insert(address);
-        if (sender)
-            sender->wasFirst = true;
-    }
+    const Sender::Fate fate = fateInTick(source.sin_addr.s_addr);
+    if (sender && sender->fate != Sender::Read)
+        sender->fate = fate;
     return true;
+}
+
+Sender::Fate Senders::fateInTick(quint32 address)
+{
+    if (addressesOfTick.contains(address))
+        return Sender::NotFirst;
+    if (addressesOfTick.size() >= static_cast<qsizetype>(Discovery::tableSize))
+        return Sender::TooMany;
+    addressesOfTick.insert(address);
+    return Sender::Read;
 }
 
 void Senders::addUnread(std::span<const std::uint8_t> datagram, const sockaddr_in &source)

@@ -19,9 +19,11 @@ struct Sender
     QString mask;              ///< as four numbers; empty if it is no announcement
     QString defect;            ///< why the window never lists it; empty if there is no such reason
     int count = 0;
-    bool wasFirst = false; ///< in at least one tick it was among those that the window reads
+    /// Why the window did not read it, as long as it never did.
+    enum Fate { Read, TickEnded, TooMany, NotFirst };
+    Fate fate = TickEnded;
 
-    [[nodiscard]] bool isListed() const { return defect.isEmpty() && wasFirst; }
+    [[nodiscard]] bool isListed() const { return defect.isEmpty() && fate == Read; }
     /// Why it is not listed; empty if it is.
     [[nodiscard]] QString reason() const;
 };
@@ -46,6 +48,7 @@ public:
 
 private:
     Sender *note(const Sender &sender);
+    [[nodiscard]] Sender::Fate fateInTick(quint32 address);
 
     QList<Sender> senders;
     QSet<quint32> addressesOfTick;
