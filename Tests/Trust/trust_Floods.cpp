@@ -1,9 +1,8 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Controller/ControllerFixture.h"
-#include "Service/ServerListenerService.h"
-#include "Support/Announcer.h"
+#include "DiscoveryTicks.h"
+
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/LoopWatch.h"
@@ -19,7 +18,6 @@
 #include <thread>
 #include <vector>
 
-#include <fcntl.h>
 #include <sys/resource.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -28,7 +26,6 @@ namespace {
 
 constexpr int addressCount = 508;
 constexpr int acceptedPerTick = 10;
-constexpr int lifetime = 121;    // silent ticks until a connection is removed
 constexpr qint64 mostWork = 250; // milliseconds until a click takes effect
 
 /// One of `addressCount` addresses that no other test program has.
@@ -53,74 +50,11 @@ QString megabytes(double size)
     return u"%1 MB"_s.arg(size, 0, 'f', 1);
 }
 
-/// Drops the standard output while it lives: the program prints a line for each sender.
-class Silence final
-{
-public:
-    Silence()
-    {
-        std::fflush(stdout);
-        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
-        dup2(null, STDOUT_FILENO);
-        close(null);
-    }
-    ~Silence()
-    {
-        dup2(former, STDOUT_FILENO);
-        close(former);
-    }
-    Q_DISABLE_COPY_MOVE(Silence)
-
-private:
-    const int former = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3);
-};
-
-/// Serves a library and a stream, and announces itself.
-class RealServer final
-{
-public:
-    RealServer(int number, const QString &name)
-        : server(address(number))
-        , fields{.uuid = server.uuid, .name = name.toUtf8()}
-    {
-        server.setLibrary({folder(0, u"Intro"_s)});
-        server.wire.on("/brenvoka/notifier.html", [](const WireRequest &request) {
-            request.send(Wire::streamHead() + Wire::frame("{}"));
-        });
-    }
-    void announce() const
-    {
-        QVERIFY(Announcer(server.wire.address().toString()).send(announcement(fields)));
-    }
-    ScriptedServer server;
-    const AnnouncementFields fields;
-};
-
 /// A window over a discovery whose ticks the test calls.
-class FloodFixture final : public ControllerFixture
+class FloodFixture final : public DiscoveryTicks<ControllerFixture>
 {
 public:
-    FloodFixture() { timer().stop(); }
-
-    [[nodiscard]] QTimer &timer() const { return *listener->findChild<QTimer *>(); }
-    void tick() const
-    {
-        {
-            const Silence silence;
-            QMetaObject::invokeMethod(listener, "listServers", Qt::DirectConnection);
-        }
-        QCoreApplication::processEvents();
-    }
-    /// Everything that is not announced any more disappears.
-    void expire() const
-    {
-        for (int silent = 0; silent <= lifetime; ++silent)
-            tick();
-    }
     [[nodiscard]] qsizetype listed() const { return offered(bankA()).size(); }
-
-private:
-    ServerListenerService *const listener = window->findChild<ServerListenerService *>();
 };
 
 /// How many lines of the log contain the text. Reads them one at a time: a flood logs megabytes.
@@ -209,12 +143,12 @@ private slots:
     }
 
     /// Real ticks, four a second, against a sender that never waits.
-    void windowRespondsAndRealServersAreListed()
+    void windowRespondsAndAnnouncedServersAreListed()
     {
         FloodFixture fixture;
         QVERIFY(fixture.show());
         fixture.timer().start();
-        const RealServer first(0, u"Before"_s);
+        const AnnouncedServer first(address(0), u"Before"_s);
         first.announce();
         EVENTUALLY_COMPARE(fixture.listed(), 1);
 
@@ -222,7 +156,7 @@ private slots:
         std::atomic<int> sent = 0;
         std::thread sender([&] { sendUntil(stop, sent); });
         LoopWatch watch;
-        const int flood = Trust::size(200'000, 5'000'000);
+        const int flood = Trust::size(100'000, 5'000'000);
         const bool isFlooded = waitFor([&] { return sent >= flood; });
         const QString figures = watch.figures();
         const qint64 work = watch.longestWork();
@@ -230,7 +164,7 @@ private slots:
         sender.join();
         QVERIFY(isFlooded);
 
-        const RealServer second(1, u"After"_s);
+        const AnnouncedServer second(address(1), u"After"_s);
         QElapsedTimer clock;
         clock.start();
         // Servers announce themselves again and again.
@@ -269,7 +203,7 @@ private slots:
         QFETCH(const QByteArray, datagram);
         QFETCH(const int, delay);
         const FloodFixture fixture;
-        const RealServer server(0, u"Real"_s);
+        const AnnouncedServer server(address(0), u"Real"_s);
         const Announcer other(address(1));
         for (int number = 0; number < std::max(delay, 2); ++number)
             QVERIFY(other.send(datagram));
@@ -286,7 +220,7 @@ private slots:
     void queueFullOfOtherDatagramsHidesServers()
     {
         const FloodFixture fixture;
-        const RealServer server(0, u"Real"_s);
+        const AnnouncedServer server(address(0), u"Real"_s);
         server.announce();
         fixture.tick();
         EVENTUALLY_COMPARE(fixture.listed(), 1);
@@ -330,9 +264,10 @@ private slots:
         const int count = int(std::min<rlim_t>(500, (limit.rlim_max - 300) / 6));
         FloodFixture fixture;
         QVERIFY(fixture.show());
-        std::vector<std::unique_ptr<RealServer>> servers;
+        std::vector<std::unique_ptr<AnnouncedServer>> servers;
         for (int number = 0; number < count; ++number)
-            servers.push_back(std::make_unique<RealServer>(number, u"Server %1"_s.arg(number)));
+            servers.push_back(
+                std::make_unique<AnnouncedServer>(address(number), u"Server %1"_s.arg(number)));
         const int descriptors = ProcessUse::descriptors();
         const double memory = ProcessUse::memory();
 
