@@ -8,7 +8,7 @@
 namespace PortUsers {
 
 /// The programs that have this UDP port of IPv4 open, such as "brenvoka (process 4711)", as far as
-/// the system tells. A program of another user is "another program".
+/// the system shows them. A program of another user is "another program".
 [[nodiscard]] QStringList ofUdp(quint16 port);
 
 } // namespace PortUsers
