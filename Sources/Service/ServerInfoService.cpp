@@ -68,9 +68,9 @@ void ServerInfoService::downloadFinished(QNetworkReply *reply)
         return;
     }
     const QString url = reply->request().url().toString();
-    if (reply->error() != QNetworkReply::NoError) {
+    if (const auto failure = BoundedDownload::failure(*reply)) {
         ZOR_LOG(error, "Failed to download server info from %s error: %s", qUtf8Printable(url),
-                qUtf8Printable(reply->errorString()));
+                qUtf8Printable(*failure));
         closeDoor(reply);
         return;
     }
@@ -97,7 +97,7 @@ void ServerInfoService::readLibrary(QNetworkReply *reply, const ProtocolInfo &pr
                 qUtf8Printable(server.name));
         return;
     }
-    if (!server.fromJson(jsonObjectFromBody(BoundedDownload::readBody(*reply)))) {
+    if (!server.fromJson(jsonObjectFromBody(reply->readAll()))) {
         ZOR_LOG(error, "Error while parsing library.json from server %s",
                 qUtf8Printable(server.name));
         return;

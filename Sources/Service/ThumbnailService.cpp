@@ -140,10 +140,10 @@ void ThumbnailService::downloadFinished(QNetworkReply *reply)
     // Looked up only now: a receiver of `progress` may have replaced the load.
     if (pendingThumbnails.contains(reply)) {
         const PendingThumbnail thumbnail = pendingThumbnails.value(reply);
-        if (reply->error() == QNetworkReply::NoError)
-            storeThumbnail(reply, thumbnail);
+        if (const auto failure = BoundedDownload::failure(*reply))
+            storeFallback(reply, thumbnail, *failure);
         else
-            storeFallback(reply, thumbnail);
+            storeThumbnail(reply, thumbnail);
         pendingThumbnails.remove(reply);
     }
     reply->deleteLater();
@@ -152,7 +152,7 @@ void ThumbnailService::downloadFinished(QNetworkReply *reply)
 void ThumbnailService::storeThumbnail(QNetworkReply *reply, const PendingThumbnail &thumbnail)
 {
     ZOR_LOG(info, "Downloaded was a success");
-    QPixmap pixmap = QPixmap::fromImage(imageFromBody(BoundedDownload::readBody(*reply)));
+    QPixmap pixmap = QPixmap::fromImage(imageFromBody(reply->readAll()));
     if (!pixmap.isNull())
         pixmap = pixmap.scaled(thumbnailSize, Qt::IgnoreAspectRatio, Qt::FastTransformation);
     if (!QPixmapCache::insert(thumbnail.cacheKey, pixmap))
@@ -166,10 +166,11 @@ void ThumbnailService::storeThumbnail(QNetworkReply *reply, const PendingThumbna
         pixmaps.resize(0);
 }
 
-void ThumbnailService::storeFallback(QNetworkReply *reply, const PendingThumbnail &thumbnail)
+void ThumbnailService::storeFallback(QNetworkReply *reply, const PendingThumbnail &thumbnail,
+                                     const QString &failure)
 {
-    ZOR_LOG(error, "Error while getting thumbnail: %s for: %s",
-            qUtf8Printable(reply->errorString()), encodedUrl(*reply).constData());
+    ZOR_LOG(error, "Error while getting thumbnail: %s for: %s", qUtf8Printable(failure),
+            encodedUrl(*reply).constData());
     const quint64 load = generation;
     emit error(thumbnail.slot, serverAddress);
     if (load == generation)

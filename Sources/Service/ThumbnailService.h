@@ -71,7 +71,8 @@ private:
 
     void requestThumbnail(int folderSlot, int fileSlot, const QString &cacheKey);
     void storeThumbnail(QNetworkReply *reply, const PendingThumbnail &thumbnail);
-    void storeFallback(QNetworkReply *reply, const PendingThumbnail &thumbnail);
+    void storeFallback(QNetworkReply *reply, const PendingThumbnail &thumbnail,
+                       const QString &failure);
     /// Returns the number of the next load: the new `generation`.
     quint64 cancelDownloads();
 

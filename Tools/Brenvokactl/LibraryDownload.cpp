@@ -62,17 +62,7 @@ QString errorOf(const QNetworkReply &reply, std::chrono::milliseconds timeout, b
             std::chrono::duration_cast<std::chrono::seconds>(timeout).count());
     if (reply.error() == QNetworkReply::OperationCanceledError)
         return u"the library has more than 256 MiB"_s;
-    return reply.error() == QNetworkReply::NoError ? QString() : reply.errorString();
-}
-
-/// The body of a reply without an error; sets one if the body is not whole.
-QByteArray bodyOf(QNetworkReply &reply, QString &error)
-{
-    const bool hasBody = reply.bytesAvailable() > 0;
-    const QByteArray body = BoundedDownload::readBody(reply);
-    if (hasBody && body.isEmpty())
-        error = u"the connection was closed before the end of the library"_s;
-    return body;
+    return BoundedDownload::failure(reply).value_or(QString());
 }
 
 } // namespace
@@ -92,6 +82,6 @@ LibraryDownload LibraryDownload::get(const QHostAddress &address, std::chrono::m
     result.staysFresh = isCacheable(*reply);
     result.error = errorOf(*reply, timeout, inTime);
     if (result.error.isEmpty())
-        result.body = bodyOf(*reply, result.error);
+        result.body = reply->readAll();
     return result;
 }

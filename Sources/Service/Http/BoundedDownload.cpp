@@ -7,6 +7,7 @@
 #include "Service/Http/ServerRequest.h"
 
 #include <QAbstractNetworkCache>
+#include <QCoreApplication>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 
@@ -69,19 +70,21 @@ QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit
     QObject::connect(reply, &QNetworkReply::readyRead, reply, check);
     QObject::connect(reply, &QNetworkReply::errorOccurred, reply,
                      [reply] { abortUnreadable(*reply); });
-    QObject::connect(reply, &QNetworkReply::finished, reply, [reply] {
-        if (reply->error() != QNetworkReply::NoError)
+    // Emitted before `finished`, when nobody has read the body yet.
+    QObject::connect(reply, &QNetworkReply::readChannelFinished, reply, [reply] {
+        if (failure(*reply))
             dropFromCache(*reply);
     });
     return reply;
 }
 
-QByteArray readBody(QNetworkReply &reply)
+std::optional<QString> failure(const QNetworkReply &reply)
 {
-    if (!isTruncated(reply))
-        return reply.readAll();
-    dropFromCache(reply);
-    return {};
+    if (reply.error() != QNetworkReply::NoError)
+        return reply.errorString();
+    if (isTruncated(reply)) // the text that Qt has for it
+        return QCoreApplication::translate("QHttp", "Connection closed");
+    return std::nullopt;
 }
 
 } // namespace BoundedDownload

@@ -5,9 +5,11 @@
 
 #include <QtGlobal>
 
-class QByteArray;
+#include <optional>
+
 class QNetworkAccessManager;
 class QNetworkReply;
+class QString;
 class QUrl;
 
 /// Downloads of limited size.
@@ -18,12 +20,12 @@ namespace BoundedDownload {
 /// OperationCanceledError. Only a complete body is kept in the manager's disk cache. The connection
 /// is closed when no other download uses it.
 ///
-/// Read the body by `readBody` when the reply has finished. Until then at most `limit` bytes and
-/// one megabyte of it, as sent, are in memory, even while the event loop is busy.
+/// Read the body when the reply has finished and `failure` is empty. Until then at most `limit`
+/// bytes and one megabyte of it, as sent, are in memory, even while the event loop is busy.
 QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit);
 
-/// The whole body of a finished download, or nothing if the connection was closed before its end:
-/// Qt does not always report that as an error. Call once.
-[[nodiscard]] QByteArray readBody(QNetworkReply &reply);
+/// Why a finished download has failed, empty if it has not. Call before the body is read. Unlike
+/// the error of the reply it is always set if the connection was closed before the end of the body.
+[[nodiscard]] std::optional<QString> failure(const QNetworkReply &reply);
 
 } // namespace BoundedDownload
