@@ -38,11 +38,10 @@ void abortUnreadable(QNetworkReply &reply)
 }
 
 /// Whether the whole body is shorter than its head states. Qt 6.4 reports no error for some
-/// connections that are closed too early. The length of a compressed body is unknown here.
+/// connections that are closed too early. It removes the stated length of a compressed body.
 bool isTruncated(const QNetworkReply &reply)
 {
-    return !reply.hasRawHeader("Content-Encoding") &&
-           reply.bytesAvailable() < reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    return reply.bytesAvailable() < reply.header(QNetworkRequest::ContentLengthHeader).toLongLong();
 }
 
 /// Qt keeps the file of an incomplete body until the cache is deleted.
