@@ -26,8 +26,7 @@ QList<VisualRef> LibrarySelection::ofFolders(const Server &server, const QList<i
     const FolderPositions positions = server.folderPositions();
     for (const int folder : folders) {
         const int position = positions[static_cast<std::size_t>(folder)];
-        if (!onlyExisting || position != -1)
-            appendFolder(visuals, server.folderAt(position), folder, onlyExisting);
+        appendFolder(visuals, server.folderAt(position), folder, onlyExisting);
     }
     return visuals;
 }
