@@ -45,7 +45,75 @@ private slots:
         QCOMPARE(label.grab().toImage(), shown);
     }
 
+    void indentLeavesLessRoom()
+    {
+        ElidedLabel label(nullptr);
+        label.setIndent(20);
+        label.setText(u"Opening night"_s);
+        const int width = label.fontMetrics().horizontalAdvance(label.text());
+        label.resize(width + 20, 30);
+        QVERIFY(!hasToolTip(label));
+        label.resize(width + 19, 30);
+        QVERIFY(hasToolTip(label));
+    }
+
+    void plainTextIsNoMarkup()
+    {
+        QVERIFY(shown(u"<b>x</b>"_s, Qt::PlainText) != shown(u"<b>x</b>"_s, Qt::RichText));
+    }
+
+    void boldWordsAreBold() { QVERIFY(shown(u"<b>Opening</b>"_s) != shown(u"<i></i>Opening"_s)); }
+
+    void eachWordHasItsColor()
+    {
+        const QImage picture =
+            shown(u"<font color=#ff0000>W</font>W<font color=#0000ff>W</font>"_s);
+        const auto columns = [&picture](QColor color) {
+            QList<int> found;
+            for (int x = 0; x < picture.width(); ++x) {
+                for (int y = 0; y < picture.height(); ++y) {
+                    if (picture.pixelColor(x, y) == color)
+                        found.append(x);
+                }
+            }
+            return found;
+        };
+        const QList<int> red = columns(Qt::red);
+        const QList<int> own = columns(Qt::green);
+        const QList<int> blue = columns(Qt::blue);
+        QVERIFY(!red.isEmpty() && !own.isEmpty() && !blue.isEmpty());
+        QVERIFY(red.last() < own.first());
+        QVERIFY(own.last() < blue.first());
+    }
+
+    void toolTipHasAllWords()
+    {
+        ElidedLabel label(nullptr);
+        label.setTextFormat(Qt::RichText);
+        label.setText(u"Opening <b>night</b>"_s);
+        label.resize(label.fontMetrics().horizontalAdvance(u"Opening "_s), 30);
+        QVERIFY(hasToolTip(label));
+        QVERIFY(QToolTip::text().contains(u"Opening"_s));
+        QVERIFY(QToolTip::text().contains(u"night"_s));
+    }
+
 private:
+    /// A picture of the label with large letters of its own colour, green.
+    static QImage shown(const QString &text, Qt::TextFormat format = Qt::RichText)
+    {
+        ElidedLabel label(nullptr);
+        QFont font;
+        font.setPixelSize(40);
+        font.setStyleStrategy(QFont::NoAntialias);
+        label.setFont(font);
+        QPalette palette;
+        palette.setColor(QPalette::WindowText, Qt::green);
+        label.setPalette(palette);
+        label.setTextFormat(format);
+        label.setText(text);
+        label.resize(400, 60);
+        return label.grab().toImage();
+    }
     static void addFormats()
     {
         QTest::addColumn<Qt::TextFormat>("format");

@@ -4,6 +4,7 @@
 #include "Service/Http/UploadFile.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/ProcessUse.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -11,6 +12,7 @@
 #include <QTest>
 
 #ifdef Q_OS_UNIX
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -114,8 +116,17 @@ private slots:
         const QString path = QDir(directory.path()).filePath(name);
         const QString link = directory.filePath(u"link"_s);
         QVERIFY(QFile::link(path, link));
-        QVERIFY(!UploadFile(path).isOpen());
+        const int before = ProcessUse::descriptors();
+        const UploadFile file(path);
+        QVERIFY(!file.isOpen());
         QVERIFY(!UploadFile(link).isOpen());
+        QCOMPARE(ProcessUse::descriptors(), before);
+    }
+
+    void otherProgramsDoNotInheritIt()
+    {
+        const UploadFile file(disk->fileName());
+        QVERIFY(fcntl(file.handle(), F_GETFD) & FD_CLOEXEC);
     }
 
     void linkToAFileIsOpened()
