@@ -63,7 +63,8 @@ private slots:
                 [&] { empty = nothingWaits() && fixture->probe.pendingRequests() == 4; });
         fixture->stream.reset();
         EVENTUALLY_COMPARE(fixture->events.lines.size(), 1);
-        QVERIFY(fixture->events.lines.first().startsWith(u"disconnected 3"_s));
+        // On a busy machine Qt takes some resets for the end of the stream, without an error.
+        QVERIFY(fixture->events.lines.first().startsWith(u"disconnected"_s));
         QVERIFY(empty);
     }
 
