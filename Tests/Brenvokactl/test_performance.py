@@ -51,15 +51,16 @@ class Cost(ProgramCase):
             servers.append(self.serve(number, name))
         full, same, other = servers
         baseline = self.baseline(full, other)
-        for second, code in ((same, 0), (other, 1)):
-            runs = [self.usage(code, PROGRAM, "compare", full.address, second.address)
-                    for _ in range(RUNS)]
+        for second, code, form in ((same, 0, "text"), (other, 1, "text"), (other, 1, "json")):
+            runs = [self.usage(code, PROGRAM, "compare", "--format", form, full.address,
+                               second.address) for _ in range(RUNS)]
             time, memory = min(time for time, _ in runs), max(memory for _, memory in runs)
-            print(f"compare with {second.name}: {time:.3f} s of processor time, "
+            print(f"compare with {second.name} as {form}: {time:.3f} s of processor time, "
                   f"{time / baseline:.2f} times that of curl and QJsonDocument ({baseline:.3f} s), "
                   f"peak memory {memory:.0f} MB")
-            self.assertLess(memory, 150)
-            self.assertLess(time, 3 * baseline)
+            with self.subTest(second=second.name, form=form):
+                self.assertLess(memory, 150)
+                self.assertLess(time, 3 * baseline)
 
 
 if __name__ == "__main__":

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QList>
 #include <QStringList>
@@ -23,6 +24,7 @@ struct Result
     QList<QStringList> rows; ///< a cell for each column
     QStringList remarks;     ///< lines below the table, only in the text format
     QJsonObject json;
+    QByteArray jsonText; ///< takes the place of `json`, if it is not empty
 };
 
 /// The exit codes of all commands. What 1 means depends on the command.

@@ -132,7 +132,7 @@ QByteArray formatted(const Result &result, Format format, bool colored)
 {
     switch (format) {
     case Format::Json:
-        return QJsonDocument(result.json).toJson();
+        return result.jsonText.isEmpty() ? QJsonDocument(result.json).toJson() : result.jsonText;
     case Format::Csv:
         return csvOf(result).toUtf8();
     default:
