@@ -167,7 +167,7 @@ void UIController::serverNameChanged(const QUuid &uuid, const QString &name)
     // Required: each bank gets the whole list, and no server is selected again.
     bankA->setServers(model->connectedServersWithLibrary());
     bankB->setServers(model->connectedServersWithLibrary());
-    updateSyncWarning();
+    updateBetweenBanks();
 }
 
 void UIController::serverLibraryChanged(const QUuid &uuid)
@@ -231,7 +231,7 @@ void UIController::dropServer(const QUuid &uuid, bool tellService)
     const QString name = shownName(connectedServer(uuid).name);
     if (!model->removeServer(uuid))
         return;
-    updateSyncWarning();
+    updateBetweenBanks();
     if (tellService) {
         connections.removeHandler(uuid);
         if (taskInvolves(uuid)) {
@@ -289,7 +289,7 @@ void UIController::refreshServerLists()
 
     banks.bringToOneLevel();
     if (ids.isEmpty())
-        updateSyncWarning();
+        updateBetweenBanks();
     else
         updateSameMarks();
     emit serverContentChanged(bankA->currentServerUuid());
@@ -315,7 +315,7 @@ void UIController::serverSelectionChanged(ServerDeck serverDeck, const QUuid &se
 {
     if (serverUuid.isNull()) {
         mainWindow->setTransferEnabled(false);
-        updateSyncWarning();
+        updateBetweenBanks();
         return;
     }
     connections.addHandler(firstAddress(connectedServer(serverUuid)), serverUuid);

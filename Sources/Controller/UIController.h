@@ -150,7 +150,8 @@ private:
     void startTask(TaskBase *task);
 
     void updateSameMarks();
-    void updateSyncWarning();
+    /// The sign between the banks, and the names of the servers at the transfer buttons.
+    void updateBetweenBanks();
 
     ServerListenerService listener;
     QNetworkAccessManager thumbnailNetwork;

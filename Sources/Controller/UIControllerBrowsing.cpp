@@ -22,13 +22,14 @@ QList<int> UIController::selectionOfOtherBank(ServerDeck deck) const
 
 void UIController::updateSameMarks()
 {
-    updateSyncWarning();
+    updateBetweenBanks();
     banks.updateSameMarks();
 }
 
-void UIController::updateSyncWarning()
+void UIController::updateBetweenBanks()
 {
     mainWindow->setSyncWarning(banks.isOutOfSync());
+    mainWindow->setTransferNames(bankA->currentServer().name, bankB->currentServer().name);
 }
 
 void UIController::folderChanged(int index)
@@ -39,7 +40,7 @@ void UIController::folderChanged(int index)
 
 void UIController::backToFolders()
 {
-    updateSyncWarning();
+    updateBetweenBanks();
     banks.openFolders();
     bankA->setScrollPosition(folderScrollPosition);
 }

@@ -7,9 +7,11 @@
 #include "Dialogs/AboutDialog.h"
 #include "Dialogs/BVPreferencesDialog.h"
 #include "Model/ApplicationModel.h"
+#include "Text/ShownText.h"
 #include "Widgets/CompletionsLook.h"
 #include "Widgets/DarkLook.h"
 #include "Widgets/FocusReturn.h"
+#include "Widgets/ToolTip.h"
 
 #include "ui_BVMainWindow.h"
 
@@ -25,6 +27,23 @@ void showSharp(QLabel *label, const QString &path)
 {
     const QSize size = label->pixmap(Qt::ReturnByValue).size();
     label->setPixmap(QIcon(path).pixmap(size, label->devicePixelRatioF()));
+}
+
+/// A name for the tool tip of a button, cut so that the tip has room for both. Empty if nothing of
+/// the name is visible.
+QString nameInTip(const QString &name)
+{
+    constexpr qsizetype longest = 64;
+    return beginningOf(shownName(name).simplified(), longest);
+}
+
+void describeTransfer(QWidget *button, const QString &destination, const QString &source)
+{
+    const QString tip = BVMainWindow::tr("Make %1 equal to %2").arg(destination, source) + u'\n' +
+                        BVMainWindow::tr("The selection, or else everything");
+    button->setToolTip(toolTipOf(tip));
+    // Without the markup of the tool tip.
+    button->setAccessibleDescription(tip);
 }
 
 } // namespace
@@ -49,6 +68,7 @@ BVMainWindow::BVMainWindow(ApplicationModel *applicationModel)
     connect(ui->actionPreferences, &QAction::triggered, this, &BVMainWindow::openPreferences);
     connect(ui->actionAbout, &QAction::triggered, new AboutDialog(this), &AboutDialog::exec);
     setTransferEnabled(false);
+    setTransferNames({}, {});
 }
 
 // The controller is deleted before the banks, which are deleted with the other child widgets.
@@ -91,6 +111,19 @@ void BVMainWindow::setTransferEnabled(bool enabled)
 {
     ui->leftToRightButton->setEnabled(enabled);
     ui->rightToLeftButton->setEnabled(enabled);
+}
+
+void BVMainWindow::setTransferNames(const QString &serverA, const QString &serverB)
+{
+    QString first = nameInTip(serverA);
+    QString second = nameInTip(serverB);
+    const bool alike = first == second;
+    if (alike || first.isEmpty())
+        first = tr("the server in bank A");
+    if (alike || second.isEmpty())
+        second = tr("the server in bank B");
+    describeTransfer(ui->leftToRightButton, second, first);
+    describeTransfer(ui->rightToLeftButton, first, second);
 }
 
 void BVMainWindow::checkViewButtons(bool listView, int iconSizeIndex)

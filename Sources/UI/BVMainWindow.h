@@ -33,6 +33,10 @@ public:
     void setSyncWarning(bool visible);
     /// Enables or disables both transfer buttons.
     void setTransferEnabled(bool enabled);
+    /// Names the servers of the two banks in the tool tips of the transfer buttons. A bank without
+    /// a server has an empty name. Two equal names are not used: they do not show which server
+    /// changes.
+    void setTransferNames(const QString &serverA, const QString &serverB);
     /// Checks the buttons of the view and of the icon size: 0 small, 1 medium, anything else large.
     void checkViewButtons(bool listView, int iconSizeIndex);
     /// Runs the preferences dialog. If it is accepted, stores its warnings in the model and saves

@@ -107,8 +107,8 @@ QImage takeServerList()
 QImage takeToolTip()
 {
     LookFixture fixture(usualServers());
-    auto &sign = fixture.find<QWidget>("unsyncServers");
-    QToolTip::showText(sign.mapToGlobal(QPoint(30, 60)), sign.toolTip(), &sign);
+    auto &arrow = fixture.find<QWidget>("leftToRightButton");
+    QToolTip::showText(arrow.mapToGlobal(QPoint(30, 60)), arrow.toolTip(), &arrow);
     const QImage picture = screenPicture();
     QToolTip::hideText();
     return picture;

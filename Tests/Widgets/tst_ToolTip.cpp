@@ -25,6 +25,24 @@ private slots:
         QCOMPARE(document.toPlainText(), u"<img src=x> <b>%1</b> &amp;"_s);
     }
 
+    void aToolTipKeepsItsLines()
+    {
+        QTextDocument document;
+        document.setHtml(toolTipOf(u"first\nsecond"_s));
+        QCOMPARE(document.toPlainText(), u"first\nsecond"_s);
+    }
+
+    void aToolTipDividesOnlyLongWords()
+    {
+        const QString text =
+            u"Make Stage right equal to Stage left and so on "_s + u"x"_s.repeated(32);
+        QTextDocument document;
+        document.setHtml(toolTipOf(text));
+        QCOMPARE(document.toPlainText(), text);
+        document.setHtml(toolTipOf(text + u'x'));
+        QCOMPARE(document.toPlainText(), text + u"\u200bx"_s);
+    }
+
     void aToolTipFitsOnAScreen()
     {
         QTextDocument document;
