@@ -3,11 +3,8 @@
 
 #include "MediaServer/LibraryGenerator.h"
 
-#include "MediaServer/FileHash.h"
+#include "MediaServer/DrawnFiles.h"
 
-#include <QBuffer>
-#include <QLinearGradient>
-#include <QPainter>
 #include <QRandomGenerator>
 
 #include <algorithm>
@@ -28,53 +25,6 @@ const QStringList titles = {u"Sunset"_s,  u"Rain"_s,    u"Harbour"_s, u"Forest"_
 /// Every seventh file is a clip.
 constexpr int clipEvery = 7;
 
-void drawShape(QPainter &painter, QSize size, QRandomGenerator &random)
-{
-    const int shapeSize = std::min(size.width(), size.height()) * 2 / 3;
-    const QRect box(random.bounded(size.width()) - shapeSize / 2,
-                    random.bounded(size.height()) - shapeSize / 2, shapeSize, shapeSize);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor::fromHsv(random.bounded(360), 200, 255, 170));
-    switch (random.bounded(3)) {
-    case 0:
-        painter.drawEllipse(box);
-        break;
-    case 1:
-        painter.drawRoundedRect(box, shapeSize / 8.0, shapeSize / 8.0);
-        break;
-    default:
-        painter.drawPolygon(
-            QPolygon({box.bottomLeft(), box.bottomRight(), QPoint(box.center().x(), box.top())}));
-    }
-}
-
-QByteArray drawPicture(QSize size, const QString &label, QRandomGenerator &random)
-{
-    QImage image(size, QImage::Format_RGB32);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const int hue = random.bounded(360);
-    QLinearGradient sky(0, 0, 0, size.height());
-    sky.setColorAt(0, QColor::fromHsv(hue, 190, 110));
-    sky.setColorAt(1, QColor::fromHsv((hue + 40) % 360, 150, 230));
-    painter.fillRect(image.rect(), sky);
-    for (int i = 0; i < 3; ++i)
-        drawShape(painter, size, random);
-    QFont font(u"DejaVu Sans"_s);
-    font.setPixelSize(std::max(6, size.height() / 8));
-    font.setBold(true);
-    painter.setFont(font);
-    painter.setPen(Qt::black);
-    painter.drawText(image.rect().translated(1, 1), Qt::AlignCenter, label);
-    painter.setPen(Qt::white);
-    painter.drawText(image.rect(), Qt::AlignCenter, label);
-    painter.end();
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return buffer.data();
-}
-
 QByteArray makeClip(int length, QRandomGenerator &random)
 {
     QByteArray bytes(length, Qt::Uninitialized);
@@ -92,22 +42,9 @@ QList<int> chooseSlots(int count, QRandomGenerator &random)
     return chosen;
 }
 
-void storeFile(Library &library, SlotId slot, const QString &fileName, const QByteArray &bytes)
-{
-    QFile file(library.newIncomingPath());
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        throw std::runtime_error(file.errorString().toStdString());
-    file.close();
-    QCryptographicHash hash(QCryptographicHash::Md5);
-    hash.addData(bytes);
-    const QString error = library.store(slot, {fileName, hashText(hash)}, file.fileName());
-    if (!error.isEmpty())
-        throw std::runtime_error(error.toStdString());
-}
-
 } // namespace
 
-void generateLibrary(Library &library, const GeneratedLibrary &settings)
+void generateLibrary(Library &library, const GeneratedLibrary &settings, QSize pictureSize)
 {
     int number = 0;
     for (int folder = 0; folder < settings.folders; ++folder) {
@@ -125,7 +62,7 @@ void generateLibrary(Library &library, const GeneratedLibrary &settings)
                           makeClip(settings.clipBytes, random));
             else
                 storeFile(library, {folder, slot}, title + u".png"_s,
-                          drawPicture(settings.pictureSize, label, random));
+                          pngOf(drawPicture(pictureSize, label, random)));
         }
     }
 }

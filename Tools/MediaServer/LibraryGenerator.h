@@ -10,4 +10,4 @@
 /// with random bytes in place of clips. The same settings always give the same bytes.
 ///
 /// Needs a QGuiApplication for the fonts. Throws std::runtime_error when a file cannot be written.
-void generateLibrary(Library &library, const GeneratedLibrary &settings);
+void generateLibrary(Library &library, const GeneratedLibrary &settings, QSize pictureSize);

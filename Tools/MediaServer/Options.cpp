@@ -39,7 +39,11 @@ const QList<QCommandLineOption> &definitions()
         {u"generate"_s, u"Fill an empty library with drawn pictures."_s, u"seed"_s},
         {u"folders"_s, u"Folders to generate."_s, u"count"_s, u"6"_s},
         {u"visuals"_s, u"Visuals to generate in each folder."_s, u"count"_s, u"10"_s},
-        {u"picture-size"_s, u"Size of a generated picture."_s, u"WxH"_s, u"480x270"_s},
+        {u"from-library"_s,
+         u"Fill an empty library with the layout of a server, with drawn pictures in place of its "
+         u"media. The port is 4567 and the path that of the library unless they are given."_s,
+         u"URL"_s},
+        {u"picture-size"_s, u"Size of a drawn picture."_s, u"WxH"_s, u"480x270"_s},
         {u"clip-bytes"_s, u"Length of a generated clip."_s, u"bytes"_s, u"262144"_s},
         {u"frame-rate-interval"_s, u"Time between frame-rate reports."_s, u"ms"_s, u"1000"_s},
         {u"bandwidth"_s, u"Limit for all media in both directions (0: no limit)."_s, u"bytes/s"_s,
@@ -174,14 +178,36 @@ void readFaults(const QCommandLineParser &parser, Faults &faults)
     faults.dieAfterBytes = number(parser, u"die-after"_s, 0, std::numeric_limits<qint64>::max());
 }
 
-GeneratedLibrary readGenerated(const QCommandLineParser &parser)
+QSize readPictureSize(const QCommandLineParser &parser)
 {
     const QString size = parser.value(u"picture-size"_s);
     const auto [width, height] = twoNumbers(u"picture-size"_s, size, size, u'x', 1, 8192);
+    return {width, height};
+}
+
+QUrl readSource(const QCommandLineParser &parser)
+{
+    const QString option = u"from-library"_s;
+    if (parser.isSet(u"generate"_s))
+        throw std::runtime_error("--generate and --from-library exclude each other");
+    QUrl url(parser.value(option), QUrl::StrictMode);
+    if (!url.isValid() || url.scheme() != "http"_L1 || url.host().isEmpty() ||
+        !url.userInfo().isEmpty() || url.port() == 0)
+        throw BadValue(option, parser.value(option));
+    url.setPort(url.port(4567));
+    if (url.path().isEmpty() || url.path() == "/"_L1) {
+        url.setPath(u"/brenvoka/library.json"_s);
+        url.setQuery(u"ver=281474976710656"_s);
+    }
+    url.setFragment({});
+    return url;
+}
+
+GeneratedLibrary readGenerated(const QCommandLineParser &parser)
+{
     return {.seed = static_cast<quint32>(number(parser, u"generate"_s, 0, 0xffffffff)),
             .folders = static_cast<int>(number(parser, u"folders"_s, 0, folderLimit)),
             .visuals = static_cast<int>(number(parser, u"visuals"_s, 0, slotLimit - 1)),
-            .pictureSize = {width, height},
             .clipBytes = static_cast<int>(number(parser, u"clip-bytes"_s, 1, 1 << 30))};
 }
 
@@ -214,6 +240,9 @@ Options readOptions(const QCommandLineParser &parser)
     options.announce = !parser.isSet(u"no-announce"_s);
     if (parser.isSet(u"generate"_s))
         options.generate = readGenerated(parser);
+    if (parser.isSet(u"from-library"_s))
+        options.fromLibrary = readSource(parser);
+    options.pictureSize = readPictureSize(parser);
     options.frameRateInterval = duration(parser, u"frame-rate-interval"_s, 1);
     options.bandwidth = number(parser, u"bandwidth"_s, 0, std::numeric_limits<qint64>::max());
     options.importDelay = duration(parser, u"import-delay"_s);

@@ -9,6 +9,7 @@
 #include <QSize>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
 #include <QUuid>
 
 #include <chrono>
@@ -51,7 +52,6 @@ struct GeneratedLibrary
     quint32 seed = 0;
     int folders = 6;
     int visuals = 10;
-    QSize pictureSize = {480, 270};
     int clipBytes = 256 * 1024;
 };
 
@@ -68,6 +68,10 @@ struct Options
     std::chrono::milliseconds announceInterval{1000};
     bool announce = true;
     std::optional<GeneratedLibrary> generate;
+    /// The library document whose layout fills an empty library. Empty: none.
+    QUrl fromLibrary;
+    /// The size of drawn pictures.
+    QSize pictureSize = {480, 270};
     std::chrono::milliseconds frameRateInterval{1000};
     /// Media bytes per second, for all transfers together. 0: no limit.
     qint64 bandwidth = 0;

@@ -4,6 +4,7 @@
 #include "MediaServer/Server.h"
 
 #include "MediaServer/Frames.h"
+#include "MediaServer/LibraryCopy.h"
 #include "MediaServer/LibraryGenerator.h"
 
 #include <QCoreApplication>
@@ -40,7 +41,9 @@ Server::Server(const Options &serverOptions)
     , announcer(options)
 {
     if (options.generate && library.isEmpty())
-        generateLibrary(library, *options.generate);
+        generateLibrary(library, *options.generate, options.pictureSize);
+    if (!options.fromLibrary.isEmpty() && library.isEmpty())
+        copyLayout(library, options.fromLibrary, options.pictureSize);
     if (!http.bind(options.address, port))
         throw std::runtime_error("cannot listen on " + options.address + ':' +
                                  std::to_string(port));

@@ -17,7 +17,8 @@
 class Server : public QObject
 {
 public:
-    /// Reads or generates the library and binds the address. Throws std::runtime_error on failure.
+    /// Reads, generates or copies the library and binds the address. Throws std::runtime_error on
+    /// failure, and BadSource if there is no library to copy.
     explicit Server(const Options &serverOptions);
     ~Server() override;
 

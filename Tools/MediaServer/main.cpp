@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "MediaServer/LibraryCopy.h"
 #include "MediaServer/Server.h"
 
 #include <QGuiApplication>
@@ -15,10 +16,12 @@ int main(int argc, char *argv[])
     const QGuiApplication application(argc, argv);
     QString error;
     const auto options = Options::parse(QCoreApplication::arguments(), error);
-    if (!options) {
-        std::fprintf(stderr, "media-server: %s\n", qUtf8Printable(error));
-        return 2;
-    }
+    const auto fail = [](const QString &reason, int code) {
+        std::fprintf(stderr, "media-server: %s\n", qUtf8Printable(reason.simplified()));
+        return code;
+    };
+    if (!options)
+        return fail(error, 2);
     try {
         Console console;
         Server server(*options);
@@ -26,8 +29,9 @@ int main(int argc, char *argv[])
         QObject::connect(&console, &Console::terminated, &server, &Server::quit);
         server.start();
         return QCoreApplication::exec();
+    } catch (const BadSource &bad) {
+        return fail(QString::fromUtf8(bad.what()), 2);
     } catch (const std::exception &failure) {
-        std::fprintf(stderr, "media-server: %s\n", failure.what());
-        return 1;
+        return fail(QString::fromUtf8(failure.what()), 1);
     }
 }
