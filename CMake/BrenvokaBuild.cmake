@@ -57,6 +57,19 @@ if(BRENVOKA_COVERAGE)
     target_link_options(brenvoka-build INTERFACE --coverage)
 endif()
 
+# Version 1 of Qt's resource format contains no file times, so the program does not depend on them.
+set(CMAKE_AUTORCC_OPTIONS --format-version 1)
+
+# brenvoka_debug_symbols(TARGET...): lets optimised targets have the debug symbols that the packages
+# need. They are not part of the installed programs.
+function(brenvoka_debug_symbols)
+    if(NOT MSVC)
+        foreach(target IN LISTS ARGN)
+            target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-g>)
+        endforeach()
+    endif()
+endfunction()
+
 # brenvoka_sources(TARGET FILE...): adds files of the calling folder to a target and defines the path
 # of each .cpp in the form that the log expects, "..\Sources\Service\ThumbnailService".
 function(brenvoka_sources target)
@@ -84,6 +97,7 @@ function(brenvoka_layer name)
     target_link_libraries(${target}
         PUBLIC ${arg_LINKS}
         PRIVATE brenvoka-build ${arg_PRIVATE_LINKS})
+    brenvoka_debug_symbols(${target})
     # Explicit rules for the forms: with AUTOUIC, Ninja sees only at its next run that a form's header
     # has changed.
     list(FILTER arg_SOURCES INCLUDE REGEX "\\.ui$")
@@ -184,6 +198,10 @@ function(brenvoka_test name)
     cmake_parse_arguments(arg "" "TIMEOUT" "LABELS;LIBRARIES;LOCKS" ${ARGN})
     add_executable(${name} ${name}.cpp)
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} brenvoka-test-support brenvoka-build Qt6::Test)
+    if(NOT MSVC)
+        # Nobody needs the symbols of the libraries in each test program.
+        target_link_options(${name} PRIVATE $<$<CONFIG:Release>:-Wl,--strip-debug>)
+    endif()
     brenvoka_precompile(${name} ${arg_LIBRARIES})
     brenvoka_loopback(${name} loopback)
     target_compile_definitions(${name} PRIVATE BRENVOKA_LOOPBACK="${loopback}")

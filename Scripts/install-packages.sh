@@ -19,8 +19,8 @@ packages=(
     curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei locales strace
     # fuzzers
     clang libclang-rt-dev
-    # the Debian package and its tests
-    dpkg-dev file desktop-file-utils appstream groff-base
+    # the Debian packages and their tests
+    dpkg-dev file desktop-file-utils appstream groff-base lintian mandoc reuse
     # style and pictures
     clang-format librsvg2-bin
     "$@"
@@ -36,7 +36,8 @@ Please install what is missing of this list:
   iproute2, curl, D-Bus, at-spi2-core, /usr/bin/python3 with pyatspi and jsonschema, rsvg-convert,
   strace, the sources of the locales, and the fonts DejaVu, Liberation and WenQuanYi Micro Hei
   for the fuzzers: clang 14 or later with libFuzzer and the sanitizers
-  for the Debian package: dpkg-dev, file, desktop-file-utils, appstreamcli, groff
+  for the Debian packages: dpkg-dev, file, desktop-file-utils, appstreamcli, groff, lintian, mandoc,
+  reuse
 TEXT
 }
 

@@ -1,0 +1,4 @@
+[Brenvoka]
+title=Brenvoka
+description=Announcements of media servers
+ports=3001/udp
