@@ -20,7 +20,7 @@ packages=(
     # fuzzers
     clang libclang-rt-dev
     # the Debian packages and their tests
-    dpkg-dev file desktop-file-utils appstream groff-base lintian mandoc reuse
+    dpkg-dev file desktop-file-utils appstream groff-base lintian mandoc reuse fakeroot
     # style and pictures
     clang-format librsvg2-bin
     "$@"
@@ -37,7 +37,7 @@ Please install what is missing of this list:
   strace, the sources of the locales, and the fonts DejaVu, Liberation and WenQuanYi Micro Hei
   for the fuzzers: clang 14 or later with libFuzzer and the sanitizers
   for the Debian packages: dpkg-dev, file, desktop-file-utils, appstreamcli, groff, lintian, mandoc,
-  reuse
+  reuse, fakeroot
 TEXT
 }
 

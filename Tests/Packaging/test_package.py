@@ -61,6 +61,26 @@ def run(*command, **options):
                           stderr=subprocess.STDOUT, **options)
 
 
+class System:
+    """An empty Debian system in a folder, without the packages that others depend on."""
+
+    def __init__(self, folder):
+        self.folder = folder
+        for name in ("info", "updates"):
+            (folder / "var/lib/dpkg" / name).mkdir(parents=True)
+        for name in ("status", "available"):
+            (folder / "var/lib/dpkg" / name).touch()
+
+    def dpkg(self, *arguments):
+        return run("fakeroot", "dpkg", f"--root={self.folder}", "--force-depends",
+                   "--log=/dev/null", *arguments, env={**os.environ, "LC_ALL": "C"})
+
+    def files(self):
+        """All files and folders but those of dpkg itself."""
+        return {str(path.relative_to(self.folder)) for path in self.folder.rglob("*")
+                if "var" not in path.relative_to(self.folder).parts}
+
+
 class PackageTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
@@ -109,8 +129,8 @@ class PackageTest(unittest.TestCase):
         for package in self.packages:
             for line in run("dpkg-deb", "--contents", self.packages[package]).stdout.splitlines():
                 executable = line.startswith("d") or " ./usr/bin/" in line
-                mode = "rwxr-xr-x" if executable else "rw-r--r--"
-                self.assertRegex(line, f"^[-d]{mode} root/root ")
+                mode = "[-d]rwxr-xr-x" if executable else "(-rw-r--r--|lrwxrwxrwx)"
+                self.assertRegex(line, f"^{mode} root/root ")
 
     def test_has_the_version_of_the_project(self):
         version = os.environ["BRENVOKA_VERSION"]
@@ -131,8 +151,9 @@ class PackageTest(unittest.TestCase):
         with tempfile.NamedTemporaryFile("w") as file:
             file.write(self.changelog("brenvoka"))
             file.flush()
-            fields = self.assert_succeeds("dpkg-parsechangelog", "--file", file.name, "--all")
-        self.assertNotIn("warning", fields)
+            output = self.assert_succeeds("dpkg-parsechangelog", "--file", file.name, "--all",
+                                          env={**os.environ, "LC_ALL": "C"})
+        self.assertNotIn("dpkg-parsechangelog: warning", output)
 
     def test_depends_on_the_linked_libraries(self):
         for package, program in PROGRAMS.items():
@@ -150,6 +171,50 @@ class PackageTest(unittest.TestCase):
     def test_files_that_moved_replace_those_of_older_packages(self):
         for field in ("Breaks", "Replaces"):
             self.assertEqual(self.field(field, "brenvoka-tools"), "brenvoka (<< 1.1.0)")
+
+    def system(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        return System(Path(folder.name))
+
+    def test_purge_leaves_nothing(self):
+        system = self.system()
+        done = system.dpkg("--install", *self.packages.values())
+        self.assertEqual(done.returncode, 0, done.stdout)
+        self.assertIn(UFW_PROFILE, system.files())
+        done = system.dpkg("--purge", *self.packages)
+        self.assertEqual(done.returncode, 0, done.stdout)
+        self.assertEqual(system.files(), set())
+
+    def test_new_packages_replace_the_old_one(self):
+        system = self.system()
+        old = system.folder / "var/old"
+        for name in ("usr/bin/brenvokactl", "usr/bin/brenvoka"):
+            (old / name).parent.mkdir(parents=True, exist_ok=True)
+            (old / name).write_text("old")
+        (old / "DEBIAN").mkdir()
+        (old / "DEBIAN/control").write_text(
+            "Package: brenvoka\nVersion: 1.0.3\nArchitecture: amd64\n"
+            "Maintainer: Test <test@localhost>\nDescription: everything in one package\n")
+        self.assert_succeeds("dpkg-deb", "--build", old, f"{old}.deb")
+        self.assertEqual(system.dpkg("--install", f"{old}.deb").returncode, 0)
+        # The new package of the tools does not work with the old one of the program.
+        done = system.dpkg("--install", self.packages["brenvoka-tools"])
+        self.assertIn("would break brenvoka", done.stdout)
+        done = system.dpkg("--auto-deconfigure", "--install", self.packages["brenvoka-tools"],
+                           self.packages["brenvoka"])
+        self.assertEqual(done.returncode, 0, done.stdout)
+        for package, program in (("brenvoka-tools", "brenvokactl"), ("brenvoka", "brenvoka")):
+            self.assertEqual((system.folder / "usr/bin" / program).read_bytes(),
+                             self.path(f"usr/bin/{program}", package).read_bytes())
+
+    def test_console_programs_start(self):
+        output = self.assert_succeeds(self.path("usr/bin/brenvokactl", "brenvoka-tools"),
+                                      "--version")
+        self.assertEqual(output, f"brenvokactl {os.environ['BRENVOKA_VERSION']}\n")
+        output = self.assert_succeeds(
+            self.path("usr/bin/brenvoka-media-server", "brenvoka-rehearsal"), "--help")
+        self.assertIn("--from-library <URL>", output)
 
     def test_symbols_belong_to_the_programs(self):
         for package, program in PROGRAMS.items():
