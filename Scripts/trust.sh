@@ -30,7 +30,8 @@ build() {
 launcher=()
 if command -v ccache >/dev/null; then
     launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    export CCACHE_BASEDIR=$PWD
+    # The cache accepts precompiled headers only with these.
+    export CCACHE_BASEDIR=$PWD CCACHE_SLOPPINESS=pch_defines,time_macros
 fi
 build release
 [ $# -gt 0 ] || build fuzz
