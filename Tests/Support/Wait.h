@@ -23,7 +23,10 @@ template <typename Condition>
             loop.quit();
     });
     check.start(1);
-    QTimer::singleShot(patience, &loop, &QEventLoop::quit);
+    // Not QTimer::singleShot: its object would exist until the end of `patience`.
+    QTimer end;
+    QObject::connect(&end, &QTimer::timeout, &loop, &QEventLoop::quit);
+    end.start(patience);
     if (!condition())
         loop.exec();
     return condition();
