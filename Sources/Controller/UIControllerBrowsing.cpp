@@ -59,7 +59,6 @@ void UIController::increaseThumbnailDownloadSize(int count)
 {
     thumbnailProgress->addSteps(count, true);
     thumbnailProgress->setText(tr("Downloading thumbnails"));
-    thumbnailProgress->setWindowTitle(tr("Downloading"));
 }
 
 void UIController::updateProgress()

@@ -215,6 +215,15 @@ private slots:
         QCOMPARE(thumbnailProgress(fixture).maximum(), 0);
     }
 
+    void anAbortHidesTheDialog()
+    {
+        WindowFixture fixture;
+        fixture.controller().increaseThumbnailDownloadSize(2);
+        EVENTUALLY(thumbnailProgress(fixture).isVisible());
+        fixture.controller().aborted();
+        QVERIFY(!thumbnailProgress(fixture).isVisible());
+    }
+
     void aCancelledDownloadLeavesTheBanksEnabled()
     {
         ScriptedServer one(loopback(1));

@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QPushButton>
+#include <QResource>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -76,6 +77,18 @@ private slots:
         QCOMPARE(text(dialog, u"labelVersion"), u"Version 1.0.3"_s);
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog, patience));
+    }
+
+    void longCreditsAreReadInPieces()
+    {
+        takeResourcesAway();
+        const auto back = qScopeGuard(bringResourcesBack);
+        const QString file = QCoreApplication::applicationDirPath() + "/long-credits.rcc"_L1;
+        QVERIFY(QResource::registerResource(file));
+        const auto unregister = qScopeGuard([&] { QResource::unregisterResource(file); });
+        const AboutDialog dialog(nullptr);
+        QCOMPARE(text(dialog, u"labelCopyRight"), u"x"_s.repeated(512));
+        QCOMPARE(text(dialog, u"labelTeam"), u"The end of the first line"_s);
     }
 
     void okClosesItAndItOpensAgain()

@@ -128,6 +128,17 @@ private slots:
                         text + u'.'});
     }
 
+    void aLongReasonIsCut()
+    {
+        fixture->server.refuse(QByteArray(5000, 'x'));
+        fixture->start<RemoveTask>(Visuals{{3, 17}});
+        EVENTUALLY_COMPARE(fixture->finished->size(), 1);
+        QCOMPARE(
+            fixture->task->errorDetails(),
+            QStringList{u"Remove visual 017 in folder 003 on server \"Stage left\" failed: "_s +
+                        u"x"_s.repeated(4096) + u"\u2026."_s});
+    }
+
     void failuresAreListedInTheOrderGiven()
     {
         fixture->server.refuse("no");

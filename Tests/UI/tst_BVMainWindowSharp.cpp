@@ -78,6 +78,31 @@ private slots:
         QCOMPARE(pixelsOf(pixmap), iconFile(name + "@2x"_L1));
     }
 
+    void disabledButtonsAreSharp_data()
+    {
+        QTest::addColumn<QByteArray>("button");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("remove") << "removeButton"_ba << u"remove@2x"_s;
+        QTest::newRow("upload") << "addButton"_ba << u"upload@2x"_s;
+    }
+    void disabledButtonsAreSharp()
+    {
+        QFETCH(const QByteArray, button);
+        QFETCH(const QString, name);
+        const WindowFixture fixture;
+        const auto &shown = fixture.find<QPushButton>(button.constData());
+        const QPixmap pixmap =
+            shown.icon().pixmap(shown.iconSize(), shown.devicePixelRatioF(), QIcon::Disabled);
+        const QImage picture = iconFile(name);
+        QImage expected(picture.size(), QImage::Format_ARGB32_Premultiplied);
+        expected.fill(Qt::transparent);
+        QPainter painter(&expected);
+        painter.setOpacity(0.35);
+        painter.drawImage(0, 0, picture);
+        painter.end();
+        QCOMPARE(pixelsOf(pixmap), expected);
+    }
+
     void backRowIsSharp()
     {
         WindowFixture fixture;

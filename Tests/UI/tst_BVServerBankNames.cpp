@@ -215,6 +215,37 @@ private slots:
         QToolTip::hideText();
     }
 
+    void aNameThatFitsIsNotTheToolTip()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(37)));
+        QVERIFY(fixture.show());
+        auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
+        QCOMPARE(box.currentText(), u"Stage left"_s);
+        QToolTip::hideText();
+        const QPoint place = box.rect().center();
+        QHelpEvent event(QEvent::ToolTip, place, box.mapToGlobal(place));
+        QCoreApplication::sendEvent(&box, &event);
+        QCOMPARE(QToolTip::text(), u"Choose the server of bank A"_s);
+        QToolTip::hideText();
+    }
+
+    /// The letters of some scripts come from fonts that are taller than that of the header.
+    void aTallHeaderDoesNotMoveTheList()
+    {
+        WindowFixture fixture;
+        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(38)));
+        QVERIFY(fixture.show());
+        const QRect place = listOf(fixture.bankA()).geometry();
+        auto &header = childOf<QLabel>(fixture.bankA(), "mediaListFolder");
+        const int height = header.sizeHint().height();
+        header.setTextFormat(Qt::RichText);
+        header.setText(u"Library > <font size=7>ཀྑྷ</font>"_s);
+        QVERIFY(header.sizeHint().height() > height);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::LayoutRequest);
+        QCOMPARE(listOf(fixture.bankA()).geometry(), place);
+    }
+
     void longNamesAreElided()
     {
         WindowFixture fixture;
