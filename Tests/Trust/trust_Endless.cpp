@@ -44,6 +44,8 @@ struct Attack
     QByteArray tail;
     bool isListed; ///< whether the server is connected nevertheless
     const char *warning = nullptr;
+    unsigned bytesPerSecond = 0; ///< 0 if nothing limits it
+    double mostMemory = 0;       ///< in MB; 0 if nothing limits it
 };
 
 Visual hostileVisual()
@@ -118,6 +120,9 @@ private:
     void answer(int socket, const QByteArray &request)
     {
         if (request.startsWith("GET " + attack.path)) {
+            if (attack.bytesPerSecond > 0)
+                setsockopt(socket, SOL_SOCKET, SO_MAX_PACING_RATE, &attack.bytesPerSecond,
+                           sizeof attack.bytesPerSecond);
             bool isRead = send(socket, attack.head);
             for (qint64 number = 0; isRead && number < attack.count; ++number)
                 isRead = send(socket, attack.piece);
@@ -180,6 +185,16 @@ Attack picture(const char *name, const QByteArray &body, const char *warning = n
     return attack;
 }
 
+/// A chunk without an end, as fast as a network of a gigabit a second.
+Attack pacedChunk(const char *name, const QByteArray &path, bool isListed, int limit, int megabytes)
+{
+    const QByteArray head = libraryHead + "Transfer-Encoding: chunked\r\n\r\n7fffffff\r\n";
+    const QByteArray piece = kilobyte.repeated(1024);
+    const double kernelBuffers = 40;
+    return {name, path,     head,    piece,       megabytes,
+            {},   isListed, nullptr, 125'000'000, limit + kernelBuffers};
+}
+
 /// A library whose length is broken.
 Attack broken(const char *name, const QByteArray &headers, const QByteArray &body)
 {
@@ -210,6 +225,7 @@ QList<Attack> attacksOnLibraries()
         {"200,000 header lines", library, libraryHead, "X-A: b\r\n", 200'000, lengthOf(0), false},
         {"body without end", library, libraryHead + "\r\n", kilobyte, bodies, {}, false},
         {"chunk without end", library, chunked + "7fffffff\r\n", kilobyte, bodies, {}, false},
+        pacedChunk("chunk without end from a network", library, false, 256, Trust::size(32, 1024)),
         {"chunk size without end", library, chunked, QByteArray(1024, '1'), headers, {}, false},
         {"library of 1 GB", library, libraryHead + lengthOf(1 << 30), kilobyte, 1 << 20, {}, false},
         {"compression bomb", library, compressionBomb(), {}, 0, {}, false, "Internal problem"},
@@ -244,6 +260,8 @@ QList<Attack> otherAttacks()
          true},
         {"thumbnail header without end", thumbnails, okHead, headerLine, headers, {}, true},
         {"thumbnail without end", thumbnails, okHead + "\r\n", kilobyte, 32 * 1024, {}, true},
+        pacedChunk("thumbnail chunk without end from a network", thumbnails, true, 16,
+                   Trust::size(96, 512)),
         picture("picture with the most scans", jpegWithScans({4096, 4096}, 16),
                 "Inconsistent progression"),
         picture("picture with too many scans",
@@ -297,12 +315,15 @@ private slots:
         EVENTUALLY_COMPARE(isListed(u"Hostile"_s), attack.isListed);
         if (attack.path == thumbnails && attack.count == 0)
             EVENTUALLY(QPixmapCache::find(u"thumbnail+"_s + hostileVisual().hash, nullptr));
+        const double peak = ProcessUse::memoryPeak() - memory;
         Trust::report("Endless", u"%1: %2 MB sent, %3, peak memory +%4 MB, others served after "
                                  "%5 ms"_s.arg(QString::fromUtf8(attack.name))
                                      .arg(double(attacker.sent) / (1 << 20), 0, 'f', 1)
                                      .arg(watch.figures())
-                                     .arg(ProcessUse::memoryPeak() - memory, 0, 'f', 0)
+                                     .arg(peak, 0, 'f', 0)
                                      .arg(time));
+        if (attack.mostMemory > 0 && ProcessUse::isMemoryMeasured)
+            QCOMPARE_LT(peak, attack.mostMemory);
         fixture->controller().removeServer(hostile);
         QVERIFY(!isListed(u"Hostile"_s));
     }
