@@ -152,7 +152,8 @@ private slots:
         LogCapture log;
         ControllerFixture fixture;
         fixture.controller().serverDisconnected(QUuid::createUuid(), Brenvoka::DisconnectNone, {});
-        QVERIFY(log.texts().contains(u"Disconnect notification received for an invalid server"_s));
+        QVERIFY(log.entries().contains(
+            u"info: Disconnect notification received for an invalid server"_s));
     }
 
     void aDisconnectBeforeTheFirstConnectionKeepsTheServer()
@@ -164,7 +165,8 @@ private slots:
         fixture.controller().serverDisconnected(server.uuid, Brenvoka::DisconnectNetworkError,
                                                 u"x"_s);
         QCOMPARE(fixture.model.servers.size(), 1);
-        QVERIFY(log.texts().contains(u"Disconnect notification received for an invalid server"_s));
+        QVERIFY(log.entries().contains(
+            u"info: Disconnect notification received for an invalid server"_s));
     }
 
     void serverIsRemovedBeforeItsMessageOpens()

@@ -358,7 +358,7 @@ private slots:
         bool isLoggedInTheDialog = false;
         bool isEnabledInTheDialog = false;
         modals.answer([&](QDialog &dialog) {
-            isLoggedInTheDialog = log.texts().contains(u"Server don't share a subnet"_s);
+            isLoggedInTheDialog = log.entries().contains(u"info: Server don't share a subnet"_s);
             isEnabledInTheDialog = fixture.isTransferEnabled();
             dialog.accept();
         });

@@ -142,7 +142,7 @@ private slots:
         modals.press(QMessageBox::Ok);
         fixture.clickLeftToRight();
         QCOMPARE(modals.seen().value(0).text, u"The servers don't share a subnet"_s);
-        QVERIFY(log.texts().contains(u"Server don't share a subnet"_s));
+        QVERIFY(log.entries().contains(u"info: Server don't share a subnet"_s));
         QVERIFY(!fixture.transferDialog());
         QVERIFY(fixture.isTransferEnabled());
     }
@@ -280,7 +280,8 @@ private slots:
         LogCapture log;
         ControllerFixture fixture;
         fixture.controller().onTaskFinished(nullptr);
-        QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
+        QCOMPARE(log.entries().count(u"error: Finish notification received from invalid task"_s),
+                 1);
     }
 
     void aSecondStartAbandonsTheFirstTask()

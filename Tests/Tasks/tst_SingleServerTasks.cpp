@@ -138,8 +138,9 @@ private slots:
         QCOMPARE(fixture->label(), label);
         QCOMPARE(fixture->finished->size(), 0);
         QVERIFY(!fixture->task->hasErrors());
-        QCOMPARE(log.texts().count(u"Invalid server id in notification "_s + other.toString()),
-                 operation.signalCount);
+        QCOMPARE(
+            log.entries().count(u"info: Invalid server id in notification "_s + other.toString()),
+            operation.signalCount);
     }
 
 private:

@@ -256,8 +256,8 @@ private slots:
         emit fixture.service.visualRemoveError(fixture.sourceUuid, 3, 1, u"no"_s);
         QCOMPARE(fixture.progressDialog(u"Removing..."_s)->progress(), 0);
         QVERIFY(!fixture.task->hasErrors());
-        QCOMPARE(log.texts().count(u"Invalid server id in notification "_s +
-                                   fixture.sourceUuid.toString()),
+        QCOMPARE(log.entries().count(u"info: Invalid server id in notification "_s +
+                                     fixture.sourceUuid.toString()),
                  4);
     }
 

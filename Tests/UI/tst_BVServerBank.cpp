@@ -193,10 +193,13 @@ private slots:
             QCOMPARE(selections.first().first().toUuid(), second.uuid);
         }
         const QString line = u"%1[1]: "_s + second.uuid.toString();
-        const QString text = u"Server selection changed in bank "_s;
-        QCOMPARE(log.texts().filter(text),
+        const QString text = u"info: Server selection changed in bank "_s;
+        QCOMPARE(log.entries().filter(text),
                  (QStringList{text + line.arg("A to"_L1), text + line.arg("B to"_L1)}));
-        QVERIFY(log.lines().filter(text).first().startsWith(u"[BVServerBank:"));
+        QVERIFY(log.lines()
+                    .filter(u"Server selection changed"_s)
+                    .first()
+                    .startsWith(u"[BVServerBank:"));
     }
 
     void connectionStatus()
@@ -309,8 +312,8 @@ private slots:
         auto &button = childOf<QPushButton>(fixture.bankA(), "addButton");
         QVERIFY(button.isEnabled());
         QTest::mouseClick(&button, Qt::LeftButton);
-        QCOMPARE(log.texts(),
-                 QStringList{u"Logic error - upload enabled but selection is wrong"_s});
+        QCOMPARE(log.entries(),
+                 QStringList{u"error: Logic error - upload enabled but selection is wrong"_s});
         QCOMPARE(uploads.count(), 0);
     }
 

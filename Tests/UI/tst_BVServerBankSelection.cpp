@@ -103,10 +103,10 @@ private slots:
         QCOMPARE(visuals.size(), 254);
         QCOMPARE(visuals.first(), VisualRef(2, 1));
         QCOMPARE(visuals.last(), VisualRef(2, 254));
-        const QStringList lines = log.texts();
+        const QStringList lines = log.entries();
         QCOMPARE(lines.size(), 254);
-        QCOMPARE(lines.first(), u"2-1"_s);
-        QCOMPARE(lines.last(), u"2-254"_s);
+        QCOMPARE(lines.first(), u"info: 2-1"_s);
+        QCOMPARE(lines.last(), u"info: 2-254"_s);
     }
 
     void selectRowsReportsNothing()
