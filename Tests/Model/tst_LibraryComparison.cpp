@@ -129,6 +129,33 @@ private slots:
         QCOMPARE(plan.renames.size(), 0);
     }
 
+    void folderMayDifferWithoutADifferingRow_data()
+    {
+        QTest::addColumn<QList<Visual>>("first");
+        QTest::addColumn<QList<Visual>>("second");
+        const QString hash = hashOf(1);
+        const Visual one = visual(1, u"a"_s, hash);
+        const Visual two = visual(2, u"b"_s, hash);
+        QTest::newRow("slot 0 has no row")
+            << QList<Visual>{visual(0, u"a"_s), one} << QList<Visual>{one};
+        QTest::newRow("equal hashes keep the order of the document")
+            << QList<Visual>{one, two} << QList<Visual>{two, one};
+        QTest::newRow("second visual of a slot")
+            << QList<Visual>{one, visual(1, u"c"_s, hashOf(2))} << QList<Visual>{one};
+    }
+    void folderMayDifferWithoutADifferingRow()
+    {
+        QFETCH(const QList<Visual>, first);
+        QFETCH(const QList<Visual>, second);
+        const Server library = server({folder(3, u"Three"_s, first)});
+        const Server other = server({folder(3, u"Three"_s, second)});
+        QCOMPARE(differences(folderSameMarks(library, other)), QList<int>{3});
+        QList<int> rows = differences(visualSameMarks(library, other, 3));
+        rows.removeAll(0);
+        QCOMPARE(rows, QList<int>());
+        QCOMPARE(planSync(library, other, allSlots()).visualCount(), 0);
+    }
+
     void marksOfFolders_data()
     {
         QTest::addColumn<QList<MediaFolder>>("first");

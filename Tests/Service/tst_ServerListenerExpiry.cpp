@@ -51,6 +51,19 @@ private slots:
         QCOMPARE(fixture.take(), QStringList());
     }
 
+    /// So a server that lost its stream and restarts quickly is not connected again.
+    void serverBackWithin120TicksIsNotNew()
+    {
+        ListenerFixture fixture;
+        Announcer(firstAddress).send(announcement({}));
+        fixture.tick();
+        fixture.take();
+        fixture.tick(119);
+        Announcer(firstAddress).send(announcement({}));
+        fixture.tick();
+        QCOMPARE(fixture.take(), QStringList());
+    }
+
     void lastConnectionsAreRemovedBeforeTheServer()
     {
         ListenerFixture fixture;
