@@ -44,7 +44,7 @@ FILES = {
         *(f"{ICONS}/{size}x{size}/apps/brenvoka.png" for size in SIZES),
         *(f"{DOCUMENTATION}/{name}" for name in (
             "operator.md", "messages.md", "behaviour.md", "protocol.md", "network.md",
-            "brenvokactl.md", "brenvokactl-compare.schema.json", "brenvokactl-plan.schema.json",
+            "transfer.svg", "brenvokactl.md", "brenvokactl-compare.schema.json", "brenvokactl-plan.schema.json",
             "pictures/window-folders-list-medium.png")),
     },
     "brenvoka-tools": {
