@@ -19,6 +19,8 @@ packages=(
     curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei locales strace
     # fuzzers
     clang libclang-rt-dev
+    # the manual
+    pandoc
     # the Debian packages and their tests
     dpkg-dev file desktop-file-utils appstream groff-base lintian mandoc reuse fakeroot
     # style and pictures
@@ -35,6 +37,7 @@ Please install what is missing of this list:
   for tests and the demonstration: Xvfb, openbox, xdotool, xdpyinfo, xprop, xwininfo, ImageMagick,
   iproute2, curl, D-Bus, at-spi2-core, /usr/bin/python3 with pyatspi and jsonschema, rsvg-convert,
   strace, the sources of the locales, and the fonts DejaVu, Liberation and WenQuanYi Micro Hei
+  for the manual: pandoc 2.17 or later
   for the fuzzers: clang 14 or later with libFuzzer and the sanitizers
   for the Debian packages: dpkg-dev, file, desktop-file-utils, appstreamcli, groff, lintian, mandoc,
   reuse, fakeroot

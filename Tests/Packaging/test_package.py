@@ -17,6 +17,7 @@ from pathlib import Path
 
 SIZES = (16, 22, 24, 32, 48, 64, 128, 256)
 DOCUMENTATION = "usr/share/doc/brenvoka"
+MANUAL = f"{DOCUMENTATION}/html"
 ICONS = "usr/share/icons/hicolor"
 DESKTOP_ENTRY = "usr/share/applications/brenvoka.desktop"
 METAINFO = "usr/share/metainfo/internal.zorvik.brenvoka.metainfo.xml"
@@ -44,7 +45,13 @@ FILES = {
         *(f"{ICONS}/{size}x{size}/apps/brenvoka.png" for size in SIZES),
         *(f"{DOCUMENTATION}/{name}" for name in (
             "operator.md", "messages.md", "behaviour.md", "protocol.md", "network.md",
-            "transfer.svg", "brenvokactl.md", "brenvokactl-compare.schema.json", "brenvokactl-plan.schema.json",
+            "brenvokactl.md", "transfer.svg", "brenvokactl-compare.schema.json",
+            "brenvokactl-plan.schema.json", "pictures/window-folders-list-medium.png")),
+        "usr/share/doc-base/brenvoka",
+        *(f"{MANUAL}/{name}" for name in (
+            *(f"{page}.html" for page in (
+                "operator", "messages", "brenvokactl", "network", "behaviour", "protocol")),
+            "transfer.svg", "brenvokactl-compare.schema.json", "brenvokactl-plan.schema.json",
             "pictures/window-folders-list-medium.png")),
     },
     "brenvoka-tools": {
@@ -245,6 +252,10 @@ class PackageTest(unittest.TestCase):
         values = entry["Desktop Entry"]
         self.assertIn(f"usr/bin/{values['Exec']}", FILES["brenvoka"])
         self.assertIn(f"{ICONS}/scalable/apps/{values['Icon']}.svg", FILES["brenvoka"])
+        for action in values["Actions"].strip(";").split(";"):
+            program, page = entry[f"Desktop Action {action}"]["Exec"].split()
+            self.assertEqual(program, "xdg-open")
+            self.assertIn(page.removeprefix("/"), FILES["brenvoka"])
 
     def test_metainfo_is_valid(self):
         output = self.assert_succeeds("appstreamcli", "validate", "--pedantic", "--no-net",
