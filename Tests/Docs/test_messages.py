@@ -6,18 +6,22 @@
 import pathlib
 import re
 import unittest
+import xml.etree.ElementTree
 
 from source_texts import Unreadable, texts
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 PAGE = ROOT / "Docs/messages.md"
 SOURCES = sorted(file for file in (ROOT / "Sources").rglob("*.*") if file.suffix in (".cpp", ".h"))
+FORMS = sorted((ROOT / "Sources").rglob("*.ui"))
 QT = "QHttp"  # the context of a text that is Qt's own
+# Replaced by the program before they are shown, or in tabs that it removes.
+NOT_SHOWN = {"Form", "Dialog", "TextLabel", "New Item", "Patches", "Mapper", "Cues"}
 
 
 def shown(text):
     """As the page writes it: one line, without markup, what is inserted as an ellipsis."""
-    text = re.sub(r"</?\w+(?: [^<>]*)?>", "", text)
+    text = re.sub(r"</?\w+/?(?: [^<>]*)?>", "", text)
     text = re.sub(r"%(?:L?\d+|n)", "…", text)
     return " ".join(text.split())
 
@@ -28,7 +32,11 @@ def source_texts():
         for context, text in texts(file.read_text()):
             # The list of file types is one text, and the dialog has a line for each.
             found |= {shown(part) for part in text.split(";;")} if context != QT else set()
-    return found
+    for file in FORMS:
+        for element in xml.etree.ElementTree.parse(file).iter("string"):
+            if element.get("notr") != "true" and element.text:
+                found.add(shown(element.text))
+    return found - NOT_SHOWN
 
 
 def rows(heading):
