@@ -43,22 +43,26 @@ qsizetype networkThreads()
     return count;
 }
 
-/// Two servers; each of them has one thumbnail in folder 0, and that of `failing` fails.
+/// Two servers. Those of `failing` have a visual in folder 0, whose thumbnail cannot be loaded.
 class FailingThumbnailFixture final : public OperationFixture
 {
 public:
-    [[nodiscard]] bool openFolder(ScriptedServer &failing)
+    [[nodiscard]] bool openFolder(const QList<ScriptedServer *> &failing)
     {
         QPixmapCache::clear();
-        failing.wire.answer("/brenvoka/thumbnails/0/1.png", {}, {}, "404 Not Found");
-        const QList<MediaFolder> empty = intro({});
-        const QList<MediaFolder> filled = intro({visual(1, u"Sunset"_s, hashOf(77))});
-        if (!show() || !connectServer(one, u"One"_s, &failing == &one ? filled : empty) ||
-            !connectServer(two, u"Two"_s, &failing == &two ? filled : empty))
+        for (ScriptedServer *const server : failing)
+            server->wire.answer("/brenvoka/thumbnails/0/1.png", {}, {}, "404 Not Found");
+        const auto library = [&failing](ScriptedServer &server) {
+            return failing.contains(&server) ? intro({visual(1, u"Sunset"_s, hashOf(77))})
+                                             : intro({});
+        };
+        if (!show() || !connectServer(one, u"One"_s, library(one)) ||
+            !connectServer(two, u"Two"_s, library(two)))
             return false;
-        doubleClickRow(&failing == &one ? bankB() : bankA(), 0);
-        return waitFor(
-            [&] { return !log.texts().filter(u"Error while getting thumbnail"_s).isEmpty(); });
+        doubleClickRow(bankA(), 0);
+        return waitFor([&] {
+            return log.texts().filter(u"Error while getting thumbnail"_s).size() == failing.size();
+        });
     }
 
     LogCapture log;
@@ -134,7 +138,7 @@ private slots:
     void backInBankBEnablesBankA()
     {
         FailingThumbnailFixture fixture;
-        QVERIFY(fixture.openFolder(fixture.one));
+        QVERIFY(fixture.openFolder({&fixture.one}));
         QVERIFY(!fixture.bankA().isEnabled());
         QVERIFY(fixture.bankB().isEnabled());
         QVERIFY(fixture.isTransferEnabled());
@@ -143,10 +147,19 @@ private slots:
         QCOMPARE(listOf(fixture.bankA()).count(), 256);
     }
 
+    void bothBanksStayDisabledAndTheArrowsDoNot()
+    {
+        FailingThumbnailFixture fixture;
+        QVERIFY(fixture.openFolder({&fixture.one, &fixture.two}));
+        QVERIFY(!fixture.bankA().isEnabled());
+        QVERIFY(!fixture.bankB().isEnabled());
+        QVERIFY(fixture.isTransferEnabled());
+    }
+
     void serverOfBankAIsNotOfferedInBankB()
     {
         FailingThumbnailFixture fixture;
-        QVERIFY(fixture.openFolder(fixture.one));
+        QVERIFY(fixture.openFolder({&fixture.one}));
         QCOMPARE(fixture.offered(fixture.bankB()), QStringList{u"Two"_s});
         QVERIFY(!fixture.bankA().isEnabled());
     }
@@ -154,7 +167,7 @@ private slots:
     void backInBankAEnablesBankB()
     {
         FailingThumbnailFixture fixture;
-        QVERIFY(fixture.openFolder(fixture.two));
+        QVERIFY(fixture.openFolder({&fixture.two}));
         QVERIFY(!fixture.bankB().isEnabled());
         doubleClickRow(fixture.bankA(), 0);
         QVERIFY(fixture.bankB().isEnabled());
@@ -163,7 +176,7 @@ private slots:
     void serverOfBankBChosenInBankAEnablesBankB()
     {
         FailingThumbnailFixture fixture;
-        QVERIFY(fixture.openFolder(fixture.two));
+        QVERIFY(fixture.openFolder({&fixture.two}));
         QVERIFY(!fixture.bankB().isEnabled());
         fixture.choose(fixture.bankA(), u"Two"_s);
         QVERIFY(fixture.bankB().isEnabled());
