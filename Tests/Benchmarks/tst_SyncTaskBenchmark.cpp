@@ -35,16 +35,62 @@ public:
         QCoreApplication::processEvents();
     }
 
-    /// Sets the state of every row and scrolls to each row if `autoScroll` is true.
-    void setStates(const QString &state, bool autoScroll)
+    /// Sets the state of every row.
+    void setStates(const QString &state)
     {
-        for (int row = 0; row < rowCount(); ++row) {
+        for (int row = 0; row < rowCount(); ++row)
             item(row, 1)->setText(state);
-            if (autoScroll)
-                scrollToItem(item(row, 1), QAbstractItemView::EnsureVisible);
-        }
         QCoreApplication::processEvents();
     }
+};
+
+/// The slots of a full library, or of a part of one.
+QList<VisualRef> slotsOf(int part)
+{
+    return allSlots().first(255 * 256 / part);
+}
+
+/// A source with a full library, a connected destination, and a table with the same rows as that of
+/// the synchronisation.
+class Transfers final
+{
+public:
+    explicit Transfers(int part)
+        : refs(slotsOf(part))
+        , fixture(loopback(part))
+        , libraries{server(fixture.sourceUuid, fullServer(u"a"_s).folders), server({})}
+    {
+        fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Stage left"_s,
+                          libraries.first.folders);
+        if (!fixture.connectDestination())
+            qFatal("The destination is not connected");
+        start();
+        plain.fill(SyncTaskFixture::transferTexts(0));
+        scroll = SyncTaskFixture::dialog<TransferDialog>()->findChild<QCheckBox *>();
+    }
+
+    /// From the answered warning to the window with all rows.
+    void start()
+    {
+        const auto plan = LibraryComparison::planSync(libraries.first, libraries.second, refs);
+        fixture.start({}, {}, plan.transfers);
+        QCoreApplication::processEvents();
+    }
+
+    /// One message that reports all transfers.
+    void report(int percent)
+    {
+        for (const auto &[folderSlot, fileSlot] : refs)
+            emit fixture.service.syncProgressUpdate(fixture.destinationUuid, folderSlot, fileSlot,
+                                                    percent, Brenvoka::SyncTransferring);
+        QCoreApplication::processEvents();
+    }
+
+    const QList<VisualRef> refs;
+    SyncTaskFixture fixture;
+    const std::pair<Server, Server> libraries;
+    PlainTable plain;
+    QCheckBox *scroll = nullptr;
 };
 
 } // namespace
@@ -56,72 +102,73 @@ class tst_SyncTaskBenchmark : public QObject
     Q_OBJECT
 
 private slots:
-    void startOfTheLargestTransfer();
-    void progressOfTheLargestTransfer_data();
-    void progressOfTheLargestTransfer();
+    void startOfTheLargestTransfer()
+    {
+        const QStringList labels = labelsOf(1);
+        const QStringList fewLabels = labels.first(labels.size() / Comparison::small);
+        compareSizes(
+            [](int part) {
+                Transfers transfers(part);
+                transfers.fixture.task.reset();
+                return processorTime([&] { transfers.start(); });
+            },
+            [&](int part) {
+                PlainTable table;
+                return processorTime([&] { table.fill(part == 1 ? labels : fewLabels); });
+            })
+            .print({"start of the largest sync, answered warning to window with all rows",
+                    "a bare `QTableWidget` filled with the same rows", 2, 1.3});
+    }
+
+    void progressOfTheLargestTransfer()
+    {
+        Comparison plain;
+        Comparison scrolling;
+        for (int run = 0; run < 7; ++run)
+            addProgress(plain, scrolling);
+        plain.print(
+            {"one message about 65,280 transfers", "the same texts set in a bare table", 1.5, 1.2});
+        scrolling.print({"the same with \"Auto Scroll\"", "the row above without it", 2, 1.2});
+    }
+
     void resultsOfTheLargestRemoval();
 
 private:
-    static void startLargestTransfer(SyncTaskFixture &fixture);
+    static QStringList labelsOf(int part)
+    {
+        const Transfers transfers(part);
+        return SyncTaskFixture::transferTexts(0);
+    }
+
+    struct Costs
+    {
+        double bare;
+        double without;
+        double with;
+    };
+    static Costs progressCosts(int part)
+    {
+        Transfers transfers(part);
+        Costs costs{};
+        costs.bare = processorTime([&] { transfers.plain.setStates(u"1%"_s); });
+        costs.without = processorTime([&] { transfers.report(1); });
+        transfers.report(2);
+        transfers.scroll->setChecked(true);
+        costs.with = processorTime([&] { transfers.report(3); });
+        if (SyncTaskFixture::transferTexts(1).last() != u"3%"_s)
+            qFatal("The progress is not shown");
+        return costs;
+    }
+    static void addProgress(Comparison &plain, Comparison &scrolling)
+    {
+        const Costs large = progressCosts(1);
+        plain.add(large.without, large.bare);
+        scrolling.add(large.with, large.without);
+        const Costs little = progressCosts(Comparison::small);
+        plain.addSmall(little.without, little.bare);
+        scrolling.addSmall(little.with, little.without);
+    }
 };
-
-void tst_SyncTaskBenchmark::startLargestTransfer(SyncTaskFixture &fixture)
-{
-    fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Stage left"_s,
-                      fullServer(u"a"_s).folders);
-    fixture.start({}, {}, allSlots());
-    QCoreApplication::processEvents();
-}
-
-void tst_SyncTaskBenchmark::startOfTheLargestTransfer()
-{
-    SyncTaskFixture fixture(loopback(1));
-    QVERIFY(fixture.connectDestination());
-    startLargestTransfer(fixture);
-    const QStringList labels = SyncTaskFixture::transferTexts(0);
-    const Comparison time = compare(
-        [&] {
-            fixture.start({}, {}, allSlots());
-            QCoreApplication::processEvents();
-        },
-        [&] { PlainTable().fill(labels); }, 3);
-    QCOMPARE(SyncTaskFixture::dialog<TransferDialog>()->rows.size(), std::size_t(65280));
-    time.print("start of 65,280 transfers", "a QTableWidget with the same rows");
-    QVERIFY(time.ratio() < 15);
-}
-
-void tst_SyncTaskBenchmark::progressOfTheLargestTransfer_data()
-{
-    QTest::addColumn<bool>("autoScroll");
-    QTest::newRow("without scrolling") << false;
-    QTest::newRow("with automatic scrolling") << true;
-}
-
-void tst_SyncTaskBenchmark::progressOfTheLargestTransfer()
-{
-    QFETCH(const bool, autoScroll);
-    SyncTaskFixture fixture(loopback(1));
-    QVERIFY(fixture.connectDestination());
-    startLargestTransfer(fixture);
-    PlainTable plain;
-    plain.fill(SyncTaskFixture::transferTexts(0));
-    auto *const scroll = SyncTaskFixture::dialog<TransferDialog>()->findChild<QCheckBox *>();
-    scroll->setChecked(autoScroll);
-    const QList<VisualRef> refs = allSlots();
-    int percent = 0;
-    const Comparison time = compare(
-        [&] {
-            for (const auto &[folderSlot, fileSlot] : refs)
-                emit fixture.service.syncProgressUpdate(fixture.destinationUuid, folderSlot,
-                                                        fileSlot, percent,
-                                                        Brenvoka::SyncTransferring);
-            QCoreApplication::processEvents();
-        },
-        [&] { plain.setStates(u"%1%"_s.arg(++percent), autoScroll); }, 3);
-    QCOMPARE(SyncTaskFixture::transferTexts(1).last(), u"%1%"_s.arg(percent));
-    time.print("progress of 65,280 transfers", "a QTableWidget with the same texts");
-    QVERIFY(time.ratio() < 10);
-}
 
 void tst_SyncTaskBenchmark::resultsOfTheLargestRemoval()
 {
@@ -133,11 +180,11 @@ void tst_SyncTaskBenchmark::resultsOfTheLargestRemoval()
                                                       fileSlot);
         QCOMPARE(fixture.finished->size(), 1);
     };
-    const QList<VisualRef> refs = allSlots();
+    const QList<VisualRef> refs = slotsOf(1);
     const QList<VisualRef> tenth = refs.first(refs.size() / 10);
-    const Comparison time = compare([&] { removalOf(refs); }, [&] { removalOf(tenth); });
-    time.print("65,280 removals and their results", "6,528 removals");
-    QVERIFY(time.ratio() < 30);
+    compareCosts([&] { return processorTime([&] { removalOf(refs); }); },
+                 [&] { return processorTime([&] { removalOf(tenth); }); })
+        .print({"results of 65,280 removals", "of 6,528 removals", 13, 11});
 }
 
 QTEST_MAIN(tst_SyncTaskBenchmark)

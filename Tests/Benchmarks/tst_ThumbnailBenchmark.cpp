@@ -1,22 +1,69 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Service/ThumbnailFixture.h"
+#include "Benchmarks/AnsweringServer.h"
+#include "Benchmarks/Comparison.h"
 #include "Support/Loopback.h"
-#include "Support/Wait.h"
-#include "Support/WireServer.h"
+#include "Support/WindowFixture.h"
 
 #include <QElapsedTimer>
-#include <QNetworkAccessManager>
-#include <QNetworkProxy>
-#include <QPixmapCache>
-#include <QTest>
-
-#include <algorithm>
+#include <QTemporaryDir>
 
 using namespace Qt::Literals::StringLiterals;
 
-/// The time to load the pictures of a full folder over HTTP and again from memory.
+namespace {
+
+constexpr QSize pictureSize(128, 96);
+
+/// A picture that is not trivial to decode.
+QString drawnPicture(const QTemporaryDir &directory)
+{
+    QImage image(pictureSize, QImage::Format_RGB32);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            image.setPixelColor(x, y, QColor::fromHsv((x * 7 + y * y) % 360, x + y, 255 - x));
+    }
+    const QString path = directory.filePath(u"picture.png"_s);
+    if (!image.save(path))
+        qFatal("Cannot write the picture");
+    return path;
+}
+
+MediaFolder folderOf(int slot, int visualCount)
+{
+    QList<Visual> files;
+    for (int file = 1; file <= visualCount; ++file)
+        files.append(visual(file, u"Sunset"_s, hashOf(file)));
+    return folder(slot, u"Sunsets"_s, files);
+}
+
+/// The time of the clock: the operator waits for the network.
+template <typename Work>
+double waitingTime(Work work)
+{
+    QElapsedTimer timer;
+    timer.start();
+    work();
+    return double(timer.nsecsElapsed()) / 1e6;
+}
+
+/// What a script would do: download with curl, then decode one picture after the other.
+void downloadWithCurl(const QHostAddress &server, int count)
+{
+    const QTemporaryDir directory;
+    QProcess curl;
+    curl.start(u"curl"_s, {u"--silent"_s, u"--parallel"_s, u"--parallel-max"_s, u"6"_s,
+                           u"--output"_s, directory.filePath(u"#1.png"_s),
+                           u"http://%1:4567/brenvoka/thumbnails/0/[1-%2].png"_s.arg(
+                               server.toString(), QString::number(count))});
+    QVERIFY(curl.waitForFinished());
+    for (int slot = 1; slot <= count; ++slot)
+        QCOMPARE(QPixmap(directory.filePath(u"%1.png"_s.arg(slot))).size(), pictureSize);
+}
+
+} // namespace
+
+/// How long the operator waits for the pictures of a full folder.
 class tst_ThumbnailBenchmark : public QObject
 {
     Q_OBJECT
@@ -24,54 +71,38 @@ class tst_ThumbnailBenchmark : public QObject
 private slots:
     void fullFolder()
     {
+        const QTemporaryDir directory;
+        const AnsweringServer answers(
+            loopback(1), {"/brenvoka/thumbnails/=" + drawnPicture(directory).toUtf8()});
         constexpr int visuals = 255;
-        constexpr int rounds = 7;
-        WireServer server(loopback(1));
-        server.answer("/brenvoka/thumbnails/", picture({128, 96}, Qt::red));
-        QNetworkAccessManager manager;
-        manager.setProxy(QNetworkProxy::NoProxy);
-        ThumbnailLoader bank(&manager);
-        Visuals slots255;
-        for (int slot = 1; slot <= visuals; ++slot)
-            slots255.append({slot, QString::number(slot).rightJustified(32, u'0')});
-        const MediaFolder folder = folderOf(slots255);
-        QPixmapCache::setCacheLimit(40960);
-
-        QList<qint64> overHttp;
-        QList<qint64> fromCache;
-        for (int round = 0; round < rounds; ++round) {
-            QPixmapCache::clear();
-            overHttp.append(timeOfLoad(bank, folder, server.address()));
-            fromCache.append(timeOfLoad(bank, folder, server.address()));
-            QCOMPARE(server.requests().size(), visuals * (round + 1));
-        }
-        const double http = median(overHttp);
-        const double cache = median(fromCache);
-        qInfo("%d thumbnails, median of %d rounds: over HTTP %.2f ms, from memory %.3f ms, "
-              "ratio %.0f",
-              visuals, rounds, http, cache, http / cache);
-        QVERIFY(http > 10 * cache);
+        Server server = sampleServer(u"Stage left"_s, answers.address().toString());
+        server.folders = {folderOf(0, visuals), folderOf(1, visuals / Comparison::small)};
+        fixture.connectServer(server);
+        QVERIFY(fixture.show());
+        compareSizes([&](int part) { return waitingTime([&] { open(part == 1 ? 0 : 1); }); },
+                     [&](int part) {
+                         return waitingTime(
+                             [&] { downloadWithCurl(answers.address(), visuals / part); });
+                     })
+            .print({"255 thumbnails, double click to filled rows",
+                    "`curl --parallel --parallel-max 6` and decoding one after the other", 1.3,
+                    1.1});
     }
 
 private:
-    static qint64 timeOfLoad(ThumbnailLoader &bank, const MediaFolder &folder,
-                             const QHostAddress &address)
+    /// From the double click to the painted rows.
+    void open(int row)
     {
-        QElapsedTimer timer;
-        timer.start();
-        const qsizetype before = bank.finished.size();
-        bank.service.loadThumbnails(folder, 0, address);
-        while (bank.finished.size() == before && timer.elapsed() < patience)
+        fixture.bankA().showFolders();
+        QPixmapCache::clear();
+        doubleClickRow(fixture.bankA(), row);
+        MediaListWidget &list = listOf(fixture.bankA());
+        while (list.count() != 257 || !fixture.bankA().isEnabled())
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        return timer.nsecsElapsed();
+        list.viewport()->repaint();
     }
 
-    /// In milliseconds.
-    static double median(QList<qint64> nanoseconds)
-    {
-        std::ranges::sort(nanoseconds);
-        return static_cast<double>(nanoseconds.at(nanoseconds.size() / 2)) / 1e6;
-    }
+    WindowFixture fixture;
 };
 
 QTEST_MAIN(tst_ThumbnailBenchmark)
