@@ -17,6 +17,7 @@
 #include <QUuid>
 #include <QWidget>
 
+#include <array>
 #include <memory>
 #include <optional>
 
@@ -198,6 +199,10 @@ private:
     void addHeaderItems();
     void addEmptySlotItem(int slot);
     void addItem(const QIcon &icon, const QString &text, int type);
+    /// The icon of a row without a picture of its own. All such rows of a level with the same mark
+    /// share one icon.
+    [[nodiscard]] const QIcon &sharedIcon(int number, const QString &keyWord,
+                                          const QPixmap &pixmap);
     [[nodiscard]] QPixmap markedPixmap(int number, const QString &keyWord, QPixmap pixmap) const;
 
     std::unique_ptr<Ui::BVServerBank> ui;
@@ -213,6 +218,7 @@ private:
     ServerDeck serverDeck = ServerDeckA;
     std::unique_ptr<ServerBankController> controller;
     bool folderNameDiffers = false;
+    std::array<QIcon, 2> sharedIcons; ///< by mark
     // Marks of the rows as drawn; `sameMarks` may already be newer.
     Marks shownMarks;
     bool foldersDrawn = true;
@@ -220,4 +226,5 @@ private:
     // loaded.
     Place shownPlace;
     bool thumbnailsAwaited = false;
+    bool slotsDrawn = false; // since the last changeFolder
 };

@@ -149,6 +149,7 @@ QList<int> BVServerBank::clearRows()
         selection = controller->selectionOfOtherBank();
     const QSignalBlocker blocker(ui->mediaListWidget);
     ui->mediaListWidget->clear();
+    sharedIcons = {};
     shownMarks = sameMarks;
     foldersDrawn = currentFolder == -1;
     return selection;
@@ -173,10 +174,9 @@ void BVServerBank::rebuildFolderList()
         const int position = positions[static_cast<std::size_t>(slot)];
         const QString name =
             position == -1 ? defaultFolderName(slot) : server.folders.at(position).name;
-        addItem(rowIcon(markedPixmap(slot, u"folder"_s, folderPixmap)), name, slot + 1);
+        addItem(sharedIcon(slot, u"folder"_s, folderPixmap), name, slot + 1);
     }
     selectRows(selection);
-    updateItemSizes();
 }
 
 void BVServerBank::showFolder(int folderSlot, bool red)
@@ -199,13 +199,17 @@ void BVServerBank::refreshFolder()
     const int position = currentServer().folderPosition(currentFolder);
     dropSelectionOfFormerPlace();
     setDragDropEnabled(true);
-    setEnabled(false);
     thumbnailsAwaited = position != -1;
     if (thumbnailsAwaited) {
         const Server &server = currentServer();
         const MediaFolder folder = server.folders.at(position);
         showPath(shownName(folder.name));
+        slotsDrawn = false;
         emit changeFolder(folder, position, server.currentAddress());
+        // Not earlier: with all thumbnails in memory the folder is drawn by now. To disable the
+        // bank and enable it again would paint everything in it.
+        if (!slotsDrawn)
+            setEnabled(false);
         return;
     }
 
@@ -255,6 +259,7 @@ void BVServerBank::rebuildSlotList(const MediaFolder &folder, const QList<QPixma
     }
     selectRows(selection);
     placeCurrentRow(row);
+    slotsDrawn = true;
     setEnabled(true);
 }
 
@@ -266,8 +271,7 @@ void BVServerBank::addHeaderItems()
 
 void BVServerBank::addEmptySlotItem(int slot)
 {
-    addItem(rowIcon(markedPixmap(slot, u"background"_s, backgroundPixmap)), emptySlotText(slot),
-            slot);
+    addItem(sharedIcon(slot, u"background"_s, backgroundPixmap), emptySlotText(slot), slot);
 }
 
 void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)
@@ -277,6 +281,14 @@ void BVServerBank::addItem(const QIcon &icon, const QString &text, int type)
     auto *const item = new MarkedRow(this, icon, shownName(text), type);
     applyItemLook(item);
     ui->mediaListWidget->addItem(item);
+}
+
+const QIcon &BVServerBank::sharedIcon(int number, const QString &keyWord, const QPixmap &pixmap)
+{
+    QIcon &icon = sharedIcons[sameMarks.test(static_cast<std::size_t>(number))];
+    if (icon.isNull())
+        icon = rowIcon(markedPixmap(number, keyWord, pixmap));
+    return icon;
 }
 
 QPixmap BVServerBank::markedPixmap(int number, const QString &keyWord, QPixmap pixmap) const

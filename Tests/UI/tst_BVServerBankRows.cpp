@@ -141,6 +141,9 @@ private slots:
         bank.folderChanged(3, QList<QPixmap>(256, thumbnailOf(1)));
         QVERIFY(bank.isEnabled());
         QCOMPARE(listOf(bank).count(), 257);
+
+        bank.showFolder(3, false);
+        QVERIFY(!bank.isEnabled());
     }
 
     void indexOutOfRangeGivesAnEmptyFolder()
