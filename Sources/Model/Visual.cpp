@@ -6,6 +6,8 @@
 #include "Model/JsonSlot.h"
 #include "Model/Slots.h"
 
+#include <utility>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
@@ -20,11 +22,11 @@ bool Visual::fromJson(const QJsonObject &json)
     if (!jsonHash.isString() || !jsonName.isString() || !jsonSlot)
         return false;
 
-    const QString newHash = jsonHash.toString();
+    QString newHash = jsonHash.toString();
     if (newHash.size() != hashLength)
         return false;
 
-    hash = newHash;
+    hash = std::move(newHash);
     name = jsonName.toString();
     slot = *jsonSlot;
     return true;
