@@ -76,10 +76,20 @@ void TransferDialog::addTransfer(int folderSlot, int fileSlot, const QString &la
                             new QTableWidgetItem(stateText(Brenvoka::SyncQueued)));
 }
 
+// A message that reports all transfers has them in their order, so the row after the last one is
+// tried first: a search among 65,280 rows takes longer than to set the text of one.
+TransferDialog::Row TransferDialog::findRow(const VisualRef &visual)
+{
+    Row next = lastFound == rows.end() ? rows.begin() : std::next(lastFound);
+    if (next == rows.end() || next->first != visual)
+        next = rows.find(visual);
+    return lastFound = next;
+}
+
 void TransferDialog::updateTransfer(int folderSlot, int fileSlot, int percent,
                                     Brenvoka::SyncStates state)
 {
-    const auto found = rows.find({folderSlot, fileSlot});
+    const auto found = findRow({folderSlot, fileSlot});
     if (found == rows.end())
         return;
     auto &transfer = found->second;
@@ -120,7 +130,7 @@ void TransferDialog::finishTransfer(int folderSlot, int fileSlot)
         hide();
         return;
     }
-    const auto found = rows.find({folderSlot, fileSlot});
+    const auto found = findRow({folderSlot, fileSlot});
     if (found == rows.end())
         return;
     const auto &transfer = found->second;

@@ -68,11 +68,15 @@ private slots:
     void onCancelSync(bool checked);
 
 private:
+    using Row = std::map<VisualRef, TransferRow>::iterator;
+    /// The end of `rows` if the visual has none.
+    [[nodiscard]] Row findRow(const VisualRef &visual);
     void updateOverallProgress();
     void scrollLater(int row);
     void scrollNow();
 
     std::unique_ptr<Ui::TransferDialog> ui;
+    Row lastFound = rows.end();
     int percentSum = 0;
     int awaitedRow = -1; ///< to which the list scrolls in the next turn of the event loop, or -1
 };
