@@ -16,7 +16,7 @@ packages=(
     # a network of their own, locales, system calls
     xvfb openbox xdotool x11-utils imagemagick iproute2
     at-spi2-core dbus dbus-x11 python3 python3-pyatspi python3-jsonschema
-    curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei locales strace
+    curl fonts-dejavu-core fonts-liberation fonts-wqy-microhei locales strace valgrind
     # fuzzers
     clang libclang-rt-dev
     # the manual
@@ -36,7 +36,8 @@ Please install what is missing of this list:
   spdlog 1.10 or later, fmt 9 or later, Boost.Filesystem 1.74 or later, cpp-httplib 0.11 or later
   for tests and the demonstration: Xvfb, openbox, xdotool, xdpyinfo, xprop, xwininfo, ImageMagick,
   iproute2, curl, D-Bus, at-spi2-core, /usr/bin/python3 with pyatspi and jsonschema, rsvg-convert,
-  strace, the sources of the locales, and the fonts DejaVu, Liberation and WenQuanYi Micro Hei
+  strace, valgrind, the sources of the locales, and the fonts DejaVu, Liberation and WenQuanYi Micro
+  Hei
   for the manual: pandoc 2.17 or later
   for the fuzzers: clang 14 or later with libFuzzer and the sanitizers
   for the Debian packages: dpkg-dev, file, desktop-file-utils, appstreamcli, groff, lintian, mandoc,
