@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: The Brenvoka authors
 # SPDX-License-Identifier: MIT
 #
-# Runs analysis tools on Sources: clang-tidy, clazy and cppcheck on the code, the thread sanitizer
+# Runs analysis tools on Sources and brenvokactl: clang-tidy, clazy and cppcheck on the code, the thread sanitizer
 # on the tests of the log, valgrind on a selection of tests. Installs missing packages and prints a
 # line for each tool; their output is in build/tools. Exits with 0 only if all are clean. Arguments
 # select tools: clang-tidy clazy cppcheck threads valgrind
@@ -19,7 +19,7 @@ if command -v ccache >/dev/null; then
     launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
     export CCACHE_BASEDIR=$PWD
 fi
-mapfile -t sources < <(git ls-files --cached --others --exclude-standard 'Sources/*.cpp')
+mapfile -t sources < <(git ls-files --cached --others --exclude-standard 'Sources/*.cpp' 'Tools/Brenvokactl/*.cpp')
 
 # build PRESET TARGET...
 build() {
@@ -36,7 +36,7 @@ prepare_sources() {
     uic=$(qmake6 -query QT_HOST_LIBEXECS)/uic
     cmake --preset tidy || return
     for form in Sources/*/*.ui; do
-        "$uic" "$form" -o "build/tidy/Sources/ui_$(basename "$form" .ui).h" || return
+        "$uic" "$form" -o "build/tidy/${form%/*}/ui_$(basename "$form" .ui).h" || return
     done
 }
 
@@ -51,7 +51,7 @@ clazy() {
     # strict-iterators: in Qt 6 `erase` takes const iterators, and the compiler reports the other
     # cases (QT_STRICT_ITERATORS). qstring-ref: Qt 6 has no QStringRef.
     printf '%s\0' "${sources[@]}" |
-        CLAZY_HEADER_FILTER="$PWD/Sources/.*" xargs -0 -P "$jobs" -n 8 \
+        CLAZY_HEADER_FILTER="$PWD/(Sources|Tools)/.*" xargs -0 -P "$jobs" -n 8 \
             clazy-standalone -p build/tidy -checks=level0,level1,no-strict-iterators,no-qstring-ref 2>&1 |
         tee "$logs/clazy.found" &&
         # Not all versions exit with an error when they have found something.
@@ -62,7 +62,7 @@ cppcheck_sources() {
     # Its description of Qt does not have this macro.
     cppcheck --quiet -j "$jobs" --language=c++ --std=c++20 --library=qt -I Sources \
         '-DQ_DISABLE_COPY_MOVE(Class)=' --enable=warning,performance,portability \
-        --suppressions-list=Scripts/cppcheck-suppressions.txt --error-exitcode=1 Sources
+        --suppressions-list=Scripts/cppcheck-suppressions.txt --error-exitcode=1 Sources Tools/Brenvokactl
 }
 
 threads() {

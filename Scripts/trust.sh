@@ -3,9 +3,10 @@
 # SPDX-License-Identifier: MIT
 #
 # Runs the tests of reliability: hostile networks, faults, long shows. Installs missing packages,
-# builds, runs each test at full size and prints a line with its figures; with --short it runs them
-# at the size of ./test.sh. Arguments select single tests, such as trust_DialogEvents. All traffic
-# is on loopback addresses. Exits with 0 only if all tests pass.
+# builds, runs each test at full size and prints a line with its figures, then runs the analysis
+# tools of check-tools.sh. With --short it runs the tests at the size of ./test.sh, and no tools.
+# Arguments select single tests, such as trust_DialogEvents, or Tools. All traffic is on loopback
+# addresses. Exits with 0 only if all pass.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -44,11 +45,17 @@ run() {
     sed -n 's/^[0-9]*: \(trust: .*\)/\1/p' "$log"
     sed -n '/% tests passed/,$p' "$log"
 }
+tools() {
+    Scripts/check-tools.sh | sed 's/^/trust: Tools: /' || failed=1
+}
 if [ $# -gt 0 ]; then
-    for item in "$@"; do run release trust "^$item\$"; done
+    for item in "$@"; do
+        if [ "$item" = Tools ]; then tools; else run release trust "^$item\$"; fi
+    done
 else
     run release trust .
     run fuzz fuzz .
     cat build/fuzz/Tests/Fuzz/*.figures
+    [ $size = short ] || tools
 fi
 exit $failed
