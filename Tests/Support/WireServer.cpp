@@ -224,7 +224,8 @@ void WireServer::read(QTcpSocket *socket)
     if (!reading || !connections.contains(socket))
         return;
     Connection &incoming = connections[socket];
-    const QByteArray bytes = socket->readAll();
+    QByteArray bytes = socket->readAll();
+    bytes.squeeze(); // it may have room for 32 KB, and `streams` keeps it
     streams[incoming.number] += bytes;
     incoming.buffer += bytes;
 
