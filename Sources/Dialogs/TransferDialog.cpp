@@ -7,6 +7,8 @@
 #include "Widgets/RowDelegate.h"
 #include "ui_TransferDialog.h"
 
+#include <QAccessible>
+#include <QSignalBlocker>
 #include <QTimer>
 
 #include <algorithm>
@@ -100,14 +102,32 @@ void TransferDialog::updateTransfer(int folderSlot, int fileSlot, int percent,
     transfer.percent = percent;
     transfer.state = state;
 
-    auto *item = ui->statusList->item(transfer.row, stateColumn);
-    if (!item)
+    if (!showState(transfer.row,
+                   state == Brenvoka::SyncTransferring ? percentText(percent) : stateText(state)))
         return;
-    item->setText(state == Brenvoka::SyncTransferring ? percentText(percent) : stateText(state));
     updateOverallProgress();
     if (ui->ckAutoScroll->isChecked() && state != Brenvoka::SyncCanceling &&
         state != Brenvoka::SyncFinished)
         scrollLater(transfer.row);
+}
+
+// The table is told only about changes that somebody can notice. It takes as long to hear of a row
+// out of view as to store its text.
+bool TransferDialog::showState(int row, const QString &text)
+{
+    auto *const item = ui->statusList->item(row, stateColumn);
+    if (!item)
+        return false;
+    const bool isNoticed = isInView(row) || QAccessible::isActive();
+    const QSignalBlocker blocker(isNoticed ? nullptr : ui->statusList->model());
+    item->setText(text);
+    return true;
+}
+
+bool TransferDialog::isInView(int row) const
+{
+    const int top = ui->statusList->rowViewportPosition(row);
+    return top < ui->statusList->viewport()->height() && top + ui->statusList->rowHeight(row) > 0;
 }
 
 // One message may report 65,280 visuals. To scroll to each would take seconds.
@@ -135,10 +155,9 @@ void TransferDialog::finishTransfer(int folderSlot, int fileSlot)
         return;
     const auto &transfer = found->second;
     // Required: a failed transfer is shown as finished, too.
-    if (auto *item = ui->statusList->item(transfer.row, stateColumn))
-        item->setText(stateText(transfer.state == Brenvoka::SyncCanceling
-                                    ? Brenvoka::SyncCanceled
-                                    : Brenvoka::SyncFinished));
+    (void)showState(transfer.row,
+                    stateText(transfer.state == Brenvoka::SyncCanceling ? Brenvoka::SyncCanceled
+                                                                        : Brenvoka::SyncFinished));
 }
 
 QString TransferDialog::stateText(Brenvoka::SyncStates state)

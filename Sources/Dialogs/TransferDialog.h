@@ -71,6 +71,9 @@ private:
     using Row = std::map<VisualRef, TransferRow>::iterator;
     /// The end of `rows` if the visual has none.
     [[nodiscard]] Row findRow(const VisualRef &visual);
+    /// Returns false if the row has no cell for it.
+    [[nodiscard]] bool showState(int row, const QString &text);
+    [[nodiscard]] bool isInView(int row) const;
     void updateOverallProgress();
     void scrollLater(int row);
     void scrollNow();

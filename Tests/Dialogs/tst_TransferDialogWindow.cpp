@@ -73,6 +73,25 @@ private slots:
         EVENTUALLY_COMPARE(paints.count, 2);
     }
 
+    void tableHearsOnlyOfRowsInView()
+    {
+        TransferFixture fixture(200);
+        fixture.dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&fixture.dialog, patience));
+        const QSignalSpy changes(fixture.table->model(), &QAbstractItemModel::dataChanged);
+        fixture.dialog.updateTransfer(0, 200, 10, SyncTransferring);
+        QCOMPARE(changes.count(), 0);
+        QCOMPARE(fixture.state(199), u"10%"_s);
+        fixture.dialog.updateTransfer(0, 1, 20, SyncTransferring);
+        QCOMPARE(changes.count(), 1);
+
+        fixture.table->scrollToBottom();
+        fixture.dialog.updateTransfer(0, 1, 30, SyncTransferring);
+        QCOMPARE(changes.count(), 1);
+        fixture.dialog.updateTransfer(0, 200, 40, SyncTransferring);
+        QCOMPARE(changes.count(), 2);
+    }
+
     void finishOnAnEmptyDialogHidesIt()
     {
         TransferFixture fixture;
