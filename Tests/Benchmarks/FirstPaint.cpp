@@ -32,10 +32,9 @@ protected:
     }
 
 private:
-    void report()
+    static void report()
     {
-        const double time = processorClock();
-        std::printf("%.3f %.3f\n", time, ProcessUse::status("VmRSS"));
+        std::printf("%.3f\n", ProcessUse::status("VmRSS"));
         std::fflush(stdout);
         std::_Exit(0);
     }

@@ -226,10 +226,10 @@ private:
             watch.restart();
         };
         click("leftToRightButton");
+        const TransferDialog *dialog = nullptr;
+        EVENTUALLY((dialog = fixture.window->findChild<TransferDialog *>()));
         QCoreApplication::processEvents();
         record("start of the largest sync", 250);
-        const auto *const dialog = fixture.window->findChild<TransferDialog *>();
-        QVERIFY(dialog);
         dialog->findChild<QCheckBox *>()->setChecked(autoScroll);
         QEventLoop loop;
         connect(dialog, &QObject::destroyed, &loop, &QEventLoop::quit);

@@ -150,6 +150,9 @@ private:
     {
         Transfers transfers(part);
         Costs costs{};
+        // All but the first message change texts that are no longer "queued...".
+        transfers.plain.setStates(u"0%"_s);
+        transfers.report(0);
         costs.bare = processorTime([&] { transfers.plain.setStates(u"1%"_s); });
         costs.without = processorTime([&] { transfers.report(1); });
         transfers.report(2);
