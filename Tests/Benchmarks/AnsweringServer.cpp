@@ -39,7 +39,9 @@ TransferReports reports;
 /// The responses by the beginning of the path. The last one matches every path.
 Files readFiles(int count, char **arguments)
 {
-    Files responses{{"/", response(R"({"msg_type":7,"RESULT":0})")}};
+    const std::string stream = "HTTP/1.1 200 OK\r\n\r\n";
+    Files responses{{"/", response(R"({"msg_type":7,"RESULT":0})")},
+                    {"/brenvoka/notifier.html", stream + std::string("{}\0", 3)}};
     for (int i = 0; i < count; ++i) {
         const std::string argument = arguments[i];
         const auto sign = argument.find('=');
@@ -51,7 +53,7 @@ Files readFiles(int count, char **arguments)
         const std::string path = argument.substr(0, sign);
         const std::string body(std::istreambuf_iterator<char>(file), {});
         const bool isStream = path == "/brenvoka/notifier.html";
-        responses[path] = isStream ? "HTTP/1.1 200 OK\r\n\r\n" + body : response(body);
+        responses[path] = isStream ? stream + body : response(body);
     }
     return responses;
 }
