@@ -226,5 +226,4 @@ private:
     // loaded.
     Place shownPlace;
     bool thumbnailsAwaited = false;
-    bool slotsDrawn = false; // since the last changeFolder
 };

@@ -199,17 +199,13 @@ void BVServerBank::refreshFolder()
     const int position = currentServer().folderPosition(currentFolder);
     dropSelectionOfFormerPlace();
     setDragDropEnabled(true);
+    setEnabled(false);
     thumbnailsAwaited = position != -1;
     if (thumbnailsAwaited) {
         const Server &server = currentServer();
         const MediaFolder folder = server.folders.at(position);
         showPath(shownName(folder.name));
-        slotsDrawn = false;
         emit changeFolder(folder, position, server.currentAddress());
-        // Not earlier: with all thumbnails in memory the folder is drawn by now. To disable the
-        // bank and enable it again would paint everything in it.
-        if (!slotsDrawn)
-            setEnabled(false);
         return;
     }
 
@@ -259,7 +255,6 @@ void BVServerBank::rebuildSlotList(const MediaFolder &folder, const QList<QPixma
     }
     selectRows(selection);
     placeCurrentRow(row);
-    slotsDrawn = true;
     setEnabled(true);
 }
 

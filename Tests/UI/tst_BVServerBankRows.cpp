@@ -129,8 +129,12 @@ private slots:
         BVServerBank &bank = fixture.bankA();
         disconnect(&bank, &BVServerBank::changeFolder, nullptr, nullptr);
         const QSignalSpy requests(&bank, &BVServerBank::changeFolder);
+        bool enabledDuringRequest = true;
+        connect(&bank, &BVServerBank::changeFolder, this,
+                [&] { enabledDuringRequest = bank.isEnabled(); });
 
         bank.showFolder(3, false);
+        QVERIFY(!enabledDuringRequest);
         QVERIFY(!bank.isEnabled());
         QCOMPARE(listOf(bank).count(), 256); // untouched
         QCOMPARE(requests.count(), 1);
@@ -141,9 +145,6 @@ private slots:
         bank.folderChanged(3, QList<QPixmap>(256, thumbnailOf(1)));
         QVERIFY(bank.isEnabled());
         QCOMPARE(listOf(bank).count(), 257);
-
-        bank.showFolder(3, false);
-        QVERIFY(!bank.isEnabled());
     }
 
     void indexOutOfRangeGivesAnEmptyFolder()
