@@ -4,6 +4,7 @@
 """listen, check and report with rehearsal servers and their faults."""
 
 import json
+import os
 import re
 import socket
 import subprocess
@@ -169,6 +170,26 @@ class Check(ProgramCase):
         self.addCleanup(silent.close)
         self.assertIn("within 1 s", self.check(2, "--timeout", 1)[1]
                       ["unreachable", "connection"]["text"])
+
+
+class Output(ProgramCase):
+    def check_into(self, output):
+        """The exit code and standard error of a check that writes to that file descriptor."""
+        self.serve(2, "Stage left", *DRAWN)
+        done = subprocess.run([PROGRAM, "check", loopback(2)], env=self.environment, stdout=output,
+                              stderr=subprocess.PIPE, text=True, timeout=60, check=False)
+        return done.returncode, done.stderr
+
+    def test_pipe_that_its_reader_closed_is_no_error(self):
+        reader, writer = os.pipe()
+        os.close(reader)
+        with open(writer, "wb") as pipe:
+            self.assertEqual(self.check_into(pipe), (0, ""))
+
+    def test_lost_output_is_an_error(self):
+        with open("/dev/full", "wb") as full:
+            self.assertEqual(self.check_into(full),
+                             (2, "brenvokactl: the output could not be written\n"))
 
 
 class Report(ProgramCase):

@@ -5,6 +5,7 @@
 
 #include "Text/ShownText.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <unistd.h>
 
@@ -35,7 +36,10 @@ bool hasColors()
 bool write(const QByteArray &bytes)
 {
     const auto size = static_cast<std::size_t>(bytes.size());
-    return std::fwrite(bytes.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0;
+    if (std::fwrite(bytes.constData(), 1, size, stdout) == size && std::fflush(stdout) == 0)
+        return true;
+    // A reader that has seen enough closes the pipe, as head and less do.
+    return errno == EPIPE;
 }
 
 void writeError(const QString &text)

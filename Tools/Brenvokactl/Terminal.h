@@ -11,7 +11,8 @@ namespace Terminal {
 /// Whether standard output may have colors: it is a terminal, and NO_COLOR is not set.
 [[nodiscard]] bool hasColors();
 
-/// Writes to standard output. Returns false if not everything could be written.
+/// Writes to standard output. Returns false if not everything could be written, unless the reader
+/// closed the pipe.
 [[nodiscard]] bool write(const QByteArray &bytes);
 
 /// Writes one line with the name of the program to standard error. Control and direction characters
