@@ -12,4 +12,4 @@ struct Result;
 /// The bytes of a result in UTF-8. All texts may be from a server: in text, control and direction
 /// characters become blanks; in CSV every cell is quoted, and a cell that a spreadsheet would run
 /// as a formula begins with an apostrophe. `colored` is only for text.
-[[nodiscard]] QByteArray formatted(const Result &result, Format format, bool colored);
+[[nodiscard]] QByteArray formatted(Result result, Format format, bool colored);

@@ -37,10 +37,11 @@ int Commands::run(const QStringList &words)
         return fail(line.error);
     if (!line.help.isEmpty())
         return Terminal::write(line.help.toUtf8()) ? ExitCode::good : ExitCode::error;
-    const Expected<Result> result = runCommand(line);
+    Expected<Result> result = runCommand(line);
     if (!result)
         return fail(result.error);
-    if (!Terminal::write(formatted(*result, line.format, Terminal::hasColors())))
+    const int exitCode = result->exitCode;
+    if (!Terminal::write(formatted(std::move(*result.value), line.format, Terminal::hasColors())))
         return fail(u"the output could not be written"_s);
-    return result->exitCode;
+    return exitCode;
 }
