@@ -111,7 +111,7 @@ void TransferDialog::updateTransfer(int folderSlot, int fileSlot, int percent,
         scrollLater(transfer.row);
 }
 
-// The table is told only about changes that somebody can notice. It takes as long to hear of a row
+// The table hears only of changes that somebody can notice. It takes as long to hear of a row
 // out of view as to store its text.
 bool TransferDialog::showState(int row, const QString &text)
 {
