@@ -28,6 +28,7 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 TABLES = ROOT / "Scripts" / "mutations"
 AREA = ROOT / "build" / "mutate"
+PROGRAMS = ("brenvoka", "brenvokactl", "media-server")
 
 CAUGHT = "caught"
 SURVIVED = "SURVIVED"
@@ -137,8 +138,11 @@ class Workshop:
                                  check=True, capture_output=True, text=True).stdout
         self._tests = {test["name"]: test for test in json.loads(listing)["tests"]}
 
-    def make(self, *targets):
-        return self._run(["ninja", "-C", str(self.build), "-j", "2", *targets])
+    def make(self, *tests):
+        # A test in Python has no target of its own. It runs the programs.
+        targets = {target for test in tests for target in
+                   ((test,) if test.startswith("tst_") else PROGRAMS)}
+        return self._run(["ninja", "-C", str(self.build), "-j", "2", *sorted(targets)])
 
     def read(self, file):
         return (self.tree / file).read_text(encoding="utf-8")
