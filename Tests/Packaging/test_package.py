@@ -260,7 +260,7 @@ class PackageTest(unittest.TestCase):
     def test_metainfo_is_valid(self):
         output = self.assert_succeeds("appstreamcli", "validate", "--pedantic", "--no-net",
                                       self.path(METAINFO))
-        # The program belongs to nobody's domain, see the comment in the file.
+        # The program has no domain of its own, see the comment in the file.
         self.assertEqual(re.findall(r"^\w: \S+ (\S+)", output, re.MULTILINE),
                          ["cid-maybe-not-rdns"])
         # Together with the desktop entry that it refers to.
