@@ -11,13 +11,9 @@ cd "$(dirname "$0")"
 
 Scripts/install-packages.sh
 
-launcher=()
-if command -v ccache >/dev/null; then
-    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    export CCACHE_BASEDIR=$PWD
-fi
+source Scripts/compiler-cache.sh
 mkdir -p build
-cmake --preset release "${launcher[@]}" >build/demo-configure.log 2>&1 || {
+cmake --preset release >build/demo-configure.log 2>&1 || {
     cat build/demo-configure.log
     exit 1
 }

@@ -11,12 +11,7 @@ cd "$(dirname "$0")"
 
 Scripts/install-packages.sh
 
-launcher=()
-if command -v ccache >/dev/null; then
-    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    # The cache accepts precompiled headers only with these.
-    export CCACHE_BASEDIR=$PWD CCACHE_SLOPPINESS=pch_defines,time_macros
-fi
+source Scripts/compiler-cache.sh
 jobs=$(nproc)
 failed=0
 summaries=()
@@ -24,7 +19,7 @@ summaries=()
 for preset in release asan fuzz; do
     echo "== $preset: build"
     mkdir -p "build/$preset"
-    cmake --preset "$preset" "${launcher[@]}" >"build/$preset/configure.log" 2>&1 || {
+    cmake --preset "$preset" >"build/$preset/configure.log" 2>&1 || {
         cat "build/$preset/configure.log"
         exit 1
     }

@@ -10,13 +10,9 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 Scripts/install-packages.sh
-launcher=()
-if command -v ccache >/dev/null; then
-    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    export CCACHE_BASEDIR=$PWD
-fi
+source Scripts/compiler-cache.sh
 mkdir -p build/release
-cmake --preset release "${launcher[@]}" >build/release/configure.log 2>&1 || {
+cmake --preset release >build/release/configure.log 2>&1 || {
     cat build/release/configure.log
     exit 1
 }

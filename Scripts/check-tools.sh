@@ -14,18 +14,14 @@ Scripts/install-packages.sh clang clang-tidy clazy cppcheck valgrind || exit 1
 logs=build/tools
 mkdir -p "$logs"
 jobs=$(nproc)
-launcher=()
-if command -v ccache >/dev/null; then
-    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    export CCACHE_BASEDIR=$PWD
-fi
+source Scripts/compiler-cache.sh
 mapfile -t sources < <(git ls-files --cached --others --exclude-standard 'Sources/*.cpp' 'Tools/Brenvokactl/*.cpp')
 
 # build PRESET TARGET...
 build() {
     local preset=$1
     shift
-    cmake --preset "$preset" "${launcher[@]}" &&
+    cmake --preset "$preset" &&
         cmake --build --preset "$preset" --parallel "$jobs" --target "$@"
 }
 

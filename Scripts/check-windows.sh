@@ -17,12 +17,8 @@ if ! command -v x86_64-w64-mingw32-g++-posix >/dev/null; then
     exit 1
 fi
 
-launcher=()
-if command -v ccache >/dev/null; then
-    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    export CCACHE_BASEDIR=$PWD
-fi
-cmake --preset windows "${launcher[@]}"
+source Scripts/compiler-cache.sh
+cmake --preset windows
 cmake --build --preset windows
 
 if ! command -v wine >/dev/null; then

@@ -16,12 +16,8 @@ Scripts/install-packages.sh lomiri-wallpapers-16.04
 
 photographs=/usr/share/backgrounds
 
-launcher=()
-if command -v ccache >/dev/null; then
-    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    export CCACHE_BASEDIR=$PWD
-fi
-[ -f build/release/build.ninja ] || cmake --preset release "${launcher[@]}" >/dev/null
+source Scripts/compiler-cache.sh
+[ -f build/release/build.ninja ] || cmake --preset release >/dev/null
 cmake --build --preset release --target screenshots
 
 # take SCALE ARGUMENT...: with the fonts, the screen and the language of the tests

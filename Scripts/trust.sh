@@ -22,26 +22,21 @@ Scripts/install-packages.sh
 
 build() {
     mkdir -p "build/$1"
-    cmake --preset "$1" ${launcher[@]+"${launcher[@]}"} >"build/$1/configure.log" 2>&1 || {
+    cmake --preset "$1" >"build/$1/configure.log" 2>&1 || {
         cat "build/$1/configure.log"
         exit 1
     }
     cmake --build --preset "$1" --parallel "$(nproc)"
 }
-launcher=()
-if command -v ccache >/dev/null; then
-    launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    # The cache accepts precompiled headers only with these.
-    export CCACHE_BASEDIR=$PWD CCACHE_SLOPPINESS=pch_defines,time_macros
-fi
+source Scripts/compiler-cache.sh
 build release
 [ $# -gt 0 ] || build fuzz
 
 failed=0
-# run PRESET LABEL PATTERN: one test at a time, since some of them measure time
+# run PRESET LABEL PATTERN [JOBS]: one test at a time by default, since some of them measure time
 run() {
     local log=build/$1/trust.log
-    BRENVOKA_TRUST=$size ctest --preset "$1" -L "$2" -R "$3" --verbose >"$log" 2>&1 || failed=1
+    BRENVOKA_TRUST=$size ctest --preset "$1" -L "$2" -R "$3" --parallel "${4:-1}" --verbose >"$log" 2>&1 || failed=1
     sed -n 's/^[0-9]*: \(trust: .*\)/\1/p' "$log"
     sed -n '/% tests passed/,$p' "$log"
 }
@@ -54,7 +49,7 @@ if [ $# -gt 0 ]; then
     done
 else
     run release trust .
-    run fuzz fuzz .
+    run fuzz fuzz . "$(nproc)"
     cat build/fuzz/Tests/Fuzz/*.figures
     [ $size = short ] || tools
 fi
