@@ -12,8 +12,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto executePath = "/brenvoka/execute.html";
-constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
 constexpr int answered = 5;
 
 /// Four folders, the last with thirty visuals.
@@ -29,9 +27,9 @@ QList<MediaFolder> thirtyVisuals()
 /// Answers the first five removals and leaves the next one open.
 void answerFive(ScriptedServer &server)
 {
-    server.wire.on(executePath, [&server](const WireRequest &request) {
+    server.onCommand([&server](const WireRequest &request) {
         if (server.commands(ScriptedServer::Remove).size() <= answered)
-            request.answer(accepted);
+            request.answer(ScriptedServer::success);
     });
 }
 
@@ -46,8 +44,8 @@ void answerFive(ScriptedServer &server)
 [[nodiscard]] bool answerTheRest(ScriptedServer &server, ScriptedServer &other)
 {
     server.accept();
-    const WireRequest sixth = server.wire.requests(executePath).last();
-    sixth.answer(accepted, "Connection: close\r\n");
+    const WireRequest sixth = server.requests().last();
+    sixth.answer(ScriptedServer::success, "Connection: close\r\n");
     const qsizetype wanted = other.libraryRequests() + 5;
     // A change is ignored during the download of the library.
     const auto fetched = [&] {

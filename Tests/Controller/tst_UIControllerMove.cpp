@@ -18,8 +18,6 @@ namespace {
 
 constexpr quint32 allWarnings = 0xFFFFFFFF;
 constexpr quint32 moveWarning = 2;
-constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
-constexpr auto executePath = "/brenvoka/execute.html";
 
 /// Folder, slot and new slot of each move command of a server.
 QStringList moves(const ScriptedServer &server)
@@ -58,7 +56,7 @@ private slots:
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
         QCOMPARE(moves(fixture.one), QStringList{u"3: 3 to 1"_s});
         QCOMPARE(fixture.model.warningLevel, allWarnings);
-        QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
+        QVERIFY(fixture.two.requests().isEmpty());
     }
 
     void decliningTheWarningChangesNothing_data() { addRefusals(); }
@@ -73,7 +71,7 @@ private slots:
         QCOMPARE(modals.seen().size(), 1);
         QVERIFY(!fixture.hasStarted());
         QVERIFY(fixture.requestLibrary(fixture.one));
-        QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
+        QVERIFY(fixture.one.requests().isEmpty());
         QCOMPARE(fixture.model.warningLevel, allWarnings);
         QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
     }
@@ -147,7 +145,7 @@ private slots:
         QVERIFY(modals.seen().isEmpty());
         QVERIFY(!fixture.hasStarted());
         QVERIFY(fixture.requestLibrary(fixture.one));
-        QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
+        QVERIFY(fixture.one.requests().isEmpty());
     }
 
     void commandGoesToTheServerOfItsBank()
@@ -157,7 +155,7 @@ private slots:
         QVERIFY(dragRow(fixture, fixture.bankB(), 4, fixture.bankB(), 2));
         QVERIFY(fixture.hasDownloadedAgain(fixture.two));
         QCOMPARE(moves(fixture.two), QStringList{u"3: 3 to 1"_s});
-        QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
+        QVERIFY(fixture.one.requests().isEmpty());
     }
 
     void aNameWithoutANumberMeansSlotZero()
@@ -205,13 +203,13 @@ private slots:
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
-        fixture.one.wire.hold(executePath);
+        fixture.one.hold();
         QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
-        QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+        QVERIFY(fixture.one.waitForCommands(1));
         QVERIFY(fixture.cancel(u"Moving..."_s));
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-        QCOMPARE(fixture.one.wire.requests(executePath).size(), 1);
-        QVERIFY(fixture.one.wire.requests(executePath).first().isOpen());
+        QCOMPARE(fixture.one.requests().size(), 1);
+        QVERIFY(fixture.one.requests().first().isOpen());
     }
 
     void aSecondStartAbandonsTheFirstTask()
@@ -219,15 +217,15 @@ private slots:
         LogCapture log;
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
-        fixture.one.wire.hold(executePath);
+        fixture.one.hold();
         {
             const LeakAllowed first;
             fixture.controller().handleMoveVisual(3, 1, ServerDeckA);
         }
         fixture.controller().handleMoveVisual(5, 2, ServerDeckA);
-        QVERIFY(fixture.one.wire.waitForRequests(2, executePath));
-        for (const WireRequest &request : fixture.one.wire.requests(executePath))
-            request.answer(accepted);
+        QVERIFY(fixture.one.waitForCommands(2));
+        for (const WireRequest &request : fixture.one.requests())
+            request.answer(ScriptedServer::success);
         EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
     }

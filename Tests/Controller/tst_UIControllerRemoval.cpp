@@ -17,8 +17,6 @@ namespace {
 
 constexpr quint32 allWarnings = 0xFFFFFFFF;
 constexpr quint32 removalWarning = 1;
-constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
-constexpr auto executePath = "/brenvoka/execute.html";
 
 using Refs = QList<VisualRef>;
 
@@ -94,7 +92,7 @@ private slots:
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
         QCOMPARE(fixture.one.visuals(ScriptedServer::Remove), (Refs{{3, 3}}));
         QCOMPARE(fixture.two.libraryRequests(), 1);
-        QVERIFY(fixture.two.wire.requests(executePath).isEmpty());
+        QVERIFY(fixture.two.requests().isEmpty());
         QCOMPARE(fixture.model.warningLevel, allWarnings);
     }
 
@@ -187,7 +185,7 @@ private slots:
         OperationFixture::clickRemove(fixture.bankB());
         QVERIFY(fixture.hasDownloadedAgain(fixture.two));
         QCOMPARE(fixture.two.visuals(ScriptedServer::Remove), (Refs{{3, 7}}));
-        QVERIFY(fixture.one.wire.requests(executePath).isEmpty());
+        QVERIFY(fixture.one.requests().isEmpty());
     }
 
     // The banks show folder 2. The command names folder 1, and only visuals that are in folder 3.
@@ -233,13 +231,13 @@ private slots:
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
-        fixture.one.wire.hold(executePath);
+        fixture.one.hold();
         fixture.bankA().selectRows({4, 6, 8});
         OperationFixture::clickRemove(fixture.bankA());
-        QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+        QVERIFY(fixture.one.waitForCommands(1));
         QVERIFY(fixture.cancel(u"Removing..."_s));
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
-        fixture.one.wire.requests(executePath).first().answer(accepted);
+        fixture.one.requests().first().answer(ScriptedServer::success);
         // A later command is sent after everything that was queued.
         fixture.controller().handleMoveVisual(3, 4, ServerDeckA);
         EVENTUALLY_COMPARE(fixture.one.commands(ScriptedServer::Move).size(), 1);
@@ -274,16 +272,16 @@ private slots:
         LogCapture log;
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
-        fixture.one.wire.hold(executePath);
+        fixture.one.hold();
         fixture.bankA().selectRows({4, 6});
         {
             const LeakAllowed first;
             OperationFixture::clickRemove(fixture.bankA());
         }
         OperationFixture::clickRemove(fixture.bankA());
-        QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+        QVERIFY(fixture.one.waitForCommands(1));
         fixture.one.accept();
-        fixture.one.wire.requests(executePath).first().answer(accepted);
+        fixture.one.requests().first().answer(ScriptedServer::success);
         EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
         QCOMPARE(log.texts().count(u"Finish notification received from invalid task"_s), 1);
@@ -296,7 +294,7 @@ private slots:
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
-        fixture.one.wire.hold(executePath);
+        fixture.one.hold();
         {
             const LeakAllowed allButTheLast;
             for (const int row : {4, 6}) {
@@ -306,9 +304,9 @@ private slots:
         }
         fixture.bankA().selectRows({6, 8});
         OperationFixture::clickRemove(fixture.bankA());
-        QVERIFY(fixture.one.wire.waitForRequests(1, executePath));
+        QVERIFY(fixture.one.waitForCommands(1));
         fixture.one.accept();
-        fixture.one.wire.requests(executePath).first().answer(accepted);
+        fixture.one.requests().first().answer(ScriptedServer::success);
         EVENTUALLY_COMPARE(fixture.one.visuals(ScriptedServer::Remove),
                            (Refs{{3, 3}, {3, 5}, {3, 7}, {3, 7}}));
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);

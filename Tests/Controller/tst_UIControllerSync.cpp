@@ -41,7 +41,7 @@ private slots:
         QCOMPARE(visuals, (Refs{{0, 2}, {1, 255}}));
         QCOMPARE(fixture.two.commands(ScriptedServer::Sync).first().field("serverURL"),
                  u"http://" LOOPBACK(101) ":4567"_s);
-        QVERIFY(fixture.one.wire.requests("/brenvoka/execute.html").isEmpty());
+        QVERIFY(fixture.one.requests().isEmpty());
     }
 
     void onlyTheSelectedFolderIsCompared()
@@ -55,7 +55,7 @@ private slots:
         fixture.two.sendStarted({0, 2});
         fixture.two.sendEnded({0, 2}, Brenvoka::SyncFinished);
         EVENTUALLY(!fixture.transferDialog());
-        QCOMPARE(fixture.two.wire.requests("/brenvoka/execute.html").size(), 1);
+        QCOMPARE(fixture.two.requests().size(), 1);
         QCOMPARE(fixture.two.visuals(ScriptedServer::Sync), (Refs{{0, 2}}));
     }
 
@@ -105,7 +105,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture.two.commands(ScriptedServer::Rename).size(), 1);
         QCOMPARE(fixture.two.commands(ScriptedServer::Rename).first().field("folderName"), u"a"_s);
         EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
-        QCOMPARE(fixture.two.wire.requests("/brenvoka/execute.html").size(), 1);
+        QCOMPARE(fixture.two.requests().size(), 1);
     }
 
     void aMissingFolderIsNamedBeforeItsTransfers()
@@ -114,7 +114,7 @@ private slots:
         QVERIFY(fixture.open({folder(0, u"a"_s), folder(1, u"b"_s, {cachedVisual(1, u"x"_s, 1)})},
                              {folder(0, u"a"_s)}));
         QVERIFY(fixture.start());
-        const QList<WireRequest> requests = fixture.two.wire.requests("/brenvoka/execute.html");
+        const QList<WireRequest> requests = fixture.two.requests();
         QCOMPARE(requests.size(), 2);
         QVERIFY(requests.first().body.startsWith("req_type=5&folderIdx=1&folderName=b&"));
         QVERIFY(requests.last().body.startsWith("req_type=1&"));
@@ -188,7 +188,7 @@ private slots:
         EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
         QCOMPARE(fixture.one.libraryRequests(), 1);
         QVERIFY(!fixture.transferDialog());
-        QVERIFY(fixture.two.wire.requests("/brenvoka/execute.html").isEmpty());
+        QVERIFY(fixture.two.requests().isEmpty());
     }
 
     void theLibraryIsDownloadedOnlyAtTheEnd()
@@ -218,7 +218,7 @@ private slots:
         SyncClickFixture fixture;
         QVERIFY(
             fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
-        fixture.two.wire.hold("/brenvoka/execute.html");
+        fixture.two.hold();
         fixture.clickLeftToRight();
         BVProgressDialog *removing = nullptr;
         EVENTUALLY([&] {
@@ -290,17 +290,15 @@ private slots:
         SyncClickFixture fixture;
         QVERIFY(
             fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
-        fixture.two.wire.hold("/brenvoka/execute.html");
+        fixture.two.hold();
         {
             const LeakAllowed first;
             fixture.clickLeftToRight();
         }
         fixture.clickLeftToRight();
         fixture.two.accept();
-        QVERIFY(fixture.two.wire.waitForRequests(1, "/brenvoka/execute.html"));
-        fixture.two.wire.requests("/brenvoka/execute.html")
-            .first()
-            .answer(R"({"msg_type":7,"RESULT":0})");
+        QVERIFY(fixture.two.waitForCommands(1));
+        fixture.two.requests().first().answer(ScriptedServer::success);
         EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
         // The result counts for both tasks: each ends with it.
         EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);

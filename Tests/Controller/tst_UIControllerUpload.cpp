@@ -19,7 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr auto accepted = R"({"msg_type":7,"RESULT":0})";
 constexpr auto uploadPath = "/brenvoka/upload.html";
 
 /// An open folder, and a file to upload.
@@ -82,7 +81,7 @@ private slots:
     {
         UploadFixture fixture;
         QVERIFY(fixture.open());
-        fixture.one.wire.answer(uploadPath, accepted);
+        fixture.one.wire.answer(uploadPath, ScriptedServer::success);
         fixture.upload(10);
         const QByteArray body = fixture.sentBody();
         QVERIFY(hasField(body, "folderIdx", "3"));
@@ -126,7 +125,7 @@ private slots:
         QCOMPARE(dialog->findChild<QLabel *>()->text(), u"Importing visual"_s);
         QVERIFY(!fixture.buttons(u"Importing..."_s).isEnabled());
         QVERIFY(fixture.one.wire.waitForRequests(1, uploadPath));
-        fixture.one.wire.requests(uploadPath).first().answer(accepted);
+        fixture.one.wire.requests(uploadPath).first().answer(ScriptedServer::success);
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
     }
 
@@ -213,7 +212,7 @@ private slots:
         }
         fixture.upload();
         QVERIFY(fixture.one.wire.waitForRequests(1, uploadPath));
-        fixture.one.wire.requests(uploadPath).first().answer(accepted);
+        fixture.one.wire.requests(uploadPath).first().answer(ScriptedServer::success);
         EVENTUALLY(log.texts().contains(u"Finish notification received from invalid task"_s));
         EVENTUALLY_COMPARE(fixture.one.libraryRequests(), 2);
         QCOMPARE(fixture.one.wire.requests(uploadPath).size(), 1); // one at a time

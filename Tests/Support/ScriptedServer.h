@@ -36,6 +36,7 @@ class ScriptedServer final
 {
 public:
     enum CommandType { Sync = 1, Remove = 2, Move = 3, Cancel = 4, Rename = 5 };
+    static constexpr auto success = R"({"msg_type":7,"RESULT":0})";
 
     explicit ScriptedServer(const QString &ip)
         : wire(ip)
@@ -43,19 +44,29 @@ public:
         accept();
     }
 
-    /// Answers every command with success.
-    void accept() { wire.answer("/brenvoka/execute.html", R"({"msg_type":7,"RESULT":0})"); }
+    /// Answers every command with this result.
+    void answer(const QByteArray &result) { wire.answer(executePath, result); }
+    void accept() { answer(success); }
     /// Answers every command with a failure of that text.
     void refuse(const QByteArray &text)
     {
-        wire.answer("/brenvoka/execute.html",
-                    R"({"msg_type":7,"RESULT":3,"ERROR":")" + text + R"("})");
+        answer(R"({"msg_type":7,"RESULT":3,"ERROR":")" + text + R"("})");
     }
+    void onCommand(const WireServer::Handler &handler) { wire.on(executePath, handler); }
+    /// Leaves every command unanswered.
+    void hold() { wire.hold(executePath); }
+    [[nodiscard]] bool waitForCommands(int count) const
+    {
+        return wire.waitForRequests(count, executePath);
+    }
+
+    /// The commands of all types in the order of arrival.
+    [[nodiscard]] QList<WireRequest> requests() const { return wire.requests(executePath); }
 
     [[nodiscard]] QList<Command> commands(int type) const
     {
         QList<Command> found;
-        for (const WireRequest &request : wire.requests("/brenvoka/execute.html")) {
+        for (const WireRequest &request : requests()) {
             Command command;
             command.fields.setQuery(QString::fromUtf8(request.body));
             command.type = command.field("req_type").toInt();
@@ -119,6 +130,8 @@ public:
     WireRequest stream;
 
 private:
+    static constexpr auto executePath = "/brenvoka/execute.html";
+
     void sendSync(int type, const VisualRef &visual, Brenvoka::SyncStates state, int percent = 0,
                   const QString &error = {})
     {

@@ -18,7 +18,7 @@
 #include <memory>
 
 /// A connected scripted server, and one task on it without a window.
-class TaskFixture final
+class TaskFixture
 {
 public:
     explicit TaskFixture(const QString &ip)
@@ -26,13 +26,20 @@ public:
     {
     }
 
+    /// Adds a connected server to the model, or replaces it.
+    void addServer(const QUuid &uuid, const QHostAddress &address, const QString &name,
+                   const QList<MediaFolder> &folders = {})
+    {
+        Server record(uuid, address, 8, name);
+        record.connected = true;
+        record.folders = folders;
+        model.upsertServer(record);
+    }
     /// Adds a scripted server to the model and connects to it.
     [[nodiscard]] bool connectTo(ScriptedServer &scripted,
                                  const QString &name = QStringLiteral("Stage left"))
     {
-        Server record(scripted.uuid, scripted.wire.address(), 8, name);
-        record.connected = true;
-        model.upsertServer(record);
+        addServer(scripted.uuid, scripted.wire.address(), name);
         QSignalSpy connected(&service, &ServerConnectionService::serverConnected);
         service.addHandler(scripted.wire.address(), scripted.uuid);
         return scripted.openStream() && connected.wait(patience);
@@ -43,7 +50,11 @@ public:
     template <typename Task, typename... Arguments>
     void create(const Arguments &...arguments)
     {
-        task = std::make_unique<Task>(&model, nullptr, &service, server.uuid, arguments...);
+        take(std::make_unique<Task>(&model, nullptr, &service, server.uuid, arguments...));
+    }
+    void take(std::unique_ptr<TaskBase> created)
+    {
+        task = std::move(created);
         finished = std::make_unique<QSignalSpy>(task.get(), &TaskBase::taskFinished);
     }
     template <typename Task, typename... Arguments>
@@ -53,25 +64,24 @@ public:
         started = task->start();
     }
 
-    /// The task's dialog, null before its start and after its deletion.
-    [[nodiscard]] static BVProgressDialog *dialog()
+    /// The task's dialog of that class, null before its start and after its deletion.
+    template <typename Dialog = BVProgressDialog>
+    [[nodiscard]] static Dialog *dialog()
     {
         for (QWidget *const widget : QApplication::topLevelWidgets()) {
-            if (auto *const found = qobject_cast<BVProgressDialog *>(widget))
+            if (auto *const found = qobject_cast<Dialog *>(widget))
                 return found;
         }
         return nullptr;
     }
     [[nodiscard]] static QString label() { return dialog()->findChild<QLabel *>()->text(); }
 
-    /// The commands of all types in the order of arrival.
-    [[nodiscard]] QList<WireRequest> requests() const { return server.wire.requests(execute); }
     /// Waits for the command of that number, from 0, and answers it.
-    [[nodiscard]] bool answer(int number, const QByteArray &result = success)
+    [[nodiscard]] bool answer(int number, const QByteArray &result = ScriptedServer::success)
     {
-        if (!server.wire.waitForRequests(number + 1, execute))
+        if (!server.waitForCommands(number + 1))
             return false;
-        requests().at(number).answer(result);
+        server.requests().at(number).answer(result);
         return true;
     }
     /// Waits until every earlier command has been answered: a cancel is sent after them.
@@ -83,8 +93,6 @@ public:
         return waitFor([&] { return server.commands(ScriptedServer::Cancel).size() > before; });
     }
 
-    static constexpr auto execute = "/brenvoka/execute.html";
-    static constexpr auto success = R"({"msg_type":7,"RESULT":0})";
     static constexpr auto inUse = R"({"msg_type":7,"RESULT":1})";
 
     ScriptedServer server;

@@ -31,7 +31,7 @@ private slots:
         QCOMPARE(fixture->finished->first().first().value<TaskBase *>(), fixture->task.get());
         QVERIFY(!fixture->task->hasErrors());
         QCOMPARE(fixture->task->errorDetails(), QStringList());
-        QCOMPARE(fixture->requests().size(), 1);
+        QCOMPARE(fixture->server.requests().size(), 1);
         const Command command = fixture->server.commands(ScriptedServer::Move).constFirst();
         QCOMPARE(command.visual(), VisualRef(3, 7));
         QCOMPARE(command.field("visualToIdx"), u"12"_s);
@@ -39,7 +39,7 @@ private slots:
 
     void dialogIsModalAndHasItsTexts()
     {
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         start();
         QVERIFY(fixture->dialog()->isModal());
         QCOMPARE(fixture->dialog()->windowTitle(), u"Moving..."_s);
@@ -51,7 +51,7 @@ private slots:
     void shortMoveShowsNoDialog()
     {
         const ShownDialogs shown;
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         start();
         emit fixture->service.movedFileFinished(fixture->server.uuid);
         QCOMPARE(fixture->finished->size(), 1);
@@ -65,7 +65,7 @@ private slots:
 
     void longMoveShowsTheDialog()
     {
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         start();
         QVERIFY(!fixture->dialog()->isVisible());
         EVENTUALLY(fixture->dialog()->isVisible());
@@ -79,7 +79,7 @@ private slots:
     {
         QFETCH(const QByteArray, result);
         QFETCH(const QString, text);
-        fixture->server.wire.answer(TaskFixture::execute, result);
+        fixture->server.answer(result);
         start();
         EVENTUALLY_COMPARE(fixture->finished->size(), 1);
         QVERIFY(fixture->task->hasErrors());
@@ -107,12 +107,12 @@ private slots:
         EVENTUALLY_COMPARE(fixture->finished->size(), 1);
 
         // Qt would repeat a request on the connection that the first move has left open.
-        fixture->server.wire.on(TaskFixture::execute,
-                                [](const WireRequest &request) { request.close(); });
+        fixture->server.onCommand([](const WireRequest &request) { request.close(); });
         const QSignalSpy refused(&fixture->service, &ServerConnectionService::movedFileError);
         start();
         EVENTUALLY_COMPARE(fixture->finished->size(), 1);
-        QCOMPARE(fixture->requests().at(1).connection, fixture->requests().at(0).connection);
+        QCOMPARE(fixture->server.requests().at(1).connection,
+                 fixture->server.requests().at(0).connection);
         const QString text = refused.first().last().toString();
         QVERIFY(!text.isEmpty());
         QCOMPARE(
@@ -125,7 +125,7 @@ private slots:
 
     void cancelDoesNotStopTheRequest()
     {
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         start();
         EVENTUALLY(fixture->dialog()->isVisible());
         pressCancel(*fixture->dialog());
@@ -138,14 +138,14 @@ private slots:
         QVERIFY(fixture->answer(0));
         QVERIFY(moved.wait(patience));
         QCOMPARE(fixture->finished->size(), 1);
-        QCOMPARE(fixture->requests().size(), 1);
+        QCOMPARE(fixture->server.requests().size(), 1);
     }
 
     void failureAfterCancelIsKept()
     {
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         start();
-        QVERIFY(fixture->server.wire.waitForRequests(1, TaskFixture::execute));
+        QVERIFY(fixture->server.waitForCommands(1));
         fixture->dialog()->reject();
         QCOMPARE(fixture->finished->size(), 1);
         QSignalSpy refused(&fixture->service, &ServerConnectionService::movedFileError);
@@ -157,7 +157,7 @@ private slots:
 
     void cancelAfterTheResultFinishesTwice()
     {
-        fixture->server.wire.answer(TaskFixture::execute, TaskFixture::inUse);
+        fixture->server.answer(TaskFixture::inUse);
         start();
         EVENTUALLY_COMPARE(fixture->finished->size(), 1);
         fixture->dialog()->reject();
@@ -167,7 +167,7 @@ private slots:
 
     void deletionRemovesTheDialogAndConnections()
     {
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         start();
         EVENTUALLY(fixture->dialog()->isVisible());
         const QPointer<BVProgressDialog> dialog = fixture->dialog();

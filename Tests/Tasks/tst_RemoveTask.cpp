@@ -49,7 +49,7 @@ private slots:
     void shortRemovalShowsNoDialog()
     {
         const ShownDialogs shown;
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         fixture->start<RemoveTask>(Visuals{{3, 1}, {3, 2}});
         emit fixture->service.visualRemoveFinished(fixture->server.uuid, 3, 1);
         QCOMPARE(fixture->finished->size(), 0);
@@ -67,7 +67,7 @@ private slots:
     void longRemovalShowsTheDialog()
     {
         const ShownDialogs shown;
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         fixture->start<RemoveTask>(Visuals{{3, 1}, {3, 2}});
         QVERIFY(!fixture->dialog()->isVisible());
         QVERIFY(fixture->answer(0));
@@ -82,11 +82,11 @@ private slots:
     void removalsAreSentOneAtATime()
     {
         int onTheWire = 0;
-        fixture->server.wire.on(TaskFixture::execute, [&onTheWire](const WireRequest &request) {
+        fixture->server.onCommand([&onTheWire](const WireRequest &request) {
             QCOMPARE(++onTheWire, 1);
             QTimer::singleShot(5, [&onTheWire, request] {
                 --onTheWire;
-                request.answer(TaskFixture::success);
+                request.answer(ScriptedServer::success);
             });
         });
         fixture->start<RemoveTask>(five);
@@ -98,9 +98,9 @@ private slots:
 
     void oneFailureOfFiveIsReported()
     {
-        fixture->server.wire.on(TaskFixture::execute, [](const WireRequest &request) {
+        fixture->server.onCommand([](const WireRequest &request) {
             request.answer(request.body.contains("visualIdx=3&") ? TaskFixture::inUse
-                                                                 : TaskFixture::success);
+                                                                 : ScriptedServer::success);
         });
         fixture->start<RemoveTask>(five);
         EVENTUALLY_COMPARE(fixture->finished->size(), 1);
@@ -117,7 +117,7 @@ private slots:
     {
         QFETCH(const QByteArray, result);
         QFETCH(const QString, text);
-        fixture->server.wire.answer(TaskFixture::execute, result);
+        fixture->server.answer(result);
         fixture->start<RemoveTask>(Visuals{{3, 17}});
         EVENTUALLY_COMPARE(fixture->finished->size(), 1);
         QVERIFY(fixture->task->hasErrors());
@@ -154,11 +154,11 @@ private slots:
 
     void brokenConnectionFailsOneRemovalWithoutARepeat()
     {
-        fixture->server.wire.on(TaskFixture::execute, [](const WireRequest &request) {
+        fixture->server.onCommand([](const WireRequest &request) {
             if (request.body.contains("visualIdx=2&"))
                 request.close();
             else
-                request.answer(TaskFixture::success);
+                request.answer(ScriptedServer::success);
         });
         const Visuals three{{3, 1}, {3, 2}, {3, 3}};
         const QSignalSpy refused(&fixture->service, &ServerConnectionService::visualRemoveError);
@@ -177,7 +177,7 @@ private slots:
 
     void resultOfAnUnlistedSlotIsIgnored()
     {
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         fixture->start<RemoveTask>(Visuals{{3, 17}, {3, 18}});
         emit fixture->service.visualRemoveFinished(fixture->server.uuid, 17, 3);
         emit fixture->service.visualRemoveError(fixture->server.uuid, 3, 19, u"no"_s);
@@ -211,7 +211,7 @@ private slots:
     // There are as many results as visuals, so the bar reaches its end and the task finishes once.
     void duplicateVisualRemovesTheNextOneTwice()
     {
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         fixture->start<RemoveTask>(Visuals{{3, 1}, {3, 1}, {3, 2}});
         QCOMPARE(fixture->dialog()->maximum(), 3);
         QVERIFY(fixture->answer(0));
@@ -240,7 +240,7 @@ private slots:
 
     void laterSuccessDoesNotClearAFailure()
     {
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
         fixture->start<RemoveTask>(Visuals{{3, 1}, {3, 1}, {3, 2}});
         QVERIFY(fixture->answer(0));
         QVERIFY(fixture->answer(1, TaskFixture::inUse));

@@ -26,7 +26,7 @@ private slots:
     void init()
     {
         setUp();
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
     }
     void cleanup() { tearDown(); }
 
@@ -35,14 +35,14 @@ private slots:
         fixture->start<RemoveTask>(five);
         QVERIFY(fixture->answer(0));
         QVERIFY(fixture->answer(1));
-        QVERIFY(fixture->server.wire.waitForRequests(3, TaskFixture::execute));
+        QVERIFY(fixture->server.waitForCommands(3));
         EVENTUALLY(fixture->dialog()->isVisible());
         pressCancel(*fixture->dialog());
         QCOMPARE(fixture->finished->size(), 1);
         QVERIFY(!fixture->dialog()->isVisible());
 
         // The removal in flight completes, and the task still gets its result.
-        QVERIFY(fixture->requests().last().isOpen());
+        QVERIFY(fixture->server.requests().last().isOpen());
         QSignalSpy removed(&fixture->service, &ServerConnectionService::visualRemoveFinished);
         QVERIFY(fixture->answer(2));
         QVERIFY(removed.wait(patience));
@@ -57,7 +57,7 @@ private slots:
     {
         fixture->start<RemoveTask>(five);
         QVERIFY(fixture->answer(0, TaskFixture::inUse));
-        QVERIFY(fixture->server.wire.waitForRequests(2, TaskFixture::execute));
+        QVERIFY(fixture->server.waitForCommands(2));
         fixture->dialog()->reject();
         QCOMPARE(fixture->finished->size(), 1);
         QVERIFY(fixture->task->hasErrors());
@@ -114,7 +114,7 @@ private slots:
         QCOMPARE(fixture->finished->size(), 0);
         // The requests continue.
         QVERIFY(fixture->answer(0));
-        QVERIFY(fixture->server.wire.waitForRequests(2, TaskFixture::execute));
+        QVERIFY(fixture->server.waitForCommands(2));
         fixture->server.accept();
         QVERIFY(fixture->answer(1));
         EVENTUALLY_COMPARE(fixture->server.visuals(ScriptedServer::Remove), five);
@@ -130,7 +130,7 @@ private slots:
         pressCancel(*fixture->dialog());
         QCOMPARE(fixture->finished->size(), 1);
         QVERIFY(!fixture->task->hasErrors());
-        QCOMPARE(fixture->requests().size(), 0);
+        QCOMPARE(fixture->server.requests().size(), 0);
     }
 };
 

@@ -73,7 +73,7 @@ private slots:
     void init()
     {
         setUp();
-        fixture->server.wire.hold(TaskFixture::execute);
+        fixture->server.hold();
     }
     void cleanup() { tearDown(); }
 

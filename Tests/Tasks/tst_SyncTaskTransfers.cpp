@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Support/FailOnWarning.h"
 #include "Support/Libraries.h"
 #include "Support/LogCapture.h"
 #include "Support/SyncTaskFixture.h"
@@ -33,12 +32,17 @@ protected:
 } // namespace
 
 /// The transfer phase: its rows, its errors, its cancel and its end.
-class tst_SyncTaskTransfers : public QObject
+class tst_SyncTaskTransfers : public SyncTaskTest
 {
     Q_OBJECT
 
 private slots:
-    void init() { failOnAnyWarning(); }
+    void init()
+    {
+        setUp();
+        QVERIFY(fixture->connectDestination());
+    }
+    void cleanup() { tearDown(); }
 
     void rowsHaveTheNamesOfTheSource_data()
     {
@@ -55,134 +59,116 @@ private slots:
     void rowsHaveTheNamesOfTheSource()
     {
         QFETCH(const VisualRef, ref);
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.addServer(
-            fixture.sourceUuid, fixture.sourceAddress, u"Stage left"_s,
+        fixture->addServer(
+            fixture->sourceUuid, fixture->sourceAddress, u"Stage left"_s,
             {folder(4, u"%2 %1"_s, {{QString(32, u'0'), u"%1"_s, 7}}),
              folder(5, u"W\n"_s.repeated(9000), {{QString(32, u'0'), u"007: a\nb"_s, 7}}),
              folder(3, u"Three"_s, {visual(7), visual(1)})});
-        fixture.start({}, {}, {ref});
-        QTEST(fixture.transferTexts(0).value(0), "label");
-        QCOMPARE(fixture.transferTexts(1), QStringList{u"queued..."_s});
+        fixture->start({}, {}, {ref});
+        QTEST(fixture->transferTexts(0).value(0), "label");
+        QCOMPARE(fixture->transferTexts(1), QStringList{u"queued..."_s});
     }
 
     void dialogAppearsWithAllRows()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
         const RowsAtShow rows;
-        fixture.start({}, {}, {{3, 1}, {3, 2}, {3, 3}});
+        fixture->start({}, {}, {{3, 1}, {3, 2}, {3, 3}});
         QCOMPARE(rows.count, 3);
-        QVERIFY(fixture.dialog<TransferDialog>()->isVisible());
-        EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Sync).size(), 3);
+        QVERIFY(fixture->dialog<TransferDialog>()->isVisible());
+        EVENTUALLY_COMPARE(fixture->destination.commands(ScriptedServer::Sync).size(), 3);
     }
 
     void visualThatIsGivenTwiceHasOneRow()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.start({}, {}, {{3, 1}, {3, 1}, {3, 2}});
-        QCOMPARE(fixture.transferTexts(1), QStringList({u"queued..."_s, u"queued..."_s}));
+        fixture->start({}, {}, {{3, 1}, {3, 1}, {3, 2}});
+        QCOMPARE(fixture->transferTexts(1), QStringList({u"queued..."_s, u"queued..."_s}));
     }
 
     void transferThatTheServerAddsHasTheNamesOfThatMoment()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
         const auto rename = [&](const QString &name) {
-            fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Stage left"_s,
-                              {folder(3, name, {visual(1), visual(2)})});
+            fixture->addServer(fixture->sourceUuid, fixture->sourceAddress, u"Stage left"_s,
+                               {folder(3, name, {visual(1), visual(2)})});
         };
         rename(u"Before"_s);
-        fixture.start({}, {}, {{3, 1}});
+        fixture->start({}, {}, {{3, 1}});
         rename(u"After"_s);
-        fixture.destination.sendStarted({3, 2});
-        EVENTUALLY_COMPARE(fixture.transferTexts(0),
+        fixture->destination.sendStarted({3, 2});
+        EVENTUALLY_COMPARE(fixture->transferTexts(0),
                            QStringList({u"Before - 001: clip "_s, u"After - 002: clip "_s}));
     }
 
     void rowsShowTheMessagesOfTheStream()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.start({}, {}, {{3, 1}});
-        fixture.destination.sendStarted({3, 1});
-        fixture.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
-        EVENTUALLY_COMPARE(fixture.transferTexts(1), QStringList{u"40%"_s});
-        fixture.destination.sendProgress({3, 1}, Brenvoka::SyncImporting, 100);
-        EVENTUALLY_COMPARE(fixture.transferTexts(1), QStringList{u"importing..."_s});
-        fixture.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
-        QVERIFY(fixture.finished->wait(patience));
-        QCOMPARE(fixture.transferTexts(1), QStringList{u"finished"_s});
-        QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
-        QVERIFY(!fixture.task->hasErrors());
+        fixture->start({}, {}, {{3, 1}});
+        fixture->destination.sendStarted({3, 1});
+        fixture->destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
+        EVENTUALLY_COMPARE(fixture->transferTexts(1), QStringList{u"40%"_s});
+        fixture->destination.sendProgress({3, 1}, Brenvoka::SyncImporting, 100);
+        EVENTUALLY_COMPARE(fixture->transferTexts(1), QStringList{u"importing..."_s});
+        fixture->destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
+        QVERIFY(fixture->finished->wait(patience));
+        QCOMPARE(fixture->transferTexts(1), QStringList{u"finished"_s});
+        QVERIFY(!fixture->dialog<TransferDialog>()->isVisible());
+        QVERIFY(!fixture->task->hasErrors());
     }
 
     void syncOperationFinishedFinishesTheTask()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.start({}, {}, {{3, 1}, {3, 2}});
-        emit fixture.service.syncFinished(fixture.destinationUuid, 3, 1);
-        emit fixture.service.syncFinished(fixture.destinationUuid, 3, 2);
-        QCOMPARE(fixture.transferTexts(1), (QStringList{u"finished"_s, u"finished"_s}));
-        QCOMPARE(fixture.finished->size(), 0);
-        QVERIFY(fixture.dialog<TransferDialog>()->isVisible());
-        emit fixture.service.syncOperationFinished(fixture.destinationUuid);
-        QCOMPARE(fixture.finished->size(), 1);
-        QVERIFY(fixture.dialog<TransferDialog>()->finished);
-        QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
+        fixture->start({}, {}, {{3, 1}, {3, 2}});
+        emit fixture->service.syncFinished(fixture->destinationUuid, 3, 1);
+        emit fixture->service.syncFinished(fixture->destinationUuid, 3, 2);
+        QCOMPARE(fixture->transferTexts(1), (QStringList{u"finished"_s, u"finished"_s}));
+        QCOMPARE(fixture->finished->size(), 0);
+        QVERIFY(fixture->dialog<TransferDialog>()->isVisible());
+        emit fixture->service.syncOperationFinished(fixture->destinationUuid);
+        QCOMPARE(fixture->finished->size(), 1);
+        QVERIFY(fixture->dialog<TransferDialog>()->finished);
+        QVERIFY(!fixture->dialog<TransferDialog>()->isVisible());
     }
 
     void syncOperationFinishedOfAnyServerFinishesTheTask()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.start({}, {}, {{3, 1}});
-        emit fixture.service.syncOperationFinished(QUuid::createUuid());
-        QCOMPARE(fixture.finished->size(), 1);
+        fixture->start({}, {}, {{3, 1}});
+        emit fixture->service.syncOperationFinished(QUuid::createUuid());
+        QCOMPARE(fixture->finished->size(), 1);
     }
 
     void failedImportIsOneRowAndOneErrorLine()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
         QList<VisualRef> refs;
         for (int slot = 1; slot <= 5; ++slot)
             refs.append({3, slot});
-        fixture.start({}, {}, refs);
+        fixture->start({}, {}, refs);
         for (const VisualRef &ref : std::as_const(refs))
-            fixture.destination.sendStarted(ref);
+            fixture->destination.sendStarted(ref);
         for (const VisualRef &ref : std::as_const(refs)) {
             const bool fails = ref.second == 2;
-            fixture.destination.sendEnded(ref,
-                                          fails ? Brenvoka::SyncImporting : Brenvoka::SyncFinished);
+            fixture->destination.sendEnded(ref, fails ? Brenvoka::SyncImporting
+                                                      : Brenvoka::SyncFinished);
             if (fails)
-                EVENTUALLY_COMPARE(fixture.transferTexts(1).at(1), u"failed"_s);
+                EVENTUALLY_COMPARE(fixture->transferTexts(1).at(1), u"failed"_s);
         }
-        QVERIFY(fixture.finished->wait(patience));
+        QVERIFY(fixture->finished->wait(patience));
         const QString good = u"finished"_s;
-        QCOMPARE(fixture.transferTexts(1), (QStringList{good, u"failed"_s, good, good, good}));
-        QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
-        QVERIFY(fixture.task->hasErrors());
+        QCOMPARE(fixture->transferTexts(1), (QStringList{good, u"failed"_s, good, good, good}));
+        QVERIFY(!fixture->dialog<TransferDialog>()->isVisible());
+        QVERIFY(fixture->task->hasErrors());
         QCOMPARE(
-            fixture.task->errorDetails(),
+            fixture->task->errorDetails(),
             QStringList{u"Visual sync from \"Stage left\" on server \"Stage right\" in folder 003 "
                         "at index 002 failed: Import failure."_s});
     }
 
     void failedTransferCountsAs100Percent()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.start({}, {}, {{3, 1}, {3, 2}});
-        emit fixture.service.syncError(fixture.destinationUuid, 3, 1, Brenvoka::SyncTransferring,
-                                       {}, {});
-        const TransferRow &row = fixture.dialog<TransferDialog>()->rows.at({3, 1});
+        fixture->start({}, {}, {{3, 1}, {3, 2}});
+        emit fixture->service.syncError(fixture->destinationUuid, 3, 1, Brenvoka::SyncTransferring,
+                                        {}, {});
+        const TransferRow &row = fixture->dialog<TransferDialog>()->rows.at({3, 1});
         QCOMPARE(row.percent, 100);
         QCOMPARE(row.state, Brenvoka::SyncFailed);
-        QCOMPARE(fixture.dialog<TransferDialog>()->findChild<QProgressBar *>()->value(), 50);
+        QCOMPARE(fixture->dialog<TransferDialog>()->findChild<QProgressBar *>()->value(), 50);
     }
 
     void errorLines_data()
@@ -214,122 +200,109 @@ private slots:
         QFETCH(const int, state);
         QFETCH(const QString, line);
         LogCapture log;
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Left %2"_s);
-        fixture.addServer(fixture.destinationUuid, fixture.destination.wire.address(),
-                          u"Right %1"_s);
-        fixture.start({}, {}, {{3, 17}});
-        emit fixture.service.syncError(fixture.destinationUuid, 3, 17,
-                                       static_cast<Brenvoka::SyncStates>(state), u"no %1 space"_s,
-                                       u"http://%1/"_s);
-        QVERIFY(fixture.task->hasErrors());
-        QCOMPARE(fixture.task->errorDetails(), QStringList{line});
-        QCOMPARE(fixture.finished->size(), 0);
+        fixture->addServer(fixture->sourceUuid, fixture->sourceAddress, u"Left %2"_s);
+        fixture->addServer(fixture->destinationUuid, fixture->destination.wire.address(),
+                           u"Right %1"_s);
+        fixture->start({}, {}, {{3, 17}});
+        emit fixture->service.syncError(fixture->destinationUuid, 3, 17,
+                                        static_cast<Brenvoka::SyncStates>(state), u"no %1 space"_s,
+                                        u"http://%1/"_s);
+        QVERIFY(fixture->task->hasErrors());
+        QCOMPARE(fixture->task->errorDetails(), QStringList{line});
+        QCOMPARE(fixture->finished->size(), 0);
         QVERIFY(log.texts().contains(line.left(127)));
     }
 
     void errorLinesShortenNamesAndTheLogDoesNot()
     {
         LogCapture log;
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.addServer(fixture.sourceUuid, fixture.sourceAddress, u"Left\u202E"_s);
-        fixture.addServer(fixture.destinationUuid, fixture.destination.wire.address(),
-                          u"Ri\nght"_s);
-        fixture.start({}, {}, {{3, 17}});
+        fixture->addServer(fixture->sourceUuid, fixture->sourceAddress, u"Left\u202E"_s);
+        fixture->addServer(fixture->destinationUuid, fixture->destination.wire.address(),
+                           u"Ri\nght"_s);
+        fixture->start({}, {}, {{3, 17}});
         const QString error = u"W"_s.repeated(5000);
-        emit fixture.service.syncError(fixture.destinationUuid, 3, 17, Brenvoka::SyncFailed, error,
-                                       {});
+        emit fixture->service.syncError(fixture->destinationUuid, 3, 17, Brenvoka::SyncFailed,
+                                        error, {});
         const auto line = u"Visual sync from \"%1\" on server \"%2\" in folder 003 at index 017 "
                           "failed: %3."_s;
-        QCOMPARE(fixture.task->errorDetails(),
+        QCOMPARE(fixture->task->errorDetails(),
                  QStringList{line.arg(u"Left "_s, u"Ri ght"_s, error.left(4096) + u'…')});
         QVERIFY(log.texts().contains(line.arg(u"Left\\u202E"_s, u"Ri\\nght"_s, error)));
     }
 
     void failureOfAnUnknownServerHasNoErrorLine()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.start({}, {}, {{3, 1}});
-        emit fixture.service.syncError(QUuid::createUuid(), 3, 1, Brenvoka::SyncFailed, u"x"_s, {});
-        QCOMPARE(fixture.transferTexts(1), QStringList{u"failed"_s});
-        QVERIFY(fixture.task->hasErrors());
-        QCOMPARE(fixture.task->errorDetails(), QStringList());
+        fixture->start({}, {}, {{3, 1}});
+        emit fixture->service.syncError(QUuid::createUuid(), 3, 1, Brenvoka::SyncFailed, u"x"_s,
+                                        {});
+        QCOMPARE(fixture->transferTexts(1), QStringList{u"failed"_s});
+        QVERIFY(fixture->task->hasErrors());
+        QCOMPARE(fixture->task->errorDetails(), QStringList());
     }
 
     void cancelIsSentToEveryServer()
     {
-        SyncTaskFixture fixture(loopback(2));
         ScriptedServer other(loopback(3));
-        QVERIFY(fixture.connectDestination());
-        fixture.service.addHandler(other.wire.address(), QUuid::createUuid());
+        fixture->service.addHandler(other.wire.address(), QUuid::createUuid());
         QVERIFY(other.openStream());
-        fixture.start({}, {}, {{3, 1}});
+        fixture->start({}, {}, {{3, 1}});
         QTest::mouseClick(
-            fixture.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
+            fixture->dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
             Qt::LeftButton);
-        EVENTUALLY_COMPARE(fixture.destination.commands(ScriptedServer::Cancel).size(), 1);
+        EVENTUALLY_COMPARE(fixture->destination.commands(ScriptedServer::Cancel).size(), 1);
         EVENTUALLY_COMPARE(other.commands(ScriptedServer::Cancel).size(), 1);
-        QCOMPARE(fixture.finished->size(), 0);
-        QVERIFY(fixture.dialog<TransferDialog>()->isVisible());
+        QCOMPARE(fixture->finished->size(), 0);
+        QVERIFY(fixture->dialog<TransferDialog>()->isVisible());
     }
 
     void cancelDoesNotStopAnImport()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
         const QList<VisualRef> refs{{3, 1}, {3, 2}, {3, 3}};
-        fixture.start({}, {}, refs);
+        fixture->start({}, {}, refs);
         for (const VisualRef &ref : refs)
-            fixture.destination.sendStarted(ref);
-        fixture.destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
-        fixture.destination.sendProgress({3, 3}, Brenvoka::SyncImporting, 100);
-        EVENTUALLY_COMPARE(fixture.transferTexts(1),
+            fixture->destination.sendStarted(ref);
+        fixture->destination.sendProgress({3, 1}, Brenvoka::SyncTransferring, 40);
+        fixture->destination.sendProgress({3, 3}, Brenvoka::SyncImporting, 100);
+        EVENTUALLY_COMPARE(fixture->transferTexts(1),
                            (QStringList{u"40%"_s, u"queued..."_s, u"importing..."_s}));
 
         QTest::mouseClick(
-            fixture.dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
+            fixture->dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
             Qt::LeftButton);
-        QCOMPARE(fixture.transferTexts(1),
+        QCOMPARE(fixture->transferTexts(1),
                  (QStringList{u"canceling..."_s, u"canceling..."_s, u"importing..."_s}));
 
         for (const VisualRef &ref : refs)
-            fixture.destination.sendEnded(ref, Brenvoka::SyncFinished);
-        QVERIFY(fixture.finished->wait(patience));
-        QCOMPARE(fixture.transferTexts(1),
+            fixture->destination.sendEnded(ref, Brenvoka::SyncFinished);
+        QVERIFY(fixture->finished->wait(patience));
+        QCOMPARE(fixture->transferTexts(1),
                  (QStringList{u"canceled"_s, u"canceled"_s, u"finished"_s}));
-        QVERIFY(!fixture.task->hasErrors());
+        QVERIFY(!fixture->task->hasErrors());
     }
 
     void abortHidesTheDialogAndClearsErrors()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.start({}, {}, {{3, 1}, {3, 2}});
-        emit fixture.service.syncError(fixture.destinationUuid, 3, 1, Brenvoka::SyncFailed, u"x"_s,
-                                       {});
-        QVERIFY(fixture.task->hasErrors());
-        fixture.task->abort();
-        QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
-        QVERIFY(!fixture.task->hasErrors());
-        QCOMPARE(fixture.finished->size(), 1);
+        fixture->start({}, {}, {{3, 1}, {3, 2}});
+        emit fixture->service.syncError(fixture->destinationUuid, 3, 1, Brenvoka::SyncFailed,
+                                        u"x"_s, {});
+        QVERIFY(fixture->task->hasErrors());
+        fixture->task->abort();
+        QVERIFY(!fixture->dialog<TransferDialog>()->isVisible());
+        QVERIFY(!fixture->task->hasErrors());
+        QCOMPARE(fixture->finished->size(), 1);
     }
 
     void closingTheDialogOnlyHidesIt()
     {
-        SyncTaskFixture fixture(loopback(2));
-        QVERIFY(fixture.connectDestination());
-        fixture.start({}, {}, {{3, 1}});
-        fixture.dialog<TransferDialog>()->close();
-        QVERIFY(!fixture.dialog<TransferDialog>()->isVisible());
-        QCOMPARE(fixture.finished->size(), 0);
-        QVERIFY(fixture.settle());
-        QCOMPARE(fixture.destination.commands(ScriptedServer::Cancel).size(), 1);
-        fixture.destination.sendStarted({3, 1});
-        fixture.destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
-        QVERIFY(fixture.finished->wait(patience));
+        fixture->start({}, {}, {{3, 1}});
+        fixture->dialog<TransferDialog>()->close();
+        QVERIFY(!fixture->dialog<TransferDialog>()->isVisible());
+        QCOMPARE(fixture->finished->size(), 0);
+        QVERIFY(fixture->settle());
+        QCOMPARE(fixture->destination.commands(ScriptedServer::Cancel).size(), 1);
+        fixture->destination.sendStarted({3, 1});
+        fixture->destination.sendEnded({3, 1}, Brenvoka::SyncFinished);
+        QVERIFY(fixture->finished->wait(patience));
     }
 };
 

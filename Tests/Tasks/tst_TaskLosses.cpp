@@ -78,7 +78,7 @@ private slots:
 
         TaskFixture fixture(loopback(1));
         QVERIFY(fixture.connectServer());
-        fixture.server.wire.hold(TaskFixture::execute);
+        fixture.server.hold();
         start(fixture, file.fileName());
         connect(&fixture.service, &ServerConnectionService::serverDisconnected, fixture.task.get(),
                 [&fixture] { fixture.task->abort(); });
@@ -111,7 +111,7 @@ private slots:
     {
         TaskFixture fixture(loopback(1));
         QVERIFY(fixture.connectServer());
-        fixture.server.wire.hold(TaskFixture::execute);
+        fixture.server.hold();
         fixture.start<RemoveTask>(QList<VisualRef>{{3, 1}, {3, 2}, {3, 3}});
         QVERIFY(fixture.server.wire.waitForRequests(2));
         fixture.service.removeHandler(fixture.server.uuid);

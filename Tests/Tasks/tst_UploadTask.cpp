@@ -80,7 +80,7 @@ private slots:
         QVERIFY(body.contains("name=\"folderIdx\"\r\n\r\n3\r\n"));
         QVERIFY(body.contains("name=\"visualIdx\"\r\n\r\n17\r\n"));
         QVERIFY(body.contains("filename=\"sunset.png\"\r\n\r\nFILE BYTES\r\n"));
-        uploads().constFirst().answer(TaskFixture::success);
+        uploads().constFirst().answer(ScriptedServer::success);
         EVENTUALLY_COMPARE(fixture->finished->size(), 1);
         QCOMPARE(fixture->finished->first().first().value<TaskBase *>(), fixture->task.get());
         QVERIFY(!fixture->dialog()->isVisible());
@@ -121,7 +121,7 @@ private slots:
     {
         start();
         QVERIFY(isImporting());
-        uploads().constFirst().answer(TaskFixture::success, {}, "404 Nothing");
+        uploads().constFirst().answer(ScriptedServer::success, {}, "404 Nothing");
         EVENTUALLY_COMPARE(fixture->finished->size(), 1);
         QVERIFY(!fixture->dialog()->isVisible());
         QCOMPARE(fixture->task->errorDetails(),
@@ -202,7 +202,7 @@ private slots:
         QVERIFY(!dialog);
         // The request continues.
         QSignalSpy sent(&fixture->service, &ServerConnectionService::uploadedFileFinished);
-        uploads().constFirst().answer(TaskFixture::success);
+        uploads().constFirst().answer(ScriptedServer::success);
         QVERIFY(sent.wait(patience));
         QCOMPARE(fixture->finished->size(), 0);
     }
