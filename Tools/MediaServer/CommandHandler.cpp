@@ -13,11 +13,6 @@ QString text(const FormFields &fields, const char *name)
     return found == fields.end() ? QString() : QString::fromStdString(found->second);
 }
 
-CommandResult outcome(const QString &error)
-{
-    return error.isEmpty() ? CommandResult{} : CommandResult::failure(error);
-}
-
 } // namespace
 
 int SlotReader::number(const FormFields &fields, const char *name)
@@ -98,7 +93,7 @@ CommandResult CommandHandler::remove(const FormFields &fields)
         return reader.result;
     if (transfers.usesSlot(slot))
         return {ResultCode::VisualInUse, {}};
-    return outcome(library.remove(slot));
+    return CommandResult::outcome(library.remove(slot));
 }
 
 CommandResult CommandHandler::move(const FormFields &fields)
@@ -110,7 +105,7 @@ CommandResult CommandHandler::move(const FormFields &fields)
         return reader.result;
     if (transfers.usesSlot(from) || transfers.usesSlot(to))
         return {ResultCode::VisualInUse, {}};
-    return outcome(library.move(from.folder, from.visual, to.visual));
+    return CommandResult::outcome(library.move(from.folder, from.visual, to.visual));
 }
 
 CommandResult CommandHandler::cancel()
@@ -130,5 +125,5 @@ CommandResult CommandHandler::rename(const FormFields &fields)
         return CommandResult::failure(u"\"folderName\" is missing or invalid"_s);
     if (transfers.usesFolder(folder))
         return {ResultCode::FolderInUse, {}};
-    return outcome(library.rename(folder, name));
+    return CommandResult::outcome(library.rename(folder, name));
 }

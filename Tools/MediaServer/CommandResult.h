@@ -27,6 +27,11 @@ struct CommandResult
     {
         return {ResultCode::OtherFailure, error};
     }
+    /// A failure unless the error is empty.
+    [[nodiscard]] static CommandResult outcome(const QString &error)
+    {
+        return error.isEmpty() ? CommandResult{} : failure(error);
+    }
 
     /// The result document.
     [[nodiscard]] std::string toJson() const;

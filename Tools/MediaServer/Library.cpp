@@ -98,26 +98,20 @@ bool Library::isEmpty() const
 std::optional<StoredVisual> Library::find(SlotId slot) const
 {
     const std::lock_guard lock(mutex);
-    const auto folder = index.find(slot.folder);
-    if (folder == index.end())
-        return {};
-    const auto visual = folder->second.visuals.find(slot.visual);
-    if (visual == folder->second.visuals.end())
-        return {};
-    return visual->second;
+    const StoredVisual *const visual = visualIn(slot);
+    return visual ? std::optional(*visual) : std::nullopt;
 }
 
 std::optional<Library::OpenVisual> Library::open(SlotId slot) const
 {
     const std::lock_guard lock(mutex);
-    const auto folder = index.find(slot.folder);
-    if (folder == index.end() || !folder->second.visuals.contains(slot.visual))
+    const StoredVisual *const visual = visualIn(slot);
+    if (!visual)
         return {};
-    const StoredVisual &visual = folder->second.visuals.at(slot.visual);
-    auto file = std::make_unique<QFile>(filePath(slot, visual));
+    auto file = std::make_unique<QFile>(filePath(slot, *visual));
     if (!file->open(QIODevice::ReadOnly))
         return {};
-    return OpenVisual{visual, std::move(file)};
+    return OpenVisual{*visual, std::move(file)};
 }
 
 QString Library::newIncomingPath()
@@ -141,14 +135,14 @@ QString Library::remove(SlotId slot)
 {
     {
         const std::lock_guard lock(mutex);
-        const auto folder = index.find(slot.folder);
-        if (folder == index.end() || !folder->second.visuals.contains(slot.visual))
+        const StoredVisual *const visual = visualIn(slot);
+        if (!visual)
             return noSuchVisual(slot);
-        const QString path = filePath(slot, folder->second.visuals.at(slot.visual));
+        const QString path = filePath(slot, *visual);
         if (!QFile::remove(path))
             return u"Cannot delete %1"_s.arg(path);
         QDir().rmdir(slotPath(slot));
-        folder->second.visuals.erase(slot.visual);
+        index[slot.folder].visuals.erase(slot.visual);
         ++changeCount;
     }
     changed();
@@ -160,16 +154,15 @@ QString Library::move(int folder, int from, int to)
     const SlotId source{folder, from};
     {
         const std::lock_guard lock(mutex);
-        const auto found = index.find(folder);
-        if (found == index.end() || !found->second.visuals.contains(from))
+        const StoredVisual *const visual = visualIn(source);
+        if (!visual)
             return noSuchVisual(source);
         if (from == to)
             return {};
-        const StoredVisual visual = found->second.visuals.at(from);
-        if (QString error = placeFile(filePath(source, visual), {folder, to}, visual);
+        if (QString error = placeFile(filePath(source, *visual), {folder, to}, *visual);
             !error.isEmpty())
             return error;
-        found->second.visuals.erase(from);
+        index[folder].visuals.erase(from);
         QDir().rmdir(slotPath(source));
     }
     changed();
@@ -218,6 +211,15 @@ void Library::scanSlot(SlotId slot)
     if (!file.open(QIODevice::ReadOnly))
         throw std::runtime_error("cannot read " + file.fileName().toStdString());
     index[slot.folder].visuals[slot.visual] = {files.first().fileName(), hashOf(file)};
+}
+
+const StoredVisual *Library::visualIn(SlotId slot) const
+{
+    const auto folder = index.find(slot.folder);
+    if (folder == index.end())
+        return nullptr;
+    const auto visual = folder->second.visuals.find(slot.visual);
+    return visual == folder->second.visuals.end() ? nullptr : &visual->second;
 }
 
 QString Library::folderPath(int folder) const

@@ -94,6 +94,8 @@ public:
 private:
     void scanFolder(int folder);
     void scanSlot(SlotId slot);
+    /// Null if the slot is empty. Call with `mutex` locked.
+    [[nodiscard]] const StoredVisual *visualIn(SlotId slot) const;
     [[nodiscard]] QString folderPath(int folder) const;
     [[nodiscard]] QString slotPath(SlotId slot) const;
     [[nodiscard]] QString filePath(SlotId slot, const StoredVisual &visual) const;

@@ -7,6 +7,7 @@
 
 #include <QUrl>
 
+#include <functional>
 #include <thread>
 
 using namespace std::chrono_literals;
@@ -101,26 +102,16 @@ Routes::Routes(const Parts &serverParts, const Options &serverOptions)
         response.status = 500;
         response.set_content(CommandResult{ResultCode::UnknownFailure, {}}.toJson(), json);
     });
-    parts.http.Get("/brenvoka/library\\.json",
-                   [this](const Request &, Response &response) { libraryDocument(response); });
-    parts.http.Get("/brenvoka/notifier\\.html",
-                   [this](const Request &, Response &response) { notifier(response); });
-    parts.http.Get(
-        "/brenvoka/thumbnails/(\\d{1,3})/(\\d{1,3})\\.png",
-        [this](const Request &request, Response &response) { thumbnail(request, response); });
-    parts.http.Get(
-        "/media/(\\d{1,3})/(\\d{1,3})",
-        [this](const Request &request, Response &response) { media(request, response); });
-    parts.http.Post("/brenvoka/execute\\.html", [this](const Request &request, Response &response) {
-        execute(request, response);
-    });
-    parts.http.Post("/brenvoka/upload\\.html", [this](const Request &request, Response &response,
-                                                      const httplib::ContentReader &reader) {
-        upload(request, response, reader);
-    });
+    const auto handler = [this](auto function) { return std::bind_front(function, this); };
+    parts.http.Get("/brenvoka/library\\.json", handler(&Routes::libraryDocument));
+    parts.http.Get("/brenvoka/notifier\\.html", handler(&Routes::notifier));
+    parts.http.Get("/brenvoka/thumbnails/(\\d{1,3})/(\\d{1,3})\\.png", handler(&Routes::thumbnail));
+    parts.http.Get("/media/(\\d{1,3})/(\\d{1,3})", handler(&Routes::media));
+    parts.http.Post("/brenvoka/execute\\.html", handler(&Routes::execute));
+    parts.http.Post("/brenvoka/upload\\.html", handler(&Routes::upload));
 }
 
-void Routes::libraryDocument(Response &response)
+void Routes::libraryDocument(const Request &, Response &response)
 {
     response.set_header("Cache-Control", "no-store");
     if (!options.versionHeader.empty())
@@ -130,7 +121,7 @@ void Routes::libraryDocument(Response &response)
     response.set_content(*document.bytes(), json);
 }
 
-void Routes::notifier(Response &response)
+void Routes::notifier(const Request &, Response &response)
 {
     const auto feed = std::make_shared<StreamFeed>(parts.hub, parts.transfers.subscribe(),
                                                    options.faults.dropStreamAfter);

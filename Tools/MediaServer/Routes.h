@@ -42,8 +42,8 @@ private:
     using Request = httplib::Request;
     using Response = httplib::Response;
 
-    void libraryDocument(Response &response);
-    void notifier(Response &response);
+    void libraryDocument(const Request &, Response &response);
+    void notifier(const Request &, Response &response);
     void execute(const Request &request, Response &response);
     void upload(const Request &request, Response &response, const httplib::ContentReader &reader);
     void thumbnail(const Request &request, Response &response);

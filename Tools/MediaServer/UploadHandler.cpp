@@ -133,6 +133,5 @@ CommandResult UploadHandler::store(const FormFields &fields, const QString &hash
     if (!importDelay.wait())
         return {ResultCode::UnknownFailure, {}};
     const QString name = decodedFileName(fields.find("visualFile")->second);
-    const QString error = library.store(slot, {Library::safeFileName(name), hash}, path);
-    return error.isEmpty() ? CommandResult{} : CommandResult::failure(error);
+    return CommandResult::outcome(library.store(slot, {Library::safeFileName(name), hash}, path));
 }
