@@ -21,10 +21,15 @@ inline QString headerOf(const BVServerBank &bank)
     return childOf<QLabel>(bank, "mediaListFolder").text();
 }
 
-/// Two connected servers with these libraries; nothing is on the network.
+/// Two connected servers, with equal libraries or with these; nothing is on the network.
 class BrowsingFixture : public WindowFixture
 {
 public:
+    BrowsingFixture()
+    {
+        connectServer(one);
+        connectServer(two);
+    }
     BrowsingFixture(const QList<MediaFolder> &foldersA, const QList<MediaFolder> &foldersB)
     {
         one.folders = foldersA;

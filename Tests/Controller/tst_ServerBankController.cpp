@@ -5,11 +5,11 @@
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
 #include "Support/Loopback.h"
+#include "Support/Pixels.h"
 #include "Support/Wait.h"
 #include "Support/WindowFixture.h"
 #include "Support/WireServer.h"
 
-#include <QBuffer>
 #include <QComboBox>
 #include <QListWidget>
 #include <QPushButton>
@@ -19,6 +19,49 @@
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+ServerBankController &controllerOf(const BVServerBank &bank)
+{
+    return *bank.findChild<ServerBankController *>();
+}
+
+QColor topLeft(const BVServerBank &bank, int row)
+{
+    return listOf(bank).item(row)->icon().pixmap(128, 96).toImage().pixelColor(2, 2);
+}
+
+/// Bank A shows a server, whose folder 3 has two visuals. It sends a thumbnail only when the test
+/// answers the request.
+class BankFixture final : public WindowFixture
+{
+public:
+    BankFixture() { connectServer(server); }
+
+    /// Opens folder 3 and waits for the requests of both thumbnails.
+    [[nodiscard]] bool openFolder()
+    {
+        QPixmapCache::clear();
+        if (!show())
+            return false;
+        doubleClickRow(bankA(), 3);
+        return peer.waitForRequests(2, "/brenvoka/thumbnails/3/");
+    }
+    /// Answers both.
+    void answer(const QColor &color) const
+    {
+        for (const WireRequest &request : peer.requests())
+            request.answer(png(color));
+    }
+
+    WireServer peer{loopback(1)};
+    const Server server = sampleServer(u"Stage left"_s, loopback(1));
+    QSignalSpy opened{&controllerOf(bankA()), &ServerBankController::sendFolderChanged};
+    QSignalSpy back{&controllerOf(bankA()), &ServerBankController::sendFolderBack};
+};
+
+} // namespace
 
 /// What a bank's controller does on a click, and how a folder opens.
 class tst_ServerBankController final : public QObject
@@ -43,18 +86,13 @@ private slots:
     void doubleClickOnAFolderRowOpensThatFolder()
     {
         QFETCH(const int, row);
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        BankFixture fixture;
         QVERIFY(fixture.show());
-        const QSignalSpy opened(&controllerOf(fixture.bankA()),
-                                &ServerBankController::sendFolderChanged);
-        const QSignalSpy back(&controllerOf(fixture.bankA()),
-                              &ServerBankController::sendFolderBack);
 
         doubleClickRow(fixture.bankA(), row);
-        QCOMPARE(opened.count(), 1);
-        QCOMPARE(opened.first().first().toInt(), row);
-        QCOMPARE(back.count(), 0);
+        QCOMPARE(fixture.opened.count(), 1);
+        QCOMPARE(fixture.opened.first().first().toInt(), row);
+        QCOMPARE(fixture.back.count(), 0);
         QCOMPARE(fixture.bankA().currentFolder, row);
         QCOMPARE(fixture.bankB().currentFolder, row);
         QCOMPARE(listOf(fixture.bankA()).count(), 257);
@@ -62,14 +100,11 @@ private slots:
 
     void doubleClickOnBackOpensTheFolders()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
+        BankFixture fixture;
         QVERIFY(fixture.show());
         fixture.controller().folderChanged(3);
-        const QSignalSpy back(&controllerOf(fixture.bankA()),
-                              &ServerBankController::sendFolderBack);
         doubleClickRow(fixture.bankA(), 0);
-        QCOMPARE(back.count(), 1);
+        QCOMPARE(fixture.back.count(), 1);
         QCOMPARE(fixture.bankA().currentFolder, -1);
         QCOMPARE(fixture.bankB().currentFolder, -1);
         QCOMPARE(listOf(fixture.bankA()).count(), 256);
@@ -86,27 +121,21 @@ private slots:
     void doubleClickOnASlotDoesNothing()
     {
         QFETCH(const int, row);
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
+        BankFixture fixture;
         QVERIFY(fixture.show());
         fixture.controller().folderChanged(3);
-        const QSignalSpy opened(&controllerOf(fixture.bankA()),
-                                &ServerBankController::sendFolderChanged);
-        const QSignalSpy back(&controllerOf(fixture.bankA()),
-                              &ServerBankController::sendFolderBack);
         const QSignalSpy clicks(&listOf(fixture.bankA()), &QListWidget::itemDoubleClicked);
 
         doubleClickRow(fixture.bankA(), row);
         QCOMPARE(clicks.count(), 1);
-        QCOMPARE(opened.count(), 0);
-        QCOMPARE(back.count(), 0);
+        QCOMPARE(fixture.opened.count(), 0);
+        QCOMPARE(fixture.back.count(), 0);
         QCOMPARE(fixture.bankA().currentFolder, 3);
     }
 
     void selectionIsReportedBeforeTheUploadButtonIsSet()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(4)));
+        BankFixture fixture;
         QVERIFY(fixture.show());
         fixture.controller().folderChanged(3);
         auto &button = childOf<QPushButton>(fixture.bankA(), "addButton");
@@ -131,12 +160,9 @@ private slots:
     {
         QFETCH(const ServerDeck, deck);
         // The servers accept the stream's connection and send nothing.
-        const WireServer firstPeer(loopback(5));
-        const WireServer secondPeer(loopback(6));
-        WindowFixture fixture;
-        const Server first = sampleServer(u"Stage left"_s, loopback(5));
-        const Server second = sampleServer(u"Stage right"_s, loopback(6));
-        fixture.connectServer(first);
+        const WireServer secondPeer(loopback(2));
+        BankFixture fixture;
+        const Server second = sampleServer(u"Stage right"_s, loopback(2));
         fixture.connectServer(second);
         QVERIFY(fixture.show());
         BVServerBank &bank = deck == ServerDeckA ? fixture.bankA() : fixture.bankB();
@@ -161,24 +187,19 @@ private slots:
         QCOMPARE(removed, (QList<QVariantList>{{QVariant::fromValue(deck)}}));
         QCOMPARE(moved, (QList<QVariantList>{{5, 9, QVariant::fromValue(deck)}}));
 
-        bank.setServers({first.uuid, second.uuid});
+        bank.setServers({fixture.server.uuid, second.uuid});
         childOf<QComboBox>(bank, "serverComboBox").setCurrentIndex(1);
         QCOMPARE(chosen, (QList<QVariantList>{{QVariant::fromValue(deck), second.uuid}}));
     }
 
     void folderFillsFromTheServer()
     {
-        WireServer peer(loopback(7));
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
-        QPixmapCache::clear();
-        QVERIFY(fixture.show());
-        doubleClickRow(fixture.bankA(), 3);
-        QVERIFY(peer.waitForRequests(2, "/brenvoka/thumbnails/3/"));
+        BankFixture fixture;
+        QVERIFY(fixture.openFolder());
         QVERIFY(!fixture.bankA().isEnabled());
         QCOMPARE(listOf(fixture.bankA()).count(), 256); // still the folders
 
-        for (const WireRequest &request : peer.requests())
+        for (const WireRequest &request : fixture.peer.requests())
             request.answer(png(request.path().endsWith("/3.png") ? Qt::red : Qt::blue));
         EVENTUALLY_COMPARE(listOf(fixture.bankA()).count(), 257);
         QVERIFY(fixture.bankA().isEnabled());
@@ -186,22 +207,17 @@ private slots:
         QCOMPARE(topLeft(fixture.bankA(), 6), QColor(Qt::blue));
         const QIcon icon = listOf(fixture.bankA()).item(4)->icon();
         QCOMPARE(icon.availableSizes(), QList<QSize>{QSize(128, 96)});
-        QCOMPARE(peer.requests().size(), 2);
+        QCOMPARE(fixture.peer.requests().size(), 2);
     }
 
     void bothBanksLoadIndependently()
     {
-        WireServer firstPeer(loopback(8));
-        WireServer secondPeer(loopback(9));
-        WindowFixture fixture;
-        Server second = sampleServer(u"Stage right"_s, loopback(9));
+        WireServer secondPeer(loopback(2));
+        BankFixture fixture;
+        Server second = sampleServer(u"Stage right"_s, loopback(2));
         second.folders[3] = folder(3, u"Stage"_s, {cachedVisual(7, u"Bridge"_s, 7)});
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
         fixture.connectServer(second);
-        QPixmapCache::clear();
-        QVERIFY(fixture.show());
-        doubleClickRow(fixture.bankA(), 3);
-        QVERIFY(firstPeer.waitForRequests(2));
+        QVERIFY(fixture.openFolder());
         QVERIFY(secondPeer.waitForRequests(1));
 
         // Bank B finishes first; bank A still waits.
@@ -210,8 +226,7 @@ private slots:
         QVERIFY(fixture.bankB().isEnabled());
         QVERIFY(!fixture.bankA().isEnabled());
         QCOMPARE(listOf(fixture.bankA()).count(), 256);
-        for (const WireRequest &request : firstPeer.requests())
-            request.answer(png(Qt::red));
+        fixture.answer(Qt::red);
         EVENTUALLY(fixture.bankA().isEnabled());
         QCOMPARE(topLeft(fixture.bankA(), 4), QColor(Qt::red));
         QCOMPARE(topLeft(fixture.bankB(), 8), QColor(Qt::green));
@@ -219,22 +234,16 @@ private slots:
 
     void lateThumbnailsDoNotChangeTheFolders()
     {
-        WireServer firstPeer(loopback(13));
-        WindowFixture fixture;
-        Server second = sampleServer(u"Stage right"_s, loopback(14));
+        BankFixture fixture;
+        Server second = sampleServer(u"Stage right"_s, loopback(2));
         second.folders[3].files.clear();
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(13)));
         fixture.connectServer(second);
-        QPixmapCache::clear();
-        QVERIFY(fixture.show());
-        doubleClickRow(fixture.bankA(), 3);
-        QVERIFY(firstPeer.waitForRequests(2));
+        QVERIFY(fixture.openFolder());
 
         // The operator goes back in bank B while bank A is still loading.
         doubleClickRow(fixture.bankB(), 0);
         QCOMPARE(fixture.bankA().currentFolder, -1);
-        for (const WireRequest &request : firstPeer.requests())
-            request.answer(png(Qt::red));
+        fixture.answer(Qt::red);
         EVENTUALLY(fixture.bankA().isEnabled());
         QCOMPARE(fixture.bankA().currentFolder, -1);
         QCOMPARE(listOf(fixture.bankA()).count(), 256);
@@ -243,18 +252,13 @@ private slots:
 
     void failedThumbnailIsNotReported()
     {
-        WireServer peer(loopback(10));
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
-        QPixmapCache::clear();
-        QVERIFY(fixture.show());
-        doubleClickRow(fixture.bankA(), 3);
-        QVERIFY(peer.waitForRequests(2));
+        BankFixture fixture;
+        QVERIFY(fixture.openFolder());
         LogCapture log;
 
-        peer.requests().at(0).answer({}, {}, "404 Not Found");
+        fixture.peer.requests().at(0).answer({}, {}, "404 Not Found");
         EVENTUALLY_COMPARE(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1);
-        peer.requests().at(1).answer(png(Qt::red));
+        fixture.peer.requests().at(1).answer(png(Qt::red));
         EVENTUALLY(fixture.bankA().isEnabled());
         QCOMPARE(listOf(fixture.bankA()).count(), 257);
         QVERIFY(!QApplication::activeModalWidget());
@@ -277,18 +281,13 @@ private slots:
     void panelStaysDisabledWhenTheLastThumbnailFails()
     {
         QFETCH(const std::function<void(WindowFixture &)>, remedy);
-        WireServer peer(loopback(12));
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
-        QPixmapCache::clear();
-        QVERIFY(fixture.show());
-        doubleClickRow(fixture.bankA(), 3);
-        QVERIFY(peer.waitForRequests(2));
+        BankFixture fixture;
+        QVERIFY(fixture.openFolder());
         LogCapture log;
 
-        peer.requests().at(0).answer(png(Qt::red));
+        fixture.peer.requests().at(0).answer(png(Qt::red));
         EVENTUALLY_COMPARE(log.texts().filter(u"Downloaded was a success"_s).size(), 1);
-        peer.requests().at(1).answer({}, {}, "404 Not Found");
+        fixture.peer.requests().at(1).answer({}, {}, "404 Not Found");
         EVENTUALLY_COMPARE(log.texts().filter(u"Error while getting thumbnail"_s).size(), 1);
         QVERIFY(!fixture.bankA().isEnabled());
         QCOMPARE(listOf(fixture.bankA()).count(), 256);
@@ -298,33 +297,10 @@ private slots:
 
     void windowClosedDuringADownload()
     {
-        WireServer peer(loopback(11));
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
-        QPixmapCache::clear();
-        QVERIFY(fixture.show());
-        doubleClickRow(fixture.bankA(), 3);
-        QVERIFY(peer.waitForRequests(2));
+        BankFixture fixture;
+        QVERIFY(fixture.openFolder());
         fixture.window.reset();
-        EVENTUALLY_COMPARE(peer.openConnections(), 0);
-    }
-
-private:
-    static ServerBankController &controllerOf(const BVServerBank &bank)
-    {
-        return *bank.findChild<ServerBankController *>();
-    }
-    static QByteArray png(const QColor &color)
-    {
-        QImage image(16, 12, QImage::Format_RGB32);
-        image.fill(color);
-        QBuffer buffer;
-        image.save(&buffer, "PNG");
-        return buffer.data();
-    }
-    static QColor topLeft(const BVServerBank &bank, int row)
-    {
-        return listOf(bank).item(row)->icon().pixmap(128, 96).toImage().pixelColor(2, 2);
+        EVENTUALLY_COMPARE(fixture.peer.openConnections(), 0);
     }
 };
 

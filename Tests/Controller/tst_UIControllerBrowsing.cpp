@@ -11,6 +11,17 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+/// The scroll bar of the bank's list, as soon as its rows need one.
+QScrollBar *scrollBarOf(const BVServerBank &bank)
+{
+    QScrollBar *const bar = listOf(bank).verticalScrollBar();
+    return waitFor([bar] { return bar->maximum() > 100; }) ? bar : nullptr;
+}
+
+} // namespace
+
 /// How the two banks stay the same: level, marks, scroll position, selection and view.
 class tst_UIControllerBrowsing : public QObject
 {
@@ -76,7 +87,7 @@ private slots:
 
     void aFolderThatBothLackHasARedHeader()
     {
-        BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
+        BrowsingFixture fixture;
         fixture.controller().folderChanged(9);
         QVERIFY(fixture.bankA().sameMarks.all());
         QVERIFY(headerOf(fixture.bankA()).contains(u"#FF0000"_s));
@@ -92,8 +103,7 @@ private slots:
 
     void bothBanksChangeLevelTogether()
     {
-        const Server sample = sampleServer(u"x"_s, loopback(51));
-        BrowsingFixture fixture(sample.folders, sample.folders);
+        BrowsingFixture fixture;
         QVERIFY(fixture.show());
         doubleClickRow(fixture.bankB(), 3);
         QCOMPARE(fixture.model.selectedFolder, 3);
@@ -128,8 +138,7 @@ private slots:
 
     void selectionIsMirroredByRow()
     {
-        const Server sample = sampleServer(u"x"_s, loopback(51));
-        BrowsingFixture fixture(sample.folders, sample.folders);
+        BrowsingFixture fixture;
         QVERIFY(fixture.show());
         clickRow(fixture.bankA(), 3);
         clickRow(fixture.bankA(), 4, Qt::ControlModifier);
@@ -158,12 +167,11 @@ private slots:
 
     void scrollingIsLinked()
     {
-        const Server sample = sampleServer(u"x"_s, loopback(51));
-        BrowsingFixture fixture(sample.folders, sample.folders);
+        BrowsingFixture fixture;
         QVERIFY(fixture.show());
-        QScrollBar *const barA = listOf(fixture.bankA()).verticalScrollBar();
-        QScrollBar *const barB = listOf(fixture.bankB()).verticalScrollBar();
-        EVENTUALLY(barA->maximum() > 100 && barB->maximum() > 100);
+        QScrollBar *const barA = scrollBarOf(fixture.bankA());
+        QScrollBar *const barB = scrollBarOf(fixture.bankB());
+        QVERIFY(barA && barB);
         barA->setValue(80);
         QCOMPARE(barB->value(), 80);
         barB->setValue(20);
@@ -172,12 +180,11 @@ private slots:
 
     void goingBackRestoresTheScrollPosition()
     {
-        const Server sample = sampleServer(u"x"_s, loopback(51));
-        BrowsingFixture fixture(sample.folders, sample.folders);
+        BrowsingFixture fixture;
         QVERIFY(fixture.show());
-        QScrollBar *const barA = listOf(fixture.bankA()).verticalScrollBar();
-        QScrollBar *const barB = listOf(fixture.bankB()).verticalScrollBar();
-        EVENTUALLY(barA->maximum() > 100 && barB->maximum() > 100);
+        QScrollBar *const barA = scrollBarOf(fixture.bankA());
+        QScrollBar *const barB = scrollBarOf(fixture.bankB());
+        QVERIFY(barA && barB);
         barA->setValue(70);
         fixture.controller().folderChanged(3);
         QCOMPARE(barA->value(), 0);
@@ -192,8 +199,8 @@ private slots:
         WindowFixture fixture;
         fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
         QVERIFY(fixture.show());
-        QScrollBar *const bar = listOf(fixture.bankA()).verticalScrollBar();
-        EVENTUALLY(bar->maximum() > 100);
+        QScrollBar *const bar = scrollBarOf(fixture.bankA());
+        QVERIFY(bar);
         bar->setValue(70);
         fixture.controller().folderChanged(3);
         fixture.controller().backToFolders();
@@ -234,7 +241,7 @@ private slots:
 
     void aFailedThumbnailHasAMessage()
     {
-        BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
+        BrowsingFixture fixture;
         fixture.model.setServerName(fixture.two.uuid, u"%1\n<b>Two</b>\u202E"_s);
         ModalDriver modals;
         modals.press(QMessageBox::Ok);
@@ -245,7 +252,7 @@ private slots:
 
     void aFailedThumbnailOfAHiddenServerHasNoMessage()
     {
-        BrowsingFixture fixture({folder(0, u"a"_s)}, {folder(0, u"a"_s)});
+        BrowsingFixture fixture;
         fixture.connectServer(sampleServer(u"Three"_s, loopback(53)));
         ModalDriver modals;
         fixture.controller().thumbnailError(7, QHostAddress(loopback(53)));

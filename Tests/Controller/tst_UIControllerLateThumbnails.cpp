@@ -5,9 +5,8 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/LogCapture.h"
+#include "Support/Pixels.h"
 #include "Support/Wait.h"
-
-#include <QBuffer>
 
 #include <functional>
 
@@ -16,15 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr int emptySlots = 255;
-
-QByteArray png(const QColor &color)
-{
-    QImage image(16, 12, QImage::Format_RGB32);
-    image.fill(color);
-    QBuffer buffer;
-    image.save(&buffer, "PNG");
-    return buffer.data();
-}
 
 qsizetype emptyRows(const BVServerBank &bank)
 {

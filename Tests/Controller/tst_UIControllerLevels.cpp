@@ -54,24 +54,28 @@ QList<int> differentRows(const BVServerBank &bank)
     return rows;
 }
 
-void checkInsideTheFolder(const BVServerBank &bank)
+void checkInsideTheFolder(const WindowFixture &fixture)
 {
-    QCOMPARE(bank.currentFolder, 3);
-    QCOMPARE(listOf(bank).count(), slotRows);
-    QVERIFY(bank.isEnabled());
-    QCOMPARE(differences(bank.sameMarks), QList<int>{5});
-    QCOMPARE(differentRows(bank), QList<int>{6});
-    QVERIFY(headerOf(bank).contains(u"#FF0000"_s));
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
+        QCOMPARE(bank->currentFolder, 3);
+        QCOMPARE(listOf(*bank).count(), slotRows);
+        QVERIFY(bank->isEnabled());
+        QCOMPARE(differences(bank->sameMarks), QList<int>{5});
+        QCOMPARE(differentRows(*bank), QList<int>{6});
+        QVERIFY(headerOf(*bank).contains(u"#FF0000"_s));
+    }
 }
 
-void checkAtTheFolders(const BVServerBank &bank)
+void checkAtTheFolders(const WindowFixture &fixture)
 {
-    QCOMPARE(bank.currentFolder, foldersLevel);
-    QCOMPARE(listOf(bank).count(), folderRows);
-    QVERIFY(bank.isEnabled());
-    QCOMPARE(differences(bank.sameMarks), QList<int>{3});
-    QCOMPARE(differentRows(bank), QList<int>{3});
-    QCOMPARE(headerOf(bank), u"Library"_s);
+    for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
+        QCOMPARE(bank->currentFolder, foldersLevel);
+        QCOMPARE(listOf(*bank).count(), folderRows);
+        QVERIFY(bank->isEnabled());
+        QCOMPARE(differences(bank->sameMarks), QList<int>{3});
+        QCOMPARE(differentRows(*bank), QList<int>{3});
+        QCOMPARE(headerOf(*bank), u"Library"_s);
+    }
 }
 
 } // namespace
@@ -97,8 +101,7 @@ private slots:
         QCOMPARE(fixture.bankA().currentFolder, 3);
         QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
         ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-        checkInsideTheFolder(fixture.bankA());
-        checkInsideTheFolder(fixture.bankB());
+        checkInsideTheFolder(fixture);
     }
 
     void bankAJoinsTheFolder()
@@ -110,8 +113,7 @@ private slots:
         QCOMPARE(fixture.bankB().currentFolder, 3);
         fixture.connectServer(fixture.one);
         ControllerFixture::choose(fixture.bankA(), u"One"_s);
-        checkInsideTheFolder(fixture.bankA());
-        checkInsideTheFolder(fixture.bankB());
+        checkInsideTheFolder(fixture);
     }
 
     void aFirstServerJoinsTheFolder()
@@ -125,8 +127,7 @@ private slots:
         Server two = sampleServer(u"Two"_s, loopback(52));
         two.folders = LevelFixture::library(u"Other"_s, {cachedVisual(3, u"Sunset"_s, 3)});
         fixture.connectServer(two);
-        checkInsideTheFolder(fixture.bankA());
-        checkInsideTheFolder(fixture.bankB());
+        checkInsideTheFolder(fixture);
     }
 
     void bothBanksSelectTheSameVisualsAfterJoining()
@@ -151,8 +152,7 @@ private slots:
         QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
         QVERIFY(fixture.bankA().sameMarks.all());
         ControllerFixture::choose(fixture.bankB(), u"One"_s);
-        checkInsideTheFolder(fixture.bankA());
-        checkInsideTheFolder(fixture.bankB());
+        checkInsideTheFolder(fixture);
     }
 
     void aBankThatTakesTheOnlyServerStaysAtTheFolders()
@@ -165,8 +165,7 @@ private slots:
         QCOMPARE(listOf(fixture.bankA()).count(), folderRows);
         fixture.connectServer(fixture.one);
         ControllerFixture::choose(fixture.bankB(), u"One"_s);
-        checkAtTheFolders(fixture.bankA());
-        checkAtTheFolders(fixture.bankB());
+        checkAtTheFolders(fixture);
     }
 
     void aBankJoinsTheFolderAfterARename()
@@ -181,8 +180,7 @@ private slots:
         QCOMPARE(listOf(fixture.bankA()).count(), slotRows);
         QCOMPARE(fixture.bankB().currentFolder, foldersLevel);
         ControllerFixture::choose(fixture.bankB(), u"Due"_s);
-        checkInsideTheFolder(fixture.bankA());
-        checkInsideTheFolder(fixture.bankB());
+        checkInsideTheFolder(fixture);
     }
 
     void aBankAtTheFoldersIsJoinedThere()
@@ -193,8 +191,7 @@ private slots:
         fixture.controller().backToFolders();
         fixture.connectServer(fixture.two);
         ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-        checkAtTheFolders(fixture.bankA());
-        checkAtTheFolders(fixture.bankB());
+        checkAtTheFolders(fixture);
     }
 
     void bothBanksReturnToTheFoldersAfterBothLosses()
@@ -210,8 +207,7 @@ private slots:
         ControllerFixture::choose(fixture.bankB(), u"Two"_s);
         QCOMPARE(listOf(fixture.bankB()).count(), folderRows);
         ControllerFixture::choose(fixture.bankA(), u"One"_s);
-        checkAtTheFolders(fixture.bankA());
-        checkAtTheFolders(fixture.bankB());
+        checkAtTheFolders(fixture);
     }
 
     void bothBanksReturnToTheFoldersAfterARename()
@@ -223,8 +219,7 @@ private slots:
         QCOMPARE(fixture.level(), foldersLevel);
         ControllerFixture::choose(fixture.bankA(), u"One"_s);
         ControllerFixture::choose(fixture.bankB(), u"Due"_s);
-        checkAtTheFolders(fixture.bankA());
-        checkAtTheFolders(fixture.bankB());
+        checkAtTheFolders(fixture);
     }
 
     void aFirstServerShowsTheFoldersWhenNoBankIsInAFolder()

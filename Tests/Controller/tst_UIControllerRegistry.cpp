@@ -28,6 +28,12 @@ public:
                (count < 2 || connectServer(two, u"Two"_s, library())) &&
                (count < 3 || connectServer(three, u"Three"_s, library()));
     }
+    /// The interface of server One, as discovery reports it.
+    void removeInterface(int netmask = 8) const
+    {
+        controller().removeServerConnection(one.uuid, one.wire.address(), netmask);
+    }
+    void addInterface() const { controller().addServerConnection(one.uuid, one.wire.address(), 8); }
 
     ScriptedServer one{loopback(1)};
     ScriptedServer two{loopback(2)};
@@ -66,19 +72,16 @@ private slots:
 
     void theFirstServerGoesToBankAAndTheSecondToBankB()
     {
-        ScriptedServer one(loopback(1));
-        ScriptedServer two(loopback(2));
-        ScriptedServer three(loopback(3));
-        ControllerFixture fixture;
-        QVERIFY(fixture.connectServer(one, u"One"_s, library()));
-        QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
+        RegistryFixture fixture;
+        QVERIFY(fixture.open(1));
+        QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
         QVERIFY(fixture.bankB().currentServerUuid().isNull());
-        QVERIFY(fixture.connectServer(two, u"Two"_s, library()));
-        QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
-        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
-        QVERIFY(fixture.connectServer(three, u"Three"_s, library()));
-        QCOMPARE(fixture.bankA().currentServerUuid(), one.uuid);
-        QCOMPARE(fixture.bankB().currentServerUuid(), two.uuid);
+        QVERIFY(fixture.connectServer(fixture.two, u"Two"_s, library()));
+        QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), fixture.two.uuid);
+        QVERIFY(fixture.connectServer(fixture.three, u"Three"_s, library()));
+        QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
+        QCOMPARE(fixture.bankB().currentServerUuid(), fixture.two.uuid);
         QCOMPARE(fixture.offered(fixture.bankA()), (QStringList{u"One"_s, u"Two"_s, u"Three"_s}));
         QCOMPARE(fixture.offered(fixture.bankB()), (QStringList{u"Two"_s, u"Three"_s}));
     }
@@ -213,15 +216,13 @@ private slots:
         RegistryFixture fixture;
         QVERIFY(fixture.open(1));
         const Server &record = fixture.controller().connectedServer(fixture.one.uuid);
-        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
-                                                    24);
+        fixture.removeInterface(24);
         QCOMPARE(record.connections.size(), 1);
-        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
-                                                    8);
+        fixture.removeInterface();
         QCOMPARE(record.connections.size(), 0);
         QCOMPARE(fixture.bankA().currentServerUuid(), fixture.one.uuid);
         // The only request is the one for the interface that returns.
-        fixture.controller().addServerConnection(fixture.one.uuid, fixture.one.wire.address(), 8);
+        fixture.addInterface();
         EVENTUALLY(fixture.one.libraryRequests() > 1);
         QCOMPARE(fixture.one.libraryRequests(), 2);
     }
@@ -230,10 +231,9 @@ private slots:
     {
         RegistryFixture fixture;
         QVERIFY(fixture.open(1));
-        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
-                                                    8);
+        fixture.removeInterface();
         fixture.controller().serverLibraryChanged(fixture.one.uuid);
-        fixture.controller().addServerConnection(fixture.one.uuid, fixture.one.wire.address(), 8);
+        fixture.addInterface();
         QVERIFY(fixture.one.wire.waitForRequests(2, "/brenvoka/library.json"));
         QCOMPARE(fixture.one.libraryRequests(), 2);
     }
@@ -352,8 +352,7 @@ private slots:
         LogCapture log;
         RegistryFixture fixture;
         QVERIFY(fixture.open(2));
-        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
-                                                    8);
+        fixture.removeInterface();
         ModalDriver modals;
         bool isLoggedInTheDialog = false;
         bool isEnabledInTheDialog = false;
@@ -373,12 +372,10 @@ private slots:
     {
         RegistryFixture fixture;
         QVERIFY(fixture.open(2));
-        fixture.controller().removeServerConnection(fixture.one.uuid, fixture.one.wire.address(),
-                                                    8);
+        fixture.removeInterface();
         ModalDriver modals;
         modals.answer([&](QDialog &dialog) {
-            fixture.controller().addServerConnection(fixture.one.uuid, fixture.one.wire.address(),
-                                                     8);
+            fixture.addInterface();
             fixture.controller().serverConnected(fixture.two.uuid, fixture.two.wire.address());
             dialog.accept();
         });

@@ -3,9 +3,20 @@
 
 #pragma once
 
+#include <QBuffer>
 #include <QImage>
 
 #include <cmath>
+
+/// The bytes of a small PNG file of one colour.
+[[nodiscard]] inline QByteArray png(const QColor &color)
+{
+    QImage image(16, 12, QImage::Format_RGB32);
+    image.fill(color);
+    QBuffer buffer;
+    image.save(&buffer, "PNG");
+    return buffer.data();
+}
 
 /// How many pixels of two pictures of the same size differ visibly in brightness.
 [[nodiscard]] inline int visiblyDifferentPixels(const QImage &one, const QImage &other)
