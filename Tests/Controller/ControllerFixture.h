@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "Dialogs/BVProgressDialog.h"
 #include "Support/Loopback.h"
 #include "Support/ScriptedServer.h"
 #include "Support/Wait.h"
@@ -63,6 +64,25 @@ public:
     static void choose(const BVServerBank &bank, const QString &name)
     {
         comboBox(bank).setCurrentIndex(comboBox(bank).findText(name));
+    }
+
+    /// The progress dialog with that window title, null if there is none.
+    [[nodiscard]] BVProgressDialog *dialog(const QString &title) const
+    {
+        for (auto *const candidate : window->findChildren<BVProgressDialog *>()) {
+            if (candidate->windowTitle() == title)
+                return candidate;
+        }
+        return nullptr;
+    }
+    /// Waits until that dialog is shown and cancels it; false if it never appeared.
+    [[nodiscard]] bool cancel(const QString &title) const
+    {
+        const auto shown = [&] { return dialog(title) && dialog(title)->isVisible(); };
+        if (!waitFor(shown))
+            return false;
+        QTest::keyClick(dialog(title), Qt::Key_Escape);
+        return true;
     }
 
     [[nodiscard]] bool isSyncWarningShown() const

@@ -5,7 +5,6 @@
 
 #include "ControllerFixture.h"
 
-#include "Dialogs/BVProgressDialog.h"
 #include "Support/ModalDriver.h"
 #include "Support/Wait.h"
 
@@ -80,24 +79,6 @@ public:
     [[nodiscard]] bool hasStarted() const
     {
         return window->findChildren<BVProgressDialog *>().size() > 1;
-    }
-    /// The progress dialog with that window title, null if there is none.
-    [[nodiscard]] BVProgressDialog *dialog(const QString &title) const
-    {
-        for (auto *const candidate : window->findChildren<BVProgressDialog *>()) {
-            if (candidate->windowTitle() == title)
-                return candidate;
-        }
-        return nullptr;
-    }
-    /// Waits until that dialog is shown and cancels it; false if it never appeared.
-    [[nodiscard]] bool cancel(const QString &title) const
-    {
-        const auto shown = [&] { return dialog(title) && dialog(title)->isVisible(); };
-        if (!waitFor(shown))
-            return false;
-        QTest::keyClick(dialog(title), Qt::Key_Escape);
-        return true;
     }
     /// Waits until the task has ended and the server's library was requested a second time.
     [[nodiscard]] bool hasDownloadedAgain(const ScriptedServer &server) const

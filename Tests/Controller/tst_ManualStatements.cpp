@@ -16,7 +16,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr quint32 allWarnings = 0xFFFFFFFF;
 constexpr auto libraryPath = "/brenvoka/library.json";
 
 using Refs = QList<VisualRef>;

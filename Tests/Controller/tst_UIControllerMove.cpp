@@ -16,7 +16,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr quint32 allWarnings = 0xFFFFFFFF;
 constexpr quint32 moveWarning = 2;
 
 /// Folder, slot and new slot of each move command of a server.
@@ -46,7 +45,7 @@ private slots:
         QVERIFY(fixture.openInside(3, allWarnings));
         ModalDriver modals;
         modals.press(QMessageBox::Yes);
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QCOMPARE(modals.seen().size(), 1);
         QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
         QCOMPARE(modals.seen().first().text,
@@ -67,7 +66,7 @@ private slots:
         QVERIFY(fixture.openInside(3, allWarnings));
         ModalDriver modals;
         escape ? modals.escape() : modals.press(QMessageBox::No);
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QCOMPARE(modals.seen().size(), 1);
         QVERIFY(!fixture.hasStarted());
         QVERIFY(fixture.requestLibrary(fixture.one));
@@ -83,14 +82,14 @@ private slots:
         ModalDriver modals;
         modals.press(u"Yes, don't ask again"_s);
         const QSignalSpy redrawn(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QVERIFY(fixture.hasStarted());
         QCOMPARE(fixture.model.warningLevel, allWarnings - moveWarning);
         const QSettings settings(settingsFilePath(), QSettings::IniFormat);
         QCOMPARE(settings.value(u"warningLevel"_s).toUInt(), allWarnings - moveWarning);
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
         EVENTUALLY(!redrawn.isEmpty());
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QVERIFY(fixture.hasStarted());
         QCOMPARE(modals.seen().size(), 1);
     }
@@ -128,7 +127,7 @@ private slots:
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
         fixture.bankA().setListMode(listView);
-        QVERIFY(dragRow(fixture, fixture.bankA(), from, fixture.bankA(), to));
+        QVERIFY(dragRow(listOf(fixture.bankA()), from, listOf(fixture.bankA()), to));
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
         QCOMPARE(moves(fixture.one).size(), 1);
         QTEST(moves(fixture.one).first(), "sent");
@@ -141,7 +140,7 @@ private slots:
         clickRow(fixture.bankA(), 4);
         clickRow(fixture.bankA(), 6, Qt::ControlModifier);
         const ModalDriver modals;
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QVERIFY(modals.seen().isEmpty());
         QVERIFY(!fixture.hasStarted());
         QVERIFY(fixture.requestLibrary(fixture.one));
@@ -152,7 +151,7 @@ private slots:
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
-        QVERIFY(dragRow(fixture, fixture.bankB(), 4, fixture.bankB(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankB()), 4, listOf(fixture.bankB()), 2));
         QVERIFY(fixture.hasDownloadedAgain(fixture.two));
         QCOMPARE(moves(fixture.two), QStringList{u"3: 3 to 1"_s});
         QVERIFY(fixture.one.requests().isEmpty());
@@ -167,10 +166,10 @@ private slots:
             {folder(0, u"Intro"_s, {{hashOf(3), u"Sunset 003"_s, 3}, {hashOf(4), u"7: "_s, 4}}),
              folder(1, u"Loops"_s)}));
         const QSignalSpy redrawn(listOf(fixture.bankA()).model(), &QAbstractItemModel::modelReset);
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
         EVENTUALLY(!redrawn.isEmpty());
-        QVERIFY(dragRow(fixture, fixture.bankA(), 2, fixture.bankA(), 5));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 2, listOf(fixture.bankA()), 5));
         EVENTUALLY_COMPARE(moves(fixture.one), (QStringList{u"0: 0 to 1"_s, u"0: 1 to 0"_s}));
     }
 
@@ -179,7 +178,7 @@ private slots:
     {
         OperationFixture fixture;
         QVERIFY(fixture.openInside(2, 0, OperationFixture::sparseLibrary()));
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
         QCOMPARE(moves(fixture.one), QStringList{u"2: 3 to 1"_s});
     }
@@ -191,7 +190,7 @@ private slots:
         fixture.one.refuse("it is <locked>");
         ModalDriver modals;
         modals.press(QMessageBox::Ok);
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         EVENTUALLY(!modals.pending());
         QCOMPARE(modals.seen().first().text, u"Visual could not be moved"_s);
         QCOMPARE(modals.seen().first().details,
@@ -204,7 +203,7 @@ private slots:
         OperationFixture fixture;
         QVERIFY(fixture.openInside(3));
         fixture.one.hold();
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QVERIFY(fixture.one.waitForCommands(1));
         QVERIFY(fixture.cancel(u"Moving..."_s));
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
@@ -240,7 +239,7 @@ private slots:
         QVERIFY(fixture.openInside(3, allWarnings));
         ModalDriver modals;
         fixture.loseServerADuring(modals, endsItsStream, pressYes);
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QVERIFY(!fixture.isConnected(fixture.one));
         QVERIFY(
             log.texts().contains(u"Handler not found for id: "_s + fixture.one.uuid.toString()));
@@ -259,7 +258,7 @@ private slots:
             fixture.controller().serverNameChanged(fixture.one.uuid, u"Renamed"_s);
             pressYes(warning);
         });
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QVERIFY(fixture.bankA().currentServerUuid().isNull());
         QVERIFY(fixture.hasDownloadedAgain(fixture.one));
         QCOMPARE(moves(fixture.one), QStringList{u"3: 3 to 1"_s});

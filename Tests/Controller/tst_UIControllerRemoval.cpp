@@ -15,7 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr quint32 allWarnings = 0xFFFFFFFF;
 constexpr quint32 removalWarning = 1;
 
 using Refs = QList<VisualRef>;

@@ -11,7 +11,6 @@
 #include <QDirIterator>
 #include <QProgressBar>
 #include <QStandardPaths>
-#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -168,9 +167,7 @@ private slots:
         const ShownDialogs shown;
         fixture.controller().increaseThumbnailDownloadSize(1);
         fixture.controller().updateProgress();
-        bool passed = false;
-        QTimer::singleShot(700, this, [&passed] { passed = true; });
-        EVENTUALLY(passed);
+        waitPastTheDelay();
         QCOMPARE(shown.count, 0);
     }
 

@@ -3,7 +3,6 @@
 
 #include "SyncClickFixture.h"
 
-#include "Dialogs/BVProgressDialog.h"
 #include "Support/FailOnWarning.h"
 #include "Support/LeakAllowed.h"
 #include "Support/LogCapture.h"
@@ -220,15 +219,7 @@ private slots:
             fixture.open({folder(0, u"a"_s)}, {folder(0, u"a"_s, {cachedVisual(1, u"x"_s, 1)})}));
         fixture.two.hold();
         fixture.clickLeftToRight();
-        BVProgressDialog *removing = nullptr;
-        EVENTUALLY([&] {
-            for (auto *const dialog : fixture.window->findChildren<BVProgressDialog *>()) {
-                if (dialog->windowTitle() == u"Removing..."_s && dialog->isVisible())
-                    removing = dialog;
-            }
-            return removing;
-        }());
-        QTest::keyClick(removing, Qt::Key_Escape);
+        QVERIFY(fixture.cancel(u"Removing..."_s));
         EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
     }
 

@@ -22,7 +22,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr quint32 allWarnings = 0xFFFFFFFF;
 constexpr quint32 overwriteWarning = 4;
 
 const auto filters =

@@ -14,8 +14,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr quint32 allWarnings = 0xFFFFFFFF;
-
 const auto smallText = u"Are you sure you want to synchronize the selected visuals?\n"
                        "The operation may permanently remove or replace visuals in destination "
                        "slots\n\nNote: The operation can not be  undone."_s;

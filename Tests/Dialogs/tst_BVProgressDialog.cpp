@@ -5,6 +5,7 @@
 
 #include "Support/FailOnWarning.h"
 #include "Support/Pixels.h"
+#include "Support/ProgressDialogs.h"
 #include "Support/Wait.h"
 
 #include <QDialogButtonBox>
@@ -36,17 +37,6 @@ struct ProgressFixture
     QDialogButtonBox *buttonBox = dialog.findChild<QDialogButtonBox *>(u"buttonBox"_s);
     QPushButton *cancel = buttonBox->button(QDialogButtonBox::Cancel);
 };
-
-/// Waits for a timer that fires after the dialog's delay of 500 ms.
-void waitPastTheDelay()
-{
-    QTimer later;
-    later.setTimerType(Qt::PreciseTimer);
-    later.setSingleShot(true);
-    QSignalSpy spy(&later, &QTimer::timeout);
-    later.start(600ms);
-    QVERIFY(spy.wait(patience));
-}
 
 } // namespace
 

@@ -3,9 +3,10 @@
 
 #pragma once
 
-#include "Support/WindowFixture.h"
-
+#include <QApplication>
 #include <QDrag>
+#include <QListWidget>
+#include <QTest>
 #include <QTimer>
 #include <QWindow>
 
@@ -16,14 +17,14 @@
 ///
 /// Needs a platform with real drag and drop, such as `minimal`; the offscreen platform ends every
 /// drag at once.
-[[nodiscard]] inline bool drag(const WindowFixture &fixture, const QPoint &from, const QPoint &to)
+[[nodiscard]] inline bool drag(QWidget &widget, const QPoint &from, const QPoint &to)
 {
-    QWindow *window = fixture.window->windowHandle();
+    QWindow *window = widget.windowHandle();
     bool dragging = false;
     // The second move starts the drag's own event loop, in which the rest has to happen.
     QTimer rest;
     QObject::connect(&rest, &QTimer::timeout, window, [&] {
-        if (dragging || !fixture.window->findChild<QDrag *>())
+        if (dragging || !widget.findChild<QDrag *>())
             return;
         dragging = true;
         QTest::mouseMove(window, (from + to) / 2);
@@ -40,14 +41,15 @@
     return dragging;
 }
 
-/// The same between the middles of two visible rows.
-[[nodiscard]] inline bool dragRow(const WindowFixture &fixture, const BVServerBank &fromBank,
-                                  int fromRow, const BVServerBank &toBank, int toRow)
+/// The middle of a visible row, in the window's coordinates.
+[[nodiscard]] inline QPoint middleOf(const QListWidget &list, int row)
 {
-    const auto middle = [&fixture](const BVServerBank &bank, int row) {
-        const MediaListWidget &list = listOf(bank);
-        return list.viewport()->mapTo(fixture.window.get(),
-                                      list.visualItemRect(list.item(row)).center());
-    };
-    return drag(fixture, middle(fromBank, fromRow), middle(toBank, toRow));
+    return list.viewport()->mapTo(list.window(), list.visualItemRect(list.item(row)).center());
+}
+
+/// The same between the middles of two visible rows.
+[[nodiscard]] inline bool dragRow(const QListWidget &fromList, int fromRow,
+                                  const QListWidget &toList, int toRow)
+{
+    return drag(*fromList.window(), middleOf(fromList, fromRow), middleOf(toList, toRow));
 }

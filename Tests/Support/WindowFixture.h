@@ -18,6 +18,9 @@
 
 #include <memory>
 
+/// The warning level at which everything is asked, as in a new installation.
+constexpr quint32 allWarnings = 0xFFFFFFFF;
+
 /// The thumbnail that `cacheThumbnail` caches for that hash: one plain colour.
 inline QPixmap thumbnailOf(int number)
 {

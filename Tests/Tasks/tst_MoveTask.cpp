@@ -7,7 +7,6 @@
 #include "Support/Wait.h"
 
 #include <QPointer>
-#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -55,11 +54,7 @@ private slots:
         start();
         emit fixture->service.movedFileFinished(fixture->server.uuid);
         QCOMPARE(fixture->finished->size(), 1);
-        // A timer set now fires after that of the dialog.
-        bool isLater = false;
-        QTimer::singleShot(501, Qt::PreciseTimer, fixture->task.get(),
-                           [&isLater] { isLater = true; });
-        EVENTUALLY(isLater);
+        waitPastTheDelay();
         QCOMPARE(shown.count, 0);
     }
 

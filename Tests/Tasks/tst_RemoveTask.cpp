@@ -56,11 +56,7 @@ private slots:
         emit fixture->service.visualRemoveFinished(fixture->server.uuid, 3, 2);
         QCOMPARE(fixture->finished->size(), 1);
         QCOMPARE(fixture->finished->first().first().value<TaskBase *>(), fixture->task.get());
-        // A timer set now fires after that of the dialog.
-        bool isLater = false;
-        QTimer::singleShot(501, Qt::PreciseTimer, fixture->task.get(),
-                           [&isLater] { isLater = true; });
-        EVENTUALLY(isLater);
+        waitPastTheDelay();
         QCOMPARE(shown.count, 0);
     }
 

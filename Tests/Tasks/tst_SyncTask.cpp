@@ -9,7 +9,6 @@
 #include "Support/Wait.h"
 
 #include <QLabel>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -137,10 +136,7 @@ private slots:
         emit fixture->service.folderRenameFinished(fixture->destinationUuid, 3);
         emit fixture->service.visualRemoveFinished(fixture->destinationUuid, 3, 1);
         QCOMPARE(fixture->finished->size(), 1);
-        // Dialogs appear after 500 ms, so their absence means nothing before.
-        bool passed = false;
-        QTimer::singleShot(700, this, [&passed] { passed = true; });
-        EVENTUALLY(passed);
+        waitPastTheDelay();
         QCOMPARE(shown.count, 0);
     }
 

@@ -5,6 +5,7 @@
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
 #include "Support/RowDrag.h"
+#include "Support/WindowFixture.h"
 
 #include <QListWidget>
 #include <QSignalSpy>
@@ -33,7 +34,7 @@ private slots:
         QSignalSpy moves(&controller, &ServerBankController::moveVisual);
         const QRect place = listOf(fixture.bankA()).visualItemRect(listOf(fixture.bankA()).item(4));
 
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankA(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankA()), 2));
         QCOMPARE(moves, (QList<QVariantList>{{3, 1, QVariant::fromValue(ServerDeckA)}}));
         QCOMPARE(listOf(fixture.bankA()).count(), 257);
         QCOMPARE(listOf(fixture.bankA()).item(4)->text(), u"003: Sunset"_s);
@@ -50,7 +51,7 @@ private slots:
         fixture.controller().folderChanged(3);
         fixture.controller().backToFolders();
         fixture.bankA().setListMode(listView);
-        QVERIFY(!dragRow(fixture, fixture.bankA(), 3, fixture.bankA(), 1));
+        QVERIFY(!dragRow(listOf(fixture.bankA()), 3, listOf(fixture.bankA()), 1));
     }
 
     void rowsCannotBeDroppedOnTheOtherBank()
@@ -62,7 +63,7 @@ private slots:
         fixture.controller().folderChanged(3);
         const QSignalSpy movesA(&listOf(fixture.bankA()), &MediaListWidget::moveItem);
         const QSignalSpy movesB(&listOf(fixture.bankB()), &MediaListWidget::moveItem);
-        QVERIFY(dragRow(fixture, fixture.bankA(), 4, fixture.bankB(), 2));
+        QVERIFY(dragRow(listOf(fixture.bankA()), 4, listOf(fixture.bankB()), 2));
         QCOMPARE(movesA.count(), 0);
         QCOMPARE(movesB.count(), 0);
     }

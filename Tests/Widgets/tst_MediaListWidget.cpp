@@ -4,20 +4,18 @@
 #include "Widgets/MediaListWidget.h"
 
 #include "Support/FailOnWarning.h"
+#include "Support/RowDrag.h"
 #include "Support/Wait.h"
 
 #include <QApplication>
-#include <QDrag>
 #include <QDragEnterEvent>
 #include <QMimeData>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
 #include <QVBoxLayout>
 #include <QWindow>
 
 using namespace Qt::Literals::StringLiterals;
-using namespace std::chrono_literals;
 
 Q_DECLARE_METATYPE(QListView::ViewMode)
 
@@ -63,45 +61,8 @@ public:
         }
     }
 
-    /// The middle of a row, in the window's coordinates.
-    QPoint at(MediaListWidget &list, int row)
-    {
-        return map(list, list.visualItemRect(list.item(row)).center());
-    }
-
-    QPoint map(MediaListWidget &list, const QPoint &pos)
-    {
-        return list.viewport()->mapTo(this, pos);
-    }
-
-    /// Presses at one point, drags to another and releases there.
-    void drag(const QPoint &from, const QPoint &to, Qt::KeyboardModifiers modifiers = {})
-    {
-        auto *window = windowHandle();
-        QTest::mousePress(window, Qt::LeftButton, modifiers, from);
-        // The second move past the drag distance starts QDrag's own event loop and returns when
-        // the drag ends: the rest of the gesture has to happen inside it.
-        QTimer rest;
-        dragging = false;
-        connect(&rest, &QTimer::timeout, this, [&] {
-            if (dragging || !findChild<QDrag *>())
-                return;
-            dragging = true;
-            QTest::mouseMove(window, (from + to) / 2);
-            QTest::mouseMove(window, to);
-            QTest::mouseRelease(window, Qt::LeftButton, modifiers, to);
-        });
-        rest.start(1ms);
-        const int distance = QApplication::startDragDistance();
-        QTest::mouseMove(window, from + QPoint(distance + 1, 0));
-        QTest::mouseMove(window, from + QPoint(distance + 2, 0));
-        if (!dragging)
-            QTest::mouseRelease(window, Qt::LeftButton, modifiers, to);
-    }
-
     MediaListWidget a{this};
     MediaListWidget b{this};
-    bool dragging = false; ///< whether the last gesture became a drag
 };
 
 QStringList texts(const MediaListWidget &list)
@@ -152,8 +113,7 @@ private slots:
         QVERIFY(fixture.open());
         QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
         const auto before = texts(fixture.a);
-        fixture.drag(fixture.at(fixture.a, dragged), fixture.at(fixture.a, target));
-        QVERIFY(fixture.dragging);
+        QVERIFY(dragRow(fixture.a, dragged, fixture.a, target));
         QCOMPARE(spy.size(), 1);
         QTEST(spy.first().at(0).toInt(), "fromIdx");
         QTEST(spy.first().at(1).toInt(), "toIdx");
@@ -176,8 +136,7 @@ private slots:
         QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
         const auto before = texts(fixture.a);
         const auto place = fixture.a.visualItemRect(fixture.a.item(2));
-        fixture.drag(fixture.at(fixture.a, 2), fixture.at(fixture.a, 4));
-        QVERIFY(fixture.dragging);
+        QVERIFY(dragRow(fixture.a, 2, fixture.a, 4));
         QCOMPARE(spy.size(), 1);
         QCOMPARE(texts(fixture.a), before);
         QCOMPARE(fixture.a.visualItemRect(fixture.a.item(2)), place);
@@ -192,8 +151,7 @@ private slots:
         const auto lower = fixture.a.visualItemRect(fixture.a.item(5));
         const QPoint gap(upper.center().x(), (upper.bottom() + lower.top()) / 2);
         QVERIFY(!fixture.a.itemAt(gap));
-        fixture.drag(fixture.at(fixture.a, 2), fixture.map(fixture.a, gap));
-        QVERIFY(fixture.dragging);
+        QVERIFY(drag(fixture, middleOf(fixture.a, 2), fixture.a.viewport()->mapTo(&fixture, gap)));
         QCOMPARE(spy.size(), 0);
     }
 
@@ -202,12 +160,11 @@ private slots:
         ListsFixture fixture;
         QVERIFY(fixture.open());
         QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
-        QTest::mouseClick(fixture.windowHandle(), Qt::LeftButton, {}, fixture.at(fixture.a, 2));
+        QTest::mouseClick(fixture.windowHandle(), Qt::LeftButton, {}, middleOf(fixture.a, 2));
         QTest::mouseClick(fixture.windowHandle(), Qt::LeftButton, Qt::ControlModifier,
-                          fixture.at(fixture.a, 4));
+                          middleOf(fixture.a, 4));
         QCOMPARE(fixture.a.selectedItems().size(), 2);
-        fixture.drag(fixture.at(fixture.a, 4), fixture.at(fixture.a, 3));
-        QVERIFY(fixture.dragging);
+        QVERIFY(dragRow(fixture.a, 4, fixture.a, 3));
         QCOMPARE(fixture.a.selectedItems().size(), 2);
         QCOMPARE(spy.size(), 0);
     }
@@ -219,9 +176,8 @@ private slots:
         QSignalSpy spyA(&fixture.a, &MediaListWidget::moveItem);
         QSignalSpy spyB(&fixture.b, &MediaListWidget::moveItem);
         const auto before = texts(fixture.b);
-        QTest::mouseClick(fixture.windowHandle(), Qt::LeftButton, {}, fixture.at(fixture.b, 2));
-        fixture.drag(fixture.at(fixture.a, 2), fixture.at(fixture.b, 4));
-        QVERIFY(fixture.dragging);
+        QTest::mouseClick(fixture.windowHandle(), Qt::LeftButton, {}, middleOf(fixture.b, 2));
+        QVERIFY(dragRow(fixture.a, 2, fixture.b, 4));
         QCOMPARE(spyA.size() + spyB.size(), 0);
         QCOMPARE(texts(fixture.a), before);
         QCOMPARE(texts(fixture.b), before);
@@ -234,8 +190,7 @@ private slots:
         fixture.a.viewport()->setAcceptDrops(false);
         QVERIFY(fixture.open());
         QSignalSpy spy(&fixture.a, &MediaListWidget::moveItem);
-        fixture.drag(fixture.at(fixture.a, 2), fixture.at(fixture.a, 4));
-        QVERIFY(!fixture.dragging);
+        QVERIFY(!dragRow(fixture.a, 2, fixture.a, 4));
         QCOMPARE(spy.size(), 0);
     }
 
