@@ -7,42 +7,55 @@
 
 namespace {
 
-/// Whether the piece is finished: it is empty or is a document.
-bool readPiece(const QByteArray &piece, QList<QJsonDocument> &documents)
+/// The bytes up to the next NUL byte or the end of the chunk.
+QByteArray takePiece(StreamFraming::Chunk &chunk)
 {
-    if (piece.isEmpty())
-        return true;
+    const qsizetype begin = chunk.position;
+    const qsizetype nul = chunk.bytes.indexOf('\0', begin);
+    const qsizetype end = nul < 0 ? chunk.bytes.size() : nul;
+    chunk.position = end + 1;
+    return QByteArray::fromRawData(chunk.bytes.constData() + begin, end - begin);
+}
+
+std::optional<QJsonDocument> parse(const QByteArray &piece)
+{
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(piece, &error);
-    if (error.error != QJsonParseError::NoError)
-        return false;
-    documents.append(document);
-    return true;
+    QJsonDocument document = QJsonDocument::fromJson(piece, &error);
+    return error.error == QJsonParseError::NoError ? std::optional(std::move(document))
+                                                   : std::nullopt;
 }
 
 } // namespace
 
 namespace StreamFraming {
 
-QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &chunk)
+std::optional<QJsonDocument> takeDocument(QByteArray &buffer, Chunk &chunk)
+{
+    const auto isLastPiece = [&chunk] { return chunk.position > chunk.bytes.size(); };
+    if (chunk.position == 0) {
+        buffer.append(takePiece(chunk));
+        if (isLastPiece())
+            return std::nullopt;
+        if (auto document = parse(buffer)) {
+            buffer.clear();
+            return document;
+        }
+    }
+    while (!isLastPiece()) {
+        const QByteArray piece = takePiece(chunk);
+        if (auto document = parse(piece))
+            return document;
+        buffer.append(piece);
+    }
+    return std::nullopt;
+}
+
+QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &bytes)
 {
     QList<QJsonDocument> documents;
-    qsizetype end = chunk.indexOf('\0');
-    if (end < 0) {
-        buffer.append(chunk);
-        return documents;
-    }
-    buffer.append(chunk.constData(), end);
-    if (readPiece(buffer, documents))
-        buffer.clear();
-    while (end < chunk.size()) {
-        const qsizetype begin = end + 1;
-        const qsizetype next = chunk.indexOf('\0', begin);
-        end = next < 0 ? chunk.size() : next;
-        const QByteArray piece = QByteArray::fromRawData(chunk.constData() + begin, end - begin);
-        if (!readPiece(piece, documents))
-            buffer.append(piece);
-    }
+    Chunk chunk{bytes};
+    while (auto document = takeDocument(buffer, chunk))
+        documents.append(std::move(*document));
     return documents;
 }
 

@@ -7,10 +7,20 @@
 #include <QJsonDocument>
 #include <QList>
 
+#include <optional>
+
 /// The framing of the notification stream: JSON documents, each followed by a NUL byte.
 namespace StreamFraming {
 
-/// Appends the received chunk to `buffer` and removes the complete documents from it.
+/// Bytes that arrived together, and how far they have been taken.
+struct Chunk
+{
+    QByteArray bytes;
+    qsizetype position = 0; ///< the begin of the next piece, above the size after the last one
+};
+
+/// Removes the next complete document from `buffer` and the received chunk. Call it until it
+/// returns nothing: `buffer` then has what remains of the chunk.
 ///
 /// If the chunk contains a NUL byte, buffer and chunk together are split at each NUL byte. Each
 /// piece is parsed separately: empty pieces are skipped, and pieces that do not parse stay in
@@ -20,6 +30,9 @@ namespace StreamFraming {
 ///
 /// `buffer` starts empty and never contains a NUL byte, so only the chunk is searched for one,
 /// however long a frame is.
-[[nodiscard]] QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &chunk);
+[[nodiscard]] std::optional<QJsonDocument> takeDocument(QByteArray &buffer, Chunk &chunk);
+
+/// All documents of a chunk. They need many times the memory of their bytes.
+[[nodiscard]] QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &bytes);
 
 } // namespace StreamFraming

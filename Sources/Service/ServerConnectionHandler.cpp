@@ -4,7 +4,6 @@
 #include "Service/ServerConnectionHandler.h"
 
 #include "Log/ZorLog.h"
-#include "Protocol/StreamFraming.h"
 #include "Protocol/Urls.h"
 #include "Service/Http/ServerRequest.h"
 
@@ -55,7 +54,7 @@ void ServerConnectionHandler::stop()
 {
     const DeletionDelay::Scope scope(deletionDelay);
     close();
-    waitingMessages.clear();
+    waitingChunks.clear();
     if (streamReply) {
         streamReply->abort();
         if (streamReply)
@@ -87,17 +86,21 @@ void ServerConnectionHandler::canRead()
     if (!std::exchange(connectedEmitted, true))
         emit handlerServerConnected(uuid, address);
     if (streamReply && !closing) {
-        waitingMessages += StreamFraming::takeDocuments(receiveBuffer, streamReply->readAll());
+        waitingChunks.append({streamReply->readAll()});
         handleWaitingMessages();
     }
 }
 
 // A receiver's event loop may call this again: the inner call then continues where the outer one
-// is.
+// is. Each message is handled before the next one is parsed.
 void ServerConnectionHandler::handleWaitingMessages()
 {
-    while (!waitingMessages.isEmpty())
-        handleMessage(waitingMessages.takeFirst());
+    while (!waitingChunks.isEmpty()) {
+        if (const auto document = StreamFraming::takeDocument(receiveBuffer, waitingChunks.first()))
+            handleMessage(*document);
+        else
+            waitingChunks.removeFirst();
+    }
 }
 
 void ServerConnectionHandler::handleMessage(const QJsonDocument &document)

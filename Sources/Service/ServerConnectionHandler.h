@@ -5,6 +5,7 @@
 
 #include "Model/Brenvoka.h"
 #include "Model/VisualRef.h"
+#include "Protocol/StreamFraming.h"
 #include "Service/CommandQueue.h"
 #include "Service/Http/DeletionDelay.h"
 #include "Service/ServerConnectionRecords.h"
@@ -179,6 +180,6 @@ private:
     bool connectedEmitted = false;
 
     CommandQueue commands;
-    QList<QJsonDocument> waitingMessages; ///< received and not yet handled
+    QList<StreamFraming::Chunk> waitingChunks; ///< received and not yet handled
     DeletionDelay deletionDelay;
 };
