@@ -103,7 +103,9 @@ void UIController::uploadFile(QUuid uuid, int folderIndex, int visualIndex)
 
 void UIController::startTask(TaskBase *task)
 {
-    currentTask = task; // required: also while another task runs
+    if (currentTask) // required: a second task may start
+        currentTask->setReplaced();
+    currentTask = task;
     connect(task, &TaskBase::taskFinished, this, &UIController::onTaskFinished,
             Qt::QueuedConnection);
     task->start();

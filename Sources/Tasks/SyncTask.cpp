@@ -78,9 +78,12 @@ void SyncTask::startRenames()
 }
 
 // An unexpected result after the last step of a phase starts the next phase again, so connections
-// are made only once.
+// are made only once. A replaced task starts nothing again: it hears the results of the operations
+// that follow.
 void SyncTask::startRemovals()
 {
+    if (replaced && removeDialog)
+        return;
     if (removals.isEmpty() || ended) {
         startTransfers();
         return;
@@ -98,8 +101,10 @@ void SyncTask::startRemovals()
 
 void SyncTask::startTransfers()
 {
+    if (replaced && transferDialog)
+        return;
     if (transfers.isEmpty() || ended) {
-        emit taskFinished(this);
+        end();
         return;
     }
     deleteDialog(transferDialog);
@@ -232,6 +237,12 @@ void SyncTask::fileTransferFinished(const QUuid & /*serverId*/)
         return;
     transferDialog->finished = true;
     transferDialog->hide();
+    end();
+}
+
+void SyncTask::end()
+{
+    ended = true;
     emit taskFinished(this);
 }
 

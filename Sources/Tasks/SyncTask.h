@@ -84,6 +84,7 @@ private:
     void startRenames();
     void startRemovals();
     void startTransfers();
+    void end();
 
     void recordRenameResult(const QUuid &uuid, int folderSlot, const std::optional<QString> &error);
     void recordRemoveResult(const QUuid &uuid, int folderSlot, int fileSlot,
@@ -109,6 +110,7 @@ private:
     /// For the labels. Renewed when the source's library has changed.
     std::optional<LibraryIndex> sourceIndex;
     bool aborted = false;
-    /// Cancelled or aborted: results that arrive before the deletion start no further phase.
+    /// Results that arrive afterwards start no phase: until the deletion, or for ever in a replaced
+    /// task.
     bool ended = false;
 };

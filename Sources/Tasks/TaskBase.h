@@ -33,6 +33,9 @@ public:
     virtual bool start() = 0;
     /// Stops because a server was lost: drops the errors and emits `taskFinished`.
     virtual void abort() = 0;
+    /// Another task is stored in its place: the controller ignores the end of this one and never
+    /// deletes it. It continues, but results of later operations start nothing again.
+    void setReplaced() { replaced = true; }
     /// Whether the error dialog must be shown.
     [[nodiscard]] virtual bool hasErrors() const = 0;
     /// The headline of the error dialog.
@@ -60,6 +63,7 @@ protected:
     /// Disconnects the dialog from the task and deletes it, if there is one.
     void deleteDialog(QDialog *dialog);
 
+    bool replaced = false;
     ApplicationModel *model;
     BVMainWindow *mainWindow;
     ServerConnectionService *connections;

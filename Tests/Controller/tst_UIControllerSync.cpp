@@ -295,6 +295,27 @@ private slots:
         EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
     }
 
+    void aRemovalDuringAHiddenSynchronisationRepeatsNothing()
+    {
+        SyncClickFixture fixture;
+        QVERIFY(fixture.open({folder(0, u"a"_s, {cachedVisual(2, u"x"_s, 2)}), folder(1, u"b"_s)},
+                             {folder(0, u"a"_s, {cachedVisual(5, u"y"_s, 5)}),
+                              folder(1, u"b"_s, {cachedVisual(7, u"z"_s, 7)})}));
+        fixture.bankA().selectRows({0});
+        {
+            const LeakAllowed first;
+            fixture.clickLeftToRight();
+        }
+        EVENTUALLY_COMPARE(fixture.two.commands(ScriptedServer::Sync).size(), 1);
+        const QPointer<TransferDialog> transfers = fixture.transferDialog();
+        transfers->reject();
+        fixture.bankB().selectRows({1});
+        childOf<QPushButton>(fixture.bankB(), "removeButton").click();
+        EVENTUALLY_COMPARE(fixture.two.libraryRequests(), 2);
+        QCOMPARE(fixture.two.visuals(ScriptedServer::Remove), (Refs{{0, 5}, {1, 7}}));
+        QVERIFY(transfers);
+    }
+
     void deletingTheWindowDeletesItsTask()
     {
         SyncClickFixture fixture;

@@ -86,6 +86,31 @@ private slots:
         QVERIFY(!fixture->dialog<TransferDialog>());
     }
 
+    // A replaced task lives on, and results of other operations reach it.
+    void resultsAfterTheEndStartNoPhaseAgain()
+    {
+        startAllPhases();
+        emit fixture->service.syncOperationFinished(fixture->destinationUuid);
+        QCOMPARE(fixture->finished->size(), 1);
+        verifyUnlistedResultsStartNoPhaseAgain();
+    }
+
+    void resultsForAReplacedTaskStartNoPhaseAgain()
+    {
+        startAllPhases();
+        fixture->task->setReplaced();
+        verifyUnlistedResultsStartNoPhaseAgain();
+        QCOMPARE(fixture->finished->size(), 0);
+    }
+
+    void aReplacedTaskContinues()
+    {
+        fixture->start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
+        fixture->task->setReplaced();
+        endRenamesAndRemovals();
+        QVERIFY(fixture->dialog<TransferDialog>());
+    }
+
     // As for a destination that no longer announces itself: the removal in flight is not reported.
     void queuedRemovalsReportedAsDoneStartNoTransfer()
     {
@@ -191,6 +216,29 @@ private slots:
     }
 
 private:
+    /// Starts a rename, a removal and a transfer, and ends the first two.
+    void startAllPhases()
+    {
+        fixture->start({{3, u"Three"_s}}, {{3, 1}}, {{3, 2}});
+        endRenamesAndRemovals();
+    }
+    void endRenamesAndRemovals()
+    {
+        emit fixture->service.folderRenameFinished(fixture->destinationUuid, 3);
+        emit fixture->service.visualRemoveFinished(fixture->destinationUuid, 3, 1);
+    }
+
+    /// A phase that starts again has a new dialog.
+    void verifyUnlistedResultsStartNoPhaseAgain()
+    {
+        const QPointer<BVProgressDialog> removing = fixture->progressDialog(u"Removing..."_s);
+        const QPointer<TransferDialog> transfers = fixture->dialog<TransferDialog>();
+        emit fixture->service.visualRemoveFinished(fixture->destinationUuid, 9, 9);
+        QVERIFY(transfers);
+        emit fixture->service.folderRenameFinished(fixture->destinationUuid, 9);
+        QVERIFY(removing && transfers);
+    }
+
     /// Starts three removals and a transfer, and waits until the first removal is in flight.
     void startRemovals()
     {
