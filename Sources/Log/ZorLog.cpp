@@ -5,6 +5,7 @@
 
 #include "Log/DebuggerSink.h"
 #include "Log/LogText.h"
+#include "System/StandardStreams.h"
 
 #include <boost/filesystem/operations.hpp>
 #include <spdlog/async_logger.h>
@@ -14,6 +15,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -56,6 +59,20 @@ void write(spdlog::logger *logger, spdlog::level::level_enum level, const char *
 {
     if (logger)
         logger->log(level, "[{0}:{1}] {2}", file, line, logText(text));
+}
+
+/// Instead of spdlog's own report, which would wait for a standard error that nobody reads. On a
+/// full disk every line fails, but one report a second is enough.
+void reportFailure(const std::string &reason)
+{
+    using Clock = std::chrono::steady_clock;
+    static std::atomic<Clock::time_point> next;
+    const Clock::time_point now = Clock::now();
+    if (now < next.load())
+        return;
+    next = now + std::chrono::seconds(1);
+    StandardStreams::writeAtOnce(StandardStreams::error,
+                                 "The log cannot be written: " + reason + '\n');
 }
 
 } // namespace
@@ -113,6 +130,7 @@ void Log::start(const std::vector<std::shared_ptr<spdlog::sinks::sink>> &sinks, 
     });
     logger = std::make_shared<spdlog::async_logger>(std::string(), sinks.begin(), sinks.end(),
                                                     worker, spdlog::async_overflow_policy::block);
+    logger->set_error_handler(reportFailure);
     logger->set_pattern(pattern);
     logger->set_level(spdlog::level::trace);
     // A flush per line is cheap for the worker. spdlog's timer would be another thread.

@@ -131,6 +131,41 @@ private slots:
         QVERIFY(file.open(QIODevice::ReadOnly));
         QVERIFY(file.readAll().endsWith("[Source:4999] text\n"));
     }
+
+    // Hangs if it fails: the worker waits for the pipe, and the caller for the worker.
+    void fullDiskAndFullStandardErrorStopNobody()
+    {
+        const std::unique_ptr<Channel> channel = openPipe();
+        QVERIFY(channel);
+        channel->fill();
+        logToAFullDisk(*channel, 5000);
+        QVERIFY(!channel->readAll().contains("cannot"));
+    }
+
+    void fullDiskIsReportedOnStandardError()
+    {
+        const std::unique_ptr<Channel> channel = openPipe();
+        QVERIFY(channel);
+        QByteArray text;
+        (void)waitFor([&] {
+            logToAFullDisk(*channel, 1000);
+            return !(text += channel->readAll()).isEmpty();
+        });
+        QVERIFY2(text.startsWith("The log cannot be written: "), text);
+        QVERIFY(text.count('\n') < 100); // one in a second, of all logs
+    }
+
+private:
+    static void logToAFullDisk(const Channel &standardError, int lines)
+    {
+        const QTemporaryDir directory;
+        const QString path = directory.filePath(u"Brenvoka.log"_s);
+        QVERIFY(QFile::link(u"/dev/full"_s, path));
+        const StandardError redirected(standardError.writer);
+        Zor::Log log(path.toStdString());
+        for (int line = 0; line < lines; ++line)
+            log.info("Source", 7, "line");
+    }
 };
 
 QTEST_GUILESS_MAIN(tst_DebuggerSink)
