@@ -3,6 +3,8 @@
 
 #include "Service/CommandQueue.h"
 
+#include "Protocol/ResultDocument.h"
+#include "Service/Http/BoundedDownload.h"
 #include "Service/Http/OneShotBody.h"
 #include "Service/Http/ServerRequest.h"
 
@@ -56,6 +58,7 @@ CommandQueue::Sent CommandQueue::sendNext(QNetworkAccessManager &manager)
         return {};
     const Waiting command = waiting.dequeue();
     QNetworkReply *reply = postBody(manager, serverRequest(url), command.body, command.delivery);
+    BoundedDownload::limitBody(reply, ResultDocument::maximumSize);
     onTheWire.append(reply);
     aloneOnTheWire = command.delivery == Delivery::Alone;
     return {command.number, reply};

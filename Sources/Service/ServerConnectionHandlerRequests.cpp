@@ -9,6 +9,7 @@
 #include "Protocol/ResultDocument.h"
 #include "Protocol/UploadForm.h"
 #include "Protocol/Urls.h"
+#include "Service/Http/BoundedDownload.h"
 #include "Service/Http/ServerRequest.h"
 #include "Service/Http/UploadFile.h"
 #include "Service/TakeHead.h"
@@ -141,6 +142,7 @@ void ServerConnectionHandler::requestUpload(int folderSlot, int fileSlot, const 
         UploadForm::create(folderSlot, fileSlot, std::move(file)).release();
     uploadReply = networkManager.post(serverRequest(Protocol::uploadUrl(address)), form);
     form->setParent(uploadReply);
+    BoundedDownload::limitBody(uploadReply, ResultDocument::maximumSize);
     connect(uploadReply, &QNetworkReply::errorOccurred, this,
             &ServerConnectionHandler::uploadError);
     connect(uploadReply, &QNetworkReply::uploadProgress, this,

@@ -261,6 +261,20 @@ private slots:
                      text);
     }
 
+    void answerWithoutEndIsAborted()
+    {
+        fixture->server.on(executePath, [](const WireRequest &request) {
+            request.send("HTTP/1.1 200 OK\r\n\r\n");
+            request.sendWithoutEnd(QByteArray(65536, 'x'));
+        });
+        fixture->handler.requestSync(source, {{3, 17}});
+        fixture->handler.requestRemove({{3, 18}});
+        EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), 0);
+        QCOMPARE(
+            fixture->events.lines,
+            (QStringList{u"progress 3 17 0 0"_s, u"remove error 3 18 \"Operation canceled\""_s}));
+    }
+
     void errorWithoutTextIsInternal()
     {
         LogCapture log;

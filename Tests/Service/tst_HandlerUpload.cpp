@@ -116,6 +116,17 @@ private slots:
         EVENTUALLY_COMPARE(fixture->probe.pendingRequests(), -1);
     }
 
+    void answerWithoutEndIsAborted()
+    {
+        fixture->server.on(uploadPath, [](const WireRequest &request) {
+            request.send("HTTP/1.1 200 OK\r\n\r\n");
+            request.sendWithoutEnd(QByteArray(65536, 'x'));
+        });
+        fixture->handler.requestUpload(3, 17, file(u"a.png"_s, "x"));
+        EVENTUALLY_COMPARE(withoutProgress(),
+                           QStringList{u"upload error \"Operation canceled\""_s});
+    }
+
     // If a kept-alive connection breaks, Qt sends the request again.
     void repeatedUploadIsSentFromItsStart()
     {

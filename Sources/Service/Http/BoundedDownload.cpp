@@ -55,13 +55,8 @@ void dropFromCache(const QNetworkReply &reply)
 
 namespace BoundedDownload {
 
-QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit)
+void limitBody(QNetworkReply *reply, qint64 limit)
 {
-    QNetworkRequest request = serverRequest(url);
-    // Otherwise Qt keeps descriptors and 40 kB for each address for two minutes, also if nothing
-    // answers there: somebody may announce thousands of addresses.
-    request.setAttribute(QNetworkRequest::ConnectionCacheExpiryTimeoutSecondsAttribute, 0);
-    QNetworkReply *reply = manager.get(request);
     // Qt queues data faster than it reports them, so counting alone would not bound the memory.
     reply->setReadBufferSize(limit + bufferMargin);
     const auto check = [reply, limit] { abortAbove(*reply, limit); };
@@ -69,6 +64,16 @@ QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit
     QObject::connect(reply, &QNetworkReply::readyRead, reply, check);
     QObject::connect(reply, &QNetworkReply::errorOccurred, reply,
                      [reply] { abortUnreadable(*reply); });
+}
+
+QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit)
+{
+    QNetworkRequest request = serverRequest(url);
+    // Otherwise Qt keeps descriptors and 40 kB for each address for two minutes, also if nothing
+    // answers there: somebody may announce thousands of addresses.
+    request.setAttribute(QNetworkRequest::ConnectionCacheExpiryTimeoutSecondsAttribute, 0);
+    QNetworkReply *reply = manager.get(request);
+    limitBody(reply, limit);
     // Emitted before `finished`, when nobody has read the body yet.
     QObject::connect(reply, &QNetworkReply::readChannelFinished, reply, [reply] {
         if (failure(*reply))

@@ -15,13 +15,16 @@ class QUrl;
 /// Downloads of limited size.
 namespace BoundedDownload {
 
-/// Sends a GET and aborts the reply if its head states more than `limit` bytes, or as soon as its
-/// uncompressed body has more. The abort is logged and emits `finished` with
-/// OperationCanceledError. Only a complete body is kept in the manager's disk cache. The connection
-/// is closed when no other download uses it.
+/// Aborts the reply if its head states more than `limit` bytes, or as soon as its uncompressed body
+/// has more. The abort is logged and emits `finished` with OperationCanceledError. Until the body
+/// is read, at most `limit` bytes and one megabyte of it, as sent, are in memory, even while the
+/// event loop is busy. Call before the event loop runs.
+void limitBody(QNetworkReply *reply, qint64 limit);
+
+/// Sends a GET and limits the body of its reply. Only a complete body is kept in the manager's disk
+/// cache. The connection is closed when no other download uses it.
 ///
-/// Read the body when the reply has finished and `failure` is empty. Until then at most `limit`
-/// bytes and one megabyte of it, as sent, are in memory, even while the event loop is busy.
+/// Read the body when the reply has finished and `failure` is empty.
 QNetworkReply *get(QNetworkAccessManager &manager, const QUrl &url, qint64 limit);
 
 /// Why a finished download has failed, empty if it has not. Call before the body is read. Unlike
