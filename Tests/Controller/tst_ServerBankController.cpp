@@ -34,11 +34,9 @@ QColor topLeft(const BVServerBank &bank, int row)
 
 /// Bank A shows a server, whose folder 3 has two visuals. It sends a thumbnail only when the test
 /// answers the request.
-class BankFixture final : public WindowFixture
+class BankFixture final : public OneServerFixture
 {
 public:
-    BankFixture() { connectServer(server); }
-
     /// Opens folder 3 and waits for the requests of both thumbnails.
     [[nodiscard]] bool openFolder()
     {
@@ -56,7 +54,6 @@ public:
     }
 
     WireServer peer{loopback(1)};
-    const Server server = sampleServer(u"Stage left"_s, loopback(1));
     QSignalSpy opened{&controllerOf(bankA()), &ServerBankController::sendFolderChanged};
     QSignalSpy back{&controllerOf(bankA()), &ServerBankController::sendFolderBack};
 };

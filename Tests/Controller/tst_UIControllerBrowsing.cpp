@@ -41,8 +41,7 @@ private slots:
 
     void oneServerShowsTheSignAndNoDifference()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
+        OneServerFixture fixture;
         QVERIFY(fixture.bankA().sameMarks.all());
         QVERIFY(!fixture.find<QLabel>("unsyncServers").isHidden());
         fixture.controller().folderChanged(3);
@@ -95,8 +94,7 @@ private slots:
 
     void aSingleServerHasNoRedHeader()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
+        OneServerFixture fixture;
         fixture.controller().folderChanged(9);
         QCOMPARE(headerOf(fixture.bankA()), u"Library > 009_Folder"_s);
     }
@@ -151,8 +149,7 @@ private slots:
 
     void rowsPastTheEndAreNotMirrored()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
+        OneServerFixture fixture;
         QCOMPARE(listOf(fixture.bankB()).count(), 0);
         fixture.bankA().selectRows({3, 4});
         fixture.controller().serverItemsSelectionChanged(ServerDeckA);
@@ -196,8 +193,7 @@ private slots:
     /// Bank B has no server, and so no position to restore.
     void goingBackRestoresThePositionOfBankA()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"One"_s, loopback(51)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         QScrollBar *const bar = scrollBarOf(fixture.bankA());
         QVERIFY(bar);

@@ -90,17 +90,15 @@ private slots:
 
     void reportsThatArriveTogetherAreDrawnOnce()
     {
-        WindowFixture fixture;
-        const Server server = sampleServer(u"One"_s, loopback(1));
-        fixture.connectServer(server);
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         auto &cpu = childOf<QLabel>(fixture.bankA(), "cpuValueLabel");
         QCoreApplication::processEvents();
         const EventCount changes(cpu);
         for (int rate = 1; rate <= 1000; ++rate)
-            fixture.controller().serverUpdateFpsStats(server.uuid, float(rate % 100), 60, 60,
-                                                      false);
-        fixture.controller().serverUpdateFpsStats(server.uuid, 59.94F, 60, 60, false);
+            fixture.controller().serverUpdateFpsStats(fixture.server.uuid, float(rate % 100), 60,
+                                                      60, false);
+        fixture.controller().serverUpdateFpsStats(fixture.server.uuid, 59.94F, 60, 60, false);
         EVENTUALLY(changes.of(QEvent::Paint) > 0);
         QCoreApplication::processEvents();
         QCOMPARE(changes.of(QEvent::Paint), 1);

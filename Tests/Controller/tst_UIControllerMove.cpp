@@ -266,8 +266,7 @@ private slots:
 
     void windowIsDeletedWhileTheWarningIsOpen()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"One"_s, loopback(9)));
+        OneServerFixture fixture;
         ModalDriver modals;
         modals.answer([&](QDialog &) { fixture.window.reset(); });
         fixture.controller().handleMoveVisual(3, 1, ServerDeckA);

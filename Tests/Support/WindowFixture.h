@@ -6,6 +6,7 @@
 #include "Controller/UIController.h"
 #include "Model/ApplicationModel.h"
 #include "Support/Libraries.h"
+#include "Support/Loopback.h"
 #include "Support/PictureMemory.h"
 #include "Support/Sandbox.h"
 #include "Support/Wait.h"
@@ -87,6 +88,15 @@ public:
     Sandbox sandbox;
     ApplicationModel model;
     std::unique_ptr<BVMainWindow> window = std::make_unique<BVMainWindow>(&model);
+};
+
+/// The same with one connected server, in bank A.
+class OneServerFixture : public WindowFixture
+{
+public:
+    OneServerFixture() { connectServer(server); }
+
+    const Server server = sampleServer(QStringLiteral("Stage left"), loopback(1));
 };
 
 /// A child of a bank, by object name.

@@ -30,8 +30,7 @@ private slots:
 
     void looksDark()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         const QImage image = fixture.window->grab().toImage();
         const QWidget *central = fixture.window->centralWidget();
@@ -54,8 +53,7 @@ private slots:
     void disabledButtonsLookDisabled()
     {
         QFETCH(const QByteArray, name);
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         auto &button = fixture.find<QPushButton>(name.constData());
         button.setEnabled(true);
@@ -145,8 +143,7 @@ private slots:
     void textsAreReadable()
     {
         QFETCH(const QByteArray, widget);
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(6)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         auto &shown = fixture.find<QWidget>(widget.constData());
         if (auto *menu = qobject_cast<QMenu *>(&shown)) {

@@ -105,8 +105,7 @@ private slots:
 
     void backRowIsSharp()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
+        OneServerFixture fixture;
         fixture.controller().folderChanged(3);
         const QPixmap shown = listOf(fixture.bankA())
                                   .item(0)
@@ -117,8 +116,7 @@ private slots:
 
     void comboBoxArrowsAreSharp()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(3)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         const QImage box = pixelsOf(childOf<QComboBox>(fixture.bankA(), "serverComboBox").grab());
 

@@ -104,8 +104,7 @@ private slots:
 
     void emptyServerListDisablesThePanel()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        OneServerFixture fixture;
         BVServerBank &bank = fixture.bankA();
         QVERIFY(bank.isEnabled());
         QVERIFY(!bank.currentServerUuid().isNull());
@@ -246,8 +245,7 @@ private slots:
     void uploadButtonFollowsTheSelection()
     {
         QFETCH(const QList<int>, rows);
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         fixture.controller().folderChanged(3);
         for (const int row : rows)
@@ -258,8 +256,7 @@ private slots:
 
     void uploadButtonStaysDisabledAtTheFoldersLevel()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         clickRow(fixture.bankA(), 3);
         QCOMPARE(fixture.bankA().selectedRows(), QList<int>{3});
@@ -268,8 +265,7 @@ private slots:
 
     void removeButtonNeedsAServerOnly()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
+        OneServerFixture fixture;
         const auto &button = childOf<QPushButton>(fixture.bankA(), "removeButton");
         QCOMPARE(fixture.bankA().selectedRowCount(), 0);
         QVERIFY(button.isEnabled());
@@ -299,12 +295,10 @@ private slots:
 
     void uploadWithTwoRowsSelectedIsLoggedOnly()
     {
-        WindowFixture fixture;
-        const Server server = sampleServer(u"Stage left"_s, loopback(12));
-        fixture.connectServer(server);
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         fixture.controller().folderChanged(3);
-        fixture.bankA().serverContentChanged(server.uuid);
+        fixture.bankA().serverContentChanged(fixture.server.uuid);
         fixture.bankA().selectRows({4, 6});
         const QSignalSpy uploads(&fixture.bankA(), &BVServerBank::uploadFile);
         LogCapture log;

@@ -24,8 +24,7 @@ private slots:
     void dragAsksForAMoveAndMovesNoRow()
     {
         QFETCH(const bool, listView);
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        OneServerFixture fixture;
         fixture.bankA().setListMode(listView);
         QVERIFY(fixture.show());
         fixture.controller().folderChanged(3);
@@ -45,8 +44,7 @@ private slots:
     void nothingCanBeDraggedAtTheFoldersLevel()
     {
         QFETCH(const bool, listView);
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         fixture.controller().folderChanged(3);
         fixture.controller().backToFolders();

@@ -24,8 +24,7 @@ private slots:
 
     void rowWithAnUnreadablePictureStays()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(8)));
+        OneServerFixture fixture;
         fixture.controller().folderChanged(3);
         QPixmapCache::clear();
         fixture.bankA().folderChanged(3, QList<QPixmap>(256));
@@ -35,8 +34,7 @@ private slots:
 
     void marksShowWhatDiffers()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(9)));
+        OneServerFixture fixture;
         BVServerBank &bank = fixture.bankA();
         const QImage same = marked(icon(u"folder.png"_s), u"yes.png"_s);
         const QImage different = marked(icon(u"folder.png"_s), u"no.png"_s);
@@ -60,8 +58,7 @@ private slots:
     void markFillsTheLowerRightQuarter()
     {
         QFETCH(const QSize, size);
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(10)));
+        OneServerFixture fixture;
         BVServerBank &bank = fixture.bankA();
         fixture.controller().folderChanged(3);
         QPixmapCache::clear();
@@ -86,8 +83,7 @@ private slots:
 
     void headerRowsHaveNoMark()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(11)));
+        OneServerFixture fixture;
         fixture.controller().folderChanged(3);
         QCOMPARE(picture(fixture.bankA(), 0), QPixmap::fromImage(icon(u"back.png"_s)).toImage());
         QCOMPARE(picture(fixture.bankA(), 1),
@@ -97,8 +93,7 @@ private slots:
 
     void aVisualKeepsTheFirstPictureOfItsSlot()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(12)));
+        OneServerFixture fixture;
         BVServerBank &bank = fixture.bankA();
         fixture.controller().folderChanged(3);
         QPixmapCache::clear();

@@ -217,8 +217,7 @@ private slots:
 
     void aNameThatFitsIsNotTheToolTip()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(37)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
         QCOMPARE(box.currentText(), u"Stage left"_s);
@@ -233,8 +232,7 @@ private slots:
     /// The letters of some scripts come from fonts that are taller than that of the header.
     void aTallHeaderDoesNotMoveTheList()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(38)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         const QRect place = listOf(fixture.bankA()).geometry();
         auto &header = childOf<QLabel>(fixture.bankA(), "mediaListFolder");

@@ -46,8 +46,7 @@ private slots:
 
     void slotsLevelHasARowForEachSlot()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(2)));
+        OneServerFixture fixture;
         fixture.controller().folderChanged(3);
 
         const QStringList rows = texts(fixture.bankA());
@@ -93,8 +92,7 @@ private slots:
 
     void rowsCarryNoData()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(5)));
+        OneServerFixture fixture;
         fixture.controller().folderChanged(3);
         for (int row = 0; row < 257; ++row)
             QVERIFY(!listOf(fixture.bankA()).item(row)->data(Qt::UserRole).isValid());
@@ -102,10 +100,8 @@ private slots:
 
     void withoutServerTheListStays()
     {
-        WindowFixture fixture;
-        const Server server = sampleServer(u"Stage left"_s, loopback(5));
-        fixture.connectServer(server);
-        fixture.bankA().setServers({server.uuid});
+        OneServerFixture fixture;
+        fixture.bankA().setServers({fixture.server.uuid});
         QVERIFY(fixture.bankA().currentServerUuid().isNull());
         const QListWidgetItem *const row = listOf(fixture.bankA()).item(255);
         QVERIFY(row);
@@ -149,8 +145,7 @@ private slots:
 
     void indexOutOfRangeGivesAnEmptyFolder()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(7)));
+        OneServerFixture fixture;
         fixture.controller().folderChanged(3);
         for (const int index : {-1, 4, 100000}) {
             fixture.bankA().folderChanged(index, {});
@@ -196,11 +191,9 @@ private slots:
 
     void headerStaysRedUntilTheFolderIsLeft()
     {
-        WindowFixture fixture;
-        const Server server = sampleServer(u"Stage left"_s, loopback(13));
-        fixture.connectServer(server);
+        OneServerFixture fixture;
         fixture.bankA().showFolder(3, true);
-        fixture.bankA().serverContentChanged(server.uuid);
+        fixture.bankA().serverContentChanged(fixture.server.uuid);
         QVERIFY(header(fixture.bankA()).contains(u"color=#FF0000"));
         fixture.bankA().showFolders();
         fixture.bankA().showFolder(3, false);
@@ -229,8 +222,7 @@ private slots:
 
     void contentOfAnotherServerChangesNothing()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(15)));
+        OneServerFixture fixture;
         fixture.bankA().showFolder(3, false);
         const QListWidgetItem *row = listOf(fixture.bankA()).item(0);
         fixture.bankA().serverContentChanged(QUuid::createUuid());
@@ -263,8 +255,7 @@ private slots:
 
     void bankWithoutServerReturnsToTheFolders()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(17)));
+        OneServerFixture fixture;
         fixture.controller().folderChanged(3);
         QCOMPARE(fixture.bankB().currentFolder, 3);
         fixture.bankB().serverContentChanged({});
@@ -292,8 +283,7 @@ private slots:
     {
         QFETCH(const bool, listView);
         QFETCH(const int, index);
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(18)));
+        OneServerFixture fixture;
         fixture.bankA().setIconSizeIndex(index);
         fixture.bankA().setListMode(listView);
         const QListWidgetItem *row = listOf(fixture.bankA()).item(0);
@@ -309,8 +299,7 @@ private slots:
 
     void everyRowHasTheSameLook()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(19)));
+        OneServerFixture fixture;
         BVServerBank &bank = fixture.bankA();
         bank.setListMode(false);
         const auto check = [&](int count) {
@@ -330,8 +319,7 @@ private slots:
 
     void onlySlotsCanBeDraggedAndDropped()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(20)));
+        OneServerFixture fixture;
         BVServerBank &bank = fixture.bankA();
         QVERIFY(!listOf(bank).dragEnabled());
         QVERIFY(!listOf(bank).viewport()->acceptDrops());

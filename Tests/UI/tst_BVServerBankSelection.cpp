@@ -22,8 +22,7 @@ private slots:
 
     void selectedFolderMeansAllItsSlots()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(14)));
+        OneServerFixture fixture;
         BVServerBank &bank = fixture.bankA();
         QCOMPARE(bank.selectedVisuals(false), QList<VisualRef>{});
 
@@ -41,8 +40,7 @@ private slots:
 
     void selectedSlots()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(15)));
+        OneServerFixture fixture;
         BVServerBank &bank = fixture.bankA();
         fixture.controller().folderChanged(3);
         bank.selectRows({0, 1, 2, 4, 6, 256});
@@ -84,8 +82,7 @@ private slots:
 
     void allVisualsOfTheFoldersLevel()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(18)));
+        OneServerFixture fixture;
         const QList<VisualRef> visuals = fixture.bankA().allVisuals();
         QCOMPARE(visuals.size(), 65280);
         QCOMPARE(visuals.first(), VisualRef(0, 1));
@@ -95,8 +92,7 @@ private slots:
 
     void allVisualsOfTheSlotsLevel()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(19)));
+        OneServerFixture fixture;
         fixture.controller().folderChanged(2);
         LogCapture log;
         const QList<VisualRef> visuals = fixture.bankA().allVisuals();
@@ -111,8 +107,7 @@ private slots:
 
     void selectRowsReportsNothing()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(20)));
+        OneServerFixture fixture;
         BVServerBank &bank = fixture.bankA();
         const QSignalSpy changes(&listOf(bank), &QListWidget::itemSelectionChanged);
         bank.selectRows({1, 2});
@@ -126,8 +121,7 @@ private slots:
 
     void scrollPositionIsThatOfTheSlider()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(21)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         fixture.bankA().setScrollPosition(40);
         QCOMPARE(fixture.bankA().scrollPosition(), 40);

@@ -51,11 +51,9 @@ private slots:
 
     void aRefillShowsANewName()
     {
-        WindowFixture fixture;
-        const Server server = sampleServer(u"One"_s, loopback(1));
-        fixture.connectServer(server);
-        fixture.model.setServerName(server.uuid, u"Uno"_s);
-        fixture.bankA().setServers({server.uuid});
+        OneServerFixture fixture;
+        fixture.model.setServerName(fixture.server.uuid, u"Uno"_s);
+        fixture.bankA().setServers({fixture.server.uuid});
         QCOMPARE(childOf<QComboBox>(fixture.bankA(), "serverComboBox").itemText(0), u"Uno"_s);
     }
 
@@ -86,8 +84,7 @@ private slots:
 
     void theSameReportSetsNothingAgain()
     {
-        WindowFixture fixture;
-        fixture.connectServer(sampleServer(u"One"_s, loopback(1)));
+        OneServerFixture fixture;
         QVERIFY(fixture.show());
         for (const bool connected : {true, false}) {
             fixture.bankA().setConnectionStatus(connected, 59.94F, 1234567);
