@@ -16,11 +16,6 @@ inline QList<int> differences(const Marks &marks)
     return numbers;
 }
 
-inline QString headerOf(const BVServerBank &bank)
-{
-    return childOf<QLabel>(bank, "mediaListFolder").text();
-}
-
 /// Two connected servers, with equal libraries or with these; nothing is on the network.
 class BrowsingFixture : public WindowFixture
 {

@@ -103,16 +103,10 @@ private slots:
         SlowFixture fixture;
         QVERIFY(fixture.open());
         event(fixture);
-        const auto rows = [&] {
-            QStringList texts;
-            for (int row = 0; row < listOf(fixture.bankA()).count(); ++row)
-                texts.append(listOf(fixture.bankA()).item(row)->text());
-            return texts;
-        };
-        const QStringList before = rows();
+        const QStringList before = textsOf(listOf(fixture.bankA()));
         const bool wasEnabled = fixture.bankA().isEnabled();
         QVERIFY(fixture.finishLoad());
-        QCOMPARE(rows(), before);
+        QCOMPARE(textsOf(listOf(fixture.bankA())), before);
         QCOMPARE(fixture.bankA().isEnabled(), wasEnabled);
     }
 

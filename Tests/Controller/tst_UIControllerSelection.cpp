@@ -16,13 +16,6 @@ namespace {
 constexpr int foldersLevel = -1;
 using Rows = QList<int>;
 
-Rows selected(const BVServerBank &bank)
-{
-    Rows rows = bank.selectedRows();
-    std::ranges::sort(rows);
-    return rows;
-}
-
 /// Servers One and Two in the banks, and Three in neither. Their libraries are in the model; the
 /// servers at their addresses never answer.
 class SelectionFixture final : public WindowFixture
@@ -44,7 +37,7 @@ public:
             controller().folderChanged(level);
         for (const int row : rows)
             clickRow(bankA(), row, row == rows.first() ? Qt::NoModifier : Qt::ControlModifier);
-        return selected(bankA()) == rows && selected(bankB()) == rows;
+        return selectedRowsOf(bankA()) == rows && selectedRowsOf(bankB()) == rows;
     }
     /// Lets bank B load folder 3 slowly: its only thumbnail is requested and not answered.
     [[nodiscard]] bool redrawSlowly()
@@ -118,7 +111,7 @@ private slots:
         const QSignalSpy changesB(&listOf(fixture.bankB()), &QListWidget::itemSelectionChanged);
         event(fixture);
         for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()}) {
-            QCOMPARE(selected(*bank), (Rows{4, 6, 200}));
+            QCOMPARE(selectedRowsOf(*bank), (Rows{4, 6, 200}));
             QVERIFY(childOf<QPushButton>(*bank, "addButton").isEnabled());
         }
         QCOMPARE(changesA.count() + changesB.count(), 0);
@@ -169,8 +162,8 @@ private slots:
         if (row != -1)
             clickRow(fixture.bankA(), row, modifier);
         QVERIFY(fixture.finishRedraw());
-        QCOMPARE(selected(fixture.bankA()), rows);
-        QCOMPARE(selected(fixture.bankB()), rows);
+        QCOMPARE(selectedRowsOf(fixture.bankA()), rows);
+        QCOMPARE(selectedRowsOf(fixture.bankB()), rows);
     }
 
     void aLoadingBankTransfersTheOtherBanksSelection()
@@ -194,8 +187,8 @@ private slots:
         EVENTUALLY(!fixture.transferDialog());
         QCOMPARE(fixture.one.visuals(ScriptedServer::Sync), (QList<VisualRef>{{0, 255}}));
 
-        EVENTUALLY_COMPARE(selected(fixture.bankB()), Rows{256});
-        QCOMPARE(selected(fixture.bankA()), Rows{256});
+        EVENTUALLY_COMPARE(selectedRowsOf(fixture.bankB()), Rows{256});
+        QCOMPARE(selectedRowsOf(fixture.bankA()), Rows{256});
     }
 
     void aLostServerKeepsTheOtherBanksSelection_data()
@@ -223,13 +216,13 @@ private slots:
         const BVServerBank &other = isBankA ? fixture.bankB() : fixture.bankA();
         fixture.controller().removeServer(lost.uuid);
         QCOMPARE(listOf(loser).count(), 0);
-        QCOMPARE(selected(other), (Rows{4, 6}));
+        QCOMPARE(selectedRowsOf(other), (Rows{4, 6}));
 
         fixture.connectServer(lost);
         const Rows rows = isSame ? Rows{4, 6} : Rows{};
         ControllerFixture::choose(loser, isSame ? lost.name : u"Three"_s);
-        QCOMPARE(selected(loser), rows);
-        QCOMPARE(selected(other), rows);
+        QCOMPARE(selectedRowsOf(loser), rows);
+        QCOMPARE(selectedRowsOf(other), rows);
     }
 
     void aServerBackAtAnotherLevelGetsTheSelection()
@@ -241,8 +234,8 @@ private slots:
         clickRow(fixture.bankA(), 5);
         fixture.connectServer(fixture.two);
         ControllerFixture::choose(fixture.bankB(), u"Two"_s);
-        QCOMPARE(selected(fixture.bankA()), Rows{5});
-        QCOMPARE(selected(fixture.bankB()), Rows{5});
+        QCOMPARE(selectedRowsOf(fixture.bankA()), Rows{5});
+        QCOMPARE(selectedRowsOf(fixture.bankB()), Rows{5});
     }
 
     void aFirstServerGetsTheSelection()
@@ -252,8 +245,8 @@ private slots:
         QVERIFY(fixture.show());
         clickRow(fixture.bankA(), 3);
         fixture.connectServer(sampleServer(u"Two"_s, loopback(2)));
-        QCOMPARE(selected(fixture.bankA()), Rows{3});
-        QCOMPARE(selected(fixture.bankB()), Rows{3});
+        QCOMPARE(selectedRowsOf(fixture.bankA()), Rows{3});
+        QCOMPARE(selectedRowsOf(fixture.bankB()), Rows{3});
     }
 
     void serversChosenAgainAfterARenameKeepTheSelection()
@@ -263,8 +256,8 @@ private slots:
         fixture.controller().serverNameChanged(fixture.two.uuid, u"Due"_s);
         ControllerFixture::choose(fixture.bankA(), u"One"_s);
         ControllerFixture::choose(fixture.bankB(), u"Due"_s);
-        QCOMPARE(selected(fixture.bankA()), Rows{4});
-        QCOMPARE(selected(fixture.bankB()), Rows{4});
+        QCOMPARE(selectedRowsOf(fixture.bankA()), Rows{4});
+        QCOMPARE(selectedRowsOf(fixture.bankB()), Rows{4});
     }
 
     void anotherServerClearsBothSelections_data()
@@ -283,8 +276,8 @@ private slots:
         SelectionFixture fixture;
         QVERIFY(fixture.select(level, {4}));
         ControllerFixture::choose(isBankA ? fixture.bankA() : fixture.bankB(), u"Three"_s);
-        QCOMPARE(selected(fixture.bankA()), Rows{});
-        QCOMPARE(selected(fixture.bankB()), Rows{});
+        QCOMPARE(selectedRowsOf(fixture.bankA()), Rows{});
+        QCOMPARE(selectedRowsOf(fixture.bankB()), Rows{});
     }
 
     void anotherLevelClearsBothSelections_data()
@@ -306,8 +299,8 @@ private slots:
             fixture.controller().backToFolders();
         else
             fixture.controller().folderChanged(next);
-        QCOMPARE(selected(fixture.bankA()), Rows{});
-        QCOMPARE(selected(fixture.bankB()), Rows{});
+        QCOMPARE(selectedRowsOf(fixture.bankA()), Rows{});
+        QCOMPARE(selectedRowsOf(fixture.bankB()), Rows{});
     }
 };
 

@@ -14,9 +14,11 @@
 #include "UI/BVServerBank.h"
 #include "Widgets/MediaListWidget.h"
 
+#include <QLabel>
 #include <QPixmapCache>
 #include <QTest>
 
+#include <algorithm>
 #include <memory>
 
 /// The warning level at which everything is asked, as in a new installation.
@@ -109,6 +111,34 @@ template <typename Widget>
 [[nodiscard]] inline MediaListWidget &listOf(const BVServerBank &bank)
 {
     return childOf<MediaListWidget>(bank, "mediaListWidget");
+}
+
+[[nodiscard]] inline QString headerOf(const BVServerBank &bank)
+{
+    return childOf<QLabel>(bank, "mediaListFolder").text();
+}
+
+[[nodiscard]] inline QStringList textsOf(const QListWidget &list)
+{
+    QStringList texts;
+    for (int row = 0; row < list.count(); ++row)
+        texts.append(list.item(row)->text());
+    return texts;
+}
+
+/// The selected rows in ascending order.
+[[nodiscard]] inline QList<int> selectedRowsOf(const BVServerBank &bank)
+{
+    QList<int> rows = bank.selectedRows();
+    std::ranges::sort(rows);
+    return rows;
+}
+
+/// A widget as its window draws it.
+[[nodiscard]] inline QImage grabOf(const QWidget &widget)
+{
+    QWidget *const window = widget.window();
+    return window->grab(QRect(widget.mapTo(window, QPoint()), widget.size())).toImage();
 }
 
 /// Clicks a row with the mouse, scrolling to it first.

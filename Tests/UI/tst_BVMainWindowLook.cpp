@@ -57,9 +57,9 @@ private slots:
         QVERIFY(fixture.show());
         auto &button = fixture.find<QPushButton>(name.constData());
         button.setEnabled(true);
-        const double enabled = contrast(grab(fixture, button));
+        const double enabled = contrast(grabOf(button));
         button.setEnabled(false);
-        QVERIFY(contrast(grab(fixture, button)) < enabled / 1.5);
+        QVERIFY(contrast(grabOf(button)) < enabled / 1.5);
     }
 
     void toolTipsAreReadable()
@@ -150,15 +150,8 @@ private slots:
             menu->popup(QPoint(100, 100));
             QVERIFY(contrast(menu->grab().toImage()) >= 4.5);
         } else {
-            QVERIFY(contrast(grab(fixture, shown)) >= 4.5);
+            QVERIFY(contrast(grabOf(shown)) >= 4.5);
         }
-    }
-
-private:
-    static QImage grab(const WindowFixture &fixture, const QWidget &widget)
-    {
-        const QPoint corner = widget.mapTo(fixture.window.get(), QPoint());
-        return fixture.window->grab(QRect(corner, widget.size())).toImage();
     }
 };
 

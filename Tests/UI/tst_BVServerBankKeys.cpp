@@ -17,14 +17,10 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 /// Two servers in the window, with the focus in the list of bank A.
-class KeyFixture final : public WindowFixture
+class KeyFixture final : public OneServerFixture
 {
 public:
-    KeyFixture()
-    {
-        connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-        connectServer(sampleServer(u"Stage right"_s, loopback(2)));
-    }
+    KeyFixture() { connectServer(sampleServer(u"Stage right"_s, loopback(2))); }
     [[nodiscard]] bool open() { return show() && list.hasFocus(); }
     void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
     {
@@ -32,12 +28,6 @@ public:
     }
     /// Makes a row the current one without selecting it.
     void stepTo(int row) { list.setCurrentRow(row, QItemSelectionModel::NoUpdate); }
-    [[nodiscard]] QList<int> selected(const BVServerBank &bank) const
-    {
-        QList<int> rows = bank.selectedRows();
-        std::sort(rows.begin(), rows.end());
-        return rows;
-    }
 
     MediaListWidget &list = listOf(bankA());
     MediaListWidget &otherList = listOf(bankB());
@@ -200,7 +190,7 @@ private slots:
         fixture.list.keyboardSearch({}); // starts a new search, as a pause does
         QTest::keyClicks(&fixture.list, u"005"_s);
         QCOMPARE(fixture.list.currentItem()->text(), u"005: Harbour"_s);
-        QCOMPARE(fixture.selected(fixture.bankB()), QList<int>{6});
+        QCOMPARE(selectedRowsOf(fixture.bankB()), QList<int>{6});
     }
 
     void listKeysWorkInBothViews_data()
@@ -225,7 +215,7 @@ private slots:
             fixture.press(key);
             const int row = fixture.list.currentRow();
             for (const BVServerBank *const bank : {&fixture.bankA(), &fixture.bankB()})
-                QCOMPARE(fixture.selected(*bank), QList<int>{row});
+                QCOMPARE(selectedRowsOf(*bank), QList<int>{row});
             QVERIFY(fixture.list.viewport()->rect().contains(
                 fixture.list.visualItemRect(fixture.list.currentItem()).center()));
             QCOMPARE(fixture.otherList.verticalScrollBar()->value(),
@@ -268,12 +258,12 @@ private slots:
         fixture.press(Qt::Key_Down);
         fixture.press(Qt::Key_Down, Qt::ShiftModifier);
         fixture.press(Qt::Key_Down, Qt::ShiftModifier);
-        QCOMPARE(fixture.selected(fixture.bankB()), (QList<int>{1, 2, 3}));
+        QCOMPARE(selectedRowsOf(fixture.bankB()), (QList<int>{1, 2, 3}));
         fixture.press(Qt::Key_Down, Qt::ControlModifier);
         fixture.press(Qt::Key_Down, Qt::ControlModifier);
-        QCOMPARE(fixture.selected(fixture.bankB()), (QList<int>{1, 2, 3}));
+        QCOMPARE(selectedRowsOf(fixture.bankB()), (QList<int>{1, 2, 3}));
         fixture.press(Qt::Key_Space, Qt::ControlModifier);
-        QCOMPARE(fixture.selected(fixture.bankB()), (QList<int>{1, 2, 3, 5}));
+        QCOMPARE(selectedRowsOf(fixture.bankB()), (QList<int>{1, 2, 3, 5}));
     }
 
     void backMakesTheLeftFolderTheCurrentRow()

@@ -74,6 +74,22 @@ bool endsWithEllipsis(const QImage &line)
     return right > line.width() - 20;
 }
 
+/// Rests the mouse at a point of a widget.
+void askForTip(QWidget &widget, const QPoint &place)
+{
+    QToolTip::hideText();
+    QHelpEvent event(QEvent::ToolTip, place, widget.mapToGlobal(place));
+    QCoreApplication::sendEvent(&widget, &event);
+}
+
+/// The text of the tool tip, without its markup and the places where long words are divided.
+QString tipText()
+{
+    QTextDocument tip;
+    tip.setHtml(QToolTip::text());
+    return tip.toPlainText().remove(QChar(0x200b));
+}
+
 QString numbered(const QString &title)
 {
     return u"007: "_s + title;
@@ -179,13 +195,8 @@ private slots:
         fixture.bankA().setListMode(false);
         MediaListWidget &list = listOf(fixture.bankA());
         const auto tipOf = [&](int number) {
-            QToolTip::hideText();
-            const QPoint place = list.visualItemRect(list.item(number)).center();
-            QHelpEvent event(QEvent::ToolTip, place, list.viewport()->mapToGlobal(place));
-            QCoreApplication::sendEvent(list.viewport(), &event);
-            QTextDocument tip;
-            tip.setHtml(QToolTip::text());
-            return tip.toPlainText().remove(QChar(0x200b));
+            askForTip(*list.viewport(), list.visualItemRect(list.item(number)).center());
+            return tipText();
         };
         QCOMPARE(tipOf(row), name);
         QVERIFY(!tipOf(0).contains(u"Back"));
@@ -201,14 +212,9 @@ private slots:
         QVERIFY(fixture.show());
         fixture.controller().folderChanged(1);
         const auto tipOf = [&](const char *name) {
-            QToolTip::hideText();
             auto &widget = childOf<QWidget>(fixture.bankA(), name);
-            const QPoint place = widget.rect().center();
-            QHelpEvent event(QEvent::ToolTip, place, widget.mapToGlobal(place));
-            QCoreApplication::sendEvent(&widget, &event);
-            QTextDocument tip;
-            tip.setHtml(QToolTip::text());
-            return tip.toPlainText().remove(QChar(0x200b));
+            askForTip(widget, widget.rect().center());
+            return tipText();
         };
         QCOMPARE(tipOf("serverComboBox"), server.name);
         QVERIFY(tipOf("mediaListFolder").startsWith(u"Library > <b>folder</b> <b>folder</b>"));
@@ -221,10 +227,7 @@ private slots:
         QVERIFY(fixture.show());
         auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
         QCOMPARE(box.currentText(), u"Stage left"_s);
-        QToolTip::hideText();
-        const QPoint place = box.rect().center();
-        QHelpEvent event(QEvent::ToolTip, place, box.mapToGlobal(place));
-        QCoreApplication::sendEvent(&box, &event);
+        askForTip(box, box.rect().center());
         QCOMPARE(QToolTip::text(), u"Choose the server of bank A"_s);
         QToolTip::hideText();
     }
@@ -251,16 +254,11 @@ private slots:
         server.folders[1].name = u"W"_s.repeated(5000);
         fixture.connectServer(server);
         QVERIFY(fixture.show());
-        const auto picture = [&](const char *name) {
-            auto &widget = childOf<QWidget>(fixture.bankA(), name);
-            const QPoint corner = widget.mapTo(fixture.window.get(), QPoint());
-            return fixture.window->grab(QRect(corner, widget.size())).toImage();
-        };
-        const QImage box = picture("serverComboBox");
+        const QImage box = grabOf(childOf<QWidget>(fixture.bankA(), "serverComboBox"));
         QVERIFY(endsWithEllipsis(box.copy(3, 3, box.width() - 22, box.height() - 6)));
         for (const bool red : {false, true}) {
             fixture.bankA().showFolder(1, red);
-            QVERIFY(endsWithEllipsis(picture("mediaListFolder")));
+            QVERIFY(endsWithEllipsis(grabOf(childOf<QWidget>(fixture.bankA(), "mediaListFolder"))));
         }
     }
 

@@ -32,14 +32,14 @@ private slots:
         server.folders.append(folder(256, u"One too many"_s));
         fixture.connectServer(server);
 
-        const QStringList rows = texts(fixture.bankA());
+        const QStringList rows = textsOf(listOf(fixture.bankA()));
         QCOMPARE(rows.size(), 256);
         QCOMPARE(rows.first(), u"Intro"_s);
         QCOMPARE(rows.at(3), u"Stage"_s);
         QCOMPARE(rows.at(4), u"004_Folder"_s);
         QCOMPARE(rows.at(254), u"254_Folder"_s);
         QCOMPARE(rows.last(), u"Last"_s);
-        QCOMPARE(header(fixture.bankA()), u"Library"_s);
+        QCOMPARE(headerOf(fixture.bankA()), u"Library"_s);
         for (int row = 0; row < 256; ++row)
             QCOMPARE(listOf(fixture.bankA()).item(row)->type(), row + 1);
     }
@@ -49,7 +49,7 @@ private slots:
         OneServerFixture fixture;
         fixture.controller().folderChanged(3);
 
-        const QStringList rows = texts(fixture.bankA());
+        const QStringList rows = textsOf(listOf(fixture.bankA()));
         QCOMPARE(rows.size(), 257);
         QCOMPARE(rows.at(0), u"Back"_s);
         QCOMPARE(rows.at(1), u"000: NO VISUAL"_s);
@@ -58,7 +58,7 @@ private slots:
         QCOMPARE(rows.at(5), u"004: EMPTY"_s);
         QCOMPARE(rows.at(6), u"005: Harbour"_s);
         QCOMPARE(rows.at(256), u"255: EMPTY"_s);
-        QCOMPARE(header(fixture.bankA()), u"Library > Stage"_s);
+        QCOMPARE(headerOf(fixture.bankA()), u"Library > Stage"_s);
 
         const QListWidget &list = listOf(fixture.bankA());
         QCOMPARE(list.item(0)->type(), 0);
@@ -78,11 +78,11 @@ private slots:
         const QSignalSpy requests(&fixture.bankA(), &BVServerBank::changeFolder);
 
         fixture.controller().folderChanged(7);
-        QCOMPARE(header(fixture.bankA()),
+        QCOMPARE(headerOf(fixture.bankA()),
                  u"Library > <b><font color=#FF0000>007_Folder</font></b>"_s);
-        QCOMPARE(header(fixture.bankB()),
+        QCOMPARE(headerOf(fixture.bankB()),
                  u"Library > <b><font color=#FF0000>Only here</font></b>"_s);
-        const QStringList rows = texts(fixture.bankA());
+        const QStringList rows = textsOf(listOf(fixture.bankA()));
         QCOMPARE(rows.size(), 257);
         QCOMPARE(rows.first(), u"Back"_s);
         QCOMPARE(rows.filter(u": EMPTY"_s).size(), 255);
@@ -107,7 +107,7 @@ private slots:
         QVERIFY(row);
         fixture.bankA().showFolder(3, true);
         QCOMPARE(fixture.bankA().currentFolder, 3);
-        QCOMPARE(header(fixture.bankA()), u"Library"_s);
+        QCOMPARE(headerOf(fixture.bankA()), u"Library"_s);
         QCOMPARE(listOf(fixture.bankA()).count(), 256);
         QCOMPARE(listOf(fixture.bankA()).item(255), row);
         fixture.bankA().showFolders();
@@ -149,7 +149,7 @@ private slots:
         fixture.controller().folderChanged(3);
         for (const int index : {-1, 4, 100000}) {
             fixture.bankA().folderChanged(index, {});
-            QCOMPARE(texts(fixture.bankA()).filter(u": EMPTY"_s).size(), 255);
+            QCOMPARE(textsOf(listOf(fixture.bankA())).filter(u": EMPTY"_s).size(), 255);
         }
     }
 
@@ -194,10 +194,10 @@ private slots:
         OneServerFixture fixture;
         fixture.bankA().showFolder(3, true);
         fixture.bankA().serverContentChanged(fixture.server.uuid);
-        QVERIFY(header(fixture.bankA()).contains(u"color=#FF0000"));
+        QVERIFY(headerOf(fixture.bankA()).contains(u"color=#FF0000"));
         fixture.bankA().showFolders();
         fixture.bankA().showFolder(3, false);
-        QCOMPARE(header(fixture.bankA()), u"Library > Stage"_s);
+        QCOMPARE(headerOf(fixture.bankA()), u"Library > Stage"_s);
     }
 
     void longNamesDoNotChangeTheLayout()
@@ -243,14 +243,14 @@ private slots:
         fixture.model.upsertServer(server);
         bank.serverContentChanged(server.uuid);
         QCOMPARE(bank.currentFolder, -1);
-        QCOMPARE(texts(bank).first(), u"Renamed"_s);
+        QCOMPARE(textsOf(listOf(bank)).first(), u"Renamed"_s);
 
         bank.showFolder(3, false);
         server.folders[3].files.clear();
         fixture.model.upsertServer(server);
         bank.serverContentChanged(server.uuid);
         QCOMPARE(bank.currentFolder, 3);
-        QCOMPARE(texts(bank).at(4), u"003: EMPTY"_s);
+        QCOMPARE(textsOf(listOf(bank)).at(4), u"003: EMPTY"_s);
     }
 
     void bankWithoutServerReturnsToTheFolders()
@@ -345,17 +345,6 @@ private slots:
     }
 
 private:
-    static QString header(const BVServerBank &bank)
-    {
-        return childOf<QLabel>(bank, "mediaListFolder").text();
-    }
-    static QStringList texts(const BVServerBank &bank)
-    {
-        QStringList all;
-        for (int row = 0; row < listOf(bank).count(); ++row)
-            all.append(listOf(bank).item(row)->text());
-        return all;
-    }
     static bool dragsAndDrops(const BVServerBank &bank)
     {
         return listOf(bank).dragEnabled() && listOf(bank).viewport()->acceptDrops();

@@ -112,9 +112,7 @@ private slots:
         const QSignalSpy changes(&listOf(bank), &QListWidget::itemSelectionChanged);
         bank.selectRows({1, 2});
         bank.selectRows({255, 256, 3000, -1, 0});
-        QList<int> rows = bank.selectedRows();
-        std::sort(rows.begin(), rows.end());
-        QCOMPARE(rows, (QList<int>{0, 255}));
+        QCOMPARE(selectedRowsOf(bank), (QList<int>{0, 255}));
         QCOMPARE(bank.selectedRowCount(), 2);
         QCOMPARE(changes.count(), 0);
     }

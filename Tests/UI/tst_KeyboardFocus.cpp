@@ -303,10 +303,7 @@ private slots:
         connectTwo(fixture);
         auto &widget = fixture.find<QWidget>(name.constData());
         const auto ringPixels = [&] {
-            const QImage image =
-                fixture.window
-                    ->grab(QRect(widget.mapTo(fixture.window.get(), QPoint()), widget.size()))
-                    .toImage();
+            const QImage image = grabOf(widget);
             int count = 0;
             for (int y = 0; y < image.height(); ++y) {
                 for (int x = 0; x < image.width(); ++x)
