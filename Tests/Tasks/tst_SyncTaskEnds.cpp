@@ -114,10 +114,7 @@ private slots:
     // As for a destination that no longer announces itself: the removal in flight is not reported.
     void queuedRemovalsReportedAsDoneStartNoTransfer()
     {
-        QVERIFY(fixture->connectDestination());
-        fixture->destination.hold();
-        fixture->start({}, {{3, 1}, {3, 2}, {3, 3}}, {{3, 4}});
-        QVERIFY(fixture->destination.waitForCommands(1));
+        startRemovals();
         fixture->service.removeHandler(fixture->destinationUuid);
         QCOMPARE(fixture->progressDialog(u"Removing..."_s)->progress(), 2);
         QCOMPARE(fixture->finished->size(), 0);

@@ -275,21 +275,15 @@ private slots:
         QVERIFY(walk.texts.contains(u"Nothing works | "_s));
     }
 
-    void preferencesHaveTheirNames()
+    void dialogsOfTheMenusHaveTheirNames_data()
     {
-        const WindowFixture fixture;
-        QString missing = u"never shown"_s;
-        ModalDriver modals;
-        modals.answer([&](QDialog &dialog) {
-            missing = missingInShownWindows();
-            dialog.reject();
-        });
-        fixture.window->openPreferences();
-        QCOMPARE(missing, QString());
+        QTest::addColumn<QByteArray>("action");
+        QTest::newRow("preferences") << "actionPreferences"_ba;
+        QTest::newRow("about") << "actionAbout"_ba;
     }
-
-    void aboutDialogHasItsNames()
+    void dialogsOfTheMenusHaveTheirNames()
     {
+        QFETCH(const QByteArray, action);
         const WindowFixture fixture;
         QString missing = u"never shown"_s;
         ModalDriver modals;
@@ -297,7 +291,7 @@ private slots:
             missing = missingInShownWindows();
             dialog.reject();
         });
-        fixture.find<QAction>("actionAbout").trigger();
+        fixture.find<QAction>(action.constData()).trigger();
         QCOMPARE(missing, QString());
     }
 

@@ -1,12 +1,11 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Controller/ControllerFixture.h"
 #include "Support/FailOnWarning.h"
 #include "Support/Loopback.h"
-#include "Support/WindowFixture.h"
 
 #include <QAccessible>
-#include <QComboBox>
 #include <QPushButton>
 #include <QTextDocument>
 
@@ -17,7 +16,7 @@ namespace {
 const QString inA = u"the server in bank A"_s;
 const QString inB = u"the server in bank B"_s;
 
-class TipsFixture final : public WindowFixture
+class TipsFixture final : public ControllerFixture
 {
 public:
     /// The tool tip as it is shown, without the places where a long word may be divided.
@@ -44,12 +43,6 @@ public:
             return tip(button) == expected && description(button) == expected;
         };
         return says("leftToRightButton", b, a) && says("rightToLeftButton", a, b);
-    }
-
-    static void choose(const BVServerBank &bank, const QString &name)
-    {
-        auto &box = childOf<QComboBox>(bank, "serverComboBox");
-        box.setCurrentIndex(box.findText(name));
     }
 
     Server left = sampleServer(u"Stage left"_s, loopback(1));
