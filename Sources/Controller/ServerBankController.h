@@ -48,8 +48,10 @@ signals:
     /// The banks must go back to the folders level.
     void sendFolderBack();
     void sendServerSelectionChanged(ServerDeck serverDeck, const QUuid &serverUuid);
+    /// Connected to ThumbnailService::loadThumbnails. The index returns with the pictures.
     void loadThumbnails(const MediaFolder &folder, int mediaFolderIndex,
                         const QHostAddress &serverIp);
+    /// The value of the list's scroll bar.
     void scrollValueChanged(ServerDeck serverDeck, int value);
     void removeVisuals(ServerDeck serverDeck);
     /// Slot numbers, not rows.

@@ -52,6 +52,8 @@ public:
     /// The text of a row in that state; "uninitialized" for a state without a text.
     [[nodiscard]] static QString stateText(Brenvoka::SyncStates state);
 
+    /// The text of the overall progress, and its percentage, 0 to 100. Each report of progress
+    /// sets both again.
     void setStateText(const QString &text);
     void setProgressValue(int value);
 

@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-/// The messages of the notification stream, each with its terminating NUL.
+/// The messages of the notification stream, each with its terminating NUL. Percentages are from 0
+/// to 100, frame rates are in frames per second.
 namespace Frames {
 
 [[nodiscard]] std::string runningTransfers(const std::vector<TransferInfo> &transfers);

@@ -15,6 +15,8 @@
 class MediaLink
 {
 public:
+    /// The bandwidth is in bytes per second; 0 means no limit. The process exits with
+    /// EXIT_FAILURE after `deathThreshold` bytes; 0 means never.
     MediaLink(qint64 bandwidth, qint64 deathThreshold);
 
     /// Waits for as long as these bytes take at the given bandwidth. False as soon as the link has

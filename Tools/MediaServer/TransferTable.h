@@ -42,6 +42,7 @@ public:
         SlotInUse,      ///< another transfer into this slot is running
     };
 
+    /// `grace` is how long after a command further commands of its burst are expected.
     TransferTable(NotificationHub &streams, std::chrono::milliseconds grace);
 
     /// Adds a stream, whose first message lists the running transfers.
@@ -64,6 +65,7 @@ public:
     [[nodiscard]] bool setInterrupt(Transfer &transfer, std::function<void()> interrupt);
     [[nodiscard]] bool isCanceled(const Transfer &transfer) const;
 
+    /// Reports the progress of copying; `percent` is from 0 to 100.
     void report(const Transfer &transfer, int percent, int bytesPerSecond);
 
     /// Changes the state from copying to importing, which cannot be canceled. False when the
