@@ -7,6 +7,7 @@
 #include "Model/Server.h"
 
 #include <algorithm>
+#include <span>
 
 namespace {
 
@@ -51,6 +52,12 @@ const MediaFolder *folderAt(const Server &server, int position)
     return position == -1 ? nullptr : &server.folders.at(position);
 }
 
+/// Null also for the numbers that no folder of a library has.
+const MediaFolder *findFolder(const Server &server, int slot)
+{
+    return slot >= 0 && slot <= Slots::lastFolder ? findSlot(server.folders, slot) : nullptr;
+}
+
 QList<int> touchedFolders(const QList<VisualRef> &candidates)
 {
     QList<int> folders;
@@ -61,6 +68,20 @@ QList<int> touchedFolders(const QList<VisualRef> &candidates)
     std::ranges::sort(folders);
     folders.erase(std::unique(folders.begin(), folders.end()), folders.end());
     return folders;
+}
+
+/// Plans candidates of one folder.
+void planVisuals(LibraryComparison::SyncPlan &plan, const FolderIndex &source,
+                 const FolderIndex &destination, std::span<const VisualRef> candidates)
+{
+    for (const VisualRef &candidate : candidates) {
+        const Visual *const wanted = source.visual(candidate.second);
+        const Visual *const present = destination.visual(candidate.second);
+        if (sameRecord(wanted, present))
+            continue;
+        (wanted ? plan.transfers : plan.removals).append(candidate);
+        plan.replaces = plan.replaces || (wanted && present);
+    }
 }
 
 } // namespace
@@ -121,19 +142,20 @@ LibraryComparison::SyncPlan LibraryComparison::planSync(const Server &source,
     SyncPlan plan;
     if (isMissing(source, destination))
         return plan;
-    const LibraryIndex sourceIndex(source.folders);
-    const LibraryIndex destinationIndex(destination.folders);
-    for (const VisualRef &candidate : candidates) {
-        const Visual *const wanted = sourceIndex.visual(candidate);
-        const Visual *const present = destinationIndex.visual(candidate);
-        if (sameRecord(wanted, present))
-            continue;
-        (wanted ? plan.transfers : plan.removals).append(candidate);
-        plan.replaces = plan.replaces || (wanted && present);
+    // One folder after the other, so that its visuals are still in the caches when they are
+    // compared.
+    for (auto begin = candidates.cbegin(); begin != candidates.cend();) {
+        const int slot = begin->first;
+        const auto end = std::find_if(begin, candidates.cend(), [slot](const VisualRef &candidate) {
+            return candidate.first != slot;
+        });
+        planVisuals(plan, FolderIndex(findFolder(source, slot)),
+                    FolderIndex(findFolder(destination, slot)), {begin, end});
+        begin = end;
     }
     for (const int slot : touchedFolders(candidates)) {
-        const MediaFolder *const folder = sourceIndex.folder(slot);
-        if (folder && !sameName(folder, destinationIndex.folder(slot)))
+        const MediaFolder *const folder = findFolder(source, slot);
+        if (folder && !sameName(folder, findFolder(destination, slot)))
             plan.renames.append({slot, folder->name});
     }
     return plan;

@@ -3,37 +3,43 @@
 
 #include "Model/LibraryIndex.h"
 
-#include "Model/Slots.h"
-
 namespace {
-
-constexpr std::size_t folderCount = Slots::lastFolder + 1;
 
 bool isFolder(int slot)
 {
     return slot >= 0 && slot <= Slots::lastFolder;
 }
 
-bool isVisual(const VisualRef &ref)
+bool isVisual(int slot)
 {
-    return isFolder(ref.first) && ref.second >= 0 && ref.second <= Slots::last;
-}
-
-std::size_t position(const VisualRef &ref)
-{
-    return static_cast<std::size_t>(ref.first * Slots::count + ref.second);
+    return slot >= 0 && slot <= Slots::last;
 }
 
 } // namespace
 
+FolderIndex::FolderIndex(const MediaFolder *mediaFolder)
+    : indexed(mediaFolder)
+{
+    if (!indexed)
+        return;
+    for (const Visual &visual : indexed->files) {
+        if (isVisual(visual.slot) && !visuals[static_cast<std::size_t>(visual.slot)])
+            visuals[static_cast<std::size_t>(visual.slot)] = &visual;
+    }
+}
+
+const Visual *FolderIndex::visual(int slot) const
+{
+    return isVisual(slot) ? visuals[static_cast<std::size_t>(slot)] : nullptr;
+}
+
 LibraryIndex::LibraryIndex(const QList<MediaFolder> &list)
     : library(list)
-    , folders(folderCount)
-    , visuals(folderCount * Slots::count)
+    , folders(Slots::lastFolder + 1)
 {
     for (const MediaFolder &folder : std::as_const(library)) {
-        if (isFolder(folder.slot) && !folders[static_cast<std::size_t>(folder.slot)])
-            add(folder);
+        if (isFolder(folder.slot) && !folders[static_cast<std::size_t>(folder.slot)].folder())
+            folders[static_cast<std::size_t>(folder.slot)] = FolderIndex(&folder);
     }
 }
 
@@ -44,20 +50,11 @@ bool LibraryIndex::isOf(const QList<MediaFolder> &list) const
 
 const MediaFolder *LibraryIndex::folder(int slot) const
 {
-    return isFolder(slot) ? folders[static_cast<std::size_t>(slot)] : nullptr;
+    return isFolder(slot) ? folders[static_cast<std::size_t>(slot)].folder() : nullptr;
 }
 
 const Visual *LibraryIndex::visual(const VisualRef &ref) const
 {
-    return isVisual(ref) ? visuals[position(ref)] : nullptr;
-}
-
-void LibraryIndex::add(const MediaFolder &folder)
-{
-    folders[static_cast<std::size_t>(folder.slot)] = &folder;
-    for (const Visual &visual : folder.files) {
-        const VisualRef ref(folder.slot, visual.slot);
-        if (isVisual(ref) && !visuals[position(ref)])
-            visuals[position(ref)] = &visual;
-    }
+    return isFolder(ref.first) ? folders[static_cast<std::size_t>(ref.first)].visual(ref.second)
+                               : nullptr;
 }

@@ -4,30 +4,45 @@
 #pragma once
 
 #include "Model/MediaFolder.h"
+#include "Model/Slots.h"
 #include "Model/VisualRef.h"
 
+#include <array>
 #include <vector>
 
-/// Finds the folders and visuals of a library in constant time, the first of several with the same
-/// slot. Numbers outside a library are allowed: nothing is found there. Uses plain tables: hashing
-/// 65,280 visuals would take longer than planning their synchronisation.
+/// Finds the visuals of a folder in constant time, the first of several with the same slot. Numbers
+/// outside a library are allowed: nothing is found there. Uses a plain table: hashing 65,280
+/// visuals would take longer than planning their synchronisation.
+class FolderIndex final
+{
+public:
+    /// Null means a missing folder. The folder must live as long as the index.
+    explicit FolderIndex(const MediaFolder *mediaFolder = nullptr);
+
+    /// Null if there is none.
+    [[nodiscard]] const MediaFolder *folder() const { return indexed; }
+    [[nodiscard]] const Visual *visual(int slot) const;
+
+private:
+    const MediaFolder *indexed;
+    std::array<const Visual *, Slots::count> visuals{};
+};
+
+/// The same for the folders and visuals of a library.
 class LibraryIndex final
 {
 public:
     /// Keeps the folders as they are now; the list is shared, not copied.
-    explicit LibraryIndex(const QList<MediaFolder> &folders);
+    explicit LibraryIndex(const QList<MediaFolder> &list);
 
     /// Whether the folders are still those of this index. May be false for equal folders.
-    [[nodiscard]] bool isOf(const QList<MediaFolder> &folders) const;
+    [[nodiscard]] bool isOf(const QList<MediaFolder> &list) const;
 
     /// Null if there is none. Valid as long as this index.
     [[nodiscard]] const MediaFolder *folder(int slot) const;
     [[nodiscard]] const Visual *visual(const VisualRef &ref) const;
 
 private:
-    void add(const MediaFolder &folder);
-
     QList<MediaFolder> library;
-    std::vector<const MediaFolder *> folders;
-    std::vector<const Visual *> visuals;
+    std::vector<FolderIndex> folders;
 };

@@ -3,6 +3,7 @@
 
 #include "Model/LibraryComparison.h"
 
+#include "Model/LibraryIndex.h"
 #include "Support/Libraries.h"
 
 #include <QTest>
@@ -256,6 +257,23 @@ private slots:
             QCOMPARE(plan.visualCount(), 0);
             QCOMPARE(plan.renames, (QList<FolderRename>{{3, u"Three"_s}}));
         }
+    }
+
+    void indexFindsTheFirstOfEachNumber()
+    {
+        const QList<MediaFolder> folders{
+            folder(256, u"First"_s, {visual(0, u"a"_s), visual(0, u"b"_s), visual(256)}),
+            folder(256, u"Second"_s, {visual(1)}), folder(257, u"Third"_s, {visual(2)})};
+        const LibraryIndex index(folders);
+        QCOMPARE(index.folder(256), &folders.at(0));
+        QCOMPARE(index.visual({256, 0}), &folders.at(0).files.at(0));
+        const QList<VisualRef> missing{{256, 1}, {256, 256}, {256, -1},  {257, 2},
+                                       {-1, 0},  {0, 0},     {0, 65536}, {256, 65536}};
+        for (const VisualRef &ref : missing)
+            QVERIFY(!index.visual(ref));
+        QVERIFY(!index.folder(0));
+        QVERIFY(!index.folder(257));
+        QVERIFY(!index.folder(-1));
     }
 
     void folderOfOneServerDiffersWithItsVisuals()
