@@ -10,11 +10,13 @@
 #include "Service/Http/BoundedDownload.h"
 
 #include <QBuffer>
+#include <QDeadlineTimer>
 #include <QImageReader>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QPixmapCache>
 
+#include <chrono>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -29,6 +31,10 @@ constexpr qint64 maximumPixelCount = 1 << 24;
 /// A scan of a JPEG is a pass over all its pixels, and takes that long. Progressive pictures have
 /// about ten, but nothing limits their number.
 constexpr qint64 maximumScannedPixels = 16 * maximumPixelCount;
+
+/// How long pictures are decoded in one turn of the event loop, except that one picture may take
+/// longer.
+constexpr std::chrono::milliseconds turnLength(4);
 
 QByteArray encodedUrl(const QNetworkReply &reply)
 {
@@ -75,6 +81,9 @@ ThumbnailService::ThumbnailService(QSize size, QNetworkAccessManager *manager)
     qRegisterMetaType<MediaFolder>("MediaFolder");
     connect(networkManager, &QNetworkAccessManager::finished, this,
             &ThumbnailService::downloadFinished);
+    // A posted event would come in the same turn: Qt sends all of them before it looks at anything
+    // else.
+    connect(&turn, &QTimer::timeout, this, &ThumbnailService::handleArrivals);
 }
 
 const QPixmap &ThumbnailService::noThumbnailPixmap()
@@ -122,8 +131,12 @@ void ThumbnailService::abort()
 quint64 ThumbnailService::cancelDownloads()
 {
     const quint64 load = ++generation;
-    // The table is emptied first: a reply that finishes inside `abort` must find no entry.
+    // The tables are emptied first: a reply that finishes inside `abort` must find no entry, and a
+    // receiver of `progress` may start another load.
+    const auto arrived = std::exchange(arrivals, {});
     const auto old = std::exchange(pendingThumbnails, {});
+    for (const Arrival &arrival : arrived)
+        reportProgress(arrival.url);
     for (auto entry = old.cbegin(); entry != old.cend(); ++entry) {
         entry.key()->abort();
         entry.key()->deleteLater();
@@ -135,30 +148,58 @@ quint64 ThumbnailService::cancelDownloads()
 
 void ThumbnailService::downloadFinished(QNetworkReply *reply)
 {
-    ZOR_LOG(info, "Download finished for thumbnail from: %s", encodedUrl(*reply).constData());
-    emit progress();
-    // Looked up only now: a receiver of `progress` may have replaced the load.
     if (pendingThumbnails.contains(reply)) {
-        const PendingThumbnail thumbnail = pendingThumbnails.value(reply);
-        if (const auto failure = BoundedDownload::failure(*reply))
-            storeFallback(reply, thumbnail, *failure);
-        else
-            storeThumbnail(reply, thumbnail);
-        pendingThumbnails.remove(reply);
+        // Read now: the other service deletes the reply, too.
+        const auto failure = BoundedDownload::failure(*reply);
+        arrivals.enqueue({pendingThumbnails.take(reply), encodedUrl(*reply), failure,
+                          failure ? QByteArray() : reply->readAll()});
+        turn.start();
+    } else {
+        reportProgress(encodedUrl(*reply));
     }
     reply->deleteLater();
 }
 
-void ThumbnailService::storeThumbnail(QNetworkReply *reply, const PendingThumbnail &thumbnail)
+void ThumbnailService::handleArrivals()
 {
+    const QDeadlineTimer end(turnLength);
+    while (!arrivals.isEmpty()) {
+        handle(arrivals.dequeue());
+        if (end.hasExpired())
+            return;
+    }
+    turn.stop();
+}
+
+void ThumbnailService::handle(const Arrival &arrival)
+{
+    const quint64 load = generation;
+    reportProgress(arrival.url);
+    if (load != generation) // a receiver of `progress` has replaced the load
+        return;
+    if (arrival.failure)
+        storeFallback(arrival);
+    else
+        storeThumbnail(arrival);
+}
+
+void ThumbnailService::reportProgress(const QByteArray &url)
+{
+    ZOR_LOG(info, "Download finished for thumbnail from: %s", url.constData());
+    emit progress();
+}
+
+void ThumbnailService::storeThumbnail(const Arrival &arrival)
+{
+    const auto &[slot, cacheKey] = arrival.thumbnail;
     ZOR_LOG(info, "Downloaded was a success");
-    QPixmap pixmap = QPixmap::fromImage(imageFromBody(reply->readAll()));
+    QPixmap pixmap = QPixmap::fromImage(imageFromBody(arrival.body));
     if (!pixmap.isNull())
         pixmap = pixmap.scaled(thumbnailSize, Qt::IgnoreAspectRatio, Qt::FastTransformation);
-    if (!QPixmapCache::insert(thumbnail.cacheKey, pixmap))
-        ZOR_LOG(info, "Failed to add %s thumbnail to cache", qUtf8Printable(thumbnail.cacheKey));
-    pixmaps[thumbnail.slot] = pixmap;
-    if (pendingThumbnails.size() > 1)
+    if (!QPixmapCache::insert(cacheKey, pixmap))
+        ZOR_LOG(info, "Failed to add %s thumbnail to cache", qUtf8Printable(cacheKey));
+    pixmaps[slot] = pixmap;
+    if (!arrivals.isEmpty() || !pendingThumbnails.isEmpty())
         return;
     const quint64 load = generation;
     emit finished(folderIndex, QList<QPixmap>(pixmaps));
@@ -166,13 +207,12 @@ void ThumbnailService::storeThumbnail(QNetworkReply *reply, const PendingThumbna
         pixmaps.resize(0);
 }
 
-void ThumbnailService::storeFallback(QNetworkReply *reply, const PendingThumbnail &thumbnail,
-                                     const QString &failure)
+void ThumbnailService::storeFallback(const Arrival &arrival)
 {
-    ZOR_LOG(error, "Error while getting thumbnail: %s for: %s", qUtf8Printable(failure),
-            encodedUrl(*reply).constData());
+    ZOR_LOG(error, "Error while getting thumbnail: %s for: %s", qUtf8Printable(*arrival.failure),
+            arrival.url.constData());
     const quint64 load = generation;
-    emit error(thumbnail.slot, serverAddress);
+    emit error(arrival.thumbnail.slot, serverAddress);
     if (load == generation)
-        pixmaps[thumbnail.slot] = noThumbnailPixmap();
+        pixmaps[arrival.thumbnail.slot] = noThumbnailPixmap();
 }

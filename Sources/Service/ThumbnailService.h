@@ -3,12 +3,17 @@
 
 #pragma once
 
+#include <QByteArray>
 #include <QHash>
 #include <QHostAddress>
 #include <QList>
 #include <QObject>
 #include <QPixmap>
+#include <QQueue>
 #include <QSize>
+#include <QTimer>
+
+#include <optional>
 
 class QNetworkAccessManager;
 class QNetworkReply;
@@ -20,6 +25,10 @@ struct MediaFolder;
 /// a load are sent at once. A body of more than 16 MiB is a failed download. A picture of more than
 /// 2^24 pixels is not decoded. Two services share one network manager and both see all its replies,
 /// so both emit `progress` for each reply of either.
+///
+/// Many pictures may arrive together. They are handled in the order of their arrival, for a few
+/// milliseconds in each turn of the event loop, so that the window responds meanwhile. The signals
+/// of a reply are emitted when it is handled. A load that ends drops what it has not handled.
 ///
 /// A receiver may start or end a load during a signal, but must not run an event loop.
 class ThumbnailService final : public QObject
@@ -49,6 +58,7 @@ signals:
     void finished(int mediaFolderIndex, const QList<QPixmap> &pixmaps);
 
     /// A reply of the manager finished: of this service or of another, with or without an error.
+    /// For a reply of this service it is emitted when the reply is handled or dropped.
     void progress();
 
     /// The download of one visual failed. Required, though nothing is connected to it.
@@ -68,16 +78,28 @@ private:
         int slot = 0;
         QString cacheKey;
     };
+    /// What a finished reply has left.
+    struct Arrival
+    {
+        PendingThumbnail thumbnail;
+        QByteArray url;
+        std::optional<QString> failure;
+        QByteArray body;
+    };
 
     void requestThumbnail(int folderSlot, int fileSlot, const QString &cacheKey);
-    void storeThumbnail(QNetworkReply *reply, const PendingThumbnail &thumbnail);
-    void storeFallback(QNetworkReply *reply, const PendingThumbnail &thumbnail,
-                       const QString &failure);
+    void handleArrivals();
+    void handle(const Arrival &arrival);
+    void reportProgress(const QByteArray &url);
+    void storeThumbnail(const Arrival &arrival);
+    void storeFallback(const Arrival &arrival);
     /// Returns the number of the next load: the new `generation`.
     quint64 cancelDownloads();
 
     QNetworkAccessManager *networkManager;
     QHash<QNetworkReply *, PendingThumbnail> pendingThumbnails;
+    QQueue<Arrival> arrivals; ///< of the running load, not yet handled
+    QTimer turn;              ///< fires in each turn of the event loop while there are arrivals
     QList<QPixmap> pixmaps;
     QSize thumbnailSize;
     int folderIndex = 0;

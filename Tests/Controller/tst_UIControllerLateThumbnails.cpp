@@ -8,6 +8,8 @@
 #include "Support/Pixels.h"
 #include "Support/Wait.h"
 
+#include <QTimer>
+
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -43,11 +45,17 @@ public:
     /// Answers every thumbnail request of folder 3 and waits until all are handled.
     [[nodiscard]] bool finishLoad(const QColor &color = Qt::red)
     {
-        const QList<WireRequest> requests = peerOne.requests("/brenvoka/thumbnails/3/");
-        for (const WireRequest &request : requests)
-            request.answer(png(color));
-        return waitFor(
-            [&] { return log.texts().filter(u"Downloaded was a success"_s).size() >= 2; });
+        answer(png(color));
+        return waitFor([&] { return handledThumbnails() >= 2; });
+    }
+    void answer(const QByteArray &picture) const
+    {
+        for (const WireRequest &request : peerOne.requests("/brenvoka/thumbnails/3/"))
+            request.answer(picture);
+    }
+    [[nodiscard]] qsizetype handledThumbnails()
+    {
+        return log.texts().filter(u"Downloaded was a success"_s).size();
     }
 
     WireServer peerOne{loopback(1)};
@@ -106,6 +114,33 @@ private slots:
         const QStringList before = textsOf(listOf(fixture.bankA()));
         const bool wasEnabled = fixture.bankA().isEnabled();
         QVERIFY(fixture.finishLoad());
+        QCOMPARE(textsOf(listOf(fixture.bankA())), before);
+        QCOMPARE(fixture.bankA().isEnabled(), wasEnabled);
+    }
+
+    /// The same after the first of two pictures has been decoded, while the other one waits for its
+    /// turn.
+    void waitingThumbnailsDoNotChangeTheRows_data() { lateThumbnailsDoNotChangeTheRows_data(); }
+    void waitingThumbnailsDoNotChangeTheRows()
+    {
+        QFETCH(const Event, event);
+        SlowFixture fixture;
+        QVERIFY(fixture.open());
+        QStringList before;
+        bool wasEnabled = true;
+        QTimer timer; // once in each turn of the event loop
+        connect(&timer, &QTimer::timeout, this, [&] {
+            if (fixture.handledThumbnails() == 0)
+                return;
+            timer.stop();
+            event(fixture);
+            before = textsOf(listOf(fixture.bankA()));
+            wasEnabled = fixture.bankA().isEnabled();
+        });
+        timer.start(0);
+        fixture.answer(png(Qt::red, {3000, 3000})); // longer to decode than a turn may last
+        EVENTUALLY_COMPARE(fixture.handledThumbnails(), 2);
+        QVERIFY(!timer.isActive());
         QCOMPARE(textsOf(listOf(fixture.bankA())), before);
         QCOMPARE(fixture.bankA().isEnabled(), wasEnabled);
     }

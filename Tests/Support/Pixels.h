@@ -8,10 +8,10 @@
 
 #include <cmath>
 
-/// The bytes of a small PNG file of one colour.
-[[nodiscard]] inline QByteArray png(const QColor &color)
+/// The bytes of a PNG file of one colour.
+[[nodiscard]] inline QByteArray png(const QColor &color, QSize size = {16, 12})
 {
-    QImage image(16, 12, QImage::Format_RGB32);
+    QImage image(size, QImage::Format_RGB32);
     image.fill(color);
     QBuffer buffer;
     image.save(&buffer, "PNG");
