@@ -52,12 +52,6 @@ const MediaFolder *folderAt(const Server &server, int position)
     return position == -1 ? nullptr : &server.folders.at(position);
 }
 
-/// Null also for the numbers that no folder of a library has.
-const MediaFolder *findFolder(const Server &server, int slot)
-{
-    return slot >= 0 && slot <= Slots::lastFolder ? findSlot(server.folders, slot) : nullptr;
-}
-
 QList<int> touchedFolders(const QList<VisualRef> &candidates)
 {
     QList<int> folders;
@@ -142,6 +136,8 @@ LibraryComparison::SyncPlan LibraryComparison::planSync(const Server &source,
     SyncPlan plan;
     if (isMissing(source, destination))
         return plan;
+    const FolderTable sourceFolders(source.folders);
+    const FolderTable destinationFolders(destination.folders);
     // One folder after the other, so that its visuals are still in the caches when they are
     // compared.
     for (auto begin = candidates.cbegin(); begin != candidates.cend();) {
@@ -149,13 +145,13 @@ LibraryComparison::SyncPlan LibraryComparison::planSync(const Server &source,
         const auto end = std::find_if(begin, candidates.cend(), [slot](const VisualRef &candidate) {
             return candidate.first != slot;
         });
-        planVisuals(plan, FolderIndex(findFolder(source, slot)),
-                    FolderIndex(findFolder(destination, slot)), {begin, end});
+        planVisuals(plan, FolderIndex(sourceFolders.folder(slot)),
+                    FolderIndex(destinationFolders.folder(slot)), {begin, end});
         begin = end;
     }
     for (const int slot : touchedFolders(candidates)) {
-        const MediaFolder *const folder = findFolder(source, slot);
-        if (folder && !sameName(folder, findFolder(destination, slot)))
+        const MediaFolder *const folder = sourceFolders.folder(slot);
+        if (folder && !sameName(folder, destinationFolders.folder(slot)))
             plan.renames.append({slot, folder->name});
     }
     return plan;

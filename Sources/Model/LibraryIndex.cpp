@@ -33,14 +33,25 @@ const Visual *FolderIndex::visual(int slot) const
     return isVisual(slot) ? visuals[static_cast<std::size_t>(slot)] : nullptr;
 }
 
+FolderTable::FolderTable(const QList<MediaFolder> &library)
+{
+    for (const MediaFolder &folder : library) {
+        if (isFolder(folder.slot) && !folders[static_cast<std::size_t>(folder.slot)])
+            folders[static_cast<std::size_t>(folder.slot)] = &folder;
+    }
+}
+
+const MediaFolder *FolderTable::folder(int slot) const
+{
+    return isFolder(slot) ? folders[static_cast<std::size_t>(slot)] : nullptr;
+}
+
 LibraryIndex::LibraryIndex(const QList<MediaFolder> &list)
     : library(list)
-    , folders(Slots::lastFolder + 1)
 {
-    for (const MediaFolder &folder : std::as_const(library)) {
-        if (isFolder(folder.slot) && !folders[static_cast<std::size_t>(folder.slot)].folder())
-            folders[static_cast<std::size_t>(folder.slot)] = FolderIndex(&folder);
-    }
+    const FolderTable table(library);
+    for (int slot = 0; slot <= Slots::lastFolder; ++slot)
+        folders.emplace_back(table.folder(slot));
 }
 
 bool LibraryIndex::isOf(const QList<MediaFolder> &list) const

@@ -28,6 +28,20 @@ private:
     std::array<const Visual *, Slots::count> visuals{};
 };
 
+/// Finds the folders of a library in the same way.
+class FolderTable final
+{
+public:
+    /// The list must live unchanged as long as the table.
+    explicit FolderTable(const QList<MediaFolder> &library);
+
+    /// Null if there is none.
+    [[nodiscard]] const MediaFolder *folder(int slot) const;
+
+private:
+    std::array<const MediaFolder *, Slots::lastFolder + 1> folders{};
+};
+
 /// The same for the folders and visuals of a library.
 class LibraryIndex final
 {
