@@ -36,6 +36,9 @@ constexpr qint64 maximumScannedPixels = 16 * maximumPixelCount;
 /// longer.
 constexpr std::chrono::milliseconds turnLength(4);
 
+/// One of them may take 24 MB. Pictures have one, if any: what the camera or editor noted.
+constexpr qsizetype mostCompressedTexts = 4;
+
 QByteArray encodedUrl(const QNetworkReply &reply)
 {
     return reply.request().url().toEncoded();
@@ -57,10 +60,18 @@ bool hasTooManyScans(const QByteArray &jpeg, QSize size)
     return jpeg.count("\xff\xda") * pixelCount(size) > maximumScannedPixels;
 }
 
-/// Null if the body is not an image or has too many pixels or scans. If the format states a size,
-/// it is checked before anything is decoded; otherwise the allocation limit applies.
+/// PNG data, also inside an icon. Its compressed texts are unpacked before its size is known.
+bool hasTooManyTexts(const QByteArray &body)
+{
+    return body.count("zTXt") + body.count("iTXt") > mostCompressedTexts;
+}
+
+/// Null if the body is not an image or has too many pixels, scans or texts. If the format states a
+/// size, it is checked before anything is decoded; otherwise the allocation limit applies.
 QImage imageFromBody(QByteArray body)
 {
+    if (hasTooManyTexts(body))
+        return {};
     QBuffer buffer(&body);
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);

@@ -29,6 +29,27 @@ QImage largePicture(QSize size, QImage::Format format = QImage::Format_Grayscale
     return image;
 }
 
+/// A small picture with that many texts in Latin-1, and in other characters.
+QByteArray pngWithTexts(int latin, int other)
+{
+    QImage image = largePicture({64, 64});
+    for (int number = 0; number < latin + other; ++number) {
+        const QString text(100, number < latin ? u'x' : u'\u0416');
+        image.setText(QString::number(number), text);
+    }
+    return encoded(image, "PNG");
+}
+
+/// An icon states its size in one byte, where 0 means 256, but may contain any PNG.
+QByteArray iconOf(const QByteArray &png)
+{
+    const auto size = qToLittleEndian(quint32(png.size()));
+    return QByteArray::fromHex("000001000100"
+                               "0000000001002000") +
+           QByteArray(reinterpret_cast<const char *>(&size), 4) + QByteArray::fromHex("16000000") +
+           png;
+}
+
 /// The head of a picture of 4096 x 4097, and its first pixels.
 QByteArray largeGif()
 {
@@ -164,6 +185,8 @@ private slots:
         QTest::newRow("JPEG, thousands of scans") << jpegWithScans({1024, 1024}, 100'000);
         // 50 kB that would be 1.6 GB if they were unpacked.
         QTest::newRow("PNG, enormous") << whitePicture(20000);
+        QTest::newRow("PNG, too many texts") << pngWithTexts(2, 3);
+        QTest::newRow("icon, too many texts") << iconOf(pngWithTexts(5, 0));
     }
     void tooLargePictureIsInvalid()
     {
@@ -177,7 +200,6 @@ private slots:
         QCOMPARE_LT(peakMemory() - before, 50);
     }
 
-    /// An icon states its size in one byte, where 0 means 256, but may contain any PNG.
     void pictureWithoutAStatedSizeIsLimited_data()
     {
         QTest::addColumn<int>("side");
@@ -187,13 +209,7 @@ private slots:
     void pictureWithoutAStatedSizeIsLimited()
     {
         QFETCH(int, side);
-        const QByteArray png = whitePicture(side);
-        const auto size = qToLittleEndian(quint32(png.size()));
-        const QByteArray head = QByteArray::fromHex("000001000100"
-                                                    "0000000001002000") +
-                                QByteArray(reinterpret_cast<const char *>(&size), 4) +
-                                QByteArray::fromHex("16000000");
-        peer->answer(thumbnails, head + png);
+        peer->answer(thumbnails, iconOf(whitePicture(side)));
         if (side > 5793)
             QTest::ignoreMessage(QtWarningMsg,
                                  QRegularExpression(u"exceeds the current allocation"_s));
@@ -210,6 +226,7 @@ private slots:
             << encoded(largePicture({4096, 4096}, QImage::Format_RGBA64), "PNG");
         QTest::newRow("JPEG") << encoded(largePicture({8192, 2048}), "JPG");
         QTest::newRow("JPEG, as many scans as possible") << jpegWithScans({4096, 4096}, 16);
+        QTest::newRow("PNG, as many texts as possible") << pngWithTexts(2, 2);
         // Other formats may contain the bytes of a scan.
         QTest::newRow("PNG, with bytes that mark a scan of a JPEG")
             << encoded(largePicture({4096, 4096}), "PNG") + QByteArray("\xff\xda").repeated(20);
