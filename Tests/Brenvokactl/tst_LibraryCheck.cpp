@@ -219,6 +219,26 @@ private slots:
         QVERIFY(LibraryCheck::gates(download).constLast().text.contains(u"256 entries"_s));
     }
 
+    void findingsOfALevelAreLimited()
+    {
+        QJsonArray folders;
+        for (int number = 0; number < 1002; ++number)
+            folders.append(number);
+        const QList<Finding> refusals = LibraryCheck::gates(reply(document(folders)));
+        const qsizetype count = std::ranges::count(refusals, Finding::Refused, &Finding::level);
+        QCOMPARE(count, 1001);
+        QCOMPARE(refusals.last().text, u"2 more"_s);
+
+        // 1,000 times the same slot again, and as often another position.
+        folders = {};
+        for (int number = 0; number < 1001; ++number)
+            folders.append(folder(3, {}));
+        const LibraryDownload accepted = reply(document(folders));
+        const QList<Finding> advice = LibraryCheck::advice(accepted, *LibraryCheck::read(accepted));
+        QCOMPARE(advice.size(), 1001);
+        QCOMPARE(advice.last().text, u"1000 more"_s);
+    }
+
     void acceptedLibraryHasAnId()
     {
         const Expected<Server> server = LibraryCheck::read(reply(document({})));

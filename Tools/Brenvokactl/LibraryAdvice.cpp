@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
-#include "Brenvokactl/LibraryCheck.h"
+#include "Brenvokactl/Findings.h"
 #include "Brenvokactl/LibraryDownload.h"
 #include "Model/Slots.h"
 
@@ -30,12 +30,12 @@ private:
     std::bitset<numberCount> seen;
 };
 
-void adviseOnVisuals(QList<Finding> &findings, const MediaFolder &folder)
+void adviseOnVisuals(Findings &findings, const MediaFolder &folder)
 {
     Numbers numbers;
     for (const Visual &visual : folder.files) {
         const auto add = [&](const QString &text) {
-            findings.append({Finding::Advice, u"visual"_s, text, folder.slot, visual.slot});
+            findings.add(u"visual"_s, text, folder.slot, visual.slot);
         };
         if (!numbers.add(visual.slot))
             add(u"another visual of the folder has the same slot; only one of them is compared"_s);
@@ -44,14 +44,12 @@ void adviseOnVisuals(QList<Finding> &findings, const MediaFolder &folder)
     }
 }
 
-void adviseOnFolders(QList<Finding> &findings, const Server &server)
+void adviseOnFolders(Findings &findings, const Server &server)
 {
     Numbers numbers;
     for (qsizetype position = 0; position < server.folders.size(); ++position) {
         const MediaFolder &folder = server.folders.at(position);
-        const auto add = [&](const QString &text) {
-            findings.append({Finding::Advice, u"folder"_s, text, folder.slot});
-        };
+        const auto add = [&](const QString &text) { findings.add(u"folder"_s, text, folder.slot); };
         if (!numbers.add(folder.slot))
             add(u"another folder has the same slot; only the first is used"_s);
         if (folder.slot != position)
@@ -65,10 +63,10 @@ void adviseOnFolders(QList<Finding> &findings, const Server &server)
 
 QList<Finding> LibraryCheck::advice(const LibraryDownload &download, const Server &server)
 {
-    QList<Finding> findings;
+    Findings findings(Finding::Advice);
     if (download.staysFresh)
-        findings.append({Finding::Advice, u"cache"_s,
-                         u"library.json may be cached, so the window may show an old library"_s});
+        findings.add(u"cache"_s,
+                     u"library.json may be cached, so the window may show an old library"_s);
     adviseOnFolders(findings, server);
-    return findings;
+    return findings.all();
 }

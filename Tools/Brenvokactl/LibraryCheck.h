@@ -34,10 +34,11 @@ namespace LibraryCheck {
 [[nodiscard]] Expected<Server> read(const LibraryDownload &download);
 
 /// The gates of `read` one by one, up to the first that is not passed. A refused document gets one
-/// finding for each rule that it breaks. `read` has a value exactly if nothing is refused.
+/// finding for each of the first thousand rules that it breaks. `read` has a value exactly if
+/// nothing is refused.
 [[nodiscard]] QList<Finding> gates(const LibraryDownload &download);
 
-/// What works badly in an accepted library.
+/// What works badly in an accepted library, up to a thousand findings.
 [[nodiscard]] QList<Finding> advice(const LibraryDownload &download, const Server &server);
 
 } // namespace LibraryCheck

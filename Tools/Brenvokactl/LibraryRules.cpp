@@ -3,6 +3,7 @@
 
 #include "Brenvokactl/LibraryRules.h"
 
+#include "Brenvokactl/Findings.h"
 #include "Model/JsonSlot.h"
 #include "Model/Slots.h"
 #include "Protocol/JsonBody.h"
@@ -20,7 +21,7 @@ constexpr int hashLength = 32;
 class Place final
 {
 public:
-    Place(QList<Finding> &list, QString description, int folderSlot = -1, int visualSlot = -1)
+    Place(Findings &list, QString description, int folderSlot = -1, int visualSlot = -1)
         : findings(list)
         , name(std::move(description))
         , folder(folderSlot)
@@ -31,11 +32,11 @@ public:
     void require(bool isFulfilled, const QString &rule)
     {
         if (!isFulfilled)
-            findings.append({Finding::Refused, u"document"_s, name + u": "_s + rule, folder, slot});
+            findings.add(u"document"_s, name + u": "_s + rule, folder, slot);
     }
 
 private:
-    QList<Finding> &findings;
+    Findings &findings;
     QString name;
     int folder;
     int slot;
@@ -46,8 +47,7 @@ int slotOrNone(const QJsonObject &object, int highest)
     return slotFromJson(object["slot"_L1], highest).value_or(-1);
 }
 
-void checkVisual(QList<Finding> &findings, const QJsonValue &value, int folder,
-                 const QString &place)
+void checkVisual(Findings &findings, const QJsonValue &value, int folder, const QString &place)
 {
     const QJsonObject visual = value.toObject();
     const int slot = slotOrNone(visual, Slots::last);
@@ -60,7 +60,7 @@ void checkVisual(QList<Finding> &findings, const QJsonValue &value, int folder,
                   u"\"hash\" must be a text of 32 characters"_s);
 }
 
-void checkFolder(QList<Finding> &findings, const QJsonValue &value, const QString &place)
+void checkFolder(Findings &findings, const QJsonValue &value, const QString &place)
 {
     const QJsonObject folder = value.toObject();
     const int slot = slotOrNone(folder, Slots::lastFolder);
@@ -80,14 +80,14 @@ void checkFolder(QList<Finding> &findings, const QJsonValue &value, const QStrin
 
 QList<Finding> broken(const QJsonObject &document)
 {
-    QList<Finding> findings;
+    Findings findings(Finding::Refused);
     Place check(findings, u"the document"_s);
     check.require(document["hash"_L1].isString(), u"\"hash\" must be a text"_s);
     check.require(document["folders"_L1].isArray(), u"\"folders\" must be an array"_s);
     const QJsonArray folders = document["folders"_L1].toArray();
     for (qsizetype index = 0; index < folders.size(); ++index)
         checkFolder(findings, folders.at(index), u"folders[%1]"_s.arg(index));
-    return findings;
+    return findings.all();
 }
 
 QString parserMessage(const QByteArray &body)
