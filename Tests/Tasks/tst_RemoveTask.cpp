@@ -26,16 +26,6 @@ private slots:
     void init() { setUp(); }
     void cleanup() { tearDown(); }
 
-    void knowsItsServer()
-    {
-        fixture->start<RemoveTask>(five);
-        QVERIFY(fixture->started);
-        QCOMPARE(fixture->task->affectedServer(), fixture->server.uuid);
-        QVERIFY(fixture->task->involvesServer(fixture->server.uuid));
-        QVERIFY(!fixture->task->involvesServer(QUuid::createUuid()));
-        QVERIFY(!fixture->task->involvesServer(QUuid()));
-    }
-
     void dialogIsModalAndHasItsTexts()
     {
         fixture->start<RemoveTask>(five);

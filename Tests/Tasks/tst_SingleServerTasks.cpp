@@ -77,6 +77,17 @@ private slots:
     }
     void cleanup() { tearDown(); }
 
+    void taskKnowsItsServer_data() { addOperationRows(); }
+    void taskKnowsItsServer()
+    {
+        QFETCH(const Operation, operation);
+        start(operation);
+        QCOMPARE(fixture->task->affectedServer(), fixture->server.uuid);
+        QVERIFY(fixture->task->involvesServer(fixture->server.uuid));
+        QVERIFY(!fixture->task->involvesServer(QUuid::createUuid()));
+        QVERIFY(!fixture->task->involvesServer(QUuid()));
+    }
+
     void errorLineTakesNamesLiterally_data() { addOperationRows(); }
     void errorLineTakesNamesLiterally()
     {
