@@ -229,24 +229,6 @@ private slots:
         QCOMPARE(topLeft(fixture.bankB(), 8), QColor(Qt::green));
     }
 
-    void lateThumbnailsDoNotChangeTheFolders()
-    {
-        BankFixture fixture;
-        Server second = sampleServer(u"Stage right"_s, loopback(2));
-        second.folders[3].files.clear();
-        fixture.connectServer(second);
-        QVERIFY(fixture.openFolder());
-
-        // The operator goes back in bank B while bank A is still loading.
-        doubleClickRow(fixture.bankB(), 0);
-        QCOMPARE(fixture.bankA().currentFolder, -1);
-        fixture.answer(Qt::red);
-        EVENTUALLY(fixture.bankA().isEnabled());
-        QCOMPARE(fixture.bankA().currentFolder, -1);
-        QCOMPARE(listOf(fixture.bankA()).count(), 256);
-        QCOMPARE(listOf(fixture.bankA()).item(3)->text(), u"Stage"_s);
-    }
-
     void failedThumbnailIsNotReported()
     {
         BankFixture fixture;

@@ -101,15 +101,6 @@ private slots:
         QCOMPARE(fixture.dialog.warningLevel, level);
     }
 
-    void levelFiveTicksDeleteAndUpload()
-    {
-        const PreferencesFixture fixture(5);
-        QVERIFY(fixture.box(1)->isChecked());
-        QVERIFY(!fixture.box(2)->isChecked());
-        QVERIFY(fixture.box(4)->isChecked());
-        QVERIFY(!fixture.box(8)->isChecked());
-    }
-
     void eachBoxChangesOnlyItsBit_data()
     {
         QTest::addColumn<quint32>("bit");

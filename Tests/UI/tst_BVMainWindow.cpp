@@ -101,38 +101,6 @@ private slots:
         QCOMPARE(fixture.find<QAction>("actionQuit").shortcut(), QKeySequence(u"Ctrl+Q"_s));
     }
 
-    void everyPictureExists()
-    {
-        QVERIFY(!QPixmap(u":/icons/Brenvoka.png"_s).isNull());
-        QVERIFY(!QPixmap(u":/bitmaps/Bin/bitmap/bitmaps/zorvikLogo.png"_s).isNull());
-        for (const char *name : {"folder",       "back",        "no_visual",       "background",
-                                 "yes",          "no",          "remove",          "upload",
-                                 "no_thumbnail", "unsynced",    "combobox-arrows", "list",
-                                 "list_frame",   "grid",        "grid_frame",      "imageS",
-                                 "imageS_frame", "imageM",      "imageM_frame",    "imageL",
-                                 "imageL_frame", "leftToRight", "rightToLeft"}) {
-            const QString path = u":/icons/Bin/bitmap/icons/%1.png"_s.arg(QLatin1String(name));
-            QVERIFY2(!QPixmap(path).isNull(), name);
-        }
-    }
-
-    void controlsWithoutTextHaveAName()
-    {
-        const WindowFixture fixture;
-        const QList<QAbstractButton *> buttons =
-            fixture.window->centralWidget()->findChildren<QAbstractButton *>(
-                QRegularExpression(u"^[a-z].*Button$"_s));
-        QCOMPARE(buttons.size(), 11);
-        for (const QAbstractButton *button : buttons) {
-            QVERIFY2(!button->accessibleName().isEmpty(), qPrintable(button->objectName()));
-            QVERIFY2(!button->toolTip().isEmpty(), qPrintable(button->objectName()));
-        }
-        QCOMPARE(fixture.find<QPushButton>("leftToRightButton").accessibleName(),
-                 u"Transfer from bank A to bank B"_s);
-        QCOMPARE(fixture.find<QPushButton>("rightToLeftButton").accessibleName(),
-                 u"Transfer from bank B to bank A"_s);
-    }
-
     void cancelledPreferencesChangeNothing()
     {
         WindowFixture fixture;
@@ -244,34 +212,6 @@ private slots:
         click("mediumSizeButton");
         check(false, {64, 48});
         QCOMPARE(fixture.model.selectedIconSize, 1);
-    }
-
-    void storedViewIsChecked_data()
-    {
-        QTest::addColumn<bool>("listView");
-        QTest::addColumn<int>("index");
-        QTest::addColumn<QByteArray>("button");
-        QTest::newRow("grid, small") << false << 0 << QByteArray("smallSizeButton");
-        QTest::newRow("list, medium") << true << 1 << QByteArray("mediumSizeButton");
-        QTest::newRow("list, large") << true << 2 << QByteArray("largeSizeButton");
-        QTest::newRow("grid, unknown") << false << 7 << QByteArray("largeSizeButton");
-    }
-    void storedViewIsChecked()
-    {
-        QFETCH(const bool, listView);
-        QFETCH(const int, index);
-        QFETCH(const QByteArray, button);
-        WindowFixture fixture;
-        fixture.window.reset();
-        fixture.model.selectedViewMode = listView;
-        fixture.model.selectedIconSize = index;
-        fixture.window = std::make_unique<BVMainWindow>(&fixture.model);
-        QVERIFY(
-            fixture.find<QPushButton>(listView ? "listModeButton" : "gridModeButton").isChecked());
-        QVERIFY(
-            !fixture.find<QPushButton>(listView ? "gridModeButton" : "listModeButton").isChecked());
-        QVERIFY(fixture.find<QPushButton>(button.constData()).isChecked());
-        QCOMPARE(fixture.model.selectedIconSize, index);
     }
 
 private:
