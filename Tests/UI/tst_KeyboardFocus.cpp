@@ -61,13 +61,17 @@ class tst_KeyboardFocus final : public QObject
     Q_OBJECT
 
 private slots:
-    void init() { failOnAnyWarning(); }
+    void init()
+    {
+        failOnAnyWarning();
+        fixture = std::make_unique<WindowFixture>();
+        QVERIFY(fixture->show());
+    }
+    void cleanup() { fixture.reset(); }
 
     void tabOrderFollowsTheLayout()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        connectTwo(fixture);
+        connectTwo();
         QStringList expected{u"A.mediaListWidget"_s, u"A.removeButton"_s,    u"A.addButton"_s,
                              u"leftToRightButton"_s, u"rightToLeftButton"_s, u"B.serverComboBox"_s,
                              u"B.mediaListWidget"_s, u"B.removeButton"_s,    u"B.addButton"_s,
@@ -81,10 +85,8 @@ private slots:
 
     void tabSkipsDisabledControls()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1))); // nothing for bank B
-        listOf(fixture.bankA()).setCurrentRow(3); // a folder takes no upload
+        fixture->connectServer(sampleServer(u"Stage left"_s, loopback(1))); // nothing for bank B
+        listOf(fixture->bankA()).setCurrentRow(3); // a folder takes no upload
         QCOMPARE(walk(5),
                  (QStringList{u"A.mediaListWidget"_s, u"A.removeButton"_s, u"gridModeButton"_s,
                               u"mediumSizeButton"_s, u"A.serverComboBox"_s}));
@@ -93,75 +95,65 @@ private slots:
 
     void arrowsChooseAmongTheViewButtons()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        connectTwo(fixture);
-        QTest::keyClick(&listOf(fixture.bankA()), Qt::Key_Tab, Qt::ShiftModifier);
+        connectTwo();
+        QTest::keyClick(&listOf(fixture->bankA()), Qt::Key_Tab, Qt::ShiftModifier);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
         QCOMPARE(focused(), u"mediumSizeButton"_s);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
         QCOMPARE(focused(), u"largeSizeButton"_s);
-        QCOMPARE(fixture.model.selectedIconSize, 2);
+        QCOMPARE(fixture->model.selectedIconSize, 2);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
         QCOMPARE(focused(), u"gridModeButton"_s);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
         QCOMPARE(focused(), u"listModeButton"_s);
-        QVERIFY(fixture.model.selectedViewMode);
+        QVERIFY(fixture->model.selectedViewMode);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         QCOMPARE(focused(), u"largeSizeButton"_s);
     }
 
     void clicksKeepTheFocusInTheList()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        connectTwo(fixture);
+        connectTwo();
         ModalDriver modals;
         modals.escape();
-        clickRow(fixture.bankB(), 3);
+        clickRow(fixture->bankB(), 3);
         for (const char *const name : {"listModeButton", "largeSizeButton", "leftToRightButton"})
-            QTest::mouseClick(&fixture.find<QPushButton>(name), Qt::LeftButton);
-        QTest::mouseClick(&childOf<QPushButton>(fixture.bankB(), "removeButton"), Qt::LeftButton);
+            QTest::mouseClick(&fixture->find<QPushButton>(name), Qt::LeftButton);
+        QTest::mouseClick(&childOf<QPushButton>(fixture->bankB(), "removeButton"), Qt::LeftButton);
         QCOMPARE(modals.seen().first().title, u"Visual remove"_s);
-        fixture.window->activateWindow(); // a window manager would do this
+        fixture->window->activateWindow(); // a window manager would do this
         EVENTUALLY_COMPARE(focused(), u"B.mediaListWidget"_s);
     }
 
     void theListHasTheFocusFromTheFirstServerOn()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
         QCOMPARE(focused(), u"BVMainWindow"_s);
         const Server server = sampleServer(u"Stage left"_s, loopback(1));
-        fixture.connectServer(server);
+        fixture->connectServer(server);
         QCOMPARE(focused(), u"A.mediaListWidget"_s);
-        QCOMPARE(listOf(fixture.bankA()).currentRow(), 0);
+        QCOMPARE(listOf(fixture->bankA()).currentRow(), 0);
 
-        fixture.controller().removeServer(server.uuid);
+        fixture->controller().removeServer(server.uuid);
         QCOMPARE(focused(), u"BVMainWindow"_s);
-        fixture.connectServer(server);
+        fixture->connectServer(server);
         QCOMPARE(focused(), u"A.mediaListWidget"_s);
     }
 
     void aRefreshReturnsTheFocusToTheRemoveButton()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        connectTwo(fixture);
-        fixture.controller().folderChanged(3);
-        childOf<QPushButton>(fixture.bankB(), "removeButton").setFocus();
-        connectTwo(fixture); // fills the boxes and both lists again
+        connectTwo();
+        fixture->controller().folderChanged(3);
+        childOf<QPushButton>(fixture->bankB(), "removeButton").setFocus();
+        connectTwo(); // fills the boxes and both lists again
         QCOMPARE(focused(), u"B.removeButton"_s);
     }
 
     void choosingAServerByKeysKeepsTheFocus()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        connectTwo(fixture);
-        fixture.connectServer(sampleServer(u"Foyer"_s, loopback(3)));
-        fixture.controller().folderChanged(3);
-        auto &box = childOf<QComboBox>(fixture.bankA(), "serverComboBox");
+        connectTwo();
+        fixture->connectServer(sampleServer(u"Foyer"_s, loopback(3)));
+        fixture->controller().folderChanged(3);
+        auto &box = childOf<QComboBox>(fixture->bankA(), "serverComboBox");
         box.setFocus();
         const QString before = box.currentText();
         QTest::keyClick(&box, Qt::Key_Down);
@@ -171,25 +163,23 @@ private slots:
 
     void theMenuIsReachedByF10AndAlt()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        connectTwo(fixture);
-        const auto &bar = fixture.find<QMenuBar>("menuBar");
+        connectTwo();
+        const auto &bar = fixture->find<QMenuBar>("menuBar");
         QTest::ignoreMessage(QtWarningMsg, "This plugin does not support raise()");
         QTest::ignoreMessage(QtWarningMsg, "This plugin does not support grabbing the keyboard");
-        QTest::keyClick(&listOf(fixture.bankA()), Qt::Key_F10);
-        QCOMPARE(QApplication::activePopupWidget(), &fixture.find<QMenu>("menuFile"));
+        QTest::keyClick(&listOf(fixture->bankA()), Qt::Key_F10);
+        QCOMPARE(QApplication::activePopupWidget(), &fixture->find<QMenu>("menuFile"));
         QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
         QVERIFY(!QApplication::activePopupWidget());
-        QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuFile").menuAction());
+        QCOMPARE(bar.activeAction(), fixture->find<QMenu>("menuFile").menuAction());
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
         QCOMPARE(focused(), u"A.mediaListWidget"_s);
 
-        QTest::keyPress(&listOf(fixture.bankA()), Qt::Key_Alt);
-        QTest::keyRelease(&listOf(fixture.bankA()), Qt::Key_Alt, Qt::AltModifier);
-        QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuFile").menuAction());
+        QTest::keyPress(&listOf(fixture->bankA()), Qt::Key_Alt);
+        QTest::keyRelease(&listOf(fixture->bankA()), Qt::Key_Alt, Qt::AltModifier);
+        QCOMPARE(bar.activeAction(), fixture->find<QMenu>("menuFile").menuAction());
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
-        QCOMPARE(bar.activeAction(), fixture.find<QMenu>("menuHelp").menuAction());
+        QCOMPARE(bar.activeAction(), fixture->find<QMenu>("menuHelp").menuAction());
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
         QCOMPARE(focused(), u"A.mediaListWidget"_s);
     }
@@ -217,9 +207,7 @@ private slots:
     {
         QFETCH(const QByteArray, dialog);
         QFETCH(const QStringList, expected);
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        QDialog *const shown = makeDialog(dialog, fixture.window.get());
+        QDialog *const shown = makeDialog(dialog, fixture->window.get());
         shown->show();
         EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
         QCOMPARE(walk(int(expected.size())), expected);
@@ -228,9 +216,7 @@ private slots:
 
     void tabLeavesTheDetailsOfAnError()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        QDialog *const shown = makeDialog("error with details", fixture.window.get());
+        QDialog *const shown = makeDialog("error with details", fixture->window.get());
         shown->show();
         EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
         QTest::keyClick(shown->findChild<QPushButton *>(u"errorDetails"_s), Qt::Key_Space);
@@ -251,9 +237,7 @@ private slots:
     void escapeClosesTheDialogs()
     {
         QFETCH(const QByteArray, dialog);
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        QDialog *const shown = makeDialog(dialog, fixture.window.get());
+        QDialog *const shown = makeDialog(dialog, fixture->window.get());
         shown->show();
         EVENTUALLY_COMPARE(QApplication::activeWindow(), shown);
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
@@ -263,10 +247,8 @@ private slots:
 
     void theWarningIsDeclinedByEnterAndEscape()
     {
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        connectTwo(fixture);
-        listOf(fixture.bankA()).setCurrentRow(3);
+        connectTwo();
+        listOf(fixture->bankA()).setCurrentRow(3);
         ModalDriver modals;
         QStringList way;
         modals.escape().answer([&](QDialog &box) {
@@ -275,14 +257,14 @@ private slots:
             QTest::keyClick(&box, Qt::Key_Return);
         });
         for (int round = 0; round < 2; ++round) {
-            fixture.window->activateWindow(); // a window manager would do this
+            fixture->window->activateWindow(); // a window manager would do this
             EVENTUALLY_COMPARE(focused(), u"A.mediaListWidget"_s);
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Delete);
         }
         QCOMPARE(modals.seen().size(), 2);
         QCOMPARE(way, (QStringList{u"No"_s, u"Yes, don't ask again"_s, u"Yes"_s}));
         // The only dialog is that of the thumbnails: no removal has started.
-        QCOMPARE(fixture.window->findChildren<BVProgressDialog *>().size(), 1);
+        QCOMPARE(fixture->window->findChildren<BVProgressDialog *>().size(), 1);
     }
 
     void theFocusIsVisible_data()
@@ -298,10 +280,8 @@ private slots:
     void theFocusIsVisible()
     {
         QFETCH(const QByteArray, name);
-        WindowFixture fixture;
-        QVERIFY(fixture.show());
-        connectTwo(fixture);
-        auto &widget = fixture.find<QWidget>(name.constData());
+        connectTwo();
+        auto &widget = fixture->find<QWidget>(name.constData());
         const auto ringPixels = [&] {
             const QImage image = grabOf(widget);
             int count = 0;
@@ -311,7 +291,7 @@ private slots:
             }
             return count;
         };
-        fixture.window->setFocus();
+        fixture->window->setFocus();
         const QRect place = widget.geometry();
         const QSize hint = widget.sizeHint();
         const int before = ringPixels();
@@ -322,10 +302,10 @@ private slots:
     }
 
 private:
-    static void connectTwo(WindowFixture &fixture)
+    void connectTwo() const
     {
-        fixture.connectServer(sampleServer(u"Stage left"_s, loopback(1)));
-        fixture.connectServer(sampleServer(u"Stage right"_s, loopback(2)));
+        fixture->connectServer(sampleServer(u"Stage left"_s, loopback(1)));
+        fixture->connectServer(sampleServer(u"Stage right"_s, loopback(2)));
     }
     static QDialog *makeDialog(const QByteArray &name, QWidget *parent)
     {
@@ -342,6 +322,8 @@ private:
                                    name == "error" ? QStringList() : QStringList{u"Why."_s});
         return error;
     }
+
+    std::unique_ptr<WindowFixture> fixture;
 };
 
 QTEST_MAIN(tst_KeyboardFocus)
