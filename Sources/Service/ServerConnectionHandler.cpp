@@ -19,7 +19,7 @@ namespace {
 
 /// The number of bytes of the stream that Qt reads ahead. TCP then slows down a server that sends
 /// messages faster than they are handled. A longer frame still arrives: its parts are joined here.
-constexpr qint64 streamReadAhead = 64 * 1024;
+constexpr qint64 streamReadAhead = qint64{64} * 1024;
 
 } // namespace
 
