@@ -17,7 +17,7 @@ QByteArray takePiece(StreamFraming::Chunk &chunk)
     return QByteArray::fromRawData(chunk.bytes.constData() + begin, end - begin);
 }
 
-std::optional<QJsonDocument> parse(const QByteArray &piece)
+std::optional<QJsonDocument> readDocument(const QByteArray &piece)
 {
     QJsonParseError error;
     QJsonDocument document = QJsonDocument::fromJson(piece, &error);
@@ -25,36 +25,50 @@ std::optional<QJsonDocument> parse(const QByteArray &piece)
                                                    : std::nullopt;
 }
 
-} // namespace
+std::optional<StreamFraming::Message> readMessage(const QByteArray &piece)
+{
+    if (const auto progress = TransferProgress::fromUsualText(piece))
+        return progress;
+    return readDocument(piece);
+}
 
-namespace StreamFraming {
-
-std::optional<QJsonDocument> takeDocument(QByteArray &buffer, Chunk &chunk)
+/// What `read` returns for the next complete piece.
+template <typename Read>
+auto takeNext(QByteArray &buffer, StreamFraming::Chunk &chunk, Read read) -> decltype(read(buffer))
 {
     const auto isLastPiece = [&chunk] { return chunk.position > chunk.bytes.size(); };
     if (chunk.position == 0) {
         buffer.append(takePiece(chunk));
         if (isLastPiece())
             return std::nullopt;
-        if (auto document = parse(buffer)) {
+        if (auto message = read(buffer)) {
             buffer.clear();
-            return document;
+            return message;
         }
     }
     while (!isLastPiece()) {
         const QByteArray piece = takePiece(chunk);
-        if (auto document = parse(piece))
-            return document;
+        if (auto message = read(piece))
+            return message;
         buffer.append(piece);
     }
     return std::nullopt;
+}
+
+} // namespace
+
+namespace StreamFraming {
+
+std::optional<Message> takeMessage(QByteArray &buffer, Chunk &chunk)
+{
+    return takeNext(buffer, chunk, readMessage);
 }
 
 QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &bytes)
 {
     QList<QJsonDocument> documents;
     Chunk chunk{bytes};
-    while (auto document = takeDocument(buffer, chunk))
+    while (auto document = takeNext(buffer, chunk, readDocument))
         documents.append(std::move(*document));
     return documents;
 }

@@ -3,11 +3,14 @@
 
 #pragma once
 
+#include "Protocol/TransferProgress.h"
+
 #include <QByteArray>
 #include <QJsonDocument>
 #include <QList>
 
 #include <optional>
+#include <variant>
 
 /// The framing of the notification stream: JSON documents, each followed by a NUL byte.
 namespace StreamFraming {
@@ -18,6 +21,9 @@ struct Chunk
     QByteArray bytes;
     qsizetype position = 0; ///< the begin of the next piece, above the size after the last one
 };
+
+/// A document, or what it reports if it is a progress message in its usual form.
+using Message = std::variant<QJsonDocument, TransferProgress>;
 
 /// Removes the next complete document from `buffer` and the received chunk. Call it until it
 /// returns nothing: `buffer` then has what remains of the chunk.
@@ -30,9 +36,9 @@ struct Chunk
 ///
 /// `buffer` starts empty and never contains a NUL byte, so only the chunk is searched for one,
 /// however long a frame is.
-[[nodiscard]] std::optional<QJsonDocument> takeDocument(QByteArray &buffer, Chunk &chunk);
+[[nodiscard]] std::optional<Message> takeMessage(QByteArray &buffer, Chunk &chunk);
 
-/// All documents of a chunk. They need many times the memory of their bytes.
+/// All documents of a chunk, in the same way. They need many times the memory of their bytes.
 [[nodiscard]] QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &bytes);
 
 } // namespace StreamFraming

@@ -96,10 +96,13 @@ void ServerConnectionHandler::canRead()
 void ServerConnectionHandler::handleWaitingMessages()
 {
     while (!waitingChunks.isEmpty()) {
-        if (const auto document = StreamFraming::takeDocument(receiveBuffer, waitingChunks.first()))
-            handleMessage(*document);
-        else
+        const auto message = StreamFraming::takeMessage(receiveBuffer, waitingChunks.first());
+        if (!message)
             waitingChunks.removeFirst();
+        else if (const auto *const progress = std::get_if<TransferProgress>(&*message))
+            transferProgress(*progress);
+        else
+            handleMessage(std::get<QJsonDocument>(*message));
     }
 }
 
@@ -114,7 +117,7 @@ void ServerConnectionHandler::handleMessage(const QJsonDocument &document)
         transferStarted(message["sync"_L1].toObject());
         break;
     case 2:
-        transferProgress(message["sync"_L1].toObject());
+        transferProgress(TransferProgress::fromJson(message["sync"_L1].toObject()));
         break;
     case 3:
         transferFinished(message["sync"_L1].toObject());
@@ -158,15 +161,14 @@ void ServerConnectionHandler::transferStarted(const QJsonObject &sync)
                                    Brenvoka::SyncQueued);
 }
 
-void ServerConnectionHandler::transferProgress(const QJsonObject &sync)
+void ServerConnectionHandler::transferProgress(const TransferProgress &progress)
 {
-    const QUuid id(sync["ID"_L1].toString());
-    const auto entry = activeTransfers.find(id);
-    if (id.isNull() || entry == activeTransfers.end())
+    const auto entry = activeTransfers.find(progress.id);
+    if (progress.id.isNull() || entry == activeTransfers.end())
         return;
-    entry->state = sync["STATUS"_L1].toInt(0);
-    entry->progressPercent = sync["CPERCENT"_L1].toInt(0);
-    entry->speedBps = sync["SPEEDBPS"_L1].toInt(0);
+    entry->state = progress.state;
+    entry->progressPercent = progress.progressPercent;
+    entry->speedBps = progress.speedBps;
     emit handlerSyncProgressUpdate(uuid, entry->folderSlot, entry->fileSlot, entry->progressPercent,
                                    static_cast<Brenvoka::SyncStates>(entry->state));
 }

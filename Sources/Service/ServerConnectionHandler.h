@@ -142,7 +142,7 @@ private:
     void handleMessage(const QJsonDocument &document);
     void transfersListed(const QJsonArray &transfers);
     void transferStarted(const QJsonObject &sync);
-    void transferProgress(const QJsonObject &sync);
+    void transferProgress(const TransferProgress &progress);
     void transferFinished(const QJsonObject &sync);
     void serverStats(const QJsonObject &message);
 

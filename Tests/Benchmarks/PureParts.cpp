@@ -78,8 +78,11 @@ Work framing()
     const QByteArray message = R"({"msg_type":5,"GFPS":59.5,"TFPS":60,"MFPS":60})"_ba + '\0';
     return [stream = message.repeated(2000)] {
         QByteArray buffer;
-        for (qsizetype at = 0; at < stream.size(); at += 1000)
-            (void)StreamFraming::takeDocuments(buffer, stream.mid(at, 1000));
+        for (qsizetype at = 0; at < stream.size(); at += 1000) {
+            StreamFraming::Chunk chunk{stream.mid(at, 1000)};
+            while (StreamFraming::takeMessage(buffer, chunk)) {
+            }
+        }
     };
 }
 

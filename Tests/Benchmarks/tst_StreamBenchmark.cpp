@@ -46,14 +46,17 @@ QByteArray progressMessages(int count)
     return messages + message.repeated(count);
 }
 
-/// The number of documents in the stream if it arrives in chunks of that size.
+/// The number of messages in the stream if it arrives in chunks of that size.
 qsizetype frame(const QByteArray &stream, qsizetype chunkSize)
 {
     QByteArray buffer;
-    qsizetype documents = 0;
-    for (qsizetype at = 0; at < stream.size(); at += chunkSize)
-        documents += StreamFraming::takeDocuments(buffer, stream.mid(at, chunkSize)).size();
-    return documents;
+    qsizetype messages = 0;
+    for (qsizetype at = 0; at < stream.size(); at += chunkSize) {
+        StreamFraming::Chunk chunk{stream.mid(at, chunkSize)};
+        while (StreamFraming::takeMessage(buffer, chunk))
+            ++messages;
+    }
+    return messages;
 }
 
 /// What the messages need at least.

@@ -81,6 +81,21 @@ private slots:
         }
     }
 
+    void everyChunkSizeGivesTheSameMessages()
+    {
+        const QByteArray stream = wireFile(u"stream.bin"_s);
+        QByteArray wholeBuffer;
+        const QList<QJsonDocument> documents = StreamFraming::takeDocuments(wholeBuffer, stream);
+        for (qsizetype size = 1; size <= stream.size(); ++size) {
+            QByteArray buffer;
+            QList<StreamFraming::Message> messages;
+            for (qsizetype at = 0; at < stream.size(); at += size)
+                messages += FramingModel::takeMessages(buffer, stream.mid(at, size));
+            QVERIFY(FramingModel::areSame(messages, documents));
+            QCOMPARE(buffer, QByteArray());
+        }
+    }
+
     // Well-formed or not, and in any chunks: the same as splitting the whole buffer each time.
     void matchesTheSimpleModel()
     {
