@@ -20,8 +20,8 @@ constexpr qsizetype longestDetail = 5 * longestShownText;
 
 // A document reads this much within a second and lays it out in steps too short to notice. It is
 // about 250 characters for each visual of a full library.
-constexpr qsizetype mostCharacters = 16 * 1024 * 1024;
-constexpr qsizetype mostLines = 256 * 1024;
+constexpr qsizetype mostCharacters = qsizetype{16} * 1024 * 1024;
+constexpr qsizetype mostLines = qsizetype{256} * 1024;
 
 bool breaksLine(QChar c)
 {

@@ -15,7 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 const QByteArray firstLine = "Brenvoka snapshot 1\n";
-constexpr qint64 longestHead = 64 * 1024;
+constexpr qint64 longestHead = qint64{64} * 1024;
 
 QByteArray checksum(const QByteArray &body)
 {
