@@ -9,6 +9,7 @@
 #include "Model/VisualRef.h"
 
 #include <QFont>
+#include <QHash>
 #include <QHostAddress>
 #include <QIcon>
 #include <QList>
@@ -219,6 +220,7 @@ private:
     std::unique_ptr<ServerBankController> controller;
     bool folderNameDiffers = false;
     std::array<QIcon, 2> sharedIcons; ///< by mark
+    QHash<qint64, QIcon> rowIcons;    ///< of the visuals' rows, by QPixmap::cacheKey
     // Marks of the rows as drawn; `sameMarks` may already be newer.
     Marks shownMarks;
     bool foldersDrawn = true;

@@ -150,6 +150,7 @@ QList<int> BVServerBank::clearRows()
     const QSignalBlocker blocker(ui->mediaListWidget);
     ui->mediaListWidget->clear();
     sharedIcons = {};
+    rowIcons.clear();
     shownMarks = sameMarks;
     foldersDrawn = currentFolder == -1;
     return selection;
@@ -241,6 +242,7 @@ void BVServerBank::folderChanged(int mediaFolderIndex, const QList<QPixmap> &pix
 void BVServerBank::rebuildSlotList(const MediaFolder &folder, const QList<QPixmap> &pixmaps)
 {
     const int row = rowAfterRebuild();
+    const QHash<qint64, QIcon> formerIcons = rowIcons;
     const QList<int> selection = clearRows();
     addHeaderItems();
     for (int slot = 1; slot < Slots::count; ++slot) {
@@ -250,8 +252,13 @@ void BVServerBank::rebuildSlotList(const MediaFolder &folder, const QList<QPixma
             continue;
         }
         const Visual &visual = folder.files.at(index);
-        addItem(rowIcon(markedPixmap(slot, visual.hash, pixmaps.value(slot))), visual.name,
-                ui->mediaListWidget->count());
+        const QPixmap picture = markedPixmap(slot, visual.hash, pixmaps.value(slot));
+        QIcon &icon = rowIcons[picture.cacheKey()];
+        if (icon.isNull())
+            icon = formerIcons.value(picture.cacheKey());
+        if (icon.isNull())
+            icon = rowIcon(picture);
+        addItem(icon, visual.name, ui->mediaListWidget->count());
     }
     selectRows(selection);
     placeCurrentRow(row);
