@@ -13,6 +13,8 @@
 
 #include <QSignalBlocker>
 
+#include <utility>
+
 QList<int> BVServerBank::selectedRows() const
 {
     QList<int> rows;
@@ -58,8 +60,8 @@ QList<VisualRef> BVServerBank::allVisuals() const
 {
     if (currentFolder == -1)
         return LibrarySelection::all();
-    const QList<VisualRef> visuals = LibrarySelection::allOfFolder(currentServer(), currentFolder);
-    for (const auto &[position, slot] : visuals)
+    QList<VisualRef> visuals = LibrarySelection::allOfFolder(currentServer(), currentFolder);
+    for (const auto &[position, slot] : std::as_const(visuals))
         ZOR_LOG(info, "%d-%d", position, slot);
     return visuals;
 }
