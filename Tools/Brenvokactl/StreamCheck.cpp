@@ -77,7 +77,7 @@ Finding StreamCheck::run(const QHostAddress &address, std::chrono::milliseconds 
     loop.exec();
     const bool isOpen = !reply->isFinished();
     reply->disconnect(&loop);
-    const Finding finding = findingOf(*reply, received, isOpen);
+    Finding finding = findingOf(*reply, received, isOpen);
     reply->abort();
     return finding;
 }
