@@ -110,7 +110,7 @@ private:
     /// For the labels. Renewed when the source's library has changed.
     std::optional<LibraryIndex> sourceIndex;
     bool aborted = false;
-    /// Results that arrive afterwards start no phase: until the deletion, or for ever in a replaced
-    /// task.
+    /// Results that arrive afterwards start no phase. A replaced task is never deleted, so they
+    /// continue to arrive.
     bool ended = false;
 };

@@ -6,7 +6,7 @@
 #include "Brenvokactl/LibraryCheck.h"
 
 /// Collects findings of one level. A broken document may have millions of them: the first thousand
-/// are kept, and one finding tells how many there are more.
+/// are kept, and one finding has the number of the others.
 class Findings final
 {
 public:

@@ -102,7 +102,8 @@ QStringList writeSenders(ReportDirectory &directory, const CommandLine &line)
     }
     directory.write(u"listen.txt"_s, formatted(*heard, Format::Text, false), purpose);
     QStringList addresses;
-    for (const auto sender : heard->json[u"senders"_s].toArray()) {
+    const QJsonArray senders = heard->json[u"senders"_s].toArray();
+    for (const auto sender : senders) {
         if (sender[u"listed"_s].toBool())
             addresses.append(sender[u"address"_s].toString());
     }
