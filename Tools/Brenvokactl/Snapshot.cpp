@@ -14,7 +14,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const QByteArray firstLine = "Brenvoka snapshot 1\n";
+constexpr QByteArrayView firstLine = "Brenvoka snapshot 1\n";
 constexpr qint64 longestHead = qint64{64} * 1024;
 
 QByteArray checksum(const QByteArray &body)
@@ -42,7 +42,7 @@ QHash<QByteArray, QByteArray> fieldsOf(const QByteArray &head)
 
 QByteArray Snapshot::toBytes() const
 {
-    return firstLine + line("address", address.toUtf8()) +
+    return firstLine.toByteArray() + line("address", address.toUtf8()) +
            line("time", time.toString(Qt::ISODate).toUtf8()) +
            line("X-BVProtocolVersion", version) + line("X-BVFeatureList", features) +
            line("length", QByteArray::number(body.size())) + line("sha256", checksum(body)) + '\n' +
