@@ -39,6 +39,13 @@ QStringList threadsOfThisProcess()
     return QDir(u"/proc/self/task"_s).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
 }
 
+/// Whether the thread waits. A thread that has ended does not.
+bool isAsleep(int thread)
+{
+    QFile status(u"/proc/self/task/%1/stat"_s.arg(thread));
+    return status.open(QIODevice::ReadOnly) && status.readAll().contains(") S ");
+}
+
 /// The threads when the first sink of a log was last created: it queries its terminal.
 QStringList threadsAtTheSink;
 
@@ -226,9 +233,10 @@ private slots:
     }
 
     /// The file of the log is a full pipe, so the worker cannot write.
-    void callerDoesNotWaitFor4096LinesInTheQueue()
+    void callerWaitsOnlyForAFullQueue()
     {
         constexpr int queueSize = 4096;
+        constexpr int count = 2 * queueSize;
         const QTemporaryDir directory;
         const QByteArray path = directory.filePath(u"Brenvoka.log"_s).toUtf8();
         QCOMPARE(mkfifo(path.constData(), 0600), 0);
@@ -239,17 +247,22 @@ private slots:
         }
 
         Zor::Log::init(path.toStdString());
+        std::atomic<int> thread = 0;
         std::atomic<int> logged = 0;
-        std::thread caller([&logged] {
-            for (; logged < queueSize; ++logged)
+        std::thread caller([&thread, &logged] {
+            thread = gettid();
+            for (; logged < count; ++logged)
                 ZOR_LOG(info, "line");
         });
-        const bool done = waitFor([&logged] { return logged == queueSize; });
+        const bool reached = waitFor([&logged] { return logged >= queueSize; });
+        const bool stopped = waitFor([&] { return logged == count || isAsleep(thread); });
+        const int loggedByThen = logged;
         QVERIFY(fcntl(pipe, F_SETPIPE_SZ, 1 << 20) >= 0); // room for all of them
         caller.join();
         Zor::Log::release();
         ::close(pipe);
-        QVERIFY2(done, qPrintable(u"%1 lines"_s.arg(logged)));
+        QVERIFY2(reached && stopped && loggedByThen < count,
+                 qPrintable(u"%1 lines"_s.arg(loggedByThen)));
     }
 
     void lineIsWrittenWithoutAFollowingOne()
