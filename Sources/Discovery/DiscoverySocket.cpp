@@ -16,6 +16,7 @@
 #endif
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace Discovery {
@@ -158,6 +159,18 @@ std::span<const DiscoveredServer> entriesInUse(const DiscoverySocket &socket)
     return std::span(socket.servers).first(static_cast<std::size_t>(socket.serverCount));
 }
 
+/// Not a std::string, which would allocate.
+void printSender(const sockaddr_in &source)
+{
+    std::array<char, 96> line;
+    const int size =
+        std::snprintf(line.data(), line.size(),
+                      "Received discovery message from %s adding to the list of servers\n",
+                      inet_ntoa(source.sin_addr));
+    StandardStreams::writeAtOnce(StandardStreams::output,
+                                 {line.data(), static_cast<std::size_t>(size)});
+}
+
 void apply(DiscoverySocket &socket, const DiscoveredServer &announcement)
 {
     for (DiscoveredServer &server : entriesInUse(socket)) {
@@ -170,10 +183,7 @@ void apply(DiscoverySocket &socket, const DiscoveredServer &announcement)
         return;
     socket.servers[static_cast<std::size_t>(socket.serverCount)] = announcement;
     ++socket.serverCount;
-    StandardStreams::writeAtOnce(StandardStreams::output,
-                                 std::string("Received discovery message from ") +
-                                     inet_ntoa(announcement.source.sin_addr) +
-                                     " adding to the list of servers\n");
+    printSender(announcement.source);
 }
 
 } // namespace
