@@ -14,8 +14,8 @@ class QUuid;
 /// The two banks: finds a bank by its server, and keeps both banks at the same level, with the same
 /// marks, selection, scroll position and view.
 ///
-/// The level is the model's `selectedFolder`. A bank without a server is always at the folders
-/// level.
+/// The level is the model's `selectedFolder`. A bank without a server goes back to the folders
+/// level when it is redrawn.
 class BankPair final
 {
 public:

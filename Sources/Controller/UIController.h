@@ -27,8 +27,8 @@ struct Server;
 /// Coordinates the program. Created by the main window.
 ///
 /// It owns the services and updates the model's list of servers by their reports. It decides which
-/// servers the two banks offer, and keeps the two banks alike. It runs at most one long operation
-/// at a time, asks before it and shows its errors afterwards.
+/// servers the two banks offer, and keeps the two banks alike. It starts the long operations, asks
+/// before each and shows its errors afterwards. It follows only the last one that was started.
 ///
 /// Messages and warnings are modal and run a nested event loop: servers may be added or lost while
 /// one is open. Data of a record is copied before such a call if it is needed afterwards.

@@ -111,8 +111,8 @@ void TransferDialog::updateTransfer(int folderSlot, int fileSlot, int percent,
         scrollLater(transfer.row);
 }
 
-// The table hears only of changes that somebody can notice. It takes as long to hear of a row
-// out of view as to store its text.
+// The table is notified only of changes that somebody can notice. A notification about a row out of
+// view would take as long as storing its text.
 bool TransferDialog::showState(int row, const QString &text)
 {
     auto *const item = ui->statusList->item(row, stateColumn);

@@ -26,8 +26,8 @@ struct TransferRow
 /// The progress of one synchronisation: one table row for each visual and an overall bar.
 ///
 /// It has the only record of each visual's outcome. Closing the window hides it; the operation
-/// continues. Every function takes at most logarithmic time, so that 256 full folders can be
-/// transferred at once.
+/// continues. A function for one visual takes at most logarithmic time, so that 256 full folders
+/// can be transferred at once.
 class TransferDialog final : public QDialog
 {
     Q_OBJECT

@@ -78,8 +78,8 @@ void SyncTask::startRenames()
 }
 
 // An unexpected result after the last step of a phase starts the next phase again, so connections
-// are made only once. A replaced task starts nothing again: it hears the results of the operations
-// that follow.
+// are made only once. A replaced task starts nothing again: it also gets the results of later
+// operations.
 void SyncTask::startRemovals()
 {
     if (replaced && removeDialog)

@@ -66,7 +66,7 @@ struct IncomingForm
     }
 };
 
-/// Browsers and Qt percent-encode only these three characters of a file name.
+/// Browsers and Brenvoka percent-encode only these three characters of a file name.
 QString decodedFileName(const std::string &name)
 {
     QString text = QString::fromStdString(name);
