@@ -24,8 +24,8 @@ class TransferDialog;
 ///
 /// No media passes through this program. It sends the destination one command for each visual, all
 /// at once, to fetch the file from the source. The destination reports on its notification stream.
-/// The transfer phase ends when it reports that no transfer is left, not by a count of results. If
-/// it never reports that, the task stays until the operator cancels.
+/// The transfer phase ends when it reports that no transfer is left, not by a count of results.
+/// Until it reports that, the task stays, also after a cancel.
 ///
 /// Cancelling the renames or removals ends the task. The command on the server still completes, and
 /// so do renames that wait. Cancelling the transfers sends a cancel to every connected server, and

@@ -255,6 +255,19 @@ private slots:
         QVERIFY(fixture->dialog<TransferDialog>()->isVisible());
     }
 
+    void cancelWithoutARunningTransferDoesNotEndTheTask()
+    {
+        fixture->start({}, {}, {{3, 1}});
+        QTest::mouseClick(
+            fixture->dialog<TransferDialog>()->findChild<QPushButton *>(u"cancelSync"_s),
+            Qt::LeftButton);
+        EVENTUALLY_COMPARE(fixture->destination.commands(ScriptedServer::Cancel).size(), 1);
+        QVERIFY(fixture->settle()); // that cancel has been answered
+        QCOMPARE(fixture->transferTexts(1), QStringList{u"queued..."_s});
+        QCOMPARE(fixture->finished->size(), 0);
+        QVERIFY(fixture->dialog<TransferDialog>()->isVisible());
+    }
+
     void cancelDoesNotStopAnImport()
     {
         const QList<VisualRef> refs{{3, 1}, {3, 2}, {3, 3}};
