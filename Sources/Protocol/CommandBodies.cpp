@@ -35,7 +35,7 @@ QByteArray encoded(const QString &value)
 {
     QUrlQuery query;
     query.addQueryItem(u"x"_s, value);
-    return query.toString(QUrl::FullyEncoded).toLatin1().sliced(2);
+    return query.toString(QUrl::FullyEncoded).toLatin1().mid(2); // a null value has no "="
 }
 
 } // namespace

@@ -40,6 +40,7 @@ private slots:
         QTest::addColumn<QString>("name");
         QTest::addColumn<QByteArray>("encoded");
         QTest::newRow("empty") << u""_s << ""_ba;
+        QTest::newRow("null") << QString() << ""_ba;
         QTest::newRow("ampersand, equals and hash") << u"a&b=c#d"_s << "a%26b%3Dc%23d"_ba;
         QTest::newRow("umlaut and beyond") << u"ü舞"_s << "%C3%BC%E8%88%9E"_ba;
         QTest::newRow("two units of UTF-16") << u"\U0001F3AD"_s << "%F0%9F%8E%AD"_ba;
