@@ -23,8 +23,9 @@ struct MediaFolder;
 ///
 /// There is one load at a time: a new one replaces a running one without a signal. All requests of
 /// a load are sent at once. A body of more than 16 MiB is a failed download. A picture of more than
-/// 2^24 pixels is not decoded. Two services share one network manager and both see all its replies,
-/// so both emit `progress` for each reply of either.
+/// 2^24 pixels, a JPEG with very many scans and a PNG with more than four compressed texts are not
+/// decoded and count as empty pictures. Two services share one network manager and both see all its
+/// replies, so both emit `progress` for each reply of either.
 ///
 /// Many pictures may arrive together. They are handled in the order of their arrival, for a few
 /// milliseconds in each turn of the event loop, so that the window responds meanwhile. The signals

@@ -48,7 +48,7 @@ public:
     [[nodiscard]] virtual bool involvesServer(const QUuid &uuid) const = 0;
 
 signals:
-    /// Every task ends with it. May be emitted twice; the receiver ignores the second.
+    /// Every task ends with it. May be emitted again; the receiver ignores all but the first.
     void taskFinished(TaskBase *task);
 
 protected:
