@@ -170,7 +170,7 @@ private:
     QByteArray receiveBuffer; ///< never contains a NUL
     bool closing = false;     ///< nothing is sent or reported any more
     Brenvoka::ServerDisconnectReason disconnectReason = Brenvoka::DisconnectNone;
-    QHash<QUuid, ActiveTransfer> activeTransfers;
+    QHash<TransferId, ActiveTransfer> activeTransfers;
     int pendingRequests = 0; ///< commands without an answer; required, though nothing reads it
     QList<VisualRef> removeQueue;
     QList<FolderRename> renameQueue;

@@ -62,8 +62,8 @@ void ServerConnectionHandler::requestSync(const QHostAddress &source,
 void ServerConnectionHandler::cancelSyncs()
 {
     const DeletionDelay::Scope scope(deletionDelay);
-    const QList<QUuid> ids = activeTransfers.keys();
-    for (const QUuid &id : ids) {
+    const QList<TransferId> ids = activeTransfers.keys();
+    for (const TransferId &id : ids) {
         const auto entry = activeTransfers.find(id);
         if (entry == activeTransfers.end() || entry->state >= Brenvoka::SyncImporting)
             continue;

@@ -3,9 +3,26 @@
 
 #pragma once
 
+#include <QHash>
 #include <QString>
+#include <QUuid>
 
 class QNetworkReply;
+
+/// The id of a transfer as a key. A server chooses the ids: Qt's hash of a QUuid is the same for as
+/// many as it wants, and each message would then have to search all transfers.
+struct TransferId : QUuid
+{
+    TransferId(const QUuid &uuid) // implicit: it is the same id
+        : QUuid(uuid)
+    {
+    }
+};
+
+inline std::size_t qHash(const TransferId &id, std::size_t seed) noexcept
+{
+    return qHashBits(&id, sizeof id, seed);
+}
 
 /// One visual that is being copied to a server, as that server reported it.
 struct ActiveTransfer

@@ -41,7 +41,7 @@ struct ServerConnectionHandlerProbe
     void forgetTransfers() { handler.activeTransfers.clear(); }
     [[nodiscard]] int pendingRequests() const { return handler.pendingRequests; }
     [[nodiscard]] QByteArray receiveBuffer() const { return handler.receiveBuffer; }
-    [[nodiscard]] QHash<QUuid, ActiveTransfer> activeTransfers() const
+    [[nodiscard]] QHash<TransferId, ActiveTransfer> activeTransfers() const
     {
         return handler.activeTransfers;
     }
