@@ -222,6 +222,14 @@ class Report(ProgramCase):
         self.assertIn("Names and addresses", text)
         self.assertIn("listen.txt", text)
 
+    def test_directory_among_the_logs_contains_each_log_once(self):
+        logs = self.home / "data/Zorvik/Brenvoka/logs"
+        logs.mkdir(parents=True)
+        (logs / "Brenvoka.log").write_text("new")
+        document = self.document(0, "report", logs / "support", "--for", 1)
+        self.assertEqual({entry["file"] for entry in document["files"]},
+                         {"versions.txt", "logs/Brenvoka.log", "listen.txt"})
+
     def test_existing_directory_is_refused(self):
         (self.work / "support").mkdir()
         self.assert_refused("report", "support", contains="it exists")

@@ -66,12 +66,19 @@ QByteArray versions()
         .toUtf8();
 }
 
-void copyLogs(ReportDirectory &directory)
+QStringList logFiles()
+{
+    QStringList paths;
+    QDirIterator found(logDirectory(), QDir::Files, QDirIterator::Subdirectories);
+    while (found.hasNext())
+        paths.append(found.next());
+    return paths;
+}
+
+void copyLogs(ReportDirectory &directory, const QStringList &paths)
 {
     const QDir logs(logDirectory());
-    QDirIterator found(logs.path(), QDir::Files, QDirIterator::Subdirectories);
-    while (found.hasNext()) {
-        const QString path = found.next();
+    for (const QString &path : paths) {
         directory.copy(u"logs/"_s + logs.relativeFilePath(path), path,
                        u"a log of the window: names and addresses of servers"_s);
     }
@@ -147,12 +154,14 @@ Expected<Result> Commands::report(const CommandLine &line)
     const QString path = line.arguments.at(0);
     if (QFileInfo::exists(path))
         return Expected<Result>::failure(path + u": it exists; a new directory is needed"_s);
+    // Listed before the report exists: its directory may be among the logs.
+    const QStringList logs = logFiles();
     if (!QDir().mkdir(path))
         return Expected<Result>::failure(path + u": the directory cannot be created"_s);
     ReportDirectory directory(path);
     directory.write(u"versions.txt"_s, versions(), u"versions of the tool, of Qt and the system"_s);
     directory.copy(u"settings.ini"_s, settingsFilePath(), u"the settings of the window"_s);
-    copyLogs(directory);
+    copyLogs(directory, logs);
     writeChecks(directory, writeSenders(directory, line), line);
     if (!directory.error.isEmpty())
         return Expected<Result>::failure(directory.error);
