@@ -79,7 +79,8 @@ memory() {
     for test in "${tests[@]}"; do
         program=$(find build/release/Tests -name "$test" -type f -executable)
         echo "== $test"
-        QT_QPA_PLATFORM=offscreen valgrind --quiet --error-exitcode=1 --num-callers=40 \
+        # With a seed, Qt's hash of a short text also reads bytes that are beside it.
+        QT_HASH_SEED=0 QT_QPA_PLATFORM=offscreen valgrind --quiet --error-exitcode=1 --num-callers=40 \
             --leak-check=full --show-leak-kinds=definite --errors-for-leak-kinds=definite \
             --suppressions=Scripts/valgrind-suppressions.txt "$program" -silent || found=1
     done
