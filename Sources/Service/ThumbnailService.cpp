@@ -16,6 +16,8 @@
 #include <QNetworkReply>
 #include <QPixmapCache>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <utility>
 
@@ -38,6 +40,12 @@ constexpr std::chrono::milliseconds turnLength(4);
 
 /// One of them may take 24 MB. Pictures have one, if any: what the camera or editor noted.
 constexpr qsizetype mostCompressedTexts = 4;
+
+/// The formats of Qt that describe pixels. Other plugins, which Qt and the desktop install, may do
+/// more: an SVG names files of this machine, and Qt opens them; an EPS is a program.
+constexpr std::array<QByteArrayView, 21> pixelFormats = {
+    "bmp", "cur", "dib", "gif", "icns", "ico",  "jp2",  "jpeg", "jpg", "mng", "pbm",
+    "pgm", "png", "ppm", "tga", "tif",  "tiff", "wbmp", "webp", "xbm", "xpm"};
 
 QByteArray encodedUrl(const QNetworkReply &reply)
 {
@@ -66,8 +74,15 @@ bool hasTooManyTexts(const QByteArray &body)
     return body.count("zTXt") + body.count("iTXt") > mostCompressedTexts;
 }
 
-/// Null if the body is not an image or has too many pixels, scans or texts. If the format states a
-/// size, it is checked before anything is decoded; otherwise the allocation limit applies.
+/// Looks only at the first bytes; to ask for the size would already read an SVG.
+bool isOfPixels(const QImageReader &reader)
+{
+    return std::ranges::find(pixelFormats, reader.format()) != pixelFormats.end();
+}
+
+/// Null if the body is not an image of a format of pixels, or has too many pixels, scans or texts.
+/// If the format states a size, it is checked before anything is decoded; otherwise the allocation
+/// limit applies.
 QImage imageFromBody(QByteArray body)
 {
     if (hasTooManyTexts(body))
@@ -75,6 +90,8 @@ QImage imageFromBody(QByteArray body)
     QBuffer buffer(&body);
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
+    if (!isOfPixels(reader))
+        return {};
     if (!isWithinBounds(reader.size()))
         return {};
     if (reader.format() == "jpeg" && hasTooManyScans(body, reader.size()))
