@@ -239,6 +239,10 @@ void ServerConnectionHandler::streamEnded(QNetworkReply *reply)
             close();
             removeQueue = {};
             renameQueue = {};
+            // Their replies are deleted when they finish; a later `stop` must not abort them.
+            removeInFlight = {};
+            renameInFlight = {};
+            moveInFlight = {};
             emit handlerServerDisconnected(address, uuid, disconnectReason, error);
         }
     }

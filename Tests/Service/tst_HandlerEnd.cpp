@@ -100,6 +100,19 @@ private slots:
         QVERIFY(nothingWaits());
     }
 
+    void stopAfterTheEndUsesNoDeletedReply()
+    {
+        startEverything();
+        QVERIFY(fixture->waitForCommands(3));
+        fixture->stream.send(Wire::lastChunk());
+        EVENTUALLY_COMPARE(fixture->events.lines.filter(u"disconnected"_s).size(), 1);
+        for (const WireRequest &request : fixture->commands())
+            request.answer(successBody);
+        EVENTUALLY_COMPARE(fixture->probe.replies().size(), 0);
+        QVERIFY(fixture->probe.nothingInFlight());
+        fixture->handler.stop();
+    }
+
     void uploadProgressAfterTheEndIsNotReported()
     {
         QVERIFY(file.resize(16 << 20));
