@@ -112,8 +112,6 @@ bool makeNonBlocking(int handle)
 #endif
 
 constexpr std::uint32_t announcementType = 1;
-constexpr std::size_t announcementSize = 128;
-constexpr std::size_t maximumDatagram = 1024;
 constexpr std::size_t nameSize = 84;
 
 bool shareAddress(int handle)

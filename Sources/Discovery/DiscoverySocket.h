@@ -36,13 +36,15 @@ namespace Discovery {
 
 inline constexpr std::uint16_t port = 3001;
 inline constexpr std::size_t tableSize = 10;
+inline constexpr std::size_t announcementSize = 128; ///< the least, in bytes
+inline constexpr std::size_t maximumDatagram = 1024; ///< in bytes
 
 /// Values of `DiscoverySocket::lastError`. The numbers are fixed.
 enum Error : std::int32_t {
     NoError = 0,
     SocketFailed = -1,
     BindFailed = -2,
-    ReceiveFailed = -3, ///< also a datagram of more than 1024 bytes
+    ReceiveFailed = -3, ///< also a datagram above `maximumDatagram`
     NotOpen = -5,
     ReuseFailed = -6,
     NonBlockingFailed = -13,

@@ -47,7 +47,7 @@ public:
     void read(Take take) const
     {
         // One byte more than the window takes, so that a longer datagram shows.
-        std::array<std::uint8_t, 1025> buffer;
+        std::array<std::uint8_t, Discovery::maximumDatagram + 1> buffer;
         for (int count = 0; count < datagramsPerTick; ++count) {
             sockaddr_in source{};
             socklen_t length = sizeof source;
@@ -90,9 +90,8 @@ Senders listenOn(const Port &port, std::chrono::milliseconds time)
 QJsonObject toJson(const Sender &sender)
 {
     const auto &[uuid, address, netmask, name] = sender.announcement;
-    const bool isAnnouncement = !sender.mask.isEmpty();
-    const auto known = [isAnnouncement](const QJsonValue &value) {
-        return isAnnouncement ? value : QJsonValue();
+    const auto known = [&sender](const QJsonValue &value) {
+        return sender.isAnnouncement() ? value : QJsonValue();
     };
     return {{u"address"_s, address.toString()},
             {u"netmask"_s, netmask < 0 ? QJsonValue() : known(netmask)},
@@ -107,11 +106,10 @@ QJsonObject toJson(const Sender &sender)
 QStringList toRow(const Sender &sender)
 {
     const Announcement &announcement = sender.announcement;
-    const bool isAnnouncement = !sender.mask.isEmpty();
     return {announcement.address.toString(),
             sender.mask,
             announcement.name,
-            isAnnouncement ? announcement.uuid.toString(QUuid::WithoutBraces) : QString(),
+            sender.isAnnouncement() ? announcement.uuid.toString(QUuid::WithoutBraces) : QString(),
             QString::number(sender.count),
             sender.isListed() ? u"yes"_s : u"no"_s,
             sender.reason()};

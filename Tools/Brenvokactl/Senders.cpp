@@ -13,16 +13,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr std::size_t longestDatagram = 1024;
-constexpr std::size_t announcementSize = 128;
 constexpr qsizetype mostSenders = 1000;
 
 QString defectOfOther(std::span<const std::uint8_t> datagram)
 {
-    if (datagram.size() > longestDatagram)
-        return u"longer than %1 bytes"_s.arg(longestDatagram);
-    if (datagram.size() < announcementSize)
-        return u"too short: %1 bytes instead of %2"_s.arg(datagram.size()).arg(announcementSize);
+    if (datagram.size() > Discovery::maximumDatagram)
+        return u"longer than %1 bytes"_s.arg(Discovery::maximumDatagram);
+    if (datagram.size() < Discovery::announcementSize)
+        return u"too short: %1 bytes instead of %2"_s.arg(datagram.size())
+            .arg(Discovery::announcementSize);
     return u"other message type: %1"_s.arg(qFromBigEndian<quint32>(datagram.data()));
 }
 
@@ -43,8 +42,9 @@ QString defectOf(const Announcement &announcement, quint32 mask)
 Sender senderOf(std::span<const std::uint8_t> datagram, const sockaddr_in &source)
 {
     Sender sender;
-    const auto entry =
-        datagram.size() > longestDatagram ? std::nullopt : Discovery::parse(datagram, source);
+    const auto entry = datagram.size() > Discovery::maximumDatagram
+                           ? std::nullopt
+                           : Discovery::parse(datagram, source);
     if (entry) {
         const quint32 mask = qbswap(entry->netmask);
         sender.announcement = Announcement::from(*entry);
@@ -83,10 +83,9 @@ void Senders::beginTick()
 
 bool Senders::add(std::span<const std::uint8_t> datagram, const sockaddr_in &source)
 {
-    Sender *const sender = note(senderOf(datagram, source));
-    const bool isAnnouncement =
-        datagram.size() <= longestDatagram && Discovery::parse(datagram, source);
-    if (!isAnnouncement) {
+    const Sender heard = senderOf(datagram, source);
+    Sender *const sender = note(heard);
+    if (!heard.isAnnouncement()) {
         ++ended;
         return false;
     }

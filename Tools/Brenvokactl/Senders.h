@@ -23,6 +23,7 @@ struct Sender
     enum Fate { Read, TickEnded, TooMany, NotFirst };
     Fate fate = TickEnded;
 
+    [[nodiscard]] bool isAnnouncement() const { return !mask.isEmpty(); }
     [[nodiscard]] bool isListed() const { return defect.isEmpty() && fate == Read; }
     /// Why it is not listed; empty if it is.
     [[nodiscard]] QString reason() const;
@@ -34,7 +35,7 @@ class Senders final
 {
 public:
     void beginTick();
-    /// Adds a datagram that was read in the tick. Returns whether the tick goes on.
+    /// Adds a datagram that was read in the tick. Returns false if it ends the tick.
     bool add(std::span<const std::uint8_t> datagram, const sockaddr_in &source);
     /// Adds a datagram that was left over at the end.
     void addUnread(std::span<const std::uint8_t> datagram, const sockaddr_in &source);
