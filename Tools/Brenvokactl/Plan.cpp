@@ -6,6 +6,7 @@
 #include "Brenvokactl/LibrarySource.h"
 #include "Brenvokactl/PlanCandidates.h"
 #include "Model/LibraryComparison.h"
+#include "Model/LibraryIndex.h"
 #include "Model/SyncQuestion.h"
 #include "Model/Warnings.h"
 #include "Text/ShownText.h"
@@ -45,36 +46,27 @@ QJsonObject toJson(const SyncPlan &plan, const SyncQuestion &question)
             {u"text"_s, question.text()}};
 }
 
-/// The name in a slot; empty if there is none.
-QString nameIn(const Server &server, const FolderPositions &positions, const VisualRef &visual)
+/// The name of a folder or visual; empty for null.
+template <typename Record>
+QString nameOf(const Record *record)
 {
-    const int position = visual.first < 0 ? -1 : positions[static_cast<std::size_t>(visual.first)];
-    if (position < 0)
-        return {};
-    const QList<Visual> &files = server.folders.at(position).files;
-    const auto found = std::ranges::find(files, visual.second, &Visual::slot);
-    return found == files.cend() ? QString() : found->name;
+    return record ? record->name : QString();
 }
 
-void appendRows(QList<QStringList> &rows, const QString &action, const QList<VisualRef> &visuals,
-                const Server &source, const Server &destination)
-{
-    const FolderPositions here = source.folderPositions();
-    const FolderPositions there = destination.folderPositions();
-    for (const VisualRef &visual : visuals)
-        rows.append({action, QString::number(visual.first), QString::number(visual.second),
-                     nameIn(source, here, visual), nameIn(destination, there, visual)});
-}
-
-QList<QStringList> rowsOf(const SyncPlan &plan, const Server &source, const Server &destination)
+QList<QStringList> rowsOf(const SyncPlan &plan, const LibraryIndex &source,
+                          const LibraryIndex &destination)
 {
     QList<QStringList> rows;
-    for (const auto &[folder, name] : plan.renames) {
-        const QString present = destination.folderAt(destination.folderPosition(folder)).name;
-        rows.append({u"rename"_s, QString::number(folder), QString(), name, present});
-    }
-    appendRows(rows, u"remove"_s, plan.removals, source, destination);
-    appendRows(rows, u"transfer"_s, plan.transfers, source, destination);
+    for (const auto &[folder, name] : plan.renames)
+        rows.append({u"rename"_s, QString::number(folder), QString(), name,
+                     nameOf(destination.folder(folder))});
+    const auto append = [&](const QString &action, const QList<VisualRef> &visuals) {
+        for (const VisualRef &visual : visuals)
+            rows.append({action, QString::number(visual.first), QString::number(visual.second),
+                         nameOf(source.visual(visual)), nameOf(destination.visual(visual))});
+    };
+    append(u"remove"_s, plan.removals);
+    append(u"transfer"_s, plan.transfers);
     return rows;
 }
 
@@ -121,7 +113,7 @@ Expected<Result> Commands::plan(const CommandLine &line)
     result.json = toJson(plan, question);
     result.summary = {verdict(plan), u"from "_s + a->summary(), u"to "_s + b->summary()};
     result.columns = {{u"action"_s}, {u"folder"_s}, {u"slot"_s}, {u"A"_s}, {u"B"_s}};
-    result.rows = rowsOf(plan, a->server, b->server);
+    result.rows = rowsOf(plan, LibraryIndex(a->server.folders), LibraryIndex(b->server.folders));
     if (!isEmpty(plan))
         result.remarks = questionLines(question);
     return result;

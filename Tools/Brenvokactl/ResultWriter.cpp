@@ -61,13 +61,18 @@ void appendLine(QString &text, const QStringList &cells, const QList<qsizetype> 
     text += u'\n';
 }
 
-void appendTable(QString &text, const Result &result)
+QStringList columnNames(const Result &result)
 {
-    const QList<qsizetype> columnWidths = widths(result);
     QStringList names;
     for (const Result::Column &column : result.columns)
         names.append(column.name);
-    appendLine(text, names, columnWidths);
+    return names;
+}
+
+void appendTable(QString &text, const Result &result)
+{
+    const QList<qsizetype> columnWidths = widths(result);
+    appendLine(text, columnNames(result), columnWidths);
     for (const QStringList &row : result.rows)
         appendLine(text, row, columnWidths);
 }
@@ -84,7 +89,7 @@ QString colors(int exitCode)
     }
 }
 
-/// The first line says how it is, so it has the color.
+/// The first line is the verdict, so it has the color.
 QString textOf(Result result, bool colored)
 {
     makeTextCells(result);
@@ -123,10 +128,7 @@ QString csvRow(const QStringList &row)
 
 QString csvOf(const Result &result)
 {
-    QStringList names;
-    for (const Result::Column &column : result.columns)
-        names.append(column.name);
-    QString text = csvRow(names);
+    QString text = csvRow(columnNames(result));
     for (const QStringList &row : result.rows)
         text += csvRow(row);
     return text;
