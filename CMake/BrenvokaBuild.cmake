@@ -23,15 +23,13 @@ if(MSVC)
     target_compile_options(brenvoka-build INTERFACE /W4 /wd5030 /utf-8)
 else()
     target_compile_options(brenvoka-build INTERFACE
-        -Wall -Wextra -Wpedantic -Wshadow -Wconversion)
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+        # The same bytes from every folder, in debug information too.
+        -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
     # GCC 12 wrongly reports overlapping copies in std::string (GCC bug 105651).
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
         target_compile_options(brenvoka-build INTERFACE -Wno-restrict)
     endif()
-endif()
-if(NOT MSVC)
-    # The same bytes from every folder, in debug information too.
-    target_compile_options(brenvoka-build INTERFACE -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 endif()
 # Hardening against memory errors. The sanitizers have their own checks.
 if(UNIX AND NOT APPLE AND NOT BRENVOKA_SANITIZERS)
@@ -60,13 +58,11 @@ endif()
 # Version 1 of Qt's resource format contains no file times, so the program does not depend on them.
 set(CMAKE_AUTORCC_OPTIONS --format-version 1)
 
-# brenvoka_debug_symbols(TARGET...): lets optimised targets have the debug symbols that the packages
+# brenvoka_debug_symbols(TARGET): lets an optimised target have the debug symbols that the packages
 # need. They are not part of the installed programs.
-function(brenvoka_debug_symbols)
+function(brenvoka_debug_symbols target)
     if(NOT MSVC)
-        foreach(target IN LISTS ARGN)
-            target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-g>)
-        endforeach()
+        target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-g>)
     endif()
 endfunction()
 
