@@ -10,10 +10,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-constexpr qsizetype hashLength = 32;
-} // namespace
-
 bool Visual::fromJson(const QJsonObject &json)
 {
     const QJsonValue jsonHash = json["hash"_L1];

@@ -9,15 +9,17 @@
 /// One media item in one numbered slot of a folder.
 struct Visual
 {
-    /// Content hash, 32 characters after a successful parse. Two slots have the same media exactly
-    /// if their hashes are equal.
+    static constexpr qsizetype hashLength = 32;
+
+    /// Content hash, `hashLength` characters after a successful parse. Two slots have the same
+    /// media exactly if their hashes are equal.
     QString hash;
     QString name; ///< display name
     int slot = 0; ///< 0 to 255
 
     /// Reads one file object of a library document. Returns false and changes nothing if a key is
     /// missing or has another type, if the slot is not an integer from 0 to 255, or if the hash
-    /// does not have 32 characters.
+    /// has another length.
     [[nodiscard]] bool fromJson(const QJsonObject &json);
     [[nodiscard]] QJsonObject toJson() const;
 

@@ -15,8 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int hashLength = 32;
-
 /// Collects what is wrong with one object.
 class Place final
 {
@@ -56,7 +54,7 @@ void checkVisual(Findings &findings, const QJsonValue &value, int folder, const 
         return check.require(false, u"it must be an object"_s);
     check.require(slot >= 0, u"\"slot\" must be a whole number from 0 to 255"_s);
     check.require(visual["name"_L1].isString(), u"\"name\" must be a text"_s);
-    check.require(visual["hash"_L1].toString().size() == hashLength,
+    check.require(visual["hash"_L1].toString().size() == Visual::hashLength,
                   u"\"hash\" must be a text of 32 characters"_s);
 }
 
