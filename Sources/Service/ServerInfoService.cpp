@@ -71,7 +71,7 @@ void ServerInfoService::downloadFinished(QNetworkReply *reply)
     if (const auto failure = BoundedDownload::failure(*reply)) {
         ZOR_LOG(error, "Failed to download server info from %s error: %s", qUtf8Printable(url),
                 qUtf8Printable(*failure));
-        closeDoor(reply);
+        blockServer(reply);
         return;
     }
     ZOR_LOG(info, "Downloaded server info from: %s", qUtf8Printable(url));
@@ -82,7 +82,7 @@ void ServerInfoService::downloadFinished(QNetworkReply *reply)
     } catch (const std::invalid_argument &exception) {
         ZOR_LOG(error, "Discarding library.json from server %s for malformed feature list: %s",
                 qUtf8Printable(pendingReplies.value(reply).name), exception.what());
-        closeDoor(reply);
+        blockServer(reply);
         return;
     }
     readLibrary(reply, protocolInfo);
@@ -108,7 +108,7 @@ void ServerInfoService::readLibrary(QNetworkReply *reply, const ProtocolInfo &pr
     emit receivedServer(complete);
 }
 
-void ServerInfoService::closeDoor(QNetworkReply *reply)
+void ServerInfoService::blockServer(QNetworkReply *reply)
 {
     blockedServers.insert(pendingReplies.take(reply).uuid);
 }

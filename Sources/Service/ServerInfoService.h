@@ -40,7 +40,8 @@ private slots:
 
 private:
     void readLibrary(QNetworkReply *reply, const ProtocolInfo &protocolInfo);
-    void closeDoor(QNetworkReply *reply);
+    /// Ends the download, too.
+    void blockServer(QNetworkReply *reply);
 
     QNetworkAccessManager networkManager;
     QHash<QNetworkReply *, Server> pendingReplies;
