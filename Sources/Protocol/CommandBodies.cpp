@@ -67,8 +67,9 @@ QByteArray cancelSyncs()
 
 QByteArray rename(const FolderRename &rename)
 {
-    return form(5, {number("folderIdx", rename.folderSlot),
-                    {"folderName", encoded(QString::fromUtf8(rename.name.toUtf8()))}});
+    // An unpaired surrogate becomes a question mark: QUrlQuery would encode it as invalid UTF-8.
+    const QString name = QString::fromUtf8(rename.name.toUtf8());
+    return form(5, {number("folderIdx", rename.folderSlot), {"folderName", encoded(name)}});
 }
 
 } // namespace CommandBodies

@@ -11,12 +11,12 @@ namespace Protocol {
 
 QString versionText()
 {
-    return QString::number(clientProtocolVersion, 10);
+    return QString::number(clientProtocolVersion);
 }
 
 QString versionQuery()
 {
-    static const QString query = u"%1=%2"_s.arg(u"ver"_s, versionText());
+    static const QString query = u"ver="_s + versionText();
     return query;
 }
 
