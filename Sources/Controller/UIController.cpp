@@ -86,7 +86,6 @@ void UIController::setupBank(BVServerBank *bank, ServerDeck deck)
     bank->setupBank(this, &thumbnailNetwork, deck);
     bank->setServerDeck(deck);
     bank->setListMode(model->selectedViewMode);
-    bank->setDragDropEnabled(bank->currentFolder != -1);
     bank->setIconSizeIndex(model->selectedIconSize);
     bank->setServers(model->connectedServersWithLibrary());
 }

@@ -53,8 +53,6 @@ BVServerBank::BVServerBank(QWidget *parent)
     , folderPixmap(iconPath("folder.png"_L1))
     , noMarkPixmap(iconPath("no.png"_L1))
     , yesMarkPixmap(iconPath("yes.png"_L1))
-    , iconSize(32, 24)
-    , itemSizeHint(-1, -1)
 {
     ui->setupUi(this);
     // Required: Patches, Mapper and Cues are in the form and not shown. The tab widget keeps their
@@ -69,10 +67,8 @@ BVServerBank::BVServerBank(QWidget *parent)
     // The name of a folder comes from a server: a long one must not push the list away.
     ui->mediaListFolder->setFixedHeight(ui->mediaListFolder->sizeHint().height());
 
-    itemFont.setPointSize(5);
     sameMarks.set();
     setIconSizeIndex(1);
-    updateItemSizes();
     setConnectionStatus(false, 0, 0);
     ui->mediaListWidget->setMovement(QListView::Static);
     ui->mediaListWidget->setItemDelegate(new RowDelegate(this));
@@ -215,12 +211,7 @@ QUuid BVServerBank::currentServerUuid() const
 
 const Server &BVServerBank::currentServer() const
 {
-    return serverRecord(currentServerUuid());
-}
-
-const Server &BVServerBank::serverRecord(const QUuid &uuid) const
-{
-    return controller ? controller->connectedServer(uuid) : Server::invalid();
+    return controller ? controller->connectedServer(currentServerUuid()) : Server::invalid();
 }
 
 void BVServerBank::serverIndexChanged(int index)

@@ -165,8 +165,6 @@ private:
     void mirrorBottomRow();
     void fillServerList(const QList<QUuid> &uuids);
 
-    [[nodiscard]] const Server &serverRecord(const QUuid &uuid) const;
-
     /// Does the same as a double click on this row. Does nothing if there is no such row.
     void openRow(int row);
     /// The current row after the slots are drawn: the first row of a folder that was just opened,
