@@ -111,7 +111,7 @@ void TransferDialog::updateTransfer(int folderSlot, int fileSlot, int percent,
         scrollLater(transfer.row);
 }
 
-// The table is notified only of changes that somebody can notice. A notification about a row out of
+// The table is notified only of changes that somebody can notice. The notification of a row out of
 // view would take as long as storing its text.
 bool TransferDialog::showState(int row, const QString &text)
 {
@@ -155,9 +155,9 @@ void TransferDialog::finishTransfer(int folderSlot, int fileSlot)
         return;
     const auto &transfer = found->second;
     // Required: a failed transfer is shown as finished, too.
-    (void)showState(transfer.row,
-                    stateText(transfer.state == Brenvoka::SyncCanceling ? Brenvoka::SyncCanceled
-                                                                        : Brenvoka::SyncFinished));
+    showState(transfer.row,
+              stateText(transfer.state == Brenvoka::SyncCanceling ? Brenvoka::SyncCanceled
+                                                                  : Brenvoka::SyncFinished));
 }
 
 QString TransferDialog::stateText(Brenvoka::SyncStates state)

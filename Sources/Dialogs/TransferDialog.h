@@ -74,7 +74,7 @@ private:
     /// The end of `rows` if the visual has none.
     [[nodiscard]] Row findRow(const VisualRef &visual);
     /// Returns false if the row has no cell for it.
-    [[nodiscard]] bool showState(int row, const QString &text);
+    bool showState(int row, const QString &text);
     [[nodiscard]] bool isInView(int row) const;
     void updateOverallProgress();
     void scrollLater(int row);

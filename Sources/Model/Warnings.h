@@ -9,8 +9,8 @@
 /// in the settings file. The other bits have no meaning and keep their value.
 namespace Warnings {
 
-inline constexpr quint32 destructive =
-    1; ///< removals, and synchronisations that remove or overwrite
+/// Removals, and synchronisations that remove or overwrite.
+inline constexpr quint32 destructive = 1;
 inline constexpr quint32 move = 2;
 inline constexpr quint32 upload = 4; ///< into a slot that is not empty
 inline constexpr quint32 largeSync = 8;

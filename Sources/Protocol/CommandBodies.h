@@ -9,9 +9,8 @@
 
 /// The form bodies of the five commands, type "application/x-www-form-urlencoded".
 ///
-/// A folder's name is encoded by QUrlQuery: a blank becomes "%20", "&" becomes "%26" and "#"
-/// becomes
-/// "%23", but "+" and "%20" are sent unchanged.
+/// A folder's name is encoded by QUrlQuery. Blank, "&" and "#" become "%20", "%26" and "%23", but
+/// "+" and "%20" are sent unchanged.
 namespace CommandBodies {
 
 /// Type 1: fetch the visual in this slot from the server with this `Protocol::serverUrl`.

@@ -200,7 +200,7 @@ void ServerConnectionHandler::uploadEnded(QNetworkReply *reply)
     emit uploadedFileError(uuid, outcome.message);
 }
 
-/// The records tell which command it was. A sync, a cancel and an abandoned reply have no record.
+/// The records identify the command. A sync, a cancel and an abandoned reply have no record.
 void ServerConnectionHandler::commandEnded(QNetworkReply *reply)
 {
     --pendingRequests;

@@ -149,9 +149,10 @@ void ServerConnectionService::requestMove(const QUuid &uuid, int folderSlot, int
 void ServerConnectionService::cancelAllSyncs()
 {
     const QList<QPointer<ServerConnectionHandler>> all(handlers.begin(), handlers.end());
-    for (const QPointer<ServerConnectionHandler> &handler : all)
+    for (const QPointer<ServerConnectionHandler> &handler : all) {
         if (handler)
             handler->cancelSyncs();
+    }
 }
 
 void ServerConnectionService::requestUpload(const QUuid &uuid, int folderSlot, int fileSlot,

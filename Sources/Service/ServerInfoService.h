@@ -40,7 +40,7 @@ private slots:
 
 private:
     void readLibrary(QNetworkReply *reply, const ProtocolInfo &protocolInfo);
-    /// Ends the download, too.
+    /// Also removes the reply from `pendingReplies`.
     void blockServer(QNetworkReply *reply);
 
     QNetworkAccessManager networkManager;

@@ -7,8 +7,8 @@
 namespace ProcessSetup {
 
 /// Call first in `main`, before any thread exists and any file is open. On Unix:
-/// - The soft limit of open files is raised to the hard limit. Every server takes a thread and
-///   several descriptors, and Qt aborts the program when a new thread gets no descriptor.
+/// - The soft limit of open files is raised to the hard limit. Every server takes a thread and some
+///   descriptors, and Qt aborts the program when a new thread gets no descriptor.
 /// - Closed standard streams are replaced by the null device.
 /// - SIGPIPE is ignored: writing to a closed pipe or socket fails instead of ending the program.
 /// - Qt's messages are written to standard error in Qt's own format, but only if that cannot block.

@@ -17,7 +17,7 @@ struct RemoveEntry
 {
     int folderSlot = -1;
     int fileSlot = -1;
-    bool done = false;
+    bool done = false; ///< required, though nothing reads it
     bool failed = false;
     QString error; ///< as shown
 };

@@ -78,7 +78,7 @@ void SyncTask::startRenames()
 }
 
 // An unexpected result after the last step of a phase starts the next phase again, so connections
-// are made only once. A replaced task starts nothing again: it also gets the results of later
+// are made only once. A replaced task starts nothing again: it also receives the results of later
 // operations.
 void SyncTask::startRemovals()
 {

@@ -76,7 +76,7 @@ private:
     {
         int folderSlot = -1;
         QString name;
-        bool done = false;
+        bool done = false; ///< required, though nothing reads it
         bool failed = false;
         QString error; ///< as shown
     };
