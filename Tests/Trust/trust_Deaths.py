@@ -89,7 +89,6 @@ class Deaths(EndToEndCase):
         """Returns before the keys are pressed."""
         self.folder_changed = self.settings.parent.stat().st_mtime_ns
         self.keys = start(["xdotool", "key", "ctrl+q"])
-        self.addCleanup(self.keys.wait)
 
     def wait_for_the_save(self):
         wait_closely(lambda: self.settings.parent.stat().st_mtime_ns != self.folder_changed,
@@ -122,6 +121,7 @@ class Deaths(EndToEndCase):
         way(program, moment)
         program.kill()
         program.close()
+        self.keys.wait()   # or the next program would receive them
         self.check_logs()
         is_ending = way in (self.during_the_end, self.during_the_save)
         content = self.check_settings(program.process.returncode, is_ending)
