@@ -43,25 +43,26 @@ run() {
     return $status
 }
 tools() {
-    Scripts/check-tools.sh | sed 's/^/trust: Tools: /' || failed=1
+    Scripts/check-tools.sh | sed 's/^/trust: Tools: /'
 }
 if [ $# -gt 0 ]; then
     for item in "$@"; do
-        if [ "$item" = Tools ]; then tools; else run "$item" release -R "^$item\$" || failed=1; fi
+        if [ "$item" = Tools ]; then tools; else run "$item" release -R "^$item\$"; fi || failed=1
     done
 else
     # One test at a time, since some of them measure time. Two of them mostly wait for the program,
-    # so the fuzzers run beside them.
+    # so the fuzzers and the tools run beside them.
     waiting='^trust_(Deaths|Exits)$'
     run trust release -L trust -E "$waiting" || failed=1
-    {
+    (
         renice -n 10 -p $BASHPID >/dev/null
-        run fuzz fuzz --parallel "$(nproc)"
-    } &
-    fuzzers=$!
+        run fuzz fuzz --parallel "$(nproc)" || failed=1
+        cat build/fuzz/Tests/Fuzz/*.figures
+        [ $size = short ] || tools || failed=1
+        exit $failed
+    ) &
+    beside=$!
     run waiting release -R "$waiting" || failed=1
-    wait $fuzzers || failed=1
-    cat build/fuzz/Tests/Fuzz/*.figures
-    [ $size = short ] || tools
+    wait $beside || failed=1
 fi
 exit $failed
