@@ -20,17 +20,21 @@ fi
 
 Scripts/install-packages.sh
 
+# build PRESET [CMAKE-OPTION...]
 build() {
     mkdir -p "build/$1"
     cmake --preset "$1" >"build/$1/configure.log" 2>&1 || {
         cat "build/$1/configure.log"
         exit 1
     }
-    cmake --build --preset "$1" --parallel "$(nproc)"
+    cmake --build --preset "$1" --parallel "$(nproc)" "${@:2}"
 }
 source Scripts/compiler-cache.sh
 build release
-[ $# -gt 0 ] || build fuzz
+if [ $# -eq 0 ]; then
+    build fuzz
+    build asan --target brenvoka media-server
+fi
 
 failed=0
 # run NAME PRESET CTEST-OPTION...: prints the figures at the end; the output is in NAME.log
@@ -51,9 +55,11 @@ if [ $# -gt 0 ]; then
     done
 else
     # One test at a time, since some of them measure time. Two of them mostly wait for the program,
-    # so the fuzzers and the tools run beside them.
+    # so one of these with the sanitizers, the fuzzers and the tools run beside them.
     waiting='^trust_(Deaths|Exits)$'
     run trust release -L trust -E "$waiting" || failed=1
+    run sanitized asan -R '^trust_Exits$' &
+    sanitized=$!
     (
         renice -n 10 -p $BASHPID >/dev/null
         run fuzz fuzz --parallel "$(nproc)" || failed=1
@@ -63,6 +69,7 @@ else
     ) &
     beside=$!
     run waiting release -R "$waiting" || failed=1
+    wait $sanitized || failed=1
     wait $beside || failed=1
 fi
 exit $failed

@@ -176,8 +176,9 @@ class Exits(EndToEndCase):
             for server in self.servers:
                 server.discard()
         longest = ", ".join(f"{name} {max(values):.2f}" for name, values in times.items())
-        report("Exits", f"{sum(map(len, times.values()))} ordinary ends, seed {SEED}: exit code 0, "
-                        f"log and settings complete; longest end in seconds: {longest}")
+        report(f"Exits{' with the sanitizers' if SANITIZED else ''}",
+               f"{sum(map(len, times.values()))} ordinary ends, seed {SEED}: exit code 0, "
+               f"log and settings complete; longest end in seconds: {longest}")
 
 
 if __name__ == "__main__":
