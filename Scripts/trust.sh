@@ -42,7 +42,7 @@ run() {
     local log=build/$2/$1.log preset=$2 status=0
     shift 2
     BRENVOKA_TRUST=$size ctest --preset "$preset" "$@" --verbose >"$log" 2>&1 || status=1
-    sed -n 's/^[0-9]*: \(trust: .*\)/\1/p' "$log"
+    sed -n 's/^[0-9]*:.* \(trust: .*\)/\1/p' "$log"
     sed -n '/% tests passed/,$p' "$log"
     return $status
 }
