@@ -86,7 +86,8 @@ void ServerConnectionHandler::canRead()
     if (!std::exchange(connectedEmitted, true))
         emit handlerServerConnected(uuid, address);
     if (streamReply && !closing) {
-        waitingChunks.append({streamReply->readAll()});
+        // `readAll` reads twice, and each read wakes the network thread because of the read-ahead.
+        waitingChunks.append({streamReply->read(streamReply->bytesAvailable())});
         handleWaitingMessages();
     }
 }
