@@ -100,7 +100,7 @@ public:
     }
 
     void announce(int server) const { announcers[std::size_t(server)]->send(datagrams.at(server)); }
-    void tick() const { fixture.tick(); }
+    void tick() const { fixture.tickAloud(); }
     void send(int server, const QByteArray &bytes) const
     {
         servers[std::size_t(server)]->stream.send(bytes);
@@ -185,6 +185,7 @@ private slots:
         Program program;
         BareLoop bare;
         const auto costOf = [](auto &receiver, int part) {
+            const Silence silence;
             return costOfSeconds(60 / part, receiver);
         };
         (void)costOf(program, 60); // everything is painted for the first time

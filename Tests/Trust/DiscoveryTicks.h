@@ -70,10 +70,12 @@ public:
     [[nodiscard]] QTimer &timer() const { return *listener->template findChild<QTimer *>(); }
     void tick() const
     {
-        {
-            const Silence silence;
-            QMetaObject::invokeMethod(listener, "listServers", Qt::DirectConnection);
-        }
+        const Silence silence;
+        tickAloud();
+    }
+    void tickAloud() const
+    {
+        QMetaObject::invokeMethod(listener, "listServers", Qt::DirectConnection);
         QCoreApplication::processEvents();
     }
     /// Everything that is not announced any more disappears.
