@@ -45,7 +45,8 @@ Command checkCommand()
 {
     return {u"check"_s,
             u"Downloads the library of a server and checks everything that the window checks."_s,
-            u"0 if the library is accepted, 1 if it is refused, 2 if the server is not reachable"_s,
+            u"0 if the library is accepted, 1 if it is refused, 2 if the server is not reachable "
+            "or after an error"_s,
             {{u"ADDRESS"_s, u"The IPv4 address of the server."_s}},
             {{u"stream"_s, u"Also open the notification stream for two seconds. A server may "
                            "allow only one."_s},
@@ -80,8 +81,8 @@ Command planCommand()
 Command saveCommand()
 {
     return {u"save"_s,
-            u"Saves the library of a server to a file, which \"compare\" and \"plan\" accept in "
-            "place of an address. Replaces only an earlier file of this kind."_s,
+            u"Saves the library of a server, but no media, to a file, which \"compare\" and "
+            "\"plan\" accept in place of an address. Replaces only an earlier file of this kind."_s,
             u"0 if the file is written, 2 after an error"_s,
             {{u"ADDRESS"_s, u"The IPv4 address of the server."_s},
              {u"FILE"_s, u"The file to write."_s}},
