@@ -103,6 +103,16 @@ private slots:
         QCOMPARE(match.captured(2).toInt(), gettid());
     }
 
+    void lineNumberIsThatOfTheCall()
+    {
+        LogCapture capture;
+        const int before = __LINE__;
+        ZOR_LOG(info, "text");
+        QCOMPARE(capture.lines().size(), 1);
+        QVERIFY2(capture.lines().first().endsWith(u":%1] text"_s.arg(before + 1)),
+                 qPrintable(capture.lines().first()));
+    }
+
     void allLevelsArrive()
     {
         LogCapture capture;
@@ -334,6 +344,24 @@ private slots:
         QVERIFY2(match.hasMatch(), qPrintable(content));
         QVERIFY(threadsOfThisProcess().contains(match.captured(1)));
         QVERIFY(!before.contains(match.captured(1)));
+    }
+
+    void initReplacesAndReleasesTheEarlierLog()
+    {
+        const QTemporaryDir directory;
+        const QString first = directory.filePath(u"first.log"_s);
+        const QString second = directory.filePath(u"second.log"_s);
+        Zor::Log::init(first.toStdString());
+        const std::weak_ptr<Zor::Log> earlier = Zor::Log::instance();
+        ZOR_LOG(info, "first");
+        Zor::Log::init(second.toStdString());
+        QVERIFY(earlier.expired());
+        ZOR_LOG(info, "second");
+        Zor::Log::release();
+        for (const QString &path : {first, second}) {
+            QCOMPARE(rawLines(path).size(), 1);
+            QVERIFY(rawLines(path).first().endsWith(u"] "_s + QFileInfo(path).baseName()));
+        }
     }
 
     void unopenableFileThrowsAndKeepsTheEarlierLog()
