@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: The Brenvoka authors
 // SPDX-License-Identifier: MIT
 
+#include "Log/ZorLog.h"
+
 #include <QGuiApplication>
 #include <QPixmapCache>
 #include <QTimer>
@@ -15,13 +17,19 @@ void printAndQuit()
                 qPrintable(QCoreApplication::applicationName()),
                 qPrintable(QGuiApplication::applicationDisplayName()),
                 qPrintable(QCoreApplication::applicationVersion()), QPixmapCache::cacheLimit());
-    QCoreApplication::quit();
+    QCoreApplication::exit(3);
+}
+
+void logTheEnd()
+{
+    ZOR_LOG(info, "The application is destroyed");
 }
 
 /// Linked into the program: it prints what no window shows, a line each, and ends as soon as its
-/// event loop runs.
+/// event loop runs. It logs when the application object is destroyed, after the window.
 void startWithTheApplication()
 {
+    qAddPostRoutine(logTheEnd);
     QTimer::singleShot(0, qApp, printAndQuit);
 }
 

@@ -68,6 +68,14 @@ private slots:
         QCOMPARE(run(), "Zorvik\nBrenvoka\nBrenvoka\n1.0\n40960\n");
     }
 
+    void logWorksAsLongAsTheApplication()
+    {
+        QVERIFY(!run().isEmpty());
+        QFile log(sandbox->directory().filePath(u"data/Zorvik/Brenvoka/logs/Brenvoka.log"_s));
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QVERIFY(log.readAll().endsWith("] The application is destroyed\n"));
+    }
+
     void settingsAreReplacedOnce()
     {
         const QString directory = sandbox->directory().filePath(u"config/Zorvik/Brenvoka"_s);
@@ -79,12 +87,12 @@ private slots:
     }
 
 private:
-    /// What the program printed; empty if it failed.
+    /// What the program printed; empty if it did not return the exit code of its event loop.
     [[nodiscard]] static QByteArray run()
     {
         QProcess process;
         process.start(program, QStringList());
-        const bool well = process.waitForFinished(patience) && process.exitCode() == 0;
+        const bool well = process.waitForFinished(patience) && process.exitCode() == 3;
         return well ? process.readAllStandardOutput() : QByteArray();
     }
 
