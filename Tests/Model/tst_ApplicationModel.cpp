@@ -3,6 +3,7 @@
 
 #include "Model/ApplicationModel.h"
 
+#include "Model/Brenvoka.h"
 #include "Model/ServerDeck.h"
 #include "Support/FailOnWarning.h"
 
@@ -47,6 +48,16 @@ private slots:
         QCOMPARE(fresh.warningLevel, 0xFFFFFFFFU);
         QCOMPARE(fresh.protocolInfo.protocolVersion, 281474976710656ULL);
         QCOMPARE(fresh.protocolInfo.featureList.to_ulong(), 1UL);
+    }
+
+    void enumeratorsHaveTheirNumbers()
+    {
+        QCOMPARE(int(ServerDeckA), 0);
+        QCOMPARE(int(ServerDeckB), 1);
+        QCOMPARE(int(Brenvoka::DisconnectNone), 0);
+        QCOMPARE(int(Brenvoka::DisconnectServerShutdown), 1);
+        QCOMPARE(int(Brenvoka::DisconnectOtherClient), 2);
+        QCOMPARE(int(Brenvoka::DisconnectNetworkError), 3);
     }
 
     void signalTypesAreRegistered_data()
