@@ -53,6 +53,13 @@ private slots:
         QVERIFY(dialog.findChild<QLabel *>(u"infoLabel"_s)->font().bold());
     }
 
+    void hasRoomForTheCredits()
+    {
+        const AboutDialog dialog(nullptr);
+        QCOMPARE(dialog.size(), QSize(363, 257));
+        QCOMPARE(dialog.findChild<QLabel *>(u"labelTeam"_s)->minimumHeight(), 130);
+    }
+
     void creditsLoseTheMarksOfQuotedText()
     {
         QFile file(u":/text/Docs/team.txt"_s);

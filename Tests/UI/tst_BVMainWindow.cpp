@@ -70,7 +70,8 @@ private slots:
     {
         const WindowFixture fixture;
         QCOMPARE(fixture.window->windowTitle(), u"Zorvik Brenvoka"_s);
-        QVERIFY(!fixture.window->windowIcon().isNull());
+        QCOMPARE(fixture.window->windowIcon().pixmap(256).toImage(),
+                 QPixmap(u":/icons/Brenvoka.png"_s).toImage());
         QCOMPARE(fixture.window->minimumSize(), QSize(1163, 670));
         QCOMPARE(fixture.window->sizePolicy().horizontalPolicy(), QSizePolicy::Fixed);
         QCOMPARE(fixture.window->sizePolicy().verticalPolicy(), QSizePolicy::Fixed);
@@ -96,6 +97,7 @@ private slots:
         }
         const auto &sign = fixture.find<QLabel>("unsyncServers");
         QCOMPARE(sign.minimumSize(), QSize(60, 60));
+        QCOMPARE(sign.maximumSize(), QSize(60, 60));
         QCOMPARE(sign.toolTip(), u"Content of both servers is not fully in sync"_s);
         QCOMPARE(fixture.find<QAction>("actionPreferences").shortcut(), QKeySequence(u"Ctrl+P"_s));
         QCOMPARE(fixture.find<QAction>("actionQuit").shortcut(), QKeySequence(u"Ctrl+Q"_s));

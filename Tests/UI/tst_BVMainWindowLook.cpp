@@ -13,12 +13,52 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
+#include <QPainter>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStyleOptionButton>
 #include <QToolTip>
 #include <QTreeView>
 
 using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+/// A button as its style draws it in a state, with a large text and on magenta.
+QImage drawn(const QPushButton &button, QStyle::State state)
+{
+    QStyleOptionButton option;
+    option.initFrom(&button);
+    option.state = QStyle::State_Enabled | state;
+    option.text = u"H"_s;
+    QImage picture(button.size(), QImage::Format_RGB32);
+    picture.fill(Qt::magenta);
+    QPainter painter(&picture);
+    QFont font;
+    font.setPixelSize(20);
+    painter.setFont(font);
+    button.style()->drawControl(QStyle::CE_PushButton, &option, &painter, &button);
+    return picture;
+}
+
+/// Ignores small differences: no pixel is at the very end of a gradient.
+bool isNear(QColor one, QColor other)
+{
+    return qAbs(one.red() - other.red()) <= 2 && qAbs(one.green() - other.green()) <= 2 &&
+           qAbs(one.blue() - other.blue()) <= 2;
+}
+
+int mostGreen(const QImage &image)
+{
+    int most = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            most = qMax(most, qGreen(image.pixel(x, y)));
+    }
+    return most;
+}
+
+} // namespace
 
 /// The dark look of the main window, and whether its texts are readable.
 class tst_BVMainWindowLook final : public QObject
@@ -41,6 +81,48 @@ private slots:
                  QColor(73, 83, 96));
         QDialog dialog(fixture.window.get());
         QCOMPARE(dialog.grab().toImage().pixelColor(5, 5), QColor(51, 58, 67));
+    }
+
+    void buttonsShowTheirState_data()
+    {
+        QTest::addColumn<QStyle::State>("state");
+        QTest::addColumn<QColor>("top");
+        QTest::addColumn<QColor>("bottom");
+        QTest::addColumn<QColor>("edge");
+        QTest::addColumn<int>("text");
+        const auto row = [](const char *name, QStyle::State state, QColor top, QColor bottom,
+                            QColor edge, int text) {
+            QTest::newRow(name) << state << top << bottom << edge << text;
+        };
+        const QColor border(31, 35, 39);
+        const QColor dark(40, 44, 51);
+        row("unused", {}, {72, 83, 98}, {55, 63, 75}, border, 220);
+        row("hovered", QStyle::State_MouseOver, {93, 105, 121}, {70, 79, 91}, border, 220);
+        row("pressed", QStyle::State_Sunken, {28, 31, 35}, dark, dark, 255);
+        row("checked", QStyle::State_On, {28, 31, 35}, dark, dark, 255);
+    }
+    void buttonsShowTheirState()
+    {
+        QFETCH(const QStyle::State, state);
+        QFETCH(const QColor, top);
+        QFETCH(const QColor, bottom);
+        QFETCH(const QColor, edge);
+        WindowFixture fixture;
+        QVERIFY(fixture.show());
+        for (const char *name : {"leftToRightButton", "rightToLeftButton", "listModeButton",
+                                 "gridModeButton", "smallSizeButton", "mediumSizeButton",
+                                 "largeSizeButton", "removeButton", "addButton"}) {
+            const QImage picture = drawn(fixture.find<QPushButton>(name), state);
+            const bool transparent = !state && !QByteArray(name).contains("To");
+            const auto isDrawn = [&](int y, QColor expected) {
+                return isNear(picture.pixelColor(picture.width() / 2, y),
+                              transparent ? QColor(Qt::magenta) : expected);
+            };
+            QVERIFY2(isDrawn(1, top), name);
+            QVERIFY2(isDrawn(picture.height() - 2, bottom), name);
+            QVERIFY2(isDrawn(picture.height() - 1, edge), name);
+            QTEST(mostGreen(picture), "text");
+        }
     }
 
     void disabledButtonsLookDisabled_data()
