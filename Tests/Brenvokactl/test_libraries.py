@@ -150,10 +150,20 @@ class BadInput(ProgramCase):
         for words in ([], ["sync"], ["compare", loopback(2)], ["plan", "a", "b", "--slot", "1"],
                       ["compare", "256.1.1.1", loopback(2)], ["compare", "no-file", loopback(2)],
                       ["compare", ".", loopback(2)], ["compare", "/dev/zero", loopback(2)],
-                      ["check", "left"], ["check", "::1"], ["save", loopback(2), "."],
+                      ["check", "left"], ["check", "::1"], ["check", loopback("02")],
+                      ["save", loopback("02"), "file"], ["check", "127.2"],
+                      ["compare", loopback("02"), loopback(2)], ["save", loopback(2), "."],
                       ["save", loopback(2), "no/such/file"], ["report", "."]):
             with self.subTest(words=words):
                 self.assert_refused(*words)
+
+    def test_name_of_other_bytes_is_not_changed(self):
+        self.serve(2, "left")
+        done = subprocess.run([PROGRAM, "save", loopback(2), b"caf\xe9"], cwd=self.work,
+                              env=self.environment, capture_output=True, timeout=60, check=False)
+        self.assertEqual((done.returncode, done.stdout, done.stderr),
+                         (2, b"", b"brenvokactl: an argument is not valid UTF-8\n"))
+        self.assertEqual(list(self.work.iterdir()), [])
 
     def test_pipe_is_not_opened(self):
         os.mkfifo(self.work / "pipe")

@@ -77,7 +77,8 @@ private slots:
                                      u"check a --share"_s,
                                      u"listen --stream"_s,
                                      u"compare a b --folder 3"_s,
-                                     u"check a --unknown"_s})
+                                     u"check a --unknown"_s,
+                                     u"save a caf\uFFFD"_s})
             QTest::newRow(words.isEmpty() ? "nothing" : qPrintable(words)) << words;
     }
     void refusesOtherArguments()

@@ -140,12 +140,17 @@ CommandLine readCommand(const Command &command, const QStringList &words)
 
 CommandLine CommandLine::parse(const QStringList &words)
 {
+    CommandLine line;
+    // Qt replaces other bytes, so the name of a file would become that of another one.
+    if (words.mid(1).join(u' ').contains(QChar::ReplacementCharacter)) {
+        line.error = u"an argument is not valid UTF-8"_s;
+        return line;
+    }
     const QString first = words.value(1);
     for (const Command &command : commands()) {
         if (command.name == first)
             return readCommand(command, words);
     }
-    CommandLine line;
     if (first == "--help"_L1 || first == "-h"_L1)
         line.help = overview();
     else if (first == "--version"_L1 || first == "-v"_L1)

@@ -10,7 +10,6 @@
 #include "Brenvokactl/Terminal.h"
 
 #include <QJsonObject>
-#include <QRegularExpression>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -46,8 +45,10 @@ Expected<LibrarySource> fromFile(const QString &argument)
 
 QHostAddress ipv4Address(const QString &text)
 {
-    static const QRegularExpression form(u"^[0-9]{1,3}(\\.[0-9]{1,3}){3}$"_s);
-    return form.match(text).hasMatch() ? QHostAddress(text) : QHostAddress();
+    const QHostAddress address(text);
+    const bool isIPv4 = address.protocol() == QAbstractSocket::IPv4Protocol;
+    // Qt reads 010 as an octal number, and accepts fewer than four numbers.
+    return isIPv4 && address.toString() == text ? address : QHostAddress();
 }
 
 Expected<LibrarySource> LibrarySource::get(const QString &argument,

@@ -33,5 +33,6 @@ private:
     [[nodiscard]] qsizetype visualCount() const;
 };
 
-/// The address, null unless the text is four numbers with dots that are one.
+/// The address, null unless the text is four numbers with dots that are one. Numbers with leading
+/// zeros are refused: some programs read them as octal, people as decimal.
 [[nodiscard]] QHostAddress ipv4Address(const QString &text);
