@@ -109,12 +109,17 @@ QString textOf(Result result, bool colored)
     return text;
 }
 
-/// RFC 4180 with a quote around every cell.
+/// RFC 4180 with a quote around every cell. Of control characters it allows only line breaks, and
+/// these would divide a row.
 QString csvCell(QString text)
 {
     constexpr auto formulaStarts = "=+-@\t\r"_L1;
     if (!text.isEmpty() && formulaStarts.contains(text.at(0)))
         text.prepend(u'\'');
+    for (QChar &c : text) {
+        if (c.category() == QChar::Other_Control)
+            c = u' ';
+    }
     return u'"' + text.replace(u'"', u"\"\""_s) + u'"';
 }
 
@@ -134,13 +139,33 @@ QString csvOf(const Result &result)
     return text;
 }
 
+/// QJsonDocument escapes the control characters below U+0020. A terminal also executes those from
+/// U+0080 to U+009F, in UTF-8 the byte 0xC2 and another one.
+QByteArray escapedControls(const QByteArray &json)
+{
+    if (!json.contains('\x7F') && !json.contains('\xC2')) // a large document is not copied
+        return json;
+    QByteArray result;
+    result.reserve(json.size());
+    for (qsizetype at = 0; at < json.size(); ++at) {
+        if (json.at(at) == '\x7F')
+            result += "\\u007f";
+        else if (json.at(at) == '\xC2' && static_cast<uchar>(json.at(at + 1)) < 0xA0)
+            result += "\\u00" + QByteArray::number(static_cast<uchar>(json.at(++at)), 16);
+        else
+            result += json.at(at);
+    }
+    return result;
+}
+
 } // namespace
 
 QByteArray formatted(Result result, Format format, bool colored)
 {
     switch (format) {
     case Format::Json:
-        return result.jsonText.isEmpty() ? QJsonDocument(result.json).toJson() : result.jsonText;
+        return escapedControls(result.jsonText.isEmpty() ? QJsonDocument(result.json).toJson()
+                                                         : result.jsonText);
     case Format::Csv:
         return csvOf(result).toUtf8();
     default:
