@@ -268,6 +268,16 @@ class Terminal(ProgramCase):
         self.assertNotIn("\x1b[32m", self.on_terminal(*words, NO_COLOR="1"))
         self.assertNotIn("\x1b", self.output(0, *words))
 
+    def test_pipe_that_its_reader_closed_is_no_error(self):
+        self.output(0, "save", self.answer(2, reply(library([]))), "file")
+        reader, writer = os.pipe()
+        os.close(reader)
+        with open(writer, "wb") as pipe:
+            done = subprocess.run([PROGRAM, "compare", "file", "file"], cwd=self.work, stdout=pipe,
+                                  stderr=subprocess.PIPE, env=self.environment, timeout=60,
+                                  check=False)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
+
     def test_output_that_cannot_be_written_is_an_error(self):
         address = self.answer(2, reply(library([])))
         with open("/dev/full", "wb") as full:

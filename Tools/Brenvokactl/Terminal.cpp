@@ -6,6 +6,7 @@
 #include "Text/ShownText.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <unistd.h>
 
@@ -31,6 +32,11 @@ namespace Terminal {
 bool hasColors()
 {
     return ::isatty(STDOUT_FILENO) == 1 && qEnvironmentVariableIsEmpty("NO_COLOR");
+}
+
+void ignoreClosedPipes()
+{
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 bool write(const QByteArray &bytes)

@@ -11,6 +11,9 @@ namespace Terminal {
 /// Whether standard output may have colors: it is a terminal, and NO_COLOR is not set.
 [[nodiscard]] bool hasColors();
 
+/// Makes a write to a pipe that its reader closed fail, instead of ending the program.
+void ignoreClosedPipes();
+
 /// Writes to standard output. Returns false if not everything could be written, unless the reader
 /// closed the pipe.
 [[nodiscard]] bool write(const QByteArray &bytes);

@@ -15,5 +15,6 @@ int main(int argc, char *argv[])
     QCoreApplication::setOrganizationName(u"Zorvik"_s);
     QCoreApplication::setApplicationName(u"Brenvoka"_s);
     Terminal::silenceQt();
+    Terminal::ignoreClosedPipes();
     return Commands::run(QCoreApplication::arguments());
 }
