@@ -6,6 +6,8 @@
 import json
 import os
 import re
+import resource
+import signal
 import socket
 import subprocess
 import sys
@@ -233,6 +235,16 @@ class Report(ProgramCase):
     def test_existing_directory_is_refused(self):
         (self.work / "support").mkdir()
         self.assert_refused("report", "support", contains="it exists")
+
+    def test_report_that_cannot_be_written_leaves_nothing(self):
+        def limit_file_size():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (50, 50))
+
+        done = self.run_program("report", "support", "--for", 1, preexec_fn=limit_file_size)
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
+        self.assertRegex(done.stderr.decode(), r"\Abrenvokactl: support/versions.txt: [^\n]+\n\Z")
+        self.assertEqual(list(self.work.iterdir()), [])
 
     def test_servers_of_the_log_are_checked_while_the_window_runs(self):
         self.serve(2, "Stage left", *DRAWN)

@@ -163,7 +163,9 @@ Expected<Result> Commands::report(const CommandLine &line)
     directory.copy(u"settings.ini"_s, settingsFilePath(), u"the settings of the window"_s);
     copyLogs(directory, logs);
     writeChecks(directory, writeSenders(directory, line), line);
-    if (!directory.error.isEmpty())
+    if (!directory.error.isEmpty()) {
+        QDir(path).removeRecursively();
         return Expected<Result>::failure(directory.error);
+    }
     return resultOf(path, directory);
 }
