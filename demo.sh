@@ -11,13 +11,8 @@ cd "$(dirname "$0")"
 
 Scripts/install-packages.sh
 
-source Scripts/compiler-cache.sh
-mkdir -p build
-cmake --preset release >build/demo-configure.log 2>&1 || {
-    cat build/demo-configure.log
-    exit 1
-}
-cmake --build --preset release --parallel "$(nproc)" --target brenvoka media-server
+source Scripts/build.sh
+build release --target brenvoka media-server
 
 # DISPLAY may be set although no X server answers.
 if timeout 10 xdpyinfo >/dev/null 2>&1; then

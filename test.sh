@@ -11,19 +11,14 @@ cd "$(dirname "$0")"
 
 Scripts/install-packages.sh
 
-source Scripts/compiler-cache.sh
+source Scripts/build.sh
 jobs=$(nproc)
 failed=0
 summaries=()
 
 for preset in release asan fuzz; do
     echo "== $preset: build"
-    mkdir -p "build/$preset"
-    cmake --preset "$preset" >"build/$preset/configure.log" 2>&1 || {
-        cat "build/$preset/configure.log"
-        exit 1
-    }
-    cmake --build --preset "$preset" --parallel "$jobs"
+    build "$preset"
     echo "== $preset: test"
     log=build/$preset/tests.log
     # Most tests wait for sockets and not for the processor, so more run at once than it has cores.

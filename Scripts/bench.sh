@@ -10,13 +10,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 Scripts/install-packages.sh
-source Scripts/compiler-cache.sh
-mkdir -p build/release
-cmake --preset release >build/release/configure.log 2>&1 || {
-    cat build/release/configure.log
-    exit 1
-}
-cmake --build --preset release --parallel "$(nproc)" --target benchmarks
+source Scripts/build.sh
+build release --target benchmarks
 
 pattern=$(IFS='|' && echo "$*")
 log=build/release/bench.log

@@ -14,16 +14,8 @@ Scripts/install-packages.sh clang clang-tidy clazy cppcheck valgrind || exit 1
 logs=build/tools
 mkdir -p "$logs"
 jobs=$(nproc)
-source Scripts/compiler-cache.sh
+source Scripts/build.sh
 mapfile -t sources < <(git ls-files --cached --others --exclude-standard 'Sources/*.cpp' 'Tools/Brenvokactl/*.cpp')
-
-# build PRESET TARGET...
-build() {
-    local preset=$1
-    shift
-    cmake --preset "$preset" &&
-        cmake --build --preset "$preset" --parallel "$jobs" --target "$@"
-}
 
 # Creates the compilation database and the headers of the forms, which the build would create only
 # while it compiles the libraries.
@@ -63,7 +55,7 @@ cppcheck_sources() {
 
 threads() {
     local tests=(tst_ZorLog tst_LogHistory tst_LogLevels tst_DebuggerSink)
-    build threads "${tests[@]}" &&
+    build threads --target "${tests[@]}" &&
         TSAN_OPTIONS=suppressions=$PWD/Scripts/threads-suppressions.txt ctest --preset threads --tests-regex "^($(IFS='|' && echo "${tests[*]}"))\$"
 }
 
@@ -75,7 +67,7 @@ memory() {
         tst_ErrorMessageDialog
     )
     local test program found=0
-    build release "${tests[@]}" || return
+    build release --target "${tests[@]}" || return
     for test in "${tests[@]}"; do
         program=$(find build/release/Tests -name "$test" -type f -executable)
         echo "== $test"

@@ -17,9 +17,8 @@ if ! command -v x86_64-w64-mingw32-g++-posix >/dev/null; then
     exit 1
 fi
 
-source Scripts/compiler-cache.sh
-cmake --preset windows
-cmake --build --preset windows
+source Scripts/build.sh
+build windows
 
 if ! command -v wine >/dev/null; then
     echo "windows: compiled; the tests were not run, because wine is not installed"

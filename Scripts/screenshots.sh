@@ -16,9 +16,8 @@ Scripts/install-packages.sh lomiri-wallpapers-16.04
 
 photographs=/usr/share/backgrounds
 
-source Scripts/compiler-cache.sh
-[ -f build/release/build.ninja ] || cmake --preset release >/dev/null
-cmake --build --preset release --target screenshots
+source Scripts/build.sh
+build release --target screenshots
 
 # take SCALE ARGUMENT...: with the fonts, the screen and the language of the tests
 take() {

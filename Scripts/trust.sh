@@ -19,17 +19,7 @@ if [ "${1:-}" = --short ]; then
 fi
 
 Scripts/install-packages.sh
-
-# build PRESET [CMAKE-OPTION...]
-build() {
-    mkdir -p "build/$1"
-    cmake --preset "$1" >"build/$1/configure.log" 2>&1 || {
-        cat "build/$1/configure.log"
-        exit 1
-    }
-    cmake --build --preset "$1" --parallel "$(nproc)" "${@:2}"
-}
-source Scripts/compiler-cache.sh
+source Scripts/build.sh
 build release
 if [ $# -eq 0 ]; then
     build fuzz
