@@ -55,13 +55,12 @@ report 'a test sleeps instead of waiting for a condition' \
 report 'an address that another test may have' \
     git grep -nE '127[\]*\.[1-8][0-9][\]*\.[0-9]+' -- 'Tests/*.cpp' 'Tests/*.h' 'Tests/*.py'
 
-for file in "${shell[@]}" demo.sh test.sh; do bash -n "$file" || violation "does not parse: $file"; done
-for file in "${python[@]}"; do
-    python3 - "$file" <<'PY' || violation "does not parse: $file"
+for file in "${shell[@]}"; do bash -n "$file" || violation "does not parse: $file"; done
+python3 - "${python[@]}" <<'PY' || violation 'a Python file does not parse'
 import ast, sys
-ast.parse(open(sys.argv[1], encoding="utf-8").read(), sys.argv[1])
+for file in sys.argv[1:]:
+    ast.parse(open(file, encoding="utf-8").read(), file)
 PY
-done
 
 [ $failed -eq 0 ] && echo "style: ${#cxx[@]} C++ files, ${#python[@]} Python files and ${#shell[@]} scripts have no violations"
 exit $failed
