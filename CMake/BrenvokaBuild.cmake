@@ -88,6 +88,7 @@ function(brenvoka_layer name)
     cmake_parse_arguments(arg "" "" "SOURCES;LINKS;PRIVATE_LINKS" ${ARGN})
     set(target brenvoka-${name})
     add_library(${target} STATIC)
+    set_property(GLOBAL APPEND PROPERTY BRENVOKA_LAYERS ${target})
     brenvoka_sources(${target} ${arg_SOURCES})
     target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/Sources)
     target_link_libraries(${target}
@@ -102,22 +103,6 @@ function(brenvoka_layer name)
         target_sources(${target} PRIVATE ${form_headers})
         target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_BINARY_DIR})
     endif()
-endfunction()
-
-# brenvoka_write_layers(FILE TARGET...): writes which libraries of the program each target links, as
-# lines "USER -> USED" without the prefix "brenvoka-".
-function(brenvoka_write_layers file)
-    set(arrows "")
-    foreach(target IN LISTS ARGN)
-        get_target_property(links ${target} LINK_LIBRARIES)
-        list(FILTER links INCLUDE REGEX "^brenvoka-")
-        list(REMOVE_ITEM links brenvoka-build brenvoka-pictures)
-        foreach(link IN LISTS links)
-            string(REPLACE "brenvoka-" "" arrow "${target} -> ${link}\n")
-            string(APPEND arrows ${arrow})
-        endforeach()
-    endforeach()
-    file(WRITE ${file} ${arrows})
 endfunction()
 
 # brenvoka_loopback(NAME VARIABLE): sets the variable to the first three numbers of the loopback
@@ -201,8 +186,12 @@ function(brenvoka_test name)
     brenvoka_precompile(${name} ${arg_LIBRARIES})
     brenvoka_loopback(${name} loopback)
     target_compile_definitions(${name} PRIVATE BRENVOKA_LOOPBACK="${loopback}")
+    set(environment QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES=qt.qpa.*=false
+        UBSAN_OPTIONS=print_stacktrace=1)
+    if(arg_TIMEOUT)
+        # Qt Test ends a function after five minutes otherwise.
+        list(APPEND environment QTEST_FUNCTION_TIMEOUT=${arg_TIMEOUT}000)
+    endif()
     brenvoka_add_test(${name} COMMAND $<TARGET_FILE:${name}>
-        LABELS ${arg_LABELS} LOCKS ${arg_LOCKS} TIMEOUT ${arg_TIMEOUT}
-        ENVIRONMENT QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES=qt.qpa.*=false
-            UBSAN_OPTIONS=print_stacktrace=1)
+        LABELS ${arg_LABELS} LOCKS ${arg_LOCKS} TIMEOUT ${arg_TIMEOUT} ENVIRONMENT ${environment})
 endfunction()
