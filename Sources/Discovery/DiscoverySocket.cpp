@@ -23,9 +23,10 @@ namespace Discovery {
 
 namespace {
 
+constexpr int invalidHandle = -1;
+
 #ifdef _WIN32
 
-constexpr int invalidHandle = -1;
 constexpr int messageTooLong = WSAEMSGSIZE;
 
 int systemError()
@@ -65,7 +66,6 @@ bool makeNonBlocking(int handle)
 
 #else
 
-constexpr int invalidHandle = -1;
 constexpr int messageTooLong = EMSGSIZE;
 
 int systemError()
@@ -103,6 +103,7 @@ int receive(int handle, std::span<std::uint8_t> buffer, sockaddr_in &source)
                                        reinterpret_cast<sockaddr *>(&source), &length));
 }
 
+/// Again, so that a refusal is reported as it is under Windows.
 bool makeNonBlocking(int handle)
 {
     const int flags = ::fcntl(handle, F_GETFL);
@@ -147,12 +148,7 @@ std::uint32_t bigEndian(const std::uint8_t *bytes)
     return ntohl(value);
 }
 
-std::span<DiscoveredServer> entriesInUse(DiscoverySocket &socket)
-{
-    return std::span(socket.servers).first(static_cast<std::size_t>(socket.serverCount));
-}
-
-std::span<const DiscoveredServer> entriesInUse(const DiscoverySocket &socket)
+auto entriesInUse(auto &socket)
 {
     return std::span(socket.servers).first(static_cast<std::size_t>(socket.serverCount));
 }
