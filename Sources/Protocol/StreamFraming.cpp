@@ -3,8 +3,6 @@
 
 #include "Protocol/StreamFraming.h"
 
-#include <utility>
-
 namespace {
 
 /// The bytes up to the next NUL byte or the end of the chunk.
@@ -17,42 +15,15 @@ QByteArray takePiece(StreamFraming::Chunk &chunk)
     return QByteArray::fromRawData(chunk.bytes.constData() + begin, end - begin);
 }
 
-std::optional<QJsonDocument> readDocument(const QByteArray &piece)
-{
-    QJsonParseError error;
-    QJsonDocument document = QJsonDocument::fromJson(piece, &error);
-    return error.error == QJsonParseError::NoError ? std::optional(std::move(document))
-                                                   : std::nullopt;
-}
-
 std::optional<StreamFraming::Message> readMessage(const QByteArray &piece)
 {
     if (const auto progress = TransferProgress::fromUsualText(piece))
         return progress;
-    return readDocument(piece);
-}
-
-/// What `read` returns for the next complete piece.
-template <typename Read>
-auto takeNext(QByteArray &buffer, StreamFraming::Chunk &chunk, Read read) -> decltype(read(buffer))
-{
-    const auto isLastPiece = [&chunk] { return chunk.position > chunk.bytes.size(); };
-    if (chunk.position == 0) {
-        buffer.append(takePiece(chunk));
-        if (isLastPiece())
-            return std::nullopt;
-        if (auto message = read(buffer)) {
-            buffer.clear();
-            return message;
-        }
-    }
-    while (!isLastPiece()) {
-        const QByteArray piece = takePiece(chunk);
-        if (auto message = read(piece))
-            return message;
-        buffer.append(piece);
-    }
-    return std::nullopt;
+    QJsonParseError error;
+    QJsonDocument document = QJsonDocument::fromJson(piece, &error);
+    if (error.error != QJsonParseError::NoError)
+        return std::nullopt;
+    return document;
 }
 
 } // namespace
@@ -61,16 +32,23 @@ namespace StreamFraming {
 
 std::optional<Message> takeMessage(QByteArray &buffer, Chunk &chunk)
 {
-    return takeNext(buffer, chunk, readMessage);
-}
-
-QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &bytes)
-{
-    QList<QJsonDocument> documents;
-    Chunk chunk{bytes};
-    while (auto document = takeNext(buffer, chunk, readDocument))
-        documents.append(std::move(*document));
-    return documents;
+    const auto isLastPiece = [&chunk] { return chunk.position > chunk.bytes.size(); };
+    if (chunk.position == 0) {
+        buffer.append(takePiece(chunk));
+        if (isLastPiece())
+            return std::nullopt;
+        if (auto message = readMessage(buffer)) {
+            buffer.clear();
+            return message;
+        }
+    }
+    while (!isLastPiece()) {
+        const QByteArray piece = takePiece(chunk);
+        if (auto message = readMessage(piece))
+            return message;
+        buffer.append(piece);
+    }
+    return std::nullopt;
 }
 
 } // namespace StreamFraming

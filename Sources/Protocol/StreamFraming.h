@@ -7,7 +7,6 @@
 
 #include <QByteArray>
 #include <QJsonDocument>
-#include <QList>
 
 #include <optional>
 #include <variant>
@@ -37,8 +36,5 @@ using Message = std::variant<QJsonDocument, TransferProgress>;
 /// `buffer` starts empty and never contains a NUL byte, so only the chunk is searched for one,
 /// however long a frame is.
 [[nodiscard]] std::optional<Message> takeMessage(QByteArray &buffer, Chunk &chunk);
-
-/// All documents of a chunk, in the same way. They need many times the memory of their bytes.
-[[nodiscard]] QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &bytes);
 
 } // namespace StreamFraming

@@ -16,14 +16,6 @@
 /// the whole buffer is split again.
 namespace FramingModel {
 
-inline QByteArrayList compact(const QList<QJsonDocument> &documents)
-{
-    QByteArrayList texts;
-    for (const QJsonDocument &document : documents)
-        texts.append(document.toJson(QJsonDocument::Compact));
-    return texts;
-}
-
 inline QList<QJsonDocument> takeDocuments(QByteArray &buffer, const QByteArray &chunk)
 {
     buffer.append(chunk);

@@ -30,10 +30,11 @@ struct Received
     qsizetype messages = 0;
     QByteArray unfinished;
 
-    void add(const QByteArray &chunk)
+    void add(StreamFraming::Chunk chunk)
     {
-        bytes += chunk.size();
-        messages += StreamFraming::takeDocuments(unfinished, chunk).size();
+        bytes += chunk.bytes.size();
+        while (StreamFraming::takeMessage(unfinished, chunk))
+            ++messages;
         if (unfinished.size() > readAhead)
             unfinished.clear();
     }
@@ -71,7 +72,7 @@ Finding StreamCheck::run(const QHostAddress &address, std::chrono::milliseconds 
     Received received;
     QEventLoop loop;
     QObject::connect(reply.get(), &QNetworkReply::readyRead, &loop,
-                     [&reply, &received] { received.add(reply->readAll()); });
+                     [&reply, &received] { received.add({reply->readAll()}); });
     QObject::connect(reply.get(), &QNetworkReply::finished, &loop, &QEventLoop::quit);
     QTimer::singleShot(time, &loop, &QEventLoop::quit);
     loop.exec();
