@@ -37,7 +37,7 @@ QString notifierUrlTemplate(const QHostAddress &address)
 
 QUrl notifierUrl(const QHostAddress &address)
 {
-    return QUrl(u"%1/brenvoka/notifier.html?%2"_s.arg(serverUrl(address), versionQuery()));
+    return QUrl(notifierUrlTemplate(address).arg(versionQuery()));
 }
 
 QUrl executeUrl(const QHostAddress &address)
