@@ -155,9 +155,7 @@ void ServerConnectionHandler::cancelUpload()
         return;
     const DeletionDelay::Scope scope(deletionDelay);
     QNetworkReply *reply = std::exchange(uploadReply, nullptr);
-    disconnect(reply, &QNetworkReply::errorOccurred, this, &ServerConnectionHandler::uploadError);
-    disconnect(reply, &QNetworkReply::uploadProgress, this,
-               &ServerConnectionHandler::uploadProgress);
+    reply->disconnect(this);
     reply->abort();
     deletionDelay.release(reply);
 }

@@ -23,8 +23,7 @@ void ServerConnectionService::addHandler(const QHostAddress &address, const QUui
     ZOR_LOG(info, "Adding handler for %s", qPrintable(address.toString()));
     auto *handler = new ServerConnectionHandler(address, uuid, this);
     handlers.append(handler);
-    forEachForwarding(
-        [this, handler](auto signal, auto slot) { connect(handler, signal, this, slot); });
+    forwardSignalsOf(handler);
 }
 
 void ServerConnectionService::removeHandler(const QUuid &uuid)
@@ -59,34 +58,35 @@ void ServerConnectionService::onServerDisconnected(const QHostAddress &address, 
 /// Disconnects and releases the handler, which may be emitting one of its signals.
 void ServerConnectionService::detach(ServerConnectionHandler *handler)
 {
-    forEachForwarding(
-        [this, handler](auto signal, auto slot) { disconnect(handler, signal, this, slot); });
+    handler->disconnect(this);
     handlers.removeOne(handler);
     handler->deleteLater();
 }
 
-template <typename Visitor>
-void ServerConnectionService::forEachForwarding(Visitor visit)
+void ServerConnectionService::forwardSignalsOf(ServerConnectionHandler *handler)
 {
+    const auto forward = [this, handler](auto signal, auto slot) {
+        connect(handler, signal, this, slot);
+    };
     using Handler = ServerConnectionHandler;
     using Service = ServerConnectionService;
-    visit(&Handler::handlerSyncProgressUpdate, &Service::onSyncProgressUpdate);
-    visit(&Handler::handlerServerDisconnected, &Service::onServerDisconnected);
-    visit(&Handler::handlerServerConnected, &Service::onServerConnected);
-    visit(&Handler::handlerSyncOperationFinished, &Service::onSyncOperationFinished);
-    visit(&Handler::uploadedFileProgress, &Service::onUploadedFileProgress);
-    visit(&Handler::uploadedFileError, &Service::onUploadedFileError);
-    visit(&Handler::uploadedFileFinished, &Service::onUploadedFileFinished);
-    visit(&Handler::connectedServerLibraryChanged, &Service::onServerLibraryChanged);
-    visit(&Handler::connectedServerUpdateStats, &Service::onServerUpdateStats);
-    visit(&Handler::handlerSyncError, &Service::onSyncError);
-    visit(&Handler::handlerSyncRequestFinished, &Service::onSyncRequestFinished);
-    visit(&Handler::handlerMoveFileError, &Service::onMoveFileError);
-    visit(&Handler::handlerMoveFileFinished, &Service::onMoveFileFinished);
-    visit(&Handler::handlerRemoveError, &Service::onRemoveError);
-    visit(&Handler::handlerRemoveFinished, &Service::onRemoveFinished);
-    visit(&Handler::handlerRenameError, &Service::onRenameError);
-    visit(&Handler::handlerRenameFinished, &Service::onRenameFinished);
+    forward(&Handler::handlerSyncProgressUpdate, &Service::onSyncProgressUpdate);
+    forward(&Handler::handlerServerDisconnected, &Service::onServerDisconnected);
+    forward(&Handler::handlerServerConnected, &Service::onServerConnected);
+    forward(&Handler::handlerSyncOperationFinished, &Service::onSyncOperationFinished);
+    forward(&Handler::uploadedFileProgress, &Service::onUploadedFileProgress);
+    forward(&Handler::uploadedFileError, &Service::onUploadedFileError);
+    forward(&Handler::uploadedFileFinished, &Service::onUploadedFileFinished);
+    forward(&Handler::connectedServerLibraryChanged, &Service::onServerLibraryChanged);
+    forward(&Handler::connectedServerUpdateStats, &Service::onServerUpdateStats);
+    forward(&Handler::handlerSyncError, &Service::onSyncError);
+    forward(&Handler::handlerSyncRequestFinished, &Service::onSyncRequestFinished);
+    forward(&Handler::handlerMoveFileError, &Service::onMoveFileError);
+    forward(&Handler::handlerMoveFileFinished, &Service::onMoveFileFinished);
+    forward(&Handler::handlerRemoveError, &Service::onRemoveError);
+    forward(&Handler::handlerRemoveFinished, &Service::onRemoveFinished);
+    forward(&Handler::handlerRenameError, &Service::onRenameError);
+    forward(&Handler::handlerRenameFinished, &Service::onRenameFinished);
 }
 
 ServerConnectionHandler *ServerConnectionService::findHandler(const QUuid &id) const

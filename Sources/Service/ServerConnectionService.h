@@ -118,8 +118,7 @@ private:
     [[nodiscard]] ServerConnectionHandler *requireHandler(const QUuid &id,
                                                           const char *colon = "") const;
     [[nodiscard]] bool requireAddress(const QHostAddress &address) const;
-    template <typename Visitor>
-    static void forEachForwarding(Visitor visit);
+    void forwardSignalsOf(ServerConnectionHandler *handler);
     void detach(ServerConnectionHandler *handler);
 
     QList<ServerConnectionHandler *> handlers;
