@@ -10,7 +10,6 @@ Usage: demo.py BUILD-DIRECTORY OUTPUT-DIRECTORY
 import contextlib
 import pathlib
 import shutil
-import signal
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -19,11 +18,9 @@ sys.path.insert(0, str(ROOT / "Tests" / "EndToEnd"))
 from fixtures.banks import FOLDERS, SLOTS, Bank         # noqa: E402
 from fixtures.display import Display                    # noqa: E402
 from fixtures.library import GREEN, picture             # noqa: E402
-from fixtures.machine import (Occupied, claim_the_demonstration,   # noqa: E402
-                              require_no_running_program)
+from fixtures.machine import demonstrate                # noqa: E402
 from fixtures.program import Program, press             # noqa: E402
 from fixtures.rehearsal import Rehearsal                # noqa: E402
-from fixtures.servers import DoesNotServe               # noqa: E402
 from fixtures.waiting import wait_for                   # noqa: E402
 
 FOLDER = 1         # the folder whose visuals are moved, removed and uploaded
@@ -147,7 +144,9 @@ class Demonstration:
 
 
 def perform(build, output):
-    """Runs all steps; returns whether the program exits with 0 and the libraries are equal."""
+    """Runs all steps; returns 0 if the program exits with 0 and the libraries are equal."""
+    shutil.rmtree(output, ignore_errors=True)
+    output.mkdir(parents=True)
     with contextlib.ExitStack() as stage:
         display = Display()
         stage.callback(display.close)
@@ -166,26 +165,11 @@ def perform(build, output):
             demonstration.show("at-the-failure")
             raise
         print(f"exit code:          {code}")
-        return rehearsal.left.files() == rehearsal.right.files() and code == 0
-
-
-def main():
-    build, output = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
-    signal.signal(signal.SIGTERM, signal.default_int_handler)
-    try:
-        with claim_the_demonstration():
-            require_no_running_program()
-            shutil.rmtree(output, ignore_errors=True)
-            output.mkdir(parents=True)
-            equal = perform(build, output)
-    except (Occupied, DoesNotServe) as reason:
-        return f"demo: {reason}"
-    except KeyboardInterrupt:
-        return "demo: stopped"
+        equal = rehearsal.left.files() == rehearsal.right.files() and code == 0
     print(f"libraries equal: {'yes' if equal else 'no'}")
     print(f"screenshots: {output}")
     return 0 if equal else 1
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(demonstrate(perform))

@@ -10,17 +10,14 @@ Usage: play.py BUILD-DIRECTORY OUTPUT-DIRECTORY
 import contextlib
 import os
 import pathlib
-import signal
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "Tests" / "EndToEnd"))
 
 from fixtures.children import folders_below, start      # noqa: E402
-from fixtures.machine import (Occupied, claim_the_demonstration,   # noqa: E402
-                              require_no_running_program)
+from fixtures.machine import demonstrate                # noqa: E402
 from fixtures.rehearsal import Rehearsal                # noqa: E402
-from fixtures.servers import DoesNotServe               # noqa: E402
 
 
 def play(build, output):
@@ -36,18 +33,5 @@ def play(build, output):
             program.terminate()
 
 
-def main():
-    build, output = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
-    signal.signal(signal.SIGTERM, signal.default_int_handler)
-    try:
-        with claim_the_demonstration():
-            require_no_running_program()
-            return play(build, output)
-    except (Occupied, DoesNotServe) as reason:
-        return f"demo: {reason}"
-    except KeyboardInterrupt:
-        return "demo: stopped"
-
-
 if __name__ == "__main__":
-    sys.exit(main())
+    sys.exit(demonstrate(play))
