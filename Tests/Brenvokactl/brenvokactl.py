@@ -19,18 +19,12 @@ import jsonschema
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.path.insert(0, str(ROOT / "Tests/EndToEnd"))
 
+from fixtures.case import BUILD, loopback  # noqa: E402
 from fixtures.children import folders_below  # noqa: E402
 from fixtures.servers import MediaServer  # noqa: E402
 
-BUILD = pathlib.Path(os.environ["BRENVOKA_BUILD"])
 PROGRAM = BUILD / "brenvokactl"
-NETWORK = os.environ.get("BRENVOKA_LOOPBACK", "127.1.1")
 VERSION = "X-BVProtocolVersion: 281474976710656\r\n"
-
-
-def loopback(number):
-    """An address, 1 to 254, that only this test program has."""
-    return f"{NETWORK}.{number}"
 
 
 def validate(document, command):

@@ -71,9 +71,7 @@ class Sync(EndToEndCase):
         program = self.start_program()
         self.show(program, rehearsal.left, rehearsal.right)
         self.start_sync(program)
-        dialog = program.wait_for_dialog("Error", 120)
-        self.assertIn("Folder synchronization completed with errors", program.dialog_texts(dialog))
-        program.press_button(dialog, "OK")
+        program.close_error("Folder synchronization completed with errors")
         self.wait_for_the_end(program, rehearsal)
         left, right = rehearsal.left.slots(), rehearsal.right.slots()
         self.assertEqual({slot for slot in left.keys() | right.keys()
@@ -107,10 +105,7 @@ class Sync(EndToEndCase):
         program = self.start_program()
         self.show(program, rehearsal.left, rehearsal.foyer)
         program.button("from bank a to bank b").click()
-        dialog = program.wait_for_dialog("Error")
-        self.assertIn("The servers don't share a subnet", program.dialog_texts(dialog))
-        program.press_button(dialog, "OK")
-        program.wait_until_no_dialog()
+        program.close_error("The servers don't share a subnet")
         self.assertEqual(rehearsal.foyer.commands(1), [])
         self.end_program(program)
 
@@ -133,12 +128,8 @@ class Sync(EndToEndCase):
         program.wait_for_dialog("Ongoing Transfers")
         rehearsal.right.send("silence")
         rehearsal.right.send("reset-stream")
-        dialog = program.wait_for_dialog("Error")
-        texts = program.dialog_texts(dialog)
-        self.assertIn('Server "Stage right" disconnected while an operation was in progress.',
-                      texts)
-        program.press_button(dialog, "OK")
-        program.wait_until_no_dialog()
+        program.close_error(
+            'Server "Stage right" disconnected while an operation was in progress.')
         self.end_program(program)
 
 
