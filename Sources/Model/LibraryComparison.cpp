@@ -46,12 +46,6 @@ bool sameName(const MediaFolder *first, const MediaFolder *second)
     return first && second && first->name == second->name;
 }
 
-/// Null for a position of -1.
-const MediaFolder *folderAt(const Server &server, int position)
-{
-    return position == -1 ? nullptr : &server.folders.at(position);
-}
-
 QList<int> touchedFolders(const QList<VisualRef> &candidates)
 {
     QList<int> folders;
@@ -105,11 +99,11 @@ Marks LibraryComparison::folderSameMarks(const Server &first, const Server &seco
     marks.set();
     if (isMissing(first, second))
         return marks;
-    const FolderPositions firstPositions = first.folderPositions();
-    const FolderPositions secondPositions = second.folderPositions();
-    for (std::size_t slot = 0; slot < marks.size(); ++slot) {
-        marks.set(slot, sameFolder(folderAt(first, firstPositions[slot]),
-                                   folderAt(second, secondPositions[slot])));
+    const FolderTable firstFolders(first.folders);
+    const FolderTable secondFolders(second.folders);
+    for (int slot = 0; slot < Slots::folderCount; ++slot) {
+        marks.set(static_cast<std::size_t>(slot),
+                  sameFolder(firstFolders.folder(slot), secondFolders.folder(slot)));
     }
     return marks;
 }

@@ -3,6 +3,7 @@
 
 #include "Model/LibrarySelection.h"
 
+#include "Model/LibraryIndex.h"
 #include "Model/Server.h"
 #include "Model/Slots.h"
 
@@ -23,10 +24,10 @@ QList<VisualRef> LibrarySelection::ofFolders(const Server &server, const QList<i
                                              bool onlyExisting)
 {
     QList<VisualRef> visuals;
-    const FolderPositions positions = server.folderPositions();
-    for (const int folder : folders) {
-        const int position = positions[static_cast<std::size_t>(folder)];
-        appendFolder(visuals, server.folderAt(position), folder, onlyExisting);
+    const FolderTable table(server.folders);
+    for (const int slot : folders) {
+        const MediaFolder *const folder = table.folder(slot);
+        appendFolder(visuals, folder ? *folder : MediaFolder(), slot, onlyExisting);
     }
     return visuals;
 }

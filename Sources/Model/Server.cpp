@@ -62,18 +62,6 @@ MediaFolder Server::folderAt(int index) const
     return folders.value(index);
 }
 
-FolderPositions Server::folderPositions() const
-{
-    FolderPositions positions;
-    positions.fill(-1);
-    for (qsizetype position = folders.size() - 1; position >= 0; --position) {
-        const int slot = folders.at(position).slot;
-        if (slot >= 0 && slot < static_cast<int>(positions.size()))
-            positions[static_cast<std::size_t>(slot)] = static_cast<int>(position);
-    }
-    return positions;
-}
-
 int Server::folderPosition(int slot) const
 {
     const auto found = std::ranges::find(folders, slot, &MediaFolder::slot);

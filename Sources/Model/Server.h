@@ -5,13 +5,10 @@
 
 #include "Model/MediaFolder.h"
 #include "Model/ProtocolInfo.h"
-#include "Model/Slots.h"
 
 #include <QHostAddress>
 #include <QPair>
 #include <QUuid>
-
-#include <array>
 
 /// One IPv4 address of a server, and the netmask length of that interface in bits.
 using ServerConnection = QPair<QHostAddress, int>;
@@ -23,9 +20,6 @@ struct SubnetMatch
     bool found = false;
     QPair<QHostAddress, QHostAddress> addresses;
 };
-
-/// Positions in the list of folders by slot number, 0 to 256; -1 if no folder has that slot.
-using FolderPositions = std::array<int, Slots::lastFolder + 1>;
 
 /// One media server, identified by its uuid. With a null uuid it is the invalid server.
 struct Server
@@ -57,8 +51,6 @@ struct Server
 
     /// A copy of the folder at this index, or a default one.
     [[nodiscard]] MediaFolder folderAt(int index) const;
-    /// The first of several folders with one slot counts. Takes one pass over all folders.
-    [[nodiscard]] FolderPositions folderPositions() const;
     /// Position of the first folder with this slot, -1 if there is none.
     [[nodiscard]] int folderPosition(int slot) const;
     /// Whether any folder has a visual with this hash. Required, though nothing calls it.

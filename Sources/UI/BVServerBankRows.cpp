@@ -6,6 +6,7 @@
 #include "UI/BVServerBank.h"
 
 #include "Controller/ServerBankController.h"
+#include "Model/LibraryIndex.h"
 #include "Model/Server.h"
 #include "Model/Slots.h"
 #include "Text/ShownText.h"
@@ -169,13 +170,11 @@ void BVServerBank::rebuildFolderList()
 {
     setDragDropEnabled(false);
     const QList<int> selection = clearRows();
-    const Server &server = currentServer();
-    const FolderPositions positions = server.folderPositions();
+    const FolderTable folders(currentServer().folders);
     for (int slot = 0; slot < Slots::folderCount; ++slot) {
-        const int position = positions[static_cast<std::size_t>(slot)];
-        const QString name =
-            position == -1 ? defaultFolderName(slot) : server.folders.at(position).name;
-        addItem(sharedIcon(slot, u"folder"_s, folderPixmap), name, slot + 1);
+        const MediaFolder *const folder = folders.folder(slot);
+        addItem(sharedIcon(slot, u"folder"_s, folderPixmap),
+                folder ? folder->name : defaultFolderName(slot), slot + 1);
     }
     selectRows(selection);
 }

@@ -119,18 +119,6 @@ private slots:
         QCOMPARE(MediaFolder().indexOfSlot(0), -1);
     }
 
-    void findsTheFoldersOfAllSlots()
-    {
-        Server server;
-        for (const int slot : {7, 256, 0, 7, -1, 257})
-            server.folders.append({{}, {}, slot});
-        const FolderPositions positions = server.folderPositions();
-        QCOMPARE(positions[7], 0); // the first of two
-        QCOMPARE(positions[256], 1);
-        QCOMPARE(positions[0], 2);
-        QCOMPARE(std::ranges::count(positions, -1), 254);
-    }
-
     void findsHashesInAnyFolder()
     {
         Server server;
