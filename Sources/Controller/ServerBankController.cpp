@@ -28,8 +28,6 @@ ServerBankController::ServerBankController(UIController *central, BVServerBank *
     connectServices();
 }
 
-ServerBankController::~ServerBankController() = default;
-
 // The service is connected to the network manager. Required: its signal `error` stays unconnected.
 // A failed thumbnail is shown as a picture and not reported.
 void ServerBankController::connectServices()

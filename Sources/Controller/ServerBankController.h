@@ -31,7 +31,6 @@ public:
     /// The bank is the parent. The network manager is shared by both banks and not owned.
     ServerBankController(UIController *central, BVServerBank *panel, QNetworkAccessManager *network,
                          ServerDeck deck);
-    ~ServerBankController() override;
 
     /// UIController's record of this server, or the invalid server.
     [[nodiscard]] const Server &connectedServer(const QUuid &uuid) const;

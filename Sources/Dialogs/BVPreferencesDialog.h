@@ -24,8 +24,8 @@ public:
 
     void accept() override;
 
-    /// The working copy, a set of bits: 1 delete and overwrite, 2 move, 4 upload, 8 large. Takes
-    /// the state of the boxes when the dialog is accepted. All other bits keep their value.
+    /// The working copy: bits of `Warnings`. Takes the state of the boxes when the dialog is
+    /// accepted. All other bits keep their value.
     quint32 warningLevel;
 
 private:

@@ -14,7 +14,6 @@
 #include <unistd.h>
 #endif
 
-// Unbuffered, so that the position is that of the bytes that were read.
 UploadFile::UploadFile(const QString &filePath)
     : QFile(filePath)
     , path(filePath)
@@ -52,7 +51,8 @@ bool UploadFile::openRegularFile()
 }
 #endif
 
-// After a short read QHttpMultiPart would keep asking for the missing bytes.
+// The file is unbuffered, so its position is that of the bytes that were read. After a short read
+// QHttpMultiPart would keep asking for the missing bytes.
 qint64 UploadFile::readData(char *data, qint64 maxSize)
 {
     const qint64 wanted = std::min(maxSize, length - pos());
