@@ -13,9 +13,6 @@
 #include "Support/Libraries.h"
 #include "Text/ShownText.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-
 #include <functional>
 #include <map>
 #include <string>
@@ -34,17 +31,9 @@ Server libraryOf(const QString &content)
     return server;
 }
 
-QByteArray documentOf(const Server &server)
-{
-    QJsonArray folders;
-    for (const MediaFolder &folder : server.folders)
-        folders.append(folder.toJson());
-    return QJsonDocument(QJsonObject{{u"folders"_s, folders}, {u"hash"_s, u"whole"_s}}).toJson();
-}
-
 Work library()
 {
-    return [body = documentOf(libraryOf(u"a"_s))] {
+    return [body = libraryDocument(libraryOf(u"a"_s).folders, u"whole"_s).toJson()] {
         Server server;
         if (!server.fromJson(jsonObjectFromBody(body)))
             qFatal("The library is not read");

@@ -12,18 +12,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-QByteArray documentOf(int folderCount)
-{
-    QJsonArray folders;
-    for (const MediaFolder &folder : fullServer(u"clip"_s).folders.first(folderCount))
-        folders.append(folder.toJson());
-    return QJsonDocument(QJsonObject{{u"folders"_s, folders}, {u"hash"_s, u"whole"_s}}).toJson();
-}
-
-} // namespace
-
 /// How long a full library blocks the window when it arrives.
 class tst_LibraryBenchmark final : public QObject
 {
@@ -32,8 +20,10 @@ class tst_LibraryBenchmark final : public QObject
 private slots:
     void readerAgainstPlainParsing()
     {
-        const QByteArray full = documentOf(256);
-        const QByteArray quarter = documentOf(256 / Comparison::small);
+        const QList<MediaFolder> folders = fullServer(u"clip"_s).folders;
+        const QByteArray full = libraryDocument(folders, u"whole"_s).toJson();
+        const QByteArray quarter =
+            libraryDocument(folders.first(256 / Comparison::small), u"whole"_s).toJson();
         const auto body = [&](int part) { return part == 1 ? full : quarter; };
         Server server;
         qsizetype folderCount = 0;

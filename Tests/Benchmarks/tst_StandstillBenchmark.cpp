@@ -15,13 +15,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QByteArray documentOf(const QList<MediaFolder> &folders, const QString &hash)
+QByteArray fullDocument(const QString &content)
 {
-    QJsonArray array;
-    for (const MediaFolder &folder : folders)
-        array.append(folder.toJson());
-    return QJsonDocument(QJsonObject{{u"folders"_s, array}, {u"hash"_s, hash}})
-        .toJson(QJsonDocument::Compact);
+    return libraryDocument(fullServer(content).folders, content).toJson(QJsonDocument::Compact);
 }
 
 /// A server that announces itself only to the test.
@@ -67,15 +63,14 @@ private slots:
     void initTestCase()
     {
         QPixmapCache::setCacheLimit(40960); // like the program
-        const QByteArray document = documentOf(fullServer(u"a"_s).folders, u"full"_s);
+        const QByteArray document = fullDocument(u"a"_s);
         qInfo("A library of %.1f MB", double(document.size()) / 1e6);
         slowness = slownessOfMachine(document);
         QVERIFY(picture.open());
         QVERIFY(thumbnailOf(1).save(&picture, "PNG"));
         const QByteArray path = picture.fileName().toUtf8();
         full = std::make_unique<ShownServer>(1, document, path);
-        other =
-            std::make_unique<ShownServer>(2, documentOf(fullServer(u"b"_s).folders, u"b"_s), path);
+        other = std::make_unique<ShownServer>(2, fullDocument(u"b"_s), path);
         connectServer(*full, u"Full"_s);
         connectServer(*other, u"Other"_s);
         QVERIFY(fixture.show());

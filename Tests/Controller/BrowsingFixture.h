@@ -5,17 +5,6 @@
 
 #include "ControllerFixture.h"
 
-/// The numbers of the marks that mean "different".
-inline QList<int> differences(const Marks &marks)
-{
-    QList<int> numbers;
-    for (std::size_t bit = 0; bit < marks.size(); ++bit) {
-        if (!marks.test(bit))
-            numbers.append(static_cast<int>(bit));
-    }
-    return numbers;
-}
-
 /// Two connected servers, with equal libraries or with these; nothing is on the network.
 class BrowsingFixture : public WindowFixture
 {

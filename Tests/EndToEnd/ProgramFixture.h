@@ -15,6 +15,13 @@
 #include <functional>
 #include <sys/prctl.h>
 
+/// Empty if there is no such file.
+[[nodiscard]] inline QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 /// A child process that ends with the test, even when the test is killed.
 class Child final : public QProcess
 {
@@ -64,8 +71,7 @@ public:
     }
     [[nodiscard]] QByteArray log() const
     {
-        QFile file(path(QStringLiteral("data/Zorvik/Brenvoka/logs/Brenvoka.log")));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return contentOf(path(QStringLiteral("data/Zorvik/Brenvoka/logs/Brenvoka.log")));
     }
 
 private:

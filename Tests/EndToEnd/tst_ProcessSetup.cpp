@@ -46,12 +46,6 @@ std::unique_ptr<Channel> pipeWithoutReader()
     return pipe;
 }
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 /// Whether the program has read every datagram that was sent to the discovery port.
 bool isDiscoveryRead()
 {

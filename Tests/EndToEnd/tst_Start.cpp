@@ -32,12 +32,6 @@ void write(const QString &path, const QByteArray &content)
     QCOMPARE(file.write(content), content.size());
 }
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
 /// The program as a process: how it starts, and what it leaves behind.

@@ -15,17 +15,6 @@ Q_DECLARE_METATYPE(Visual)
 
 namespace {
 
-/// The numbers of the bits that are clear.
-QList<int> differences(const Marks &marks)
-{
-    QList<int> numbers;
-    for (std::size_t bit = 0; bit < marks.size(); ++bit) {
-        if (!marks.test(bit))
-            numbers.append(static_cast<int>(bit));
-    }
-    return numbers;
-}
-
 Visual renamed(Visual visual)
 {
     visual.name += u" again"_s;

@@ -6,6 +6,9 @@
 #include "Model/LibraryComparison.h"
 #include "Model/Server.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+
 #include <algorithm>
 #include <set>
 
@@ -65,6 +68,27 @@ inline Server fullServer(const QString &content)
         folders.append(folder(slot, threeDigits(slot) + content, files));
     }
     return server(folders);
+}
+
+/// The document in which a server sends these folders.
+inline QJsonDocument libraryDocument(const QList<MediaFolder> &folders, const QString &hash)
+{
+    QJsonArray array;
+    for (const MediaFolder &folder : folders)
+        array.append(folder.toJson());
+    return QJsonDocument(
+        QJsonObject{{QStringLiteral("folders"), array}, {QStringLiteral("hash"), hash}});
+}
+
+/// The numbers of the marks that mean "different".
+inline QList<int> differences(const Marks &marks)
+{
+    QList<int> numbers;
+    for (std::size_t bit = 0; bit < marks.size(); ++bit) {
+        if (!marks.test(bit))
+            numbers.append(static_cast<int>(bit));
+    }
+    return numbers;
 }
 
 /// Every slot of every folder.

@@ -137,10 +137,7 @@ private:
     }
     static QByteArray ordinaryLibrary()
     {
-        const MediaFolder stage = folder(3, u"Stage"_s, {hostileVisual()});
-        return QJsonDocument(QJsonObject{{u"hash"_s, u"hostile"_s},
-                                         {u"folders"_s, QJsonArray{stage.toJson()}}})
-            .toJson();
+        return libraryDocument({folder(3, u"Stage"_s, {hostileVisual()})}, u"hostile"_s).toJson();
     }
     bool send(int socket, const QByteArray &bytes)
     {

@@ -86,11 +86,8 @@ Counts settledCounts(const QObject &window)
 
 QByteArray libraryResponse(const QString &nameOfFirst, const QList<MediaFolder> &others)
 {
-    QJsonArray folders{folder(1, nameOfFirst).toJson()};
-    for (const MediaFolder &other : others)
-        folders.append(other.toJson());
-    const QJsonObject document{{u"hash"_s, nameOfFirst}, {u"folders"_s, folders}};
-    return Wire::response(QJsonDocument(document).toJson(),
+    const QList<MediaFolder> folders = QList{folder(1, nameOfFirst)} + others;
+    return Wire::response(libraryDocument(folders, nameOfFirst).toJson(),
                           "X-BVProtocolVersion: 1\r\nCache-Control: no-store\r\n");
 }
 
