@@ -16,7 +16,7 @@ void setUpAppearance();
 /// to name that file.
 [[nodiscard]] QStringList missingFonts();
 
-/// Waits until a shown window has the keyboard focus; false after ten seconds. The platform calls a
+/// Waits until a shown window has the keyboard focus; false after `patience`. The platform calls a
 /// window active before Qt gives it the focus.
 [[nodiscard]] bool waitForKeyboard(const QWidget &window);
 

@@ -127,7 +127,7 @@ public:
     /// The complete requests so far, of all paths or of one (see `on`), in order of arrival.
     [[nodiscard]] QList<WireRequest> requests(const QByteArray &path = "/") const;
 
-    /// Waits until at least `count` requests of `path` have arrived; false after half a minute.
+    /// Waits until at least `count` requests of `path` have arrived; false after `patience`.
     [[nodiscard]] bool waitForRequests(int count, const QByteArray &path = "/") const;
 
     /// Clears the recorded requests; their connections stay open.

@@ -96,7 +96,6 @@ class DialogFixture final : public ControllerFixture
 public:
     [[nodiscard]] bool open(int folderSlot)
     {
-        model.warningLevel = 0xFFFFFFFF; // all of them
         if (!show() || !connectServer(one, QStringLiteral("One"), fullLibrary()) ||
             !connectServer(two, QStringLiteral("Two"), otherLibrary()))
             return false;

@@ -116,7 +116,6 @@ private slots:
         LogCapture log;
         LoopWatch watch;
         OperationFixture fixture;
-        fixture.model.warningLevel = 0xFFFFFFFF;
         QVERIFY(fixture.show());
         QVERIFY(fixture.connectServer(fixture.one, text.left(80), {folderNamed(text, 10)}));
         QVERIFY(fixture.connectServer(fixture.two, text.left(79), {folderNamed(u"Other"_s, 20)}));
