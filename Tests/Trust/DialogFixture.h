@@ -41,19 +41,19 @@ inline QList<MediaFolder> otherLibrary(int hashOffset = 0)
                     cachedVisual(7, QStringLiteral("Bridge"), 7)})};
 }
 
-/// The first dialog that opens is the subject until it is deleted: `onOpen` is called with it once.
-/// Messages and file dialogs that open later are closed; the texts of messages are recorded.
+/// The first dialog with that text is the subject until it is deleted: `onOpen` is called with it
+/// once. On a busy machine the progress of its task may be shown before. Messages and file dialogs
+/// that open later are closed; the texts of messages are recorded.
 class Watcher final : public QObject
 {
 public:
-    explicit Watcher(std::function<void(QDialog &)> whenOpen)
-        : onOpen(std::move(whenOpen))
+    Watcher(const QString &textOfSubject, std::function<void(QDialog &)> whenOpen)
+        : subjectText(textOfSubject)
+        , onOpen(std::move(whenOpen))
     {
         poll();
     }
 
-    QPointer<QDialog> subject;
-    QString subjectText;
     QStringList messages;
 
 private:
@@ -64,11 +64,10 @@ private:
         auto *const dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
         if (!dialog || !dialog->isVisible())
             return;
-        if (onOpen) {
+        if (onOpen && textOf(*dialog) == subjectText) {
             subject = dialog;
-            subjectText = textOf(*dialog);
             std::exchange(onOpen, {})(*dialog);
-        } else if (dialog != subject) {
+        } else if (!onOpen && dialog != subject) {
             close(*dialog);
         }
     }
@@ -87,6 +86,8 @@ private:
         return label ? label->text() : QString();
     }
 
+    const QString subjectText;
+    QPointer<QDialog> subject;
     std::function<void(QDialog &)> onOpen;
 };
 
