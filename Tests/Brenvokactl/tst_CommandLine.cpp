@@ -36,6 +36,7 @@ private slots:
         QVERIFY(listen.share);
         QCOMPARE(listen.format, Format::Csv);
         QVERIFY(parse(u"check 1.2.3.4 --stream"_s).stream);
+        QCOMPARE(parse(u"check 1.2.3.4 --timeout 3600"_s).timeout, std::chrono::hours(1));
     }
 
     void hasDefaults()
@@ -89,6 +90,12 @@ private slots:
         QVERIFY2(!error.contains(u'\n'), qPrintable(error));
     }
 
+    void firstErrorIsReported()
+    {
+        const QString error = parse(u"plan a b --folder x --slot y"_s).error;
+        QVERIFY2(error.startsWith(u"--folder"_s), qPrintable(error));
+    }
+
     void helpDescribesEveryOption()
     {
         for (const Command &command : commands()) {
@@ -99,6 +106,17 @@ private slots:
             QVERIFY(line.help.contains(u"Exit code"_s));
             QVERIFY(parse(u"--help"_s).help.contains(u"\n  "_s + command.name));
         }
+    }
+
+    void overviewHasTheFirstSentenceOfEachCommand()
+    {
+        const QString overview = parse(u"-h"_s).help;
+        QCOMPARE(overview, parse(u"--help"_s).help);
+        QVERIFY2(overview.contains(
+                     u"\n  save     Saves the library of a server, but no media, to a file, "
+                     "which \"compare\" and \"plan\" accept in place of an "
+                     "address.\n"_s),
+                 qPrintable(overview));
     }
 
     void versionIsThatOfTheProject()

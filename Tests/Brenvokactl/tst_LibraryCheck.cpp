@@ -183,8 +183,8 @@ private slots:
         badHash[u"hash"_s] = u"short"_s;
         QJsonObject badSlot = visual(3, u"003: b"_s);
         badSlot[u"slot"_s] = 256;
-        const QList<Finding> findings =
-            LibraryCheck::gates(reply(document({folder(3, {badHash, badSlot})})));
+        const LibraryDownload download = reply(document({folder(3, {badHash, badSlot})}));
+        const QList<Finding> findings = LibraryCheck::gates(download);
         const qsizetype first = findings.size() - 2;
         QCOMPARE(findings.at(first).folder, 3);
         QCOMPARE(findings.at(first).slot, 17);
@@ -193,6 +193,7 @@ private slots:
         QCOMPARE(findings.at(first + 1).folder, 3);
         QCOMPARE(findings.at(first + 1).slot, -1);
         QVERIFY(findings.at(first + 1).text.startsWith(u"folders[0], files[1]: \"slot\""_s));
+        QCOMPARE(LibraryCheck::read(download).error, findings.at(first).text);
     }
 
     void rulesAgreeWithTheReader()
@@ -212,8 +213,10 @@ private slots:
     void tooManyFilesAreRefused()
     {
         QJsonArray files;
-        for (int count = 0; count < 257; ++count)
+        for (int count = 0; count < 256; ++count)
             files.append(visual(1, u"001: a"_s));
+        QVERIFY(!isRefused(LibraryCheck::gates(reply(document({folder(3, files)})))));
+        files.append(visual(1, u"001: a"_s));
         const LibraryDownload download = reply(document({folder(3, files)}));
         QVERIFY(!LibraryCheck::read(download));
         QVERIFY(LibraryCheck::gates(download).constLast().text.contains(u"256 entries"_s));
@@ -263,6 +266,16 @@ private slots:
                  (QStringList{u"cache -1/-1 library.json"_s, u"visual 0/1 another visu"_s,
                               u"visual 0/2 the name \"2:"_s, u"folder 5/-1 it is at pos"_s,
                               u"folder 5/-1 another fold"_s, u"folder 5/-1 it is at pos"_s}));
+    }
+
+    void adviceNamesThePositionOfAFolder()
+    {
+        const LibraryDownload download = reply(document({folder(256, {})}));
+        const QList<Finding> advice = LibraryCheck::advice(download, *LibraryCheck::read(download));
+        QCOMPARE(advice.size(), 1);
+        QCOMPARE(advice.first().folder, 256);
+        QCOMPARE(advice.first().text, u"it is at position 0; inside this folder the window sends "
+                                      "commands for folder 0"_s);
     }
 
     void tidyLibraryGetsNoAdvice()

@@ -11,7 +11,11 @@
 #include "Support/Sandbox.h"
 #include "Support/WireServer.h"
 
+#include <QDateTime>
+#include <QLocale>
 #include <QTest>
+
+#include <ctime>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -21,6 +25,7 @@ const QByteArray path = "/brenvoka/library.json";
 const QByteArray stream = "/brenvoka/notifier.html";
 constexpr std::chrono::seconds enough{30};
 constexpr std::chrono::milliseconds brief{200};
+constexpr std::chrono::seconds streamTime{1};
 
 } // namespace
 
@@ -30,6 +35,12 @@ class tst_LibraryDownload final : public QObject
     Q_OBJECT
 
 private slots:
+    // The local time is twelve hours ahead of that in the headers.
+    void initTestCase()
+    {
+        qputenv("TZ", "UTC-12");
+        ::tzset();
+    }
     void init() { failOnAnyWarning(); }
 
     void requestIsThatOfTheWindow()
@@ -79,10 +90,18 @@ private slots:
         QTest::addColumn<QByteArray>("headers");
         QTest::addColumn<bool>("fresh");
         QTest::newRow("age") << "Cache-Control: max-age=60\r\n"_ba << true;
+        QTest::newRow("capitals") << "Cache-Control: Max-Age=60\r\n"_ba << true;
+        QTest::newRow("age first") << "Cache-Control: max-age=60, public\r\n"_ba << true;
         QTest::newRow("age 0") << "Cache-Control: max-age=0\r\n"_ba << false;
         QTest::newRow("no-cache") << "Cache-Control: no-cache, max-age=60\r\n"_ba << false;
         QTest::newRow("no-store") << "Cache-Control: max-age=60, no-store\r\n"_ba << false;
         QTest::newRow("expires") << "Expires: Fri, 01 Jan 2100 00:00:00 GMT\r\n"_ba << true;
+        const QDateTime soon = QDateTime::currentDateTimeUtc().addSecs(3600);
+        QTest::newRow("expires soon")
+            << "Expires: "_ba +
+                   QLocale::c().toString(soon, u"ddd, dd MMM yyyy hh:mm:ss 'GMT'"_s).toLatin1() +
+                   "\r\n"
+            << true;
         QTest::newRow("expired") << "Expires: Thu, 01 Jan 1970 00:00:00 GMT\r\n"_ba << false;
         QTest::newRow("none") << ""_ba << false;
     }
@@ -137,6 +156,27 @@ private slots:
         const LibraryDownload download = LibraryDownload::get(peer.address(), enough);
         QVERIFY(!download.error.isEmpty());
         QVERIFY(download.body.isEmpty());
+    }
+
+    void messagesOfAllChunksAreCounted()
+    {
+        WireServer peer(loopback(11));
+        peer.on(stream, [](const WireRequest &request) {
+            request.send(Wire::streamHead());
+            for (int message = 0; message < 20; ++message)
+                request.send(Wire::frame("{\"a\":\"" + QByteArray(50'000, 'x') + "\"}"));
+        });
+        const Finding finding = StreamCheck::run(peer.address(), streamTime);
+        QVERIFY2(finding.text.contains(u"20 messages"_s), qPrintable(finding.text));
+    }
+
+    void halfAMessageIsNotSilence()
+    {
+        WireServer peer(loopback(12));
+        peer.on(stream, [](const WireRequest &request) { request.send(Wire::streamHead() + "{"); });
+        const Finding finding = StreamCheck::run(peer.address(), streamTime);
+        QCOMPARE(finding.level, Finding::Passed);
+        QVERIFY2(finding.text.endsWith(u", 0 messages"_s), qPrintable(finding.text));
     }
 
     void streamThatEndsIsRefused()

@@ -58,11 +58,15 @@ private slots:
 
     void textHasColorsOnlyIfRequested()
     {
-        const Result result = resultWith(u"x"_s);
+        Result result = resultWith(u"x"_s);
         QVERIFY(!formatted(result, Format::Text, false).contains('\x1b'));
         QVERIFY(formatted(result, Format::Text, true).startsWith("\x1b[33msummary x\x1b[0m\n"));
         QVERIFY(!formatted(result, Format::Csv, true).contains('\x1b'));
         QVERIFY(!formatted(result, Format::Json, true).contains('\x1b'));
+        result.exitCode = ExitCode::good;
+        QVERIFY(formatted(result, Format::Text, true).startsWith("\x1b[32m"));
+        result.exitCode = ExitCode::error;
+        QVERIFY(formatted(result, Format::Text, true).startsWith("\x1b[31m"));
     }
 
     void textOfAServerCannotControlTheTerminal()

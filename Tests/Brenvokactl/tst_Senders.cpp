@@ -118,6 +118,31 @@ private slots:
         QVERIFY(senders.list().constLast().reason().contains(u"was earlier"_s));
     }
 
+    void listedSenderStaysListed()
+    {
+        Senders senders;
+        senders.beginTick();
+        QVERIFY(add(senders, announcement({})));
+        senders.beginTick();
+        AnnouncementFields other;
+        other.name = "Other";
+        QVERIFY(add(senders, announcement(other)));
+        QVERIFY(add(senders, announcement({})));
+        QCOMPARE(senders.listedCount(), 2);
+    }
+
+    void sendersWithDifferentMasksAreApart()
+    {
+        Senders senders;
+        senders.beginTick();
+        QVERIFY(add(senders, announcement({})));
+        AnnouncementFields other;
+        other.mask = QByteArray("\0\0\xff\xff", 4);
+        QVERIFY(add(senders, announcement(other)));
+        QCOMPARE(senders.list().size(), 2);
+        QCOMPARE(senders.list().constLast().mask, u"255.255.0.0"_s);
+    }
+
     void unreadAnnouncementIsNotListed()
     {
         Senders senders;

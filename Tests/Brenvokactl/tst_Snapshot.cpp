@@ -3,6 +3,8 @@
 
 #include "Brenvokactl/Snapshot.h"
 
+#include "Protocol/LibraryReply.h"
+
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
@@ -73,6 +75,15 @@ private slots:
         QVERIFY(Snapshot::read(pipe).error.contains(u"no regular file"_s));
         QVERIFY(!sample().write(pipe).isEmpty());
         QVERIFY(Snapshot::read(directory.filePath(u"absent"_s)).error.contains(u"no such file"_s));
+    }
+
+    void tooLargeFileIsNotRead()
+    {
+        const QString path = directory.filePath(u"large"_s);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(file.resize(LibraryReply::maximumSize + 65537)); // takes no space
+        QVERIFY(Snapshot::read(path).error.contains(u"too large"_s));
     }
 
     void onlySnapshotsAreReplaced()
