@@ -50,7 +50,9 @@ class Listen(ProgramCase):
         self.serve(2, "Stage left", "--mask-network-order")
         document = self.listen(1)
         self.assertEqual(document["listed"], 0)
-        self.assertIn("network order", document["senders"][0]["reason"])
+        (sender,) = document["senders"]
+        self.assertIn("network order", sender["reason"])
+        self.assertIsNone(sender["netmask"])
         self.assertIn("invalid mask", self.output(1, "listen", "--for", 2))
 
     def test_other_traffic_is_named(self):
@@ -72,6 +74,30 @@ class Listen(ProgramCase):
         self.assertIn("too short", heard["reason"])
         self.assertGreater(document["interruptions"], 0)
 
+    def test_unread_and_longer_datagrams_are_listed_by_address(self):
+        announcement = bytearray(128)
+        announcement[3] = 1
+        announcement[24:32] = b"identity"
+        announcement[116:120] = b"\0\0\0\xff"
+        process = subprocess.Popen([PROGRAM, "listen", "--for", "3", "--format", "json"],
+                                   stdout=subprocess.PIPE, env=self.environment)
+        self.addCleanup(process.stdout.close)
+        wait_for(lambda: ":0BB9 " in Path("/proc/net/udp").read_text(), "the socket")
+        # The second one is more often than there are ticks, so the third one is not read.
+        for number, datagram, count in ((7, announcement + bytes(897), 1), (5, b"hello", 50),
+                                        (6, announcement, 1)):
+            with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as sender:
+                sender.bind((loopback(number), 0))
+                for _ in range(count):
+                    sender.sendto(datagram, ("127.0.0.1", 3001))
+        self.assertEqual(process.wait(60), 1)
+        heard = [(sender["address"], sender["heard"], sender["reason"])
+                 for sender in json.load(process.stdout)["senders"]]
+        self.assertEqual([line[:2] for line in heard],
+                         [(loopback(5), 50), (loopback(6), 1), (loopback(7), 1)])
+        self.assertIn("not read", heard[1][2])
+        self.assertIn("longer than 1024", heard[2][2])
+
     def test_silence(self):
         self.assertEqual(self.listen(1)["senders"], [])
 
@@ -86,7 +112,7 @@ class Listen(ProgramCase):
 
     def test_port_of_another_program_is_not_taken(self):
         listener = self.start_listener(shares=True)
-        self.assert_refused("listen", "--for", 1, contains=f"(process {listener.pid})")
+        self.assert_refused("listen", "--for", 1, contains=f"(process {listener.pid});")
         self.serve(2, "Stage left")
         self.assertEqual(self.listen(0, "--share")["listed"], 1)
 
@@ -98,7 +124,16 @@ class Listen(ProgramCase):
         self.addCleanup(window.wait)
         self.addCleanup(window.terminate)
         wait_for(lambda: ":0BB9 " in Path("/proc/net/udp").read_text(), "the window's socket")
-        self.assert_refused("listen", "--for", 1, contains=f"brenvoka (process {window.pid})")
+        self.assert_refused("listen", "--for", 1, contains=f"by brenvoka (process {window.pid});")
+
+    def test_socket_that_no_process_has_open_is_reported(self):
+        ends = socket.socketpair()
+        self.addCleanup(ends[0].close)
+        self.addCleanup(ends[1].close)
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as listener:
+            listener.bind(("0.0.0.0", 3001))
+            socket.send_fds(ends[0], [b"x"], [listener.fileno()])
+        self.assert_refused("listen", "--for", 1, contains="by another program;")
 
     def test_port_that_is_not_shared_is_an_error(self):
         listener = self.start_listener(shares=False)
@@ -135,9 +170,13 @@ class Check(ProgramCase):
 
     def test_rule_with_folder_and_slot(self):
         self.answer(2, reply({"hash": "", "folders": [
-            {"slot": 3, "name": "n", "files": [{"slot": 17, "name": "n", "hash": "short"}]}]}))
-        finding = self.check(1)[1]["refused", "document"]
-        self.assertEqual((finding["folder"], finding["slot"]), (3, 17))
+            {"slot": folder, "name": "n", "files": [{"slot": slot, "name": "n", "hash": "short"}]}
+            for folder, slot in ((3, 17), (0, 0))]}))
+        places = [(entry["folder"], entry["slot"]) for entry in self.check(1)[0]["findings"]]
+        self.assertEqual(places[-2:], [(3, 17), (0, 0)])
+        self.assertEqual(places[0], (None, None))
+        self.assertIn('"document","0","0",',
+                      self.output(1, "check", loopback(2), "--format", "csv"))
 
     def test_what_works_badly_is_accepted(self):
         server = self.serve(2, "Stage left", "--sparse", *DRAWN)
@@ -163,8 +202,9 @@ class Check(ProgramCase):
         self.assertEqual({line.split(" ")[0] for line in server.requests()}, {"GET"})
 
     def test_unreachable_server(self):
-        document, findings = self.check(2)
+        document, findings = self.check(2, "--stream")
         self.assertEqual(document["result"], "not reachable")
+        self.assertEqual(set(findings), {("unreachable", "connection")})
         self.assertIn("refused", findings["unreachable", "connection"]["text"])
 
     def test_silent_server(self):
@@ -192,6 +232,9 @@ class Output(ProgramCase):
         with open("/dev/full", "wb") as full:
             self.assertEqual(self.check_into(full),
                              (2, "brenvokactl: the output could not be written\n"))
+            help_text = subprocess.run([PROGRAM, "--help"], env=self.environment, stdout=full,
+                                       timeout=60, check=False)
+        self.assertEqual(help_text.returncode, 2)
 
 
 class Report(ProgramCase):
@@ -232,6 +275,16 @@ class Report(ProgramCase):
         self.assertEqual({entry["file"] for entry in document["files"]},
                          {"versions.txt", "logs/Brenvoka.log", "listen.txt"})
 
+    def test_file_that_cannot_be_written_is_an_error(self):
+        logs = self.home / "data/Zorvik/Brenvoka/logs"
+        logs.mkdir(parents=True)
+        (logs / "Brenvoka.log").write_text("x" * 20000)
+        done = self.run_program(
+            "report", "support", "--for", 1, restore_signals=False,  # SIGXFSZ stays ignored
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (10000, 10000)))
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
+        self.assertIn(b"logs/Brenvoka.log: ", done.stderr)
+
     def test_existing_directory_is_refused(self):
         (self.work / "support").mkdir()
         self.assert_refused("report", "support", contains="it exists")
@@ -248,6 +301,7 @@ class Report(ProgramCase):
 
     def test_servers_of_the_log_are_checked_while_the_window_runs(self):
         self.serve(2, "Stage left", *DRAWN)
+        numbers = [2, 2, *range(100, 170)]  # nothing listens at the others
         listener = subprocess.Popen([sys.executable, "-c", LISTENER, "1"], stdin=subprocess.PIPE,
                                     stdout=subprocess.PIPE)
         self.addCleanup(listener.wait)
@@ -256,10 +310,13 @@ class Report(ProgramCase):
         self.assertEqual(listener.stdout.readline(), b"bound\n")
         logs = self.home / "data/Zorvik/Brenvoka/logs"
         logs.mkdir(parents=True)
-        (logs / "Brenvoka.log").write_text(
-            f"[x][ServerListenerService:86] Found new server: {{id}} | {loopback(2)} | 8 | n\n")
-        files = {entry["file"] for entry in self.document(0, "report", "r", "--for", 1)["files"]}
-        self.assertIn(f"check-{loopback(2)}.txt", files)
+        (logs / "Brenvoka.log").write_text("".join(
+            f"[x][ServerListenerService:86] Found new server: {{id}} | {loopback(number)} | 8 | n\n"
+            for number in numbers))
+        files = [entry["file"] for entry in self.document(0, "report", "r", "--for", 1)["files"]]
+        checks = [file for file in files if file.startswith("check-")]
+        self.assertEqual(checks[0], f"check-{loopback(2)}.txt")
+        self.assertEqual((len(checks), len(set(checks))), (64, 64))
         self.assertIn("in use by", (self.work / "r/listen.txt").read_text())
 
 
