@@ -59,6 +59,12 @@ class Compare(ProgramCase):
             self.output(1, "compare", left.address, right.address, "--format", "csv"))))
         self.assertEqual(rows[1][:4], [str(folder_slot), str(slot), name, content])
 
+    def test_other_stored_order_has_a_row(self):
+        visuals = [visual(1, "001: a"), visual(2, "002: b")]
+        first = self.answer(2, reply(library([folder(0, "Zero", visuals)])))
+        second = self.answer(3, reply(library([folder(0, "Zero", visuals[::-1])])))
+        self.assertIn("stored order\n", self.output(1, "compare", first, second))
+
     def test_snapshot_shows_what_changed_later(self):
         server = self.serve(2, "left", *DRAWN)
         self.output(0, "save", server.address, "before")
@@ -111,6 +117,19 @@ class Plan(ProgramCase):
         self.assertEqual((document["renames"], document["removals"], document["transfers"]),
                          ([], [], []))
 
+    def test_only_a_rename(self):
+        renamed = self.answer(4, reply(library([folder(7, "New name")])))
+        old = self.answer(5, reply(library([folder(7, "Old name")])))
+        plan = self.document(1, "plan", renamed, old)
+        self.assertEqual(plan["renames"], [{"folder": 7, "name": "New name"}])
+
+    def test_rows_name_the_present_and_the_new_content(self):
+        rows = list(csv.reader(io.StringIO(
+            self.output(1, "plan", self.a, self.b, "--format", "csv"))))
+        self.assertIn(["rename", "0", "", "Zero", "Null"], rows)
+        self.assertIn(["remove", "0", "9", "", "009: x"], rows)
+        self.assertIn(["transfer", "0", "1", "001: a", ""], rows)
+
     def test_snapshots_give_the_same_plan(self):
         self.output(0, "save", self.a, "a")
         self.output(0, "save", self.b, "b")
@@ -135,6 +154,11 @@ class Save(ProgramCase):
         body = b'{"hash":"h",\n\n"folders":[]}'
         self.output(0, "save", self.answer(2, reply(body)), "file")
         self.assertTrue((self.work / "file").read_bytes().endswith(b"\n\n" + body))
+
+    def test_file_may_have_a_number_as_its_name(self):
+        address = self.answer(2, reply(library([])))
+        self.output(0, "save", address, "7")
+        self.output(0, "compare", "7", address)
 
     def test_other_file_is_not_replaced(self):
         (self.work / "show.mov").write_text("precious")
@@ -267,6 +291,18 @@ class Terminal(ProgramCase):
         self.assertIn("Downloading the library of", colored)
         self.assertNotIn("\x1b[32m", self.on_terminal(*words, NO_COLOR="1"))
         self.assertNotIn("\x1b", self.output(0, *words))
+
+    def test_only_the_stream_on_a_terminal_has_control_sequences(self):
+        address = self.answer(2, reply(library([])))
+        self.environment.pop("NO_COLOR", None)
+        for on_terminal, piped in (("stdout", "stderr"), ("stderr", "stdout")):
+            ours, its = pty.openpty()
+            self.addCleanup(os.close, ours)
+            done = subprocess.run([PROGRAM, "compare", address, address], timeout=60, check=True,
+                                  env=self.environment,
+                                  **{on_terminal: its, piped: subprocess.PIPE})
+            os.close(its)
+            self.assertNotIn(b"\x1b", getattr(done, piped))
 
     def test_pipe_that_its_reader_closed_is_no_error(self):
         self.output(0, "save", self.answer(2, reply(library([]))), "file")
