@@ -5,6 +5,7 @@
 
 #include "Support/Channels.h"
 #include "Support/FailOnWarning.h"
+#include "Support/ProcessUse.h"
 
 #include <QTemporaryFile>
 #include <QTest>
@@ -45,6 +46,16 @@ private slots:
         StandardStreams::writeAtOnce(channel->writer, "Bühne\n");
         QCOMPARE(channel->readUntil("\n"), "Bühne\n"_ba);
         QCOMPARE(fcntl(channel->writer, F_GETFL), mode);
+    }
+
+    void noDescriptorStaysOpen()
+    {
+        const std::unique_ptr<Channel> channel = openPipe();
+        QVERIFY(channel);
+        const int before = ProcessUse::descriptors();
+        StandardStreams::writeAtOnce(channel->writer, "text\n");
+        StandardStreams::replaceClosed();
+        QCOMPARE(ProcessUse::descriptors(), before);
     }
 
     void textIsAppendedToAFile()
