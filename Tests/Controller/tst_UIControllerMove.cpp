@@ -255,6 +255,7 @@ private slots:
         QVERIFY(fixture.openInside(3, allWarnings));
         ModalDriver modals;
         modals.answer([&](QDialog &warning) {
+            fixture.controller().backToFolders();
             fixture.controller().serverNameChanged(fixture.one.uuid, u"Renamed"_s);
             pressYes(warning);
         });
